@@ -1,0 +1,63 @@
+#include "infoscreen.h"
+
+#include <QPixmap>
+
+#include "ui_infoscreen.h"
+
+InfoScreen::InfoScreen(QWidget* parent) : QWidget(parent), ui(std::make_unique<Ui::InfoScreenClass>())
+{
+    ui->setupUi(this);
+    titleTemplate = ui->title->text();
+
+    // The hidden picture keeps its place, so that a page without one starts at the top as well.
+    QSizePolicy imagePolicy = ui->image->sizePolicy();
+    imagePolicy.setRetainSizeWhenHidden(true);
+    ui->image->setSizePolicy(imagePolicy);
+
+    ui->closeButton->hide();
+    ui->backButton->hide();
+    ui->image->hide();
+}
+
+InfoScreen::~InfoScreen() = default;
+
+QPointer<QPushButton> InfoScreen::backButton() const { return ui->backButton; }
+
+QPointer<QPushButton> InfoScreen::closeButton() const { return ui->closeButton; }
+
+void InfoScreen::setDeviceName(const QString& name)
+{
+    const QString title = titleTemplate.arg(name);
+    ui->title->setText(title);
+    ui->image->setAccessibleName(title);
+}
+
+void InfoScreen::setText(const QString& text)
+{
+    ui->text->setText(text);
+    ui->backButton->setAccessibleDescription(text);
+    ui->closeButton->setAccessibleDescription(text);
+}
+
+void InfoScreen::setImage(const QString& path)
+{
+    if (path == imagePath)
+        return;
+    imagePath = path;
+    if (path.isEmpty()) {
+        ui->image->setPixmap(QPixmap());
+        ui->image->hide();
+        return;
+    }
+
+    ui->image->show();
+    QPixmap picture(path);
+    const QMargins margins = ui->verticalLayout->contentsMargins();
+    // A picture for a dense screen has more pixels than it fills on the page.
+    const int availablePixels =
+        qRound((width() - margins.left() - margins.right()) * picture.devicePixelRatio());
+    if (picture.width() > availablePixels)
+        picture = picture.scaled(availablePixels, picture.height(), Qt::KeepAspectRatio,
+                                 Qt::SmoothTransformation);
+    ui->image->setPixmap(picture);
+}

@@ -1,0 +1,97 @@
+#include "startup.h"
+
+#include <array>
+#include <memory>
+#include <type_traits>
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <tlhelp32.h>
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLocale>
+#include <QStandardPaths>
+#include <QTranslator>
+
+namespace {
+
+struct HandleCloser {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
+
+constexpr DWORD unknownProcessId = 0;
+
+DWORD parentProcessId()
+{
+    const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    if (handle == INVALID_HANDLE_VALUE)
+        return unknownProcessId;
+    const OwnedHandle snapshot(handle);
+
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    const DWORD ownProcessId = GetCurrentProcessId();
+    // The first entry is the system's idle process, never this one.
+    if (!Process32FirstW(snapshot.get(), &entry))
+        return unknownProcessId;
+    while (Process32NextW(snapshot.get(), &entry)) {
+        if (entry.th32ProcessID == ownProcessId)
+            return entry.th32ParentProcessID;
+    }
+    return unknownProcessId;
+}
+
+} // namespace
+
+void Startup::enableHighDpiScaling()
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+}
+
+QString Startup::logFilePath(const QDateTime& start)
+{
+    const QString folder = QStringLiteral("ZEFO_VYNT_Firmware_Update_Logs");
+    const QDir temporary(QStandardPaths::writableLocation(QStandardPaths::TempLocation));
+    static_cast<void>(temporary.mkdir(folder));
+    return temporary.absoluteFilePath(
+        QStringLiteral("%1/%2.txt").arg(folder, start.toString(QStringLiteral("yyyyMMdd-HHmm"))));
+}
+
+void Startup::installTranslator(QTranslator& translator, const QString& prefix)
+{
+    static_cast<void>(translator.load(prefix + QLocale::system().name(), QStringLiteral(":/translations")));
+    QCoreApplication::installTranslator(&translator);
+}
+
+bool Startup::isLaunchedByPackage(const QStringList& arguments)
+{
+    return arguments.mid(1).contains(QStringLiteral("-sfx"), Qt::CaseInsensitive);
+}
+
+QDir Startup::parentProcessDirectory()
+{
+    const OwnedHandle parent(
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, parentProcessId()));
+    if (!parent)
+        return QDir(QString());
+
+    std::array<wchar_t, MAX_PATH> path{};
+    const DWORD length =
+        K32GetModuleFileNameExW(parent.get(), nullptr, path.data(), static_cast<DWORD>(path.size()));
+    if (length == 0)
+        return QDir(QString());
+    return QFileInfo(QString::fromWCharArray(path.data(), static_cast<int>(length))).dir();
+}
+
+QString Startup::findFirmwareArchive(const QDir& directory)
+{
+    const QStringList archives = directory.entryList({QStringLiteral("*.zip")}, QDir::Files | QDir::Readable,
+                                                     QDir::Unsorted);
+    return archives.isEmpty() ? QString() : directory.absoluteFilePath(archives.first());
+}

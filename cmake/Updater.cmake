@@ -1,0 +1,39 @@
+# What every target of the project shares.
+
+option(UPDATER_COMPILE_ONLY "Compile the product's sources and link nothing" OFF)
+set(UPDATER_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(updater_options INTERFACE)
+target_compile_features(updater_options INTERFACE cxx_std_17)
+target_compile_options(updater_options INTERFACE
+    -Wall -Wextra -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
+target_compile_definitions(updater_options INTERFACE
+    UNICODE _UNICODE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_MESSAGELOGCONTEXT
+    QT_DEPRECATED_WARNINGS)
+if(WIN32)
+    target_compile_definitions(updater_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN QT_STATIC QUAZIP_STATIC)
+endif()
+if(UPDATER_SANITIZE)
+    target_compile_options(updater_options INTERFACE
+        -fsanitize=${UPDATER_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(updater_options INTERFACE -fsanitize=${UPDATER_SANITIZE})
+endif()
+
+# updater_library(<name> SOURCES <file>... [LINK <target>...])
+# A folder's library; its headers are included as "<file>.h" by whoever links it.
+function(updater_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
+    if(UPDATER_COMPILE_ONLY)
+        add_library(${name} OBJECT ${ARG_SOURCES})
+    else()
+        add_library(${name} STATIC ${ARG_SOURCES})
+    endif()
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC updater_options ${ARG_LINK})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON AUTOUIC ON)
+endfunction()

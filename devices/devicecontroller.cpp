@@ -1,0 +1,216 @@
+#include "devicecontroller.h"
+
+#include <algorithm>
+
+#include <QCoreApplication>
+#include <QtConcurrent>
+
+#include "abstracthiddevice.h"
+#include "devicecontroller_p.h"
+#include "devicedetector.h"
+#include "devicereader_p.h"
+#include "firmwareutilities.h"
+#include "utilities.h"
+
+namespace {
+
+constexpr int readWrite = 3; // for the detector's access bits
+constexpr int shareRead = 1;
+
+constexpr int firstVendorUsagePage = 0xFF00; // HID Usage Tables: vendor-defined pages
+constexpr int lastVendorUsagePage = 0xFFFF;
+
+using Identity = QPair<QString, unsigned short>;
+
+Identity readVersion(const std::shared_ptr<AbstractHidDevice>& device, unsigned short pid)
+{
+    const ReadDataHelper_FromDevice reader(device);
+    return {FirmwareUtilities::getVersion(reader), pid};
+}
+
+Identity readPidAndVersion(const std::shared_ptr<AbstractHidDevice>& device)
+{
+    const ReadDataHelper_FromDevice reader(device);
+    const unsigned short pid = FirmwareUtilities::getPid(reader);
+    return {FirmwareUtilities::getVersion(reader), pid};
+}
+
+/// The headset has one normal-mode identity, whichever generation it belongs to.
+unsigned short normalHeadsetPid()
+{
+    const auto& known = Utilities::knownDevices();
+    const auto headset = std::find_if(known.begin(), known.end(), [](const Utilities::KnownDevice& device) {
+        return device.type == DeviceType::Headset;
+    });
+    return headset == known.end() ? 0 : headset->id.productId;
+}
+
+bool isKnownPid(unsigned short pid)
+{
+    const auto& ids = Utilities::knownDeviceIds();
+    return std::any_of(ids.begin(), ids.end(), [pid](const DeviceId& id) { return id.productId == pid; });
+}
+
+} // namespace
+
+DeviceController::DeviceController(QObject* parent)
+    : QObject(parent)
+    , d(new DeviceControllerPrivate(this))
+{
+}
+
+void DeviceController::startDetection()
+{
+    d->startDetection();
+}
+
+void DeviceController::stopDetection()
+{
+    d->stopDetection();
+}
+
+bool DeviceController::isConnected(DeviceType type) const
+{
+    return d->devices.contains(type);
+}
+
+unsigned short DeviceController::pid(DeviceType type) const
+{
+    return d->devices.value(type).pid;
+}
+
+QString DeviceController::version(DeviceType type) const
+{
+    return d->devices.value(type).version;
+}
+
+DeviceInstance DeviceController::deviceInstance(DeviceType type) const
+{
+    const DeviceInstance* const instance = d->devices.value(type).instance;
+    return instance ? *instance : DeviceInstance();
+}
+
+QString DeviceController::deviceName() const
+{
+    return Utilities::deviceNameForPid(pid(DeviceType::Transmitter));
+}
+
+DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
+    : QObject(controller)
+    , q(controller)
+    , listener(new DeviceListener(this))
+{
+    connect(listener, &DeviceListener::deviceArrived, this, &DeviceControllerPrivate::onDeviceArrived);
+    connect(listener, &DeviceListener::deviceRemoved, this, &DeviceControllerPrivate::onDeviceRemoved);
+    // Queued behind the slot above: by then nothing refers to the record any more.
+    connect(listener, &DeviceListener::deviceRemoved, this, [this](DeviceInstance* instance) {
+        if (detector)
+            detector->forget(instance);
+    });
+}
+
+DeviceControllerPrivate::~DeviceControllerPrivate()
+{
+    endDetection();
+    for (IdentityWatcher* watcher : pendingReads.keys())
+        watcher->deleteLater();
+}
+
+void DeviceControllerPrivate::startDetection()
+{
+    if (detector)
+        return;
+    detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
+    const auto& ids = Utilities::allDeviceIds();
+    // A detection that cannot start is a window without devices, which is what the window then shows.
+    static_cast<void>(detector->start(listener, ids.data(), static_cast<unsigned int>(ids.size())));
+}
+
+void DeviceControllerPrivate::stopDetection()
+{
+    devices = {};
+    endDetection();
+}
+
+/// Stops the detector itself, not only this reference to it: an identity read that still runs holds another.
+void DeviceControllerPrivate::endDetection()
+{
+    if (!detector)
+        return;
+    detector->stop();
+    detector.reset();
+    // Reports that are still queued name records that are deleted now.
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+}
+
+void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
+{
+    const DeviceType type = Utilities::deviceTypeOf(*instance);
+    if (devices.contains(type))
+        return;
+    const auto device = Utilities::openHidDevice(detector, instance, readWrite, shareRead);
+    if (!device)
+        return;
+    const int usagePage = device->usagePage();
+    if (usagePage < firstVendorUsagePage || usagePage > lastVendorUsagePage)
+        return;
+    devices[type] = {instance, 0, QString()};
+    identify(*instance, type, device);
+}
+
+void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceType type,
+                                       const std::shared_ptr<AbstractHidDevice>& device)
+{
+    auto* const watcher = new IdentityWatcher(this);
+    pendingReads[watcher] = type;
+    connect(watcher, &IdentityWatcher::finished, this,
+            &DeviceControllerPrivate::onDeviceVersionAndPidDetected);
+    Q_EMIT q->deviceDetectionStarted();
+
+    // In programming mode both transmitter generations look alike; the image on the device tells them apart.
+    const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
+    if (inProgrammingMode && type == DeviceType::Transmitter) {
+        watcher->setFuture(QtConcurrent::run([device] { return readPidAndVersion(device); }));
+        return;
+    }
+    const unsigned short pid =
+        inProgrammingMode && type == DeviceType::Headset ? normalHeadsetPid() : instance.productId;
+    watcher->setFuture(QtConcurrent::run([device, pid] { return readVersion(device, pid); }));
+}
+
+void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
+{
+    auto* const watcher = dynamic_cast<IdentityWatcher*>(sender());
+    if (!watcher || !pendingReads.contains(watcher))
+        return;
+    const DeviceType type = pendingReads.value(watcher);
+    const Identity identity = watcher->result();
+    ConnectedDevice& device = devices[type];
+    device.version = identity.first;
+    if (isKnownPid(identity.second))
+        device.pid = identity.second;
+    endRead(watcher);
+    Q_EMIT q->deviceArrived(type);
+}
+
+void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
+{
+    const auto removed =
+        std::find_if(devices.begin(), devices.end(),
+                     [instance](const ConnectedDevice& device) { return device.instance == instance; });
+    if (removed == devices.end())
+        return;
+    const DeviceType type = removed.key();
+    if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr))
+        endRead(watcher);
+    devices.remove(type);
+    Q_EMIT q->deviceRemoved(type);
+}
+
+void DeviceControllerPrivate::endRead(IdentityWatcher* watcher)
+{
+    pendingReads.remove(watcher);
+    watcher->deleteLater();
+    if (pendingReads.isEmpty())
+        Q_EMIT q->deviceDetectionFinished();
+}

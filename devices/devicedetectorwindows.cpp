@@ -1,0 +1,484 @@
+#include "devicedetectorwindows.h"
+
+#include <algorithm>
+#include <cwchar>
+
+#include <cfgmgr32.h>
+#include <setupapi.h>
+
+#include "devicedetectorlistener.h"
+#include "interfaceclass_p.h"
+
+namespace {
+
+constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
+constexpr DWORD installationWaitMs = 1000;
+
+enum AccessBits { ReadBit = 1, WriteBit = 2 };
+
+// The record sizes of 32-bit Windows, which the system checks.
+constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
+static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
+static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
+static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
+
+class Guard
+{
+public:
+    explicit Guard(CRITICAL_SECTION& criticalSection)
+        : section(criticalSection)
+    {
+        EnterCriticalSection(&section);
+    }
+    ~Guard() { LeaveCriticalSection(&section); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    CRITICAL_SECTION& section;
+};
+
+bool isEndOfEnumeration(const GUID& classGuid, const std::wstring& path)
+{
+    return classGuid == GUID{} && path.empty();
+}
+
+HANDLE createAutoResetEvent()
+{
+    return CreateEventW(nullptr, FALSE, FALSE, nullptr);
+}
+
+void closeAndForget(HANDLE& handle)
+{
+    if (handle)
+        CloseHandle(handle);
+    handle = nullptr;
+}
+
+void joinAndForget(HANDLE& thread)
+{
+    WaitForSingleObject(thread, INFINITE);
+    closeAndForget(thread);
+}
+
+/// The path of the interface with number @p index of a set; empty where it cannot be read.
+/// @return false at the end of the set.
+bool interfacePath(HDEVINFO set, const GUID& classGuid, DWORD index, std::wstring& path)
+{
+    path.clear();
+    SP_DEVICE_INTERFACE_DATA data = {};
+    data.cbSize = sizeof(data);
+    if (!SetupDiEnumDeviceInterfaces(set, nullptr, &classGuid, index, &data))
+        return false;
+    DWORD bytes = 0;
+    SetupDiGetDeviceInterfaceDetailW(set, &data, nullptr, 0, &bytes, nullptr);
+    if (bytes == 0)
+        return true;
+    const std::unique_ptr<void, decltype(&LocalFree)> memory(LocalAlloc(LPTR, bytes), &LocalFree);
+    auto* const detail = static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
+    if (!detail)
+        return true;
+    detail->cbSize = sizeof(*detail);
+    if (SetupDiGetDeviceInterfaceDetailW(set, &data, detail, bytes, nullptr, nullptr))
+        path = detail->DevicePath;
+    return true;
+}
+
+} // namespace
+
+DeviceDetector* createDeviceDetector()
+{
+    return new DeviceDetectorWindows;
+}
+
+void destroyDeviceDetector(DeviceDetector* detector)
+{
+    delete detector;
+}
+
+DeviceDetectorWindows::DeviceDetectorWindows()
+{
+    InitializeCriticalSection(&lock);
+}
+
+DeviceDetectorWindows::~DeviceDetectorWindows()
+{
+    DeviceDetectorWindows::stop();
+    DeleteCriticalSection(&lock);
+}
+
+bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const DeviceId* ids, unsigned int count)
+{
+    if (notificationThreadHandle)
+        return true;
+    if (!reportTo || !ids || count == 0)
+        return false;
+    listener = reportTo;
+    filters.assign(ids, ids + count);
+    started = false;
+    for (HANDLE* event : {&readyEvent, &stopEvent, &workEvent}) {
+        if (!*event)
+            *event = createAutoResetEvent();
+    }
+    notificationThreadHandle =
+        CreateThread(nullptr, 0, runNotificationThread, this, 0, &notificationThreadId);
+    if (!notificationThreadHandle)
+        return false;
+    // A worker left over from a start that failed goes on serving.
+    if (!workerThreadHandle)
+        workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
+    if (!workerThreadHandle)
+        return false;
+    WaitForSingleObject(readyEvent, INFINITE);
+    if (!started)
+        joinAndForget(notificationThreadHandle);
+    return started;
+}
+
+void DeviceDetectorWindows::stop()
+{
+    if (notificationThreadHandle) {
+        PostThreadMessageW(notificationThreadId, WM_QUIT, 0, 0);
+        joinAndForget(notificationThreadHandle);
+    }
+    closeAndForget(readyEvent);
+    if (stopEvent) {
+        if (workerThreadHandle) {
+            SetEvent(stopEvent);
+            joinAndForget(workerThreadHandle);
+        }
+        closeAndForget(stopEvent);
+    }
+    closeAndForget(workEvent);
+    const Guard guard(lock);
+    knownDevices.clear();
+    removedDevices.clear();
+}
+
+HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int share,
+                                         SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes)
+{
+    const DWORD desiredAccess =
+        (access & ReadBit ? GENERIC_READ : 0u) | (access & WriteBit ? GENERIC_WRITE : 0u);
+    const DWORD shareMode =
+        (share & ReadBit ? FILE_SHARE_READ : 0u) | (share & WriteBit ? FILE_SHARE_WRITE : 0u);
+    const Guard guard(lock);
+    const auto known = knownDevices.find(toLowerAscii(device->path));
+    if (known == knownDevices.end())
+        return INVALID_HANDLE_VALUE;
+    const HANDLE handle = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
+                                      flagsAndAttributes, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return INVALID_HANDLE_VALUE;
+    DEV_BROADCAST_HANDLE filter = {};
+    filter.dbch_size = sizeof(filter);
+    filter.dbch_devicetype = DBT_DEVTYP_HANDLE;
+    filter.dbch_handle = handle;
+    const HDEVNOTIFY notification = RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+    if (notification) {
+        handleNotifications[handle] = {notification, known->second.get(), desiredAccess, shareMode,
+                                       flagsAndAttributes};
+    }
+    return handle;
+}
+
+void DeviceDetectorWindows::closeDevice(HANDLE handle)
+{
+    const Guard guard(lock);
+    const auto record = handleNotifications.find(handle);
+    if (record == handleNotifications.end())
+        return;
+    UnregisterDeviceNotification(record->second.notification);
+    handleNotifications.erase(record);
+}
+
+void DeviceDetectorWindows::forget(DeviceInstance* removed)
+{
+    const Guard guard(lock);
+    removedDevices.erase(removed);
+}
+
+DWORD WINAPI DeviceDetectorWindows::runNotificationThread(LPVOID detector)
+{
+    static_cast<DeviceDetectorWindows*>(detector)->notificationThread();
+    return 0;
+}
+
+DWORD WINAPI DeviceDetectorWindows::runWorkerThread(LPVOID detector)
+{
+    static_cast<DeviceDetectorWindows*>(detector)->workerThread();
+    return 0;
+}
+
+void DeviceDetectorWindows::notificationThread()
+{
+    const bool isSetUp = setUpNotifications();
+    started = isSetUp;
+    SetEvent(readyEvent);
+    if (!isSetUp)
+        return;
+    unsigned int queued = 0;
+    {
+        const Guard guard(lock);
+        queued = enumerateInterfaces();
+        arrivalQueue.push_back({});
+    }
+    // The marker stays queued all the same, and completion is reported once more with the next batch or
+    // removal.
+    if (queued == 0)
+        listener->deviceEnumerationComplete(0);
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        DispatchMessageW(&message);
+        if (message.message == WM_QUIT)
+            break;
+    }
+    tearDownNotifications();
+}
+
+bool DeviceDetectorWindows::setUpNotifications()
+{
+    const HINSTANCE module = GetModuleHandleW(nullptr);
+    WNDCLASSW windowClass = {};
+    if (!GetClassInfoW(module, windowClassName, &windowClass)) {
+        windowClass = {};
+        windowClass.lpfnWndProc = windowProcedure;
+        windowClass.cbWndExtra = sizeof(LONG_PTR); // the detector's address
+        windowClass.hInstance = module;
+        windowClass.lpszClassName = windowClassName;
+        if (!RegisterClassW(&windowClass))
+            return false;
+    }
+    window = CreateWindowExW(0, windowClassName, nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, module, nullptr);
+    if (!window)
+        return false;
+    registerInterfaces();
+    if (interfaceNotifications.empty()) {
+        DestroyWindow(window);
+        window = nullptr;
+        return false;
+    }
+    SetWindowLongPtrW(window, 0, reinterpret_cast<LONG_PTR>(this));
+    return true;
+}
+
+void DeviceDetectorWindows::registerInterfaces()
+{
+    for (const DeviceId& id : filters) {
+        DEV_BROADCAST_DEVICEINTERFACE_W filter = {};
+        filter.dbcc_size = sizeof(filter);
+        filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+        filter.dbcc_classguid = interfaceClassGuid(id.interfaceKind);
+        if (interfaceNotifications.count(filter.dbcc_classguid))
+            continue;
+        const HDEVNOTIFY notification =
+            RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+        if (notification)
+            interfaceNotifications[filter.dbcc_classguid] = notification;
+    }
+}
+
+void DeviceDetectorWindows::tearDownNotifications()
+{
+    const Guard guard(lock); // the worker may still be reading the notifications
+    for (const auto& notification : interfaceNotifications)
+        UnregisterDeviceNotification(notification.second);
+    interfaceNotifications.clear();
+    for (const auto& record : handleNotifications)
+        UnregisterDeviceNotification(record.second.notification);
+    handleNotifications.clear();
+    DestroyWindow(window);
+    window = nullptr;
+}
+
+unsigned int DeviceDetectorWindows::enumerateInterfaces()
+{
+    unsigned int queued = 0;
+    for (const auto& notification : interfaceNotifications)
+        queued += enumerateClass(notification.first);
+    if (!arrivalQueue.empty())
+        SetEvent(workEvent);
+    return queued;
+}
+
+unsigned int DeviceDetectorWindows::enumerateClass(const GUID& classGuid)
+{
+    const HDEVINFO set =
+        SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    if (set == INVALID_HANDLE_VALUE)
+        return 0;
+    unsigned int queued = 0;
+    std::wstring path;
+    for (DWORD index = 0; interfacePath(set, classGuid, index, path); ++index) {
+        if (path.empty())
+            continue;
+        arrivalQueue.push_back({classGuid, path});
+        ++queued;
+    }
+    SetupDiDestroyDeviceInfoList(set);
+    return queued;
+}
+
+LRESULT CALLBACK DeviceDetectorWindows::windowProcedure(HWND window, UINT message, WPARAM wParam,
+                                                        LPARAM lParam)
+{
+    auto* const detector = reinterpret_cast<DeviceDetectorWindows*>(GetWindowLongPtrW(window, 0));
+    if (detector && message == WM_DEVICECHANGE)
+        detector->deviceChange(wParam, reinterpret_cast<const DEV_BROADCAST_HDR*>(lParam));
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+void DeviceDetectorWindows::deviceChange(WPARAM event, const DEV_BROADCAST_HDR* header)
+{
+    if (event < DBT_DEVICEARRIVAL || event > DBT_DEVICEREMOVECOMPLETE || !header)
+        return;
+    if (header->dbch_devicetype == DBT_DEVTYP_DEVICEINTERFACE)
+        interfaceChange(event, *reinterpret_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(header));
+    else if (header->dbch_devicetype == DBT_DEVTYP_HANDLE)
+        handleChange(event, reinterpret_cast<const DEV_BROADCAST_HANDLE*>(header)->dbch_handle);
+}
+
+void DeviceDetectorWindows::interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast)
+{
+    if (event == DBT_DEVICEARRIVAL) {
+        {
+            const Guard guard(lock);
+            arrivalQueue.push_back({broadcast.dbcc_classguid, broadcast.dbcc_name});
+        }
+        SetEvent(workEvent);
+    } else if (event == DBT_DEVICEREMOVECOMPLETE) {
+        const Guard guard(lock);
+        removeDevice(broadcast.dbcc_name);
+    }
+}
+
+void DeviceDetectorWindows::handleChange(WPARAM event, HANDLE handle)
+{
+    if (event == DBT_DEVICEQUERYREMOVE) {
+        CloseHandle(handle); // at once, so that the removal can proceed
+    } else if (event == DBT_DEVICEQUERYREMOVEFAILED) {
+        const Guard guard(lock);
+        reopenDevice(handle);
+    } else if (event == DBT_DEVICEREMOVECOMPLETE) {
+        const Guard guard(lock);
+        const auto record = handleNotifications.find(handle);
+        if (record == handleNotifications.end())
+            return;
+        const std::wstring path = record->second.device->path; // the record is about to go
+        removeDevice(path);
+    }
+}
+
+void DeviceDetectorWindows::workerThread()
+{
+    const HANDLE events[] = {stopEvent, workEvent};
+    for (;;) {
+        const DWORD result = WaitForMultipleObjects(2, events, FALSE, INFINITE);
+        if (result == WAIT_OBJECT_0)
+            return;
+        if (result != WAIT_OBJECT_0 + 1)
+            continue;
+        if (!waitInstallationSettled())
+            return;
+        examineArrivals();
+    }
+}
+
+/// @return false when the detector is to stop.
+bool DeviceDetectorWindows::waitInstallationSettled()
+{
+    while (CMP_WaitNoPendingInstallEvents(installationWaitMs) == WAIT_TIMEOUT) {
+        if (WaitForSingleObject(stopEvent, 0) == WAIT_OBJECT_0)
+            return false;
+    }
+    return true;
+}
+
+void DeviceDetectorWindows::examineArrivals()
+{
+    EnterCriticalSection(&lock);
+    while (!arrivalQueue.empty()) {
+        const PendingArrival arrival = arrivalQueue.front();
+        const bool isComplete = isEndOfEnumeration(arrival.classGuid, arrival.path);
+        if (!isComplete)
+            addDevice(arrival);
+        arrivalQueue.erase(arrivalQueue.begin());
+        const std::size_t count = knownDevices.size();
+        LeaveCriticalSection(&lock);
+        if (isComplete)
+            listener->deviceEnumerationComplete(count);
+        EnterCriticalSection(&lock);
+    }
+    LeaveCriticalSection(&lock);
+}
+
+void DeviceDetectorWindows::addDevice(const PendingArrival& arrival)
+{
+    const std::wstring key = toLowerAscii(arrival.path);
+    if (knownDevices.count(key))
+        return;
+    auto device = std::make_unique<DeviceInstance>();
+    if (!readDeviceProperties(arrival.path, *device, arrival.classGuid) || !isWanted(*device))
+        return;
+    device->path = key;
+    DeviceInstance* const reported = device.get();
+    knownDevices[key] = std::move(device);
+    listener->deviceArrived(reported);
+}
+
+bool DeviceDetectorWindows::isWanted(const DeviceInstance& device) const
+{
+    return std::any_of(filters.begin(), filters.end(), [&](const DeviceId& filter) {
+        const GUID classGuid = interfaceClassGuid(filter.interfaceKind);
+        return interfaceNotifications.count(classGuid) != 0 &&
+               (filter.vendorId == 0 || filter.vendorId == device.vendorId) &&
+               (filter.productId == 0 || filter.productId == device.productId) &&
+               (classGuid == GUID{} || filter.interfaceKind == device.interfaceKind);
+    });
+}
+
+void DeviceDetectorWindows::removeDevice(const std::wstring& path)
+{
+    const auto known = knownDevices.find(toLowerAscii(path));
+    if (known != knownDevices.end()) {
+        DeviceInstance* const device = known->second.get();
+        for (auto record = handleNotifications.begin(); record != handleNotifications.end();) {
+            if (record->second.device != device) {
+                ++record;
+                continue;
+            }
+            UnregisterDeviceNotification(record->second.notification);
+            record = handleNotifications.erase(record);
+        }
+        listener->deviceRemoved(device);
+        removedDevices[device] = std::move(known->second);
+        knownDevices.erase(known);
+    }
+    const auto queued =
+        std::find_if(arrivalQueue.begin(), arrivalQueue.end(), [&](const PendingArrival& arrival) {
+            return _wcsicmp(arrival.path.c_str(), path.c_str()) == 0;
+        });
+    if (queued != arrivalQueue.end())
+        arrivalQueue.erase(queued);
+    if (!arrivalQueue.empty() &&
+        isEndOfEnumeration(arrivalQueue.front().classGuid, arrivalQueue.front().path)) {
+        arrivalQueue.erase(arrivalQueue.begin());
+        listener->deviceEnumerationComplete(knownDevices.size());
+    }
+}
+
+void DeviceDetectorWindows::reopenDevice(HANDLE handle)
+{
+    const auto found = handleNotifications.find(handle);
+    if (found == handleNotifications.end())
+        return;
+    const HandleRecord record = found->second;
+    UnregisterDeviceNotification(record.notification);
+    // The stored masks are Win32's, whose two low bits are clear: the device is opened for queries only.
+    const HANDLE reopened =
+        openDevice(record.device, static_cast<int>(record.desiredAccess), static_cast<int>(record.shareMode),
+                   nullptr, record.flagsAndAttributes);
+    if (reopened != INVALID_HANDLE_VALUE)
+        listener->deviceHandleChanged(record.device, handle, reopened);
+    handleNotifications.erase(handle);
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <windows.h>
+
+#include <dbt.h>
+
+#include "devicedetector.h"
+
+/// Device detection by SetupAPI enumeration and device-change broadcasts.
+///
+/// A notification thread owns a hidden window, enumerates what is present and hears of arrivals and removals;
+/// a worker thread turns queued arrivals into records once driver installation has settled.
+class DeviceDetectorWindows : public DeviceDetector
+{
+public:
+    DeviceDetectorWindows();
+    ~DeviceDetectorWindows() override;
+
+    bool start(DeviceDetectorListener* reportTo, const DeviceId* ids, unsigned int count) override;
+    void stop() override;
+    HANDLE openDevice(DeviceInstance* device, int access, int share, SECURITY_ATTRIBUTES* security,
+                      DWORD flagsAndAttributes) override;
+    void closeDevice(HANDLE handle) override;
+    void forget(DeviceInstance* removed) override;
+
+private:
+    /// An arrival or enumeration result not examined yet; all-zero class and empty path mark the
+    /// enumeration's end.
+    struct PendingArrival
+    {
+        GUID classGuid;
+        std::wstring path;
+    };
+    struct HandleRecord
+    {
+        HDEVNOTIFY notification;
+        DeviceInstance* device;
+        DWORD desiredAccess;
+        DWORD shareMode;
+        DWORD flagsAndAttributes;
+    };
+    struct GuidOrder
+    {
+        bool operator()(const GUID& a, const GUID& b) const { return std::memcmp(&a, &b, sizeof(GUID)) < 0; }
+    };
+
+    static DWORD WINAPI runNotificationThread(LPVOID detector);
+    static DWORD WINAPI runWorkerThread(LPVOID detector);
+    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    void notificationThread();
+    bool setUpNotifications();
+    void registerInterfaces();
+    void tearDownNotifications();
+    unsigned int enumerateInterfaces();
+    unsigned int enumerateClass(const GUID& classGuid);
+    void deviceChange(WPARAM event, const DEV_BROADCAST_HDR* header);
+    void interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast);
+    void handleChange(WPARAM event, HANDLE handle);
+
+    void workerThread();
+    bool waitInstallationSettled();
+    void examineArrivals();
+
+    // To be called with the lock held.
+    void addDevice(const PendingArrival& arrival);
+    bool isWanted(const DeviceInstance& device) const;
+    void removeDevice(const std::wstring& path);
+    void reopenDevice(HANDLE handle);
+
+    HWND window = nullptr;
+    HANDLE notificationThreadHandle = nullptr;
+    DWORD notificationThreadId = 0;
+    HANDLE readyEvent = nullptr;
+    HANDLE stopEvent = nullptr;
+    HANDLE workerThreadHandle = nullptr;
+    HANDLE workEvent = nullptr;
+    bool started = false;
+    CRITICAL_SECTION lock; ///< recursive; guards everything below and the reports made under it
+    std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices;
+    std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>> removedDevices; ///< until forget()
+    std::vector<DeviceId> filters;
+    std::vector<PendingArrival> arrivalQueue;
+    std::map<GUID, HDEVNOTIFY, GuidOrder> interfaceNotifications;
+    std::map<HANDLE, HandleRecord> handleNotifications;
+};

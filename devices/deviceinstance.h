@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Kind of a device. The numbers are printed in diagnostics and error reports and order the maps keyed by it.
+enum DeviceType : std::int32_t {
+    Unknown = 0,
+    Transmitter = 1,
+    Headset = 2,
+};
+
+/// Device interface class under which an identity is watched and enumerated.
+enum class InterfaceKind : std::uint32_t {
+    None = 0,
+    Hid = 1,
+    UsbDevice = 2,
+};
+
+/// Identity of a device interface. In a detector's filter an identifier of 0 matches any value.
+struct DeviceId
+{
+    std::uint16_t vendorId = 0;
+    std::uint16_t productId = 0;
+    InterfaceKind interfaceKind = InterfaceKind::None;
+};
+
+constexpr bool operator==(const DeviceId& a, const DeviceId& b)
+{
+    return a.vendorId == b.vendorId && a.productId == b.productId && a.interfaceKind == b.interfaceKind;
+}
+
+constexpr bool operator!=(const DeviceId& a, const DeviceId& b)
+{
+    return !(a == b);
+}
+
+/// One device interface that a detector accepted.
+///
+/// Records are created and deleted by detectors only. A borrowed pointer is valid from the arrival report
+/// until its holder has passed it to DeviceDetector::forget() or stopped the detector; a copy is valid for
+/// ever.
+class DeviceInstance : public DeviceId
+{
+public:
+    std::wstring name;     ///< friendly name, else the device description, else empty
+    std::wstring path;     ///< interface path, ASCII letters lower-cased; the string that opens the device
+    bool removing = false; ///< an arrival report with this set means that the device is going away
+    bool hasFriendlyName = false; ///< where `name` came from
+};

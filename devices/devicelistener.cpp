@@ -1,0 +1,6 @@
+#include "devicelistener.h"
+
+DeviceListener::DeviceListener(QObject* parent)
+    : QObject(parent)
+{
+}

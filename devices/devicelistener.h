@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+
+#include <QObject>
+
+#include "devicedetectorlistener.h"
+
+/// Turns a detector's reports into Qt signals, emitted on the detector's threads. Receivers on the GUI thread
+/// get them queued, in the order in which they were made. `size_t` is no meta-type: deviceEnumerationComplete
+/// can be connected directly only.
+class DeviceListener : public QObject, public DeviceDetectorListener
+{
+    Q_OBJECT
+
+public:
+    explicit DeviceListener(QObject* parent);
+
+Q_SIGNALS:
+    void deviceArrived(DeviceInstance* instance) override;
+    void deviceRemoved(DeviceInstance* instance) override;
+    void deviceHandleChanged(DeviceInstance* instance, void* oldHandle, void* newHandle) override;
+    void deviceEnumerationComplete(size_t count) override;
+};

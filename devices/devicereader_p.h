@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QByteArray>
+
+class AbstractHidDevice;
+
+/// Reads the firmware image stored in a device, as a reader callback of image inspection. Copies share the
+/// device.
+///
+/// The chip copies image bytes into a RAM buffer on request, in rows of 16 bytes that lie 0x1000 apart. One
+/// call delivers at most 32 bytes and blocks for 100 ms per row.
+class ReadDataHelper_FromDevice
+{
+public:
+    /// Asks the chip for its kind and the image for the size of its memory; blocks for several transfers.
+    explicit ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice);
+
+    /// Replaces @p data by the @p size bytes at image address @p address; of more than 32 only the first 32.
+    /// @return false where the range ends beyond the device's memory or a transfer fails.
+    bool operator()(QByteArray& data, unsigned int address, unsigned short size) const;
+
+private:
+    /// A chip address as the commands carry it.
+    struct Address
+    {
+        unsigned char low;
+        unsigned char high;
+    };
+
+    void copyToBuffer(unsigned int address, unsigned short size) const;
+    bool appendRow(QByteArray& data, Address row, int count) const;
+
+    std::shared_ptr<AbstractHidDevice> device;
+    Address mailboxAddress;
+    Address bufferAddress;
+    std::uint32_t capacity = 1; ///< image bytes that may be read
+};

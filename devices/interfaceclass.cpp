@@ -1,0 +1,171 @@
+#include "interfaceclass_p.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+#include <setupapi.h>
+extern "C" {
+#include <hidsdi.h>
+}
+
+namespace {
+
+// The record sizes of 32-bit Windows, which the system checks.
+static_assert(sizeof(void*) != 4 || sizeof(wchar_t) != 2 || sizeof(SP_DEVINFO_DATA) == 28);
+
+constexpr GUID noInterfaceClass = {};
+constexpr GUID usbDeviceInterfaceClass = {
+    0xA5DCBF10, 0x6530, 0x11D2, {0x90, 0x1F, 0x00, 0xC0, 0x4F, 0xB9, 0x51, 0xED}};
+
+constexpr std::size_t maxTextLength = 260; // device instance identifiers and the properties read here
+
+/// The present devices of one interface class.
+class DeviceInfoList
+{
+public:
+    explicit DeviceInfoList(const GUID& classGuid)
+        : list(SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE))
+    {
+    }
+    ~DeviceInfoList()
+    {
+        if (isValid())
+            SetupDiDestroyDeviceInfoList(list);
+    }
+    DeviceInfoList(const DeviceInfoList&) = delete;
+    DeviceInfoList& operator=(const DeviceInfoList&) = delete;
+
+    bool isValid() const { return list != INVALID_HANDLE_VALUE; }
+
+    bool device(DWORD index, SP_DEVINFO_DATA& data) const
+    {
+        data = {};
+        data.cbSize = sizeof(data);
+        return SetupDiEnumDeviceInfo(list, index, &data) != FALSE;
+    }
+
+    std::optional<std::wstring> instanceId(SP_DEVINFO_DATA& data) const
+    {
+        wchar_t text[maxTextLength] = {};
+        if (!SetupDiGetDeviceInstanceIdW(list, &data, text, maxTextLength, nullptr))
+            return std::nullopt;
+        return text;
+    }
+
+    /// A text property; of a list of texts the first.
+    std::optional<std::wstring> property(SP_DEVINFO_DATA& data, DWORD which) const
+    {
+        wchar_t text[maxTextLength + 1] = {}; // one more than is handed over: always ended
+        if (!SetupDiGetDeviceRegistryPropertyW(list, &data, which, nullptr, reinterpret_cast<BYTE*>(text),
+                                               maxTextLength * sizeof(wchar_t), nullptr))
+            return std::nullopt;
+        return text;
+    }
+
+private:
+    HDEVINFO list;
+};
+
+unsigned digitValue(wchar_t c)
+{
+    if (c >= L'0' && c <= L'9')
+        return static_cast<unsigned>(c - L'0');
+    if (c >= L'a' && c <= L'f')
+        return static_cast<unsigned>(c - L'a') + 10;
+    if (c >= L'A' && c <= L'F')
+        return static_cast<unsigned>(c - L'A') + 10;
+    return 0;
+}
+
+/// The up to four hexadecimal digits after @p key; 0 where the key is missing. A character that is no digit
+/// counts 0.
+std::uint16_t parseHexAfterKey(const std::wstring& text, std::wstring_view key)
+{
+    constexpr std::size_t digits = 4;
+    const std::size_t found = text.find(key);
+    if (found == std::wstring::npos)
+        return 0;
+    unsigned value = 0;
+    for (const wchar_t c : text.substr(found + key.size(), digits))
+        value = value * 16 + digitValue(c);
+    return static_cast<std::uint16_t>(value);
+}
+
+bool isOnUsbOrHid(const std::wstring& enumerator)
+{
+    const std::wstring name = toLowerAscii(enumerator);
+    return name == L"usb" || name == L"hid";
+}
+
+void readName(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DeviceInstance& device)
+{
+    if (const auto friendlyName = list.property(data, SPDRP_FRIENDLYNAME)) {
+        device.name = *friendlyName;
+        device.hasFriendlyName = true;
+    } else if (const auto description = list.property(data, SPDRP_DEVICEDESC)) {
+        device.name = *description;
+        device.hasFriendlyName = false;
+    }
+}
+
+} // namespace
+
+GUID interfaceClassGuid(InterfaceKind kind)
+{
+    if (kind == InterfaceKind::UsbDevice)
+        return usbDeviceInterfaceClass;
+    if (kind != InterfaceKind::Hid)
+        return noInterfaceClass;
+    GUID guid;
+    HidD_GetHidGuid(&guid);
+    return guid;
+}
+
+InterfaceKind interfaceKindOf(const GUID& guid)
+{
+    if (guid == interfaceClassGuid(InterfaceKind::Hid))
+        return InterfaceKind::Hid;
+    return guid == usbDeviceInterfaceClass ? InterfaceKind::UsbDevice : InterfaceKind::None;
+}
+
+std::wstring toLowerAscii(std::wstring text)
+{
+    for (wchar_t& c : text) {
+        if (c >= L'A' && c <= L'Z')
+            c = static_cast<wchar_t>(c - L'A' + L'a');
+    }
+    return text;
+}
+
+bool readDeviceProperties(const std::wstring& path, DeviceInstance& device, const GUID& classGuid)
+{
+    const DeviceInfoList list(classGuid);
+    if (!list.isValid())
+        return false;
+    std::wstring idPath = toLowerAscii(path);
+    std::replace(idPath.begin(), idPath.end(), L'#', L'\\');
+    device.vendorId = 0;
+    device.productId = 0;
+    SP_DEVINFO_DATA data;
+    for (DWORD index = 0; list.device(index, data); ++index) {
+        const auto instanceId = list.instanceId(data);
+        if (!instanceId || idPath.find(toLowerAscii(*instanceId)) == std::wstring::npos)
+            continue;
+        readName(list, data, device);
+        const auto hardwareId = list.property(data, SPDRP_HARDWAREID);
+        if (!hardwareId)
+            continue;
+        const auto enumerator = list.property(data, SPDRP_ENUMERATOR_NAME);
+        if (!enumerator || !isOnUsbOrHid(*enumerator))
+            continue;
+        const std::wstring id = toLowerAscii(*hardwareId);
+        device.vendorId = parseHexAfterKey(id, L"vid_");
+        device.productId = parseHexAfterKey(id, L"pid_");
+        break;
+    }
+    if (device.vendorId == 0 || device.productId == 0)
+        return false;
+    device.interfaceKind = interfaceKindOf(classGuid);
+    return true;
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include <windows.h>
+
+#include "deviceinstance.h"
+
+/// The class GUID of an interface kind; all zero for InterfaceKind::None.
+GUID interfaceClassGuid(InterfaceKind kind);
+
+/// The reverse; InterfaceKind::None for any other GUID.
+InterfaceKind interfaceKindOf(const GUID& guid);
+
+/// @p text with its ASCII letters in lower case, as interface paths are compared.
+std::wstring toLowerAscii(std::wstring text);
+
+/// Looks up the present device of class @p classGuid whose interface has @p path and fills in its identity
+/// and name.
+/// @return false when there is none, its properties cannot be read, it does not hang on USB or HID, or either
+///         identifier is 0.
+[[nodiscard]] bool readDeviceProperties(const std::wstring& path, DeviceInstance& device,
+                                        const GUID& classGuid);

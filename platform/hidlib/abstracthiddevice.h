@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+class HidDeviceDescriptor;
+
+/// One HID device (top-level collection) and its feature reports.
+///
+/// Reports are byte vectors whose byte 0 is the report ID; every length counts it. Windows moves feature
+/// reports in buffers of at least the device's feature report length (HIDP_CAPS::FeatureReportByteLength) and
+/// silently cuts what is longer. Here a shorter vector travels in a zero-padded buffer of that length, an
+/// answer is cut back to the length asked for, and a longer vector is refused. With a feature report length
+/// of 264, a 64-byte vector is sent as 264 bytes, of which the last 200 are 0.
+///
+/// One thread at a time may use a device; the transfers block it.
+class AbstractHidDevice
+{
+public:
+    virtual ~AbstractHidDevice() = default;
+
+    /// Wraps a device handle that is already open, and owns it from then on.
+    static AbstractHidDevice* create(void* handle, const HidDeviceDescriptor& descriptor);
+
+    /// A closed device, to be opened with open(). The caller owns it.
+    static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);
+
+    /// Opens the device that the descriptor names.
+    /// @param access  bit 0 read, bit 1 write.
+    /// @param share   bit 0 others may read, bit 1 others may write; 0 is exclusive.
+    /// @return whether it is open now; false also when it was open before.
+    virtual bool open(int access, int share) = 0;
+
+    /// Closes the device; nothing where it is not open.
+    virtual void close() = 0;
+
+    virtual bool isOpen() const = 0;
+
+    /// Top-level usage page (HID Usage Tables), 0xFF00 to 0xFFFF being vendor-defined; 0 where it cannot be
+    /// read.
+    virtual int usagePage() = 0;
+
+    /// Sends @p report as one feature report.
+    /// @return false when the device is not open, is gone or refuses, or the report is empty or too long for
+    /// it.
+    virtual bool setFeatureBlocking(std::vector<unsigned char>* report) = 0;
+
+    /// Reads one feature report into @p report.
+    /// @param report  on entry as long as the answer wanted, byte 0 the report ID; on success the answer,
+    /// same length.
+    /// @return false when the device is not open, is gone, refuses or answers with fewer bytes, or the answer
+    /// wanted
+    ///         is empty or too long for the device; @p report is then unspecified but keeps its length.
+    virtual bool getFeatureBlocking(std::vector<unsigned char>* report) = 0;
+
+    /// A zeroed buffer as long as the device's longest report of a kind; empty where it has none. The caller
+    /// owns it.
+    /// @param reportKind  as HIDP_REPORT_TYPE: 0 input, 1 output, 2 feature.
+    virtual std::vector<unsigned char>* createReportBuffer(int reportKind) = 0;
+};

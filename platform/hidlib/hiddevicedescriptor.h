@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+/// How the system names a HID device.
+class HidDescriptorHandleBase
+{
+public:
+    virtual ~HidDescriptorHandleBase() = default;
+
+    /// The string that opens the device; empty where there is none.
+    virtual std::wstring path() const = 0;
+};
+
+/// A device named by its Windows device interface path.
+class WindowsDeviceDescriptorHandle : public HidDescriptorHandleBase
+{
+public:
+    explicit WindowsDeviceDescriptorHandle(std::wstring interfacePath)
+        : devicePath(std::move(interfacePath))
+    {
+    }
+
+    std::wstring path() const override { return devicePath; }
+
+private:
+    std::wstring devicePath;
+};
+
+/// Names the device that an AbstractHidDevice is made for. A default-constructed one names none; it serves
+/// for a device whose handle is open already.
+class HidDeviceDescriptor
+{
+public:
+    HidDeviceDescriptor() = default;
+    explicit HidDeviceDescriptor(std::shared_ptr<HidDescriptorHandleBase> descriptorHandle)
+        : handle(std::move(descriptorHandle))
+    {
+    }
+
+    std::wstring path() const { return handle ? handle->path() : std::wstring(); }
+
+private:
+    std::shared_ptr<HidDescriptorHandleBase> handle;
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+#include "clock.h"
+#include "devicetree.h"
+
+/// A device tree made of nodes that a test or the bench plugs in and out.
+class SimulatedDeviceTree : public DeviceTree
+{
+public:
+    explicit SimulatedDeviceTree(Clock& clock);
+    ~SimulatedDeviceTree() override;
+
+    // How to script it. Events are reported one at a time, in the order in which they were made.
+
+    /// Plugs a node in. A node whose path is present already is not taken a second time.
+    void plug(DeviceNode node);
+    /// Pulls the node with the given interface path out, however many files are open on it.
+    void unplug(const std::wstring& path);
+    /// Asks the users of the node, then removes it unless a file is still open on it.
+    /// @return whether it was removed.
+    bool requestRemoval(const std::wstring& path);
+    /// While set, drivers are being installed.
+    void setInstallationPending(bool pending);
+    /// Makes the next @p count attempts to open @p path fail with @p error.
+    void refuseOpen(const std::wstring& path, DWORD error, int count);
+    /// Reports a node's arrival or removal once more, as a hub that hiccups does.
+    void repeatArrival(const std::wstring& path);
+
+    // What it recorded.
+
+    struct Opening
+    {
+        std::wstring path;
+        DWORD access;
+        DWORD share;
+        DWORD error; ///< 0: opened
+    };
+    std::vector<Opening> openings() const; ///< every attempt, in order
+    std::size_t openFileCount() const;     ///< files not closed yet
+
+    // What it serves.
+
+    std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass) override;
+    std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
+                                     DWORD& error) override;
+    bool waitInstallationSettled(DWORD timeoutMs) override;
+    void observe(const std::shared_ptr<DeviceTreeObserver>& observer) override;
+
+private:
+    struct State;
+    class File;
+
+    template <typename Report>
+    void reportToObservers(Report report);
+
+    std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
+};

@@ -1,0 +1,304 @@
+// Errors, handles, events, threads, waiting, time, memory, modules, device files.
+
+#include <windows.h>
+
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "currentthread.h"
+#include "file.h"
+#include "handletable.h"
+#include "machine.h"
+#include "waitable.h"
+
+namespace {
+
+thread_local DWORD lastError = ERROR_SUCCESS;
+
+struct WaitingRoom
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+};
+
+WaitingRoom& waitingRoom()
+{
+    static auto* const room = new WaitingRoom; // outlives every thread
+    return *room;
+}
+
+class EventObject : public Waitable
+{
+public:
+    EventObject(bool isManualReset, bool initiallySignalled)
+        : manualReset(isManualReset)
+        , signalled(initiallySignalled)
+    {
+    }
+
+    bool isSignalled() const override { return signalled; }
+
+    void consume() override
+    {
+        if (!manualReset)
+            signalled = false;
+    }
+
+    void set()
+    {
+        {
+            const std::lock_guard<std::mutex> guard(waitingRoom().mutex);
+            signalled = true;
+        }
+        waitingRoom().changed.notify_all();
+    }
+
+private:
+    const bool manualReset;
+    bool signalled;
+};
+
+class ThreadObject : public Waitable
+{
+public:
+    ~ThreadObject() override
+    {
+        if (thread.joinable())
+            thread.detach();
+    }
+
+    bool isSignalled() const override { return ended; }
+
+    void waitEnded() override
+    {
+        const std::lock_guard<std::mutex> guard(joining);
+        if (thread.joinable())
+            thread.join();
+    }
+
+    void run(LPTHREAD_START_ROUTINE start, LPVOID parameter)
+    {
+        start(parameter);
+        {
+            const std::lock_guard<std::mutex> guard(waitingRoom().mutex);
+            ended = true;
+        }
+        waitingRoom().changed.notify_all();
+    }
+
+    std::thread thread;
+
+private:
+    std::mutex joining;
+    bool ended = false;
+};
+
+class ModuleObject : public HandleObject
+{
+};
+
+/// Waits until @p condition holds, which is asked with the waiting lock held.
+template <typename Condition>
+bool waitUntil(DWORD timeoutMs, Condition condition)
+{
+    std::unique_lock<std::mutex> lock(waitingRoom().mutex);
+    if (condition())
+        return true;
+    if (timeoutMs == 0)
+        return false;
+    if (timeoutMs != INFINITE)
+        return currentMachine().clock().waitFor(lock, waitingRoom().changed, timeoutMs, condition);
+    waitingRoom().changed.wait(lock, condition);
+    return true;
+}
+
+} // namespace
+
+DWORD WINAPI GetLastError()
+{
+    return lastError;
+}
+
+void WINAPI SetLastError(DWORD error)
+{
+    lastError = error;
+}
+
+BOOL WINAPI CloseHandle(HANDLE object)
+{
+    return HandleTable::take<KernelObject>(object) != nullptr;
+}
+
+HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initialState, LPCWSTR name)
+{
+    if (name) {
+        SetLastError(ERROR_INVALID_PARAMETER); // named events are not modelled
+        return nullptr;
+    }
+    return HandleTable::add(std::make_shared<EventObject>(manualReset != FALSE, initialState != FALSE));
+}
+
+BOOL WINAPI SetEvent(HANDLE event)
+{
+    const auto object = HandleTable::get<EventObject>(event);
+    if (!object)
+        return FALSE;
+    object->set();
+    return TRUE;
+}
+
+HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE start, LPVOID parameter,
+                           DWORD creationFlags, LPDWORD threadId)
+{
+    if (creationFlags != 0) {
+        SetLastError(ERROR_INVALID_PARAMETER); // suspended threads are not modelled
+        return nullptr;
+    }
+    const auto object = std::make_shared<ThreadObject>();
+    const DWORD id = CurrentThread::nextId();
+    if (threadId)
+        *threadId = id;
+    try {
+        object->thread = std::thread([object, id, start, parameter] {
+            CurrentThread::adopt(id);
+            object->run(start, parameter);
+        });
+    } catch (const std::system_error&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return HandleTable::add(object);
+}
+
+DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD timeoutMs)
+{
+    return WaitForMultipleObjects(1, &handle, FALSE, timeoutMs);
+}
+
+DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs)
+{
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1)) {
+        SetLastError(ERROR_INVALID_PARAMETER); // waiting for all is not modelled
+        return WAIT_FAILED;
+    }
+    std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
+    for (DWORD i = 0; i < count; ++i) {
+        objects[i] = HandleTable::get<Waitable>(handles[i]);
+        if (!objects[i])
+            return WAIT_FAILED;
+    }
+    DWORD index = 0;
+    const auto satisfied = [&] {
+        for (index = 0; index < count; ++index) {
+            if (objects[index]->isSignalled()) {
+                objects[index]->consume();
+                return true;
+            }
+        }
+        return false;
+    };
+    if (!waitUntil(timeoutMs, satisfied))
+        return WAIT_TIMEOUT;
+    objects[index]->waitEnded();
+    return WAIT_OBJECT_0 + index;
+}
+
+void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section)
+{
+    *section = {};
+    section->LockSemaphore = new std::recursive_mutex;
+}
+
+void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section)
+{
+    static_cast<std::recursive_mutex*>(section->LockSemaphore)->lock();
+}
+
+void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section)
+{
+    static_cast<std::recursive_mutex*>(section->LockSemaphore)->unlock();
+}
+
+void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section)
+{
+    delete static_cast<std::recursive_mutex*>(section->LockSemaphore);
+    *section = {};
+}
+
+void WINAPI Sleep(DWORD milliseconds)
+{
+    currentMachine().clock().sleep(milliseconds);
+}
+
+DWORD WINAPI GetTickCount()
+{
+    return currentMachine().clock().tickCount();
+}
+
+HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes)
+{
+    void* const memory = flags & LMEM_ZEROINIT ? std::calloc(1, bytes) : std::malloc(bytes);
+    if (!memory)
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return memory;
+}
+
+HLOCAL WINAPI LocalFree(HLOCAL memory)
+{
+    std::free(memory);
+    return nullptr;
+}
+
+HMODULE WINAPI GetModuleHandleW(LPCWSTR moduleName)
+{
+    static int program;
+    if (!moduleName)
+        return reinterpret_cast<HMODULE>(&program);
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+HMODULE WINAPI LoadLibraryW(LPCWSTR fileName)
+{
+    if (wcscasecmp(fileName, L"kernel32.dll") != 0) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    return static_cast<HMODULE>(HandleTable::add(std::make_shared<ModuleObject>()));
+}
+
+BOOL WINAPI FreeLibrary(HMODULE module)
+{
+    return HandleTable::take<ModuleObject>(module) != nullptr;
+}
+
+FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
+{
+    if (!HandleTable::get<ModuleObject>(module))
+        return nullptr;
+    if (std::strcmp(name, "IsWow64Process") == 0)
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(&IsWow64Process));
+    SetLastError(ERROR_PROC_NOT_FOUND);
+    return nullptr;
+}
+
+HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode, LPSECURITY_ATTRIBUTES,
+                          DWORD creationDisposition, DWORD, HANDLE)
+{
+    if (creationDisposition != OPEN_EXISTING) {
+        SetLastError(ERROR_INVALID_PARAMETER); // devices are never created
+        return INVALID_HANDLE_VALUE;
+    }
+    DWORD error = ERROR_SUCCESS;
+    auto file = currentMachine().deviceTree().open(fileName, desiredAccess, shareMode, error);
+    if (!file) {
+        SetLastError(error);
+        return INVALID_HANDLE_VALUE;
+    }
+    return HandleTable::add(std::make_shared<FileObject>(std::move(file)));
+}

@@ -1,0 +1,139 @@
+#include "messagequeue.h"
+
+#include <atomic>
+#include <map>
+
+#include "currentthread.h"
+
+namespace {
+
+struct Registry
+{
+    std::mutex mutex;
+    std::map<DWORD, std::weak_ptr<MessageQueue>> queues;
+};
+
+Registry& registry()
+{
+    static auto* const instance = new Registry; // outlives every thread
+    return *instance;
+}
+
+/// What a thread owns; the thread's end closes its queue.
+struct ThreadState
+{
+    DWORD id = 0;
+    std::shared_ptr<MessageQueue> queue;
+
+    ~ThreadState()
+    {
+        if (!queue)
+            return;
+        queue->close();
+        const std::lock_guard<std::mutex> guard(registry().mutex);
+        registry().queues.erase(id);
+    }
+};
+
+thread_local ThreadState thisThread;
+
+} // namespace
+
+DWORD CurrentThread::id()
+{
+    if (thisThread.id == 0)
+        thisThread.id = nextId();
+    return thisThread.id;
+}
+
+DWORD CurrentThread::nextId()
+{
+    static std::atomic<DWORD> last{0};
+    return ++last;
+}
+
+void CurrentThread::adopt(DWORD id)
+{
+    thisThread.id = id;
+}
+
+std::shared_ptr<MessageQueue> MessageQueue::ofCurrentThread()
+{
+    if (!thisThread.queue) {
+        thisThread.queue = std::make_shared<MessageQueue>();
+        const DWORD id = CurrentThread::id();
+        const std::lock_guard<std::mutex> guard(registry().mutex);
+        registry().queues[id] = thisThread.queue;
+    }
+    return thisThread.queue;
+}
+
+std::shared_ptr<MessageQueue> MessageQueue::ofThread(DWORD threadId)
+{
+    const std::lock_guard<std::mutex> guard(registry().mutex);
+    const auto it = registry().queues.find(threadId);
+    return it == registry().queues.end() ? nullptr : it->second.lock();
+}
+
+void MessageQueue::post(const MSG& message)
+{
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        posted.push_back(message);
+    }
+    changed.notify_all();
+}
+
+std::future<void> MessageQueue::send(SentMessage message)
+{
+    auto handled = message.handled.get_future();
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        if (closed) {
+            message.handled.set_value();
+            return handled;
+        }
+        sent.push_back(std::move(message));
+    }
+    changed.notify_all();
+    return handled;
+}
+
+MSG MessageQueue::next()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    for (;;) {
+        changed.wait(lock, [this] { return !sent.empty() || !posted.empty(); });
+        if (sent.empty()) {
+            const MSG message = posted.front();
+            posted.pop_front();
+            return message;
+        }
+        SentMessage message = std::move(sent.front());
+        sent.pop_front();
+        lock.unlock();
+        handle(message);
+        lock.lock();
+    }
+}
+
+void MessageQueue::close()
+{
+    std::deque<SentMessage> unhandled;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        closed = true;
+        unhandled.swap(sent);
+    }
+    for (SentMessage& message : unhandled)
+        message.handled.set_value();
+}
+
+void MessageQueue::handle(SentMessage& message)
+{
+    if (const auto window = HandleTable::get<WindowObject>(message.window)) {
+        const auto lParam = reinterpret_cast<LPARAM>(message.data.data());
+        window->procedure(message.window, message.message, message.wParam, lParam);
+    }
+    message.handled.set_value();
+}

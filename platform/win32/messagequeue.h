@@ -1,0 +1,66 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <windows.h>
+
+#include "handletable.h"
+
+/// A message that another thread sends to a window; it is handled inside the receiver's GetMessageW.
+struct SentMessage
+{
+    HWND window = nullptr;
+    UINT message = 0;
+    WPARAM wParam = 0;
+    std::vector<std::uint8_t> data; ///< what lParam points to
+    std::promise<void> handled;
+};
+
+/// The messages of one thread.
+class MessageQueue
+{
+public:
+    /// The calling thread's queue, made on first use.
+    static std::shared_ptr<MessageQueue> ofCurrentThread();
+    /// Null where that thread has none or has ended.
+    static std::shared_ptr<MessageQueue> ofThread(DWORD threadId);
+
+    void post(const MSG& message);
+    /// The result becomes ready when the message was handled or never will be.
+    std::future<void> send(SentMessage message);
+    /// Handles sent messages until a posted one is there.
+    MSG next();
+    /// The thread has ended: nothing is taken any more.
+    void close();
+
+private:
+    void handle(SentMessage& message);
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<MSG> posted;
+    std::deque<SentMessage> sent;
+    bool closed = false;
+};
+
+/// A hidden top-level window.
+class WindowObject : public HandleObject
+{
+public:
+    WindowObject(const WNDCLASSW& windowClass, std::shared_ptr<MessageQueue> ownersQueue)
+        : procedure(windowClass.lpfnWndProc)
+        , storage(static_cast<std::size_t>(windowClass.cbWndExtra))
+        , queue(std::move(ownersQueue))
+    {
+    }
+
+    const WNDPROC procedure;
+    std::vector<std::uint8_t> storage; ///< touched by the owning thread only
+    const std::shared_ptr<MessageQueue> queue;
+};

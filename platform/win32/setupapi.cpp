@@ -1,0 +1,205 @@
+// Device enumeration, and the configuration manager's wait.
+
+#include <setupapi.h>
+
+#include <cfgmgr32.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "handletable.h"
+#include "machine.h"
+
+namespace {
+
+/// The nodes that were present when the set was made. An element's number plus 1 stands in its data records.
+class DeviceSet : public HandleObject
+{
+public:
+    DeviceSet(const GUID& guid, std::vector<std::shared_ptr<const DeviceNode>> presentNodes)
+        : interfaceClass(guid)
+        , nodes(std::move(presentNodes))
+    {
+    }
+
+    const DeviceNode* element(ULONG_PTR number) const
+    {
+        if (number == 0 || number > nodes.size()) {
+            SetLastError(ERROR_INVALID_PARAMETER);
+            return nullptr;
+        }
+        return nodes[number - 1].get();
+    }
+
+    const GUID interfaceClass;
+    const std::vector<std::shared_ptr<const DeviceNode>> nodes;
+};
+
+BOOL fail(DWORD error)
+{
+    SetLastError(error);
+    return FALSE;
+}
+
+/// The node that @p device names in @p set; null with the last error set.
+const DeviceNode* nodeOf(const DeviceSet* set, const SP_DEVINFO_DATA* device)
+{
+    if (!set)
+        return nullptr;
+    if (!device || device->cbSize != sizeof(*device)) {
+        SetLastError(ERROR_INVALID_USER_BUFFER);
+        return nullptr;
+    }
+    return set->element(device->Reserved);
+}
+
+void fillDevice(SP_DEVINFO_DATA& device, DWORD index)
+{
+    device.ClassGuid = {};
+    device.DevInst = index + 1;
+    device.Reserved = index + 1;
+}
+
+/// Copies a text with its terminator, if it fits.
+BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes, DWORD* required,
+              std::size_t unit)
+{
+    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    if (required)
+        *required = static_cast<DWORD>(bytes / unit);
+    if (bytes > bufferBytes)
+        return fail(ERROR_INSUFFICIENT_BUFFER);
+    std::memcpy(buffer, text.c_str(), bytes);
+    return TRUE;
+}
+
+/// The value of a registry property, empty where the node does not have it. Several strings are each ended by
+/// a null; copying adds the last one.
+std::wstring propertyOf(const DeviceNode& node, DWORD property)
+{
+    switch (property) {
+    case SPDRP_FRIENDLYNAME:
+        return node.friendlyName;
+    case SPDRP_DEVICEDESC:
+        return node.description;
+    case SPDRP_ENUMERATOR_NAME:
+        return node.enumerator;
+    case SPDRP_HARDWAREID: {
+        std::wstring list;
+        for (const std::wstring& id : node.hardwareIds)
+            list.append(id).push_back(L'\0');
+        return list;
+    }
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* classGuid, LPCWSTR enumerator, HWND, DWORD flags)
+{
+    if (!classGuid || enumerator || flags != (DIGCF_PRESENT | DIGCF_DEVICEINTERFACE)) {
+        SetLastError(ERROR_INVALID_PARAMETER); // other kinds of set are not modelled
+        return INVALID_HANDLE_VALUE;
+    }
+    return HandleTable::add(
+        std::make_shared<DeviceSet>(*classGuid, currentMachine().deviceTree().presentNodes(*classGuid)));
+}
+
+BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO handle, PSP_DEVINFO_DATA device,
+                                        const GUID* interfaceClassGuid, DWORD index,
+                                        PSP_DEVICE_INTERFACE_DATA interfaceData)
+{
+    const auto set = HandleTable::get<DeviceSet>(handle);
+    if (!set)
+        return FALSE;
+    if (device)
+        return fail(ERROR_INVALID_PARAMETER); // the interfaces of one device are not modelled
+    if (!interfaceData || interfaceData->cbSize != sizeof(*interfaceData))
+        return fail(ERROR_INVALID_USER_BUFFER);
+    if (index >= set->nodes.size() || *interfaceClassGuid != set->interfaceClass)
+        return fail(ERROR_NO_MORE_ITEMS);
+    interfaceData->InterfaceClassGuid = set->interfaceClass;
+    interfaceData->Flags = 0;
+    interfaceData->Reserved = index + 1;
+    return TRUE;
+}
+
+BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFACE_DATA interfaceData,
+                                             PSP_DEVICE_INTERFACE_DETAIL_DATA_W detail, DWORD detailSize,
+                                             PDWORD requiredSize, PSP_DEVINFO_DATA device)
+{
+    const auto set = HandleTable::get<DeviceSet>(handle);
+    if (!set)
+        return FALSE;
+    if (!interfaceData || interfaceData->cbSize != sizeof(*interfaceData) ||
+        (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
+        return fail(ERROR_INVALID_USER_BUFFER);
+    const DeviceNode* const node = set->element(interfaceData->Reserved);
+    if (!node)
+        return FALSE;
+    const std::size_t pathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
+    const std::size_t bytes = pathOffset + (node->interfacePath.size() + 1) * sizeof(wchar_t);
+    if (requiredSize)
+        *requiredSize = static_cast<DWORD>(bytes);
+    if (detailSize < bytes)
+        return fail(ERROR_INSUFFICIENT_BUFFER);
+    std::memcpy(reinterpret_cast<std::uint8_t*>(detail) + pathOffset, node->interfacePath.c_str(),
+                bytes - pathOffset);
+    if (device)
+        fillDevice(*device, static_cast<DWORD>(interfaceData->Reserved - 1));
+    return TRUE;
+}
+
+BOOL WINAPI SetupDiEnumDeviceInfo(HDEVINFO handle, DWORD index, PSP_DEVINFO_DATA device)
+{
+    const auto set = HandleTable::get<DeviceSet>(handle);
+    if (!set)
+        return FALSE;
+    if (!device || device->cbSize != sizeof(*device))
+        return fail(ERROR_INVALID_USER_BUFFER);
+    if (index >= set->nodes.size())
+        return fail(ERROR_NO_MORE_ITEMS);
+    fillDevice(*device, index);
+    return TRUE;
+}
+
+BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device, LPWSTR instanceId,
+                                        DWORD instanceIdSize, PDWORD requiredSize)
+{
+    const auto set = HandleTable::get<DeviceSet>(handle);
+    const DeviceNode* const node = nodeOf(set.get(), device);
+    return node && copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
+                            sizeof(wchar_t));
+}
+
+BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA device, DWORD property,
+                                              PDWORD propertyRegDataType, PBYTE buffer, DWORD bufferSize,
+                                              PDWORD requiredSize)
+{
+    constexpr DWORD regSz = 1;
+    constexpr DWORD regMultiSz = 7;
+    const auto set = HandleTable::get<DeviceSet>(handle);
+    const DeviceNode* const node = nodeOf(set.get(), device);
+    if (!node)
+        return FALSE;
+    const std::wstring value = propertyOf(*node, property);
+    if (value.empty())
+        return fail(ERROR_INVALID_DATA);
+    if (propertyRegDataType)
+        *propertyRegDataType = property == SPDRP_HARDWAREID ? regMultiSz : regSz;
+    return copyText(value, buffer, bufferSize, requiredSize, 1);
+}
+
+BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO handle)
+{
+    return HandleTable::take<DeviceSet>(handle) != nullptr;
+}
+
+DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs)
+{
+    return currentMachine().deviceTree().waitInstallationSettled(timeoutMs) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+}

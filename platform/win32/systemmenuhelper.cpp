@@ -1,0 +1,122 @@
+// Shows a window's system menu where the desktop has none: on Alt+Space, and on a right click on the window's
+// status bar or, while that is hidden, on its free area. The choice reaches the window as WM_SYSCOMMAND does
+// on Windows.
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPointer>
+#include <QStatusBar>
+#include <QWidget>
+
+#include "systemmenu.h"
+
+namespace {
+
+HWND handleOf(const QWidget* window)
+{
+    return reinterpret_cast<HWND>(window->internalWinId());
+}
+
+/// QWidget::nativeEvent is protected; a pointer to it, named through a derived class, is not.
+struct NativeEvents : QWidget
+{
+    static bool deliver(QWidget* window, MSG& message)
+    {
+        long result = 0;
+        return (window->*&NativeEvents::nativeEvent)(QByteArrayLiteral("windows_generic_MSG"), &message,
+                                                     &result);
+    }
+};
+
+void choose(QWidget* window, UINT command)
+{
+    MSG message = {};
+    message.hwnd = handleOf(window);
+    message.message = WM_SYSCOMMAND;
+    message.wParam = command;
+    if (NativeEvents::deliver(window, message))
+        return;
+    switch (command) {
+    case SC_CLOSE:
+        window->close();
+        break;
+    case SC_MINIMIZE:
+        window->showMinimized();
+        break;
+    case SC_RESTORE:
+        window->showNormal();
+        break;
+    default:
+        break; // moving and sizing are the desktop's own business
+    }
+}
+
+class SystemMenuHelper : public QObject
+{
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        auto* const widget = qobject_cast<QWidget*>(watched);
+        if (!widget)
+            return false;
+        QWidget* const window = widget->window();
+        if (!window->internalWinId() || !SystemMenu::exists(handleOf(window)))
+            return false;
+        switch (event->type()) {
+        case QEvent::Show:
+            if (widget == window)
+                forgetWith(window);
+            return false;
+        case QEvent::KeyPress: {
+            const auto* const key = static_cast<QKeyEvent*>(event);
+            if (key->key() != Qt::Key_Space || key->modifiers() != Qt::AltModifier)
+                return false;
+            popUp(window, window->mapToGlobal(QPoint(0, 0)));
+            return true;
+        }
+        case QEvent::ContextMenu:
+            if (!qobject_cast<QStatusBar*>(widget) && widget != window)
+                return false;
+            popUp(window, static_cast<QContextMenuEvent*>(event)->globalPos());
+            return true;
+        default:
+            return false;
+        }
+    }
+
+private:
+    void forgetWith(QWidget* window)
+    {
+        const HWND handle = handleOf(window);
+        connect(window, &QObject::destroyed, this, [handle] { SystemMenu::forget(handle); });
+    }
+
+    static void popUp(QWidget* window, const QPoint& position)
+    {
+        auto* const menu = new QMenu(window);
+        menu->setObjectName(QStringLiteral("systemMenu"));
+        menu->setAttribute(Qt::WA_DeleteOnClose);
+        for (const SystemMenu::Item& item : SystemMenu::items(handleOf(window))) {
+            if (item.id == 0) {
+                menu->addSeparator();
+                continue;
+            }
+            const UINT command = item.id;
+            connect(menu->addAction(QString::fromStdWString(item.text)), &QAction::triggered, window,
+                    [window, command] { choose(window, command); });
+        }
+        menu->popup(position);
+    }
+};
+
+void install()
+{
+    qApp->installEventFilter(new SystemMenuHelper(qApp));
+}
+
+Q_COREAPP_STARTUP_FUNCTION(install)
+
+} // namespace

@@ -1,0 +1,134 @@
+// Processes.
+
+#include <tlhelp32.h>
+
+#include <psapi.h>
+
+#include <algorithm>
+#include <cwchar>
+#include <vector>
+
+#include "handletable.h"
+#include "machine.h"
+
+namespace {
+
+class SnapshotObject : public KernelObject
+{
+public:
+    explicit SnapshotObject(std::vector<ProcessEntry> processEntries)
+        : entries(std::move(processEntries))
+    {
+    }
+
+    const std::vector<ProcessEntry> entries;
+    std::size_t next = 0;
+};
+
+class ProcessObject : public KernelObject
+{
+public:
+    explicit ProcessObject(DWORD processId)
+        : id(processId)
+    {
+    }
+
+    const DWORD id;
+};
+
+HANDLE currentProcessHandle()
+{
+    return INVALID_HANDLE_VALUE; // the same number, as on Windows
+}
+
+void copyTruncated(const std::wstring& text, wchar_t* buffer, std::size_t size)
+{
+    const std::size_t length = std::min(text.size(), size - 1);
+    std::wmemcpy(buffer, text.c_str(), length);
+    buffer[length] = L'\0';
+}
+
+} // namespace
+
+HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
+{
+    if (flags != TH32CS_SNAPPROCESS) {
+        SetLastError(ERROR_INVALID_PARAMETER); // other snapshots are not modelled
+        return INVALID_HANDLE_VALUE;
+    }
+    return HandleTable::add(std::make_shared<SnapshotObject>(currentMachine().processTable().snapshot()));
+}
+
+BOOL WINAPI Process32FirstW(HANDLE handle, LPPROCESSENTRY32W entry)
+{
+    const auto snapshot = HandleTable::get<SnapshotObject>(handle);
+    if (!snapshot)
+        return FALSE;
+    snapshot->next = 0;
+    return Process32NextW(handle, entry);
+}
+
+BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
+{
+    const auto snapshot = HandleTable::get<SnapshotObject>(handle);
+    if (!snapshot)
+        return FALSE;
+    if (entry->dwSize != sizeof(*entry)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    if (snapshot->next >= snapshot->entries.size()) {
+        SetLastError(ERROR_NO_MORE_FILES);
+        return FALSE;
+    }
+    const ProcessEntry& process = snapshot->entries[snapshot->next++];
+    *entry = {};
+    entry->dwSize = sizeof(*entry);
+    entry->th32ProcessID = process.id;
+    entry->th32ParentProcessID = process.parentId;
+    copyTruncated(process.executable, entry->szExeFile, MAX_PATH);
+    return TRUE;
+}
+
+HANDLE WINAPI GetCurrentProcess()
+{
+    return currentProcessHandle();
+}
+
+DWORD WINAPI GetCurrentProcessId()
+{
+    return currentMachine().processTable().currentId();
+}
+
+HANDLE WINAPI OpenProcess(DWORD, BOOL, DWORD processId)
+{
+    if (!currentMachine().processTable().exists(processId)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return HandleTable::add(std::make_shared<ProcessObject>(processId));
+}
+
+DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileName, DWORD size)
+{
+    const auto process = HandleTable::get<ProcessObject>(handle);
+    if (!process)
+        return 0;
+    const std::wstring path = currentMachine().processTable().imagePath(process->id);
+    if (path.empty() || module || size == 0) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return 0;
+    }
+    copyTruncated(path, fileName, size);
+    return static_cast<DWORD>(std::wcslen(fileName));
+}
+
+BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process)
+{
+    if (process != currentProcessHandle()) {
+        SetLastError(ERROR_INVALID_HANDLE); // other processes are not modelled
+        return FALSE;
+    }
+    *wow64Process = currentMachine().processTable().isWow64();
+    return TRUE;
+}

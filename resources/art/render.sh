@@ -1,0 +1,35 @@
+#!/bin/sh
+# Renders the drawings of this folder to the pictures that are compiled into the program. Each picture also gets
+# a variant of twice the size ("@2x"), which Qt takes on screens with two device pixels per pixel.
+# Run it after changing a drawing and commit the results.
+set -eu
+cd "$(dirname "$0")"
+
+if ! command -v rsvg-convert >/dev/null; then
+    echo "render.sh needs rsvg-convert (Debian package librsvg2-bin)." >&2
+    exit 1
+fi
+
+generated=
+trap 'rm -f $generated' EXIT
+
+render() { # drawing, picture without its suffix
+    rsvg-convert --zoom 1 "$1" --output "$2.png"
+    rsvg-convert --zoom 2 "$1" --output "$2@2x.png"
+}
+
+render_scene() { # scene, generation in lower case, generation
+    drawing="generated-$2-$1.svg"
+    generated="$generated $drawing"
+    sed "s/GENERATION/$2/g" "$1.svg" >"$drawing"
+    render "$drawing" "../images/$3-$1"
+}
+
+mkdir -p ../images ../icons
+rsvg-convert logo.svg --output ../MarovexLogo.png
+render doneandnext.svg ../icons/doneandnext
+render process-stop.svg ../icons/process-stop
+for scene in startscreen pairinginstructions; do
+    render_scene "$scene" vynt1 VYNT1
+    render_scene "$scene" vynt2 VYNT2
+done
