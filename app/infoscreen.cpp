@@ -1,10 +1,23 @@
 #include "infoscreen.h"
 
+#include <QIcon>
 #include <QPixmap>
 
 #include "ui_infoscreen.h"
 
-InfoScreen::InfoScreen(QWidget* parent) : QWidget(parent), ui(std::make_unique<Ui::InfoScreenClass>())
+namespace {
+
+/// Only an icon takes the "@2x" variant on a dense screen; it then has more pixels than it fills on the page.
+QPixmap pixmapForScreen(const QString& path)
+{
+    return QIcon(path).pixmap(QPixmap(path).size());
+}
+
+} // namespace
+
+InfoScreen::InfoScreen(QWidget* parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::InfoScreenClass>())
 {
     ui->setupUi(this);
     titleTemplate = ui->title->text();
@@ -21,9 +34,15 @@ InfoScreen::InfoScreen(QWidget* parent) : QWidget(parent), ui(std::make_unique<U
 
 InfoScreen::~InfoScreen() = default;
 
-QPointer<QPushButton> InfoScreen::backButton() const { return ui->backButton; }
+QPointer<QPushButton> InfoScreen::backButton() const
+{
+    return ui->backButton;
+}
 
-QPointer<QPushButton> InfoScreen::closeButton() const { return ui->closeButton; }
+QPointer<QPushButton> InfoScreen::closeButton() const
+{
+    return ui->closeButton;
+}
 
 void InfoScreen::setDeviceName(const QString& name)
 {
@@ -51,13 +70,12 @@ void InfoScreen::setImage(const QString& path)
     }
 
     ui->image->show();
-    QPixmap picture(path);
+    QPixmap picture = pixmapForScreen(path);
     const QMargins margins = ui->verticalLayout->contentsMargins();
-    // A picture for a dense screen has more pixels than it fills on the page.
     const int availablePixels =
         qRound((width() - margins.left() - margins.right()) * picture.devicePixelRatio());
     if (picture.width() > availablePixels)
-        picture = picture.scaled(availablePixels, picture.height(), Qt::KeepAspectRatio,
-                                 Qt::SmoothTransformation);
+        picture =
+            picture.scaled(availablePixels, picture.height(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
     ui->image->setPixmap(picture);
 }

@@ -11,8 +11,9 @@ namespace Ui {
 class InfoScreenClass;
 }
 
-/// A full-window page: a title naming the product generation, a text, an optional picture and the buttons Back
-/// and Close. It holds no logic; whoever shows it sets everything, shows the buttons wanted and connects to them.
+/// A full-window page: a title naming the product generation, a text, an optional picture and the buttons
+/// Back and Close. It holds no logic; whoever shows it sets everything, shows the buttons wanted and connects
+/// to them.
 class InfoScreen : public QWidget
 {
 public:
@@ -29,8 +30,8 @@ public:
     /// heard when the page comes up with the focus on one of them.
     void setText(const QString& text);
 
-    /// Shows the picture at @p path, shrunk in proportion where it is wider than the page is now; an empty path
-    /// hides the picture. The path shown last is not loaded again.
+    /// Shows the picture at @p path, shrunk in proportion where it is wider than the page is now; an empty
+    /// path hides the picture. The path shown last is not loaded again.
     void setImage(const QString& path);
 
 private:

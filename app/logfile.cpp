@@ -36,7 +36,8 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
 
 } // namespace
 
-LogFile::LogFile(const QString& path) : file(path)
+LogFile::LogFile(const QString& path)
+    : file(path)
 {
     static_cast<void>(file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text));
     attachLogStream(&file);

@@ -18,7 +18,8 @@
 
 namespace {
 
-struct HandleCloser {
+struct HandleCloser
+{
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
@@ -71,7 +72,8 @@ void Startup::installTranslator(QTranslator& translator, const QString& prefix)
 
 bool Startup::isLaunchedByPackage(const QStringList& arguments)
 {
-    return arguments.mid(1).contains(QStringLiteral("-sfx"), Qt::CaseInsensitive);
+    const QStringList switches = arguments.mid(1);
+    return switches.contains(QStringLiteral("-sfx"), Qt::CaseInsensitive);
 }
 
 QDir Startup::parentProcessDirectory()
@@ -91,7 +93,7 @@ QDir Startup::parentProcessDirectory()
 
 QString Startup::findFirmwareArchive(const QDir& directory)
 {
-    const QStringList archives = directory.entryList({QStringLiteral("*.zip")}, QDir::Files | QDir::Readable,
-                                                     QDir::Unsorted);
+    const QStringList archives =
+        directory.entryList({QStringLiteral("*.zip")}, QDir::Files | QDir::Readable, QDir::Unsorted);
     return archives.isEmpty() ? QString() : directory.absoluteFilePath(archives.first());
 }

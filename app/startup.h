@@ -10,22 +10,24 @@ class QTranslator;
 /// The steps of program start-up. Main thread only.
 namespace Startup {
 
-/// Lets Qt scale the fixed-size window with the screen's resolution. Call before the application object exists.
+/// Lets Qt scale the fixed-size window with the screen's resolution. Call before the application object
+/// exists.
 void enableHighDpiScaling();
 
-/// The absolute path of the log of a run that started at local time @p start, in the user's temporary directory.
-/// Its folder is created where it is missing; runs that start within one minute share the path.
+/// The absolute path of the log of a run that started at local time @p start, in the user's temporary
+/// directory. Its folder is created where it is missing; runs that start within one minute share the path.
 QString logFilePath(const QDateTime& start);
 
-/// Loads the catalogue named @p prefix and the system locale's name ("de_DE", else "de") from the resources and
-/// installs @p translator in the application. Without such a catalogue the texts stay English.
+/// Loads the catalogue named @p prefix and the system locale's name ("de_DE", else "de") from the resources
+/// and installs @p translator in the application. Without such a catalogue the texts stay English.
 void installTranslator(QTranslator& translator, const QString& prefix);
 
 /// Whether the command line @p arguments (program name first) hold the switch of the self-extracting package,
 /// which asks for the archive beside the program that launched this one. Upper and lower case are equal.
 bool isLaunchedByPackage(const QStringList& arguments);
 
-/// The folder of the parent process's executable; the current working directory where that cannot be found out.
+/// The folder of the parent process's executable; the current working directory where that cannot be found
+/// out.
 QDir parentProcessDirectory();
 
 /// The absolute path of the first firmware archive ("*.zip", in either case) that @p directory lists, or "".

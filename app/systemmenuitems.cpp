@@ -1,4 +1,4 @@
-#include "systemmenu.h"
+#include "systemmenuitems.h"
 
 #include <algorithm>
 
@@ -22,14 +22,14 @@ UINT insertPosition(HMENU menu)
     return 0;
 }
 
-void insertItem(HMENU menu, UINT position, SystemMenu::Command command, const QString& text)
+void insertItem(HMENU menu, UINT position, SystemMenuItems::Command command, const QString& text)
 {
     InsertMenuW(menu, position, MF_BYPOSITION | MF_STRING, command, text.toStdWString().c_str());
 }
 
 } // namespace
 
-void SystemMenu::addItems(QWidget& window, const QString& overrideText, const QString& aboutText)
+void SystemMenuItems::add(QWidget& window, const QString& overrideText, const QString& aboutText)
 {
     const HMENU menu = GetSystemMenu(reinterpret_cast<HWND>(window.winId()), FALSE);
     if (!menu)
@@ -39,7 +39,7 @@ void SystemMenu::addItems(QWidget& window, const QString& overrideText, const QS
     insertItem(menu, position, Override, overrideText);
 }
 
-unsigned SystemMenu::commandOf(const QByteArray& eventType, const void* message)
+unsigned SystemMenuItems::commandOf(const QByteArray& eventType, const void* message)
 {
     if (eventType != "windows_generic_MSG")
         return 0;

@@ -5,7 +5,7 @@
 class QWidget;
 
 /// The two items that the main window adds to its own system menu.
-namespace SystemMenu {
+namespace SystemMenuItems {
 
 /// The items' command identifiers, as they come back in WM_SYSCOMMAND.
 enum Command : unsigned {
@@ -15,9 +15,10 @@ enum Command : unsigned {
 
 /// Inserts @p overrideText directly above @p aboutText near the Close item of the system menu of @p window.
 /// A window without a system menu is left alone. GUI thread only.
-void addItems(QWidget& window, const QString& overrideText, const QString& aboutText);
+void add(QWidget& window, const QString& overrideText, const QString& aboutText);
 
-/// The command of the native message that QWidget::nativeEvent() got, or 0 where it is no system-menu command.
+/// The command of the native message that QWidget::nativeEvent() got, or 0 where it is no system-menu
+/// command.
 unsigned commandOf(const QByteArray& eventType, const void* message);
 
-} // namespace SystemMenu
+} // namespace SystemMenuItems

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <memory>
+
+#include <QMainWindow>
+#include <QMap>
+
+#include "deviceinstance.h"
+
+class DeviceController;
+class FirmwareController;
+class FlashingDialog;
+class InfoScreen;
+class QLabel;
+
+namespace Ui {
+class MainWindowClass;
+}
+
+/// The application's only top-level window.
+///
+/// Its central widget is one of two pages. The main page compares the connected devices with the loaded
+/// archive and starts an update; the info screen asks for devices, and after an update gives the pairing
+/// instructions or the failure report. The window's system menu offers "Override", which keeps the main page
+/// whatever is connected, and "About...". GUI thread only; device detection starts with the construction.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    /// Loads the firmware archive at @p path before it returns and shows what it holds, or a warning box.
+    /// An empty path changes nothing.
+    void setFirmwareFilePath(const QString& path);
+
+protected:
+    bool nativeEvent(const QByteArray& eventType, void* message, long* result) override;
+
+private Q_SLOTS:
+    void on_openFileButton_clicked();
+    void on_updateButton_clicked();
+    void onDeviceArrived(DeviceType type);
+    void onDeviceRemoved(DeviceType type);
+    void onFirmwareLoadingFailed();
+    void onFirmwareLoadedSuccessfully();
+    void showAbout();
+    void enableOverrideMode();
+
+private:
+    void createInfoScreen();
+    void createBusyIndicator();
+
+    bool isIncompatible(DeviceType type) const;
+    bool canBeUpdated(DeviceType type) const;
+    bool isIdentityUnknown(DeviceType type) const;
+    bool isAnyIdentityUnknown() const;
+    bool areBothConnected() const;
+
+    QLabel* currentVersionLabel(DeviceType type) const;
+    QLabel* targetVersionLabel(DeviceType type) const;
+
+    void refresh();
+    void refreshFirmwareRows();
+    void refreshTargetVersion(DeviceType type);
+    void refreshConnectionError(bool anyIncompatible);
+    void refreshDeviceName();
+    void showDisconnected(DeviceType type);
+
+    int askQuestion(const QString& title, const QString& text, const QString& informativeText,
+                    const QString& acceptText, const QString& rejectText);
+    bool confirmUnknownIdentity();
+    bool confirmSingleDevice();
+    bool addToUpdate(FlashingDialog& dialog, DeviceType type) const;
+
+    void showMainPageOrStartScreen();
+    void showMainPage();
+    void showInfoScreen(const QString& deviceName, const QString& text, const QString& imagePath);
+    void showGenerationScreen(const QString& text, const QString& imagePattern);
+    void showStartScreen();
+    void showPairingInstructions();
+    void showFailureReport(const QMap<DeviceType, int>& errors);
+    void setCentralPage(QWidget* page);
+    void leaveFailureReport();
+
+    const std::unique_ptr<Ui::MainWindowClass> ui;
+    DeviceController* const deviceController;
+    FirmwareController* const firmwareController;
+    bool overrideMode = false;
+    bool infoScreenLocked = false;
+    std::shared_ptr<QWidget> mainPage;
+    std::shared_ptr<InfoScreen> infoScreen; ///< destroyed before mainPage
+};

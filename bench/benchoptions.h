@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+
+#include <QString>
+#include <QStringList>
+
+/// What the bench's command line asks for.
+struct BenchOptions
+{
+    QString archivePath;       ///< empty: a sample archive is built
+    int generation = 1;        ///< 1 ("VYNT1") or 2 ("VYNT2")
+    int chipId = 12;           ///< 12 or 13
+    int revision = 2;          ///< 2 or 3
+    int imageBytes = 8192;     ///< of each sample image
+    QString faultName;         ///< empty: none
+    int faultTransfer = 1;     ///< the transfer at which the fault strikes, counted from 1
+    QString faultDevice;       ///< "transmitter" or "headset"
+    bool fast = false;         ///< virtual clock
+    QString screenshotsFolder; ///< empty: none are saved
+};
+
+/// Parses the program's arguments (its name first).
+/// @return nothing where the program should end at once, with @p exitCode: after --help (0), which is
+/// printed, or
+///         after a mistake (2), which is told on the standard error.
+std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int& exitCode);

@@ -1,0 +1,145 @@
+#include "imagetext.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr char lineEnd = '\n';
+constexpr char separator = ' ';
+constexpr int base = 16;
+constexpr int bitsPerDigit = 4;
+
+// What a byte is to the decoder: a digit's value, or one of these.
+constexpr std::uint8_t whiteSpace = 0x10; // all but the end of a line
+constexpr std::uint8_t other = 0x20;
+
+constexpr std::array<std::uint8_t, 256> makeByteClasses()
+{
+    std::array<std::uint8_t, 256> classes{};
+    for (auto& byteClass : classes)
+        byteClass = other;
+    for (unsigned int i = 0; i < 10; ++i)
+        classes['0' + i] = static_cast<std::uint8_t>(i);
+    for (unsigned int i = 10; i < base; ++i) {
+        classes['A' + i - 10] = static_cast<std::uint8_t>(i);
+        classes['a' + i - 10] = static_cast<std::uint8_t>(i);
+    }
+    // QChar::isSpace() of the Latin-1 characters; the last two are NEXT LINE and NO-BREAK SPACE.
+    for (const unsigned char space : {'\t', '\v', '\f', '\r', ' ', '\x85', '\xA0'})
+        classes[space] = whiteSpace;
+    return classes;
+}
+
+constexpr std::array<std::uint8_t, 256> byteClasses = makeByteClasses();
+
+std::uint8_t classOf(char byte)
+{
+    return byteClasses[static_cast<unsigned char>(byte)];
+}
+
+/// Walks over the text, always within it.
+class Cursor
+{
+public:
+    explicit Cursor(const QByteArray& text)
+        : position(text.constData())
+        , end(position + text.size())
+    {
+    }
+
+    bool atEnd() const { return position == end; }
+    bool atLineEnd() const { return atEnd() || *position == lineEnd; }
+    bool at(char byte) const { return position != end && *position == byte; }
+    bool atComment() const { return end - position >= 2 && position[0] == '/' && position[1] == '/'; }
+
+    bool skip(char byte)
+    {
+        if (!at(byte))
+            return false;
+        ++position;
+        return true;
+    }
+
+    void skipWhiteSpace()
+    {
+        while (position != end && classOf(*position) == whiteSpace)
+            ++position;
+    }
+
+    void skipLine()
+    {
+        if (skip(lineEnd) || atEnd())
+            return;
+        const void* const found = std::memchr(position, lineEnd, static_cast<std::size_t>(end - position));
+        position = found ? static_cast<const char*>(found) + 1 : end;
+    }
+
+    void skipHexPrefix()
+    {
+        if (end - position >= 2 && position[0] == '0' && (position[1] == 'x' || position[1] == 'X'))
+            position += 2;
+    }
+
+    /// Reads the digits, of which there has to be one, of a number up to @p max.
+    bool readDigits(std::uint32_t max, std::uint32_t& number)
+    {
+        const char* const begin = position;
+        std::uint64_t value = 0;
+        for (std::uint8_t digit = 0; position != end && (digit = classOf(*position)) < base; ++position) {
+            value = value << bitsPerDigit | digit;
+            if (value > max)
+                return false;
+        }
+        number = static_cast<std::uint32_t>(value);
+        return position != begin;
+    }
+
+private:
+    const char* position;
+    const char* end;
+};
+
+/// Reads the number at the cursor, which stands at the first character of a line, as QString::toInt() would.
+bool readNumber(Cursor& cursor, std::uint32_t& number)
+{
+    constexpr std::uint32_t maxPositive = std::numeric_limits<std::int32_t>::max();
+    const bool negative = cursor.skip('-');
+    if (!negative)
+        cursor.skip('+');
+    cursor.skipHexPrefix();
+    if (!cursor.readDigits(maxPositive + (negative ? 1 : 0), number))
+        return false;
+    if (negative)
+        number = 0 - number;
+    if (cursor.at(separator))
+        return true;
+    cursor.skipWhiteSpace(); // it may follow the number within the token
+    return cursor.atLineEnd();
+}
+
+} // namespace
+
+namespace ImageText {
+
+QByteArray decode(const QByteArray& text)
+{
+    QByteArray image(text.size() / 2 + 1, Qt::Uninitialized); // a byte takes a digit and an end of line
+    char* next = image.data();
+    for (Cursor cursor(text); !cursor.atEnd(); cursor.skipLine()) {
+        cursor.skipWhiteSpace();
+        if (cursor.atLineEnd() || cursor.atComment())
+            continue;
+        std::uint32_t number = 0;
+        if (!readNumber(cursor, number))
+            return QByteArray();
+        *next++ = static_cast<char>(number & 0xFF);
+    }
+    image.truncate(static_cast<int>(next - image.constData()));
+    image.squeeze();
+    return image;
+}
+
+} // namespace ImageText

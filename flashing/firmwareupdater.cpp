@@ -1,0 +1,186 @@
+#include "firmwareupdater.h"
+
+#include <algorithm>
+
+#include <QCoreApplication>
+
+#include "abstracthiddevice.h"
+#include "devicedetector.h"
+#include "devicelistener.h"
+#include "firmwareupdater_p.h"
+#include "flasher.h"
+#include "flashingerror.h"
+#include "hidutilities.h"
+#include "uninstalltool_p.h"
+#include "utilities.h"
+
+namespace {
+
+constexpr int readWrite = 3; // for the detector's access bits
+constexpr int exclusive = 0;
+constexpr int reenumerationTimeoutMs = 30000;
+
+/// What a device of @p type looks like in programming mode; matches nothing for any other type.
+DeviceId programmingModeId(DeviceType type)
+{
+    for (const Utilities::ProgrammingModeDevice& row : Utilities::programmingModeDevices()) {
+        if (row.type == type)
+            return row.id;
+    }
+    return {};
+}
+
+} // namespace
+
+FirmwareUpdater::FirmwareUpdater(QObject* parent, const DeviceInstance& device, DeviceType type,
+                                 const QByteArray& firmware)
+    : QObject(parent)
+    , d(new FirmwareUpdaterPrivate(this, device, type, firmware))
+{
+}
+
+void FirmwareUpdater::flashDevice()
+{
+    d->flashDevice();
+}
+
+FirmwareUpdaterPrivate::FirmwareUpdaterPrivate(FirmwareUpdater* updater, const DeviceInstance& instance,
+                                               DeviceType deviceType, const QByteArray& image)
+    : QObject(updater)
+    , q(updater)
+    , thread(this)
+    , type(deviceType)
+    , firmware(image)
+    , device(instance)
+    , timer(this)
+{
+    timer.setSingleShot(true);
+    timer.setInterval(reenumerationTimeoutMs);
+    connect(&timer, &QTimer::timeout, this, &FirmwareUpdaterPrivate::onTimeout);
+}
+
+FirmwareUpdaterPrivate::~FirmwareUpdaterPrivate()
+{
+    thread.quit();
+    thread.wait();
+    flasher.reset();
+    endDetection();
+}
+
+void FirmwareUpdaterPrivate::flashDevice()
+{
+    if (device.path.empty())
+        return;
+    if (type == DeviceType::Unknown) {
+        qCritical("Unknown device");
+        Q_EMIT q->flashingFinished();
+        return;
+    }
+    const auto hid = Utilities::openHidDeviceByPath(device.path, readWrite, exclusive);
+    if (!hid) {
+        if (!flashingDevice)
+            giveUp();
+        return;
+    }
+    startDetection();
+    if (device.vendorId == Utilities::normalVendorId())
+        leaveApplication(hid);
+    timer.start();
+}
+
+void FirmwareUpdaterPrivate::startDetection()
+{
+    endDetection();
+    detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
+    auto* const listener = new DeviceListener(this);
+    connect(listener, &DeviceListener::deviceArrived, this, &FirmwareUpdaterPrivate::flashingDeviceArrived);
+    connect(listener, &DeviceListener::deviceRemoved, this, &FirmwareUpdaterPrivate::flashingDeviceRemoved);
+    // Queued behind the slot above: by then nothing refers to the record any more.
+    connect(listener, &DeviceListener::deviceRemoved, this,
+            [this](DeviceInstance* instance) { detector->forget(instance); });
+    const DeviceId filter = programmingModeId(type);
+    qDebug("Starting listening for PID 0x%.4X, device type = %d", filter.productId, type);
+    // A detection that cannot start ends in the time-out.
+    static_cast<void>(detector->start(listener, &filter, 1));
+}
+
+/// Stops the detector itself, not only this reference to it: an opened device holds another.
+void FirmwareUpdaterPrivate::endDetection()
+{
+    if (!detector)
+        return;
+    detector->stop();
+    // Reports that are still queued name records that are deleted now.
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    detector.reset();
+}
+
+void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)
+{
+    qDebug("Exiting any running application... device type = %d", type);
+    // A device that does not obey is told by the time-out.
+    static_cast<void>(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
+    startUninstallTool(this, device.vendorId, device.productId);
+    qDebug("Exited any running application... device type = %d", type);
+}
+
+void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
+{
+    if (device.vendorId == Utilities::programmingVendorId() && arrived->path != device.path)
+        return;
+    if (failed)
+        return;
+    timer.stop();
+    flashingDevice = arrived; // also where a flasher already runs: its removal is then the one that counts
+    if (flasher || firmware.isEmpty())
+        return;
+    if (arrived->removing) {
+        qCritical("Device is removing...  device type = %d", type);
+        flashingDeviceRemoved(flashingDevice);
+        return;
+    }
+    qDebug("Flashing Device Arrived... device type = %d", type);
+    const auto hid = Utilities::openHidDevice(detector, arrived, readWrite, exclusive);
+    if (!hid) {
+        flashingDeviceRemoved(flashingDevice);
+        return;
+    }
+    startFlasher(hid);
+}
+
+void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevice>& hid)
+{
+    flasher = std::make_unique<Flasher>(hid);
+    flasher->moveToThread(&thread);
+    connect(flasher.get(), &Flasher::flashingStarted, q, &FirmwareUpdater::flashingStarted);
+    connect(flasher.get(), &Flasher::flashingError, q, &FirmwareUpdater::flashingError);
+    connect(flasher.get(), &Flasher::flashingFinished, q, &FirmwareUpdater::flashingFinished);
+    connect(flasher.get(), &Flasher::progressRangeChanged, q, &FirmwareUpdater::progressRangeChanged);
+    connect(flasher.get(), &Flasher::progressValueChanged, q, &FirmwareUpdater::progressValueChanged);
+    connect(this, &FirmwareUpdaterPrivate::start, flasher.get(), &Flasher::operate);
+    thread.start();
+    Q_EMIT start(firmware, type);
+    qDebug("Flashing started device type = %d", type);
+}
+
+void FirmwareUpdaterPrivate::flashingDeviceRemoved(DeviceInstance* removed)
+{
+    if (removed == flashingDevice)
+        giveUp();
+}
+
+void FirmwareUpdaterPrivate::onTimeout()
+{
+    if (!flashingDevice)
+        giveUp();
+}
+
+void FirmwareUpdaterPrivate::giveUp()
+{
+    failed = true;
+    flashingDevice = nullptr;
+    if (flasher)
+        flasher->abort(); // it then fails with code 1 and reports that itself
+    else
+        Q_EMIT q->flashingError(FlashingError::DeviceLost);
+}

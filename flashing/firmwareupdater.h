@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+
+#include "deviceinstance.h"
+
+class FirmwareUpdaterPrivate;
+
+/// Updates one device: takes it into programming mode, waits up to 30 s for it, and has it programmed on a
+/// worker thread. One object is one attempt; it lives on the GUI thread. Destroying it waits until a
+/// programming sequence that runs has ended.
+class FirmwareUpdater : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @param device    as last seen, in normal or already in programming mode.
+    /// @param firmware  the image to write.
+    FirmwareUpdater(QObject* parent, const DeviceInstance& device, DeviceType type,
+                    const QByteArray& firmware);
+
+public Q_SLOTS:
+    /// Starts the update and returns; a failure may be reported before it does.
+    void flashDevice();
+
+Q_SIGNALS:
+    void flashingStarted();
+    void flashingError(int code); ///< FlashingError::Code; the last signal of an attempt
+    void flashingFinished();      ///< the last signal of an attempt
+    void progressRangeChanged(int min, int max);
+    void progressValueChanged(int value);
+
+private:
+    FirmwareUpdaterPrivate* d;
+};

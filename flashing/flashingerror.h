@@ -1,0 +1,24 @@
+#pragma once
+
+#include <stdexcept>
+
+/// Ends a programming sequence; thrown and caught within the flasher.
+class FlashingError : public std::runtime_error
+{
+public:
+    enum Code {
+        DeviceLost = 1, ///< gone, not openable, not back in time, or the update was aborted
+        EmptyImage = 2,
+        UnknownChip = 3,     ///< chip identifier or revision could not be read
+        ImageDoesNotFit = 4, ///< larger than the memory its header announces, or without a usable header
+        UnsupportedChip = 5, ///< no loader addresses are known for the chip and revision
+    };
+
+    explicit FlashingError(int errorCode)
+        : std::runtime_error("FlashingError")
+        , code(errorCode)
+    {
+    }
+
+    int code;
+};

@@ -1,0 +1,135 @@
+// HID class and parser; device control.
+
+#include <hidsdi.h>
+
+#include <hidclass.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "file.h"
+#include "handletable.h"
+#include "machine.h"
+
+namespace {
+
+class PreparsedData : public HandleObject
+{
+public:
+    explicit PreparsedData(const HidCapabilities& hidCapabilities)
+        : capabilities(hidCapabilities)
+    {
+    }
+
+    const HidCapabilities capabilities;
+};
+
+/// The connected HID function behind a file; null with the last error set.
+HidFunction* hidFunction(const FileObject* file)
+{
+    if (!file)
+        return nullptr;
+    if (!file->file->isConnected()) {
+        SetLastError(ERROR_DEVICE_NOT_CONNECTED);
+        return nullptr;
+    }
+    HidFunction* const function = file->file->node().hid.get();
+    if (!function)
+        SetLastError(ERROR_INVALID_FUNCTION);
+    return function;
+}
+
+/// What of a caller's buffer takes part in a feature transfer: the device's feature report length, what is
+/// longer being cut. 0, with the last error set, for a shorter buffer and a device without feature reports.
+std::size_t transferBytes(const HidFunction& function, std::size_t bufferBytes)
+{
+    const std::size_t reportBytes = function.capabilities().featureReportBytes;
+    if (reportBytes == 0) {
+        SetLastError(ERROR_INVALID_FUNCTION);
+        return 0;
+    }
+    if (bufferBytes < reportBytes) {
+        SetLastError(ERROR_INVALID_USER_BUFFER);
+        return 0;
+    }
+    return reportBytes;
+}
+
+BOOL complete(DWORD error)
+{
+    if (error == ERROR_SUCCESS)
+        return TRUE;
+    SetLastError(error);
+    return FALSE;
+}
+
+BOOL getFeature(HANDLE device, void* buffer, DWORD bufferSize, DWORD& bytesReturned)
+{
+    const auto file = HandleTable::get<FileObject>(device);
+    HidFunction* const function = hidFunction(file.get());
+    const std::size_t bytes = function && buffer ? transferBytes(*function, bufferSize) : 0;
+    if (bytes == 0)
+        return FALSE;
+    const std::lock_guard<std::mutex> guard(file->transfer);
+    std::size_t received = 0;
+    const DWORD error = function->getFeature(static_cast<std::uint8_t*>(buffer), bytes, received);
+    bytesReturned = static_cast<DWORD>(std::min(received, bytes));
+    return complete(error);
+}
+
+} // namespace
+
+void NTAPI HidD_GetHidGuid(LPGUID hidGuid)
+{
+    *hidGuid = {0x4D1E55B2, 0xF16F, 0x11CF, {0x88, 0xCB, 0x00, 0x11, 0x11, 0x00, 0x00, 0x30}};
+}
+
+BOOLEAN NTAPI HidD_GetPreparsedData(HANDLE device, PHIDP_PREPARSED_DATA* preparsedData)
+{
+    const auto file = HandleTable::get<FileObject>(device);
+    const HidFunction* const function = hidFunction(file.get());
+    if (!function)
+        return FALSE;
+    *preparsedData = static_cast<PHIDP_PREPARSED_DATA>(
+        HandleTable::add(std::make_shared<PreparsedData>(function->capabilities())));
+    return TRUE;
+}
+
+BOOLEAN NTAPI HidD_FreePreparsedData(PHIDP_PREPARSED_DATA preparsedData)
+{
+    return HandleTable::take<PreparsedData>(preparsedData) != nullptr;
+}
+
+NTSTATUS NTAPI HidP_GetCaps(PHIDP_PREPARSED_DATA preparsedData, PHIDP_CAPS capabilities)
+{
+    const auto data = HandleTable::get<PreparsedData>(preparsedData);
+    if (!data)
+        return HIDP_STATUS_INVALID_PREPARSED_DATA;
+    *capabilities = {};
+    capabilities->UsagePage = data->capabilities.usagePage;
+    capabilities->Usage = data->capabilities.usage;
+    capabilities->FeatureReportByteLength = data->capabilities.featureReportBytes;
+    return HIDP_STATUS_SUCCESS;
+}
+
+BOOLEAN NTAPI HidD_SetFeature(HANDLE device, PVOID reportBuffer, ULONG reportBufferLength)
+{
+    const auto file = HandleTable::get<FileObject>(device);
+    HidFunction* const function = hidFunction(file.get());
+    const std::size_t bytes = function && reportBuffer ? transferBytes(*function, reportBufferLength) : 0;
+    if (bytes == 0)
+        return FALSE;
+    const std::lock_guard<std::mutex> guard(file->transfer);
+    return complete(function->setFeature(static_cast<const std::uint8_t*>(reportBuffer), bytes)) != FALSE;
+}
+
+BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID, DWORD, LPVOID outBuffer,
+                            DWORD outBufferSize, LPDWORD bytesReturned, LPOVERLAPPED overlapped)
+{
+    if (ioControlCode != IOCTL_HID_GET_FEATURE || overlapped || !bytesReturned) {
+        SetLastError(ERROR_INVALID_FUNCTION); // nothing else is modelled
+        return FALSE;
+    }
+    *bytesReturned = 0;
+    return getFeature(device, outBuffer, outBufferSize, *bytesReturned);
+}
