@@ -7,5 +7,4 @@ cd "$(dirname "$0")" || exit 1
 # shellcheck disable=SC2086
 install_packages $build_packages
 build release
-[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}${QT_QPA_PLATFORM:-}" ] || export QT_QPA_PLATFORM=offscreen
 exec build/release/bench/bench "$@"

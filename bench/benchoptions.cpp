@@ -93,11 +93,13 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
                                          QStringLiteral("DEVICE"), QStringLiteral("headset"));
     const QCommandLineOption fast(QStringLiteral("fast"),
                                   QStringLiteral("Virtual time: no delay is waited for."));
+    const QCommandLineOption drive(QStringLiteral("drive"),
+                                   QStringLiteral("Drive itself although there is a display."));
     const QCommandLineOption screenshots(QStringLiteral("screenshots"),
                                          QStringLiteral("Save a picture of every screen."),
                                          QStringLiteral("FOLDER"));
     parser.addOptions({archive, generation.option, chip.option, revision.option, imageSize.option, fault,
-                       faultDevice, fast, screenshots});
+                       faultDevice, fast, drive, screenshots});
     if (!parser.parse(arguments))
         return mistake(parser.errorText(), exitCode);
     if (parser.isSet(help)) {
@@ -110,6 +112,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     options.archivePath = parser.value(archive);
     options.fast = parser.isSet(fast);
     options.screenshotsFolder = parser.value(screenshots);
+    options.drivesItself = parser.isSet(drive) || parser.isSet(screenshots);
     options.faultDevice = parser.value(faultDevice);
     const auto generationValue = generation.value(parser, 1, 2);
     const auto chipValue = chip.value(parser, 12, 13);

@@ -17,6 +17,7 @@ struct BenchOptions
     int faultTransfer = 1;     ///< the transfer at which the fault strikes, counted from 1
     QString faultDevice;       ///< "transmitter" or "headset"
     bool fast = false;         ///< virtual clock
+    bool drivesItself = false; ///< also where there is a display
     QString screenshotsFolder; ///< empty: none are saved
 };
 

@@ -37,3 +37,15 @@ function(updater_library name)
     target_link_libraries(${name} PUBLIC updater_options ${ARG_LINK})
     set_target_properties(${name} PROPERTIES AUTOMOC ON AUTOUIC ON)
 endfunction()
+
+# updater_find_declarations(<package>)
+# A package of the building system where only its headers are wanted: libraries for another processor and system are
+# as good as none. As nothing is linked, any file that exists may stand for the import libraries that CMake wants.
+function(updater_find_declarations package)
+    set(CMAKE_SIZEOF_VOID_P "")
+    find_package(${package} REQUIRED)
+    get_property(imported_targets DIRECTORY PROPERTY IMPORTED_TARGETS)
+    foreach(target IN LISTS imported_targets)
+        set_target_properties(${target} PROPERTIES IMPORTED_IMPLIB ${CMAKE_COMMAND})
+    endforeach()
+endfunction()

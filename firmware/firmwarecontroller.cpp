@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include <QBuffer>
 #include <QDataStream>
 #include <QDebug>
 #include <QFileInfo>
+#include <QPair>
 #include <QStringList>
 #include <QTextStream>
 
@@ -19,78 +19,48 @@
 
 namespace {
 
-constexpr int copyBlockBytes = 4064;
+constexpr int copyChunkBytes = 4064;
 
-/// What a hostile archive may cost. Real images take a few megabytes of text, release notes a few kilobytes.
-struct ReadLimits
+// What an archive may cost at most. The memory of the largest device is 2 MiB, about 6 MiB of image text.
+constexpr quint64 maxEntryBytes = 64 * 1024 * 1024;
+constexpr quint64 maxReleaseNotesBytes = 1024 * 1024;
+constexpr quint64 maxArchiveBytes = 2 * maxEntryBytes + maxReleaseNotesBytes;
+constexpr int maxEntries = 10000;
+constexpr quint64 maxDirectoryBytes = 4 * 1024 * 1024;
+
+constexpr uLong encryptedFlag = 1; // of the general purpose bits, ZIP application note 4.4.4
+
+/// An archive that knows how much of it may still be read.
+class FirmwareArchive : public QuaZip
 {
-    qint64 entryBytes; ///< uncompressed, of one entry
-    qint64 totalBytes; ///< uncompressed, of all entries that may still be read
+public:
+    using QuaZip::QuaZip;
+
+    quint64 bytesLeft = maxArchiveBytes;
 };
-constexpr qint64 mebibyte = 1024 * 1024;
-constexpr ReadLimits imageLimits{64 * mebibyte, 256 * mebibyte};
-constexpr ReadLimits releaseNotesLimits{mebibyte, mebibyte};
 
-bool copyData(QIODevice& source, QDataStream& target)
+bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
 {
-    char block[copyBlockBytes];
-    while (!source.atEnd()) {
-        const qint64 count = source.read(block, copyBlockBytes);
-        if (count <= 0 || target.writeRawData(block, static_cast<int>(count)) < count)
+    return unzGetCurrentFileInfo64(archive.getUnzFile(), &entry, nullptr, 0, nullptr, 0, nullptr, 0) ==
+           UNZ_OK;
+}
+
+/// Looks through the directory before any of it is kept: QuaZip remembers every name, and delivers longer
+/// ones than it has room for with arbitrary bytes at the end.
+bool isDirectoryBearable(QuaZip& archive)
+{
+    int entries = 0;
+    quint64 bytes = 0;
+    for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
+        unz_file_info64 entry;
+        if (!getCurrentEntry(archive, entry))
+            return false;
+        bytes += entry.size_filename + entry.size_file_extra + entry.size_file_comment;
+        if (++entries > maxEntries || bytes > maxDirectoryBytes ||
+            entry.size_filename > QuaZip::MAX_FILE_NAME_LENGTH)
             return false;
     }
     return true;
-}
-
-/// The bytes of an entry; empty where there is none of that name, or it is damaged, encrypted or passes a
-/// limit.
-QByteArray readFile(QuaZip& archive, const QString& name, ReadLimits& limits)
-{
-    if (name.isEmpty() || !archive.setCurrentFile(name, QuaZip::csInsensitive))
-        return QByteArray();
-    QuaZipFileInfo64 info;
-    if (!archive.getCurrentFileInfo(&info) || info.isEncrypted() ||
-        info.uncompressedSize > static_cast<quint64>(std::min(limits.entryBytes, limits.totalBytes)))
-        return QByteArray();
-    const auto size = static_cast<int>(info.uncompressedSize); // no more than this is ever inflated
-    limits.totalBytes -= size;
-    QuaZipFile file(&archive);
-    if (!file.open(QIODevice::ReadOnly) || file.getZipError() != UNZ_OK)
-        return QByteArray();
-    QByteArray bytes;
-    bytes.reserve(size);
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    const bool isCopied = copyData(file, stream);
-    file.close(); // compares the checksum
-    return isCopied && file.getZipError() == UNZ_OK ? bytes : QByteArray();
-}
-
-QByteArray readFirmwareFile(QuaZip& archive, const QString& name, ReadLimits& limits)
-{
-    return decodeImageText(readFile(archive, name, limits));
-}
-
-/// The image of an entry and the kind of device it is for; DeviceType::Unknown where it is not usable.
-QPair<DeviceType, FirmwareData> getFirmwareData(QuaZip& archive, const QString& name, ReadLimits& limits)
-{
-    const QPair<DeviceType, FirmwareData> rejected{DeviceType::Unknown, FirmwareData()};
-    if (name.isEmpty())
-        return rejected;
-    qDebug() << "Processing " << name;
-    FirmwareData data;
-    data.image = readFirmwareFile(archive, name, limits);
-    if (data.image.isEmpty())
-        return rejected;
-    const ReadVersionDataHelper_FromFile reader(data.image);
-    data.version = FirmwareUtilities::getVersion(reader);
-    if (data.version.isEmpty())
-        return rejected;
-    data.pid = FirmwareUtilities::getPid(reader);
-    if (data.pid == 0)
-        return rejected;
-    const DeviceType type =
-        Utilities::deviceTypeOf({Utilities::normalVendorId(), data.pid, InterfaceKind::Hid});
-    return type == DeviceType::Unknown ? rejected : qMakePair(type, data);
 }
 
 QStringList listFiles(QuaZip& archive, const QString& suffix)
@@ -99,12 +69,146 @@ QStringList listFiles(QuaZip& archive, const QString& suffix)
     for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
         const QString name = archive.getCurrentFileName();
         if (!name.endsWith(QLatin1Char('/')) && name.endsWith(suffix))
-            names << name;
+            names.append(name);
     }
     return names;
 }
 
+/// Copies chunk by chunk, so that no more memory is taken than bytes have really come.
+bool copyData(QIODevice& source, QDataStream& target)
+{
+    char chunk[copyChunkBytes];
+    while (!source.atEnd()) {
+        const auto count = static_cast<int>(source.read(chunk, copyChunkBytes));
+        if (count <= 0 || target.writeRawData(chunk, count) < count)
+            return false;
+    }
+    return true;
+}
+
+/// Takes the current entry's share of what may be read; false where it is refused. An entry never delivers
+/// more than it declares, and packed bytes count because empty blocks unpack to nothing.
+bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
+{
+    unz_file_info64 entry;
+    if (!getCurrentEntry(archive, entry) || (entry.flag & encryptedFlag) != 0)
+        return false;
+    const quint64 bytes = std::max<quint64>(entry.uncompressed_size, entry.compressed_size);
+    if (bytes > maxBytes || bytes > archive.bytesLeft)
+        return false;
+    archive.bytesLeft -= bytes;
+    return true;
+}
+
+QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBytes = maxEntryBytes)
+{
+    if (name.isEmpty() || !archive.setCurrentFile(name, QuaZip::csInsensitive))
+        return QByteArray();
+    if (!admitCurrentEntry(archive, maxBytes))
+        return QByteArray();
+    QuaZipFile file(&archive);
+    if (!file.open(QIODevice::ReadOnly) || file.getZipError() != UNZ_OK)
+        return QByteArray();
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    if (!copyData(file, stream))
+        return QByteArray();
+    file.close(); // compares the checksum
+    return file.getZipError() == UNZ_OK ? bytes : QByteArray();
+}
+
+QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
+{
+    return ImageText::decode(readFile(archive, name));
+}
+
+QPair<DeviceType, FirmwareData> getFirmwareData(FirmwareArchive& archive, const QString& name)
+{
+    const QPair<DeviceType, FirmwareData> rejected{DeviceType::Unknown, FirmwareData()};
+    if (name.isEmpty())
+        return rejected;
+    qDebug() << "Processing " << name;
+    FirmwareData data;
+    data.image = readFirmwareFile(archive, name);
+    if (data.image.isEmpty())
+        return rejected;
+    const ReadVersionDataHelper_FromFile reader(&data.image);
+    data.version = FirmwareUtilities::getVersion(reader);
+    if (data.version.isEmpty())
+        return rejected;
+    data.pid = FirmwareUtilities::getPid(reader);
+    if (data.pid == 0)
+        return rejected;
+    const DeviceType type =
+        Utilities::deviceTypeOf({Utilities::normalVendorId(), data.pid, InterfaceKind::Hid});
+    if (type == DeviceType::Unknown)
+        return rejected;
+    return {type, data};
+}
+
+/// The text's byte order mark tells its encoding; without one it is the system's.
+QString decodeText(const QByteArray& bytes)
+{
+    QTextStream stream(bytes);
+    return stream.readAll();
+}
+
 } // namespace
+
+FirmwareControllerPrivate::FirmwareControllerPrivate(FirmwareController* controller)
+    : QObject(controller)
+    , q(controller)
+{
+}
+
+void FirmwareControllerPrivate::setFilePath(const QString& path)
+{
+    clear();
+    if (!load(path)) {
+        clear();
+        Q_EMIT q->loadingFailed();
+        return;
+    }
+    filePath = path;
+    qDebug() << "Firmware successfully loaded: " << path;
+    Q_EMIT q->loadedSuccessfully();
+}
+
+void FirmwareControllerPrivate::clear()
+{
+    filePath.clear();
+    firmwares.clear();
+    releaseNotes.clear();
+}
+
+bool FirmwareControllerPrivate::load(const QString& path)
+{
+    if (!QFileInfo(path).isFile()) // opening or reading anything else may never end
+        return false;
+    FirmwareArchive archive(path);
+    if (!archive.open(QuaZip::mdUnzip) || !archive.goToFirstFile())
+        return false;
+    qDebug() << "Loading firmware: " << path;
+    if (!isDirectoryBearable(archive)) {
+        qCritical("The firmware archive's directory is too large");
+        return false;
+    }
+    const QStringList texts = listFiles(archive, QStringLiteral(".txt"));
+    if (texts.size() > 1)
+        return false;
+    if (!texts.isEmpty())
+        releaseNotes = decodeText(readFile(archive, texts.first(), maxReleaseNotesBytes));
+    const QStringList images =
+        listFiles(archive, QStringLiteral(".ff")) + listFiles(archive, QStringLiteral(".ef"));
+    for (const QString& name : images) {
+        const auto [type, data] = getFirmwareData(archive, name);
+        if (firmwares.contains(type))
+            return false;
+        if (type != DeviceType::Unknown)
+            firmwares.insert(type, data);
+    }
+    return !firmwares.isEmpty();
+}
 
 FirmwareController::FirmwareController(QObject* parent)
     : QObject(parent)
@@ -145,66 +249,4 @@ QString FirmwareController::fileBaseName() const
 QString FirmwareController::releaseNotes() const
 {
     return d->releaseNotes;
-}
-
-FirmwareControllerPrivate::FirmwareControllerPrivate(FirmwareController* controller)
-    : QObject(controller)
-    , q(controller)
-{
-}
-
-void FirmwareControllerPrivate::setFilePath(const QString& path)
-{
-    clear();
-    if (!load(path)) {
-        clear();
-        Q_EMIT q->loadingFailed();
-        return;
-    }
-    filePath = path;
-    qDebug() << "Firmware successfully loaded: " << path;
-    Q_EMIT q->loadedSuccessfully();
-}
-
-bool FirmwareControllerPrivate::load(const QString& path)
-{
-    if (!QFileInfo(path).isFile()) // opening a pipe or a device could block or never end
-        return false;
-    QuaZip archive(path);
-    if (!archive.open(QuaZip::mdUnzip) || !archive.goToFirstFile())
-        return false;
-    qDebug() << "Loading firmware: " << path;
-    return loadReleaseNotes(archive) && loadImages(archive);
-}
-
-bool FirmwareControllerPrivate::loadReleaseNotes(QuaZip& archive)
-{
-    const QStringList names = listFiles(archive, QStringLiteral(".txt"));
-    if (names.size() > 1)
-        return false;
-    ReadLimits limits = releaseNotesLimits;
-    if (!names.isEmpty())
-        releaseNotes = QTextStream(readFile(archive, names.first(), limits)).readAll();
-    return true;
-}
-
-bool FirmwareControllerPrivate::loadImages(QuaZip& archive)
-{
-    ReadLimits limits = imageLimits;
-    for (const QString& name :
-         listFiles(archive, QStringLiteral(".ff")) + listFiles(archive, QStringLiteral(".ef"))) {
-        const auto [type, data] = getFirmwareData(archive, name, limits);
-        if (firmwares.contains(type))
-            return false;
-        if (type != DeviceType::Unknown)
-            firmwares[type] = data;
-    }
-    return !firmwares.isEmpty();
-}
-
-void FirmwareControllerPrivate::clear()
-{
-    filePath.clear();
-    firmwares.clear();
-    releaseNotes.clear();
 }

@@ -8,38 +8,39 @@
 
 class FirmwareControllerPrivate;
 
-/// The firmware archive: one image per device kind, and release notes. Everything runs on the calling thread.
+/// Holds the firmware archive in use: an image per device kind, and the release notes.
 ///
-/// An archive is a ZIP with images as hexadecimal text (names ending in ".ff" or ".ef") and at most one text
-/// with release notes (".txt"). Which device an image is for follows from the product identifier stored in
-/// it. After a failed load every query answers as for an empty archive: empty, or 0.
+/// An archive is a ZIP with images (entries ending in ".ff" or ".ef", hexadecimal text) and at most one text
+/// (".txt"). Which device an image is for is read out of the image. Everything runs on the calling thread,
+/// the GUI thread; no exception leaves. The queries answer with copies, at any time, and with the neutral
+/// value where the archive has nothing or none is loaded.
+///
+/// Archives come from anywhere, so what one may cost is bounded before it is paid. An entry of more than 64
+/// MiB, packed or unpacked, counts as unreadable (release notes: 1 MiB), as does an encrypted one, one whose
+/// checksum is wrong, and every entry that would bring what was read of the archive to more than 129 MiB. An
+/// archive is refused whose directory has more than 10,000 entries, 4 MiB or a name of more than 256 bytes,
+/// and so is a path that is not a regular file's.
 class FirmwareController : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit FirmwareController(QObject* parent);
+    explicit FirmwareController(QObject* parent = nullptr);
 
-    /// Loads the archive at @p path in place of the one before. Emits exactly one of the two signals before
-    /// it returns.
+    /// Loads the archive at @p path in place of the one held. Emits one of the signals before it returns.
     void setFilePath(const QString& path);
 
-    QByteArray firmware(DeviceType type) const;
-    QString version(DeviceType type) const;
-    unsigned short pid(DeviceType type) const;
-
-    /// The generation that the transmitter image is for, such as "VYNT1"; empty where there is none.
-    QString deviceTypeName() const;
-
-    /// The archive's file name without directory and last extension.
-    QString fileBaseName() const;
-
+    QByteArray firmware(DeviceType type) const; ///< the image, address 0 first
+    QString version(DeviceType type) const;     ///< the image's version text
+    unsigned short pid(DeviceType type) const;  ///< the image's USB product identifier, or 0
+    QString deviceTypeName() const;             ///< "VYNT1", "VYNT2", after the transmitter's image
+    QString fileBaseName() const;               ///< "fw.1.2" of "fw.1.2.zip"
     QString releaseNotes() const;
 
 Q_SIGNALS:
-    /// There is no usable archive at the path.
+    /// The archive could not be loaded, or has no usable image, or two for one kind; none is held now.
     void loadingFailed();
-    /// At least one image was found.
+    /// The archive is held, with at least one image.
     void loadedSuccessfully();
 
 private:

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <QMap>
+#include <QObject>
+#include <QString>
 
-#include "firmwarecontroller.h"
+#include "deviceinstance.h"
 #include "firmwaredata.h"
 
-class QuaZip;
+class FirmwareController;
 
+/// Loads archives for a FirmwareController, which owns it.
 class FirmwareControllerPrivate : public QObject
 {
     Q_OBJECT
@@ -14,16 +17,15 @@ class FirmwareControllerPrivate : public QObject
 public:
     explicit FirmwareControllerPrivate(FirmwareController* controller);
 
+    /// Loads the archive at @p path and has the controller tell the outcome.
     void setFilePath(const QString& path);
 
     FirmwareController* q;
-    QString filePath; ///< empty unless the last load succeeded
-    QMap<DeviceType, FirmwareData> firmwares;
+    QString filePath;                         ///< empty unless the last load succeeded
+    QMap<DeviceType, FirmwareData> firmwares; ///< never of DeviceType::Unknown
     QString releaseNotes;
 
 private:
-    bool load(const QString& path);
-    bool loadReleaseNotes(QuaZip& archive);
-    bool loadImages(QuaZip& archive);
     void clear();
+    bool load(const QString& path);
 };

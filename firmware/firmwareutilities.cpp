@@ -193,9 +193,9 @@ QString getVersion(ReadDataFunction reader)
     QByteArray file;
     if (!reader(file, address, length))
         return version;
-    const char* const end = file.constData() + std::min<int>(file.size(), length);
-    const char* const text = file.constData() + std::min<int>(versionTextOffset, std::min<int>(file.size(), length));
-    version += QLatin1String(text, static_cast<int>(std::find(text, end, versionTextEnd) - text));
+    const int available = std::min<int>(file.size(), length);
+    for (int i = versionTextOffset; i < available && file.at(i) != versionTextEnd; ++i)
+        version += QLatin1Char(file.at(i));
     return version;
 }
 

@@ -11,9 +11,10 @@ constexpr char lineEnd = '\n';
 constexpr char separator = ' ';
 constexpr int base = 16;
 constexpr int bitsPerDigit = 4;
+constexpr int digitsPerByte = 2;
 
 // What a byte is to the decoder: a digit's value, or one of these.
-constexpr std::uint8_t whiteSpace = 0x10; // all but the end of a line
+constexpr std::uint8_t whiteSpace = 0x10; // but for the blank and the end of a line
 constexpr std::uint8_t other = 0x20;
 
 constexpr std::array<std::uint8_t, 256> makeByteClasses()
@@ -28,7 +29,7 @@ constexpr std::array<std::uint8_t, 256> makeByteClasses()
         classes['a' + i - 10] = static_cast<std::uint8_t>(i);
     }
     // QChar::isSpace() of the Latin-1 characters; the last two are NEXT LINE and NO-BREAK SPACE.
-    for (const unsigned char space : {'\t', '\v', '\f', '\r', ' ', '\x85', '\xA0'})
+    for (const unsigned char space : {'\t', '\v', '\f', '\r', '\x85', '\xA0'})
         classes[space] = whiteSpace;
     return classes;
 }
@@ -65,6 +66,12 @@ public:
 
     void skipWhiteSpace()
     {
+        while (position != end && (classOf(*position) == whiteSpace || *position == separator))
+            ++position;
+    }
+
+    void skipWhiteSpaceWithinToken()
+    {
         while (position != end && classOf(*position) == whiteSpace)
             ++position;
     }
@@ -75,6 +82,26 @@ public:
             return;
         const void* const found = std::memchr(position, lineEnd, static_cast<std::size_t>(end - position));
         position = found ? static_cast<const char*>(found) + 1 : end;
+    }
+
+    /// Passes a line of two digits and nothing else, as nearly all are; other lines are left alone.
+    bool readPlainLine(char& byte)
+    {
+        if (end - position < digitsPerByte + 2)
+            return false;
+        const unsigned int high = classOf(position[0]);
+        const unsigned int low = classOf(position[1]);
+        const char* const tail = position + digitsPerByte;
+        if ((high | low) >= base)
+            return false;
+        if (tail[0] == lineEnd) // branches, so that the next line need not wait for this one's length
+            position = tail + 1;
+        else if (tail[0] == '\r' && tail[1] == lineEnd)
+            position = tail + 2;
+        else
+            return false;
+        byte = static_cast<char>(high << bitsPerDigit | low);
+        return true;
     }
 
     void skipHexPrefix()
@@ -114,10 +141,8 @@ bool readNumber(Cursor& cursor, std::uint32_t& number)
         return false;
     if (negative)
         number = 0 - number;
-    if (cursor.at(separator))
-        return true;
-    cursor.skipWhiteSpace(); // it may follow the number within the token
-    return cursor.atLineEnd();
+    cursor.skipWhiteSpaceWithinToken(); // the conversion passes over it at the end of a token
+    return cursor.atLineEnd() || cursor.at(separator);
 }
 
 } // namespace
@@ -129,6 +154,8 @@ QByteArray decode(const QByteArray& text)
     QByteArray image(text.size() / 2 + 1, Qt::Uninitialized); // a byte takes a digit and an end of line
     char* next = image.data();
     for (Cursor cursor(text); !cursor.atEnd(); cursor.skipLine()) {
+        while (cursor.readPlainLine(*next))
+            ++next;
         cursor.skipWhiteSpace();
         if (cursor.atLineEnd() || cursor.atComment())
             continue;

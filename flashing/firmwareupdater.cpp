@@ -1,7 +1,5 @@
 #include "firmwareupdater.h"
 
-#include <algorithm>
-
 #include <QCoreApplication>
 
 #include "abstracthiddevice.h"
@@ -92,7 +90,7 @@ void FirmwareUpdaterPrivate::startDetection()
 {
     endDetection();
     detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
-    auto* const listener = new DeviceListener(this);
+    listener = new DeviceListener(this);
     connect(listener, &DeviceListener::deviceArrived, this, &FirmwareUpdaterPrivate::flashingDeviceArrived);
     connect(listener, &DeviceListener::deviceRemoved, this, &FirmwareUpdaterPrivate::flashingDeviceRemoved);
     // Queued behind the slot above: by then nothing refers to the record any more.
@@ -112,7 +110,10 @@ void FirmwareUpdaterPrivate::endDetection()
     detector->stop();
     // Reports that are still queued name records that are deleted now.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    flashingDevice = nullptr;
     detector.reset();
+    delete listener;
+    listener = nullptr;
 }
 
 void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)

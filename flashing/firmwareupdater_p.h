@@ -9,6 +9,7 @@
 
 class AbstractHidDevice;
 class DeviceDetector;
+class DeviceListener;
 class Flasher;
 
 class FirmwareUpdaterPrivate : public QObject
@@ -47,4 +48,6 @@ private:
     void startFlasher(const std::shared_ptr<AbstractHidDevice>& hid);
     void giveUp();
     void onTimeout();
+
+    DeviceListener* listener = nullptr; ///< of the detector
 };

@@ -103,6 +103,8 @@ void Flasher::program()
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
     detectSizes();
+    // A device that takes no data is refused here, while its memory still holds what it runs.
+    static_cast<void>(createPacket());
     setupProgressRange();
     advance();
     configurePinmux();
@@ -236,17 +238,22 @@ void Flasher::commitChunk(std::uint32_t address, int chunkSize)
     advance();
 }
 
+std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
+{
+    std::unique_ptr<std::vector<unsigned char>> packet(device->createReportBuffer(featureReportKind));
+    if (!packet || packet->size() < packetBytes) {
+        qCritical("%s: ERROR: Device takes no data packets!", name.c_str());
+        throw FlashingError(FlashingError::DeviceLost);
+    }
+    return packet;
+}
+
 void Flasher::downloadToRam(int chunkSize)
 {
     // A short image ends the chunk early; the chunk's full length is committed all the same.
     for (int offset = 0; offset < chunkSize && bytesLeft() > 0;) {
         const auto count = static_cast<int>(std::min<std::size_t>(packetDataBytes, bytesLeft()));
-        const std::unique_ptr<std::vector<unsigned char>> packet(
-            device->createReportBuffer(featureReportKind));
-        if (!packet || packet->size() < packetBytes) {
-            qCritical("%s: ERROR: Device takes no data packets!", name.c_str());
-            throw FlashingError(FlashingError::DeviceLost);
-        }
+        const auto packet = createPacket();
         const unsigned char header[packetHeaderBytes] = {packetReportId,
                                                          static_cast<unsigned char>(byteOf(offset, 0)),
                                                          static_cast<unsigned char>(byteOf(offset, 1)),

@@ -46,6 +46,7 @@ private:
     void startProgramming();
     void eraseTransmitterFlash();
     void downloadToRam(int chunkSize);
+    std::unique_ptr<std::vector<unsigned char>> createPacket();
     void commitChunk(std::uint32_t address, int chunkSize);
     void checkAborted() const;
     void advance();

@@ -50,6 +50,8 @@ constexpr LoaderAddresses loaderAddresses[] = {
 
 bool sendReport(Device device, const std::vector<int>& frame)
 {
+    if (frame.size() > commandReportBytes)
+        return false;
     std::vector<unsigned char> report(commandReportBytes);
     std::transform(frame.begin(), frame.end(), report.begin(),
                    [](int element) { return static_cast<unsigned char>(element & 0xFF); });

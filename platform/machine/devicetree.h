@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,7 +67,8 @@ public:
     virtual ~DeviceTreeObserver() = default;
 
     virtual void arrived(const DeviceNode& node) = 0;
-    virtual void removed(const DeviceNode& node) = 0;
+    /// @return ready when the node's users have handled the report; the device does not wait for them.
+    virtual std::future<void> removed(const DeviceNode& node) = 0;
 
     /// The device is about to be removed in an orderly way; returns when its users have had their say.
     virtual void removalQueried(const DeviceNode& node) = 0;

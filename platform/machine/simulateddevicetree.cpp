@@ -150,18 +150,32 @@ void SimulatedDeviceTree::plug(DeviceNode node)
 
 void SimulatedDeviceTree::unplug(const std::wstring& path)
 {
+    pullOut(path);
+}
+
+void SimulatedDeviceTree::unplugAndWait(const std::wstring& path)
+{
+    for (const std::future<void>& handled : pullOut(path))
+        handled.wait();
+}
+
+SimulatedDeviceTree::Handled SimulatedDeviceTree::pullOut(const std::wstring& path)
+{
     const std::lock_guard<std::mutex> event(state->events);
     std::shared_ptr<State::Present> gone;
     {
         const std::lock_guard<std::mutex> guard(state->mutex);
         gone = state->find(path);
         if (!gone)
-            return;
+            return {};
         gone->connected = false;
         auto& all = state->present;
         all.erase(std::remove(all.begin(), all.end(), gone), all.end());
     }
-    reportToObservers([&](DeviceTreeObserver& observer) { observer.removed(*gone->node); });
+    Handled handled;
+    reportToObservers(
+        [&](DeviceTreeObserver& observer) { handled.push_back(observer.removed(*gone->node)); });
+    return handled;
 }
 
 bool SimulatedDeviceTree::requestRemoval(const std::wstring& path)

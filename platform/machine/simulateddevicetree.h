@@ -20,6 +20,8 @@ public:
     void plug(DeviceNode node);
     /// Pulls the node with the given interface path out, however many files are open on it.
     void unplug(const std::wstring& path);
+    /// The same, but returns only when everybody who listens has handled the removal.
+    void unplugAndWait(const std::wstring& path);
     /// Asks the users of the node, then removes it unless a file is still open on it.
     /// @return whether it was removed.
     bool requestRemoval(const std::wstring& path);
@@ -54,8 +56,11 @@ private:
     struct State;
     class File;
 
+    using Handled = std::vector<std::future<void>>;
+
     template <typename Report>
     void reportToObservers(Report report);
+    Handled pullOut(const std::wstring& path);
 
     std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
 };

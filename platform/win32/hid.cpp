@@ -5,7 +5,7 @@
 #include <hidclass.h>
 
 #include <algorithm>
-#include <vector>
+#include <mutex>
 
 #include "file.h"
 #include "handletable.h"
@@ -24,16 +24,14 @@ public:
     const HidCapabilities capabilities;
 };
 
-/// The connected HID function behind a file; null with the last error set.
-HidFunction* hidFunction(const FileObject* file)
+/// The HID function behind an open file; null with the last error set where there is none or it is gone.
+HidFunction* hidFunction(const FileObject& file)
 {
-    if (!file)
-        return nullptr;
-    if (!file->file->isConnected()) {
+    if (!file.file->isConnected()) {
         SetLastError(ERROR_DEVICE_NOT_CONNECTED);
         return nullptr;
     }
-    HidFunction* const function = file->file->node().hid.get();
+    HidFunction* const function = file.file->node().hid.get();
     if (!function)
         SetLastError(ERROR_INVALID_FUNCTION);
     return function;
@@ -55,26 +53,24 @@ std::size_t transferBytes(const HidFunction& function, std::size_t bufferBytes)
     return reportBytes;
 }
 
-BOOL complete(DWORD error)
-{
-    if (error == ERROR_SUCCESS)
-        return TRUE;
-    SetLastError(error);
-    return FALSE;
-}
-
-BOOL getFeature(HANDLE device, void* buffer, DWORD bufferSize, DWORD& bytesReturned)
+/// Lets @p perform(function, bytes) make one feature transfer with the device behind @p device.
+template <typename Perform>
+bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)
 {
     const auto file = HandleTable::get<FileObject>(device);
-    HidFunction* const function = hidFunction(file.get());
-    const std::size_t bytes = function && buffer ? transferBytes(*function, bufferSize) : 0;
-    if (bytes == 0)
-        return FALSE;
+    if (!file)
+        return false;
     const std::lock_guard<std::mutex> guard(file->transfer);
-    std::size_t received = 0;
-    const DWORD error = function->getFeature(static_cast<std::uint8_t*>(buffer), bytes, received);
-    bytesReturned = static_cast<DWORD>(std::min(received, bytes));
-    return complete(error);
+    HidFunction* const function = hidFunction(*file);
+    if (!function)
+        return false;
+    const std::size_t bytes = transferBytes(*function, buffer ? bufferBytes : 0);
+    if (bytes == 0)
+        return false;
+    const DWORD error = perform(*function, bytes);
+    if (error != ERROR_SUCCESS)
+        SetLastError(error);
+    return error == ERROR_SUCCESS;
 }
 
 } // namespace
@@ -87,7 +83,7 @@ void NTAPI HidD_GetHidGuid(LPGUID hidGuid)
 BOOLEAN NTAPI HidD_GetPreparsedData(HANDLE device, PHIDP_PREPARSED_DATA* preparsedData)
 {
     const auto file = HandleTable::get<FileObject>(device);
-    const HidFunction* const function = hidFunction(file.get());
+    const HidFunction* const function = file ? hidFunction(*file) : nullptr;
     if (!function)
         return FALSE;
     *preparsedData = static_cast<PHIDP_PREPARSED_DATA>(
@@ -114,22 +110,29 @@ NTSTATUS NTAPI HidP_GetCaps(PHIDP_PREPARSED_DATA preparsedData, PHIDP_CAPS capab
 
 BOOLEAN NTAPI HidD_SetFeature(HANDLE device, PVOID reportBuffer, ULONG reportBufferLength)
 {
-    const auto file = HandleTable::get<FileObject>(device);
-    HidFunction* const function = hidFunction(file.get());
-    const std::size_t bytes = function && reportBuffer ? transferBytes(*function, reportBufferLength) : 0;
-    if (bytes == 0)
-        return FALSE;
-    const std::lock_guard<std::mutex> guard(file->transfer);
-    return complete(function->setFeature(static_cast<const std::uint8_t*>(reportBuffer), bytes)) != FALSE;
+    return transferFeature(
+        device, reportBuffer, reportBufferLength, [reportBuffer](HidFunction& function, std::size_t bytes) {
+            return function.setFeature(static_cast<const std::uint8_t*>(reportBuffer), bytes);
+        });
 }
 
 BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID, DWORD, LPVOID outBuffer,
                             DWORD outBufferSize, LPDWORD bytesReturned, LPOVERLAPPED overlapped)
 {
-    if (ioControlCode != IOCTL_HID_GET_FEATURE || overlapped || !bytesReturned) {
+    if (ioControlCode != IOCTL_HID_GET_FEATURE) {
         SetLastError(ERROR_INVALID_FUNCTION); // nothing else is modelled
         return FALSE;
     }
+    if (overlapped || !bytesReturned) {
+        SetLastError(ERROR_INVALID_PARAMETER); // only blocking transfers are modelled
+        return FALSE;
+    }
     *bytesReturned = 0;
-    return getFeature(device, outBuffer, outBufferSize, *bytesReturned);
+    return transferFeature(device, outBuffer, outBufferSize, [=](HidFunction& function, std::size_t bytes) {
+        std::size_t received = 0;
+        const DWORD error = function.getFeature(static_cast<std::uint8_t*>(outBuffer), bytes, received);
+        if (error == ERROR_SUCCESS)
+            *bytesReturned = static_cast<DWORD>(std::min(received, bytes));
+        return error;
+    });
 }

@@ -69,8 +69,14 @@ protected:
         message.data = std::move(data);
         if (recipient)
             return recipient->queue->send(std::move(message));
-        message.handled.set_value();
-        return message.handled.get_future();
+        return alreadyHandled();
+    }
+
+    static std::future<void> alreadyHandled()
+    {
+        std::promise<void> nothing;
+        nothing.set_value();
+        return nothing.get_future();
     }
 
 private:
@@ -86,14 +92,20 @@ public:
     {
     }
 
-    void arrived(const DeviceNode& node) override { report(DBT_DEVICEARRIVAL, node); }
-    void removed(const DeviceNode& node) override { report(DBT_DEVICEREMOVECOMPLETE, node); }
+    void arrived(const DeviceNode& node) override
+    {
+        static_cast<void>(report(DBT_DEVICEARRIVAL, node)); // nobody waits for it
+    }
+    std::future<void> removed(const DeviceNode& node) override
+    {
+        return report(DBT_DEVICEREMOVECOMPLETE, node);
+    }
 
 private:
-    void report(WPARAM event, const DeviceNode& node)
+    std::future<void> report(WPARAM event, const DeviceNode& node)
     {
         if (node.interfaceClass != interfaceClass)
-            return;
+            return alreadyHandled();
         const std::wstring& name = node.interfacePath;
         DEV_BROADCAST_DEVICEINTERFACE_W header = {};
         const std::size_t nameOffset = offsetof(DEV_BROADCAST_DEVICEINTERFACE_W, dbcc_name);
@@ -104,7 +116,7 @@ private:
         std::vector<std::uint8_t> data(std::max(sizeof(header), nameOffset + nameBytes));
         std::memcpy(data.data(), &header, sizeof(header));
         std::memcpy(data.data() + nameOffset, name.c_str(), nameBytes);
-        static_cast<void>(broadcast(event, std::move(data))); // nobody waits for these
+        return broadcast(event, std::move(data));
     }
 
     const GUID interfaceClass;
@@ -120,9 +132,9 @@ public:
     {
     }
 
-    void removed(const DeviceNode& gone) override
+    std::future<void> removed(const DeviceNode& gone) override
     {
-        static_cast<void>(report(DBT_DEVICEREMOVECOMPLETE, gone));
+        return report(DBT_DEVICEREMOVECOMPLETE, gone);
     }
     void removalQueried(const DeviceNode& asked) override { report(DBT_DEVICEQUERYREMOVE, asked).wait(); }
     void removalCancelled(const DeviceNode& kept) override
@@ -135,11 +147,8 @@ public:
 private:
     std::future<void> report(WPARAM event, const DeviceNode& affected)
     {
-        if (&affected != node) {
-            std::promise<void> nothing;
-            nothing.set_value();
-            return nothing.get_future();
-        }
+        if (&affected != node)
+            return alreadyHandled();
         DEV_BROADCAST_HANDLE header = {};
         header.dbch_size = sizeof(header);
         header.dbch_devicetype = DBT_DEVTYP_HANDLE;

@@ -130,9 +130,11 @@ typedef struct _SECURITY_ATTRIBUTES
     BOOL bInheritHandle;
 } SECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
 
+typedef struct _RTL_CRITICAL_SECTION_DEBUG* PRTL_CRITICAL_SECTION_DEBUG;
+
 typedef struct _RTL_CRITICAL_SECTION
 {
-    PVOID DebugInfo;
+    PRTL_CRITICAL_SECTION_DEBUG DebugInfo;
     LONG LockCount;
     LONG RecursionCount;
     HANDLE OwningThread;

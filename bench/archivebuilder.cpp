@@ -1,0 +1,76 @@
+#include "archivebuilder.h"
+
+#include <QDateTime>
+
+#include <quazip.h>
+#include <quazipfile.h>
+
+namespace {
+
+constexpr int storedMethod = 0;
+constexpr int bytesPerComment = 16;
+constexpr int bytesPerRemark = 64;
+
+bool writeEntry(QuaZip& archive, const ArchiveEntry& entry, bool isPacked)
+{
+    QuaZipNewInfo info(entry.name);
+    info.dateTime = QDateTime(QDate(2020, 1, 1), QTime(0, 0));
+    QuaZipFile file(&archive);
+    const int method = isPacked ? Z_DEFLATED : storedMethod;
+    if (!file.open(QIODevice::WriteOnly, info, nullptr, 0, method, isPacked ? Z_DEFAULT_COMPRESSION : 0))
+        return false;
+    if (file.write(entry.contents) != entry.contents.size())
+        return false;
+    file.close();
+    return file.getZipError() == ZIP_OK;
+}
+
+} // namespace
+
+namespace ArchiveBuilder {
+
+QByteArray imageText(const QByteArray& image)
+{
+    static const char digits[] = "0123456789ABCDEF";
+    QByteArray text("// Firmware image, one byte per line\r\n");
+    text.reserve(image.size() * 5);
+    for (int i = 0; i < image.size(); ++i) {
+        if (i % bytesPerComment == 0)
+            text += "// " + QByteArray::number(i, 16) + "\r\n";
+        const auto byte = static_cast<unsigned char>(image.at(i));
+        if (i % bytesPerRemark == 1)
+            text += "0x";
+        text += digits[byte >> 4];
+        text += digits[byte & 0x0F];
+        if (i % bytesPerRemark == 0)
+            text += " // page";
+        text += "\r\n";
+    }
+    return text;
+}
+
+std::vector<ArchiveEntry> release(const QByteArray& transmitterImage, const QByteArray& headsetImage,
+                                  const QByteArray& releaseNotes)
+{
+    return {
+        {QStringLiteral("transmitter.ff"), imageText(transmitterImage)},
+        {QStringLiteral("headset.ef"), imageText(headsetImage)},
+        {QStringLiteral("ReleaseNotes.txt"), releaseNotes},
+    };
+}
+
+bool write(const QString& path, const std::vector<ArchiveEntry>& entries, bool isPacked)
+{
+    QuaZip archive(path);
+    archive.setDataDescriptorWritingEnabled(false); // the sizes stand before the data, as most tools have it
+    if (!archive.open(QuaZip::mdCreate))
+        return false;
+    for (const ArchiveEntry& entry : entries) {
+        if (!writeEntry(archive, entry, isPacked))
+            return false;
+    }
+    archive.close();
+    return archive.getZipError() == ZIP_OK;
+}
+
+} // namespace ArchiveBuilder

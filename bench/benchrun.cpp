@@ -1,0 +1,245 @@
+#include "benchrun.h"
+
+#include <future>
+
+#include <QDir>
+#include <QThread>
+
+#include "archivebuilder.h"
+#include "eventlog.h"
+#include "expectation.h"
+#include "firmwarecontroller.h"
+#include "imagebuilder.h"
+#include "mainwindow.h"
+#include "userdriver.h"
+
+namespace {
+
+constexpr int unexpected = 1;
+constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
+
+QString nameOf(DeviceType type)
+{
+    return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
+}
+
+bool writeSampleArchive(const QString& path, const BenchOptions& options)
+{
+    ImageOptions transmitter = ImageBuilder::transmitter(options.generation);
+    ImageOptions headset = ImageBuilder::headset();
+    transmitter.size = headset.size = options.imageBytes;
+    const QByteArray notes = "Version 1.2.3\n\n"
+                             "- Clearer voice in noisy rooms\n"
+                             "- The headset finds its transmitter faster after a pause\n"
+                             "- Corrected: a click at the end of a call\n";
+    return ArchiveBuilder::write(
+        path, ArchiveBuilder::release(ImageBuilder::build(transmitter), ImageBuilder::build(headset), notes));
+}
+
+} // namespace
+
+BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
+    : options(benchOptions)
+    , log(eventLog)
+    , fault(faultByName(benchOptions.faultName))
+    , faultyType(benchOptions.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
+                                                                          : DeviceType::Headset)
+{
+    timeLimit.setSingleShot(true);
+    connect(&timeLimit, &QTimer::timeout, this, [this] {
+        log.add(QStringLiteral("verdict: the update does not come to an end"));
+        finish(unexpected);
+    });
+}
+
+BenchRun::~BenchRun() = default;
+
+bool BenchRun::prepare()
+{
+    if (!prepareArchive())
+        return false;
+    preparePair();
+    startUpdater();
+    return true;
+}
+
+bool BenchRun::prepareArchive()
+{
+    archivePath = options.archivePath;
+    if (archivePath.isEmpty()) {
+        archivePath = QDir(folder.path()).absoluteFilePath(QStringLiteral("vynt-firmware-1.2.3.zip"));
+        if (!writeSampleArchive(archivePath, options)) {
+            log.add(QStringLiteral("cannot write the sample archive %1").arg(archivePath));
+            return false;
+        }
+    }
+    FirmwareController archive;
+    archive.setFilePath(archivePath);
+    for (const DeviceType type : bothTypes)
+        images[type] = archive.firmware(type);
+    if (archive.fileBaseName().isEmpty())
+        log.add(QStringLiteral("not a firmware archive: %1").arg(archivePath));
+    return !archive.fileBaseName().isEmpty();
+}
+
+void BenchRun::preparePair()
+{
+    SimulatedPair::Setup setup;
+    setup.generation = options.generation;
+    setup.chipId = options.chipId;
+    setup.revision = options.revision;
+    setup.transmitterImage = images[DeviceType::Transmitter];
+    setup.headsetImage = images[DeviceType::Headset];
+    setup.isTimeVirtual = options.fast;
+    setup.report = [this](const std::string& text) { log.add(QString::fromStdString(text)); };
+    pair = std::make_unique<SimulatedPair>(setup);
+    for (const DeviceType type : bothTypes) {
+        SimulatedDevice& device = pair->device(type);
+        verdicts[type] = std::make_shared<Verdict>(type, device, images[type]);
+        verdicts[type]->begin();
+        if (options.fast)
+            device.onVanished = [this] { letEverybodyHear(); };
+    }
+    pair->plugIn();
+}
+
+void BenchRun::startUpdater()
+{
+    driver.reset();
+    window.reset();
+    window = std::make_unique<MainWindow>();
+    window->setFirmwareFilePath(archivePath);
+    window->show();
+}
+
+void BenchRun::drive()
+{
+    constexpr qint64 allowanceMs = 120000;
+    qint64 delaysMs = 0;
+    for (const auto& verdict : verdicts)
+        delaysMs += verdict->prescribedDelaysMs();
+    timeLimit.start(std::chrono::milliseconds(allowanceMs + 2 * delaysMs));
+
+    driver = std::make_unique<UserDriver>(*window, log, options.screenshotsFolder);
+    if (options.fast)
+        driver->setIsWaitInVain([this](DeviceType type) { return isWaitInVain(type); });
+    connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::beginUpdate);
+    connect(driver.get(), &UserDriver::succeeded, this, [this] { endUpdate({}, true); });
+    connect(driver.get(), &UserDriver::failed, this,
+            [this](const QMap<DeviceType, int>& errors) { endUpdate(errors, false); });
+    driver->start();
+}
+
+void BenchRun::beginUpdate()
+{
+    for (const DeviceType type : bothTypes)
+        pair->device(type).clearFault();
+    if (fault && !isRepairing)
+        pair->device(faultyType).setFault(*fault, options.faultTransfer);
+}
+
+/// @param isOver  whether the updater shows the pairing instructions, from which there is no way back.
+void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, bool isOver)
+{
+    bool isExpected = true;
+    bool isWhole = true;
+    for (const DeviceType type : bothTypes) {
+        log.add(QStringLiteral("verdict: ") + verdicts[type]->text(errors.value(type)));
+        isExpected = isAsExpected(type, errors.value(type)) && isExpected;
+        isWhole = verdicts[type]->isEqual() && isWhole;
+    }
+    if (!isExpected) {
+        log.add(QStringLiteral("verdict: that is not the expected outcome"));
+        finish(unexpected);
+        return;
+    }
+    if (!fault || isRepairing) {
+        if (!options.fast)
+            reportTimes();
+        finish(0);
+        return;
+    }
+    const bool wasStruck = pair->device(faultyType).struckAt().has_value();
+    log.add(QStringLiteral("verdict: the expected outcome of the fault %1%2")
+                .arg(options.faultName, wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
+    if (isOver && isWhole && errors.isEmpty())
+        finish(0);
+    else
+        tryAgain(!isOver);
+}
+
+bool BenchRun::isAsExpected(DeviceType type, int errorCode) const
+{
+    if (images[type].isEmpty())
+        return true;
+    Expectation expected;
+    if (fault && !isRepairing && type == faultyType)
+        expected = expectationFor(fault, pair->device(type).struckAt(), verdicts[type]->commits());
+    if (errorCode != expected.errorCode)
+        return false;
+    return errorCode != 0 || !expected.isMemoryWhole || verdicts[type]->isEqual();
+}
+
+/// Repairs the device that the fault hit, as a user would.
+void BenchRun::tryAgain(bool isUpdaterUsable)
+{
+    isRepairing = true;
+    SimulatedDevice& device = pair->device(faultyType);
+    device.clearFault();
+    log.add(QStringLiteral("user: replug the %1").arg(nameOf(faultyType)));
+    device.unplug();
+    device.plugIn();
+    if (isUpdaterUsable) {
+        driver->tryAgain();
+        return;
+    }
+    log.add(QStringLiteral("user: start the updater again"));
+    // Not from within the driver's own signal.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            startUpdater();
+            drive();
+        },
+        Qt::QueuedConnection);
+}
+
+void BenchRun::finish(int exitCode)
+{
+    timeLimit.stop();
+    Q_EMIT finished(exitCode);
+}
+
+/// In virtual time: a device that has come to rest outside its programming mode will not get there any more.
+bool BenchRun::isWaitInVain(DeviceType type)
+{
+    SimulatedDevice& device = pair->device(type);
+    return device.isSettled() && !(device.isPluggedIn() && device.isProgramming());
+}
+
+void BenchRun::reportTimes() const
+{
+    const QMap<DeviceType, qint64> times = driver->programmingTimesMs();
+    for (auto time = times.cbegin(); time != times.cend(); ++time) {
+        const qint64 delays = verdicts[time.key()]->prescribedDelaysMs();
+        log.add(QStringLiteral("%1: programmed in %2 ms, %3 times the protocol's own %4 ms")
+                    .arg(nameOf(time.key()))
+                    .arg(time.value())
+                    .arg(static_cast<double>(time.value()) / static_cast<double>(delays), 0, 'f', 4)
+                    .arg(delays));
+    }
+    log.add(QStringLiteral("both: programmed in %1 ms").arg(driver->runTimeMs()));
+}
+
+/// In virtual time no delay gives the updater the time to hear that a device is gone, so that time is given
+/// here: the report of the removal stands in the event queue before the answer to this call.
+void BenchRun::letEverybodyHear()
+{
+    if (QThread::currentThread() == thread())
+        return;
+    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may be waiting for this one
+    const auto heard = std::make_shared<std::promise<void>>();
+    QMetaObject::invokeMethod(
+        this, [heard] { heard->set_value(); }, Qt::QueuedConnection);
+    heard->get_future().wait_for(longest);
+}

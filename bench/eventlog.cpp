@@ -1,0 +1,25 @@
+#include "eventlog.h"
+
+#include <cstdio>
+
+#include <QMutexLocker>
+
+EventLog::EventLog()
+{
+    timer.start();
+}
+
+void EventLog::add(const QString& text)
+{
+    constexpr double msPerSecond = 1000;
+    QString line;
+    {
+        const QMutexLocker locker(&mutex);
+        line = QStringLiteral("[%1] %2")
+                   .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
+                   .arg(text);
+        std::puts(line.toUtf8().constData());
+        std::fflush(stdout);
+    }
+    Q_EMIT added(line);
+}

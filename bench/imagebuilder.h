@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <QByteArray>
+
+#include "deviceinstance.h"
+
+/// What a firmware image is to contain. `ImageBuilder::transmitter()` and `headset()` give usual ones to
+/// vary.
+///
+/// What is read from a connected device comes in pieces of at most 32 bytes, so keep the version entry's
+/// length (version, comma, remark) within that if a device is to run the image.
+struct ImageOptions
+{
+    int size = 8192; ///< bytes of the image; where its table needs more, it gets as many as that
+
+    // The first two bytes, which describe the memory that the image is built for, in the chip's codes.
+    int deviceSizeCode = 0;    ///< 4 bits; memory of 64 << code bytes; 0: the smallest that holds the image
+    int pageSizeCode = 0;      ///< 4 bits; pages of 2 << code bytes
+    int sectorSizeCode = 0;    ///< 4 bits; sectors of 64 << code bytes (transmitter)
+    int configBits = 0;        ///< 2 bits
+    int headerBlockBytes = 11; ///< length of the block between header and file table
+
+    QByteArray version = QByteArrayLiteral("1.2.3");
+    QByteArray versionRemark = QByteArrayLiteral("release"); ///< what follows the comma after the version
+    std::uint16_t vendorId = 0x7A31;
+    std::uint16_t productId = 0x0004;
+    std::uint8_t usbDescriptorFileId = 0x0C; ///< or 0x35, 0x0D
+
+    /// The file table's entries in order (see the functions below); where there is none, the usual four:
+    /// filler, version, filler, USB descriptors.
+    std::vector<QByteArray> entries;
+
+    std::uint32_t seed = 1; ///< of the payload after the table
+};
+
+/// Builds firmware images as real ones are: header, table of typed files, end mark, and then pseudo-random
+/// bytes that are the same for the same options everywhere.
+///
+///     ImageOptions options = ImageBuilder::transmitter(2);
+///     options.version = "2.0.0";
+///     const QByteArray image = ImageBuilder::build(options);
+namespace ImageBuilder {
+
+/// What a device's boot loader finds in an image.
+struct Identity
+{
+    QByteArray version;
+    std::uint16_t productId = 0;
+};
+
+/// The identity of the image at the begin of @p memory; nothing where it is not valid. Written apart from the
+/// updater's own inspection, so that it can tell whether that is right.
+std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory);
+
+ImageOptions transmitter(int generation = 1);
+ImageOptions headset();
+
+/// @p options for the memory that @p image is for, and as large as it.
+ImageOptions forMemoryOf(ImageOptions options, const QByteArray& image);
+
+QByteArray build(const ImageOptions& options);
+
+/// A file entry: identifier, length of the contents, contents.
+QByteArray fileEntry(std::uint8_t identifier, const QByteArray& contents);
+
+/// The version file with the text @p text (version, comma, remark). Its last four bytes lie beyond what is
+/// read.
+QByteArray versionEntry(const QByteArray& text);
+
+/// A USB descriptor file with a device and a configuration descriptor.
+QByteArray usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId);
+
+} // namespace ImageBuilder

@@ -1,0 +1,85 @@
+#include <QApplication>
+#include <QDir>
+#include <QIcon>
+#include <QTranslator>
+
+#include "benchoptions.h"
+#include "benchrun.h"
+#include "benchwindow.h"
+#include "eventlog.h"
+#include "mainwindow.h"
+#include "startup.h"
+
+namespace {
+
+constexpr int failure = 1;
+
+EventLog* messageLog = nullptr;
+
+/// The updater's own log goes into the bench's.
+void logMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
+{
+    const bool isSerious = type == QtWarningMsg || type == QtCriticalMsg || type == QtFatalMsg;
+    messageLog->add((isSerious ? QStringLiteral("log: (!) ") : QStringLiteral("log: ")) + text);
+}
+
+/// Without a display the windows live in memory. To be called before the application object exists.
+void chooseDisplay()
+{
+    for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        if (!qEnvironmentVariableIsEmpty(variable))
+            return;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+bool hasDisplay()
+{
+    return QGuiApplication::platformName() != QLatin1String("offscreen");
+}
+
+/// @return the program's exit code.
+int runBench(const BenchOptions& options, EventLog& log)
+{
+    if (!options.screenshotsFolder.isEmpty() && !QDir().mkpath(options.screenshotsFolder)) {
+        log.add(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
+        return failure;
+    }
+    BenchRun run(options, log);
+    if (!run.prepare())
+        return failure;
+    QObject::connect(&run, &BenchRun::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
+    if (options.drivesItself || !hasDisplay()) {
+        run.drive();
+        return QCoreApplication::exec();
+    }
+    BenchWindow bench(run, log);
+    bench.show();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    chooseDisplay();
+    Startup::enableHighDpiScaling();
+    const QApplication application(argc, argv);
+    int exitCode = 0;
+    const auto options = parseBenchOptions(QCoreApplication::arguments(), exitCode);
+    if (!options)
+        return exitCode;
+
+    EventLog log;
+    messageLog = &log;
+    const QtMessageHandler previousHandler = qInstallMessageHandler(logMessage);
+    QTranslator qtTranslator;
+    Startup::installTranslator(qtTranslator, QStringLiteral("qt_"));
+    QTranslator translator;
+    Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
+
+    exitCode = runBench(*options, log);
+    qInstallMessageHandler(previousHandler);
+    return exitCode;
+}

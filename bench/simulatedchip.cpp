@@ -1,0 +1,270 @@
+#include "simulatedchip.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t ramBytes = 0x10000;
+constexpr std::uint8_t powerUpPattern = 0xA5; // nothing that was not written passes for set up
+constexpr std::uint8_t erased = 0xFF;
+
+constexpr std::uint16_t chipRevisionRegister = 0xF002;
+constexpr std::uint16_t chipIdRegister = 0xF004;
+constexpr std::uint16_t pinmux1 = 0xF0E1;
+constexpr std::uint16_t pinmux2 = 0xF0E2;
+constexpr std::uint16_t revisionC0Patch = 0xC0A7;
+constexpr std::uint8_t unknownChipId = 0x0E;
+
+// Frames.
+constexpr std::uint8_t commandReportId = 0xFF;
+constexpr std::uint8_t dataReportId = 0xE4;
+constexpr std::size_t frameHeaderBytes = 3;
+constexpr std::size_t dataHeaderBytes = 7;
+constexpr std::size_t dataBytes = 256;
+constexpr std::size_t chunkBytes = 4096;
+constexpr std::size_t rowBytes = 16;
+constexpr std::uint16_t rowStep = 0x1000; // the loader lays the rows of a load apart
+constexpr std::size_t answerDataOffset = 11;
+constexpr std::uint8_t noData = 0x01;
+
+// Control block offsets.
+enum {
+    NvmemType = 0,
+    FlashAddress = 1,
+    RamAddress = 5,
+    Length = 7,
+    Cleared = 10,
+    DeviceSize = 13,
+    ConfigBits = 17,
+    PageSize = 18,
+    SectorSize = 20
+};
+
+std::uint32_t codedSize(unsigned code, int shift)
+{
+    return code == 0 ? 0 : 1u << (code - 1 + static_cast<unsigned>(shift));
+}
+
+} // namespace
+
+SimulatedChip::Hardware SimulatedChip::hardwareFor(DeviceType kind, int chipId, int revision,
+                                                   const std::vector<std::uint8_t>& image)
+{
+    Hardware hardware;
+    hardware.kind = kind;
+    hardware.chipId = chipId;
+    hardware.revision = revision;
+    if (image.size() < 2)
+        return hardware;
+    const bool isTransmitter = kind == DeviceType::Transmitter;
+    const unsigned pageCode = image[0] >> 4u;
+    hardware.memorySize = codedSize(image[0] & 0x0Fu, 7);
+    hardware.pageSize =
+        isTransmitter && pageCode == 0 ? 1 : codedSize(isTransmitter ? pageCode : pageCode & 7u, 2);
+    hardware.sectorSize = isTransmitter ? codedSize(image[1] & 0x0Fu, 7) : 0;
+    hardware.configBits = (image[1] >> 4u) & 3;
+    return hardware;
+}
+
+SimulatedChip::SimulatedChip(const Hardware& chipHardware, const std::vector<std::uint8_t>& image)
+    : built(chipHardware)
+    , flash(std::max<std::size_t>(chipHardware.memorySize, image.size()), erased)
+{
+    std::copy(image.begin(), image.end(), flash.begin());
+    powerUp();
+}
+
+void SimulatedChip::powerUp()
+{
+    ram.assign(ramBytes, powerUpPattern);
+    prepared.clear();
+}
+
+int SimulatedChip::receive(const std::uint8_t* report, std::size_t size)
+{
+    if (size > 0 && report[0] == dataReportId) {
+        receiveData(report, size);
+        return 0;
+    }
+    if (size < frameHeaderBytes + 1 || report[0] != commandReportId || report[1] < 2 || report[2] != 0x00 ||
+        report[1] + frameHeaderBytes - 1 > size) {
+        refuse("malformed frame");
+        return 0;
+    }
+    const std::size_t payloadBytes = report[1] - 1u;
+    if (payloadBytes == 1)
+        return report[frameHeaderBytes];
+    receiveCommand(report + frameHeaderBytes, payloadBytes);
+    return 0;
+}
+
+void SimulatedChip::receiveData(const std::uint8_t* report, std::size_t size)
+{
+    const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
+                          report[5] == 0 && report[6] == 1;
+    const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
+    if (!isProgramming || !isFormed || offset % dataBytes != 0 || offset >= chunkBytes) {
+        refuse("data packet refused");
+        return;
+    }
+    writeRam(static_cast<std::uint16_t>(ramBase() + offset), report + dataHeaderBytes, dataBytes);
+}
+
+/// Payload: class, 04 00 00, N, operation, operands.
+void SimulatedChip::receiveCommand(const std::uint8_t* payload, std::size_t size)
+{
+    constexpr std::size_t operationOffset = 5;
+    constexpr std::uint8_t memoryReadClass = 0xFD;
+    if (size <= operationOffset || payload[1] != 0x04 || payload[2] != 0 || payload[3] != 0 ||
+        payload[4] != size - operationOffset + 1) {
+        refuse("malformed command");
+        return;
+    }
+    const std::uint8_t operation = payload[operationOffset];
+    const std::uint8_t* const operands = payload + operationOffset + 1;
+    const std::size_t operandBytes = size - operationOffset - 1;
+    const bool isRead = payload[0] == memoryReadClass;
+    const auto address = static_cast<std::uint16_t>(operandBytes >= 2 ? operands[0] | operands[1] << 8u : 0);
+    if (isRead && operation == 0x81 && operandBytes == 3 && operands[2] <= rowBytes) {
+        prepared.clear();
+        for (unsigned i = 0; i < operands[2]; ++i) {
+            const auto at = static_cast<std::uint16_t>(address + i);
+            if (at == chipIdRegister)
+                prepared.push_back(hasWrongIdentity ? unknownChipId
+                                                    : static_cast<std::uint8_t>(built.chipId));
+            else if (at == chipRevisionRegister)
+                prepared.push_back(static_cast<std::uint8_t>(built.revision));
+            else
+                prepared.push_back(ram[at]);
+        }
+    } else if (!isRead && operation == 0x00 && operandBytes > 2) {
+        writeRam(address, operands + 2, operandBytes - 2);
+    } else if (!isRead && operation == 0x84 && operandBytes == 0) {
+        load();
+    } else if (!isRead && operation == 0x03 && operandBytes == 0) {
+        commit();
+    } else if (!isRead && operation == 0x0C && operandBytes == 3) {
+        erase();
+    } else {
+        refuse("unknown command");
+    }
+}
+
+std::vector<std::uint8_t> SimulatedChip::answer(std::size_t size)
+{
+    std::vector<std::uint8_t> report(std::max(size, answerDataOffset + rowBytes));
+    report[0] = commandReportId;
+    if (prepared.empty())
+        report[1] = noData;
+    std::copy(prepared.begin(), prepared.end(), report.begin() + answerDataOffset);
+    prepared.clear();
+    return report;
+}
+
+void SimulatedChip::writeRam(std::uint16_t address, const std::uint8_t* data, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i)
+        ram[static_cast<std::uint16_t>(address + i)] = data[i];
+}
+
+void SimulatedChip::load()
+{
+    const std::uint32_t from = field(FlashAddress, 4);
+    const std::uint32_t to = field(RamAddress, 2);
+    const std::uint32_t length = field(Length, 2);
+    const std::uint32_t buffer = built.chipId == 12 ? 0xC060 : 0xB0A0;
+    if (to != buffer || length > 2 * rowBytes || from + length > flash.size()) {
+        refuse("load refused");
+        return;
+    }
+    for (std::uint32_t i = 0; i < length; ++i)
+        ram[static_cast<std::uint16_t>(to + i / rowBytes * rowStep + i % rowBytes)] = flash[from + i];
+}
+
+void SimulatedChip::commit()
+{
+    const std::uint32_t address = field(FlashAddress, 4);
+    const std::uint32_t length = field(Length, 2);
+    if (!isLoaderSetUp("commit"))
+        return;
+    if (field(RamAddress, 2) != ramBase() || field(Cleared, 2) != 0 || length == 0 || length > chunkBytes ||
+        address >= flash.size()) {
+        refuse("commit refused: target");
+        return;
+    }
+    const std::size_t end = std::min<std::size_t>(address + length, flash.size());
+    for (std::size_t at = address; at < end; ++at) {
+        const std::uint8_t byte = ram[static_cast<std::uint16_t>(ramBase() + (at - address))];
+        flash[at] = built.kind == DeviceType::Transmitter ? flash[at] & byte : byte;
+    }
+}
+
+void SimulatedChip::erase()
+{
+    const std::uint32_t address = field(FlashAddress, 4);
+    if (!isLoaderSetUp("erase"))
+        return;
+    if (built.sectorSize == 0 || field(Length, 2) != 1 || address % built.sectorSize != 0 ||
+        address >= flash.size()) {
+        refuse("erase refused: target");
+        return;
+    }
+    const std::size_t end = std::min<std::size_t>(address + built.sectorSize, flash.size());
+    std::fill(flash.begin() + address, flash.begin() + static_cast<std::ptrdiff_t>(end), erased);
+}
+
+/// Whether mode, pins and geometry are what this hardware needs.
+bool SimulatedChip::isLoaderSetUp(const char* operation)
+{
+    const bool isTransmitter = built.kind == DeviceType::Transmitter;
+    const char* missing = nullptr;
+    bool arePinsSet = ram[pinmux1] == 0xA0;
+    if (isTransmitter)
+        arePinsSet = ram[pinmux1] == 0x50 && ram[pinmux1 + 1] == 0x05;
+    else if (built.chipId == 12)
+        arePinsSet = ram[pinmux2] == 0x0A;
+    if (!isProgramming)
+        missing = "programming mode";
+    else if (!arePinsSet)
+        missing = "pin multiplexer";
+    else if (built.revision == 2 && ram[revisionC0Patch] != 0x00)
+        missing = "C0 patch";
+    else if (field(NvmemType, 1) != static_cast<std::uint32_t>(built.kind))
+        missing = "memory type";
+    else if (field(DeviceSize, 4) != built.memorySize || field(PageSize, 2) != (built.pageSize & 0xFFFFu) ||
+             field(SectorSize, 4) != built.sectorSize ||
+             field(ConfigBits, 1) != static_cast<std::uint32_t>(built.configBits))
+        missing = "geometry";
+    if (missing)
+        refuse(std::string(operation) + " refused: " + missing);
+    return !missing;
+}
+
+void SimulatedChip::refuse(std::string reason)
+{
+    refused.push_back(std::move(reason));
+}
+
+/// A little-endian field of the control block.
+std::uint32_t SimulatedChip::field(int offset, int bytes) const
+{
+    std::uint32_t value = 0;
+    for (int i = 0; i < bytes; ++i)
+        value |= static_cast<std::uint32_t>(ram[static_cast<std::uint16_t>(smData() + offset + i)])
+                 << (8 * i);
+    return value;
+}
+
+std::uint16_t SimulatedChip::smData() const
+{
+    if (built.chipId == 12)
+        return built.revision == 2 ? 0xC44A : 0xC42D;
+    return built.revision == 2 ? 0xC451 : 0xB53A;
+}
+
+std::uint16_t SimulatedChip::ramBase() const
+{
+    if (built.chipId == 12)
+        return built.revision == 2 ? 0xC764 : 0xD312;
+    return built.revision == 2 ? 0xC771 : 0xBB5C;
+}

@@ -1,0 +1,50 @@
+#include "simulatedpair.h"
+
+#include "imagebuilder.h"
+
+namespace {
+
+constexpr DWORD serviceStopMs = 300;
+constexpr DWORD serviceStartMs = 400;
+constexpr DWORD serviceWaitHintMs = 100;
+
+SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptions installed,
+                                   const QByteArray& wanted, DeviceType type)
+{
+    installed = ImageBuilder::forMemoryOf(installed, wanted);
+    installed.version = QByteArrayLiteral("1.0.0");
+    installed.seed = 99;
+    const QByteArray image = ImageBuilder::build(installed);
+    const std::vector<std::uint8_t> bytes(image.begin(), image.end());
+    const bool isTransmitter = type == DeviceType::Transmitter;
+    return {SimulatedChip::hardwareFor(type, setup.chipId, setup.revision, bytes), bytes,
+            isTransmitter ? 1 : 2, setup.report};
+}
+
+} // namespace
+
+SimulatedPair::SimulatedPair(const Setup& setup)
+    : machine(setup.isTimeVirtual ? &virtualClock : nullptr)
+    , scope(machine)
+    , transmitter(machine.deviceTree(), machine.clock(),
+                  deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,
+                              DeviceType::Transmitter))
+    , headset(machine.deviceTree(), machine.clock(),
+              deviceSetup(setup, ImageBuilder::headset(), setup.headsetImage, DeviceType::Headset))
+{
+    SimulatedServiceManager::Service audio;
+    audio.name = L"audiosrv";
+    audio.stopping.durationMs = serviceStopMs;
+    audio.stopping.waitHintMs = serviceWaitHintMs;
+    audio.starting.durationMs = serviceStartMs;
+    audio.starting.waitHintMs = serviceWaitHintMs;
+    machine.serviceManager().add(audio);
+    machine.audioEndpoints().add({L"{0.0.0.00000000}.{speakers}", L"Speakers", eRender});
+    machine.audioEndpoints().add({L"{0.0.1.00000000}.{microphone}", L"Microphone", eCapture});
+}
+
+void SimulatedPair::plugIn()
+{
+    transmitter.plugIn();
+    headset.plugIn();
+}

@@ -1,0 +1,208 @@
+#include "userdriver.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include "eventlog.h"
+#include "firmwareupdater.h"
+#include "flashingdialog.h"
+#include "infoscreen.h"
+#include "mainwindow.h"
+
+namespace {
+
+constexpr int lookIntervalMs = 20;
+constexpr int updaterTimeoutMs = 30000;
+
+QString labelText(const QWidget& parent, const char* name)
+{
+    const auto* const label = parent.findChild<QLabel*>(QLatin1String(name));
+    return label ? label->text() : QString();
+}
+
+QString nameOf(DeviceType type)
+{
+    return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
+}
+
+/// A click that is made when the event loop is back in charge: it may open a modal dialog.
+void clickLater(QPushButton* button)
+{
+    QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
+}
+
+} // namespace
+
+UserDriver::UserDriver(MainWindow& mainWindow, EventLog& eventLog, const QString& screenshotsFolder)
+    : window(mainWindow)
+    , log(eventLog)
+    , folder(screenshotsFolder)
+{
+    timer.setInterval(lookIntervalMs);
+    connect(&timer, &QTimer::timeout, this, &UserDriver::look);
+}
+
+void UserDriver::start()
+{
+    timer.start();
+}
+
+void UserDriver::tryAgain()
+{
+    auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
+    if (!screen || screen->backButton()->isHidden())
+        return;
+    isUpdateRequested = false;
+    isRunReported = false;
+    errors.clear();
+    programmingTimes.clear();
+    log.add(QStringLiteral("user: Back"));
+    screen->backButton()->click();
+}
+
+void UserDriver::look()
+{
+    QWidget* const modal = QApplication::activeModalWidget();
+    if (auto* const box = qobject_cast<QMessageBox*>(modal))
+        answer(*box);
+    else if (auto* const dialog = qobject_cast<FlashingDialog*>(modal))
+        follow(*dialog);
+    else if (modal)
+        return;
+    else if (const auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget()))
+        lookAtInfoScreen(*screen);
+    else
+        lookAtMainPage();
+}
+
+void UserDriver::answer(QMessageBox& box)
+{
+    QPushButton* const button = box.defaultButton();
+    if (!button) {
+        log.add(QStringLiteral("message: %1").arg(box.text()));
+        box.close();
+        return;
+    }
+    photograph(QStringLiteral("question"), box);
+    log.add(QStringLiteral("question: %1 | answer: %2").arg(box.text(), button->text()));
+    button->click();
+}
+
+void UserDriver::follow(FlashingDialog& dialog)
+{
+    watchUpdaters(dialog);
+    for (const auto* const bar : dialog.findChildren<QProgressBar*>()) {
+        constexpr int atWorkPercent = 40;
+        if (bar->isVisible() && bar->maximum() > 0 && bar->value() * 100 > bar->maximum() * atWorkPercent)
+            photograph(QStringLiteral("updating"), dialog);
+    }
+    auto* const closeButton = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
+    if (!closeButton->isEnabled())
+        return;
+    errors = dialog.errors();
+    photograph(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
+    log.add(QStringLiteral("transmitter: %1").arg(labelText(dialog, "transmitterInfoLabel")));
+    log.add(QStringLiteral("headset: %1").arg(labelText(dialog, "headsetInfoLabel")));
+    log.add(QStringLiteral("user: Close"));
+    watchedUpdaters.clear();
+    clickLater(closeButton);
+}
+
+void UserDriver::watchUpdaters(const FlashingDialog& dialog)
+{
+    // Updaters are made in the order of the device types.
+    const bool hasTransmitter = !dialog.findChild<QWidget*>(QStringLiteral("transmitterBox"))->isHidden();
+    DeviceType type = hasTransmitter ? DeviceType::Transmitter : DeviceType::Headset;
+    for (auto* const updater : dialog.findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (!watchedUpdaters.contains(updater))
+            watchUpdater(updater, type);
+        type = DeviceType::Headset;
+    }
+    if (isWaitInVain)
+        endVainWaits();
+}
+
+void UserDriver::watchUpdater(FirmwareUpdater* updater, DeviceType type)
+{
+    watchedUpdaters.insert(updater, type);
+    const QString name = nameOf(type);
+    const auto timeOfDevice = std::make_shared<QElapsedTimer>();
+    connect(updater, &FirmwareUpdater::progressRangeChanged, this, [this, name, timeOfDevice](int, int max) {
+        timeOfDevice->start();
+        if (!runTimer.isValid())
+            runTimer.start();
+        log.add(QStringLiteral("%1: programming, %2 steps").arg(name).arg(max));
+    });
+    connect(updater, &FirmwareUpdater::flashingFinished, this, [this, name, type, timeOfDevice] {
+        programmingTimes[type] = timeOfDevice->elapsed();
+        runTime = runTimer.elapsed();
+        log.add(QStringLiteral("%1: finished").arg(name));
+    });
+    connect(updater, &FirmwareUpdater::flashingError, this, [this, name](int code) {
+        log.add(QStringLiteral("%1: failed with code %2").arg(name).arg(code));
+    });
+}
+
+void UserDriver::endVainWaits()
+{
+    for (auto updater = watchedUpdaters.cbegin(); updater != watchedUpdaters.cend(); ++updater) {
+        for (auto* const timeout : updater.key()->findChildren<QTimer*>()) {
+            if (timeout->isActive() && timeout->interval() == updaterTimeoutMs &&
+                isWaitInVain(updater.value()))
+                timeout->start(0);
+        }
+    }
+}
+
+void UserDriver::lookAtInfoScreen(const InfoScreen& screen)
+{
+    const bool isEnd = !screen.closeButton()->isHidden();
+    if (!isEnd) {
+        photograph(QStringLiteral("start-screen"), window);
+        return;
+    }
+    if (isRunReported)
+        return;
+    isRunReported = true;
+    const QString text = labelText(screen, "text");
+    if (screen.backButton()->isHidden()) {
+        photograph(QStringLiteral("pairing-instructions"), window);
+        log.add(QStringLiteral("screen: pairing instructions"));
+        Q_EMIT succeeded();
+        return;
+    }
+    photograph(QStringLiteral("failure-report"), window);
+    log.add(QStringLiteral("screen: failure report: %1").arg(text.simplified()));
+    Q_EMIT failed(errors, text);
+}
+
+void UserDriver::lookAtMainPage()
+{
+    auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
+    auto* const busyIndicator = window.findChild<QProgressBar*>();
+    if (isUpdateRequested || !updateButton->isEnabled() || busyIndicator->isVisible())
+        return;
+    photograph(QStringLiteral("main-page"), window);
+    log.add(QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
+                .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
+                     labelText(window, "headsetVersion"), labelText(window, "headsetFirmwareVersion")));
+    isUpdateRequested = true;
+    runTimer.invalidate();
+    Q_EMIT updateRequested();
+    clickLater(updateButton);
+}
+
+void UserDriver::photograph(const QString& name, QWidget& widget)
+{
+    if (folder.isEmpty() || photographed.contains(name))
+        return;
+    photographed.insert(name);
+    const QString path = QDir(folder).absoluteFilePath(name + QStringLiteral(".png"));
+    if (!widget.grab().save(path))
+        log.add(QStringLiteral("could not save %1").arg(path));
+}

@@ -1,0 +1,47 @@
+#!/bin/sh
+# Runs what build.sh made under Wine, an implementation of Windows that knows nothing of this program. Wine (with its
+# 32-bit part) and an X server live in a small Debian of their own in the cache folder, so that the machine need not
+# take in another architecture. That Debian follows the release only, without later updates: there the lists of both
+# architectures always match. Pictures go to build/windows/check.
+set -e
+cd "$(dirname "$0")/../.."
+. packaging/windows/common.sh
+
+[ -f "$build/app/$updater.exe" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
+root=$cache/wine-root
+
+make_root() {
+    [ ! -f "$root/ready" ] || return 0
+    echo "Making a Debian with Wine; messages go to $cache/wine-root.log"
+    as_root rm -rf "$root"
+    # shellcheck disable=SC1091
+    release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    # shellcheck disable=SC2016
+    repository=$(debian_repositories '$(REPO_URI)' "Codename: $release" | head -n 1)
+    as_root debootstrap --variant=minbase "$release" "$root" "$repository" >"$cache/wine-root.log" &&
+        as_root chroot "$root" sh -ec 'dpkg --add-architecture i386
+            apt-get update
+            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends wine wine32 xvfb imagemagick
+            apt-get clean
+            touch /ready' >>"$cache/wine-root.log" 2>&1 ||
+        fail "A Debian with 32-bit Wine could not be made; see $cache/wine-root.log"
+}
+
+install_packages debootstrap zip
+make_root
+
+work=$root/check
+as_root rm -rf "$work"
+as_root mkdir -p "$work/package" "$work/pictures"
+sh packaging/windows/check/archive.sh "$build/check-archive.zip"
+as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
+as_root cp "$build/packaging/windows/$updater"-*.exe "$work/package/package.exe"
+as_root cp "$build/app/$updater.exe" "$build/packaging/windows/check"/*.exe "$build/packaging/windows/check"/*.dll \
+    packaging/windows/check/run.sh "$work"
+
+# Name spaces of its own: whatever is started in there ends with it.
+status=0
+as_root unshare --mount --pid --fork --kill-child chroot "$root" sh /check/run.sh || status=$?
+mkdir -p "$build/check"
+cp "$work/pictures"/*.png "$build/check" || status=1
+exit $status

@@ -1,0 +1,107 @@
+// Runs the detector for every HID interface, against the system's own. Prints what it reported and what 100
+// more starts and stops left behind; exit status 0 where that is nothing.
+#include <atomic>
+#include <cstdio>
+#include <vector>
+
+#include <windows.h>
+
+#include <winternl.h>
+
+#include "devicedetector.h"
+#include "devicedetectorlistener.h"
+
+namespace {
+
+constexpr int warmUpRounds = 3;
+constexpr int rounds = 100;
+constexpr DWORD timeLimitMs = 60000;
+constexpr DeviceId anyHidInterface{0, 0, InterfaceKind::Hid};
+
+class Reports final : public DeviceDetectorListener
+{
+public:
+    Reports() = default;
+    Reports(const Reports&) = delete;
+    Reports& operator=(const Reports&) = delete;
+    ~Reports() { CloseHandle(completeEvent); }
+
+    void deviceArrived(DeviceInstance* device) override
+    {
+        ++arrivals;
+        std::printf("arrived: %04X:%04X %ls\n", device->vendorId, device->productId, device->path.c_str());
+    }
+    void deviceEnumerationComplete(std::size_t count) override
+    {
+        known = count;
+        SetEvent(completeEvent);
+    }
+    bool waitComplete() const { return WaitForSingleObject(completeEvent, timeLimitMs) == WAIT_OBJECT_0; }
+
+    std::atomic<int> arrivals{0};
+    std::atomic<std::size_t> known{0};
+
+private:
+    HANDLE completeEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+};
+
+struct Possessions
+{
+    ULONG handles = 0;
+    ULONG threads = 0;
+};
+
+/// Of this process, as the system's process list has them (Wine does not answer GetProcessHandleCount()).
+Possessions possessions()
+{
+    ULONG size = 0;
+    NtQuerySystemInformation(SystemProcessInformation, nullptr, 0, &size);
+    std::vector<BYTE> list(2 * size);
+    if (!NT_SUCCESS(NtQuerySystemInformation(SystemProcessInformation, list.data(),
+                                             static_cast<ULONG>(list.size()), nullptr)))
+        return {};
+    const SYSTEM_PROCESS_INFORMATION* entry =
+        reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(list.data());
+    const HANDLE self = UlongToHandle(GetCurrentProcessId());
+    while (entry->UniqueProcessId != self && entry->NextEntryOffset != 0)
+        entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(reinterpret_cast<const BYTE*>(entry) +
+                                                                    entry->NextEntryOffset);
+    return {entry->HandleCount, entry->NumberOfThreads};
+}
+
+bool runOnce(DeviceDetector& detector, Reports& reports)
+{
+    const bool complete = detector.start(&reports, &anyHidInterface, 1) && reports.waitComplete();
+    detector.stop();
+    return complete;
+}
+
+} // namespace
+
+int wmain()
+{
+    Reports reports;
+    DeviceDetector* const detector = createDeviceDetector();
+    if (!runOnce(*detector, reports)) {
+        std::printf("The enumeration did not complete.\n");
+        return 1;
+    }
+    std::printf("complete: %d arrivals, %d known\n", reports.arrivals.load(),
+                static_cast<int>(reports.known));
+
+    for (int round = 0; round < warmUpRounds; ++round)
+        static_cast<void>(runOnce(*detector, reports));
+    const Possessions before = possessions();
+    int completed = 0;
+    for (int round = 0; round < rounds; ++round)
+        completed += runOnce(*detector, reports) ? 1 : 0;
+    const Possessions after = possessions();
+    destroyDeviceDetector(detector);
+
+    std::printf("%d of %d further rounds complete\n", completed, rounds);
+    std::printf("handles: %lu, then %lu\nthreads: %lu, then %lu\n", before.handles, after.handles,
+                before.threads, after.threads);
+    const bool known = before.handles != 0 && before.threads != 0;
+    const bool same = before.handles == after.handles && before.threads == after.threads;
+    return completed == rounds && known && same ? 0 : 1;
+}

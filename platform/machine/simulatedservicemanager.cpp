@@ -1,0 +1,242 @@
+#include "simulatedservicemanager.h"
+
+#include <algorithm>
+
+namespace {
+
+bool areSame(const std::wstring& a, const std::wstring& b)
+{
+    return _wcsicmp(a.c_str(), b.c_str()) == 0;
+}
+
+bool isPending(DWORD state)
+{
+    return state == SERVICE_START_PENDING || state == SERVICE_STOP_PENDING;
+}
+
+/// The transition that a service in the pending @p state is in.
+const SimulatedServiceManager::Transition& transitionOf(const SimulatedServiceManager::Service& service)
+{
+    return service.state == SERVICE_START_PENDING ? service.starting : service.stopping;
+}
+
+DWORD checkPointAfter(DWORD elapsedMs, const SimulatedServiceManager::Transition& transition)
+{
+    constexpr DWORD first = 1;
+    if (transition.checkPointEveryMs == 0)
+        return first;
+    return first + std::min(elapsedMs, transition.stallsAfterMs) / transition.checkPointEveryMs;
+}
+
+} // namespace
+
+SimulatedServiceManager::SimulatedServiceManager(Clock& machineClock)
+    : clock(machineClock)
+{
+}
+
+void SimulatedServiceManager::add(Service service)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    entries.push_back({std::move(service), clock.tickCount()});
+}
+
+void SimulatedServiceManager::denyManagerAccess(DWORD rights)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    deniedManagerAccess = rights;
+}
+
+void SimulatedServiceManager::failCall(Function function, int nth, DWORD error)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    faults.fail(function, nth, error);
+}
+
+std::vector<SimulatedServiceManager::Call> SimulatedServiceManager::calls() const
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    return recorded;
+}
+
+DWORD SimulatedServiceManager::state(const std::wstring& name)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    Entry* const entry = find(name);
+    settle(*entry);
+    return entry->service.state;
+}
+
+DWORD SimulatedServiceManager::openManager(DWORD access)
+{
+    return serve(Function::OpenManager, {}, access,
+                 [&] { return access & deniedManagerAccess ? ERROR_ACCESS_DENIED : ERROR_SUCCESS; });
+}
+
+DWORD SimulatedServiceManager::openService(const std::wstring& name, DWORD access)
+{
+    return serveService(Function::OpenService, name, access, [&](const Entry& entry) {
+        return access & entry.service.deniedAccess ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+}
+
+DWORD SimulatedServiceManager::queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status)
+{
+    return serveService(Function::QueryStatus, name, 0, [&](const Entry& entry) {
+        status = statusOf(entry);
+        return ERROR_SUCCESS;
+    });
+}
+
+DWORD SimulatedServiceManager::stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status)
+{
+    return serveService(Function::Stop, name, 0, [&](Entry& entry) {
+        const DWORD refusal = stopRefusal(entry);
+        if (refusal == ERROR_SUCCESS)
+            begin(entry, SERVICE_STOP_PENDING);
+        status = statusOf(entry);
+        return refusal;
+    });
+}
+
+DWORD SimulatedServiceManager::start(const std::wstring& name)
+{
+    return serveService(Function::Start, name, 0, [&](Entry& entry) {
+        const DWORD refusal = startRefusal(entry);
+        if (refusal == ERROR_SUCCESS)
+            begin(entry, SERVICE_START_PENDING);
+        return refusal;
+    });
+}
+
+DWORD SimulatedServiceManager::dependents(const std::wstring& name, DWORD states,
+                                          std::vector<ServiceEntry>& result)
+{
+    return serveService(Function::Dependents, name, states, [&](const Entry& entry) {
+        result.clear();
+        for (const Entry* dependent : dependentsOf(entry)) {
+            const Service& service = dependent->service;
+            if (states & (service.state == SERVICE_STOPPED ? SERVICE_INACTIVE : SERVICE_ACTIVE))
+                result.push_back({service.name, service.displayName, statusOf(*dependent)});
+        }
+        return ERROR_SUCCESS;
+    });
+}
+
+template <typename Operation>
+DWORD SimulatedServiceManager::serve(Function function, const std::wstring& name, DWORD argument,
+                                     Operation operation)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    for (Entry& entry : entries)
+        settle(entry);
+    const auto fault = faults.count(function);
+    const DWORD error = fault ? *fault : operation();
+    recorded.push_back({function, name, argument, error});
+    return error;
+}
+
+template <typename Operation>
+DWORD SimulatedServiceManager::serveService(Function function, const std::wstring& name, DWORD argument,
+                                            Operation operation)
+{
+    return serve(function, name, argument, [&]() -> DWORD {
+        Entry* const entry = find(name);
+        return entry ? operation(*entry) : ERROR_SERVICE_DOES_NOT_EXIST;
+    });
+}
+
+void SimulatedServiceManager::settle(Entry& entry) const
+{
+    Service& service = entry.service;
+    if (!isPending(service.state))
+        return;
+    const Transition& transition = transitionOf(service);
+    if (transition.durationMs == INFINITE || clock.tickCount() - entry.beginTick < transition.durationMs)
+        return;
+    const bool runs = service.state == SERVICE_START_PENDING && transition.exitCode == ERROR_SUCCESS;
+    entry.exitCode = transition.exitCode;
+    service.state = runs ? SERVICE_RUNNING : SERVICE_STOPPED;
+}
+
+void SimulatedServiceManager::begin(Entry& entry, DWORD pendingState) const
+{
+    entry.service.state = pendingState;
+    entry.beginTick = clock.tickCount();
+    entry.exitCode = ERROR_SUCCESS;
+    settle(entry);
+}
+
+SimulatedServiceManager::Entry* SimulatedServiceManager::find(const std::wstring& name)
+{
+    const auto it = std::find_if(entries.begin(), entries.end(),
+                                 [&](const Entry& entry) { return areSame(entry.service.name, name); });
+    return it == entries.end() ? nullptr : &*it;
+}
+
+SERVICE_STATUS_PROCESS SimulatedServiceManager::statusOf(const Entry& entry) const
+{
+    const Service& service = entry.service;
+    SERVICE_STATUS_PROCESS status = {};
+    status.dwServiceType = SERVICE_WIN32_SHARE_PROCESS;
+    status.dwCurrentState = service.state;
+    status.dwWin32ExitCode = entry.exitCode;
+    if (service.state == SERVICE_RUNNING && service.stopping.refusal != ERROR_INVALID_SERVICE_CONTROL)
+        status.dwControlsAccepted = SERVICE_ACCEPT_STOP;
+    if (isPending(service.state)) {
+        const Transition& transition = transitionOf(service);
+        status.dwCheckPoint = checkPointAfter(clock.tickCount() - entry.beginTick, transition);
+        status.dwWaitHint = transition.waitHintMs;
+    }
+    return status;
+}
+
+std::vector<const SimulatedServiceManager::Entry*>
+SimulatedServiceManager::dependentsOf(const Entry& entry) const
+{
+    std::vector<const Entry*> found;
+    collectDependents(entry.service.name, found);
+    return found;
+}
+
+void SimulatedServiceManager::collectDependents(const std::wstring& name,
+                                                std::vector<const Entry*>& found) const
+{
+    for (const Entry& entry : entries) {
+        const auto& needed = entry.service.dependsOn;
+        const bool depends = std::any_of(needed.begin(), needed.end(),
+                                         [&](const std::wstring& other) { return areSame(other, name); });
+        if (!depends || std::find(found.begin(), found.end(), &entry) != found.end())
+            continue;
+        collectDependents(entry.service.name, found);
+        found.push_back(&entry);
+    }
+}
+
+DWORD SimulatedServiceManager::stopRefusal(const Entry& entry) const
+{
+    if (entry.service.state == SERVICE_STOPPED)
+        return ERROR_SERVICE_NOT_ACTIVE;
+    if (isPending(entry.service.state))
+        return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+    const std::vector<const Entry*> all = dependentsOf(entry);
+    if (std::any_of(all.begin(), all.end(),
+                    [](const Entry* dependent) { return dependent->service.state != SERVICE_STOPPED; }))
+        return ERROR_DEPENDENT_SERVICES_RUNNING;
+    return entry.service.stopping.refusal;
+}
+
+DWORD SimulatedServiceManager::startRefusal(const Entry& entry) const
+{
+    if (entry.service.state != SERVICE_STOPPED)
+        return ERROR_SERVICE_ALREADY_RUNNING;
+    // Windows would first start what the service depends on; here that is not modelled and fails.
+    for (const std::wstring& needed : entry.service.dependsOn) {
+        const bool runs = std::any_of(entries.begin(), entries.end(), [&](const Entry& other) {
+            return areSame(other.service.name, needed) && other.service.state == SERVICE_RUNNING;
+        });
+        if (!runs)
+            return ERROR_SERVICE_DEPENDENCY_FAIL;
+    }
+    return entry.service.starting.refusal;
+}

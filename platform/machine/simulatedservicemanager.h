@@ -1,0 +1,95 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "callfaults.h"
+#include "clock.h"
+#include "servicemanager.h"
+
+/// Services that take their time, on the machine's clock.
+class SimulatedServiceManager : public ServiceManager
+{
+public:
+    explicit SimulatedServiceManager(Clock& clock);
+
+    // How to script it.
+
+    /// How a service gets from running to stopped, or back.
+    struct Transition
+    {
+        DWORD durationMs = 0;           ///< in the pending state; INFINITE: it never gets any further
+        DWORD waitHintMs = 0;           ///< what it reports meanwhile
+        DWORD checkPointEveryMs = 0;    ///< the check point, 1 at first, grows by 1 that often; 0: never
+        DWORD stallsAfterMs = INFINITE; ///< from then on the check point stays
+        DWORD exitCode = ERROR_SUCCESS; ///< other than that, a start ends in the stopped state with it
+        DWORD refusal = ERROR_SUCCESS;  ///< other than that, the control or start call fails with it
+    };
+    struct Service
+    {
+        std::wstring name;
+        DWORD state = SERVICE_RUNNING; ///< when it is added; a pending one begins its transition then
+        std::vector<std::wstring> dependsOn;
+        Transition stopping;
+        Transition starting;
+        DWORD deniedAccess = 0; ///< rights that the user does not have
+        std::wstring displayName;
+    };
+    enum class Function { OpenManager, OpenService, QueryStatus, Stop, Start, Dependents };
+
+    void add(Service service);
+    /// Rights on the manager that the user does not have.
+    void denyManagerAccess(DWORD rights);
+    /// Makes the @p nth call of @p function from the start (1 is the first) fail with @p error.
+    void failCall(Function function, int nth, DWORD error);
+
+    // What it recorded.
+
+    struct Call
+    {
+        Function function;
+        std::wstring service; ///< as the caller named it; empty for the manager
+        DWORD argument;       ///< access or states asked for
+        DWORD error;
+    };
+    std::vector<Call> calls() const;
+    DWORD state(const std::wstring& name); ///< of a service that was added
+
+    // What it serves.
+
+    DWORD openManager(DWORD access) override;
+    DWORD openService(const std::wstring& name, DWORD access) override;
+    DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status) override;
+    DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status) override;
+    DWORD start(const std::wstring& name) override;
+    DWORD dependents(const std::wstring& name, DWORD states, std::vector<ServiceEntry>& entries) override;
+
+private:
+    struct Entry
+    {
+        Service service; ///< its state is the present one
+        DWORD beginTick; ///< of the transition that it is in
+        DWORD exitCode = ERROR_SUCCESS;
+    };
+
+    template <typename Operation>
+    DWORD serve(Function function, const std::wstring& name, DWORD argument, Operation operation);
+    template <typename Operation>
+    DWORD serveService(Function function, const std::wstring& name, DWORD argument, Operation operation);
+
+    void settle(Entry& entry) const;
+    void begin(Entry& entry, DWORD pendingState) const;
+    Entry* find(const std::wstring& name);
+    SERVICE_STATUS_PROCESS statusOf(const Entry& entry) const;
+    std::vector<const Entry*> dependentsOf(const Entry& entry) const;
+    void collectDependents(const std::wstring& name, std::vector<const Entry*>& found) const;
+    DWORD stopRefusal(const Entry& entry) const;
+    DWORD startRefusal(const Entry& entry) const;
+
+    Clock& clock;
+    mutable std::mutex mutex; ///< guards everything below
+    std::vector<Entry> entries;
+    DWORD deniedManagerAccess = 0;
+    CallFaults<Function, DWORD> faults;
+    std::vector<Call> recorded;
+};

@@ -1,0 +1,11 @@
+// The part of OLE above COM.
+#pragma once
+
+#include <objbase.h>
+
+#include <propidl.h>
+
+extern "C" {
+
+HRESULT WINAPI OleRun(LPUNKNOWN object);
+}

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+
+#include <QByteArrayList>
+#include <QString>
+
+#include "simulatedmachine.h"
+
+/// A HID function that a test scripts.
+class ScriptedHid : public HidFunction
+{
+public:
+    // How to script it.
+
+    HidCapabilities caps{0xFF00, 1, 264};
+    DWORD setError = ERROR_SUCCESS;
+    DWORD getError = ERROR_SUCCESS;
+    std::function<void(const QByteArray& report)> onSet;
+    std::function<QByteArray(const QByteArray& entry)> answer; ///< to a get, given the buffer on entry
+    std::function<void()> onTransfer;                          ///< before each
+
+    // What it recorded.
+
+    QByteArray sent; ///< last
+    int transfers = 0;
+    mutable int queries = 0; ///< for its capabilities
+
+    // What it serves.
+
+    HidCapabilities capabilities() const override { return ++queries, caps; }
+
+    DWORD setFeature(const std::uint8_t* report, std::size_t size) override
+    {
+        begin();
+        sent = QByteArray(reinterpret_cast<const char*>(report), static_cast<int>(size));
+        if (onSet)
+            onSet(sent);
+        return setError;
+    }
+
+    DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) override
+    {
+        begin();
+        const QByteArray entry(reinterpret_cast<const char*>(report), static_cast<int>(size));
+        const QByteArray bytes = answer ? answer(entry) : entry;
+        std::copy(bytes.cbegin(), bytes.cend(), report);
+        received = static_cast<std::size_t>(bytes.size());
+        return getError;
+    }
+
+private:
+    void begin()
+    {
+        ++transfers;
+        if (onTransfer)
+            onTransfer();
+    }
+};
+
+/// A machine under a virtual clock with a scripted HID device plugged in.
+struct HidFixture
+{
+    HidFixture()
+    {
+        DeviceNode node;
+        node.interfacePath = path;
+        node.hid = hid;
+        tree.plug(node);
+    }
+
+    const std::wstring path = L"\\\\?\\hid#vid_170d&pid_0101#1";
+    std::shared_ptr<ScriptedHid> hid = std::make_shared<ScriptedHid>();
+    VirtualClock clock;
+    SimulatedMachine machine{&clock};
+    ScopedMachine scope{machine};
+    SimulatedDeviceTree& tree = machine.deviceTree();
+};
+
+/// Keeps what is logged on this thread, with "!" before critical messages and "?" before warnings.
+class LogCapture
+{
+public:
+    LogCapture()
+        : previous(qInstallMessageHandler(take))
+    {
+        messages().clear();
+    }
+    ~LogCapture() { qInstallMessageHandler(previous); }
+
+    QByteArray text() const { return messages().join('|'); }
+
+private:
+    static QByteArrayList& messages()
+    {
+        static thread_local QByteArrayList kept;
+        return kept;
+    }
+    static void take(QtMsgType type, const QMessageLogContext&, const QString& text)
+    {
+        const char* const mark = type == QtCriticalMsg ? "!" : type == QtWarningMsg ? "?" : "";
+        messages() << mark + text.toLatin1();
+    }
+
+    QtMessageHandler previous;
+};

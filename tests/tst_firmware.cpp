@@ -1,0 +1,401 @@
+// The firmware package: identities, image inspection, image text, archives good and bad.
+
+#include <random>
+
+#include <sys/stat.h>
+
+#include <QtTest>
+
+#include "archivebuilder.h"
+#include "firmwarecontroller.h"
+#include "firmwareutilities.h"
+#include "imagebuilder.h"
+#include "imagetext.h"
+#include "utilities.h"
+
+using Entries = std::vector<ArchiveEntry>;
+Q_DECLARE_METATYPE(Entries)
+
+namespace {
+
+constexpr int entryLimit = 64 * 1024 * 1024;
+
+QStringList logLines;
+
+QByteArray patched(QByteArray bytes, int offset, const QByteArray& replacement)
+{
+    return bytes.replace(offset, replacement.size(), replacement);
+}
+
+QByteArray imageOf(const std::vector<QByteArray>& entries)
+{
+    ImageOptions options;
+    options.size = 0;
+    options.entries = entries;
+    return ImageBuilder::build(options);
+}
+
+ArchiveEntry file(const char* name, const QByteArray& contents)
+{
+    return {QString::fromLatin1(name), contents};
+}
+
+QByteArray textFor(unsigned short pid)
+{
+    ImageOptions options;
+    options.size = 600;
+    options.productId = pid;
+    return ArchiveBuilder::imageText(ImageBuilder::build(options));
+}
+
+/// The image text's grammar in terms of QString, whatever it costs.
+QByteArray decodedByQString(const QByteArray& text)
+{
+    QTextStream stream(text);
+    stream.setCodec("ISO-8859-1");
+    stream.setAutoDetectUnicode(false);
+    QByteArray image;
+    while (!stream.atEnd()) {
+        const QStringList tokens = stream.readLine().trimmed().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (tokens.isEmpty() || tokens.first().startsWith(QLatin1String("//")))
+            continue;
+        bool isNumber = false;
+        image += static_cast<char>(tokens.first().toInt(&isNumber, 16));
+        if (!isNumber)
+            return QByteArray();
+    }
+    return image;
+}
+
+/// Writes @p value into a field, by its offset in a local header, of every header of a ZIP.
+QByteArray withHeaderField(QByteArray zip, int offset, const QByteArray& value)
+{
+    for (int at = zip.indexOf("PK\3\4"); at >= 0; at = zip.indexOf("PK\3\4", at + 1))
+        zip.replace(at + offset, value.size(), value);
+    for (int at = zip.indexOf("PK\1\2"); at >= 0; at = zip.indexOf("PK\1\2", at + 1))
+        zip.replace(at + offset + 2, value.size(), value); // the field stands two bytes later there
+    return zip;
+}
+
+void rewrite(const QString& path, const QByteArray& contents)
+{
+    QFile::remove(path);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
+}
+
+QByteArray contentsOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Loads an archive. The outcome in one line, both PIDs, generation, release notes; empty after a failure.
+QString load(FirmwareController& controller, const QString& path)
+{
+    const QSignalSpy failed(&controller, &FirmwareController::loadingFailed);
+    const QSignalSpy loaded(&controller, &FirmwareController::loadedSuccessfully);
+    controller.setFilePath(path);
+    const QString state = QStringLiteral("%1 %2 %3 %4")
+                              .arg(controller.pid(DeviceType::Transmitter))
+                              .arg(controller.pid(DeviceType::Headset))
+                              .arg(controller.deviceTypeName(), controller.releaseNotes());
+    const bool isEmpty = state == QStringLiteral("0 0  ") && controller.fileBaseName().isEmpty();
+    if (failed.count() + loaded.count() != 1 || isEmpty != (failed.count() == 1))
+        return QStringLiteral("wrong signals");
+    return isEmpty ? QString() : state;
+}
+
+} // namespace
+
+class TestFirmware : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(folder.isValid());
+        path = folder.filePath(QStringLiteral("fw.1.2.zip"));
+        qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& message) { logLines << message; });
+    }
+    void cleanup() { logLines.clear(); }
+
+    void identitiesAreToldApartByAllThreeFields()
+    {
+        const auto hid = InterfaceKind::Hid;
+        const std::array<DeviceId, 5> known{DeviceId{0x7A31, 4, hid},
+                                            {0x7A31, 3, hid},
+                                            {0x7A31, 6, hid},
+                                            {0x170D, 0x100, hid},
+                                            {0x170D, 0x101, hid}};
+        QVERIFY(Utilities::allDeviceIds() == known);
+        QString types;
+        for (const DeviceId& id : known)
+            types += QString::number(Utilities::deviceTypeOf(id));
+        QCOMPARE(types, QStringLiteral("11212"));
+        for (const DeviceId& id :
+             {DeviceId{0x7A31, 4, InterfaceKind::UsbDevice}, {0x7A31, 5, hid}, {0x170D, 4, hid}})
+            QCOMPARE(Utilities::deviceTypeOf(id), DeviceType::Unknown);
+        QString names;
+        for (const unsigned short pid : {4, 3, 6, 0x0100, 0})
+            names += Utilities::deviceNameForPid(pid) + QLatin1Char('|');
+        QCOMPARE(names, QStringLiteral("VYNT1|VYNT2||||"));
+    }
+
+    void imagesTellTheirVersionAndProduct_data()
+    {
+        using namespace ImageBuilder;
+        QTest::addColumn<QByteArray>("image");
+        QTest::addColumn<QString>("versionAndPid");
+        const auto image = [](const char* name, const QByteArray& bytes, const char* expected) {
+            QTest::newRow(name) << bytes << QString::fromLatin1(expected);
+        };
+        const auto table = [image](const char* name, const std::vector<QByteArray>& entries,
+                                   const char* expected) { image(name, imageOf(entries), expected); };
+        // At 4 the count, at 14 the device record (16 its offset, 18 its length), at 20 the other record.
+        const QByteArray usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
+        const QByteArray second = patched(patched(usb, 20, usb.mid(14, 6)), 14, "\2");
+        const QByteArray other = usbDescriptorEntry(0x0D, 0x7A31, 3);
+        const QByteArray foreign = usbDescriptorEntry(0x0D, 0x1234, 3);
+        image("no image", QByteArray(), "/0");
+        image("shorter than its header", QByteArray(4, '\0'), "/0");
+        image("file beyond the image", imageOf({usb}).left(16 + 13), "/0");
+        image("transmitter", build(transmitter(2)), "1.2.3/3");
+        image("headset", build(headset()), "1.2.3/6");
+        table("bit 7 of the identifier", {fileEntry(0xD5, "x"), fileEntry(0x85, "1.0.12,more")}, "1.0.12/0");
+        table("after the end mark", {fileEntry(0x55, ""), versionEntry("1,"), usb}, "/0");
+        table("version without comma", {fileEntry(5, "2.3----")}, "2.3/0");
+        table("version shorter than its header", {fileEntry(5, "12"), usb}, "/4");
+        table("first of two versions", {versionEntry("1,"), versionEntry("2,")}, "1/0");
+        table("version beyond the image", {patched(versionEntry("1,"), 1, "\xFF\xFF")}, "/0");
+        table("first of two files alike", {foreign, other}, "/0");
+        table("order of the table", {other, usb}, "/3");
+        table("past a foreign vendor", {foreign, usb}, "/4");
+        table("no record", {patched(usb, 4, "\x0E")}, "/0");
+        table("one record, least count", {patched(usb, 4, "\x0F")}, "/4");
+        table("one record, most count", {patched(second, 4, "\x14")}, "/0");
+        table("two records, least count", {patched(second, 4, "\x15")}, "/4");
+        table("first device record alone", {patched(patched(second, 14, "\1"), 16, "\xFF\xFF")}, "/0");
+        table("descriptor of another type", {patched(usb, 27, "\2")}, "/0");
+        table("descriptor ends within the product", {patched(usb, 18, "\x0B")}, "/0");
+        table("descriptor of no length", {patched(usb, 18, QByteArray(1, '\0'))}, "/0");
+    }
+    void imagesTellTheirVersionAndProduct()
+    {
+        QFETCH(QByteArray, image);
+        const ReadVersionDataHelper_FromFile reader(&image);
+        const QString version = FirmwareUtilities::getVersion(reader);
+        QVERIFY(!version.isNull());
+        QTEST(version + QStringLiteral("/%1").arg(FirmwareUtilities::getPid(reader)), "versionAndPid");
+    }
+
+    void aReadThatFailsGivesTheNeutralResult()
+    {
+        const QByteArray image = ImageBuilder::build(ImageBuilder::transmitter());
+        int reads = 0;
+        int failing = 0;
+        const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {
+            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as over a device
+            return ++reads != failing;
+        };
+        const int pidReads = 5 + 1 + 4; // header, entries up to the end mark; file, record, descriptor
+        for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
+            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // 6: the end mark
+            QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);
+        }
+        for (failing = 1; failing <= 4; ++failing, reads = 0) // header, two entries, file
+            QCOMPARE(FirmwareUtilities::getVersion(reader), QString());
+        QCOMPARE(FirmwareUtilities::getVersion(reader), QStringLiteral("1.2.3"));
+    }
+
+    void theInMemoryReaderLendsTheImageAndNothingBeyond()
+    {
+        const QByteArray image("0123456789");
+        const ReadVersionDataHelper_FromFile reader(&image);
+        QByteArray buffer;
+        QVERIFY(reader(buffer, 4, 6) && buffer.size() == 6);
+        QCOMPARE(static_cast<const void*>(buffer.constData()),
+                 static_cast<const void*>(image.constData() + 4));
+        QVERIFY(!reader(buffer, 5, 6) && buffer.isEmpty());
+        QVERIFY(!reader(buffer, 0xFFFFFFFE, 4)); // the sum wraps
+    }
+
+    void imageTextsDecodeAsQStringWould()
+    {
+        const std::vector<std::pair<QByteArray, QByteArray>> good{
+            {"0x12\n//c\n \t\n34\r\n  // c\nFF", "\x12\x34\xFF"},
+            {"1FF remark //\nab x y\n", "\xFF\xAB"},
+            {"-1\n+0X7f\n-80000000\n7FFFFFFF\n", QByteArray("\xFF\x7F\x00\xFF", 4)},
+            {"000000000000000000000000000000000000000012", "\x12"},
+            {"\x85\xA0\v\f12\x85\xA0\r\r\n", "\x12"},
+            {"12\t remark", "\x12"}, // the conversion passes over white space at the end of a token
+        };
+        for (const auto& [text, image] : good) {
+            QCOMPARE(decodedByQString(text), image);
+            QCOMPARE(ImageText::decode(text), image);
+        }
+        for (const char* bad :
+             {"12\tremark", "80000000", "-80000001", "FFFFFFFFFFFFFFFFFF12", "word", "0x", "-", "+-1", "- 1",
+              "/ /", "12\r34", "12,", "0x0x1", "12\n\n3g\n", "", "\n", "//"})
+            QVERIFY2(decodedByQString(bad).isEmpty() && ImageText::decode(bad).isEmpty(), bad);
+    }
+
+    void randomTextsDecodeAsQStringWould()
+    {
+        static const char symbols[] = "0123456789abcdefABCDEF0123456789  \n\n\nxX+-/\t\r\v\f\x85\xA0\x1Fg,";
+        std::mt19937 random(20); // the same texts every time
+        int decoded = 0;
+        for (int i = 0; i < 200000; ++i) {
+            QByteArray text(1 + static_cast<int>(random() % 12), Qt::Uninitialized);
+            for (char& character : text)
+                character = symbols[random() % sizeof symbols]; // the terminating NUL included
+            const QByteArray image = ImageText::decode(text);
+            decoded += image.isEmpty() ? 0 : 1;
+            QVERIFY2(image == decodedByQString(text), text.toHex().constData());
+        }
+        QVERIFY2(decoded > 20000 && decoded < 180000, "the texts do not try both outcomes");
+    }
+
+    void archivesLoadOrFail_data()
+    {
+        QTest::addColumn<Entries>("entries");
+        QTest::addColumn<QString>("outcome");
+        const auto row = [](const char* name, const Entries& entries, const char* outcome) {
+            QTest::newRow(name) << entries << QString::fromLatin1(outcome);
+        };
+        const auto linesUpTo = [](const QByteArray& text, int size) {
+            return text.leftJustified(size, '\n');
+        };
+        const QByteArray tx = textFor(4);
+        const QByteArray tx2 = textFor(3);
+        const ArchiveEntry headset = file("h.ef", textFor(6));
+        row("release", {file("t.ff", tx), headset, file("n.txt", "New.\r\n")}, "4 6 VYNT1 New.\r\n");
+        row("generation 2 alone", {file("a/b.ef", tx2)}, "3 0 VYNT2 ");
+        row("notes in a folder, marked", {file("d/n.txt", "\xEF\xBB\xBF\xC3\xA9"), headset}, "0 6  \xE9");
+        row("two notes", {file("n.txt", ""), file("d/n.txt", ""), headset}, "");
+        row("two transmitters", {file("a.ff", tx), file("b.ef", tx2), headset}, "");
+        row("unknown product beside", {file("x.ff", textFor(5)), headset}, "0 6  ");
+        row("unknown product alone", {file("x.ff", textFor(5))}, "");
+        row("bad line", {file("t.ff", "word\n" + tx), headset}, "0 6  ");
+        row("other suffixes", {file("t.FF", tx), file("t.ff/", ""), file("t.ff.bak", tx), headset}, "0 6  ");
+        row("empty entries", {file("t.ff", ""), file("n.txt", ""), headset}, "0 6  ");
+        row("absolute and upward names", {file("/etc/t.ff", tx), file("../../h.ff", textFor(6))},
+            "4 6 VYNT1 ");
+        row("names alike but for case stand for the first", {file("H.ef", tx), headset}, "");
+        row("at the limit", {file("t.ff", linesUpTo(tx, entryLimit))}, "4 0 VYNT1 ");
+        row("above the limit", {file("t.ff", linesUpTo(tx, entryLimit + 1)), headset}, "0 6  ");
+        const ArchiveEntry large = file("large.ff", linesUpTo("", entryLimit));
+        row("one large entry of no use", {large, headset}, "0 6  ");
+        row("more than may be unpacked, by one name", {large, file("LARGE.ff", ""), headset}, "");
+        row("long notes", {file("n.txt", linesUpTo("", 1024 * 1024 + 1)), headset}, "0 6  ");
+        Entries many(9999, file("x", ""));
+        many.push_back(headset);
+        row("many entries", many, "0 6  ");
+        many.push_back(headset);
+        row("too many entries", many, "");
+        row("name too long", {{QString(257, QLatin1Char('n')), ""}, headset}, "");
+        row("no entries", {}, "");
+    }
+    void archivesLoadOrFail()
+    {
+        QFETCH(Entries, entries);
+        QFETCH(QString, outcome);
+        QVERIFY(ArchiveBuilder::write(path, entries));
+        FirmwareController controller;
+        QCOMPARE(load(controller, path), outcome);
+        QCOMPARE(controller.fileBaseName(), outcome.isEmpty() ? QString() : QStringLiteral("fw.1.2"));
+    }
+
+    void aDamagedEntryIsNotUsed_data()
+    {
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<QByteArray>("field");
+        QTest::newRow("encrypted") << 6 << QByteArray("\1");
+        QTest::newRow("unknown method") << 8 << QByteArray("\x63");
+        QTest::newRow("checksum") << 14 << QByteArray("\1\2\3\4");
+        QTest::newRow("packed size past the end") << 18 << QByteArray("\0\0\1\0", 4);
+        QTest::newRow("packed size of 2 GiB") << 18 << QByteArray("\0\0\0\x80", 4);
+        QTest::newRow("smaller than declared") << 22 << QByteArray("\0\0\1\0", 4);
+        QTest::newRow("larger than declared") << 22 << QByteArray("\xFF\0\0\0", 4);
+        QTest::newRow("declared 2 GiB") << 22 << QByteArray("\0\0\0\x80", 4);
+        QTest::newRow("declared in ZIP64 that is not there") << 22 << QByteArray("\xFF\xFF\xFF\xFF");
+    }
+    void aDamagedEntryIsNotUsed()
+    {
+        QFETCH(int, offset);
+        QFETCH(QByteArray, field);
+        FirmwareController controller;
+        for (const bool isPacked : {true, false}) {
+            QVERIFY(ArchiveBuilder::write(path, {file("t.ff", textFor(4))}, isPacked));
+            QCOMPARE(load(controller, path), QStringLiteral("4 0 VYNT1 "));
+            rewrite(path, withHeaderField(contentsOf(path), offset, field));
+            QCOMPARE(load(controller, path), QString()); // nor is what was held before kept
+        }
+    }
+
+    void noCutAndNoFlippedBitYieldsAnotherImage()
+    {
+        const Entries entries{file("t.ff", textFor(4)), file("h.ef", textFor(6))};
+        QVERIFY(ArchiveBuilder::write(path, entries));
+        const QByteArray archive = contentsOf(path);
+        FirmwareController controller;
+        load(controller, path);
+        const QByteArray t = controller.firmware(DeviceType::Transmitter);
+        const QByteArray h = controller.firmware(DeviceType::Headset);
+        QCOMPARE(t.size() + h.size(), 1200);
+        for (int i = 0; i < archive.size(); ++i) {
+            const QByteArray flipped(1, static_cast<char>(archive.at(i) ^ 1 << i % 8));
+            for (const QByteArray& damaged : {archive.left(i), patched(archive, i, flipped)}) {
+                rewrite(path, damaged);
+                load(controller, path);
+                const bool isIntact =
+                    QVector<QByteArray>{t, QByteArray()}.contains(
+                        controller.firmware(DeviceType::Transmitter)) &&
+                    QVector<QByteArray>{h, QByteArray()}.contains(controller.firmware(DeviceType::Headset));
+                QVERIFY2(isIntact, QByteArray::number(i).constData());
+            }
+        }
+    }
+
+    void whatIsNoFileIsRefusedAtOnce()
+    {
+        const QString fifo = folder.filePath(QStringLiteral("fifo"));
+        QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), S_IRUSR | S_IWUSR), 0);
+        FirmwareController controller;
+        for (const QString& place :
+             {folder.path(), fifo, QStringLiteral("/dev/zero"), QString(), fifo + fifo})
+            QCOMPARE(load(controller, place), QString());
+    }
+
+    void everyStepIsLogged()
+    {
+        const QByteArray bare = imageOf({ImageBuilder::fileEntry(1, "")});
+        FirmwareUtilities::getVersion(ReadVersionDataHelper_FromFile(&bare));
+        const QByteArray image =
+            imageOf({ImageBuilder::versionEntry("7,"), ImageBuilder::usbDescriptorEntry(0x8D, 0xBEEF, 3),
+                     ImageBuilder::usbDescriptorEntry(0x35, 0x7A31, 3)});
+        QVERIFY(ArchiveBuilder::write(path,
+                                      {file("t\n.ef", ArchiveBuilder::imageText(image)), file("x.ff", "word"),
+                                       file("y.ff", ArchiveBuilder::imageText(bare))}));
+        FirmwareController controller;
+        load(controller, path);
+        rewrite(path, "PK");
+        load(controller, path);
+        const QString expected =
+            QStringLiteral("Loading firmware:  \"%1\"\nProcessing  \"x.ff\"\nProcessing  \"y.ff\"\n"
+                           "Processing  \"t\\n.ef\"\nFile located at address: 0x0010\nBytes to read: 0x0006\n"
+                           "Detecting firmware device PID\nSearching PID in file: 0x000D\n"
+                           "Unknown VID found: 0xBEEF, in file: 0x001A\nSearching PID in file: 0x0035\n"
+                           "PID found: 0x0003 in file: 0x0035\nFirmware successfully loaded:  \"%1\"");
+        QCOMPARE(logLines.join(QLatin1Char('\n')), expected.arg(path));
+    }
+
+private:
+    QTemporaryDir folder;
+    QString path;
+};
+
+QTEST_GUILESS_MAIN(TestFirmware)
+#include "tst_firmware.moc"

@@ -1,0 +1,305 @@
+// The programming sequence, from the first query to the final wait, as one journal of transfers, delays and
+// reports in the order in which they happen:
+//   F004?01  asks for 1 byte at chip address F004    A  collects it      F0E2=0A  writes 0A to chip address
+//   F0E2 E  erases   C  commits   X  ends programming      D0100  image data for offset 0x100 of the chunk
+//   s20  sleeps 20 ms     r132  range 0 to 132     p  progress by one     ok, error 1  outcome
+
+#include <QtTest>
+
+#include "deviceinstance.h"
+#include "flasher.h"
+#include "scriptedhid.h"
+#include "utilities.h"
+
+namespace {
+
+/// In place of a chip identifier, for what cannot be programmed.
+enum Case { noDevice = -3, abortedBefore, shortReports };
+
+QByteArray imageOf(int bytes, int byte0, int byte1)
+{
+    QByteArray image(bytes, '\0');
+    for (int i = 0; i < bytes; ++i)
+        image[i] = static_cast<char>(i == 0 ? byte0 : i == 1 ? byte1 : i * 7 + i / 256);
+    return image;
+}
+
+struct Run : HidFixture
+{
+    Run(const QByteArray& firmware, int chip, int revision)
+        : image(firmware)
+        , flasher(chip == noDevice ? nullptr : Utilities::openHidDeviceByPath(path, 3, 0))
+    {
+        hid->onSet = [this](const QByteArray& report) { journal << notationOf(report); };
+        hid->answer = [this, chip, revision](const QByteArray&) {
+            journal << "A";
+            return QByteArray(11, '\0') + char(journal.count("A") == 1 ? chip : revision) +
+                   QByteArray(52, '\0');
+        };
+        clock.onSleep = [this](std::uint32_t ms) { note("s", static_cast<int>(ms)); };
+        QObject::connect(&flasher, &Flasher::progressValueChanged,
+                         [this](int value) { journal << (value == ++progress ? "p" : "p wrong"); });
+        QObject::connect(&flasher, &Flasher::progressRangeChanged,
+                         [this](int min, int max) { note("r", max - min); });
+        QObject::connect(&flasher, &Flasher::flashingFinished, [this] { journal << "ok"; });
+        QObject::connect(&flasher, &Flasher::flashingError, [this](int code) { note("error ", code); });
+    }
+
+    void note(const char* what, int number) { journal << what + QByteArray::number(number); }
+
+    QByteArray operate(int type)
+    {
+        flasher.operate(image, type);
+        return journal.join(' ');
+    }
+
+    /// One report's notation; its bytes where it is not laid out as the protocol has it.
+    QByteArray notationOf(const QByteArray& report)
+    {
+        const QByteArray hex = report.toHex().toUpper();
+        if (report.startsWith('\xE4')) {
+            const QByteArray data = image.mid(256 * packets++, 256).leftJustified(report.size() - 7, '\0');
+            const bool isRight = hex.mid(6, 8) == "00000001" && report.mid(7) == data;
+            return isRight ? "D" + hex.mid(4, 2) + hex.mid(2, 2) : hex;
+        }
+        const int bytes = 2 + static_cast<unsigned char>(report[1]);
+        const QByteArray frame = hex.left(2 * bytes), end = frame.mid(22),
+                         address = frame.mid(20, 2) + frame.mid(18, 2);
+        const auto isCommand = [&](char group, const QByteArray& operation) {
+            QByteArray head = QByteArray::fromHex("FF0000FF04000000");
+            head[1] = static_cast<char>(bytes - 2), head[3] = group, head[7] = static_cast<char>(bytes - 7);
+            return frame.startsWith(head.toHex().toUpper() + operation);
+        };
+        if (hex.mid(2 * bytes).count('0') != hex.size() - 2 * bytes)
+            return hex;
+        if (isCommand('\xFD', "81"))
+            return address + "?" + end;
+        if (isCommand('\xFF', "00"))
+            return address + "=" + end;
+        if (isCommand('\xFF', "0C000000"))
+            return "E" + end;
+        return isCommand('\xFF', "03") ? "C" + end : frame == "FF020005" ? "X" : hex;
+    }
+
+    const QByteArray image;
+    LogCapture log;
+    QByteArrayList journal;
+    int progress = 0;
+    int packets = 0;
+    Flasher flasher;
+};
+
+QByteArray packets(int count)
+{
+    QByteArray result;
+    for (int i = 0; i < count; ++i)
+        result += " D0" + QByteArray::number(i, 16).toUpper() + "00 p s20";
+    return result;
+}
+
+QByteArray commit(const QByteArray& address, const QByteArray& length, const QByteArray& wait)
+{
+    return " flash=" + address + " p ram=base p length=" + length + " p clear=0000 C p " + wait + " p";
+}
+
+QByteArray erase(const QByteArray& address)
+{
+    return " flash=" + address + " p length=0100 p E p s4000 p";
+}
+
+const QByteArray identify = "F004?01 s100 A F002?01 s100 A";
+const QByteArray restart = " p s2000 p X p" + QByteArray(" s100 p").repeated(100) + " ok";
+
+/// 5000 bytes for 128 KiB in pages of 64 bytes, configuration 2.
+const QByteArray headsetImage = imageOf(5000, 0x5B, 0x2C);
+const QByteArray headsetJournal = identify +
+                                  " r132 p pinmux p type=02 p sector=00000000 p size=00000200024000 p p" +
+                                  " patch" + packets(16) + commit("00000000", "0010", "s1000") + packets(4) +
+                                  commit("00100000", "8803", "s1000") + restart;
+
+/// 10000 bytes for 64 KiB in pages of 1 byte and sectors of 4096, configuration 3.
+const QByteArray transmitterImage = imageOf(10000, 0x0A, 0x36);
+const QByteArray transmitterJournal =
+    identify + " r167 p F0E1=5005 p type=01 p sector=00100000 p size=00000100030100 p p" + " patch" +
+    erase("00000000") + erase("00100000") + erase("00200000") + packets(16) +
+    commit("00000000", "0010", "s50") + packets(16) + commit("00100000", "0010", "s50") + packets(8) +
+    commit("00200000", "1007", "s50") + restart;
+
+} // namespace
+
+class TestFlasher : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void theWholeSequenceIsAsPrescribed_data();
+    void theWholeSequenceIsAsPrescribed();
+    void theImageSetsGeometryRangeAndLengths_data();
+    void theImageSetsGeometryRangeAndLengths();
+    void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data();
+    void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite();
+    void nothingIsWrittenAfterAnAbort();
+    void theLogTellsEveryStep();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestFlasher::theWholeSequenceIsAsPrescribed_data()
+{
+    QTest::addColumn<int>("chip");
+    QTest::addColumn<int>("revision");
+    QTest::addColumn<QByteArray>("words");
+    const auto row = [](int chip, int revision, const char* words) {
+        QTest::addRow("chip %d, revision %d", chip, revision) << chip << revision << QByteArray(words);
+    };
+    row(12, 2, "C44A C44B C44F C451 C454 C457 C45E 64C7 F0E2=0A C0A7=00");
+    row(12, 3, "C42D C42E C432 C434 C437 C43A C441 12D3 F0E2=0A ");
+    row(13, 2, "C451 C452 C456 C458 C45B C45E C465 71C7 F0E1=A0 C0A7=00");
+    row(13, 3, "B53A B53B B53F B541 B544 B547 B54E 5CBB F0E1=A0 ");
+}
+
+void TestFlasher::theWholeSequenceIsAsPrescribed()
+{
+    QFETCH(const int, chip);
+    QFETCH(const int, revision);
+    QFETCH(const QByteArray, words);
+    const QByteArrayList names =
+        QByteArray("type flash ram length clear size sector base pinmux patch").split(' ');
+    for (const bool isHeadset : {true, false}) {
+        QByteArray expected = isHeadset ? headsetJournal : transmitterJournal;
+        for (int i = 0; i < names.size(); ++i)
+            expected.replace(names[i], words.split(' ')[i]);
+        Run run(isHeadset ? headsetImage : transmitterImage, chip, revision);
+        run.hid->setError = isHeadset ? ERROR_SUCCESS : ERROR_GEN_FAILURE; // which makes no difference
+        const QByteArrayList steps = run.operate(isHeadset ? Headset : Transmitter).split(' ');
+        const QByteArrayList wanted = expected.simplified().split(' ');
+        for (int i = 0; i < std::min(steps.size(), wanted.size()); ++i)
+            QVERIFY2(steps[i] == wanted[i],
+                     "step " + QByteArray::number(i) + ": " + steps[i] + ", not " + wanted[i]);
+        QCOMPARE(steps.size(), wanted.size());
+        QCOMPARE(run.tree.openFileCount(), std::size_t(0));
+    }
+}
+
+void TestFlasher::theImageSetsGeometryRangeAndLengths_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<QByteArray>("steps");
+    const auto row = [](const char* name, int type, const QByteArray& image, const char* steps) {
+        QTest::newRow(name) << type << image << QByteArray(steps);
+    };
+    row("no page size", Headset, imageOf(300, 0x0B, 0x0F), "C457=00000200000000,C45E=00000000");
+    row("the headset's page size has 3 bits", Headset, imageOf(300, 0x9B, 0x10), "C457=00000200010400");
+    row("the transmitter's has 4", Transmitter, imageOf(300, 0x9B, 0xF5),
+        "C457=00000200030004,C45E=00080000");
+    row("largest sizes", Transmitter, imageOf(300, 0xFF, 0x0F), "C457=00002000000000,C45E=00002000,r109");
+    row("less than a chunk", Headset, imageOf(300, 0x0B, 0),
+        "r109,C451=0010 p C454=0000 C p s1000 p p s2000");
+    row("one chunk", Headset, imageOf(4096, 0x0B, 0), "r124,s1000 p p s2000");
+    row("two chunks", Headset, imageOf(8192, 0x0B, 0), "r145,C44B=00100000 p C44F=64C7 p C451=0010");
+    row("all of the memory", Headset, imageOf(65536, 0x0A, 0), "C44B=00F00000,ok");
+}
+
+void TestFlasher::theImageSetsGeometryRangeAndLengths()
+{
+    QFETCH(const int, type);
+    QFETCH(const QByteArray, image);
+    QFETCH(const QByteArray, steps);
+    Run run(image, 12, 2);
+    const QByteArray journal = run.operate(type);
+    for (const QByteArray& step : steps.split(','))
+        QVERIFY2(journal.contains(' ' + step), step + " not in " + journal.left(2000));
+    QCOMPARE(run.packets, (image.size() + 255) / 256);
+}
+
+void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data()
+{
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<int>("chip");
+    QTest::addColumn<int>("revision");
+    QTest::addColumn<QByteArray>("journal");
+    QTest::addColumn<QByteArray>("lastMessage");
+    const auto row = [](const char* name, const QByteArray& image, int chip, int revision,
+                        const QByteArray& journal, const char* message) {
+        QTest::newRow(name) << image << chip << revision << journal << QByteArray(message);
+    };
+    const QByteArray good = imageOf(300, 0x0B, 0x06);
+    const char* const tooLarge = "!Transmitter: ERROR: File size is larger than available device memory!";
+    row("no device", good, noDevice, 2, "error 1", "");
+    row("aborted before", good, abortedBefore, 2, "error 1", "");
+    row("empty image", {}, 12, 2, "error 2", "");
+    row("unknown chip", good, 14, 2, identify + " error 3", "Device type = 1, chip major revision = 2");
+    row("no revision", good, 12, 0, identify + " error 3", "Device type = 1, chip major revision = 0");
+    row("unknown revision", good, 12, 4, identify + " error 5", "!Transmitter: ERROR: Unsupported chip");
+    row("a byte too long", imageOf(65537, 0x0A, 0x06), 12, 2, identify + " error 4", tooLarge);
+    row("no memory size", imageOf(300, 0x00, 0x06), 12, 2, identify + " error 4", tooLarge);
+    row("no sector size", imageOf(300, 0x0B, 0x30), 12, 2, identify + " error 4",
+        "!Transmitter: ERROR: File announces no sector size!");
+    row("half a header", imageOf(1, 0x0B, 0), 12, 2, identify + " error 4",
+        "!Transmitter: ERROR: File is too short to describe the device memory!");
+    row("reports too short for data", good, shortReports, 2, identify + " error 1",
+        "!Transmitter: ERROR: Device takes no data packets!");
+}
+
+void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite()
+{
+    QFETCH(const QByteArray, image);
+    QFETCH(const int, chip);
+    QFETCH(const int, revision);
+    Run run(image, chip == shortReports ? 12 : chip, revision);
+    if (chip == shortReports)
+        run.hid->caps.featureReportBytes = 262;
+    if (chip == abortedBefore)
+        run.flasher.abort();
+    QTEST(run.operate(Transmitter), "journal");
+    QTEST(run.log.text().split('|').last(), "lastMessage");
+    QCOMPARE(run.tree.openFileCount(), std::size_t(0));
+}
+
+void TestFlasher::nothingIsWrittenAfterAnAbort()
+{
+    constexpr int queries = 4; // both identity queries are made in any case
+    for (const int type : {Transmitter, Headset}) {
+        int count = 1000;
+        for (int k = 0; k <= count; ++k) {
+            Run run(imageOf(300, 0x0B, 0x06), 12, 2);
+            run.hid->onTransfer = [&run, k] {
+                if (run.hid->transfers == k)
+                    run.flasher.abort();
+            };
+            const QByteArray journal = run.operate(type);
+            if (k == 0)
+                count = run.hid->transfers;
+            const bool isComplete = k == 0 || k >= count - 1; // the last commit is on its way
+            QVERIFY2(journal.endsWith(isComplete ? " ok" : " error 1"), journal);
+            QCOMPARE(run.hid->transfers, isComplete ? count : std::max(k, queries));
+            QCOMPARE(run.tree.openFileCount(), std::size_t(0));
+        }
+    }
+}
+
+void TestFlasher::theLogTellsEveryStep()
+{
+    Run run(transmitterImage, 12, 3);
+    run.operate(Transmitter);
+    const QByteArray chunk =
+        "Downloading DATA to RAM|Resetting structure parameters|Committing RAM starting at 0x";
+    const QByteArray expected =
+        "VMI AV6x01 identified|Device type = 1, chip id = 12 |Device type = 1, chip major "
+        "revision = 3|Firmware size is 10000|Start programming at 0x0000| device size = "
+        "65536|page size = 1|sector size = 4096|D0 VMI found|Configuring the PINMUX ...|"
+        "Available RAM for download is 7149 bytes|Splitting image into multiple downloads|"
+        "Erasing Flash starting at 0x0000|Erasing Flash starting at 0x1000|Erasing Flash "
+        "starting at 0x2000|Start programming at address 0x0000|" +
+        chunk + "0000|" + chunk + "1000|" + chunk + "2000";
+    QCOMPARE(run.log.text().replace("Transmitter: ", "").replace("Transmitter", ""), expected);
+}
+
+QTEST_GUILESS_MAIN(TestFlasher)
+
+#include "tst_flasher.moc"

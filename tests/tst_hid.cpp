@@ -1,0 +1,314 @@
+// The road from a command to the bytes on the wire: the layer's feature transfers, the HID device over them,
+// and the commands and queries to the chip.
+
+#include <QtTest>
+
+#include <windows.h>
+
+#include <hidclass.h>
+#include <hidsdi.h>
+
+#include "abstracthiddevice.h"
+#include "devicedetector.h"
+#include "hiddevicedescriptor.h"
+#include "hidutilities.h"
+#include "scriptedhid.h"
+#include "utilities.h"
+
+using namespace HidUtilities;
+using Device = std::shared_ptr<AbstractHidDevice>;
+using Bytes = std::vector<unsigned char>;
+using Command = std::function<int(Device)>;
+Q_DECLARE_METATYPE(Command)
+
+namespace {
+
+constexpr int reportBytes = 264;
+
+QByteArray answerOf(int status, int value)
+{
+    return QByteArray(1, '\xFF') + char(status) + QByteArray(9, '\0') + char(value) +
+           QByteArray(reportBytes - 12, '\0');
+}
+
+/// Opens as a detector does, and tells whether a handle was still open when the watching ended.
+class CountingDetector : public DeviceDetector
+{
+public:
+    HANDLE openDevice(DeviceInstance* device, int, int share, SECURITY_ATTRIBUTES*, DWORD) override
+    {
+        return CreateFileW(device->path.c_str(), GENERIC_READ, DWORD(share), nullptr, OPEN_EXISTING, 0,
+                           nullptr);
+    }
+    void closeDevice(HANDLE handle) override
+    {
+        PHIDP_PREPARSED_DATA data = nullptr;
+        closed << bool(HidD_GetPreparsedData(handle, &data) && HidD_FreePreparsedData(data));
+    }
+
+    QList<bool> closed;
+};
+
+} // namespace
+
+class TestHid : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void theLayerTransfersFeaturesAsWindowsDoes_data();
+    void theLayerTransfersFeaturesAsWindowsDoes();
+    void aDeviceMovesVectorsUpToItsReportLength_data();
+    void aDeviceMovesVectorsUpToItsReportLength();
+    void capabilitiesAreAskedForOncePerOpening();
+    void openingsShareOnlyAsAllowed();
+    void theLastHolderEndsTheWatchThenClosesTheDevice();
+    void framesFollowTheTables_data();
+    void framesFollowTheTables();
+    void chipQueriesReadOneRegisterByte_data();
+    void chipQueriesReadOneRegisterByte();
+    void unknownChipsHaveNoLoaderAddresses();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestHid::theLayerTransfersFeaturesAsWindowsDoes_data()
+{
+    QTest::addColumn<int>("bufferBytes");
+    QTest::addColumn<bool>("isGone");
+    QTest::addColumn<int>("control");
+    QTest::addColumn<int>("error");
+    const int get = IOCTL_HID_GET_FEATURE;
+    QTest::newRow("exact") << reportBytes << false << get << 0;
+    QTest::newRow("longer: cut") << reportBytes + 9 << false << get << 0;
+    QTest::newRow("shorter") << reportBytes - 1 << false << get << ERROR_INVALID_USER_BUFFER;
+    QTest::newRow("gone") << reportBytes << true << get << ERROR_DEVICE_NOT_CONNECTED;
+    QTest::newRow("another control code") << reportBytes << false << get + 4 << ERROR_INVALID_FUNCTION;
+}
+
+void TestHid::theLayerTransfersFeaturesAsWindowsDoes()
+{
+    QFETCH(const int, bufferBytes);
+    QFETCH(const bool, isGone);
+    QFETCH(const int, control);
+    QFETCH(const int, error);
+    HidFixture f;
+    f.hid->answer = [](const QByteArray& entry) { return entry.left(60) + "came"; };
+    const HANDLE handle = CreateFileW(f.path.c_str(), 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    PHIDP_PREPARSED_DATA data = nullptr;
+    QVERIFY(HidD_GetPreparsedData(handle, &data));
+    QCOMPARE(openHandleCount(), handlesBefore + 2);
+    QVERIFY(HidD_FreePreparsedData(data) && !HidD_FreePreparsedData(data));
+    HIDP_CAPS caps;
+    QCOMPARE(HidP_GetCaps(data, &caps), HIDP_STATUS_INVALID_PREPARSED_DATA);
+    if (isGone)
+        f.tree.unplug(f.path);
+    QByteArray buffer(bufferBytes, '\xEE');
+    const auto size = static_cast<DWORD>(bufferBytes);
+    if (control == int(IOCTL_HID_GET_FEATURE)) {
+        SetLastError(ERROR_SUCCESS);
+        QCOMPARE(HidD_SetFeature(handle, buffer.data(), size) != FALSE, error == 0);
+        QCOMPARE(GetLastError(), DWORD(error));
+        QCOMPARE(f.hid->sent, error ? QByteArray() : buffer.left(reportBytes));
+    }
+    DWORD returned = 99;
+    SetLastError(ERROR_SUCCESS);
+    const auto code = static_cast<DWORD>(control);
+    QCOMPARE(DeviceIoControl(handle, code, nullptr, 0, buffer.data(), size, &returned, nullptr) != FALSE,
+             error == 0);
+    QCOMPARE(GetLastError(), DWORD(error));
+    QVERIFY(error || (returned == 64 && buffer.startsWith("\xEE\xEE") && buffer.mid(60, 5) == "came\xEE"));
+    QVERIFY(CloseHandle(handle));
+    QVERIFY(!HidD_SetFeature(handle, buffer.data(), size));
+    QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+}
+
+void TestHid::aDeviceMovesVectorsUpToItsReportLength_data()
+{
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<int>("answered");
+    QTest::addColumn<bool>("isSent");
+    QTest::addColumn<bool>("isRead");
+    QTest::newRow("empty") << 0 << reportBytes << false << false;
+    QTest::newRow("shorter: padded, cut back") << 64 << reportBytes << true << true;
+    QTest::newRow("answer as long as asked for") << 64 << 64 << true << true;
+    QTest::newRow("answer a byte short") << 64 << 63 << true << false;
+    QTest::newRow("no answer") << 64 << 0 << true << false;
+    QTest::newRow("as long") << reportBytes << reportBytes << true << true;
+    QTest::newRow("longer") << reportBytes + 1 << reportBytes << false << false;
+}
+
+void TestHid::aDeviceMovesVectorsUpToItsReportLength()
+{
+    QFETCH(const int, bytes);
+    QFETCH(const int, answered);
+    QFETCH(const bool, isSent);
+    QFETCH(const bool, isRead);
+    HidFixture f;
+    f.hid->answer = [&](const QByteArray& entry) {
+        return entry.left(1) + answerOf(0, 7).mid(1, answered - 1);
+    };
+    const Device device = Utilities::openHidDeviceByPath(f.path, 3, 0);
+    Bytes report(static_cast<std::size_t>(bytes), 0x55);
+    QCOMPARE(device->setFeatureBlocking(&report), isSent);
+    QCOMPARE(f.hid->sent,
+             isSent ? QByteArray(bytes, '\x55') + QByteArray(reportBytes - bytes, '\0') : QByteArray());
+    QCOMPARE(device->getFeatureBlocking(&report), isRead);
+    QVERIFY(!isRead || (report[0] == 0x55 && report[11] == 7));
+    f.hid->setError = f.hid->getError = ERROR_GEN_FAILURE;
+    QVERIFY(!device->setFeatureBlocking(&report) && !device->getFeatureBlocking(&report));
+    QCOMPARE(int(report.size()), bytes);
+    device->close();
+    f.hid->setError = f.hid->getError = ERROR_SUCCESS;
+    QVERIFY(!device->setFeatureBlocking(&report) && !device->getFeatureBlocking(&report) &&
+            !device->isOpen());
+}
+
+void TestHid::capabilitiesAreAskedForOncePerOpening()
+{
+    HidFixture f;
+    const HidDeviceDescriptor descriptor(std::make_shared<WindowsDeviceDescriptorHandle>(f.path));
+    const std::unique_ptr<AbstractHidDevice> device(AbstractHidDevice::create(descriptor));
+    const auto bufferBytes = [&](int kind) {
+        return std::unique_ptr<Bytes>(device->createReportBuffer(kind))->size();
+    };
+    QCOMPARE(device->usagePage(), 0);
+    QVERIFY(!device->isOpen() && device->open(3, 0) && !device->open(3, 0));
+    QCOMPARE(device->usagePage(), 0xFF00);
+    QVERIFY(bufferBytes(2) == reportBytes && bufferBytes(1) == 0 && bufferBytes(3) == 0 &&
+            bufferBytes(-1) == 0);
+    QCOMPARE(f.hid->queries, 1);
+    device->close();
+    f.hid->caps.usagePage = 0x000C;
+    QVERIFY(device->open(3, 0));
+    QCOMPARE(device->usagePage(), 0x000C);
+}
+
+void TestHid::openingsShareOnlyAsAllowed()
+{
+    HidFixture f;
+    const auto open = [&](int access, int share) {
+        return Utilities::openHidDeviceByPath(f.path, access, share);
+    };
+    Device device = open(3, 0);
+    QVERIFY(device && !open(3, 0) && !open(1, 3));
+    device.reset();
+    device = open(1, 1);
+    QVERIFY(device && !open(3, 1) && !open(1, 2) && open(1, 1));
+    device.reset();
+    f.tree.refuseOpen(f.path, ERROR_ACCESS_DENIED, 1);
+    QVERIFY(!open(3, 0) && open(3, 0) && !Utilities::openHidDeviceByPath({}, 3, 0));
+    f.tree.unplug(f.path);
+    QVERIFY(!open(3, 0));
+}
+
+void TestHid::theLastHolderEndsTheWatchThenClosesTheDevice()
+{
+    HidFixture f;
+    LogCapture log;
+    DeviceInstance instance;
+    instance.vendorId = 0x170D;
+    instance.productId = 0x010A;
+    instance.path = f.path;
+    const auto detector = std::make_shared<CountingDetector>();
+    Device first = Utilities::openHidDevice(detector, &instance, 3, 0);
+    QVERIFY(first && !Utilities::openHidDevice(detector, &instance, 3, 0));
+    QCOMPARE(log.text(), QByteArray("?Cannot open device VID: 0x170D, PID: 0x010A"));
+    Device last = std::move(first);
+    QVERIFY(detector->closed.isEmpty());
+    last.reset();
+    QCOMPARE(detector->closed, {true});
+    QCOMPARE(f.tree.openFileCount(), std::size_t(0));
+}
+
+void TestHid::framesFollowTheTables_data()
+{
+    QTest::addColumn<Command>("command");
+    QTest::addColumn<QByteArray>("frame");
+    const auto row = [](const char* frame, const Command& command) {
+        QTest::newRow(frame) << command << QByteArray(frame);
+    };
+    row("ff02000a", [](Device d) { return sendControlRequest(d, LeaveApplication); });
+    row("ff020005", [](Device d) { return sendControlRequest(d, EndProgramming); });
+    row("ff0a00ff0400000500e2f00a",
+        [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, 0x30A); }); // cut to bytes
+    row("ff0b00ff0400000600e1f05005", [](Device d) { return writeMemory(d, 0xE1, 0xF0, 0x50, 5); });
+    row("ff0d00ff04000008004bc401020304", [](Device d) { return writeMemory(d, 0x4B, 0xC4, 1, 2, 3, 4); });
+    row("ff1000ff0400000b0057c401020304050607",
+        [](Device d) { return writeMemory(d, 0x57, 0xC4, 1, 2, 3, 4, 5, 6, 7); });
+    row("ff1100ff0400000c004bc40102030405060708",
+        [](Device d) { return writeMemory(d, 0x4B, 0xC4, 1, 2, 3, 4, 5, 6, 7, 8); });
+    row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x04, 0xF0, 1); });
+    row("ff0700ff0400000284", [](Device d) { return executeOperation(d, LoadOperation); });
+    row("ff0700ff0400000203", [](Device d) { return executeOperation(d, CommitOperation); });
+    row("ff0a00ff040000050c000000", [](Device d) { return sendEraseCommand(d); });
+}
+
+void TestHid::framesFollowTheTables()
+{
+    QFETCH(const Command, command);
+    QFETCH(const QByteArray, frame);
+    HidFixture f;
+    f.hid->caps.featureReportBytes = 64; // nothing is padded: what arrives is what was handed over
+    const Device device = Utilities::openHidDeviceByPath(f.path, 3, 0);
+    QVERIFY(command(device));
+    QCOMPARE(f.hid->sent.toHex(), frame.leftJustified(128, '0'));
+    QCOMPARE(f.clock.tickCount(), frame.contains("fd04") ? 100u : 0u);
+    f.tree.unplug(f.path);
+    QVERIFY(!command(device));
+}
+
+void TestHid::chipQueriesReadOneRegisterByte_data()
+{
+    QTest::addColumn<Command>("query");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QByteArray>("log");
+    const auto row = [](const char* name, const QByteArray& answer, int value, const char* log) {
+        const bool isId = QByteArray(name).startsWith("id");
+        const Command query = isId ? getAvneraChipId : getAvneraChipRevision;
+        QTest::newRow(name) << query << answer << value << QByteArray(log);
+    };
+    const char* const noData =
+        "!Error getting chip type: Device reported no data to send.|!Failed trying obtain chip ID";
+    const char* const foreign = "!Chip ID register does not match USB enumeration PID (Product ID number)";
+    row("id 12", answerOf(0, 12), 12, "VMI AV6x01 identified");
+    row("id 13", answerOf(0, 13), 13, "VMI AV6x02 identified");
+    row("id 14", answerOf(0, 14), 0, foreign);
+    row("id: no data", answerOf(1, 12), 0, noData);
+    row("id: short answer", answerOf(0, 12).left(12), 0, "!Failed trying obtain chip ID");
+    row("revision 200", answerOf(0, 200), 200, "");
+    row("revision: no answer", {}, 0, "!Failed trying obtain chip revision");
+}
+
+void TestHid::chipQueriesReadOneRegisterByte()
+{
+    QFETCH(const Command, query);
+    QFETCH(const QByteArray, answer);
+    HidFixture f;
+    LogCapture log;
+    f.hid->setError = ERROR_GEN_FAILURE; // only the answer counts
+    f.hid->answer = [&](const QByteArray& entry) { return entry[0] == '\xFF' ? answer : QByteArray(); };
+    QTEST(query(Utilities::openHidDeviceByPath(f.path, 3, 0)), "value");
+    QTEST(log.text(), "log");
+}
+
+void TestHid::unknownChipsHaveNoLoaderAddresses()
+{
+    LogCapture log;
+    unsigned short smData = 1;
+    unsigned short ramBase = 2;
+    QVERIFY(!getAvneraSmDataAndRamBase(smData, ramBase, 12, 4) &&
+            !getAvneraSmDataAndRamBase(smData, ramBase, 13, 1) &&
+            !getAvneraSmDataAndRamBase(smData, ramBase, 0, 2));
+    QVERIFY(smData == 1 && ramBase == 2);
+    QCOMPARE(log.text(), QByteArray("!Unsupported AV6xx1 chip version|!Unsupported AV6xx2 chip version"));
+}
+
+QTEST_GUILESS_MAIN(TestHid)
+
+#include "tst_hid.moc"
