@@ -98,8 +98,18 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     const QCommandLineOption screenshots(QStringLiteral("screenshots"),
                                          QStringLiteral("Save a picture of every screen."),
                                          QStringLiteral("FOLDER"));
+    const QCommandLineOption faultMatrix(
+        QStringLiteral("fault-matrix"),
+        QStringLiteral("Every fault at every transfer of every device, chip and revision."));
+    const QCommandLineOption family(
+        QStringLiteral("family"),
+        QStringLiteral("Of the fault matrix, only this family, such as headset-12-2."),
+        QStringLiteral("NAME"));
+    const NumberOption sample(QStringLiteral("sample"),
+                              QStringLiteral("Of the fault matrix, only every N-th transfer."),
+                              QStringLiteral("N"), 1);
     parser.addOptions({archive, generation.option, chip.option, revision.option, imageSize.option, fault,
-                       faultDevice, fast, drive, screenshots});
+                       faultDevice, fast, drive, screenshots, faultMatrix, family, sample.option});
     if (!parser.parse(arguments))
         return mistake(parser.errorText(), exitCode);
     if (parser.isSet(help)) {
@@ -114,6 +124,9 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     options.screenshotsFolder = parser.value(screenshots);
     options.drivesItself = parser.isSet(drive) || parser.isSet(screenshots);
     options.faultDevice = parser.value(faultDevice);
+    options.faultMatrix = parser.isSet(faultMatrix);
+    options.family = parser.value(family);
+    const auto sampleValue = sample.value(parser, 1, maxImageBytes);
     const auto generationValue = generation.value(parser, 1, 2);
     const auto chipValue = chip.value(parser, 12, 13);
     const auto revisionValue = revision.value(parser, 2, 3);
@@ -123,6 +136,8 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
                        exitCode);
     if (!generationValue || !chipValue || !revisionValue)
         return mistake(QStringLiteral("no such generation, chip or revision"), exitCode);
+    if (!sampleValue)
+        return mistake(QStringLiteral("no such sample"), exitCode);
     if (!sizeValue)
         return mistake(QStringLiteral("images have %1 to %2 bytes").arg(minImageBytes).arg(maxImageBytes),
                        exitCode);
@@ -135,5 +150,6 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     options.chipId = *chipValue;
     options.revision = *revisionValue;
     options.imageBytes = *sizeValue;
+    options.sample = *sampleValue;
     return options;
 }

@@ -19,6 +19,9 @@ struct BenchOptions
     bool fast = false;         ///< virtual clock
     bool drivesItself = false; ///< also where there is a display
     QString screenshotsFolder; ///< empty: none are saved
+    bool faultMatrix = false;  ///< every fault at every transfer, instead of one update
+    QString family;            ///< of the fault matrix, only this family; empty: all
+    int sample = 1;            ///< of the fault matrix, every that many transfers
 };
 
 /// Parses the program's arguments (its name first).

@@ -1,7 +1,9 @@
 #include "benchrun.h"
 
+#include <algorithm>
 #include <future>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QThread>
 
@@ -16,6 +18,8 @@
 namespace {
 
 constexpr int unexpected = 1;
+constexpr int lookIntervalMs = 20;
+constexpr int fastLookIntervalMs = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 
 QString nameOf(DeviceType type)
@@ -124,10 +128,9 @@ void BenchRun::drive()
     if (options.fast)
         driver->setIsWaitInVain([this](DeviceType type) { return isWaitInVain(type); });
     connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::beginUpdate);
-    connect(driver.get(), &UserDriver::succeeded, this, [this] { endUpdate({}, true); });
-    connect(driver.get(), &UserDriver::failed, this,
-            [this](const QMap<DeviceType, int>& errors) { endUpdate(errors, false); });
-    driver->start();
+    connect(driver.get(), &UserDriver::succeeded, this, [this] { endUpdate({}, QString()); });
+    connect(driver.get(), &UserDriver::failed, this, &BenchRun::endUpdate);
+    driver->start(options.fast ? fastLookIntervalMs : lookIntervalMs);
 }
 
 void BenchRun::beginUpdate()
@@ -138,15 +141,14 @@ void BenchRun::beginUpdate()
         pair->device(faultyType).setFault(*fault, options.faultTransfer);
 }
 
-/// @param isOver  whether the updater shows the pairing instructions, from which there is no way back.
-void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, bool isOver)
+/// @param report  the failure report on the screen; empty where it shows the pairing instructions, from which
+///                there is no way back.
+void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, const QString& report)
 {
-    bool isExpected = true;
-    bool isWhole = true;
+    bool isExpected = areTextsAsExpected(errors, report);
     for (const DeviceType type : bothTypes) {
         log.add(QStringLiteral("verdict: ") + verdicts[type]->text(errors.value(type)));
         isExpected = isAsExpected(type, errors.value(type)) && isExpected;
-        isWhole = verdicts[type]->isEqual() && isWhole;
     }
     if (!isExpected) {
         log.add(QStringLiteral("verdict: that is not the expected outcome"));
@@ -162,10 +164,7 @@ void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, bool isOver)
     const bool wasStruck = pair->device(faultyType).struckAt().has_value();
     log.add(QStringLiteral("verdict: the expected outcome of the fault %1%2")
                 .arg(options.faultName, wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
-    if (isOver && isWhole && errors.isEmpty())
-        finish(0);
-    else
-        tryAgain(!isOver);
+    tryAgain(!report.isEmpty());
 }
 
 bool BenchRun::isAsExpected(DeviceType type, int errorCode) const
@@ -178,6 +177,29 @@ bool BenchRun::isAsExpected(DeviceType type, int errorCode) const
     if (errorCode != expected.errorCode)
         return false;
     return errorCode != 0 || !expected.isMemoryWhole || verdicts[type]->isEqual();
+}
+
+/// Every failure that a fault can bring about is one of the connection.
+bool BenchRun::areTextsAsExpected(const QMap<DeviceType, int>& errors, const QString& report) const
+{
+    const auto ofWindow = [](const char* text) { return QCoreApplication::translate("MainWindow", text); };
+    const auto ofDialog = [](const char* text) {
+        return QCoreApplication::translate("FlashingDialog", text);
+    };
+    const QString lost = QStringLiteral("%1\n%2\n")
+                             .arg(ofWindow("Update was unsuccessful."),
+                                  ofWindow("One or both of your devices have been disconnected. Please "
+                                           "reconnect your devices to restart the firmware update process."));
+    if (report != (errors.isEmpty() ? QString() : lost))
+        return false;
+    const QString success = ofDialog("Device has been successfully updated.");
+    const QString advice =
+        ofDialog("Update cannot proceed. Make sure your device is connected properly and try again.");
+    const QMap<DeviceType, QString> results = driver->resultTexts();
+    return std::all_of(std::begin(bothTypes), std::end(bothTypes), [&](DeviceType type) {
+        const QString expected = errors.contains(type) ? advice : success;
+        return images[type].isEmpty() || results[type] == expected;
+    });
 }
 
 /// Repairs the device that the fault hit, as a user would.

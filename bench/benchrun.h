@@ -38,6 +38,9 @@ public:
     SimulatedPair& computer() { return *pair; }
     MainWindow& updater() { return *window; }
 
+    /// The feature-report transfers of the last update.
+    int transfers(DeviceType type) { return pair->device(type).transfers().count; }
+
 Q_SIGNALS:
     /// @param exitCode  0 where everything ended as expected, otherwise 1.
     void finished(int exitCode);
@@ -47,11 +50,12 @@ private:
     void preparePair();
     void startUpdater();
     void beginUpdate();
-    void endUpdate(const QMap<DeviceType, int>& errors, bool isOver);
+    void endUpdate(const QMap<DeviceType, int>& errors, const QString& report);
     void tryAgain(bool isUpdaterUsable);
     void finish(int exitCode);
 
     bool isAsExpected(DeviceType type, int errorCode) const;
+    bool areTextsAsExpected(const QMap<DeviceType, int>& errors, const QString& report) const;
     bool isWaitInVain(DeviceType type);
     void reportTimes() const;
     void letEverybodyHear();

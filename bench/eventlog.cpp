@@ -18,8 +18,26 @@ void EventLog::add(const QString& text)
         line = QStringLiteral("[%1] %2")
                    .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
                    .arg(text);
-        std::puts(line.toUtf8().constData());
-        std::fflush(stdout);
+        if (isQuiet) {
+            lines << line;
+        } else {
+            std::puts(line.toUtf8().constData());
+            std::fflush(stdout);
+        }
     }
     Q_EMIT added(line);
+}
+
+void EventLog::setQuiet(bool quiet)
+{
+    const QMutexLocker locker(&mutex);
+    isQuiet = quiet;
+}
+
+QStringList EventLog::takeLines()
+{
+    const QMutexLocker locker(&mutex);
+    QStringList taken;
+    taken.swap(lines);
+    return taken;
 }

@@ -4,6 +4,7 @@
 #include <QMutex>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 /// The bench's protocol: a line per event with the seconds since the start, on the standard output. Any
 /// thread.
@@ -16,10 +17,17 @@ public:
 
     void add(const QString& text);
 
+    /// While quiet, nothing is printed and the lines are kept.
+    void setQuiet(bool quiet);
+    /// The lines kept so far; they are forgotten then.
+    QStringList takeLines();
+
 Q_SIGNALS:
     void added(const QString& line);
 
 private:
     QMutex mutex;
     QElapsedTimer timer;
+    bool isQuiet = false;
+    QStringList lines;
 };

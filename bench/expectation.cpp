@@ -42,9 +42,7 @@ Expectation whenDeviceVanishes(const SimulatedDevice::Transfers& at, int commits
 Expectation expectationFor(std::optional<Fault> fault,
                            const std::optional<SimulatedDevice::Transfers>& struckAt, int commits)
 {
-    if (fault == Fault::RefuseOpen || fault == Fault::NeverBack)
-        return lost;
-    if (!fault || fault == Fault::OtherPort || !struckAt)
+    if (!fault || !struckAt)
         return success;
     const bool isBeforeIdentification =
         struckAt->phase == Phase::Leave || (struckAt->phase == Phase::Identify && struckAt->inPhase == 1);
@@ -56,6 +54,11 @@ Expectation expectationFor(std::optional<Fault> fault,
         return whenDeviceVanishes(*struckAt, commits);
     case Fault::WrongIdentity:
         return isBeforeIdentification ? unknownChip : success;
+    case Fault::RefuseOpen:
+    case Fault::NeverBack:
+        return struckAt->phase == Phase::Leave ? lost : success; // the last restart is nobody's business
+    case Fault::OtherPort:
+        return success;
     default:
         return unknownChip; // the two faults of an answer; answers are asked for in identification only
     }

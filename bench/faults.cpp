@@ -16,11 +16,11 @@ const std::vector<FaultDescription>& faultDescriptions()
         {Fault::WrongIdentity, QStringLiteral("wrong-identity"),
          QStringLiteral("from transfer K the chip identifies itself wrongly")},
         {Fault::RefuseOpen, QStringLiteral("refuse-open"),
-         QStringLiteral("in programming mode the device cannot be opened")},
+         QStringLiteral("after the next restart from transfer K the device cannot be opened")},
         {Fault::NeverBack, QStringLiteral("never-back"),
-         QStringLiteral("the device never comes back in programming mode")},
+         QStringLiteral("from the next restart from transfer K the device does not come back")},
         {Fault::OtherPort, QStringLiteral("other-port"),
-         QStringLiteral("the device comes back on another port")},
+         QStringLiteral("from the next restart from transfer K the device comes back on another port")},
     };
     return descriptions;
 }

@@ -5,7 +5,8 @@
 
 #include <QString>
 
-/// What can go wrong with a simulated device. A fault strikes at a feature-report transfer, counted from 1.
+/// What can go wrong with a simulated device. A fault strikes once, at a feature-report transfer counted from
+/// 1, or at what it is about when that next happens from that transfer on.
 enum class Fault {
     None,
     Vanish,        ///< the cable is pulled; the device stays away until it is plugged in
@@ -14,9 +15,9 @@ enum class Fault {
     TransferFails, ///< the transfer fails and does not reach the chip
     ShortAnswer,   ///< the next answer is cut short
     WrongIdentity, ///< from then on the chip's identifier is none that is known
-    RefuseOpen,    ///< in programming mode the device cannot be opened; whatever the transfer
-    NeverBack,     ///< told to leave its application it does not come back; whatever the transfer
-    OtherPort,     ///< told to leave its application it comes back on another port; whatever the transfer
+    RefuseOpen,    ///< it restarts and can then not be opened until it is plugged in anew
+    NeverBack,     ///< it restarts and stays away until it is plugged in
+    OtherPort,     ///< it restarts and comes back on another port
 };
 
 struct FaultDescription

@@ -7,6 +7,7 @@
 #include "benchrun.h"
 #include "benchwindow.h"
 #include "eventlog.h"
+#include "faultmatrix.h"
 #include "mainwindow.h"
 #include "startup.h"
 
@@ -79,7 +80,12 @@ int main(int argc, char* argv[])
     Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
 
-    exitCode = runBench(*options, log);
+    if (!options->faultMatrix)
+        exitCode = runBench(*options, log);
+    else if (options->family.isEmpty())
+        exitCode = FaultMatrix::run(options->sample);
+    else
+        exitCode = FaultMatrix::runFamily(options->family, options->sample, log);
     qInstallMessageHandler(previousHandler);
     return exitCode;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <utility>
 
 #include <hidsdi.h>
 
@@ -125,6 +124,7 @@ void SimulatedDevice::plugIn()
     {
         const std::lock_guard<std::mutex> guard(mutex);
         ++cableMoves;
+        refusesOpen = false;
     }
     connectToBus();
 }
@@ -175,17 +175,11 @@ void SimulatedDevice::setFault(Fault newFault, int transfer)
 
 void SimulatedDevice::clearFault()
 {
-    std::vector<std::wstring> paths;
-    {
-        const std::lock_guard<std::mutex> guard(mutex);
-        fault = Fault::None;
-        made = {};
-        phasesSeen.clear();
-        chip.setWrongIdentity(false);
-        paths = shownPaths;
-    }
-    for (const std::wstring& path : paths)
-        tree.refuseOpen(path, ERROR_SUCCESS, 0);
+    const std::lock_guard<std::mutex> guard(mutex);
+    fault = Fault::None;
+    made = {};
+    phasesSeen.clear();
+    chip.setWrongIdentity(false);
 }
 
 SimulatedDevice::Transfers SimulatedDevice::transfers() const
@@ -285,12 +279,22 @@ Fault SimulatedDevice::countTransfer(Phase phase, bool isAnswer)
     if (phase == Phase::Commit)
         ++made.commits;
     const bool needsAnswer = fault == Fault::NoData || fault == Fault::ShortAnswer;
-    const bool isOfTransfers =
-        fault != Fault::RefuseOpen && fault != Fault::NeverBack && fault != Fault::OtherPort;
-    if (fault == Fault::None || !isOfTransfers || made.count < faultTransfer || (needsAnswer && !isAnswer))
+    const bool isOfRestarts =
+        fault == Fault::RefuseOpen || fault == Fault::NeverBack || fault == Fault::OtherPort;
+    if (isOfRestarts || (needsAnswer && !isAnswer))
         return Fault::None;
+    const Fault striking = fault;
+    return strikesNow(striking) ? striking : Fault::None;
+}
+
+/// Whether the armed fault is of that kind and its transfer has come; it is used up then. The lock is held.
+bool SimulatedDevice::strikesNow(Fault kind)
+{
+    if (fault == Fault::None || fault != kind || made.count < faultTransfer)
+        return false;
     struck = made;
-    return std::exchange(fault, Fault::None);
+    fault = Fault::None;
+    return true;
 }
 
 /// The fault that takes the device away, in the middle of a transfer.
@@ -325,8 +329,9 @@ void SimulatedDevice::obey(int controlRequest)
             programming = !ImageBuilder::identityOf(chip.memory());
         else
             return;
-        staysAway = controlRequest == leaveApplication && fault == Fault::NeverBack;
-        if (controlRequest == leaveApplication && fault == Fault::OtherPort)
+        staysAway = strikesNow(Fault::NeverBack);
+        refusesOpen = strikesNow(Fault::RefuseOpen);
+        if (strikesNow(Fault::OtherPort))
             ++port;
     }
     afterwards(disconnectMs, [this] { disconnectFromBus(); });
@@ -337,8 +342,8 @@ void SimulatedDevice::obey(int controlRequest)
 /// Puts the device's interfaces into the tree.
 void SimulatedDevice::show()
 {
-    bool refusesOpen = false;
     std::vector<DeviceNode> shown;
+    DWORD openError = ERROR_SUCCESS;
     {
         const std::lock_guard<std::mutex> guard(mutex);
         shown = nodes();
@@ -346,11 +351,10 @@ void SimulatedDevice::show()
         for (const DeviceNode& node : shown)
             shownPaths.push_back(node.interfacePath);
         chip.setProgrammingMode(programming);
-        refusesOpen = programming && fault == Fault::RefuseOpen;
+        openError = refusesOpen ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
     }
     for (DeviceNode& node : shown) {
-        if (refusesOpen)
-            tree.refuseOpen(node.interfacePath, ERROR_ACCESS_DENIED, INT_MAX);
+        tree.refuseOpen(node.interfacePath, openError, openError == ERROR_SUCCESS ? 0 : INT_MAX);
         tree.plug(std::move(node));
     }
 }

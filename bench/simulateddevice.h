@@ -83,6 +83,7 @@ private:
     DWORD setFeature(const std::uint8_t* report, std::size_t size);
     DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received);
     Fault countTransfer(Phase phase, bool isAnswer);
+    bool strikesNow(Fault kind);
     DWORD vanish(bool comesBack);
     void obey(int controlRequest);
 
@@ -103,6 +104,7 @@ private:
     SimulatedChip chip;
     int port;
     bool pluggedIn = false;
+    bool refusesOpen = false; ///< until it is plugged in anew
     bool programming = false;
     std::vector<std::wstring> shownPaths;
     Fault fault = Fault::None; ///< until it has struck, if it strikes once

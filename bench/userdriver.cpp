@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int lookIntervalMs = 20;
 constexpr int updaterTimeoutMs = 30000;
 
 QString labelText(const QWidget& parent, const char* name)
@@ -43,13 +42,12 @@ UserDriver::UserDriver(MainWindow& mainWindow, EventLog& eventLog, const QString
     , log(eventLog)
     , folder(screenshotsFolder)
 {
-    timer.setInterval(lookIntervalMs);
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
 
-void UserDriver::start()
+void UserDriver::start(int intervalMs)
 {
-    timer.start();
+    timer.start(intervalMs);
 }
 
 void UserDriver::tryAgain()
@@ -106,8 +104,10 @@ void UserDriver::follow(FlashingDialog& dialog)
         return;
     errors = dialog.errors();
     photograph(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
-    log.add(QStringLiteral("transmitter: %1").arg(labelText(dialog, "transmitterInfoLabel")));
-    log.add(QStringLiteral("headset: %1").arg(labelText(dialog, "headsetInfoLabel")));
+    results[DeviceType::Transmitter] = labelText(dialog, "transmitterInfoLabel");
+    results[DeviceType::Headset] = labelText(dialog, "headsetInfoLabel");
+    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset})
+        log.add(QStringLiteral("%1: %2").arg(nameOf(type), results[type]));
     log.add(QStringLiteral("user: Close"));
     watchedUpdaters.clear();
     clickLater(closeButton);

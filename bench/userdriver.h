@@ -28,7 +28,8 @@ public:
     /// @param screenshotsFolder  where to save a picture of every screen; empty for none.
     UserDriver(MainWindow& mainWindow, EventLog& eventLog, const QString& screenshotsFolder);
 
-    void start();
+    /// Looks at the screen every @p intervalMs milliseconds from now on.
+    void start(int intervalMs);
 
     /// Presses Back on the failure report and goes on to the next update.
     void tryAgain();
@@ -42,6 +43,9 @@ public:
 
     /// From the first announced progress range to the last report, in milliseconds.
     qint64 runTimeMs() const { return runTime; }
+
+    /// What the dialog said of each device at the end of the run.
+    QMap<DeviceType, QString> resultTexts() const { return results; }
 
 Q_SIGNALS:
     /// Update is about to be pressed.
@@ -72,6 +76,7 @@ private:
     QSet<QString> photographed;
     QMap<FirmwareUpdater*, DeviceType> watchedUpdaters; ///< of the dialog that is open
     QMap<DeviceType, int> errors;
+    QMap<DeviceType, QString> results;
     QElapsedTimer runTimer;
     qint64 runTime = 0;
     QMap<DeviceType, qint64> programmingTimes;
