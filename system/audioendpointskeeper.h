@@ -3,10 +3,6 @@
 #include <map>
 #include <string>
 
-#include <windows.h>
-
-#include <mmdeviceapi.h>
-
 /// Remembers on creation which audio endpoints are the system's defaults, and makes them the defaults again
 /// on destruction. An endpoint is known by the friendly name of its audio adapter, which outlives its
 /// identifier when the device comes back on another port.
@@ -35,11 +31,10 @@ public:
     void restore();
 
 private:
-    /// From an adapter's name to the roles in which its endpoint is the default, ascending within a name.
-    using Defaults = std::multimap<std::wstring, ERole>;
-
-    static Defaults record(EDataFlow flow);
-    static void apply(EDataFlow flow, Defaults defaults);
+    /// From an adapter's name to the roles in which its endpoint is the default, ascending within a name:
+    /// 0 eConsole, 1 eMultimedia, 2 eCommunications. Plain numbers, because <mmdeviceapi.h> has names that
+    /// clash with the updater's own.
+    using Defaults = std::multimap<std::wstring, int>;
 
     Defaults renderDefaults;
     Defaults captureDefaults;

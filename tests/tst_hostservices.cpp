@@ -12,47 +12,26 @@
 
 using Manager = SimulatedServiceManager;
 using Service = Manager::Service;
+using Services = std::vector<Service>;
 using Transition = Manager::Transition;
 using Endpoints = std::vector<AudioEndpoint>;
-using Names = std::vector<std::wstring>;
 using Sleeps = std::vector<std::uint32_t>;
-
-/// One call of stop() or start(), and what comes of it.
-struct ServiceCase
-{
-    std::vector<Service> services; ///< the audio service first
-    QByteArray log;
-    Sleeps sleeps;
-    DWORD state; ///< of the audio service afterwards
-    QByteArray controls;
-};
-Q_DECLARE_METATYPE(ServiceCase)
-
-/// Endpoints whose defaults are recorded, then changes, then what is made default.
-struct EndpointsCase
-{
-    Endpoints endpoints;
-    Endpoints later; ///< new, or with another state
-    QByteArray restored;
-    std::wstring console = {}; ///< identifier of the chosen eConsole endpoint
-};
-Q_DECLARE_METATYPE(EndpointsCase)
+using Operation = void (ScopedAudioServiceStopper::*)();
+Q_DECLARE_METATYPE(Operation)
+Q_DECLARE_METATYPE(Services)
+Q_DECLARE_METATYPE(Sleeps)
+Q_DECLARE_METATYPE(Endpoints)
 Q_DECLARE_METATYPE(AudioFunction)
 
 namespace {
 
+constexpr DWORD stopped = SERVICE_STOPPED;
+constexpr DWORD starting = SERVICE_START_PENDING;
+constexpr DWORD stopping = SERVICE_STOP_PENDING;
+constexpr DWORD running = SERVICE_RUNNING;
+
 struct Computer
 {
-    explicit Computer(DWORD startTick = 0)
-        : clock(startTick)
-    {
-        // Queries take time as well, or a wait hint of 0 would wait for ever.
-        clock.onSleep = [this](DWORD ms) {
-            if (ms == 0)
-                clock.sleep(1000);
-        };
-    }
-
     VirtualClock clock;
     SimulatedMachine machine{&clock};
     ScopedMachine scope{machine};
@@ -60,42 +39,14 @@ struct Computer
     SimulatedAudioEndpoints& endpoints = machine.audioEndpoints();
 };
 
-Service service(const wchar_t* name, DWORD state, Transition stopping, Transition starting = {},
-                Names dependsOn = {})
+Service audio(DWORD state, Transition toStop, Transition toStart = {})
 {
-    Service result;
-    result.name = name;
-    result.state = state;
-    result.dependsOn = std::move(dependsOn);
-    result.stopping = stopping;
-    result.starting = starting;
-    return result;
+    return {L"AudioSrv", state, {}, toStop, toStart};
 }
 
-Service audio(DWORD state, Transition stopping, Transition starting = {})
+Service dependent(const wchar_t* name, Transition toStop, DWORD deniedAccess = 0)
 {
-    return service(L"AudioSrv", state, stopping, starting);
-}
-
-Service dependent(const wchar_t* name, Transition stopping, DWORD deniedAccess = 0)
-{
-    Service result = service(name, SERVICE_RUNNING, stopping, {}, {L"audiosrv"});
-    result.deniedAccess = deniedAccess;
-    return result;
-}
-
-Transition refused(DWORD error)
-{
-    Transition result;
-    result.refusal = error;
-    return result;
-}
-
-Transition endingWith(DWORD exitCode)
-{
-    Transition result;
-    result.exitCode = exitCode;
-    return result;
+    return {name, running, {L"audiosrv"}, toStop, {}, deniedAccess};
 }
 
 QByteArray textOf(const Manager::Call& call)
@@ -144,185 +95,146 @@ private Q_SLOTS:
         QCOMPARE(liveComObjectCount(), comObjectsBefore);
     }
 
-    void stopTakesTheServiceToItsEnd_data();
-    void stopTakesTheServiceToItsEnd();
-    void startTakesTheServiceToItsEnd_data();
-    void startTakesTheServiceToItsEnd();
+    void theServiceIsTakenToItsEnd_data();
+    void theServiceIsTakenToItsEnd();
     void everyFailingServiceCallIsLoggedAndTheServiceComesBack();
     void startMayOvertakeAStopOnAnotherThread();
-    void serviceHandlesKeepToTheirKindAndRights();
+    void serviceHandlesKeepToTheirKindsAndRights();
     void defaultsComeBackByTheirAdaptersNames_data();
     void defaultsComeBackByTheirAdaptersNames();
     void everyFailingComCallLosesOnlyWhatItConcerns_data();
     void everyFailingComCallLosesOnlyWhatItConcerns();
 
 private:
-    void runServiceCase(void (ScopedAudioServiceStopper::*operation)());
-
     std::size_t handlesBefore = 0;
     std::size_t comObjectsBefore = 0;
 };
 
-void TestHostServices::stopTakesTheServiceToItsEnd_data()
+void TestHostServices::theServiceIsTakenToItsEnd_data()
 {
-    constexpr DWORD stopped = SERVICE_STOPPED, running = SERVICE_RUNNING, stopping = SERVICE_STOP_PENDING,
-                    starting = SERVICE_START_PENDING;
-    const QByteArray success = "Service stopped successfully", control = "Stop audiosrv";
-    const QByteArray pending = "Service stop pending...",
-                     refusedByDependents = "ControlService failed (1051)";
-    QTest::addColumn<ServiceCase>("serviceCase");
-    const auto row = [](const char* name, ServiceCase serviceCase) { QTest::newRow(name) << serviceCase; };
+    QTest::addColumn<Operation>("operation");
+    QTest::addColumn<Services>("services"); // the audio service first
+    QTest::addColumn<QByteArray>("expectedLog");
+    QTest::addColumn<Sleeps>("expectedSleeps");
+    QTest::addColumn<DWORD>("expectedState"); // of the audio service
+    QTest::addColumn<QByteArray>("expectedControls");
 
-    row("at once", {{audio(running, {})}, success, {}, stopped, control});
-    row("within two hints", {{audio(running, {2500, 2000})}, success, {2000, 2000}, stopped, control});
-    row("long hint", {{audio(running, {1, 12000})}, success, {12000}, stopped, control});
-    row("no hint", {{audio(running, {1500, 0})}, success, {1000, 0, 1000, 0}, stopped, control});
-    row("past the limit's tick",
-        {{audio(running, {45000, 15000})}, success, Sleeps(3, 15000), stopped, control});
-    row("never",
-        {{audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping, control});
-    row("endless hint",
-        {{audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000), stopping, control});
-    row("refused", {{audio(running, refused(ERROR_INVALID_SERVICE_CONTROL))},
-                    "ControlService failed (1052)",
-                    {},
-                    running,
-                    control});
-    row("stopped before", {{audio(stopped, {})}, "Service is already stopped.", {}, stopped, {}});
-    row("starting",
-        {{audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {}, starting, control});
-    row("stopping, short hint",
-        {{audio(stopping, {500, 0})}, pending + "|Service stopped successfully.", {1000}, stopped, {}});
-    row("stopping, tenth of hint", {{audio(stopping, {5000, 25000})},
-                                    pending + '|' + pending + "|Service stopped successfully.",
-                                    {2500, 2500},
-                                    stopped,
-                                    {}});
-    row("stopping, never", {{audio(stopping, {INFINITE, 200000})},
-                            (pending + '|').repeated(4) + "Service stop timed out.",
-                            Sleeps(4, 10000),
-                            stopping,
-                            {}});
+    const Transition refuses = {0, 0, 0, INFINITE, 0, ERROR_INVALID_SERVICE_CONTROL};
+    const auto stop = [](const char* name, const Services& services, const QByteArray& log,
+                         const Sleeps& sleeps, DWORD state, const QByteArray& controls) {
+        QTest::addRow("stop, %s", name)
+            << &ScopedAudioServiceStopper::stop << services << log << sleeps << state << controls;
+    };
+    const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
+    stop("at once", {audio(running, {})}, done, {}, stopped, sent);
+    stop("within two hints", {audio(running, {2500, 2000})}, done, {2000, 2000}, stopped, sent);
+    stop("long hint", {audio(running, {1, 12000})}, done, {12000}, stopped, sent);
+    stop("no hint", {audio(running, {3, 0})}, done, {0, 0, 0}, stopped, sent);
+    stop("never, no hint", {audio(running, {INFINITE, 0})}, "Wait timed out", Sleeps(30001, 0), stopping,
+         sent);
+    stop("exactly at the limit", {audio(running, {45000, 15000})}, done, Sleeps(3, 15000), stopped, sent);
+    stop("never", {audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping, sent);
+    stop("endless hint", {audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000), stopping,
+         sent);
+    stop("refused", {audio(running, refuses)}, "ControlService failed (1052)", {}, running, sent);
+    stop("while starting", {audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {}, starting,
+         sent);
+    stop("while stopped", {audio(stopped, {})}, "Service is already stopped.", {}, stopped, {});
 
-    row("dependents one after the other",
-        {{audio(running, {1000, 1000}), dependent(L"a", {4000, 2000}),
-          service(L"b", running, {1000, 500}, {}, {L"a"}), service(L"c", stopped, {}, {}, {L"a"})},
-         success,
-         {500, 500, 2000, 2000, 1000},
-         stopped,
-         "Stop b|Stop a|Stop audiosrv"});
-    row("dependents within the limit", {{audio(running, {}), dependent(L"a", {15000, 15000}),
-                                         dependent(L"b", {15000, 15000}), dependent(L"c", {})},
-                                        success,
-                                        {15000, 15000},
-                                        stopped,
-                                        "Stop a|Stop b|Stop c|Stop audiosrv"});
-    row("dependents past the limit", {{audio(running, {}), dependent(L"a", {15000, 15000}),
-                                       dependent(L"b", {16000, 16000}), dependent(L"c", {})},
-                                      refusedByDependents,
-                                      {15000, 16000},
-                                      running,
-                                      "Stop a|Stop b|Stop audiosrv"});
-    row("dependent that refuses",
-        {{audio(running, {}), dependent(L"a", refused(ERROR_INVALID_SERVICE_CONTROL)), dependent(L"b", {})},
-         refusedByDependents,
-         {},
-         running,
-         "Stop a|Stop audiosrv"});
-    row("dependent of somebody else's",
-        {{audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, refusedByDependents, {}, running, control});
-}
+    const QByteArray pending = "Service stop pending...|", doneByItself = "Service stopped successfully.";
+    stop("stopping already", {audio(stopping, {500, 0}), dependent(L"a", {})}, pending + doneByItself, {1000},
+         stopped, {});
+    stop("stopping, tenth of hint", {audio(stopping, {5000, 25000})}, pending + pending + doneByItself,
+         {2500, 2500}, stopped, {});
+    stop("stopping, never", {audio(stopping, {INFINITE, 200000})},
+         pending.repeated(4) + "Service stop timed out.", Sleeps(4, 10000), stopping, {});
 
-void TestHostServices::stopTakesTheServiceToItsEnd()
-{
-    runServiceCase(&ScopedAudioServiceStopper::stop);
-}
+    const QByteArray held = "ControlService failed (1051)";
+    stop("dependents one by one",
+         {audio(running, {1000, 1000}),
+          dependent(L"a", {4000, 2000}),
+          {L"b", running, {L"a"}, {1000, 500}},
+          {L"c", stopped, {L"a"}}},
+         done, {500, 500, 2000, 2000, 1000}, stopped, "Stop b|Stop a|Stop audiosrv");
+    stop("dependents in time",
+         {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {15000, 15000}),
+          dependent(L"c", {})},
+         done, {15000, 15000}, stopped, "Stop a|Stop b|Stop c|Stop audiosrv");
+    stop("dependents late",
+         {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {16000, 16000}),
+          dependent(L"c", {})},
+         held, {15000, 16000}, running, "Stop a|Stop b|Stop audiosrv");
+    stop("dependent refuses", {audio(running, {}), dependent(L"a", refuses), dependent(L"b", {})}, held, {},
+         running, "Stop a|Stop audiosrv");
+    stop("dependent denied", {audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, held, {}, running,
+         sent);
 
-void TestHostServices::startTakesTheServiceToItsEnd_data()
-{
-    constexpr DWORD stopped = SERVICE_STOPPED, running = SERVICE_RUNNING, stopping = SERVICE_STOP_PENDING,
-                    starting = SERVICE_START_PENDING;
-    const QByteArray success = "Service start pending...|Service started successfully.",
-                     control = "Start audiosrv";
-    const QByteArray notStarted = "Service start pending...|Service not started. ";
+    const auto start = [](const char* name, const Service& service, const QByteArray& log,
+                          const Sleeps& sleeps, DWORD state, const QByteArray& controls) {
+        QTest::addRow("start, %s", name)
+            << &ScopedAudioServiceStopper::start << Services{service} << log << sleeps << state << controls;
+    };
+    const QByteArray begun = "Service start pending...|", runs = begun + "Service started successfully.";
     const QByteArray runsAlready = "Cannot start the service because it is already running";
-    QTest::addColumn<ServiceCase>("serviceCase");
-    const auto row = [](const char* name, ServiceCase serviceCase) { QTest::newRow(name) << serviceCase; };
-
-    row("at once", {{audio(stopped, {}, {})}, success, {}, running, control});
-    row("tenth of hint", {{audio(stopped, {}, {3500, 20000})}, success, {2000, 2000}, running, control});
-    row("longest wait", {{audio(stopped, {}, {15000, 150000})}, success, {10000, 10000}, running, control});
-    row("slow but sure",
-        {{audio(stopped, {}, {12000, 2500, 2000})}, success, Sleeps(12, 1000), running, control});
-    row("stalls", {{audio(stopped, {}, {INFINITE, 5000, 2000, 4000})},
-                   notStarted + "|  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
-                   Sleeps(10, 1000),
-                   starting,
-                   control});
-    row("endless hint", {{audio(stopped, {}, {INFINITE, INFINITE})},
-                         notStarted + "|  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
-                         Sleeps(11, 3000),
-                         starting,
-                         control});
-    row("stops again", {{audio(stopped, {}, endingWith(1066))},
-                        notStarted + "|  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
-                        {},
-                        stopped,
-                        control});
-    row("refused", {{audio(stopped, {}, refused(1058))}, "StartService failed (1058)", {}, stopped, control});
-    row("running", {{audio(running, {})}, runsAlready, {}, running, {}});
-    row("starting", {{audio(starting, {}, {INFINITE})}, runsAlready, {}, starting, {}});
-    row("stopping", {{audio(stopping, {2500, 3000})}, success, Sleeps(3, 1000), running, control});
-    row("stopping, slow but sure",
-        {{audio(stopping, {12000, 2500, 2000})}, success, Sleeps(12, 1000), running, control});
-    row("stopping, stalls", {{audio(stopping, {INFINITE, 20000, 3000, 7000})},
-                             "Timeout waiting for service to stop",
-                             Sleeps(14, 2000),
-                             stopping,
-                             {}});
+    const QByteArray asked = "Start audiosrv";
+    start("at once", audio(stopped, {}, {}), runs, {}, running, asked);
+    start("tenth of hint", audio(stopped, {}, {3500, 20000}), runs, {2000, 2000}, running, asked);
+    start("longest wait", audio(stopped, {}, {15000, 150000}), runs, {10000, 10000}, running, asked);
+    start("slow but sure", audio(stopped, {}, {12000, 2500, 2000}), runs, Sleeps(12, 1000), running, asked);
+    start("stalls", audio(stopped, {}, {INFINITE, 5000, 2000, 4000}),
+          begun +
+              "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
+          Sleeps(10, 1000), starting, asked);
+    start("endless hint", audio(stopped, {}, {INFINITE, INFINITE}),
+          begun + "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
+          Sleeps(11, 3000), starting, asked);
+    start("fails", audio(stopped, {}, {0, 0, 0, INFINITE, 1066}),
+          begun +
+              "Service not started. |  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
+          {}, stopped, asked);
+    start("refused", audio(stopped, {}, refuses), "StartService failed (1052)", {}, stopped, asked);
+    start("while running", audio(running, {}), runsAlready, {}, running, {});
+    start("while starting", audio(starting, {}, {INFINITE}), runsAlready, {}, starting, {});
+    start("stopping yet", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
+    start("stopping yet, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
+          running, asked);
+    start("stopping yet, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
+          "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
 }
 
-void TestHostServices::startTakesTheServiceToItsEnd()
+void TestHostServices::theServiceIsTakenToItsEnd()
 {
-    runServiceCase(&ScopedAudioServiceStopper::start);
-}
-
-/// Also where the tick count wraps during the first wait, and during a later one.
-void TestHostServices::runServiceCase(void (ScopedAudioServiceStopper::*operation)())
-{
-    QFETCH(ServiceCase, serviceCase);
-    for (const DWORD startTick : {DWORD(0), DWORD(-500), DWORD(-25000)}) {
-        Computer computer(startTick);
-        for (const Service& each : serviceCase.services)
-            computer.services.add(each);
-        ScopedAudioServiceStopper stopper;
+    QFETCH(Operation, operation);
+    QFETCH(Services, services);
+    // The tick count wraps never, during the first wait, and during a later one.
+    for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
+        Computer computer{VirtualClock(startTick)};
+        for (const Service& service : services)
+            computer.services.add(service);
         const LogCapture log;
+        ScopedAudioServiceStopper stopper;
         (stopper.*operation)();
-        QCOMPARE(log.text(), serviceCase.log);
-        QCOMPARE(computer.clock.sleeps(), serviceCase.sleeps);
-        QCOMPARE(computer.services.state(L"audiosrv"), serviceCase.state);
-        QCOMPARE(controlsOf(computer.services), serviceCase.controls);
+        QTEST(log.text(), "expectedLog");
+        QTEST(computer.clock.sleeps(), "expectedSleeps");
+        QTEST(computer.services.state(L"audiosrv"), "expectedState");
+        QTEST(controlsOf(computer.services), "expectedControls");
     }
 }
 
 void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
 {
     using Function = Manager::Function;
-    const auto addServices = [](Manager& manager) {
-        manager.add(audio(SERVICE_RUNNING, {2000, 2000}, {1000, 5000}));
-        manager.add(dependent(L"a", {1000, 1000}));
-        manager.add(dependent(L"b", {}));
-        manager.add(dependent(L"c", {1000, 1000}));
+    const auto stopAndStart = [](Computer& computer) {
+        computer.services.add(audio(running, {2000, 2000}, {1000, 5000}));
+        computer.services.add(dependent(L"a", {1000, 1000}));
+        computer.services.add(dependent(L"b", {}));
+        computer.services.add(dependent(L"c", {1000, 1000}));
+        ScopedAudioServiceStopper().stop();
     };
-    const auto stopAndStart = [] { ScopedAudioServiceStopper().stop(); };
-
-    std::vector<Manager::Call> calls;
-    {
-        Computer computer;
-        addServices(computer.services);
-        stopAndStart();
-        calls = computer.services.calls();
-    }
+    Computer healthy;
+    const LogCapture log;
+    stopAndStart(healthy);
+    const std::vector<Manager::Call> calls = healthy.services.calls();
     QByteArrayList texts;
     for (const Manager::Call& call : calls)
         texts << textOf(call);
@@ -335,45 +247,41 @@ void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
                    "QueryStatus audiosrv|QueryStatus audiosrv"));
     const int lastOfDependents = 12, firstOfStart = 15, startControl = 18;
 
-    const QHash<int, QByteArray> messages = {{int(Function::OpenManager), "OpenSCManager failed (31)"},
-                                             {int(Function::OpenService), "OpenService failed (31)"},
-                                             {int(Function::QueryStatus), "QueryServiceStatusEx failed (31)"},
-                                             {int(Function::Stop), "ControlService failed (31)"},
-                                             {int(Function::Start), "StartService failed (31)"},
-                                             {int(Function::Dependents), "ControlService failed (1051)"}};
-    QHash<int, int> counts;
+    const QString byDependents = QStringLiteral("ControlService failed (1051)");
+    const QMap<Function, QString> messages = {
+        {Function::OpenManager, QStringLiteral("OpenSCManager failed (31)")},
+        {Function::OpenService, QStringLiteral("OpenService failed (31)")},
+        {Function::QueryStatus, QStringLiteral("QueryServiceStatusEx failed (31)")},
+        {Function::Stop, QStringLiteral("ControlService failed (31)")},
+        {Function::Start, QStringLiteral("StartService failed (31)")},
+        {Function::Dependents, byDependents}};
+    const QLatin1Char bar('|');
+    QMap<Function, int> counts;
     for (int i = 0; i < int(calls.size()); ++i) {
         const Manager::Call& call = calls[std::size_t(i)];
         Computer computer;
-        addServices(computer.services);
-        computer.services.failCall(call.function, ++counts[int(call.function)], ERROR_GEN_FAILURE);
-        const LogCapture log;
-        stopAndStart();
-
-        QByteArrayList failures;
-        for (const QByteArray& line : log.text().split('|')) {
-            if (line.contains("failed"))
-                failures << line;
-        }
-        // Dependents fail without a message of their own; the last one stops by itself.
+        computer.services.failCall(call.function, ++counts[call.function], ERROR_GEN_FAILURE);
+        const LogCapture faultyLog;
+        stopAndStart(computer);
+        const QString failures =
+            QString::fromLatin1(faultyLog.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
+        // A dependent fails without a message of its own. The last one is stopping all the same.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
-        const QByteArray expected = concernsAudio           ? messages[int(call.function)]
-                                    : i == lastOfDependents ? QByteArray()
-                                                            : QByteArray("ControlService failed (1051)");
-        QCOMPARE(failures.join('|'), expected);
-
+        QCOMPARE(failures, concernsAudio           ? messages[call.function]
+                           : i == lastOfDependents ? QString()
+                                                   : byDependents);
         computer.clock.sleep(5000);
         const bool comesBack = i < firstOfStart || i > startControl;
-        QCOMPARE(computer.services.state(L"audiosrv"), DWORD(comesBack ? SERVICE_RUNNING : SERVICE_STOPPED));
+        QCOMPARE(computer.services.state(L"audiosrv"), comesBack ? running : stopped);
         ScopedAudioServiceStopper().start();
-        QCOMPARE(computer.services.state(L"audiosrv"), DWORD(SERVICE_RUNNING));
+        QCOMPARE(computer.services.state(L"audiosrv"), running);
     }
 }
 
 void TestHostServices::startMayOvertakeAStopOnAnotherThread()
 {
     Computer computer;
-    computer.services.add(audio(SERVICE_RUNNING, {2500, 3000}));
+    computer.services.add(audio(running, {2500, 3000}));
     const auto mainThread = std::this_thread::get_id();
     std::promise<void> stopWaits, startIsThrough;
     bool isFirstWait = true;
@@ -395,47 +303,29 @@ void TestHostServices::startMayOvertakeAStopOnAnotherThread()
     startIsThrough.set_value();
     QCOMPARE(log.text(), QByteArray("Service start pending...|Service started successfully."));
     QCOMPARE(stopLog.get(), QByteArray("Wait timed out"));
-    QCOMPARE(computer.services.state(L"audiosrv"), DWORD(SERVICE_RUNNING));
+    QCOMPARE(computer.services.state(L"audiosrv"), running);
 }
 
-void TestHostServices::serviceHandlesKeepToTheirKindAndRights()
+void TestHostServices::serviceHandlesKeepToTheirKindsAndRights()
 {
     Computer computer;
-    computer.services.add(audio(SERVICE_RUNNING, {INFINITE, 700}));
-    computer.services.add(dependent(L"a", {INFINITE, 700}));
+    computer.services.add(audio(running, {INFINITE, 700}));
     const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
-    const SC_HANDLE stopOnly = OpenServiceW(manager, L"a", SERVICE_STOP);
-    const SC_HANDLE listOnly = OpenServiceW(manager, L"audiosrv", SERVICE_ENUMERATE_DEPENDENTS);
-    SERVICE_STATUS_PROCESS status = {};
-    DWORD bytes = 0, count = 0;
-    const auto query = [&](SC_HANDLE handle) {
-        return QueryServiceStatusEx(handle, SC_STATUS_PROCESS_INFO, reinterpret_cast<LPBYTE>(&status),
-                                    sizeof(status), &bytes)
-                   ? DWORD(ERROR_SUCCESS)
-                   : GetLastError();
-    };
-    QCOMPARE(query(stopOnly), DWORD(ERROR_ACCESS_DENIED));
-    QCOMPARE(query(manager), DWORD(ERROR_INVALID_HANDLE));
-    QVERIFY(!OpenServiceW(manager, L"b", SERVICE_STOP) && GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST);
-
-    std::vector<BYTE> buffer(512);
-    auto* const entries = reinterpret_cast<LPENUM_SERVICE_STATUSW>(buffer.data());
-    QVERIFY(!EnumDependentServicesW(listOnly, SERVICE_ACTIVE, nullptr, 0, &bytes, &count));
-    QCOMPARE(GetLastError(), DWORD(ERROR_MORE_DATA));
-    const DWORD needed = bytes;
-    QVERIFY(!EnumDependentServicesW(listOnly, SERVICE_ACTIVE, entries, needed - 1, &bytes, &count));
-    QVERIFY(EnumDependentServicesW(listOnly, SERVICE_ACTIVE, entries, needed, &bytes, &count));
-    QCOMPARE(count, DWORD(1));
-    QCOMPARE(std::wstring(entries->lpServiceName), std::wstring(L"a"));
-    QVERIFY(EnumDependentServicesW(listOnly, SERVICE_INACTIVE, nullptr, 0, &bytes, &count));
-
+    const SC_HANDLE mayStop = OpenServiceW(manager, L"audiosrv", SERVICE_STOP);
+    const SC_HANDLE mayStart = OpenServiceW(manager, L"audiosrv", SERVICE_START);
     SERVICE_STATUS reply = {};
-    QVERIFY(ControlService(stopOnly, SERVICE_CONTROL_STOP, &reply));
+    const auto stopFailsWith = [&](DWORD error, SC_HANDLE service) {
+        return !ControlService(service, SERVICE_CONTROL_STOP, &reply) && GetLastError() == error;
+    };
+    QVERIFY(stopFailsWith(ERROR_INVALID_HANDLE, manager));
+    QVERIFY(stopFailsWith(ERROR_ACCESS_DENIED, mayStart));
+    QVERIFY(ControlService(mayStop, SERVICE_CONTROL_STOP, &reply));
     QCOMPARE(reply.dwWaitHint, DWORD(700));
-    QVERIFY(!ControlService(stopOnly, SERVICE_CONTROL_STOP, &reply));
-    QCOMPARE(GetLastError(), DWORD(ERROR_SERVICE_CANNOT_ACCEPT_CTRL));
-    QCOMPARE(reply.dwCurrentState, DWORD(SERVICE_STOP_PENDING));
-    for (const SC_HANDLE handle : {manager, stopOnly, listOnly})
+    reply = {};
+    QVERIFY(stopFailsWith(ERROR_SERVICE_CANNOT_ACCEPT_CTRL, mayStop));
+    QCOMPARE(reply.dwCurrentState, stopping);
+    QVERIFY(!StartServiceW(mayStart, 0, nullptr) && GetLastError() == ERROR_SERVICE_ALREADY_RUNNING);
+    for (const SC_HANDLE handle : {manager, mayStop, mayStart})
         QVERIFY(CloseServiceHandle(handle));
     QVERIFY(!CloseServiceHandle(manager) && GetLastError() == ERROR_INVALID_HANDLE);
 }
@@ -444,38 +334,41 @@ void TestHostServices::defaultsComeBackByTheirAdaptersNames_data()
 {
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
-    QTest::addColumn<EndpointsCase>("endpointsCase");
-    const auto row = [](const char* name, EndpointsCase endpointsCase) {
-        QTest::newRow(name) << endpointsCase;
+    QTest::addColumn<Endpoints>("endpoints");
+    QTest::addColumn<Endpoints>("later"); // new, or in another state
+    QTest::addColumn<QByteArray>("restored");
+    const auto row = [](const char* name, const Endpoints& endpoints, const Endpoints& later,
+                        const QByteArray& restored) {
+        QTest::newRow(name) << endpoints << later << restored;
     };
 
-    row("one for all roles", {{{L"r", L"USB Audio Device"}, {L"s", L"Speakers"}}, {}, "r0 r1 r2"});
-    row("one per role", {{{L"r", L"Headset"}, {L"s", L"Speakers"}}, {}, "r1 r2 s0", L"s"});
-    row("playback first", {{{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2"});
-    row("number in front", {{{L"r", L"2- USB Audio Device"}}, {}, ""});
-    row("number in front is gone",
-        {{{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}}, "u0 u1 u2"});
-    row("number behind", {{{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}}, "v0 v1 v2"});
-    row("mark in front", {{{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2"});
-    row("no letters", {{{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2"});
-    row("case counts", {{{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, ""});
-    row("same names", {{{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2"});
-    row("unplugged",
-        {{{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2"});
-    row("gone", {{{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2"});
-    row("no default for playback",
-        {{{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {}, "c0 c1 c2"});
+    row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
+    row("playback first", {{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2");
+    row("number in front", {{L"r", L"2- USB Audio Device"}}, {}, "");
+    row("number in front is gone", {{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}},
+        "u0 u1 u2");
+    row("number behind", {{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}}, "v0 v1 v2");
+    row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
+    row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
+    row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
+    row("like names", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
+    row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2");
+    row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
+    row("playback without default", {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {},
+        "c0 c1 c2");
 }
 
 void TestHostServices::defaultsComeBackByTheirAdaptersNames()
 {
-    QFETCH(EndpointsCase, endpointsCase);
+    QFETCH(Endpoints, endpoints);
+    QFETCH(Endpoints, later);
+    QFETCH(QByteArray, restored);
     Computer computer;
-    for (const AudioEndpoint& endpoint : endpointsCase.endpoints)
+    for (const AudioEndpoint& endpoint : endpoints)
         computer.endpoints.add(endpoint);
-    computer.endpoints.chooseDefault(endpointsCase.console, eConsole);
+    computer.endpoints.chooseDefault(L"console", eConsole);
     auto keeper = std::make_unique<AudioEndpointsKeeper>();
-    for (const AudioEndpoint& endpoint : endpointsCase.later) {
+    for (const AudioEndpoint& endpoint : later) {
         if (endpoint.state == DEVICE_STATE_ACTIVE)
             computer.endpoints.add(endpoint);
         else
@@ -483,10 +376,9 @@ void TestHostServices::defaultsComeBackByTheirAdaptersNames()
     }
     QCOMPARE(defaultsSetOn(computer.endpoints), QByteArray());
     keeper->restore();
-    QCOMPARE(defaultsSetOn(computer.endpoints), endpointsCase.restored);
+    QCOMPARE(defaultsSetOn(computer.endpoints), restored);
     keeper.reset();
-    const QByteArray& once = endpointsCase.restored;
-    QCOMPARE(defaultsSetOn(computer.endpoints), once.isEmpty() ? once : once + ' ' + once);
+    QCOMPARE(defaultsSetOn(computer.endpoints), restored.isEmpty() ? restored : restored + ' ' + restored);
 }
 
 void TestHostServices::everyFailingComCallLosesOnlyWhatItConcerns_data()

@@ -29,11 +29,11 @@ public:
     {
         std::wstring name;
         DWORD state = SERVICE_RUNNING; ///< when it is added; a pending one begins its transition then
-        std::vector<std::wstring> dependsOn;
-        Transition stopping;
-        Transition starting;
+        std::vector<std::wstring> dependsOn = {};
+        Transition stopping = {};
+        Transition starting = {};
         DWORD deniedAccess = 0; ///< rights that the user does not have
-        std::wstring displayName;
+        std::wstring displayName = {};
     };
     enum class Function { OpenManager, OpenService, QueryStatus, Stop, Start, Dependents };
 

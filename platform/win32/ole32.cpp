@@ -11,6 +11,22 @@
 // COM's interfaces have no destructor: a virtual one would take places in their method tables.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
+/// The system's undocumented interface to the default endpoints. Callers have to declare it themselves; word
+/// for word alike, or the types differ for the undefined-behaviour sanitizer.
+struct IPolicyConfiguration : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE operation4() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation5() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation6() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation7() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation8() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation9() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation10() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation11() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation12() = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) = 0;
+};
+
 namespace {
 
 constexpr GUID unknownInterface = {
@@ -267,22 +283,6 @@ public:
     }
 };
 
-/// The system's undocumented interface to the default endpoints. Only its thirteenth operation is modelled.
-struct IPolicyConfiguration : public IUnknown
-{
-    virtual HRESULT STDMETHODCALLTYPE operation4() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation5() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation6() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation7() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation8() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation9() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation10() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation11() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE operation12() { return E_NOTIMPL; }
-    virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR id, ERole role) = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation14() { return E_NOTIMPL; }
-};
-
 class PolicyConfiguration final : public ComObject<IPolicyConfiguration>
 {
 public:
@@ -291,16 +291,26 @@ public:
     {
     }
 
-    HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR id, ERole role) override
+    HRESULT STDMETHODCALLTYPE operation4() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation5() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation6() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation7() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation8() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation9() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation10() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation11() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE operation12() override { return E_NOTIMPL; }
+
+    HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) override
     {
-        if (!id)
+        if (!endpointId)
             return E_POINTER;
         if (role >= ERole_enum_count)
             return E_INVALIDARG;
         const HRESULT admitted = audio().admit(AudioFunction::SetDefaultEndpoint);
         if (admitted != S_OK)
             return admitted;
-        return audio().setDefault(id, role) ? S_OK : E_NOTFOUND;
+        return audio().setDefault(endpointId, role) ? S_OK : E_NOTFOUND;
     }
 };
 
