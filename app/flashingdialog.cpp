@@ -6,6 +6,8 @@
 #include "audioendpointskeeper.h"
 #include "firmwareupdater.h"
 #include "flashingerror.h"
+#include "keepawake.h"
+#include "progressglow.h"
 #include "scopedaudioservicestopper.h"
 #include "ui_flashingdialog.h"
 
@@ -25,11 +27,11 @@ FlashingDialog::FlashingDialog(QWidget* parent)
 
 FlashingDialog::~FlashingDialog()
 {
-    // The updaters end after this destructor, as child objects; from here on nobody takes their reports.
+    // From here on nobody takes the updaters' reports.
     const QList<FirmwareUpdater*> allUpdaters =
         findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
     for (FirmwareUpdater* updater : allUpdaters)
-        updater->disconnect();
+        updater->disconnect(this);
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
@@ -39,6 +41,8 @@ FlashingDialog::~FlashingDialog()
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
+    // As child objects they would outlive keepAwake.
+    qDeleteAll(allUpdaters);
 }
 
 bool FlashingDialog::addDeviceToUpdate(const DeviceInstance& instance, const QByteArray& firmware,
@@ -52,6 +56,11 @@ bool FlashingDialog::addDeviceToUpdate(const DeviceInstance& instance, const QBy
 
 void FlashingDialog::start()
 {
+    qDebug("Phase prepare, number of devices = %d", devices.size());
+    const QWidget* const mainWindow = parentWidget() ? parentWidget()->window() : this;
+    keepAwake = std::make_unique<KeepAwake>(reinterpret_cast<HWND>(mainWindow->winId()),
+                                            ui->doNotDisconnectDevicesLabel->text());
+
     ui->transmitterBox->setVisible(devices.contains(DeviceType::Transmitter));
     ui->headsetBox->setVisible(devices.contains(DeviceType::Headset));
 
@@ -105,6 +114,7 @@ void FlashingDialog::createAndStartUpdater(DeviceType type, const DeviceToUpdate
     connect(updater, &FirmwareUpdater::flashingError, this, &FlashingDialog::onFlashingError);
     connect(updater, &FirmwareUpdater::flashingFinished, this, &FlashingDialog::onFlashingFinished);
     updaters.insert(updater, type);
+    glows.insert(type, new ProgressGlow(progressBar));
     updater->flashDevice();
 }
 
@@ -121,6 +131,7 @@ void FlashingDialog::restartAudioService()
 void FlashingDialog::onFlashingError(int code)
 {
     const DeviceType type = takeReportingUpdater();
+    qDebug("Update failed with code %d, device type = %d", code, type);
     showResult(type, errorText(type, code), QStringLiteral(":/icons/process-stop.png"));
     errorCodes.insert(type, code);
     fixProgressBar(type);
@@ -130,6 +141,7 @@ void FlashingDialog::onFlashingError(int code)
 void FlashingDialog::onFlashingFinished()
 {
     const DeviceType type = takeReportingUpdater();
+    qDebug("Update finished, device type = %d", type);
     showResult(type, tr("Device has been successfully updated."), QStringLiteral(":/icons/doneandnext.png"));
     fixProgressBar(type);
     checkEndOfRun();
@@ -168,6 +180,7 @@ QString FlashingDialog::errorText(DeviceType type, int code) const
 
 void FlashingDialog::showResult(DeviceType type, const QString& text, const QString& iconPath)
 {
+    delete glows.take(type);
     const ResultWidgets widgets = widgetsOf(type);
     widgets.text->setText(text);
     widgets.icon->setPixmap(QIcon(iconPath).pixmap(widgets.icon->minimumSize()));
@@ -190,5 +203,8 @@ void FlashingDialog::checkEndOfRun()
         connect(ui->closeButton, &QPushButton::clicked, this, &QDialog::reject);
     ui->closeButton->setEnabled(true);
     ui->closeButton->setFocus();
+    if (audioEndpointsKeeper)
+        qDebug("Phase restore");
     audioEndpointsKeeper.reset();
+    keepAwake.reset();
 }

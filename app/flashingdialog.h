@@ -12,6 +12,8 @@
 
 class AudioEndpointsKeeper;
 class FirmwareUpdater;
+class KeepAwake;
+class ProgressGlow;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
@@ -26,11 +28,12 @@ class FlashingDialogClass;
 /// Close.
 ///
 /// A run stops the audio service on a pool thread, starts the updaters of all devices, restarts the service
-/// on a pool thread while they work, and restores the default audio endpoints when all have reported. Escape
-/// rejects the dialog at any time; destroying it then ends the updaters and restores service and endpoints.
+/// on a pool thread while they work, and restores the default audio endpoints when all have reported. Until
+/// then the computer stays awake. Escape rejects the dialog at any time; destroying it then restores service
+/// and endpoints and ends the updaters.
 ///
 /// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
-/// and the updaters' worker threads have ended.
+/// and the updaters' worker threads have ended: a device that is being programmed is programmed to its end.
 class FlashingDialog : public QDialog
 {
     Q_OBJECT
@@ -83,8 +86,10 @@ private:
     void checkEndOfRun();
 
     const std::unique_ptr<Ui::FlashingDialogClass> ui;
+    std::unique_ptr<KeepAwake> keepAwake; ///< from the begin of the run to its end
     QMap<DeviceType, DeviceToUpdate> devices;
     QMap<FirmwareUpdater*, DeviceType> updaters;
+    QMap<DeviceType, ProgressGlow*> glows; ///< of the devices that have not reported
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
     std::shared_ptr<ScopedAudioServiceStopper>

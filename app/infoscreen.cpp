@@ -1,16 +1,24 @@
 #include "infoscreen.h"
 
+#include <QFontInfo>
+#include <QGuiApplication>
 #include <QIcon>
+#include <QImageReader>
 #include <QPixmap>
 
 #include "ui_infoscreen.h"
 
 namespace {
 
+constexpr qreal titleSizeRatio = 1.4; // to the text's size
+
 /// Only an icon takes the "@2x" variant on a dense screen; it then has more pixels than it fills on the page.
+/// As an icon decodes every variant at once, it is left out where none but the plain one can be wanted.
 QPixmap pixmapForScreen(const QString& path)
 {
-    return QIcon(path).pixmap(QPixmap(path).size());
+    if (qGuiApp->devicePixelRatio() <= 1)
+        return QPixmap(path);
+    return QIcon(path).pixmap(QImageReader(path).size());
 }
 
 } // namespace
@@ -21,6 +29,9 @@ InfoScreen::InfoScreen(QWidget* parent)
 {
     ui->setupUi(this);
     titleTemplate = ui->title->text();
+    QFont titleFont = ui->title->font();
+    titleFont.setPointSizeF(QFontInfo(titleFont).pointSizeF() * titleSizeRatio);
+    ui->title->setFont(titleFont);
 
     // The hidden picture keeps its place, so that a page without one starts at the top as well.
     QSizePolicy imagePolicy = ui->image->sizePolicy();

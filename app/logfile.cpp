@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr char lineEnd[] = "\r\n"; // also where the system has another one
+
 QTextStream& logStream()
 {
     static QTextStream stream;
@@ -30,8 +32,9 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
     QTextStream& stream = logStream();
     if (!stream.device() || !stream.device()->isWritable())
         return;
-    stream << text << '\n';
+    stream << QString(text).replace(QLatin1Char('\n'), QLatin1String(lineEnd)) << lineEnd;
     stream.flush();
+    stream.resetStatus(); // on a full disk messages are lost, and not kept in memory
 }
 
 } // namespace
@@ -39,7 +42,7 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
 LogFile::LogFile(const QString& path)
     : file(path)
 {
-    static_cast<void>(file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text));
+    static_cast<void>(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     attachLogStream(&file);
     previousHandler = qInstallMessageHandler(writeMessage);
 }

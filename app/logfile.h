@@ -4,11 +4,11 @@
 #include <QString>
 
 /// The log of one run: while an object lives, every message of Qt's message logger, from whatever thread,
-/// becomes one line of its file, flushed at once. A line holds the message text only, without type or source
-/// context.
+/// becomes one line of its file, ended by CR LF and flushed at once. A line holds the message text only,
+/// without type or source context.
 ///
-/// A file that cannot be opened loses the messages silently. There is one log per process at a time; create
-/// and destroy it on the main thread.
+/// A file that cannot be opened, or a full disk, loses the messages silently. There is one log per process at
+/// a time; create and destroy it on the main thread.
 class LogFile
 {
 public:

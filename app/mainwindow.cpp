@@ -330,7 +330,8 @@ void MainWindow::on_openFileButton_clicked()
 int MainWindow::askQuestion(const QString& title, const QString& text, const QString& informativeText,
                             const QString& acceptText, const QString& rejectText)
 {
-    QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, this, questionFlags);
+    QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, this);
+    box.setWindowFlags(questionFlags); // the constructor would add a close button
     box.setInformativeText(informativeText);
     if (acceptText.isEmpty() || rejectText.isEmpty())
         return box.exec();

@@ -4,6 +4,7 @@
 
 #include <QCommandLineParser>
 
+#include "clock.h"
 #include "faults.h"
 
 namespace {
@@ -93,6 +94,10 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
                                          QStringLiteral("DEVICE"), QStringLiteral("headset"));
     const QCommandLineOption fast(QStringLiteral("fast"),
                                   QStringLiteral("Virtual time: no delay is waited for."));
+    const NumberOption speed(QStringLiteral("speed"),
+                             QStringLiteral("Time that runs N times as fast as on the wall."),
+                             QStringLiteral("N"), BenchOptions().speed);
+    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Light text on dark ground."));
     const QCommandLineOption drive(QStringLiteral("drive"),
                                    QStringLiteral("Drive itself although there is a display."));
     const QCommandLineOption screenshots(QStringLiteral("screenshots"),
@@ -109,7 +114,8 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
                               QStringLiteral("Of the fault matrix, only every N-th transfer."),
                               QStringLiteral("N"), 1);
     parser.addOptions({archive, generation.option, chip.option, revision.option, imageSize.option, fault,
-                       faultDevice, fast, drive, screenshots, faultMatrix, family, sample.option});
+                       faultDevice, fast, speed.option, dark, drive, screenshots, faultMatrix, family,
+                       sample.option});
     if (!parser.parse(arguments))
         return mistake(parser.errorText(), exitCode);
     if (parser.isSet(help)) {
@@ -121,6 +127,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     BenchOptions options;
     options.archivePath = parser.value(archive);
     options.fast = parser.isSet(fast);
+    options.dark = parser.isSet(dark);
     options.screenshotsFolder = parser.value(screenshots);
     options.drivesItself = parser.isSet(drive) || parser.isSet(screenshots);
     options.faultDevice = parser.value(faultDevice);
@@ -130,14 +137,15 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     const auto generationValue = generation.value(parser, 1, 2);
     const auto chipValue = chip.value(parser, 12, 13);
     const auto revisionValue = revision.value(parser, 2, 3);
+    const auto speedValue = speed.value(parser, 1, static_cast<int>(ScaledClock::atOnce));
     const auto sizeValue = imageSize.value(parser, minImageBytes, maxImageBytes);
     if (!parser.positionalArguments().isEmpty())
         return mistake(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()),
                        exitCode);
     if (!generationValue || !chipValue || !revisionValue)
         return mistake(QStringLiteral("no such generation, chip or revision"), exitCode);
-    if (!sampleValue)
-        return mistake(QStringLiteral("no such sample"), exitCode);
+    if (!sampleValue || !speedValue)
+        return mistake(QStringLiteral("no such sample or speed"), exitCode);
     if (!sizeValue)
         return mistake(QStringLiteral("images have %1 to %2 bytes").arg(minImageBytes).arg(maxImageBytes),
                        exitCode);
@@ -150,6 +158,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     options.chipId = *chipValue;
     options.revision = *revisionValue;
     options.imageBytes = *sizeValue;
+    options.speed = *speedValue;
     options.sample = *sampleValue;
     return options;
 }

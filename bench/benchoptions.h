@@ -17,6 +17,8 @@ struct BenchOptions
     int faultTransfer = 1;     ///< the transfer at which the fault strikes, counted from 1
     QString faultDevice;       ///< "transmitter" or "headset"
     bool fast = false;         ///< virtual clock
+    int speed = 1;             ///< of the clock that is not virtual, as many times that of the wall's
+    bool dark = false;         ///< light text on dark ground
     bool drivesItself = false; ///< also where there is a display
     QString screenshotsFolder; ///< empty: none are saved
     bool faultMatrix = false;  ///< every fault at every transfer, instead of one update

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QThread>
 
 #include "archivebuilder.h"
@@ -13,6 +14,7 @@
 #include "firmwarecontroller.h"
 #include "imagebuilder.h"
 #include "mainwindow.h"
+#include "screentour.h"
 #include "userdriver.h"
 
 namespace {
@@ -27,17 +29,29 @@ QString nameOf(DeviceType type)
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
-bool writeSampleArchive(const QString& path, const BenchOptions& options)
+bool writeArchive(const QString& path, const ImageOptions& transmitter, const ImageOptions& headset)
 {
-    ImageOptions transmitter = ImageBuilder::transmitter(options.generation);
-    ImageOptions headset = ImageBuilder::headset();
-    transmitter.size = headset.size = options.imageBytes;
-    const QByteArray notes = "Version 1.2.3\n\n"
+    const QByteArray notes = "Version " + transmitter.version +
+                             "\n\n"
                              "- Clearer voice in noisy rooms\n"
                              "- The headset finds its transmitter faster after a pause\n"
                              "- Corrected: a click at the end of a call\n";
     return ArchiveBuilder::write(
         path, ArchiveBuilder::release(ImageBuilder::build(transmitter), ImageBuilder::build(headset), notes));
+}
+
+bool writeSampleArchive(const QString& path, const BenchOptions& options)
+{
+    ImageOptions transmitter = ImageBuilder::transmitter(options.generation);
+    ImageOptions headset = ImageBuilder::headset();
+    transmitter.size = headset.size = options.imageBytes;
+    return writeArchive(path, transmitter, headset);
+}
+
+bool writeDamagedArchive(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write("no archive") > 0;
 }
 
 } // namespace
@@ -63,7 +77,8 @@ bool BenchRun::prepare()
     if (!prepareArchive())
         return false;
     preparePair();
-    startUpdater();
+    if (!onScreen)
+        plugInAndStart();
     return true;
 }
 
@@ -86,6 +101,21 @@ bool BenchRun::prepareArchive()
     return !archive.fileBaseName().isEmpty();
 }
 
+QByteArray BenchRun::image(DeviceType type) const
+{
+    return window->findChild<FirmwareController*>()->firmware(type);
+}
+
+bool BenchRun::makeArchive(const QString& path, int generation, const QString& version) const
+{
+    ImageOptions transmitter = ImageBuilder::transmitter(generation);
+    ImageOptions headset = ImageBuilder::headset();
+    transmitter.version = headset.version = version.toLatin1();
+    transmitter.seed = headset.seed = qHash(version);
+    return writeArchive(path, ImageBuilder::forMemoryOf(transmitter, images[DeviceType::Transmitter]),
+                        ImageBuilder::forMemoryOf(headset, images[DeviceType::Headset]));
+}
+
 void BenchRun::preparePair()
 {
     SimulatedPair::Setup setup;
@@ -95,16 +125,22 @@ void BenchRun::preparePair()
     setup.transmitterImage = images[DeviceType::Transmitter];
     setup.headsetImage = images[DeviceType::Headset];
     setup.isTimeVirtual = options.fast;
+    setup.speed = options.speed;
     setup.report = [this](const std::string& text) { log.add(QString::fromStdString(text)); };
     pair = std::make_unique<SimulatedPair>(setup);
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);
         verdicts[type] = std::make_shared<Verdict>(type, device, images[type]);
         verdicts[type]->begin();
-        if (options.fast)
+        if (options.fast || options.speed > 1)
             device.onVanished = [this] { letEverybodyHear(); };
     }
+}
+
+void BenchRun::plugInAndStart()
+{
     pair->plugIn();
+    startUpdater();
 }
 
 void BenchRun::startUpdater()
@@ -123,8 +159,49 @@ void BenchRun::drive()
     for (const auto& verdict : verdicts)
         delaysMs += verdict->prescribedDelaysMs();
     timeLimit.start(std::chrono::milliseconds(allowanceMs + 2 * delaysMs));
+    if (onScreen)
+        takeTour();
+    else
+        driveUpdater();
+}
 
-    driver = std::make_unique<UserDriver>(*window, log, options.screenshotsFolder);
+void BenchRun::takeTour()
+{
+    const QDir archives(folder.path());
+    const ScreenTour::Archives paths{archivePath,
+                                     archives.absoluteFilePath(QStringLiteral("vynt-firmware-2.0.0.zip")),
+                                     archives.absoluteFilePath(QStringLiteral("damaged.zip"))};
+    const int otherGeneration = options.generation == 1 ? 2 : 1;
+    if (!makeArchive(paths.otherGeneration, otherGeneration, QStringLiteral("2.0.0")) ||
+        !writeDamagedArchive(paths.damaged)) {
+        log.add(QStringLiteral("cannot write archives into %1").arg(folder.path()));
+        finish(unexpected);
+        return;
+    }
+    tour = std::make_unique<ScreenTour>(*pair, paths,
+                                        [this](const QString& name, QWidget& screen) { show(name, screen); });
+    connect(tour.get(), &ScreenTour::finished, this, [this] {
+        plugInAndStart();
+        driveUpdater();
+    });
+    tour->start(options.fast ? fastLookIntervalMs : lookIntervalMs);
+}
+
+void BenchRun::show(const QString& name, QWidget& screen)
+{
+    if (!onScreen || shown.contains(name))
+        return;
+    shown.insert(name);
+    constexpr int layoutsDeep = 3; // each asks its parent's to follow
+    for (int i = 0; i < layoutsDeep; ++i)
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    onScreen(name, screen);
+}
+
+void BenchRun::driveUpdater()
+{
+    driver = std::make_unique<UserDriver>(
+        *window, log, [this](const QString& name, QWidget& screen) { show(name, screen); });
     if (options.fast)
         driver->setIsWaitInVain([this](DeviceType type) { return isWaitInVain(type); });
     connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::beginUpdate);
@@ -156,7 +233,7 @@ void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, const QString& rep
         return;
     }
     if (!fault || isRepairing) {
-        if (!options.fast)
+        if (!options.fast && options.speed == 1)
             reportTimes();
         finish(0);
         return;
@@ -221,7 +298,7 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
         this,
         [this] {
             startUpdater();
-            drive();
+            driveUpdater();
         },
         Qt::QueuedConnection);
 }

@@ -5,16 +5,19 @@
 
 #include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include "benchoptions.h"
 #include "faults.h"
+#include "photographer.h"
 #include "simulatedpair.h"
 #include "verdict.h"
 
 class EventLog;
 class MainWindow;
+class ScreenTour;
 class UserDriver;
 
 /// The updater at work on the simulated computer. Driven by itself, it updates both devices; where a fault
@@ -28,6 +31,10 @@ public:
     BenchRun(const BenchOptions& benchOptions, EventLog& eventLog);
     ~BenchRun() override;
 
+    /// Hands every screen, once by its name, to @p screenHandler. Before driving an update, it then takes a
+    /// tour through the screens that an update does not come past. To be called before prepare().
+    void setScreenHandler(ScreenHandler screenHandler) { onScreen = std::move(screenHandler); }
+
     /// Makes the archive, unless one was given, the computer and the updater's window.
     /// @return false, with the reason logged, where there is no usable archive.
     [[nodiscard]] bool prepare();
@@ -35,8 +42,15 @@ public:
     /// Begins to drive; finished() tells the end.
     void drive();
 
+    const BenchOptions& settings() const { return options; }
     SimulatedPair& computer() { return *pair; }
     MainWindow& updater() { return *window; }
+
+    /// The image that the archive in the updater has for a device; empty where it has none.
+    QByteArray image(DeviceType type) const;
+
+    /// Writes an archive at @p path whose images fit the devices' memories.
+    [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
     /// The feature-report transfers of the last update.
     int transfers(DeviceType type) { return pair->device(type).transfers().count; }
@@ -48,7 +62,11 @@ Q_SIGNALS:
 private:
     bool prepareArchive();
     void preparePair();
+    void plugInAndStart();
     void startUpdater();
+    void takeTour();
+    void driveUpdater();
+    void show(const QString& name, QWidget& screen);
     void beginUpdate();
     void endUpdate(const QMap<DeviceType, int>& errors, const QString& report);
     void tryAgain(bool isUpdaterUsable);
@@ -68,6 +86,9 @@ private:
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
+    std::unique_ptr<ScreenTour> tour;
+    ScreenHandler onScreen;
+    QSet<QString> shown; ///< names of screens
     QMap<DeviceType, std::shared_ptr<Verdict>> verdicts;
     std::optional<Fault> fault; ///< of the first update; nothing in the second
     DeviceType faultyType = DeviceType::Headset;

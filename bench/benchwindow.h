@@ -1,19 +1,40 @@
 #pragma once
 
+#include <memory>
+
+#include <QTimer>
 #include <QWidget>
 
 class BenchRun;
 class EventLog;
 
-/// The bench's own small window: plugs, unplugs and breaks the simulated devices.
+namespace Ui {
+class BenchWindow;
+}
+
+/// The bench's own small window, beside the updater's: shows the simulated devices and plugs, unplugs and
+/// breaks them, changes the speed of time, makes archives, and shows the log. It stays usable while the
+/// updater waits for an answer. Closing it, or the updater's window, ends the program. GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
 
 public:
     BenchWindow(BenchRun& benchRun, EventLog& eventLog);
+    ~BenchWindow() override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
+    void placeBesideUpdater();
+    void makeArchive();
+    void refresh();
+    void stayUsableUnder(const QWidget* modal);
+    void endWithUpdater();
+
+    const std::unique_ptr<Ui::BenchWindow> ui;
     BenchRun& run;
-    EventLog& log;
+    QTimer refreshTimer;
 };

@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QPalette>
 #include <QTranslator>
 
 #include "benchoptions.h"
@@ -8,7 +9,9 @@
 #include "benchwindow.h"
 #include "eventlog.h"
 #include "faultmatrix.h"
+#include "looks.h"
 #include "mainwindow.h"
+#include "photographer.h"
 #include "startup.h"
 
 namespace {
@@ -24,7 +27,8 @@ void logMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
     messageLog->add((isSerious ? QStringLiteral("log: (!) ") : QStringLiteral("log: ")) + text);
 }
 
-/// Without a display the windows live in memory. To be called before the application object exists.
+/// Without a display the windows live in memory, on a desktop of 96 dots per inch. To be called before the
+/// application object exists.
 void chooseDisplay()
 {
     for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -32,6 +36,8 @@ void chooseDisplay()
             return;
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qEnvironmentVariableIsEmpty("QT_FONT_DPI"))
+        qputenv("QT_FONT_DPI", "96");
 }
 
 bool hasDisplay()
@@ -39,18 +45,37 @@ bool hasDisplay()
     return QGuiApplication::platformName() != QLatin1String("offscreen");
 }
 
-/// @return the program's exit code.
-int runBench(const BenchOptions& options, EventLog& log)
+void chooseLooks(const BenchOptions& options)
 {
+    if (options.dark)
+        QApplication::setPalette(Looks::darkPalette());
+    if (!hasDisplay())
+        Looks::setFont();
+}
+
+bool drivesItself(const BenchOptions& options)
+{
+    return options.drivesItself || !hasDisplay();
+}
+
+/// @return the program's exit code.
+int runBench(BenchOptions options, EventLog& log)
+{
+    if (options.fast && !drivesItself(options)) {
+        options.fast = false; // nobody could watch
+        options.speed = static_cast<int>(ScaledClock::atOnce);
+    }
     if (!options.screenshotsFolder.isEmpty() && !QDir().mkpath(options.screenshotsFolder)) {
         log.add(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
         return failure;
     }
     BenchRun run(options, log);
+    if (!options.screenshotsFolder.isEmpty())
+        run.setScreenHandler(Photographer(options.screenshotsFolder, log));
     if (!run.prepare())
         return failure;
     QObject::connect(&run, &BenchRun::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
-    if (options.drivesItself || !hasDisplay()) {
+    if (drivesItself(options)) {
         run.drive();
         return QCoreApplication::exec();
     }
@@ -79,6 +104,8 @@ int main(int argc, char* argv[])
     QTranslator translator;
     Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
+
+    chooseLooks(*options);
 
     if (!options->faultMatrix)
         exitCode = runBench(*options, log);

@@ -121,6 +121,7 @@ SimulatedDevice::~SimulatedDevice()
 
 void SimulatedDevice::plugIn()
 {
+    const std::lock_guard<std::mutex> moving(bus);
     {
         const std::lock_guard<std::mutex> guard(mutex);
         ++cableMoves;
@@ -131,6 +132,7 @@ void SimulatedDevice::plugIn()
 
 void SimulatedDevice::unplug()
 {
+    const std::lock_guard<std::mutex> moving(bus);
     {
         const std::lock_guard<std::mutex> guard(mutex);
         ++cableMoves;
@@ -138,6 +140,7 @@ void SimulatedDevice::unplug()
     disconnectFromBus();
 }
 
+/// The bus is held.
 void SimulatedDevice::connectToBus()
 {
     {
@@ -151,6 +154,7 @@ void SimulatedDevice::connectToBus()
     tell(isProgramming() ? "connected, in programming mode" : "connected");
 }
 
+/// The bus is held.
 void SimulatedDevice::disconnectFromBus()
 {
     {
@@ -212,6 +216,12 @@ bool SimulatedDevice::isSettled() const
     return actions.empty();
 }
 
+std::wstring SimulatedDevice::channelPath() const
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    return shownPaths.empty() ? std::wstring() : shownPaths.back();
+}
+
 std::vector<std::uint8_t> SimulatedDevice::memory() const
 {
     const std::lock_guard<std::mutex> guard(mutex);
@@ -255,14 +265,16 @@ DWORD SimulatedDevice::getFeature(std::uint8_t* report, std::size_t size, std::s
 {
     std::unique_lock<std::mutex> lock(mutex);
     const Fault striking = countTransfer(made.phase, true);
-    std::vector<std::uint8_t> answer = chip.answer(size);
-    if (striking == Fault::WrongIdentity)
-        chip.setWrongIdentity(true); // for the answers after this one
-    lock.unlock();
     if (striking == Fault::TransferFails)
         return ERROR_GEN_FAILURE;
-    if (striking == Fault::Vanish || striking == Fault::PowerLost)
+    if (striking == Fault::Vanish || striking == Fault::PowerLost) {
+        lock.unlock();
         return vanish(striking == Fault::PowerLost);
+    }
+    if (striking == Fault::WrongIdentity)
+        chip.setWrongIdentity(true); // for the answers after this one
+    std::vector<std::uint8_t> answer = chip.answer(size);
+    lock.unlock();
     if (striking == Fault::NoData)
         answer[statusOffset] = noData;
     received = striking == Fault::ShortAnswer ? shortAnswerBytes : std::min(size, answer.size());
@@ -300,17 +312,18 @@ bool SimulatedDevice::strikesNow(Fault kind)
 /// The fault that takes the device away, in the middle of a transfer.
 DWORD SimulatedDevice::vanish(bool comesBack)
 {
-    int number = 0;
-    Phase phase{};
     {
-        const std::lock_guard<std::mutex> guard(mutex);
-        pluggedIn = false;
-        number = made.count;
-        phase = made.phase;
+        const std::lock_guard<std::mutex> moving(bus);
+        Transfers last;
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            pluggedIn = false;
+            last = made;
+        }
+        tell(std::string("fault: ") + (comesBack ? "power lost" : "vanished") + " at transfer " +
+             std::to_string(last.count) + " (" + phaseName(last.phase) + ")");
+        hide();
     }
-    tell(std::string("fault: ") + (comesBack ? "power lost" : "vanished") + " at transfer " +
-         std::to_string(number) + " (" + phaseName(phase) + ")");
-    hide();
     if (onVanished)
         onVanished();
     if (comesBack)
@@ -389,11 +402,13 @@ void SimulatedDevice::runAfterwards()
         const Action action = actions.front();
         lock.unlock();
         clock.sleep(action.delayMs);
+        std::unique_lock<std::mutex> moving(bus);
         lock.lock();
         const bool isOff = action.cableMoves != cableMoves;
         lock.unlock();
         if (!isOff)
             action.run();
+        moving.unlock();
         lock.lock();
         actions.pop_front();
     }

@@ -74,6 +74,7 @@ public:
     bool isProgramming() const;
     /// Whether nothing is under way: no restart.
     bool isSettled() const;
+    std::wstring channelPath() const; ///< of the vendor-defined interface; empty while there is none
     std::vector<std::uint8_t> memory() const;
     std::vector<std::string> refusals() const; ///< commands that the chip did not take, and why
 
@@ -100,6 +101,7 @@ private:
     Clock& clock;
     const std::function<void(const std::string&)> reportTo;
 
+    std::mutex bus;           ///< held while the device comes and goes; taken before `mutex`
     mutable std::mutex mutex; ///< guards everything below; never held while the tree is called
     SimulatedChip chip;
     int port;

@@ -24,7 +24,8 @@ SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptio
 } // namespace
 
 SimulatedPair::SimulatedPair(const Setup& setup)
-    : machine(setup.isTimeVirtual ? &virtualClock : nullptr)
+    : scaledClock(setup.speed)
+    , machine(setup.isTimeVirtual ? static_cast<Clock*>(&virtualClock) : &scaledClock)
     , scope(machine)
     , transmitter(machine.deviceTree(), machine.clock(),
                   deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,

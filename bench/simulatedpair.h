@@ -21,6 +21,7 @@ public:
         QByteArray transmitterImage; ///< the devices are built with the memory that these two are for
         QByteArray headsetImage;
         bool isTimeVirtual = true;
+        double speed = 1;                               ///< otherwise: as setSpeed()
         std::function<void(const std::string&)> report; ///< as SimulatedDevice::Setup::report
     };
 
@@ -33,8 +34,12 @@ public:
     }
     void plugIn();
 
+    /// Lets time that is not virtual run @p speed times as fast as on the wall. Any thread.
+    void setSpeed(double speed) { scaledClock.setSpeed(speed); }
+
 private:
     VirtualClock virtualClock;
+    ScaledClock scaledClock;
 
 public:
     SimulatedMachine machine;

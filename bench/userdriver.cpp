@@ -1,7 +1,8 @@
 #include "userdriver.h"
 
+#include <algorithm>
+
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
@@ -29,6 +30,16 @@ QString nameOf(DeviceType type)
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
+/// Whether every device that is being updated has come a good part of the way.
+bool isWellUnderWay(const FlashingDialog& dialog)
+{
+    constexpr int goodPart = 4;
+    const QList<QProgressBar*> bars = dialog.findChildren<QProgressBar*>();
+    return std::all_of(bars.begin(), bars.end(), [](const QProgressBar* bar) {
+        return !bar->isVisible() || (bar->maximum() > 0 && bar->value() * goodPart > bar->maximum());
+    });
+}
+
 /// A click that is made when the event loop is back in charge: it may open a modal dialog.
 void clickLater(QPushButton* button)
 {
@@ -37,10 +48,10 @@ void clickLater(QPushButton* button)
 
 } // namespace
 
-UserDriver::UserDriver(MainWindow& mainWindow, EventLog& eventLog, const QString& screenshotsFolder)
+UserDriver::UserDriver(MainWindow& mainWindow, EventLog& eventLog, ScreenHandler screenHandler)
     : window(mainWindow)
     , log(eventLog)
-    , folder(screenshotsFolder)
+    , onScreen(std::move(screenHandler))
 {
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
@@ -86,7 +97,6 @@ void UserDriver::answer(QMessageBox& box)
         box.close();
         return;
     }
-    photograph(QStringLiteral("question"), box);
     log.add(QStringLiteral("question: %1 | answer: %2").arg(box.text(), button->text()));
     button->click();
 }
@@ -94,16 +104,14 @@ void UserDriver::answer(QMessageBox& box)
 void UserDriver::follow(FlashingDialog& dialog)
 {
     watchUpdaters(dialog);
-    for (const auto* const bar : dialog.findChildren<QProgressBar*>()) {
-        constexpr int atWorkPercent = 40;
-        if (bar->isVisible() && bar->maximum() > 0 && bar->value() * 100 > bar->maximum() * atWorkPercent)
-            photograph(QStringLiteral("updating"), dialog);
-    }
     auto* const closeButton = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
-    if (!closeButton->isEnabled())
+    if (!closeButton->isEnabled()) {
+        if (isWellUnderWay(dialog))
+            onScreen(QStringLiteral("updating"), dialog);
         return;
+    }
     errors = dialog.errors();
-    photograph(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
+    onScreen(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
     results[DeviceType::Transmitter] = labelText(dialog, "transmitterInfoLabel");
     results[DeviceType::Headset] = labelText(dialog, "headsetInfoLabel");
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset})
@@ -163,7 +171,7 @@ void UserDriver::lookAtInfoScreen(const InfoScreen& screen)
 {
     const bool isEnd = !screen.closeButton()->isHidden();
     if (!isEnd) {
-        photograph(QStringLiteral("start-screen"), window);
+        onScreen(QStringLiteral("start-screen"), window);
         return;
     }
     if (isRunReported)
@@ -171,12 +179,12 @@ void UserDriver::lookAtInfoScreen(const InfoScreen& screen)
     isRunReported = true;
     const QString text = labelText(screen, "text");
     if (screen.backButton()->isHidden()) {
-        photograph(QStringLiteral("pairing-instructions"), window);
+        onScreen(QStringLiteral("pairing-instructions"), window);
         log.add(QStringLiteral("screen: pairing instructions"));
         Q_EMIT succeeded();
         return;
     }
-    photograph(QStringLiteral("failure-report"), window);
+    onScreen(QStringLiteral("failure-report"), window);
     log.add(QStringLiteral("screen: failure report: %1").arg(text.simplified()));
     Q_EMIT failed(errors, text);
 }
@@ -187,7 +195,7 @@ void UserDriver::lookAtMainPage()
     auto* const busyIndicator = window.findChild<QProgressBar*>();
     if (isUpdateRequested || !updateButton->isEnabled() || busyIndicator->isVisible())
         return;
-    photograph(QStringLiteral("main-page"), window);
+    onScreen(QStringLiteral("main-page"), window);
     log.add(QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
                 .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
                      labelText(window, "headsetVersion"), labelText(window, "headsetFirmwareVersion")));
@@ -195,14 +203,4 @@ void UserDriver::lookAtMainPage()
     runTimer.invalidate();
     Q_EMIT updateRequested();
     clickLater(updateButton);
-}
-
-void UserDriver::photograph(const QString& name, QWidget& widget)
-{
-    if (folder.isEmpty() || photographed.contains(name))
-        return;
-    photographed.insert(name);
-    const QString path = QDir(folder).absoluteFilePath(name + QStringLiteral(".png"));
-    if (!widget.grab().save(path))
-        log.add(QStringLiteral("could not save %1").arg(path));
 }

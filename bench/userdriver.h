@@ -5,10 +5,10 @@
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
-#include <QSet>
 #include <QTimer>
 
 #include "deviceinstance.h"
+#include "photographer.h"
 
 class EventLog;
 class FirmwareUpdater;
@@ -16,7 +16,6 @@ class FlashingDialog;
 class InfoScreen;
 class MainWindow;
 class QMessageBox;
-class QWidget;
 
 /// Uses the updater as a user would, by its widgets: waits for both devices, presses Update, answers the
 /// questions, follows the progress bars, closes the dialog, and reports how the run ended. GUI thread.
@@ -25,8 +24,7 @@ class UserDriver : public QObject
     Q_OBJECT
 
 public:
-    /// @param screenshotsFolder  where to save a picture of every screen; empty for none.
-    UserDriver(MainWindow& mainWindow, EventLog& eventLog, const QString& screenshotsFolder);
+    UserDriver(MainWindow& mainWindow, EventLog& eventLog, ScreenHandler screenHandler);
 
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs);
@@ -64,16 +62,14 @@ private:
     void endVainWaits();
     void lookAtInfoScreen(const InfoScreen& screen);
     void lookAtMainPage();
-    void photograph(const QString& name, QWidget& widget);
 
     MainWindow& window;
     EventLog& log;
-    QString folder;
+    const ScreenHandler onScreen;
     QTimer timer;
     std::function<bool(DeviceType)> isWaitInVain;
     bool isUpdateRequested = false;
     bool isRunReported = false;
-    QSet<QString> photographed;
     QMap<FirmwareUpdater*, DeviceType> watchedUpdaters; ///< of the dialog that is open
     QMap<DeviceType, int> errors;
     QMap<DeviceType, QString> results;

@@ -11,6 +11,3 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 # declarations of Qt and QuaZip) in that system's own library folder.
 execute_process(COMMAND gcc -print-multiarch OUTPUT_VARIABLE CMAKE_LIBRARY_ARCHITECTURE
     OUTPUT_STRIP_TRAILING_WHITESPACE)
-
-# Otherwise zlib would be a DLL to ship.
-set(ZLIB_USE_STATIC_LIBS ON)

@@ -1,6 +1,7 @@
 #include "devicecontroller.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QCoreApplication>
 #include <QtConcurrent>
@@ -21,16 +22,21 @@ constexpr int firstVendorUsagePage = 0xFF00; // HID Usage Tables: vendor-defined
 constexpr int lastVendorUsagePage = 0xFFFF;
 
 using Identity = QPair<QString, unsigned short>;
+using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-Identity readVersion(const std::shared_ptr<AbstractHidDevice>& device, unsigned short pid)
+// The tasks own the device while they run. It is closed before the result is reported: whoever hears of the
+// result may want to open the device for himself.
+
+Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
+                     unsigned short pid)
 {
-    const ReadDataHelper_FromDevice reader(device);
+    const ReadDataHelper_FromDevice reader(std::move(device), cancelled);
     return {FirmwareUtilities::getVersion(reader), pid};
 }
 
-Identity readPidAndVersion(const std::shared_ptr<AbstractHidDevice>& device)
+Identity readPidAndVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled)
 {
-    const ReadDataHelper_FromDevice reader(device);
+    const ReadDataHelper_FromDevice reader(std::move(device), cancelled);
     const unsigned short pid = FirmwareUtilities::getPid(reader);
     return {FirmwareUtilities::getVersion(reader), pid};
 }
@@ -112,14 +118,14 @@ DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
 DeviceControllerPrivate::~DeviceControllerPrivate()
 {
     endDetection();
-    for (IdentityWatcher* watcher : pendingReads.keys())
-        watcher->deleteLater();
 }
 
 void DeviceControllerPrivate::startDetection()
 {
     if (detector)
         return;
+    forgetEarlierDetection();
+    detectionEnded = std::make_shared<std::atomic<bool>>(false);
     detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
     const auto& ids = Utilities::allDeviceIds();
     // A detection that cannot start is a window without devices, which is what the window then shows.
@@ -132,15 +138,32 @@ void DeviceControllerPrivate::stopDetection()
     endDetection();
 }
 
-/// Stops the detector itself, not only this reference to it: an identity read that still runs holds another.
+/// When it has returned nobody holds a device any more, so that an update can have them for itself.
 void DeviceControllerPrivate::endDetection()
 {
     if (!detector)
         return;
+    *detectionEnded = true;
     detector->stop();
+    for (const auto* reads : {&pendingReads, &abandonedReads}) {
+        for (auto read = reads->keyBegin(); read != reads->keyEnd(); ++read)
+            (*read)->waitForFinished();
+    }
     detector.reset();
+    waiting.clear();
     // Reports that are still queued name records that are deleted now.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+}
+
+/// What reads left over from an earlier detection told, or would tell, is nothing to go by.
+void DeviceControllerPrivate::forgetEarlierDetection()
+{
+    const bool wasReading = !std::exchange(pendingReads, {}).isEmpty();
+    const QList<DeviceType> leftOver = std::exchange(devices, {}).keys();
+    if (wasReading)
+        Q_EMIT q->deviceDetectionFinished();
+    for (const DeviceType type : leftOver)
+        Q_EMIT q->deviceRemoved(type);
 }
 
 void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
@@ -148,18 +171,22 @@ void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
     const DeviceType type = Utilities::deviceTypeOf(*instance);
     if (devices.contains(type))
         return;
-    const auto device = Utilities::openHidDevice(detector, instance, readWrite, shareRead);
-    if (!device)
+    auto device = Utilities::openHidDevice(detector, instance, readWrite, shareRead);
+    if (!device) {
+        // A device that was gone for a moment only may be in the hands of the read that its absence ended.
+        if (abandonedReads.values().contains(type))
+            waiting.append(instance);
         return;
+    }
     const int usagePage = device->usagePage();
     if (usagePage < firstVendorUsagePage || usagePage > lastVendorUsagePage)
         return;
     devices[type] = {instance, 0, QString()};
-    identify(*instance, type, device);
+    identify(*instance, type, std::move(device));
 }
 
 void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceType type,
-                                       const std::shared_ptr<AbstractHidDevice>& device)
+                                       std::shared_ptr<AbstractHidDevice>&& device)
 {
     auto* const watcher = new IdentityWatcher(this);
     pendingReads[watcher] = type;
@@ -170,19 +197,36 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
     // In programming mode both transmitter generations look alike; the image on the device tells them apart.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
     if (inProgrammingMode && type == DeviceType::Transmitter) {
-        watcher->setFuture(QtConcurrent::run([device] { return readPidAndVersion(device); }));
+        watcher->setFuture(
+            QtConcurrent::run([device = std::move(device), cancelled = Cancelled(detectionEnded)]() mutable {
+                return readPidAndVersion(std::move(device), cancelled);
+            }));
         return;
     }
     const unsigned short pid =
         inProgrammingMode && type == DeviceType::Headset ? normalHeadsetPid() : instance.productId;
-    watcher->setFuture(QtConcurrent::run([device, pid] { return readVersion(device, pid); }));
+    watcher->setFuture(
+        QtConcurrent::run([device = std::move(device), cancelled = Cancelled(detectionEnded), pid]() mutable {
+            return readVersion(std::move(device), cancelled, pid);
+        }));
 }
 
 void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
 {
     auto* const watcher = dynamic_cast<IdentityWatcher*>(sender());
-    if (!watcher || !pendingReads.contains(watcher))
+    if (!watcher)
         return;
+    watcher->deleteLater();
+    if (pendingReads.contains(watcher))
+        takeResult(watcher);
+    if (abandonedReads.remove(watcher) == 0)
+        return;
+    for (int tries = waiting.size(); tries > 0 && !waiting.isEmpty(); --tries)
+        onDeviceArrived(waiting.takeFirst()); // which may have to wait on
+}
+
+void DeviceControllerPrivate::takeResult(IdentityWatcher* watcher)
+{
     const DeviceType type = pendingReads.value(watcher);
     const Identity identity = watcher->result();
     ConnectedDevice& device = devices[type];
@@ -195,14 +239,17 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
 
 void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
 {
+    waiting.removeAll(instance);
     const auto removed =
         std::find_if(devices.begin(), devices.end(),
                      [instance](const ConnectedDevice& device) { return device.instance == instance; });
     if (removed == devices.end())
         return;
     const DeviceType type = removed.key();
-    if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr))
+    if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr)) {
+        abandonedReads[watcher] = type;
         endRead(watcher);
+    }
     devices.remove(type);
     Q_EMIT q->deviceRemoved(type);
 }
@@ -210,7 +257,6 @@ void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
 void DeviceControllerPrivate::endRead(IdentityWatcher* watcher)
 {
     pendingReads.remove(watcher);
-    watcher->deleteLater();
     if (pendingReads.isEmpty())
         Q_EMIT q->deviceDetectionFinished();
 }

@@ -20,7 +20,9 @@ public:
     /// Starts detection unless it runs. Every device that is present is reported.
     void startDetection();
 
-    /// Forgets all devices, without reporting their removal, and ends detection.
+    /// Forgets all devices, without reporting their removal, and ends detection. No device is held open any
+    /// more when it returns, which takes as long as a transfer that is under way. An identification that it
+    /// cuts short is reported as an arrival all the same; such a device has no record.
     void stopDetection();
 
     /// Whether a device of the kind is there, true already while it is being identified.

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include <QFutureWatcher>
 #include <QMap>
 #include <QPair>
+#include <QVector>
 
 #include "devicecontroller.h"
 #include "devicelistener.h"
@@ -36,7 +38,7 @@ public:
     std::shared_ptr<DeviceDetector> detector;
     DeviceListener* listener;
     QMap<DeviceType, ConnectedDevice> devices;
-    QMap<IdentityWatcher*, DeviceType> pendingReads;
+    QMap<IdentityWatcher*, DeviceType> pendingReads; ///< still running, results wanted
 
 private Q_SLOTS:
     void onDeviceArrived(DeviceInstance* instance);
@@ -45,7 +47,13 @@ private Q_SLOTS:
 
 private:
     void identify(const DeviceInstance& instance, DeviceType type,
-                  const std::shared_ptr<AbstractHidDevice>& device);
+                  std::shared_ptr<AbstractHidDevice>&& device);
+    void takeResult(IdentityWatcher* watcher);
     void endRead(IdentityWatcher* watcher);
     void endDetection();
+    void forgetEarlierDetection();
+
+    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< tells the reads of a detection
+    QMap<IdentityWatcher*, DeviceType> abandonedReads; ///< still running; their devices are gone
+    QVector<DeviceInstance*> waiting; ///< arrived while an abandoned read kept them from being opened
 };

@@ -8,20 +8,9 @@
 
 namespace {
 
-constexpr int chipAv6x01 = 12;
-constexpr unsigned short flashAddressOffset = 1; // of the loader control block's flashAddress field
-constexpr int loadOperation = 0x84;
-
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
 constexpr unsigned char rowStepHigh = 0x10; // the loader lays rows 0x1000 apart; keep
-
-// Answer report.
-constexpr std::size_t answerBytes = 64;
-constexpr unsigned char reportId = 0xFF;
-constexpr unsigned char noData = 0x01;
-constexpr std::size_t statusOffset = 1;
-constexpr std::size_t dataOffset = 11;
 
 unsigned char lowByte(unsigned int value)
 {
@@ -43,30 +32,34 @@ std::uint32_t announcedCapacity(unsigned char firstByte)
 
 } // namespace
 
-ReadDataHelper_FromDevice::ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice)
+ReadDataHelper_FromDevice::ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice,
+                                                     Cancelled isCancelled)
     : device(std::move(hidDevice))
+    , cancelled(std::move(isCancelled))
 {
     const int chipId = HidUtilities::getAvneraChipId(device);
-    bufferAddress = chipId == chipAv6x01 ? Address{0x60, 0xC0} : Address{0xA0, 0xB0};
+    bufferAddress = chipId == HidUtilities::Av6x01 ? Address{0x60, 0xC0} : Address{0xA0, 0xB0};
     const int revision = HidUtilities::getAvneraChipRevision(device);
     unsigned short smData = 0;
     unsigned short ramBase = 0;
     if (!HidUtilities::getAvneraSmDataAndRamBase(smData, ramBase, chipId, revision)) {
-        capacity = 0; // nothing is sent to a chip whose addresses are not known
+        capacity = 0; // a write could hit anything
         return;
     }
-    const unsigned int mailbox = smData + flashAddressOffset;
+    const unsigned int mailbox = smData + unsigned{HidUtilities::FlashAddressOffset};
     mailboxAddress = {lowByte(mailbox), byteAt(mailbox, 8)};
     QByteArray firstByte;
     if ((*this)(firstByte, 0, 1))
         capacity = announcedCapacity(static_cast<unsigned char>(firstByte.at(0)));
 }
 
-bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int address, unsigned short size) const
+bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int address, unsigned short size)
 {
     size = std::min(size, maxReadBytes);
     data.clear();
     data.reserve(size);
+    if (*cancelled || --readsLeft < 0)
+        return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
     copyToBuffer(address, size);
@@ -85,17 +78,17 @@ void ReadDataHelper_FromDevice::copyToBuffer(unsigned int address, unsigned shor
                                                 byteAt(address, 0), byteAt(address, 8), byteAt(address, 16),
                                                 byteAt(address, 24), bufferAddress.low, bufferAddress.high,
                                                 byteAt(size, 0), byteAt(size, 8)));
-    static_cast<void>(HidUtilities::executeOperation(device, loadOperation));
+    static_cast<void>(HidUtilities::executeOperation(device, HidUtilities::LoadOperation));
 }
 
 bool ReadDataHelper_FromDevice::appendRow(QByteArray& data, Address row, int count) const
 {
     static_cast<void>(HidUtilities::requestMemoryRead(device, row.low, row.high, count));
-    std::vector<unsigned char> answer(answerBytes);
-    answer[0] = reportId;
-    if (!device->getFeatureBlocking(&answer) || answer.size() != answerBytes ||
-        answer[statusOffset] == noData)
+    std::vector<unsigned char> answer(HidUtilities::AnswerBytes);
+    answer[0] = HidUtilities::AnswerReportId;
+    if (!device->getFeatureBlocking(&answer) ||
+        answer[HidUtilities::AnswerStatusOffset] == HidUtilities::AnswerNoData)
         return false;
-    data.append(reinterpret_cast<const char*>(answer.data()) + dataOffset, count);
+    data.append(reinterpret_cast<const char*>(answer.data()) + HidUtilities::AnswerDataOffset, count);
     return true;
 }

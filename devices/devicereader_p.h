@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -11,18 +12,25 @@ class AbstractHidDevice;
 /// device.
 ///
 /// The chip copies image bytes into a RAM buffer on request, in rows of 16 bytes that lie 0x1000 apart. One
-/// call delivers at most 32 bytes and blocks for 100 ms per row.
+/// call delivers at most 32 bytes and blocks for 100 ms per row. After 256 calls a reader gives up: no real
+/// image needs as many, but the file table of a damaged one may.
 class ReadDataHelper_FromDevice
 {
 public:
+    /// Set once nobody waits for what is read any more; every call then fails without a transfer.
+    using Cancelled = std::shared_ptr<const std::atomic<bool>>;
+
     /// Asks the chip for its kind and the image for the size of its memory; blocks for several transfers.
-    explicit ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice);
+    /// A chip whose loader is not known has no memory to read, and nothing is written to it.
+    ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
     /// Replaces @p data by the @p size bytes at image address @p address; of more than 32 only the first 32.
     /// @return false where the range ends beyond the device's memory or a transfer fails.
-    bool operator()(QByteArray& data, unsigned int address, unsigned short size) const;
+    bool operator()(QByteArray& data, unsigned int address, unsigned short size);
 
 private:
+    static constexpr int maxReads = 256;
+
     /// A chip address as the commands carry it.
     struct Address
     {
@@ -34,6 +42,8 @@ private:
     bool appendRow(QByteArray& data, Address row, int count) const;
 
     std::shared_ptr<AbstractHidDevice> device;
+    Cancelled cancelled;
+    int readsLeft = maxReads;
     Address mailboxAddress;
     Address bufferAddress;
     std::uint32_t capacity = 1; ///< image bytes that may be read

@@ -45,12 +45,10 @@ public:
         return SetupDiEnumDeviceInfo(list, index, &data) != FALSE;
     }
 
-    std::optional<std::wstring> instanceId(SP_DEVINFO_DATA& data) const
+    /// Read for every device of a walk, hence into a buffer of the caller's.
+    bool instanceId(SP_DEVINFO_DATA& data, wchar_t (&text)[maxTextLength]) const
     {
-        wchar_t text[maxTextLength] = {};
-        if (!SetupDiGetDeviceInstanceIdW(list, &data, text, maxTextLength, nullptr))
-            return std::nullopt;
-        return text;
+        return SetupDiGetDeviceInstanceIdW(list, &data, text, maxTextLength, nullptr) != FALSE;
     }
 
     /// A text property; of a list of texts the first.
@@ -66,6 +64,17 @@ public:
 private:
     HDEVINFO list;
 };
+
+wchar_t lowerAscii(wchar_t c)
+{
+    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
+
+void lowerInPlace(wchar_t* text)
+{
+    for (; *text != L'\0'; ++text)
+        *text = lowerAscii(*text);
+}
 
 unsigned digitValue(wchar_t c)
 {
@@ -131,10 +140,7 @@ InterfaceKind interfaceKindOf(const GUID& guid)
 
 std::wstring toLowerAscii(std::wstring text)
 {
-    for (wchar_t& c : text) {
-        if (c >= L'A' && c <= L'Z')
-            c = static_cast<wchar_t>(c - L'A' + L'a');
-    }
+    std::transform(text.begin(), text.end(), text.begin(), lowerAscii);
     return text;
 }
 
@@ -148,9 +154,12 @@ bool readDeviceProperties(const std::wstring& path, DeviceInstance& device, cons
     device.vendorId = 0;
     device.productId = 0;
     SP_DEVINFO_DATA data;
+    wchar_t instanceId[maxTextLength];
     for (DWORD index = 0; list.device(index, data); ++index) {
-        const auto instanceId = list.instanceId(data);
-        if (!instanceId || idPath.find(toLowerAscii(*instanceId)) == std::wstring::npos)
+        if (!list.instanceId(data, instanceId))
+            continue;
+        lowerInPlace(instanceId);
+        if (idPath.find(instanceId) == std::wstring::npos)
             continue;
         readName(list, data, device);
         const auto hardwareId = list.property(data, SPDRP_HARDWAREID);

@@ -1,6 +1,7 @@
 #include "firmwarecontroller.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <QDataStream>
 #include <QDebug>
@@ -23,10 +24,11 @@ constexpr int copyChunkBytes = 4064;
 
 // What an archive may cost at most. The memory of the largest device is 2 MiB, about 6 MiB of image text.
 constexpr quint64 maxEntryBytes = 64 * 1024 * 1024;
-constexpr quint64 maxReleaseNotesBytes = 1024 * 1024;
-constexpr quint64 maxArchiveBytes = 2 * maxEntryBytes + maxReleaseNotesBytes;
-constexpr int maxEntries = 10000;
-constexpr quint64 maxDirectoryBytes = 4 * 1024 * 1024;
+constexpr quint64 maxReleaseNotesBytes = 1024 * 1024; // the window lays out a line per byte at worst
+constexpr quint64 maxArchiveBytes = 2 * maxEntryBytes + maxReleaseNotesBytes; // entries may share their bytes
+constexpr quint64 maxDirectoryBytes = 16 * 1024 * 1024; // QuaZip takes four times as much to remember it
+
+constexpr quint64 directoryHeaderBytes = 46; // of an entry, ZIP application note 4.3.12
 
 constexpr uLong encryptedFlag = 1; // of the general purpose bits, ZIP application note 4.4.4
 
@@ -45,33 +47,31 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Looks through the directory before any of it is kept: QuaZip remembers every name, and delivers longer
-/// ones than it has room for with arbitrary bytes at the end.
-bool isDirectoryBearable(QuaZip& archive)
+/// Leaves the entries' names in @p names, in their order. QuaZip remembers every name, so it is asked for
+/// none beyond the limit; of a name longer than it has room for it delivers the rest arbitrarily.
+/// @return false where the directory is too large.
+bool readNames(QuaZip& archive, QStringList& names)
 {
-    int entries = 0;
     quint64 bytes = 0;
     for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
         unz_file_info64 entry;
         if (!getCurrentEntry(archive, entry))
             return false;
-        bytes += entry.size_filename + entry.size_file_extra + entry.size_file_comment;
-        if (++entries > maxEntries || bytes > maxDirectoryBytes ||
-            entry.size_filename > QuaZip::MAX_FILE_NAME_LENGTH)
+        bytes += directoryHeaderBytes + entry.size_filename + entry.size_file_extra + entry.size_file_comment;
+        if (bytes > maxDirectoryBytes)
             return false;
+        if (entry.size_filename <= QuaZip::MAX_FILE_NAME_LENGTH)
+            names.append(archive.getCurrentFileName());
     }
     return true;
 }
 
-QStringList listFiles(QuaZip& archive, const QString& suffix)
+QStringList listFiles(const QStringList& names, const QString& suffix)
 {
-    QStringList names;
-    for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
-        const QString name = archive.getCurrentFileName();
-        if (!name.endsWith(QLatin1Char('/')) && name.endsWith(suffix))
-            names.append(name);
-    }
-    return names;
+    QStringList files;
+    std::copy_if(names.begin(), names.end(), std::back_inserter(files),
+                 [&](const QString& name) { return name.endsWith(suffix); });
+    return files;
 }
 
 /// Copies chunk by chunk, so that no more memory is taken than bytes have really come.
@@ -100,26 +100,53 @@ bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
     return true;
 }
 
-QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBytes = maxEntryBytes)
+/// @return whether the whole entry has come and its checksum is right.
+bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, QDataStream& target)
 {
     if (name.isEmpty() || !archive.setCurrentFile(name, QuaZip::csInsensitive))
-        return QByteArray();
+        return false;
     if (!admitCurrentEntry(archive, maxBytes))
-        return QByteArray();
+        return false;
     QuaZipFile file(&archive);
     if (!file.open(QIODevice::ReadOnly) || file.getZipError() != UNZ_OK)
-        return QByteArray();
+        return false;
+    if (!copyData(file, target))
+        return false;
+    file.close(); // compares the checksum
+    return file.getZipError() == UNZ_OK;
+}
+
+QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBytes)
+{
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    if (!copyData(file, stream))
-        return QByteArray();
-    file.close(); // compares the checksum
-    return file.getZipError() == UNZ_OK ? bytes : QByteArray();
+    return readEntry(archive, name, maxBytes, stream) ? bytes : QByteArray();
 }
+
+/// Decodes the image text that is written to it, which is several times as large as the image and need not be
+/// kept.
+class ImageTextDevice : public QIODevice
+{
+public:
+    ImageTextDevice() { open(QIODevice::WriteOnly | QIODevice::Unbuffered); }
+
+    bool isSequential() const override { return true; }
+
+    ImageText::Decoder decoder;
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* text, qint64 bytes) override
+    {
+        return decoder.feed(text, static_cast<int>(bytes)) ? bytes : -1;
+    }
+};
 
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {
-    return ImageText::decode(readFile(archive, name));
+    ImageTextDevice text;
+    QDataStream stream(&text);
+    return readEntry(archive, name, maxEntryBytes, stream) ? text.decoder.takeImage() : QByteArray();
 }
 
 QPair<DeviceType, FirmwareData> getFirmwareData(FirmwareArchive& archive, const QString& name)
@@ -189,17 +216,18 @@ bool FirmwareControllerPrivate::load(const QString& path)
     if (!archive.open(QuaZip::mdUnzip) || !archive.goToFirstFile())
         return false;
     qDebug() << "Loading firmware: " << path;
-    if (!isDirectoryBearable(archive)) {
+    QStringList names;
+    if (!readNames(archive, names)) {
         qCritical("The firmware archive's directory is too large");
         return false;
     }
-    const QStringList texts = listFiles(archive, QStringLiteral(".txt"));
+    const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
     if (!texts.isEmpty())
         releaseNotes = decodeText(readFile(archive, texts.first(), maxReleaseNotesBytes));
     const QStringList images =
-        listFiles(archive, QStringLiteral(".ff")) + listFiles(archive, QStringLiteral(".ef"));
+        listFiles(names, QStringLiteral(".ff")) + listFiles(names, QStringLiteral(".ef"));
     for (const QString& name : images) {
         const auto [type, data] = getFirmwareData(archive, name);
         if (firmwares.contains(type))

@@ -18,8 +18,8 @@ class FirmwareControllerPrivate;
 /// Archives come from anywhere, so what one may cost is bounded before it is paid. An entry of more than 64
 /// MiB, packed or unpacked, counts as unreadable (release notes: 1 MiB), as does an encrypted one, one whose
 /// checksum is wrong, and every entry that would bring what was read of the archive to more than 129 MiB. An
-/// archive is refused whose directory has more than 10,000 entries, 4 MiB or a name of more than 256 bytes,
-/// and so is a path that is not a regular file's.
+/// entry with a name of more than 256 bytes is passed over. An archive is refused whose directory has more
+/// than 16 MiB, and so is a path that is not a regular file's.
 class FirmwareController : public QObject
 {
     Q_OBJECT

@@ -1,8 +1,10 @@
 #include "imagetext.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -41,13 +43,20 @@ std::uint8_t classOf(char byte)
     return byteClasses[static_cast<unsigned char>(byte)];
 }
 
+/// The place after the next end of a line; @p end where there is none.
+const char* afterLine(const char* position, const char* end)
+{
+    const void* const found = std::memchr(position, lineEnd, static_cast<std::size_t>(end - position));
+    return found ? static_cast<const char*>(found) + 1 : end;
+}
+
 /// Walks over the text, always within it.
 class Cursor
 {
 public:
-    explicit Cursor(const QByteArray& text)
-        : position(text.constData())
-        , end(position + text.size())
+    Cursor(const char* textBegin, const char* textEnd)
+        : position(textBegin)
+        , end(textEnd)
     {
     }
 
@@ -80,8 +89,7 @@ public:
     {
         if (skip(lineEnd) || atEnd())
             return;
-        const void* const found = std::memchr(position, lineEnd, static_cast<std::size_t>(end - position));
-        position = found ? static_cast<const char*>(found) + 1 : end;
+        position = afterLine(position, end);
     }
 
     /// Passes a line of two digits and nothing else, as nearly all are; other lines are left alone.
@@ -149,24 +157,61 @@ bool readNumber(Cursor& cursor, std::uint32_t& number)
 
 namespace ImageText {
 
-QByteArray decode(const QByteArray& text)
+bool Decoder::feed(const char* text, int bytes)
 {
-    QByteArray image(text.size() / 2 + 1, Qt::Uninitialized); // a byte takes a digit and an end of line
-    char* next = image.data();
-    for (Cursor cursor(text); !cursor.atEnd(); cursor.skipLine()) {
+    const char* const end = text + bytes;
+    if (!unfinishedLine.empty()) {
+        const char* const begin = text;
+        text = afterLine(begin, end);
+        unfinishedLine.append(begin, text);
+        if (unfinishedLine.back() != lineEnd)
+            return !isMalformed;
+        decodeLines(unfinishedLine.data(), unfinishedLine.data() + unfinishedLine.size());
+        unfinishedLine.clear();
+    }
+    const auto lastLine = std::find(std::reverse_iterator(end), std::reverse_iterator(text), lineEnd).base();
+    decodeLines(text, lastLine);
+    unfinishedLine.assign(lastLine, end);
+    return !isMalformed;
+}
+
+QByteArray Decoder::takeImage()
+{
+    decodeLines(unfinishedLine.data(), unfinishedLine.data() + unfinishedLine.size());
+    if (isMalformed)
+        return QByteArray();
+    image.resize(imageBytes);
+    image.squeeze();
+    return image;
+}
+
+void Decoder::decodeLines(const char* begin, const char* end)
+{
+    const int room =
+        imageBytes + static_cast<int>(end - begin) / 2 + 1; // a byte takes a digit and an end of line
+    if (image.size() < room)
+        image.resize(room);
+    char* next = image.data() + imageBytes;
+    for (Cursor cursor(begin, end); !cursor.atEnd(); cursor.skipLine()) {
         while (cursor.readPlainLine(*next))
             ++next;
         cursor.skipWhiteSpace();
         if (cursor.atLineEnd() || cursor.atComment())
             continue;
         std::uint32_t number = 0;
-        if (!readNumber(cursor, number))
-            return QByteArray();
+        if (!readNumber(cursor, number)) {
+            isMalformed = true;
+            return;
+        }
         *next++ = static_cast<char>(number & 0xFF);
     }
-    image.truncate(static_cast<int>(next - image.constData()));
-    image.squeeze();
-    return image;
+    imageBytes = static_cast<int>(next - image.constData());
+}
+
+QByteArray decode(const QByteArray& text)
+{
+    Decoder decoder;
+    return decoder.feed(text.constData(), text.size()) ? decoder.takeImage() : QByteArray();
 }
 
 } // namespace ImageText

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <QByteArray>
 
 /// The form in which a firmware archive carries an image: hexadecimal text, one byte per line.
@@ -14,9 +16,29 @@
 /// next byte.
 namespace ImageText {
 
-/// Decodes an image's text in one pass over its bytes.
-/// @return the image; empty where a line is malformed or there is no byte at all.
-/// Memory: half the text's size while it runs, the image's afterwards. Any thread.
-QByteArray decode(const QByteArray& text);
+/// Decodes an image's text that comes in pieces, in one pass over their bytes. Of the text no more than a
+/// line that has not ended yet is kept. Any thread, one at a time.
+class Decoder
+{
+public:
+    /// Takes the next piece of the text, cut anywhere.
+    /// @return false from the first malformed line on.
+    [[nodiscard]] bool feed(const char* text, int bytes);
+
+    /// Ends the text; to be called once.
+    /// @return the image; empty where a line is malformed or there is no byte at all.
+    [[nodiscard]] QByteArray takeImage();
+
+private:
+    void decodeLines(const char* begin, const char* end);
+
+    QByteArray image; ///< longer than what is decoded, so that there is room for what comes
+    int imageBytes = 0;
+    std::string unfinishedLine;
+    bool isMalformed = false;
+};
+
+/// Decodes a whole text. @return as Decoder::takeImage().
+[[nodiscard]] QByteArray decode(const QByteArray& text);
 
 } // namespace ImageText

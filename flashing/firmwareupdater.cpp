@@ -153,6 +153,13 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
+    // On the worker thread, so that it is logged even where nobody waits for the report any more.
+    connect(flasher.get(), &Flasher::flashingError, flasher.get(),
+            [lost = flasher.get(), kind = type](int code) {
+                const Flasher::Place end = lost->endOfRun();
+                qCritical("Failed in phase %s at transfer %d, code %d, device type = %d", end.phase,
+                          end.transfer, code, kind);
+            });
     connect(flasher.get(), &Flasher::flashingStarted, q, &FirmwareUpdater::flashingStarted);
     connect(flasher.get(), &Flasher::flashingError, q, &FirmwareUpdater::flashingError);
     connect(flasher.get(), &Flasher::flashingFinished, q, &FirmwareUpdater::flashingFinished);
@@ -180,8 +187,10 @@ void FirmwareUpdaterPrivate::giveUp()
 {
     failed = true;
     flashingDevice = nullptr;
-    if (flasher)
+    if (flasher) {
         flasher->abort(); // it then fails with code 1 and reports that itself
-    else
-        Q_EMIT q->flashingError(FlashingError::DeviceLost);
+        return;
+    }
+    qCritical("Failed in phase leave, code %d, device type = %d", FlashingError::DeviceLost, type);
+    Q_EMIT q->flashingError(FlashingError::DeviceLost);
 }

@@ -31,6 +31,8 @@ constexpr int packetDataBytes = 256;
 constexpr std::size_t packetBytes = packetHeaderBytes + packetDataBytes;
 constexpr int featureReportKind = 2; // HidP_Feature
 
+constexpr int transfersPerQuery = 2; // the request for a register and its answer
+
 constexpr int chunkBytes = 4096;
 constexpr int ramEnd = 0xEEFF;
 
@@ -74,7 +76,7 @@ void Flasher::abort()
 
 void Flasher::operate(QByteArray firmware, int memoryType)
 {
-    image.assign(firmware.cbegin(), firmware.cend());
+    image = firmware;
     nvmemType = memoryType;
     name = isTransmitter() ? "Transmitter" : "Headset";
     try {
@@ -93,11 +95,13 @@ void Flasher::program()
 {
     if (!device)
         throw FlashingError(FlashingError::DeviceLost);
-    if (image.empty())
+    if (image.isEmpty())
         throw FlashingError(FlashingError::EmptyImage);
     checkAborted();
     chipId = HidUtilities::getAvneraChipId(device);
+    noteTransfers(transfersPerQuery, chipId != 0);
     chipRevision = HidUtilities::getAvneraChipRevision(device);
+    noteTransfers(transfersPerQuery, chipRevision != 0);
     qDebug("Device type = %d, chip id = %d ", nvmemType, chipId);
     qDebug("Device type = %d, chip major revision = %d", nvmemType, chipRevision);
     if (chipId == 0 || chipRevision == 0)
@@ -114,7 +118,7 @@ void Flasher::program()
     startProgramming();
     advance();
     // Sent once and not confirmed: the device restarts, or stays in programming mode for the next attempt.
-    static_cast<void>(HidUtilities::sendControlRequest(device, HidUtilities::EndProgramming));
+    noteTransfers(1, HidUtilities::sendControlRequest(device, HidUtilities::EndProgramming));
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -124,25 +128,25 @@ void Flasher::program()
 
 void Flasher::detectSizes()
 {
-    qDebug("%s: Firmware size is %lu", name.c_str(), static_cast<unsigned long>(image.size()));
+    qDebug("%s: Firmware size is %lu", name.c_str(), static_cast<unsigned long>(imageSize()));
     qDebug("%s: Start programming at 0x%.4X", name.c_str(), 0u);
-    if (image.size() < headerBytes) {
+    if (imageSize() < headerBytes) {
         qCritical("%s: ERROR: File is too short to describe the device memory!", name.c_str());
         throw FlashingError(FlashingError::ImageDoesNotFit);
     }
-    deviceSize = codedSize(image[0] & nibble, 7);
+    deviceSize = codedSize(imageByte(0) & nibble, 7);
     qDebug("%s device size = %d", name.c_str(), static_cast<int>(deviceSize));
-    if (image.size() > deviceSize) {
+    if (imageSize() > deviceSize) {
         qCritical("%s: ERROR: File size is larger than available device memory!", name.c_str());
         throw FlashingError(FlashingError::ImageDoesNotFit);
     }
-    const unsigned pageNibble = image[0] >> pageNibbleShift;
+    const unsigned pageNibble = imageByte(0) >> pageNibbleShift;
     if (!isTransmitter())
         pageSize = static_cast<int>(codedSize(pageNibble & headsetPageBits, 2));
     else
         pageSize = pageNibble == 0 ? 1 : static_cast<int>(codedSize(pageNibble, 2));
     qDebug("%s: page size = %d", name.c_str(), pageSize);
-    sectorSize = isTransmitter() ? static_cast<int>(codedSize(image[1] & nibble, 7)) : 0;
+    sectorSize = isTransmitter() ? static_cast<int>(codedSize(imageByte(1) & nibble, 7)) : 0;
     qDebug("%s: sector size = %d", name.c_str(), sectorSize);
     if (isTransmitter() && sectorSize == 0) {
         qCritical("%s: ERROR: File announces no sector size!", name.c_str());
@@ -156,7 +160,7 @@ void Flasher::detectSizes()
 
 void Flasher::setupProgressRange()
 {
-    const auto size = static_cast<std::uint32_t>(image.size());
+    const auto size = static_cast<std::uint32_t>(imageSize());
     const std::uint32_t fullChunks = (size - 1) / chunkBytes; // the last chunk counts by its packets
     const std::uint32_t lastChunk = size - fullChunks * chunkBytes;
     std::uint32_t max = fixedSteps + fullChunks * stepsPerChunk + lastChunk / packetDataBytes;
@@ -167,6 +171,7 @@ void Flasher::setupProgressRange()
 
 void Flasher::configurePinmux()
 {
+    place.phase = "configure";
     qDebug("%s: Configuring the PINMUX ...", name.c_str());
     if (isTransmitter())
         writeChipMemory(pinmuxLow, pinmuxHigh, 0x50, 0x05);
@@ -181,7 +186,7 @@ void Flasher::configurePinmux()
     writeControlBlock(HidUtilities::SectorSizeOffset, byteOf(sector, 0), byteOf(sector, 1), byteOf(sector, 2),
                       byteOf(sector, 3));
     advance();
-    const int configBits = (image[1] >> configBitsShift) & configBitsMask;
+    const int configBits = (imageByte(1) >> configBitsShift) & configBitsMask;
     const auto page = static_cast<std::uint32_t>(pageSize);
     writeControlBlock(HidUtilities::DeviceSizeOffset, byteOf(deviceSize, 0), byteOf(deviceSize, 1),
                       byteOf(deviceSize, 2), byteOf(deviceSize, 3), configBits, byteOf(page, 0),
@@ -192,7 +197,7 @@ void Flasher::calculateRamSize()
 {
     ramSize = ramEnd - ramBase;
     qDebug("%s: Available RAM for download is %d bytes", name.c_str(), ramSize);
-    if (image.size() > static_cast<std::size_t>(ramSize))
+    if (imageSize() > static_cast<std::size_t>(ramSize))
         qDebug("%s: Splitting image into multiple downloads", name.c_str());
 }
 
@@ -203,7 +208,7 @@ void Flasher::startProgramming()
     if (isTransmitter())
         eraseTransmitterFlash();
     qDebug("%s: Start programming at address 0x%.4X", name.c_str(), 0u);
-    const std::size_t total = image.size();
+    const std::size_t total = imageSize();
     int chunk = chunkBytes;
     std::uint32_t address = 0;
     while (address < total) {
@@ -216,11 +221,14 @@ void Flasher::startProgramming()
         advance();
     }
     advance();
+    place.phase = "final wait";
+    qDebug("%s: Final wait", name.c_str());
     Sleep(lastCommitDelayMs);
 }
 
 void Flasher::commitChunk(std::uint32_t address, int chunkSize)
 {
+    place.phase = "commit";
     qDebug("%s: Resetting structure parameters", name.c_str());
     writeControlBlock(HidUtilities::FlashAddressOffset, byteOf(address, 0), byteOf(address, 1),
                       byteOf(address, 2), byteOf(address, 3));
@@ -233,8 +241,8 @@ void Flasher::commitChunk(std::uint32_t address, int chunkSize)
     writeControlBlock(HidUtilities::ClearedOffset, 0x00, 0x00);
     checkAborted();
     qDebug("%s: Committing RAM starting at 0x%.4X", name.c_str(), address);
-    static_cast<void>(
-        HidUtilities::executeOperation(device, HidUtilities::CommitOperation)); // paced by the delay
+    // Paced by the delay, not by the result.
+    noteTransfers(1, HidUtilities::executeOperation(device, HidUtilities::CommitOperation));
     advance();
 }
 
@@ -250,6 +258,7 @@ std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
 
 void Flasher::downloadToRam(int chunkSize)
 {
+    place.phase = "download";
     // A short image ends the chunk early; the chunk's full length is committed all the same.
     for (int offset = 0; offset < chunkSize && bytesLeft() > 0;) {
         const auto count = static_cast<int>(std::min<std::size_t>(packetDataBytes, bytesLeft()));
@@ -262,10 +271,10 @@ void Flasher::downloadToRam(int chunkSize)
                                                          0x00,
                                                          0x01};
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
-        std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(consumed), count, data);
+        std::copy_n(reinterpret_cast<const unsigned char*>(image.constData()) + consumed, count, data);
         checkAborted();
-        static_cast<void>(
-            device->setFeatureBlocking(packet.get())); // a lost device is told by the abort flag
+        // A lost device is told by the abort flag, not by the result.
+        noteTransfers(1, device->setFeatureBlocking(packet.get()));
         advance();
         consumed += static_cast<std::size_t>(count);
         Sleep(packetDelayMs);
@@ -275,7 +284,8 @@ void Flasher::downloadToRam(int chunkSize)
 
 void Flasher::eraseTransmitterFlash()
 {
-    for (std::uint32_t address = 0; address < image.size();
+    place.phase = "erase";
+    for (std::uint32_t address = 0; address < imageSize();
          address += static_cast<std::uint32_t>(sectorSize)) {
         writeControlBlock(HidUtilities::FlashAddressOffset, byteOf(address, 0), byteOf(address, 1),
                           byteOf(address, 2), byteOf(address, 3));
@@ -284,7 +294,7 @@ void Flasher::eraseTransmitterFlash()
         advance();
         qDebug("%s: Erasing Flash starting at 0x%.4X", name.c_str(), address);
         checkAborted();
-        static_cast<void>(HidUtilities::sendEraseCommand(device)); // paced by the delay
+        noteTransfers(1, HidUtilities::sendEraseCommand(device)); // paced by the delay
         advance();
         Sleep(sectorEraseDelayMs);
         advance();
@@ -303,14 +313,33 @@ void Flasher::advance()
     Q_EMIT progressValueChanged(progress);
 }
 
+void Flasher::noteTransfers(int count, bool gotThrough)
+{
+    place.transfer += count;
+    if (gotThrough)
+        lostAt = {};
+    else if (lostAt.transfer == 0)
+        lostAt = place;
+}
+
 bool Flasher::isTransmitter() const
 {
     return nvmemType == DeviceType::Transmitter;
 }
 
+std::size_t Flasher::imageSize() const
+{
+    return static_cast<std::size_t>(image.size());
+}
+
+unsigned char Flasher::imageByte(int offset) const
+{
+    return static_cast<unsigned char>(image.at(offset));
+}
+
 std::size_t Flasher::bytesLeft() const
 {
-    return image.size() - consumed;
+    return imageSize() - consumed;
 }
 
 template <typename... Bytes>
@@ -318,7 +347,7 @@ void Flasher::writeChipMemory(int addressLow, int addressHigh, Bytes... data)
 {
     checkAborted();
     // A lost device is told by the abort flag, not by the result.
-    static_cast<void>(HidUtilities::writeMemory(device, addressLow, addressHigh, data...));
+    noteTransfers(1, HidUtilities::writeMemory(device, addressLow, addressHigh, data...));
 }
 
 template <typename... Bytes>

@@ -25,6 +25,16 @@ public:
     /// Makes the sequence end with code 1 before its next transfer. Callable on any thread.
     void abort();
 
+    /// A place in the sequence.
+    struct Place
+    {
+        const char* phase = "identify";
+        int transfer = 0; ///< the number of the last feature report of the run, from 1
+    };
+    /// Where the run ended; where it lost the device, the first transfer that did not get through any more.
+    /// To be asked after the run's last signal, or in a slot that it calls directly.
+    Place endOfRun() const { return lostAt.transfer > 0 ? lostAt : place; }
+
 public Q_SLOTS:
     /// Runs the whole sequence with image @p firmware, then releases the device.
     /// @param memoryType  the DeviceType value: 1 for the transmitter, whose flash is erased first.
@@ -50,7 +60,10 @@ private:
     void commitChunk(std::uint32_t address, int chunkSize);
     void checkAborted() const;
     void advance();
+    void noteTransfers(int count, bool gotThrough);
     bool isTransmitter() const;
+    std::size_t imageSize() const;
+    unsigned char imageByte(int offset) const;
     std::size_t bytesLeft() const;
 
     template <typename... Bytes>
@@ -59,11 +72,13 @@ private:
     void writeControlBlock(int offset, Bytes... data);
 
     std::shared_ptr<AbstractHidDevice> device;
-    std::vector<unsigned char> image;
+    QByteArray image;         ///< the caller's bytes, not a second copy of them
     std::size_t consumed = 0; ///< bytes of the image that were sent
     int nvmemType = 0;
     std::string name;
     std::atomic<bool> aborted{false};
+    Place place;
+    Place lostAt; ///< the first of the failing transfers up to now; transfer 0 where the last got through
     int progress = 0;
     int chipId = 0;
     int chipRevision = 0;

@@ -45,8 +45,8 @@ public:
         begin();
         const QByteArray entry(reinterpret_cast<const char*>(report), static_cast<int>(size));
         const QByteArray bytes = answer ? answer(entry) : entry;
-        std::copy(bytes.cbegin(), bytes.cend(), report);
-        received = static_cast<std::size_t>(bytes.size());
+        received = static_cast<std::size_t>(bytes.size()); // even if that is more than there is room for
+        std::copy_n(bytes.cbegin(), std::min<std::size_t>(size, received), report);
         return getError;
     }
 

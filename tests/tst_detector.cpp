@@ -11,35 +11,11 @@
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
 #include "deviceinstance.h"
+#include "hidnode.h"
 #include "simulatedmachine.h"
 #include "utilities.h"
 
-extern "C" {
-#include <hidsdi.h>
-}
-
 namespace {
-
-GUID hidClass()
-{
-    GUID guid;
-    HidD_GetHidGuid(&guid);
-    return guid;
-}
-
-/// A HID node as Windows would name it.
-DeviceNode node(const std::wstring& vidPid, const std::wstring& serial = L"7&1A2B3C&0&0000")
-{
-    DeviceNode result;
-    result.instanceId = L"HID\\" + vidPid + L"\\" + serial;
-    result.hardwareIds = {L"HID\\" + vidPid + L"&REV_0100", L"HID\\" + vidPid};
-    result.description = L"HID-compliant vendor-defined device";
-    result.enumerator = L"HID";
-    result.interfaceClass = hidClass();
-    result.interfacePath =
-        L"\\\\?\\HID#" + vidPid + L"#" + serial + L"#{4d1e55b2-f16f-11cf-88cb-001111000030}";
-    return result;
-}
 
 const std::wstring transmitter = L"VID_7A31&PID_0004";
 const std::wstring headset = L"VID_7A31&PID_0006&MI_02";
@@ -146,7 +122,7 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
     QVERIFY(f.detector->start(&f.recorder, &id, 1));
     QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // it runs: the new identities are ignored
     f.recorder.waitFor(1);
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QCOMPARE(f.recorder.waitFor(3), QStringList({QStringLiteral("complete 0"), QStringLiteral("complete 0"),
                                                  QStringLiteral("+7a31:4")}));
 }
@@ -154,9 +130,9 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
 void TestDetector::presentDevicesAreReportedBeforeCompletion()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
-    f.tree.plug(node(headset));
-    f.tree.plug(node(headset, L"7&1A2B3C&0&0001"));
+    f.tree.plug(hidNode(transmitter));
+    f.tree.plug(hidNode(headset));
+    f.tree.plug(hidNode(headset, L"7&1A2B3C&0&0001"));
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(4), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("+7a31:6"),
                                                  QStringLiteral("+7a31:6"), QStringLiteral("complete 3")}));
@@ -173,9 +149,9 @@ void TestDetector::completionIsReportedAgainWithTheFirstLaterBatch()
     Fixture f;
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(3);
-    f.tree.unplug(node(transmitter).interfacePath);
+    f.tree.unplug(hidNode(transmitter).interfacePath);
     QCOMPARE(f.recorder.waitFor(4), QStringList({QStringLiteral("complete 0"), QStringLiteral("complete 0"),
                                                  QStringLiteral("+7a31:4"), QStringLiteral("-4")}));
 }
@@ -210,7 +186,7 @@ void TestDetector::onlyMatchingReadableDevicesAreReported()
     QFETCH(const QString, enumerator);
     QFETCH(const QString, expected);
     Fixture f;
-    DeviceNode examined = node(L"VID_1234&PID_0001"); // identity comes from the hardware id alone
+    DeviceNode examined = hidNode(L"VID_1234&PID_0001"); // identity comes from the hardware id alone
     examined.hardwareIds.clear();
     if (!hardwareId.isEmpty())
         examined.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0004"};
@@ -227,11 +203,11 @@ void TestDetector::onlyMatchingReadableDevicesAreReported()
 void TestDetector::aDeviceIsReportedOnceWhateverTheCase()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     f.recorder.waitFor(2);
-    f.tree.repeatArrival(node(transmitter).interfacePath);
-    f.tree.plug(node(headset));
+    f.tree.repeatArrival(hidNode(transmitter).interfacePath);
+    f.tree.plug(hidNode(headset));
     QCOMPARE(f.recorder.waitFor(3), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("complete 1"),
                                                  QStringLiteral("+7a31:6")}));
 }
@@ -243,16 +219,17 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     QVERIFY(f.start());
     QStringList expected{QStringLiteral("complete 0")};
     QCOMPARE(f.recorder.waitFor(1), expected);
-    f.tree.plug(node(transmitter));
-    f.tree.unplug(node(transmitter).interfacePath); // erases the arrival, and the marker that then stands in front
+    f.tree.plug(hidNode(transmitter));
+    f.tree.unplug(
+        hidNode(transmitter).interfacePath); // erases the arrival, and the marker that then stands in front
     expected << QStringLiteral("complete 0");
     QCOMPARE(f.recorder.waitFor(2), expected);
-    f.tree.plug(node(headset));
+    f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
     expected << QStringLiteral("+7a31:6");
     QCOMPARE(f.recorder.waitFor(3), expected);
     f.tree.setInstallationPending(true);
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     f.detector->stop(); // while the worker waits for the installation
     QCOMPARE(f.recorder.waitFor(3), expected);
 }
@@ -260,7 +237,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
 void TestDetector::openHandlesAreSharedWatchedAndReleased()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     f.recorder.waitFor(2);
     const HANDLE first = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
@@ -275,7 +252,7 @@ void TestDetector::openHandlesAreSharedWatchedAndReleased()
     QVERIFY(CloseHandle(first));
     const HANDLE second = f.detector->openDevice(f.recorder.last, 1, 0, nullptr, 0);
     QVERIFY(second != INVALID_HANDLE_VALUE);
-    f.tree.unplug(node(transmitter).interfacePath); // with the handle open: the removal is reported once
+    f.tree.unplug(hidNode(transmitter).interfacePath); // with the handle open: the removal is reported once
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
     QCOMPARE(f.detector->openDevice(f.recorder.last, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
     QVERIFY(CloseHandle(second));
@@ -286,14 +263,14 @@ void TestDetector::openHandlesAreSharedWatchedAndReleased()
 void TestDetector::aRefusedRemovalReopensTheHandleForQueriesOnly()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     f.recorder.waitFor(2);
     DWORD error = 0;
-    const auto someoneElse = f.tree.open(node(transmitter).interfacePath, 0, 0, error);
+    const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
     const HANDLE handle = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
     QVERIFY(handle != INVALID_HANDLE_VALUE);
-    QVERIFY(!f.tree.requestRemoval(node(transmitter).interfacePath));
+    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("handle"));
     QCOMPARE(f.tree.openings().back().access, DWORD(0));
     QVERIFY(!CloseHandle(handle));
@@ -305,11 +282,11 @@ void TestDetector::aRefusedRemovalReopensTheHandleForQueriesOnly()
 void TestDetector::anOrderlyRemovalClosesTheHandle()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     f.recorder.waitFor(2);
     QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
-    QVERIFY(f.tree.requestRemoval(node(transmitter).interfacePath));
+    QVERIFY(f.tree.requestRemoval(hidNode(transmitter).interfacePath));
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
     QCOMPARE(f.tree.openFileCount(), std::size_t(0));
 }
@@ -317,13 +294,13 @@ void TestDetector::anOrderlyRemovalClosesTheHandle()
 void TestDetector::removedRecordsStayReadableUntilForgotten()
 {
     Fixture f;
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     f.recorder.waitFor(2);
     DeviceInstance* const removed = f.recorder.last;
-    f.tree.unplug(node(transmitter).interfacePath);
+    f.tree.unplug(hidNode(transmitter).interfacePath);
     f.recorder.waitFor(3);
-    f.tree.plug(node(transmitter));
+    f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(4);
     QVERIFY(f.recorder.last != removed); // the address names the removed one still
     QCOMPARE(removed->productId, std::uint16_t(4));
@@ -339,7 +316,7 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     std::thread plugger([&] {
         for (int i = 0; i < 2000; ++i) {
             const DeviceNode plugged =
-                node(i % 2 ? headset : transmitter, L"7&1A2B3C&0&000" + std::to_wstring(i % 5));
+                hidNode(i % 2 ? headset : transmitter, L"7&1A2B3C&0&000" + std::to_wstring(i % 5));
             f.tree.plug(plugged);
             if (i % 3)
                 f.tree.unplug(plugged.interfacePath);

@@ -77,7 +77,7 @@ struct Run : HidFixture
         if (isCommand('\xFF', "00"))
             return address + "=" + end;
         if (isCommand('\xFF', "0C000000"))
-            return "E" + end;
+            return "E" + frame.mid(24);
         return isCommand('\xFF', "03") ? "C" + end : frame == "FF020005" ? "X" : hex;
     }
 
@@ -296,7 +296,7 @@ void TestFlasher::theLogTellsEveryStep()
         "Available RAM for download is 7149 bytes|Splitting image into multiple downloads|"
         "Erasing Flash starting at 0x0000|Erasing Flash starting at 0x1000|Erasing Flash "
         "starting at 0x2000|Start programming at address 0x0000|" +
-        chunk + "0000|" + chunk + "1000|" + chunk + "2000";
+        chunk + "0000|" + chunk + "1000|" + chunk + "2000|Final wait";
     QCOMPARE(run.log.text().replace("Transmitter: ", "").replace("Transmitter", ""), expected);
 }
 

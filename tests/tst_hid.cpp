@@ -150,7 +150,7 @@ void TestHid::aDeviceMovesVectorsUpToItsReportLength()
     QFETCH(const bool, isRead);
     HidFixture f;
     f.hid->answer = [&](const QByteArray& entry) {
-        return entry.left(1) + answerOf(0, 7).mid(1, answered - 1);
+        return (entry.left(1) + answerOf(0, 7).mid(1)).left(answered);
     };
     const Device device = Utilities::openHidDeviceByPath(f.path, 3, 0);
     Bytes report(static_cast<std::size_t>(bytes), 0x55);

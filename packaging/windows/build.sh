@@ -68,6 +68,13 @@ build_quazip() {
     echo "$qt_options" >"$cache/quazip.recipe"
 }
 
+# self_contained PROGRAM: fails where it needs a DLL that comes with the compiler or a library, not with Windows.
+self_contained() {
+    for dll in $(i686-w64-mingw32-objdump -p "$1" | sed -n 's/^\s*DLL Name: //p'); do
+        [ -z "$(find /usr/i686-w64-mingw32 /usr/lib/gcc/i686-w64-mingw32 -iname "$dll")" ] || fail "$1 needs $dll"
+    done
+}
+
 # shellcheck disable=SC2086
 install_packages $build_packages $windows_packages make perl dpkg-dev imagemagick zip
 build_qt
@@ -76,6 +83,9 @@ build_quazip
 cmake -G Ninja -S . -B "$build" --toolchain "$PWD/cmake/mingw-i686.cmake" -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_PREFIX_PATH="$cache/qt;$cache/quazip"
 cmake --build "$build"
+
+self_contained "$build/app/$updater.exe"
+self_contained "$build/packaging/windows/$updater"-*.exe
 
 # In folders of their own: the program takes a ZIP beside the package for the firmware archive.
 rm -rf "$build/package" "$build/zip"

@@ -9,9 +9,10 @@ cd "$(dirname "$0")/../.."
 
 [ -f "$build/app/$updater.exe" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
 root=$cache/wine-root
+root_packages="wine wine32 fonts-wine xvfb imagemagick"
 
 make_root() {
-    [ ! -f "$root/ready" ] || return 0
+    [ "$(cat "$root/ready" 2>/dev/null)" != "$root_packages" ] || return 0
     echo "Making a Debian with Wine; messages go to $cache/wine-root.log"
     as_root rm -rf "$root"
     # shellcheck disable=SC1091
@@ -19,11 +20,13 @@ make_root() {
     # shellcheck disable=SC2016
     repository=$(debian_repositories '$(REPO_URI)' "Codename: $release" | head -n 1)
     as_root debootstrap --variant=minbase "$release" "$root" "$repository" >"$cache/wine-root.log" &&
-        as_root chroot "$root" sh -ec 'dpkg --add-architecture i386
+        as_root chroot "$root" sh -ec "dpkg --add-architecture i386
             apt-get update
-            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends wine wine32 xvfb imagemagick
+            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $root_packages
             apt-get clean
-            touch /ready' >>"$cache/wine-root.log" 2>&1 ||
+            # This Wine looks for the symbols of its title bars only where all other fonts are.
+            ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts
+            echo '$root_packages' >/ready" >>"$cache/wine-root.log" 2>&1 ||
         fail "A Debian with 32-bit Wine could not be made; see $cache/wine-root.log"
 }
 

@@ -1,6 +1,19 @@
 #include "clock.h"
 
+#include <algorithm>
 #include <chrono>
+
+namespace {
+
+/// Waits are made against the system clock: thread sanitizer does not know the steady clock's variant.
+template <typename Duration>
+std::chrono::system_clock::time_point systemTimeIn(Duration duration)
+{
+    using SystemClock = std::chrono::system_clock;
+    return SystemClock::now() + std::chrono::duration_cast<SystemClock::duration>(duration);
+}
+
+} // namespace
 
 void RealClock::sleep(std::uint32_t ms)
 {
@@ -16,9 +29,74 @@ std::uint32_t RealClock::tickCount()
 bool RealClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                         std::uint32_t timeoutMs, const std::function<bool()>& condition)
 {
-    // A wait against the system clock: thread sanitizer does not know the steady clock's variant.
-    return changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::milliseconds(timeoutMs),
-                              condition);
+    return changed.wait_until(lock, systemTimeIn(std::chrono::milliseconds(timeoutMs)), condition);
+}
+
+ScaledClock::ScaledClock(double clockSpeed)
+    : speed(clockSpeed)
+{
+}
+
+void ScaledClock::setSpeed(double clockSpeed)
+{
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        changeTime = now();
+        changeWallTime = Wall::now();
+        speed = clockSpeed;
+    }
+    speedChanged.notify_all();
+}
+
+/// The lock is held.
+double ScaledClock::now() const
+{
+    return changeTime + Duration(Wall::now() - changeWallTime).count() * speed;
+}
+
+/// The lock is held.
+ScaledClock::Duration ScaledClock::untilWallShows(double time) const
+{
+    return Duration((time - now()) / speed);
+}
+
+void ScaledClock::sleep(std::uint32_t ms)
+{
+    constexpr Duration shortest(1);
+    std::unique_lock<std::mutex> lock(mutex);
+    const double end = now() + ms;
+    const auto earliestEnd = Wall::now() + shortest;
+    while (ms > 0) {
+        const Duration left = std::max<Duration>(untilWallShows(end), earliestEnd - Wall::now());
+        if (left <= Duration::zero())
+            return;
+        speedChanged.wait_until(lock, systemTimeIn(left));
+    }
+}
+
+std::uint32_t ScaledClock::tickCount()
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now()));
+}
+
+bool ScaledClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+                          std::uint32_t timeoutMs, const std::function<bool()>& condition)
+{
+    constexpr Duration patience(20); // after which it looks whether the speed has changed
+    const auto left = [this](double end) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return untilWallShows(end);
+    };
+    const double end = [this] {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return now();
+    }() + timeoutMs;
+    while (left(end) > Duration::zero()) {
+        if (changed.wait_until(lock, systemTimeIn(std::min(left(end), patience)), condition))
+            return true;
+    }
+    return condition();
 }
 
 VirtualClock::VirtualClock(std::uint32_t startTick)
@@ -51,7 +129,7 @@ void VirtualClock::sleep(std::uint32_t ms)
     if (onSleep)
         onSleep(ms);
     const std::lock_guard<std::mutex> guard(mutex);
-    tick += ms;
+    tick += std::max<std::uint32_t>(ms, 1);
     slept.push_back({std::this_thread::get_id(), ms});
 }
 

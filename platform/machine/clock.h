@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -36,7 +37,40 @@ public:
                  std::uint32_t timeoutMs, const std::function<bool()>& condition) override;
 };
 
-/// A clock on which every wait is over at once: sleeping moves the tick and is recorded.
+/// A clock that runs @p speed times as fast as the one on the wall. Waits that are under way when the speed
+/// changes follow it.
+class ScaledClock : public Clock
+{
+public:
+    /// At this speed an update takes about a second, in which it can still be watched.
+    static constexpr double atOnce = 1000;
+
+    explicit ScaledClock(double clockSpeed = 1);
+
+    void setSpeed(double clockSpeed);
+
+    /// However fast the clock runs, a sleep of more than 0 lasts a millisecond on the wall.
+    void sleep(std::uint32_t ms) override;
+    std::uint32_t tickCount() override;
+    bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+                 std::uint32_t timeoutMs, const std::function<bool()>& condition) override;
+
+private:
+    using Wall = std::chrono::steady_clock;
+    using Duration = std::chrono::duration<double, std::milli>;
+
+    double now() const;
+    Duration untilWallShows(double time) const;
+
+    mutable std::mutex mutex;
+    std::condition_variable speedChanged;
+    double speed;
+    double changeTime = 0; ///< of the last change of speed, in milliseconds of this clock
+    Wall::time_point changeWallTime = Wall::now();
+};
+
+/// A clock on which every wait is over at once: sleeping moves the tick and is recorded. A sleep of 0 moves
+/// it by 1, so that polling without a pause comes to its time limit as well.
 class VirtualClock : public Clock
 {
 public:

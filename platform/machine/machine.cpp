@@ -27,6 +27,7 @@ public:
     ServiceManager& serviceManager() override { return noServices; }
     AudioEndpoints& audioEndpoints() override { return noEndpoints; }
     ProcessTable& processTable() override { return realProcesses; }
+    Session& session() override { return noSession; }
 
 private:
     RealClock realClock;
@@ -34,6 +35,7 @@ private:
     NoServices noServices;
     NoEndpoints noEndpoints;
     RealProcessTable realProcesses;
+    NoSession noSession;
 };
 
 Machine* plainMachine()

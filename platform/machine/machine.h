@@ -5,6 +5,7 @@
 #include "devicetree.h"
 #include "processtable.h"
 #include "servicemanager.h"
+#include "session.h"
 
 /// A model of the computer that the program runs on, behind the functions of the Windows interface.
 class Machine
@@ -17,10 +18,11 @@ public:
     virtual ServiceManager& serviceManager() = 0;
     virtual AudioEndpoints& audioEndpoints() = 0;
     virtual ProcessTable& processTable() = 0;
+    virtual Session& session() = 0;
 };
 
 /// The machine in force: the innermost ScopedMachine's, or the plain one (real clock and processes; no
-/// devices, services or endpoints). Callable on any thread.
+/// devices, services, endpoints or session). Callable on any thread.
 Machine& currentMachine();
 
 /// Makes a machine the current one for its own lifetime. Everything opened on the machine is to be closed,

@@ -1,7 +1,7 @@
 #include "simulatedmachine.h"
 
-SimulatedMachine::SimulatedMachine(VirtualClock* virtualClock)
-    : activeClock(virtualClock ? static_cast<Clock*>(virtualClock) : &realClock)
+SimulatedMachine::SimulatedMachine(Clock* ownClock)
+    : activeClock(ownClock ? ownClock : &realClock)
     , processes(&realProcesses)
     , tree(*activeClock)
     , services(*activeClock)

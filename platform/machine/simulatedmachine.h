@@ -6,19 +6,21 @@
 #include "simulatedaudioendpoints.h"
 #include "simulateddevicetree.h"
 #include "simulatedservicemanager.h"
+#include "simulatedsession.h"
 
-/// The machine of tests and of the bench: a virtual or a real clock, and parts to be scripted.
+/// The machine of tests and of the bench: a clock of one's choice, and parts to be scripted.
 class SimulatedMachine : public Machine
 {
 public:
-    /// With @p virtualClock null the clock is the real one; otherwise it is borrowed.
-    explicit SimulatedMachine(VirtualClock* virtualClock);
+    /// With @p ownClock null the clock is the real one; otherwise it is borrowed.
+    explicit SimulatedMachine(Clock* ownClock);
 
     Clock& clock() override { return *activeClock; }
     SimulatedDeviceTree& deviceTree() override { return tree; }
     SimulatedServiceManager& serviceManager() override { return services; }
     SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
     ProcessTable& processTable() override { return *processes; }
+    SimulatedSession& session() override { return userSession; }
 
     /// Replaces the real processes by a scripted table, which is borrowed.
     void setProcessTable(ProcessTable& table) { processes = &table; }
@@ -31,4 +33,5 @@ private:
     SimulatedDeviceTree tree;
     SimulatedServiceManager services;
     SimulatedAudioEndpoints endpoints;
+    SimulatedSession userSession;
 };

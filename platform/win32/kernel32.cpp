@@ -1,4 +1,4 @@
-// Errors, handles, events, threads, waiting, time, memory, modules, device files.
+// Errors, handles, events, threads, waiting, time, power, memory, modules, device files.
 
 #include <windows.h>
 
@@ -238,6 +238,18 @@ void WINAPI Sleep(DWORD milliseconds)
 DWORD WINAPI GetTickCount()
 {
     return currentMachine().clock().tickCount();
+}
+
+EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
+{
+    if (state & ~(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) {
+        SetLastError(ERROR_INVALID_PARAMETER); // other requirements are not modelled
+        return 0;
+    }
+    const EXECUTION_STATE previous = currentMachine().session().setExecutionState(state);
+    if (previous == 0)
+        SetLastError(ERROR_NOT_SUPPORTED);
+    return previous;
 }
 
 HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes)

@@ -105,8 +105,10 @@ private:
                 continue;
             }
             const UINT command = item.id;
-            connect(menu->addAction(QString::fromStdWString(item.text)), &QAction::triggered, window,
-                    [window, command] { choose(window, command); });
+            // Queued: what is chosen may take long, and the menu is to be gone by then.
+            connect(
+                menu->addAction(QString::fromStdWString(item.text)), &QAction::triggered, window,
+                [window, command] { choose(window, command); }, Qt::QueuedConnection);
         }
         menu->popup(position);
     }

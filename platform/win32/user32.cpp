@@ -1,4 +1,4 @@
-// Hidden windows, messages, device notifications.
+// Hidden windows, messages, device notifications, the end of the session.
 
 #include <windows.h>
 
@@ -305,4 +305,24 @@ HDEVNOTIFY WINAPI RegisterDeviceNotificationW(HANDLE recipient, LPVOID filter, D
 BOOL WINAPI UnregisterDeviceNotification(HDEVNOTIFY handle)
 {
     return HandleTable::take<Notification>(handle) != nullptr;
+}
+
+BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
+{
+    if (!window) {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        return FALSE;
+    }
+    if (currentMachine().session().setBlockReason(window, reason))
+        return TRUE;
+    SetLastError(ERROR_NOT_SUPPORTED);
+    return FALSE;
+}
+
+BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
+{
+    if (currentMachine().session().removeBlockReason(window))
+        return TRUE;
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return FALSE;
 }

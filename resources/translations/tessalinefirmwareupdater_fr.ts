@@ -184,7 +184,7 @@ Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
         <source>One or both of your devices have been disconnected. Please reconnect your devices to restart the firmware update process.</source>
-        <translation>L&apos;un de vos appareils, ou les deux, ont été déconnectés. Reconnectez-les pour recommencer la mise à jour du firmware.</translation>
+        <translation>L&apos;un de vos appareils ou les deux ont été déconnectés. Reconnectez-les pour recommencer la mise à jour du firmware.</translation>
     </message>
     <message>
         <source>Error code:</source>

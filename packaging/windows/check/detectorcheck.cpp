@@ -1,12 +1,18 @@
-// Runs the detector for every HID interface, against the system's own. Prints what it reported and what 100
-// more starts and stops left behind; exit status 0 where that is nothing.
+// detectorcheck NUMBER: waits until the system has that number of HID interfaces, then runs the detector for
+// every HID interface. Prints what it reported and what 100 more starts and stops left behind; exit status 0
+// where that is nothing.
 #include <atomic>
 #include <cstdio>
+#include <cwchar>
 #include <vector>
 
 #include <windows.h>
 
+#include <setupapi.h>
 #include <winternl.h>
+extern "C" {
+#include <hidsdi.h>
+}
 
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
@@ -16,7 +22,33 @@ namespace {
 constexpr int warmUpRounds = 3;
 constexpr int rounds = 100;
 constexpr DWORD timeLimitMs = 60000;
+constexpr DWORD pollMs = 50;
 constexpr DeviceId anyHidInterface{0, 0, InterfaceKind::Hid};
+
+DWORD presentHidInterfaces()
+{
+    GUID hidClass;
+    HidD_GetHidGuid(&hidClass);
+    const HDEVINFO set =
+        SetupDiGetClassDevsW(&hidClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    SP_DEVICE_INTERFACE_DATA data{};
+    data.cbSize = sizeof(data);
+    DWORD count = 0;
+    while (SetupDiEnumDeviceInterfaces(set, nullptr, &hidClass, count, &data))
+        ++count;
+    SetupDiDestroyDeviceInfoList(set);
+    return count;
+}
+
+/// A system that has just been started is still bringing up its devices.
+bool waitForHidInterfaces(DWORD number)
+{
+    for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {
+        if (presentHidInterfaces() == number)
+            return true;
+    }
+    return false;
+}
 
 class Reports final : public DeviceDetectorListener
 {
@@ -78,8 +110,13 @@ bool runOnce(DeviceDetector& detector, Reports& reports)
 
 } // namespace
 
-int wmain()
+int wmain(int argc, wchar_t* argv[])
 {
+    if (argc != 2 || !waitForHidInterfaces(std::wcstoul(argv[1], nullptr, 0))) {
+        std::printf("There are %lu HID interfaces.\n", presentHidInterfaces());
+        return 1;
+    }
+
     Reports reports;
     DeviceDetector* const detector = createDeviceDetector();
     if (!runOnce(*detector, reports)) {

@@ -13,21 +13,9 @@
 #define DEVICE_STATE_UNPLUGGED 0x8
 #define DEVICE_STATEMASK_ALL 0xf
 
-typedef enum _EDataFlow
-{
-    eRender = 0,
-    eCapture = 1,
-    eAll = 2,
-    EDataFlow_enum_count = 3
-} EDataFlow;
+typedef enum _EDataFlow { eRender = 0, eCapture = 1, eAll = 2, EDataFlow_enum_count = 3 } EDataFlow;
 
-typedef enum _ERole
-{
-    eConsole = 0,
-    eMultimedia = 1,
-    eCommunications = 2,
-    ERole_enum_count = 3
-} ERole;
+typedef enum _ERole { eConsole = 0, eMultimedia = 1, eCommunications = 2, ERole_enum_count = 3 } ERole;
 
 struct IMMNotificationClient;
 

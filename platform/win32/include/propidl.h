@@ -9,8 +9,7 @@ typedef struct tagPROPVARIANT
     WORD wReserved1;
     WORD wReserved2;
     WORD wReserved3;
-    union
-    {
+    union {
         LPWSTR pwszVal;
         BLOB blob;
     };

@@ -96,6 +96,7 @@ typedef GUID* LPGUID;
 #define ERROR_NO_MORE_FILES 18
 #define ERROR_GEN_FAILURE 31
 #define ERROR_SHARING_VIOLATION 32
+#define ERROR_NOT_SUPPORTED 50
 #define ERROR_INVALID_PARAMETER 87
 #define ERROR_INSUFFICIENT_BUFFER 122
 #define ERROR_MOD_NOT_FOUND 126
@@ -163,6 +164,17 @@ void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
 void WINAPI Sleep(DWORD milliseconds);
 DWORD WINAPI GetTickCount(void);
 
+// ---- Power
+// ------------------------------------------------------------------------------------------------------
+
+#define ES_SYSTEM_REQUIRED ((DWORD)0x00000001)
+#define ES_DISPLAY_REQUIRED ((DWORD)0x00000002)
+#define ES_CONTINUOUS ((DWORD)0x80000000)
+
+typedef DWORD EXECUTION_STATE;
+
+EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
+
 // ---- Memory, modules, processes
 // ---------------------------------------------------------------------------------
 
@@ -206,6 +218,7 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID inBuffer,
 // ---- Windows, messages, menus
 // -----------------------------------------------------------------------------------
 
+#define WM_QUERYENDSESSION 0x0011
 #define WM_QUIT 0x0012
 #define WM_SYSCOMMAND 0x0112
 #define WM_DEVICECHANGE 0x0219
@@ -268,6 +281,8 @@ BOOL WINAPI UnregisterDeviceNotification(HDEVNOTIFY handle);
 HMENU WINAPI GetSystemMenu(HWND window, BOOL revert);
 int WINAPI GetMenuItemCount(HMENU menu);
 UINT WINAPI GetMenuItemID(HMENU menu, int position);
+BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason);
+BOOL WINAPI ShutdownBlockReasonDestroy(HWND window);
 BOOL WINAPI InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR newItemId, LPCWSTR newItem);
 
 #ifdef __cplusplus

@@ -25,7 +25,6 @@
 #define REGDB_E_CLASSNOTREG ((HRESULT)0x80040154)
 #define E_ACCESSDENIED ((HRESULT)0x80070005)
 #define E_INVALIDARG ((HRESULT)0x80070057)
-#define HRESULT_FROM_WIN32(x)                                                                                \
-    ((HRESULT)(x) <= 0 ? (HRESULT)(x) : (HRESULT)(((x)&0x0000FFFF) | 0x80070000))
+#define HRESULT_FROM_WIN32(x) ((HRESULT)(x) <= 0 ? (HRESULT)(x) : (HRESULT)(((x)&0x0000FFFF) | 0x80070000))
 #define SUCCEEDED(hr) ((HRESULT)(hr) >= 0)
 #define FAILED(hr) ((HRESULT)(hr) < 0)

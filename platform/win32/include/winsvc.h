@@ -53,10 +53,7 @@ extern "C" {
 
 typedef struct SC_HANDLE__* SC_HANDLE;
 
-typedef enum _SC_STATUS_TYPE
-{
-    SC_STATUS_PROCESS_INFO = 0
-} SC_STATUS_TYPE;
+typedef enum _SC_STATUS_TYPE { SC_STATUS_PROCESS_INFO = 0 } SC_STATUS_TYPE;
 
 typedef struct _SERVICE_STATUS
 {

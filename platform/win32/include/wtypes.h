@@ -7,11 +7,7 @@
 
 typedef unsigned short VARTYPE;
 
-enum VARENUM
-{
-    VT_EMPTY = 0,
-    VT_LPWSTR = 31
-};
+enum VARENUM { VT_EMPTY = 0, VT_LPWSTR = 31 };
 
 typedef struct tagBLOB
 {
@@ -25,13 +21,11 @@ typedef struct _tagpropertykey
     DWORD pid;
 } PROPERTYKEY;
 
-typedef enum tagCLSCTX
-{
+typedef enum tagCLSCTX {
     CLSCTX_INPROC_SERVER = 0x1,
     CLSCTX_INPROC_HANDLER = 0x2,
     CLSCTX_LOCAL_SERVER = 0x4,
     CLSCTX_REMOTE_SERVER = 0x10
 } CLSCTX;
 
-#define CLSCTX_ALL                                                                                           \
-    (CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER)
+#define CLSCTX_ALL (CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER)

@@ -1,0 +1,85 @@
+// Inspection of the image in a device that answers whatever it likes: it ends in bounded time, and nothing
+// but requests to load and to read is sent.
+
+#include "fuzztarget.h"
+
+#include <algorithm>
+
+#include "devicereader_p.h"
+#include "firmwareutilities.h"
+#include "scriptedhid.h"
+#include "utilities.h"
+
+namespace {
+
+constexpr int operationOffset = 8;
+constexpr int countOffset = 11; // in the request for an answer
+constexpr std::uint32_t enoughMs = 120 * 1000;
+
+/// Answers out of the fuzz input. Its first byte tells what comes after its end: all answers zero, or none.
+/// For each answer there is a byte that tells its kind, then the bytes that were asked for.
+class LyingChip
+{
+public:
+    LyingChip(ScriptedHid& function, const std::uint8_t* data, std::size_t size)
+        : hid(function)
+        , next(data)
+        , end(data + size)
+    {
+        answersOn = take() % 2 == 0;
+        hid.onSet = [this](const QByteArray& report) { hear(report); };
+        hid.answer = [this](const QByteArray& entry) { return answer(entry); };
+    }
+
+private:
+    enum Kind : std::uint8_t { Fails, NoData, Short, Oversized, Whole };
+
+    void hear(const QByteArray& report)
+    {
+        const auto operation = static_cast<std::uint8_t>(report.at(operationOffset));
+        FuzzTarget::require(operation == 0x00 || operation == 0x81 || operation == 0x84,
+                            "a device that is looked at is told to do something");
+        asked = static_cast<std::uint8_t>(report.at(countOffset));
+    }
+
+    QByteArray answer(const QByteArray& entry)
+    {
+        constexpr int statusOffset = 1;
+        constexpr int dataOffset = 11;
+        const bool isOver = next == end;
+        const std::uint8_t kind = isOver ? std::uint8_t{answersOn ? Whole : Fails} : take();
+        hid.getError = kind == Fails ? ERROR_GEN_FAILURE : ERROR_SUCCESS;
+        QByteArray report = entry;
+        report[statusOffset] = static_cast<char>(kind == NoData);
+        const int count = std::min(asked, entry.size() - dataOffset);
+        for (int i = 0; i < count; ++i)
+            report[dataOffset + i] = static_cast<char>(take());
+        if (kind == Short)
+            return report.left(take());
+        return kind == Oversized ? report + report : report;
+    }
+
+    std::uint8_t take() { return next == end ? 0 : *next++; }
+
+    ScriptedHid& hid;
+    const std::uint8_t* next;
+    const std::uint8_t* const end;
+    bool answersOn;
+    int asked = 0;
+};
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const FuzzTarget::SilentLog silence;
+    HidFixture f;
+    const LyingChip chip(*f.hid, data, size);
+    const auto device = Utilities::openHidDeviceByPath(f.path, 3, 1);
+    FuzzTarget::require(device != nullptr, "the device cannot be opened");
+    const ReadDataHelper_FromDevice reader(device, std::make_shared<const std::atomic<bool>>(false));
+    FirmwareUtilities::getPid(reader);
+    FuzzTarget::require(!FirmwareUtilities::getVersion(reader).isNull(), "a null version");
+    FuzzTarget::require(f.clock.tickCount() < enoughMs, "a device keeps the updater busy");
+    return 0;
+}

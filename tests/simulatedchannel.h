@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QtTest>
+
+#include "abstracthiddevice.h"
+#include "simulateddevice.h"
+#include "utilities.h"
+
+constexpr int patienceMs = 20000; // for what is waited for, under a sanitizer too
+
+/// Waits until @p actual, which gives a text, is @p expected.
+#define TRY_COMPARE(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, QByteArray(expected), patienceMs)
+
+/// The command channel of a simulated device, opened through the layer. It is lost when the device goes.
+class Channel
+{
+public:
+    explicit Channel(const SimulatedDevice& device)
+        : hid(Utilities::openHidDeviceByPath(device.channelPath(), 3, 3))
+    {
+    }
+
+    bool isOpen() const { return hid != nullptr; }
+
+    /// Sends the report that begins with the given bytes. The rest is 0.
+    bool send(const QByteArray& bytes)
+    {
+        std::vector<unsigned char> report(bytes.begin(), bytes.end());
+        return hid && hid->setFeatureBlocking(&report);
+    }
+    bool send(const char* hex) { return send(QByteArray::fromHex(hex)); }
+
+    /// Writes bytes, in hexadecimal notation, at a chip address.
+    bool write(unsigned address, const QByteArray& hex)
+    {
+        QByteArray frame = QByteArray::fromHex("FF0000FF0400000000" + word(address) + hex);
+        frame[1] = static_cast<char>(frame.size() - 2);
+        frame[7] = static_cast<char>(frame.size() - 7);
+        return send(frame);
+    }
+
+    /// Asks for bytes at a chip address; answer() then collects them.
+    bool ask(unsigned address, int count)
+    {
+        return send(QByteArray::fromHex("FF0A00FD0400000581" + word(address)) + static_cast<char>(count));
+    }
+
+    /// The bytes asked for and what follows them; "no data" or "failed".
+    QByteArray answer()
+    {
+        std::vector<unsigned char> report(64);
+        report[0] = 0xFF;
+        if (!hid || !hid->getFeatureBlocking(&report))
+            return "failed";
+        return report[1] == 1 ? "no data" : QByteArray(reinterpret_cast<const char*>(&report[11]), 53);
+    }
+
+private:
+    /// A number's two bytes, the low one first.
+    static QByteArray word(unsigned value)
+    {
+        const char bytes[] = {static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)};
+        return QByteArray(bytes, 2).toHex();
+    }
+
+    std::shared_ptr<AbstractHidDevice> hid;
+};
+
+inline void enterProgrammingMode(SimulatedDevice& device)
+{
+    QVERIFY(Channel(device).send("FF02000A"));
+    QTRY_VERIFY_WITH_TIMEOUT(device.isSettled() && device.isPluggedIn() && device.isProgramming(),
+                             patienceMs);
+}

@@ -1,0 +1,275 @@
+// The simulated devices are honest: what comes in a wrong order leaves wrong bytes, or is refused and told.
+
+#include <QtTest>
+
+#include "hidnode.h"
+#include "imagebuilder.h"
+#include "simulatedchannel.h"
+#include "simulatedpair.h"
+
+Q_DECLARE_METATYPE(Fault)
+
+namespace {
+
+/// Chip 12, revision 2: the control block at C44A, the download buffer at C764.
+struct Computer : SimulatedPair
+{
+    explicit Computer(DeviceType type)
+        : SimulatedPair(setup())
+        , tested(device(type))
+    {
+        tested.plugIn();
+    }
+
+    static Setup setup()
+    {
+        Setup result;
+        result.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter());
+        result.headsetImage = ImageBuilder::build(ImageBuilder::headset());
+        return result;
+    }
+
+    std::vector<int> usagePages()
+    {
+        std::vector<int> pages;
+        for (const auto& node : machine.deviceTree().presentNodes(hidClass()))
+            pages.push_back(node->hid->capabilities().usagePage);
+        return pages;
+    }
+
+    SimulatedDevice& tested;
+};
+
+/// Fills the chunk's first 256 bytes in RAM.
+bool download(Channel& channel, char byte)
+{
+    return channel.send(QByteArray::fromHex("E4000000000001") + QByteArray(256, byte));
+}
+
+const char commit[] = "FF0700FF0400000203";
+const char erase[] = "FF0A00FF040000050C000000";
+
+/// What has to be written before a commit of the first 256 bytes, and what is said where it was not.
+struct Preparation
+{
+    unsigned address;
+    const char* bytes; ///< for the transmitter, and after the comma for the headset
+    const char* refusal;
+};
+constexpr Preparation preparations[] = {
+    {0xC0A7, "00,00", "C0 patch"},
+    {0xC44A, "01,02", "memory type"},
+    {0xC45E, "00100000,00000000", "geometry"},
+    {0xC457, "00200000020001,00200000014000", "geometry"},
+    {0xC44B, "00000000,00000000", "target"},
+    {0xC44F, "64C7,64C7", "target"},
+    {0xC451, "0001,0001", "target"},
+    {0xC454, "0000,0000", "target"},
+};
+
+void prepare(Channel& channel, bool isTransmitter, int without)
+{
+    const QByteArray pins = isTransmitter ? "5005" : "0A";
+    QVERIFY(without == -1 || channel.write(isTransmitter ? 0xF0E1 : 0xF0E2, pins));
+    for (int i = 0; i < int(std::size(preparations)); ++i) {
+        const QByteArray bytes = QByteArray(preparations[i].bytes).split(',')[isTransmitter ? 0 : 1];
+        QVERIFY(i == without || channel.write(preparations[i].address, bytes));
+    }
+}
+
+constexpr int nothing = 99;
+
+} // namespace
+
+class TestSimulatedPair : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theModeIsKeptWithoutPower();
+    void aCommitNeedsWhatComesBeforeIt_data();
+    void aCommitNeedsWhatComesBeforeIt();
+    void norFlashIsErasedBeforeItIsProgrammed();
+    void loadedRowsLieApart();
+    void faultsStrikeAtTheirTransfer_data();
+    void faultsStrikeAtTheirTransfer();
+    void faultsOfTheRestartStrikeAtTheNextOne();
+};
+
+void TestSimulatedPair::theModeIsKeptWithoutPower()
+{
+    Computer computer(Headset);
+    const std::vector<int> normal{0x000C, 0xFF00};
+    const std::vector<int> programming{0xFF00};
+    QCOMPARE(computer.usagePages(), normal);
+    QVERIFY(computer.tested.channelPath().find(L"VID_7A31&PID_0006") != std::wstring::npos);
+    enterProgrammingMode(computer.tested);
+    QVERIFY(computer.tested.channelPath().find(L"VID_170D&PID_0101") != std::wstring::npos);
+    Channel channel(computer.tested);
+    QVERIFY(channel.write(0x2000, "77") && channel.ask(0x2000, 1) && channel.answer().startsWith('\x77'));
+    computer.tested.unplug();
+    QVERIFY(!channel.ask(0x2000, 1) && computer.usagePages().empty());
+    computer.tested.plugIn();
+    QCOMPARE(computer.usagePages(), programming);
+    {
+        Channel afresh(computer.tested);
+        QVERIFY(afresh.ask(0x2000, 1) && !afresh.answer().startsWith('\x77')); // RAM is not
+    }
+
+    // An image that is none is no way out of programming mode, a valid one is.
+    const auto image = computer.tested.memory();
+    for (const bool isValid : {false, true}) {
+        Channel programmed(computer.tested);
+        prepare(programmed, false, nothing);
+        const QByteArray bytes(reinterpret_cast<const char*>(image.data()), isValid ? 256 : 0);
+        QVERIFY(programmed.send(QByteArray::fromHex("E4000000000001") + bytes.leftJustified(256, '\x55')));
+        QVERIFY(programmed.send(commit) && programmed.send("FF020005"));
+        QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled() && computer.tested.isPluggedIn(), patienceMs);
+        QCOMPARE(computer.usagePages(), isValid ? normal : programming);
+    }
+    QVERIFY(computer.tested.memory() == image);
+}
+
+void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt_data()
+{
+    QTest::addColumn<bool>("isTransmitter");
+    QTest::addColumn<int>("without");
+    QTest::addColumn<QByteArray>("refusal");
+    for (const bool isTransmitter : {true, false}) {
+        const char* const name = isTransmitter ? "transmitter" : "headset";
+        QTest::addRow("%s, complete", name) << isTransmitter << nothing << QByteArray();
+        QTest::addRow("%s, without pins", name)
+            << isTransmitter << -1 << QByteArray("commit refused: pin multiplexer");
+        for (int i = 0; i < int(std::size(preparations)); ++i)
+            QTest::addRow("%s, without %X", name, preparations[i].address)
+                << isTransmitter << i << QByteArray("commit refused: ") + preparations[i].refusal;
+    }
+}
+
+void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
+{
+    QFETCH(const bool, isTransmitter);
+    QFETCH(const int, without);
+    QFETCH(const QByteArray, refusal);
+    Computer computer(isTransmitter ? Transmitter : Headset);
+    Channel normal(computer.tested);
+    prepare(normal, isTransmitter, nothing);
+    QVERIFY(normal.send(commit)); // the application takes none
+    QCOMPARE(computer.tested.refusals(), std::vector<std::string>{"commit refused: programming mode"});
+    enterProgrammingMode(computer.tested);
+    Channel channel(computer.tested);
+    prepare(channel, isTransmitter, without);
+    std::vector<std::uint8_t> expected = computer.tested.memory();
+    QVERIFY(download(channel, 0x3C) && channel.send(commit));
+    for (int i = 0; refusal.isEmpty() && i < 256; ++i)
+        expected[i] = isTransmitter ? expected[i] & 0x3C : 0x3C; // programming NOR flash only clears bits
+    QVERIFY(computer.tested.memory() == expected);
+    QCOMPARE(QByteArray::fromStdString(computer.tested.refusals().back()),
+             refusal.isEmpty() ? "commit refused: programming mode" : refusal);
+}
+
+void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
+{
+    for (const DeviceType type : {Transmitter, Headset}) {
+        Computer computer(type);
+        enterProgrammingMode(computer.tested);
+        Channel channel(computer.tested);
+        prepare(channel, type == Transmitter, nothing);
+        std::vector<std::uint8_t> expected = computer.tested.memory();
+        QVERIFY(channel.write(0xC44B, "00100000") && channel.write(0xC451, "0100") && channel.send(erase));
+        if (type == Transmitter)
+            std::fill(expected.begin() + 0x1000, expected.begin() + 0x2000, 0xFF);
+        QVERIFY(computer.tested.memory() == expected);
+        QVERIFY(channel.write(0xC451, "0001") && download(channel, 0x3C) && channel.send(commit));
+        std::fill(expected.begin() + 0x1000, expected.begin() + 0x1100, 0x3C);
+        QVERIFY(computer.tested.memory() == expected);
+        QCOMPARE(computer.tested.refusals().size(), type == Transmitter ? std::size_t(0) : 1);
+        QVERIFY(channel.write(0xC44B, "00080000") && channel.write(0xC451, "0100") && channel.send(erase));
+        QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target")); // within a sector
+    }
+}
+
+void TestSimulatedPair::loadedRowsLieApart()
+{
+    Computer computer(Headset);
+    Channel channel(computer.tested);
+    const auto memory = computer.tested.memory();
+    const QByteArray image(reinterpret_cast<const char*>(memory.data()), 64);
+    QVERIFY(channel.write(0xC44B, "0600000060C02000") && channel.send("FF0700FF0400000284"));
+    QVERIFY(channel.ask(0xC060, 16));
+    QCOMPARE(channel.answer().left(16), image.mid(6, 16));
+    QVERIFY(channel.ask(0xD060, 16));
+    QCOMPARE(channel.answer().left(16), image.mid(22, 16));
+    QVERIFY(channel.ask(0xC070, 16));
+    QVERIFY(channel.answer().left(16) != image.mid(22, 16));
+    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer is there once
+}
+
+void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
+{
+    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<int>("transfer");
+    QTest::addColumn<QByteArray>("outcomes"); // of each transfer: well, failed, no data, wrong identity
+    QTest::addColumn<int>("struckAt");
+    const auto row = [](Fault fault, int transfer, const char* outcomes, int struckAt) {
+        QTest::addRow("fault %d at %d", int(fault), transfer)
+            << fault << transfer << QByteArray(outcomes) << struckAt;
+    };
+    row(Fault::None, 1, "........", 0);
+    row(Fault::Vanish, 1, "xxxxxxxx", 1);
+    row(Fault::Vanish, 4, "...xxxxx", 4);
+    row(Fault::PowerLost, 3, "..xxxxxx", 3);
+    row(Fault::TransferFails, 3, "..xn....", 3);
+    row(Fault::TransferFails, 4, "...x....", 4);
+    row(Fault::NoData, 3, "...n....", 4);
+    row(Fault::NoData, 4, "...n....", 4);
+    row(Fault::ShortAnswer, 6, ".....x..", 6);
+    row(Fault::WrongIdentity, 3, "...w.w.w", 3);
+    row(Fault::WrongIdentity, 4, ".....w.w", 4);
+}
+
+void TestSimulatedPair::faultsStrikeAtTheirTransfer()
+{
+    QFETCH(const Fault, fault);
+    QFETCH(const int, transfer);
+    QFETCH(const int, struckAt);
+    Computer computer(Transmitter);
+    Channel channel(computer.tested);
+    computer.tested.setFault(fault, transfer);
+    QByteArray outcomes;
+    for (int i = 0; i < 4; ++i) {
+        outcomes += channel.ask(0xF004, 1) ? '.' : 'x';
+        const QByteArray answer = channel.answer();
+        if (answer == "failed" || answer == "no data")
+            outcomes += answer == "failed" ? 'x' : 'n';
+        else
+            outcomes += answer[0] == 12 ? '.' : 'w';
+    }
+    QTEST(outcomes, "outcomes");
+    QCOMPARE(computer.tested.struckAt().value_or(SimulatedDevice::Transfers()).count, struckAt);
+    QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled(), patienceMs);
+    QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // lost power comes back
+}
+
+void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
+{
+    for (const Fault fault : {Fault::NeverBack, Fault::RefuseOpen, Fault::OtherPort}) {
+        Computer computer(Headset);
+        computer.tested.setFault(fault, 2);
+        Channel channel(computer.tested);
+        QVERIFY(channel.ask(0xF004, 1) && channel.send("FF02000A"));
+        QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled(), patienceMs);
+        QCOMPARE(computer.tested.struckAt()->count, 2);
+        QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::NeverBack);
+        QCOMPARE(Channel(computer.tested).isOpen(), fault == Fault::OtherPort);
+        const std::wstring path = computer.tested.channelPath();
+        computer.tested.unplug();
+        computer.tested.plugIn();
+        QVERIFY(computer.tested.isProgramming() && Channel(computer.tested).isOpen());
+        QVERIFY(fault != Fault::OtherPort || computer.tested.channelPath() == path);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestSimulatedPair)
+
+#include "tst_simulatedpair.moc"

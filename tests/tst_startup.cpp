@@ -1,0 +1,329 @@
+// The start of the program: its log, its language, and where it looks for an archive.
+
+#include <csignal>
+#include <thread>
+
+#include <dirent.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QTranslator>
+
+#include "appfixture.h"
+#include "logfile.h"
+#include "startup.h"
+
+using Processes = std::vector<ProcessEntry>;
+Q_DECLARE_METATYPE(Processes)
+
+namespace {
+
+constexpr char printTexts[] = "--print-texts";
+
+QByteArray contentsOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool makeFile(const QString& path, const QByteArray& contents = QByteArray())
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
+}
+
+/// What a user of the system's language reads: of the form, of the code, and of Qt itself.
+int printTextsOfThisLanguage(int argc, char** argv)
+{
+    const QApplication application(argc, argv);
+    QTranslator ofQt, ofProgram;
+    Startup::installTranslator(ofQt, "qt_"_s);
+    Startup::installTranslator(ofProgram, "tessalinefirmwareupdater_"_s);
+    const QStringList texts{QCoreApplication::translate("InfoScreenClass", "Back"),
+                            QCoreApplication::translate("MainWindow", "Update"),
+                            QCoreApplication::translate("QPlatformTheme", "Cancel")};
+    std::puts(texts.join(QLatin1Char('|')).toUtf8().constData());
+    return std::fflush(stdout);
+}
+
+/// The program has process number 7.
+class ScriptedProcesses : public ProcessTable
+{
+public:
+    explicit ScriptedProcesses(Processes listed)
+        : entries(std::move(listed))
+    {
+    }
+
+    DWORD currentId() override { return 7; }
+    Processes snapshot() override { return entries; }
+    bool exists(DWORD id) override { return id == 5 || id == 6; }
+    std::wstring imagePath(DWORD id) override { return id == 5 ? L"/opt/package/setup" : L""; }
+    bool isWow64() override { return false; }
+
+private:
+    const Processes entries;
+};
+
+} // namespace
+
+class TestStartup : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void theLogIsNamedAfterTheMinuteAndHoldsTheMessagesOfTheLastRun();
+    void everyLineIsWholeWhicheverThreadWritesIt();
+    void aFullDiskLosesMessagesAndNothingElse();
+    void theTextsAreInTheSystemsLanguage();
+    void theSwitchCountsAsAWholeArgument();
+    void theFirstReadableArchiveIsTaken_data();
+    void theFirstReadableArchiveIsTaken();
+    void theParentsFolderIsFoundOrTheWorkingDirectoryServes_data();
+    void theParentsFolderIsFoundOrTheWorkingDirectoryServes();
+    void theProgramLoadsTheArchiveOfThePackageThatStartsIt_data();
+    void theProgramLoadsTheArchiveOfThePackageThatStartsIt();
+
+private:
+    std::size_t handlesBefore = 0;
+    const QTemporaryDir folder;
+};
+
+void TestStartup::theLogIsNamedAfterTheMinuteAndHoldsTheMessagesOfTheLastRun()
+{
+    qputenv("TMPDIR", QFile::encodeName(folder.path()));
+    const QDateTime start(QDate(2024, 3, 5), QTime(7, 9, 59));
+    const QString path = Startup::logFilePath(start);
+    QCOMPARE(path, folder.filePath("ZEFO_VYNT_Firmware_Update_Logs/20240305-0709.txt"_s));
+    for (const char* const run : {"first run", "second run"}) {
+        const LogFile log(Startup::logFilePath(start));
+        qDebug() << run << "C:/a b"_s;
+        qCritical("%s: 0x%.4X", run, 10u);
+        qWarning("two\nlines");
+    }
+    QCOMPARE(contentsOf(path), QByteArray("second run \"C:/a b\"\r\nsecond run: 0x000A\r\ntwo\r\nlines\r\n"));
+    QTest::ignoreMessage(QtDebugMsg, "after the log's end"); // goes where it went before
+    qDebug("after the log's end");
+}
+
+void TestStartup::everyLineIsWholeWhicheverThreadWritesIt()
+{
+    constexpr int threads = 8, messages = 800000;
+    const QString path = folder.filePath("threads.txt"_s);
+    {
+        const LogFile log(path);
+        std::vector<std::thread> writers;
+        for (int writer = 0; writer < threads; ++writer) {
+            writers.emplace_back([writer] {
+                for (int i = 0; i < messages / threads; ++i)
+                    qDebug("message %d of writer %d, and a few words more", i, writer);
+            });
+        }
+        for (std::thread& writer : writers)
+            writer.join();
+    }
+    QByteArrayList lines = contentsOf(path).split('\n');
+    QCOMPARE(lines.takeLast(), QByteArray());
+    QCOMPARE(lines.size(), messages);
+    int next[threads] = {};
+    for (const QByteArray& line : lines) {
+        const int writer = line.mid(line.indexOf("writer ") + 7, 1).toInt();
+        QCOMPARE(line, QByteArray("message ") + QByteArray::number(next[writer]++) + " of writer " +
+                           QByteArray::number(writer) + ", and a few words more\r");
+    }
+}
+
+void TestStartup::aFullDiskLosesMessagesAndNothingElse()
+{
+    for (const QString& path : {"/dev/full"_s, folder.path(), folder.filePath("no/such/folder.txt"_s)}) {
+        const LogFile log(path);
+        for (int i = 0; i < 1000; ++i)
+            qDebug("message %d", i);
+        QVERIFY(!QFileInfo(path).isFile());
+    }
+
+    // A disk that is full for a while.
+    const QString path = folder.filePath("full.txt"_s);
+    struct rlimit usual;
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    struct rlimit small = usual;
+    small.rlim_cur = 5000;
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    {
+        const LogFile log(path);
+        setrlimit(RLIMIT_FSIZE, &small);
+        for (int i = 0; i < 10000; ++i)
+            qDebug("message");
+        setrlimit(RLIMIT_FSIZE, &usual);
+        qDebug("there is room again");
+    }
+    std::signal(SIGXFSZ, previous);
+    QByteArrayList lines = contentsOf(path).split('\n');
+    QCOMPARE(lines.takeLast(), QByteArray());
+    QCOMPARE(lines.takeLast(), QByteArray("there is room again\r"));
+    QVERIFY(lines.size() < 10000);
+    QCOMPARE(lines.count("message\r"), lines.size());
+}
+
+void TestStartup::theTextsAreInTheSystemsLanguage()
+{
+    const std::pair<const char*, const char*> languages[] = {
+        {"en_US.UTF-8", "Back|Update|Cancel"},          {"pt_BR.UTF-8", "Back|Update|Cancel"},
+        {"es_MX.UTF-8", "Atrás|Actualizar|Cancelar"},   {"fr_FR.UTF-8", "Précédent|Mettre à jour|Annuler"},
+        {"de_AT.UTF-8", "Zurück|Aktualisieren|Cancel"}, {"it_IT.UTF-8", "Indietro|Aggiorna|Cancel"},
+    };
+    for (const auto& [locale, texts] : languages) {
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LC_ALL"_s, text(locale));
+        program.setProcessEnvironment(environment);
+        program.start(QCoreApplication::applicationFilePath(), {text(printTexts)});
+        QVERIFY(program.waitForFinished(patienceMs));
+        QCOMPARE(program.readAllStandardOutput().trimmed(), QByteArray(texts));
+    }
+}
+
+void TestStartup::theSwitchCountsAsAWholeArgument()
+{
+    const auto counts = [](const char* commandLine) {
+        return Startup::isLaunchedByPackage(text(commandLine).split(QLatin1Char(' ')));
+    };
+    QVERIFY(counts("updater -sfx") && counts("updater a.zip -SfX"));
+    for (const char* const line : {"updater", "-sfx", "updater --sfx", "updater -sfx=1", "updater sfx"})
+        QVERIFY2(!counts(line), line);
+}
+
+void TestStartup::theFirstReadableArchiveIsTaken_data()
+{
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<bool>("isFound"); // one of the files
+    const auto row = [](const char* files, bool isFound) {
+        QTest::newRow(files) << text(files).split(QLatin1Char(' '), Qt::SkipEmptyParts) << isFound;
+    };
+    row("", false);
+    row("fw.zip", true);
+    row("FW.ZIP", true);
+    row("b.zip a.zip c.Zip", true);
+    row(".hidden.zip", false);
+    row("zip fw.zip.txt fw.7z", false);
+    row("folder.zip/ ", false);
+    row("unreadable.zip", false);
+}
+
+void TestStartup::theFirstReadableArchiveIsTaken()
+{
+    QFETCH(const QStringList, files);
+    QFETCH(const bool, isFound);
+    const QTemporaryDir place;
+    for (const QString& path : {folder.path(), place.path()})
+        QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x7755))); // somebody else is to look into it
+    for (const QString& name : files) {
+        const QString path = place.filePath(name);
+        QVERIFY(name.endsWith(QLatin1Char('/')) ? QDir().mkpath(path) : makeFile(path));
+        if (name.startsWith("unreadable"_s))
+            QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
+    }
+    QString first;
+    DIR* const directory = opendir(QFile::encodeName(place.path()).constData());
+    while (const dirent* const entry = readdir(directory)) {
+        if (first.isEmpty() && isFound && entry->d_name[0] != '.')
+            first = place.filePath(QFile::decodeName(entry->d_name));
+    }
+    closedir(directory);
+
+    // The superuser may read everything; whether a file can be read is asked for the real user.
+    const bool isSuperuser = geteuid() == 0;
+    constexpr uid_t somebody = 65534;
+    if (isSuperuser)
+        QCOMPARE(setresuid(somebody, uid_t(-1), uid_t(-1)), 0);
+    const QString found = Startup::findFirmwareArchive(QDir(place.path()));
+    if (isSuperuser)
+        QCOMPARE(setresuid(0, uid_t(-1), uid_t(-1)), 0);
+    QCOMPARE(found, first);
+}
+
+void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes_data()
+{
+    QTest::addColumn<Processes>("processes");
+    QTest::addColumn<QString>("folder");
+    const QString here = QDir::currentPath(), package = "/opt/package"_s;
+    const ProcessEntry idle{0, 0, L""}, ours{7, 5, L"updater"};
+    QTest::newRow("found") << Processes{idle, {5, 1, L"setup"}, ours} << package;
+    QTest::newRow("parent not listed") << Processes{idle, {8, 3, L"other"}, ours} << package;
+    QTest::newRow("the first entry is not looked at") << Processes{ours, {8, 3, L"other"}} << here;
+    QTest::newRow("listed twice") << Processes{{7, 6, L""}, ours} << package;
+    QTest::newRow("not listed") << Processes{idle, {8, 5, L"other"}} << here;
+    QTest::newRow("one entry") << Processes{ours} << here;
+    QTest::newRow("no entry") << Processes{} << here;
+    QTest::newRow("parent gone") << Processes{idle, {7, 9, L"updater"}} << here;
+    QTest::newRow("parent's path is not readable") << Processes{idle, {7, 6, L"updater"}} << here;
+}
+
+void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
+{
+    QFETCH(const Processes, processes);
+    ScriptedProcesses table(processes);
+    SimulatedMachine machine(nullptr);
+    machine.setProcessTable(table);
+    const ScopedMachine scope(machine);
+    QTEST(Startup::parentProcessDirectory().absolutePath(), "folder");
+}
+
+void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt_data()
+{
+    QTest::addColumn<bool>("isPackage");
+    QTest::newRow("-sfx") << true;
+    QTest::newRow("-x") << false;
+}
+
+void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
+{
+    QFETCH(const bool, isPackage);
+    const QString programFolder = QFileInfo(UPDATER_PROGRAM).absolutePath();
+    const QTemporaryDir package; // a shell that starts the program, and an archive beside it
+    const QString shell = package.filePath("setup"_s);
+    const QString archive = package.filePath("Firmware.ZIP"_s);
+    QVERIFY(QFile::copy("/bin/sh"_s, shell));
+    QVERIFY(ArchiveBuilder::write(
+        archive, {{"h.ff"_s, ArchiveBuilder::imageText(ImageBuilder::build(ImageBuilder::headset()))}}));
+    QProcess setup;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("TMPDIR"_s, package.path());
+    setup.setProcessEnvironment(environment);
+    setup.start(shell,
+                {"-c"_s, "\"$0\" \"$1\" & echo $!; wait"_s, UPDATER_PROGRAM, text(QTest::currentDataTag())});
+    QVERIFY(setup.waitForReadyRead(patienceMs));
+    const pid_t program = setup.readLine().trimmed().toInt();
+    QVERIFY(program > 0);
+
+    const QDir logs(package.filePath("ZEFO_VYNT_Firmware_Update_Logs"_s));
+    const auto log = [&] {
+        const QStringList names = logs.entryList({"*.txt"_s}, QDir::Files);
+        return names.isEmpty() ? QByteArray() : contentsOf(logs.filePath(names.first()));
+    };
+    const auto line = [](const char* begin, const QString& path, const char* end) {
+        return begin + QByteArray(" \"") + QFile::encodeName(path) + '"' + end;
+    };
+    const QByteArray looking =
+        line("Application path: ", programFolder, "\r\n") +
+        line("Looking firmware file in: ", isPackage ? package.path() : programFolder, "\r\n");
+    const QByteArray loaded = line("Firmware successfully loaded: ", archive, "\r\n");
+    TRY_VERIFY(isPackage ? log().endsWith(loaded) : log() == looking);
+    QVERIFY2(log().startsWith(looking), log());
+    kill(program, SIGTERM);
+    QVERIFY(setup.waitForFinished(patienceMs));
+}
+
+int main(int argc, char** argv)
+{
+    if (argc == 2 && qstrcmp(argv[1], printTexts) == 0)
+        return printTextsOfThisLanguage(argc, argv);
+    QCoreApplication application(argc, argv);
+    TestStartup test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_startup.moc"

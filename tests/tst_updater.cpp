@@ -1,0 +1,454 @@
+// One attempt to update one device, from its normal mode to the last signal, through the updater's own
+// signals.
+
+#include <future>
+#include <memory>
+
+#include <QtTest>
+
+#include "devicelistener.h"
+#include "firmwareupdater.h"
+#include "flashingerror.h"
+#include "hidnode.h"
+#include "imagebuilder.h"
+#include "scriptedhid.h"
+#include "simulatedchannel.h"
+#include "simulatedpair.h"
+
+namespace {
+
+const std::wstring normalHeadset = L"VID_7A31&PID_0006";
+const std::wstring programmingHeadset = L"VID_170D&PID_0101";
+
+/// The record that a detector would have made of the interface with that path.
+DeviceInstance recordOf(const std::wstring& path)
+{
+    DeviceInstance record;
+    record.path = QString::fromStdWString(path).toLower().toStdWString();
+    const auto hexAfter = [&](const wchar_t* key) {
+        const std::size_t at = record.path.find(key);
+        return at == std::wstring::npos ? 0 : std::stoul(record.path.substr(at + 4, 4), nullptr, 16);
+    };
+    record.vendorId = static_cast<std::uint16_t>(hexAfter(L"vid_"));
+    record.productId = static_cast<std::uint16_t>(hexAfter(L"pid_"));
+    record.interfaceKind = InterfaceKind::Hid;
+    return record;
+}
+
+/// An attempt, and a journal of its signals; progress only as "...".
+struct Attempt
+{
+    Attempt(const std::wstring& path, DeviceType type, const QByteArray& image)
+        : updater(new FirmwareUpdater(nullptr, recordOf(path), type, image))
+    {
+        using Updater = FirmwareUpdater;
+        QObject::connect(updater.get(), &Updater::flashingStarted, [this] { journal << "started"; });
+        QObject::connect(updater.get(), &Updater::flashingFinished, [this] { journal << "finished"; });
+        QObject::connect(updater.get(), &Updater::flashingError,
+                         [this](int code) { journal << "error " + QByteArray::number(code); });
+        QObject::connect(updater.get(), &Updater::progressRangeChanged,
+                         [this](int min, int) { journal << "range " + QByteArray::number(min); });
+        QObject::connect(updater.get(), &Updater::progressValueChanged, [this](int value) {
+            if (value != ++progress || !journal.last().startsWith("range"))
+                journal << "progress out of order";
+        });
+    }
+
+    QByteArray text() const { return journal.join(", "); }
+
+    /// The timer that ends the wait for programming mode.
+    QTimer& timer() const { return *updater->findChild<QTimer*>(); }
+
+    /// Counts the arrivals that the updater's detector has reported, from flashDevice() on.
+    void watchArrivals()
+    {
+        const auto* const listener = updater->findChild<DeviceListener*>();
+        QObject::connect(
+            listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },
+            Qt::DirectConnection);
+    }
+
+    QByteArrayList journal;
+    int progress = 0;
+    QSemaphore arrivals;
+    std::unique_ptr<FirmwareUpdater> updater;
+};
+
+struct Computer : SimulatedPair
+{
+    using Report = std::function<void(const std::string&)>;
+
+    explicit Computer(int chip = 12, int revision = 2, const Report& report = nullptr)
+        : SimulatedPair(setup(chip, revision, report))
+    {
+        plugIn();
+    }
+
+    static QByteArray image(DeviceType type)
+    {
+        return ImageBuilder::build(type == Transmitter ? ImageBuilder::transmitter()
+                                                       : ImageBuilder::headset());
+    }
+
+    static Setup setup(int chip, int revision, const Report& report)
+    {
+        Setup result;
+        result.chipId = chip;
+        result.revision = revision;
+        result.report = report;
+        result.transmitterImage = image(Transmitter);
+        result.headsetImage = image(Headset);
+        return result;
+    }
+
+    bool holds(DeviceType type)
+    {
+        const auto memory = device(type).memory();
+        const QByteArray wanted = image(type);
+        return std::equal(wanted.begin(), wanted.end(), reinterpret_cast<const char*>(memory.data()));
+    }
+
+    const LogCapture log;
+};
+
+/// A computer with one scripted interface.
+struct ScriptedComputer
+{
+    explicit ScriptedComputer(const std::wstring& vidPid)
+        : path(plug(vidPid))
+    {
+        machine.setProcessTable(processes);
+    }
+
+    std::wstring plug(const std::wstring& vidPid, const std::wstring& serial = L"7&1A2B3C&0&0001")
+    {
+        const DeviceNode node = hidNode(vidPid, serial, hid);
+        machine.deviceTree().plug(node);
+        return node.interfacePath;
+    }
+
+    struct Processes : RealProcessTable
+    {
+        bool isWow64() override { return wow64; }
+        bool wow64 = false;
+    };
+
+    const LogCapture log;
+    VirtualClock clock;
+    SimulatedMachine machine{&clock};
+    ScopedMachine scope{machine};
+    Processes processes;
+    std::shared_ptr<ScriptedHid> hid = std::make_shared<ScriptedHid>();
+    const std::wstring path;
+};
+
+/// A tool beside the test that writes the arguments which this process gives it into a file beside it.
+class FakeTool
+{
+public:
+    explicit FakeTool(const char* architecture)
+        : script(QCoreApplication::applicationDirPath() +
+                 QStringLiteral("/UninstallDevices_%1.exe").arg(QLatin1String(architecture)))
+        , written(script.fileName() + QStringLiteral(".txt"))
+    {
+        written.remove();
+        const QByteArray text =
+            "#!/bin/sh\n[ $PPID = " + QByteArray::number(QCoreApplication::applicationPid()) +
+            " ] && echo \"$@\" > \"$0.new\" && mv \"$0.new\" \"$0.txt\"\n";
+        const bool isWritten = script.open(QIODevice::WriteOnly) && script.write(text) == text.size() &&
+                               script.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        script.close();
+        if (!isWritten)
+            qFatal("The script cannot be written.");
+    }
+    ~FakeTool()
+    {
+        written.remove();
+        script.remove();
+    }
+
+    bool ran() const { return written.exists(); }
+    QByteArray arguments()
+    {
+        return written.open(QIODevice::ReadOnly) ? written.readAll().trimmed() : QByteArray();
+    }
+
+private:
+    QFile script;
+    QFile written;
+};
+
+} // namespace
+
+class TestUpdater : public QObject
+{
+    Q_OBJECT
+
+public:
+    TestUpdater()
+    {
+        const auto goOn = [](std::promise<void>* waiting) { waiting->set_value(); };
+        connect(this, &TestUpdater::reached, this, goOn, Qt::QueuedConnection);
+    }
+
+Q_SIGNALS:
+    void reached(std::promise<void>* waiting); ///< by the flasher, which waits
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void everyDeviceEndsWithTheImage_data();
+    void everyDeviceEndsWithTheImage();
+    void aDeviceInNormalModeIsToldToLeaveIt_data();
+    void aDeviceInNormalModeIsToldToLeaveIt();
+    void aDeviceInProgrammingModeIsTakenByItsPath();
+    void someAttemptsEndBeforeTheyBegin_data();
+    void someAttemptsEndBeforeTheyBegin();
+    void anEmptyImageIsNeverWritten();
+    void aDeviceThatCannotBeTakenEndsTheAttempt_data();
+    void aDeviceThatCannotBeTakenEndsTheAttempt();
+    void aDeviceLostWhileProgrammedEndsTheAttempt_data();
+    void aDeviceLostWhileProgrammedEndsTheAttempt();
+    void destructionWaitsForTheProgramming();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestUpdater::everyDeviceEndsWithTheImage_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("chip");
+    QTest::addColumn<int>("revision");
+    for (const DeviceType type : {Transmitter, Headset}) {
+        for (const int chip : {12, 13}) {
+            for (const int revision : {2, 3})
+                QTest::addRow("type %d, chip %d, revision %d", type, chip, revision)
+                    << int(type) << chip << revision;
+        }
+    }
+}
+
+void TestUpdater::everyDeviceEndsWithTheImage()
+{
+    QFETCH(const int, type);
+    QFETCH(const int, chip);
+    QFETCH(const int, revision);
+    Computer computer(chip, revision);
+    const auto kind = static_cast<DeviceType>(type);
+    SimulatedDevice& device = computer.device(kind);
+    for (const bool isProgramming : {false, true}) {
+        if (isProgramming)
+            enterProgrammingMode(device);
+        QCOMPARE(computer.holds(kind), isProgramming);
+        Attempt attempt(device.channelPath(), kind, computer.image(kind));
+        attempt.updater->flashDevice();
+        TRY_COMPARE(attempt.text(), "range 0, finished");
+        QVERIFY(attempt.progress > 100 && !attempt.timer().isActive());
+        QTRY_VERIFY_WITH_TIMEOUT(device.isSettled() && device.isPluggedIn() && !device.isProgramming(),
+                                 patienceMs);
+        QVERIFY(computer.holds(kind) && device.refusals().empty());
+    }
+    QCOMPARE(computer.device(kind == Headset ? Transmitter : Headset).transfers().count, 0);
+}
+
+void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt_data()
+{
+    QTest::addColumn<QString>("vidPid");
+    QTest::addColumn<bool>("wow64");
+    QTest::addColumn<QByteArray>("arguments");
+    QTest::newRow("first generation") << "VID_7A31&PID_0004" << false << QByteArray("31281 4");
+    QTest::newRow("second generation") << "VID_7A31&PID_0003" << true << QByteArray("31281 3");
+    QTest::newRow("headset") << "VID_7A31&PID_0006" << true << QByteArray("31281 6");
+}
+
+void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
+{
+    QFETCH(const QString, vidPid);
+    QFETCH(const bool, wow64);
+    ScriptedComputer computer(vidPid.toStdWString());
+    computer.processes.wow64 = wow64;
+    FakeTool tool(wow64 ? "x64" : "x86");
+    const DeviceType type = vidPid.endsWith(QLatin1Char('6')) ? Headset : Transmitter;
+    Attempt attempt(computer.path, type, "image");
+    attempt.updater->flashDevice();
+    QCOMPARE(computer.hid->transfers, 1);
+    QCOMPARE(computer.hid->sent, QByteArray::fromHex("FF02000A").leftJustified(264, '\0'));
+    QTRY_VERIFY_WITH_TIMEOUT(tool.ran(), patienceMs);
+    QTEST(tool.arguments(), "arguments");
+    QCOMPARE(attempt.text(), QByteArray());
+    QVERIFY(attempt.timer().isActive() && attempt.timer().isSingleShot());
+    QCOMPARE(attempt.timer().interval(), 30000);
+    QCOMPARE(computer.machine.deviceTree().openFileCount(), std::size_t(0));
+
+    attempt.timer().setInterval(0);
+    TRY_COMPARE(attempt.text(), "error 1");
+    attempt.watchArrivals();
+    computer.plug(type == Headset ? programmingHeadset : L"VID_170D&PID_0100");
+    attempt.arrivals.acquire();
+    QCoreApplication::processEvents();
+    QCOMPARE(attempt.text(), QByteArray("error 1")); // too late
+    QCOMPARE(computer.machine.deviceTree().openings().size(), std::size_t(1));
+}
+
+void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
+{
+    ScriptedComputer computer(programmingHeadset);
+    FakeTool tool("x86");
+    const std::wstring second = computer.plug(programmingHeadset, L"7&1A2B3C&0&0002");
+    Attempt attempt(second, Headset, "image");
+    attempt.updater->flashDevice();
+    QCOMPARE(computer.hid->transfers, 0); // no request
+    computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
+    TRY_COMPARE(attempt.text(), "error 3");
+    for (const auto& opening : computer.machine.deviceTree().openings())
+        QCOMPARE(recordOf(opening.path).path, recordOf(second).path);
+    QVERIFY(!tool.ran());
+}
+
+void TestUpdater::someAttemptsEndBeforeTheyBegin_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<bool>("hasPath");
+    QTest::addColumn<QByteArray>("signalled");
+    QTest::addColumn<QByteArray>("logged");
+    QTest::newRow("no path") << int(Headset) << false << QByteArray() << QByteArray();
+    QTest::newRow("unknown type") << int(Unknown) << true << QByteArray("finished")
+                                  << QByteArray("!Unknown device");
+}
+
+void TestUpdater::someAttemptsEndBeforeTheyBegin()
+{
+    QFETCH(const int, type);
+    QFETCH(const bool, hasPath);
+    ScriptedComputer computer(normalHeadset);
+    Attempt attempt(hasPath ? computer.path : std::wstring(), static_cast<DeviceType>(type), "image");
+    attempt.updater->flashDevice();
+    QTEST(attempt.text(), "signalled");
+    QTEST(computer.log.text(), "logged");
+    QVERIFY(computer.machine.deviceTree().openings().empty() && !attempt.timer().isActive());
+}
+
+void TestUpdater::anEmptyImageIsNeverWritten()
+{
+    ScriptedComputer computer(programmingHeadset);
+    Attempt attempt(computer.path, Headset, QByteArray());
+    attempt.updater->flashDevice();
+    QVERIFY(attempt.timer().isActive());
+    QTRY_VERIFY_WITH_TIMEOUT(!attempt.timer().isActive(), patienceMs); // it has arrived
+    QCOMPARE(attempt.text(), QByteArray());
+    computer.machine.deviceTree().unplugAndWait(computer.path);
+    QCoreApplication::processEvents();
+    QCOMPARE(computer.hid->transfers, 0);
+    QCOMPARE(attempt.text(), QByteArray("error 1"));
+}
+
+void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt_data()
+{
+    QTest::addColumn<QByteArray>("what");
+    QTest::newRow("gone before") << QByteArray("gone");
+    QTest::newRow("refused in normal mode") << QByteArray("refuses");
+    QTest::newRow("refused in programming mode") << QByteArray("refuses later");
+    QTest::newRow("removed before it is opened") << QByteArray("removed");
+}
+
+void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
+{
+    QFETCH(const QByteArray, what);
+    ScriptedComputer computer(normalHeadset);
+    SimulatedDeviceTree& tree = computer.machine.deviceTree();
+    const std::wstring programming = hidNode(programmingHeadset, L"7&1A2B3C&0&0001").interfacePath;
+    if (what == "gone")
+        tree.unplug(computer.path);
+    tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED, 1);
+    Attempt attempt(computer.path, Headset, "image");
+    attempt.updater->flashDevice();
+    const bool isAtOnce = what == "gone" || what == "refuses";
+    QCOMPARE(attempt.text(), QByteArray(isAtOnce ? "error 1" : ""));
+    QCOMPARE(attempt.timer().isActive(), !isAtOnce);
+    if (!isAtOnce) {
+        attempt.watchArrivals();
+        computer.plug(programmingHeadset);
+        attempt.arrivals.acquire();
+        if (what == "removed")
+            tree.unplugAndWait(programming);
+        TRY_COMPARE(attempt.text(), "error 1");
+    }
+    tree.unplugAndWait(programming);
+    computer.plug(programmingHeadset);
+    QCoreApplication::processEvents();
+    QCOMPARE(attempt.text(), QByteArray("error 1"));
+    QCOMPARE(computer.hid->transfers, isAtOnce ? 0 : 1);
+}
+
+void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("transfer"); // counted from the leave request
+    QTest::addColumn<QByteArray>("outcome");
+    QTest::newRow("leave") << int(Headset) << 1 << QByteArray("error 1");
+    QTest::newRow("identify") << int(Headset) << 3 << QByteArray("error 3");
+    QTest::newRow("erase") << int(Transmitter) << 13 << QByteArray("range 0, error 1");
+    QTest::newRow("download") << int(Headset) << 15 << QByteArray("range 0, error 1");
+    QTest::newRow("commit") << int(Headset) << 31 << QByteArray("range 0, error 1");
+    QTest::newRow("final wait") << int(Headset) << 53 << QByteArray("range 0, finished");
+}
+
+void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
+{
+    QFETCH(const int, type);
+    QFETCH(const int, transfer);
+    Computer computer;
+    const auto kind = static_cast<DeviceType>(type);
+    SimulatedDevice& device = computer.device(kind);
+    device.setFault(Fault::Vanish, transfer);
+    const QThread* const own = QThread::currentThread();
+    // The flasher goes on when the updater has heard of the loss: virtual time knows no delay for it.
+    device.onVanished = [&] {
+        if (QThread::currentThread() == own)
+            return;
+        std::promise<void> waiting;
+        Q_EMIT reached(&waiting);
+        waiting.get_future().wait();
+    };
+    Attempt attempt(device.channelPath(), kind, computer.image(kind));
+    attempt.updater->flashDevice();
+    if (transfer == 1)
+        attempt.timer().setInterval(0);
+    QTRY_VERIFY_WITH_TIMEOUT(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"),
+                             patienceMs);
+    QTEST(attempt.text(), "outcome");
+    QCOMPARE(QByteArray(phaseName(device.struckAt()->phase)), QByteArray(QTest::currentDataTag()));
+    QCOMPARE(device.transfers().count, transfer); // nothing was sent any more
+    QCOMPARE(computer.machine.deviceTree().openFileCount(), std::size_t(0));
+    device.clearFault();
+    device.plugIn();
+    Attempt again(device.channelPath(), kind, computer.image(kind));
+    again.updater->flashDevice();
+    TRY_COMPARE(again.text(), "range 0, finished");
+    QVERIFY(computer.holds(kind));
+}
+
+void TestUpdater::destructionWaitsForTheProgramming()
+{
+    QSemaphore downloading;
+    QSemaphore goOn;
+    Computer computer(12, 2, [&](const std::string& text) {
+        if (text.find("download from") == std::string::npos)
+            return;
+        downloading.release();
+        goOn.acquire();
+    });
+    Attempt attempt(computer.device(Headset).channelPath(), Headset, computer.image(Headset));
+    attempt.updater->flashDevice();
+    QTRY_VERIFY_WITH_TIMEOUT(downloading.available() == 1, patienceMs);
+    connect(attempt.updater.get(), &QObject::destroyed, [&] { goOn.release(); });
+    attempt.updater.reset();
+    QVERIFY(computer.holds(Headset));
+    QCOMPARE(openHandleCount(), handlesBefore);
+}
+
+QTEST_GUILESS_MAIN(TestUpdater)
+
+#include "tst_updater.moc"
