@@ -106,11 +106,18 @@ void BenchWindow::stayUsableUnder(const QWidget* modal)
 void BenchWindow::endWithUpdater()
 {
     if (!run.updater().isVisible())
-        QCoreApplication::quit();
+        end();
+}
+
+/// An update that is under way ends before the program does.
+void BenchWindow::end()
+{
+    run.computer().setSpeed(ScaledClock::atOnce);
+    QCoreApplication::quit();
 }
 
 void BenchWindow::closeEvent(QCloseEvent* event)
 {
     event->accept();
-    QCoreApplication::quit();
+    end();
 }

@@ -33,6 +33,7 @@ private:
     void refresh();
     void stayUsableUnder(const QWidget* modal);
     void endWithUpdater();
+    void end();
 
     const std::unique_ptr<Ui::BenchWindow> ui;
     BenchRun& run;

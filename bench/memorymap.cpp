@@ -68,7 +68,7 @@ QString MemoryMap::summary() const
 {
     if (wanted.isEmpty())
         return tr("no image for it in the archive");
-    return tr("%1 bytes, %2 % as in the archive, %3 % erased")
+    return tr("%1 bytes, %2 % in place, %3 % erased")
         .arg(wanted.size())
         .arg(percentOf(Cell::InPlace))
         .arg(percentOf(Cell::Erased));
@@ -79,7 +79,7 @@ QString MemoryMap::legend()
     const auto entry = [](const QColor& colour, const QString& text) {
         return QStringLiteral("<span style=\"color: %1\">\u25a0</span> %2").arg(colour.name(), text);
     };
-    return QStringList{entry(inPlaceColour, tr("as in the archive")), entry(erasedColour, tr("erased")),
+    return QStringList{entry(inPlaceColour, tr("in place")), entry(erasedColour, tr("erased")),
                        entry(otherColour, tr("other"))}
         .join(QStringLiteral("&nbsp;&nbsp; "));
 }

@@ -18,7 +18,7 @@ public:
     /// Compares @p memory with @p image, over the image's length.
     void show(const std::vector<std::uint8_t>& memory, const QByteArray& image);
 
-    /// Such as "8192 bytes, 50 % as in the archive, 25 % erased".
+    /// Such as "8192 bytes, 50 % in place, 25 % erased".
     QString summary() const;
 
     /// What the colours mean, as rich text.

@@ -30,10 +30,13 @@ QString nameOf(DeviceType type)
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
-/// Whether every device that is being updated has come a good part of the way.
+/// Whether every device that is being updated has come a good part of the way, and none to the end.
 bool isWellUnderWay(const FlashingDialog& dialog)
 {
     constexpr int goodPart = 4;
+    if (!labelText(dialog, "transmitterInfoLabel").isEmpty() ||
+        !labelText(dialog, "headsetInfoLabel").isEmpty())
+        return false;
     const QList<QProgressBar*> bars = dialog.findChildren<QProgressBar*>();
     return std::all_of(bars.begin(), bars.end(), [](const QProgressBar* bar) {
         return !bar->isVisible() || (bar->maximum() > 0 && bar->value() * goodPart > bar->maximum());

@@ -22,9 +22,11 @@ std::atomic<std::size_t> heapBytes{0};
 
 // In place of the C library's, which are what they call.
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);
 void* __libc_realloc(void* memory, std::size_t bytes);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t bytes) noexcept
 {

@@ -11,8 +11,6 @@
 
 #include "comparison.h"
 
-extern char** environ;
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -20,6 +18,7 @@ using Clock = std::chrono::steady_clock;
 std::vector<char*> pointers(std::vector<std::string>& texts)
 {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts)
         result.push_back(text.data());
     result.push_back(nullptr);
@@ -30,7 +29,7 @@ std::vector<std::string> environmentWith(const Program::Variables& variables)
 {
     std::vector<std::string> environment;
     for (const auto& [name, value] : variables)
-        environment.push_back(name + '=' + value);
+        environment.emplace_back(name).append(1, '=').append(value);
     for (char** entry = environ; *entry; ++entry) {
         const std::string text(*entry);
         if (variables.count(text.substr(0, text.find('='))) == 0)

@@ -178,6 +178,6 @@ bool addOnce(const char* what, const char* against, double bound, Pair (*pair)()
     addOnce("update of a 64 KiB headset image", "the sum of the prescribed delays", 1.01, headsetPair) &&
     addOnce("update of both at once", "the transmitter alone", 1.01, bothPair) &&
     addOnce("longest stall of the GUI thread in an update", "the same in an idle window", 1.5, stallPair) &&
-    addOnce("longest stall of the GUI thread in an update ", "one frame, 16 ms", 1, framePair);
+    addOnce("that stall", "one frame, 16 ms", 1, framePair);
 
 } // namespace

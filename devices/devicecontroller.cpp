@@ -150,7 +150,6 @@ void DeviceControllerPrivate::endDetection()
             (*read)->waitForFinished();
     }
     detector.reset();
-    waiting.clear();
     // Reports that are still queued name records that are deleted now.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
 }
@@ -172,12 +171,8 @@ void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
     if (devices.contains(type))
         return;
     auto device = Utilities::openHidDevice(detector, instance, readWrite, shareRead);
-    if (!device) {
-        // A device that was gone for a moment only may be in the hands of the read that its absence ended.
-        if (abandonedReads.values().contains(type))
-            waiting.append(instance);
+    if (!device)
         return;
-    }
     const int usagePage = device->usagePage();
     if (usagePage < firstVendorUsagePage || usagePage > lastVendorUsagePage)
         return;
@@ -219,10 +214,7 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
     watcher->deleteLater();
     if (pendingReads.contains(watcher))
         takeResult(watcher);
-    if (abandonedReads.remove(watcher) == 0)
-        return;
-    for (int tries = waiting.size(); tries > 0 && !waiting.isEmpty(); --tries)
-        onDeviceArrived(waiting.takeFirst()); // which may have to wait on
+    abandonedReads.remove(watcher);
 }
 
 void DeviceControllerPrivate::takeResult(IdentityWatcher* watcher)
@@ -239,7 +231,6 @@ void DeviceControllerPrivate::takeResult(IdentityWatcher* watcher)
 
 void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
 {
-    waiting.removeAll(instance);
     const auto removed =
         std::find_if(devices.begin(), devices.end(),
                      [instance](const ConnectedDevice& device) { return device.instance == instance; });

@@ -55,5 +55,4 @@ private:
 
     std::shared_ptr<std::atomic<bool>> detectionEnded; ///< tells the reads of a detection
     QMap<IdentityWatcher*, DeviceType> abandonedReads; ///< still running; their devices are gone
-    QVector<DeviceInstance*> waiting; ///< arrived while an abandoned read kept them from being opened
 };

@@ -164,7 +164,8 @@ HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int
         (share & ReadBit ? FILE_SHARE_READ : 0u) | (share & WriteBit ? FILE_SHARE_WRITE : 0u);
     const Guard guard(lock);
     const auto known = knownDevices.find(toLowerAscii(device->path));
-    if (known == knownDevices.end())
+    // A removed record's path may be that of the device's next arrival, which is reported for itself.
+    if (known == knownDevices.end() || removedDevices.count(device))
         return INVALID_HANDLE_VALUE;
     const HANDLE handle = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
                                       flagsAndAttributes, nullptr);

@@ -23,10 +23,11 @@ namespace {
 constexpr int copyChunkBytes = 4064;
 
 // What an archive may cost at most. The memory of the largest device is 2 MiB, about 6 MiB of image text.
-constexpr quint64 maxEntryBytes = 64 * 1024 * 1024;
-constexpr quint64 maxReleaseNotesBytes = 1024 * 1024; // the window lays out a line per byte at worst
+constexpr quint64 mebibyte = 0x100000;
+constexpr quint64 maxEntryBytes = 64 * mebibyte;
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // the window lays out a line per byte at worst
 constexpr quint64 maxArchiveBytes = 2 * maxEntryBytes + maxReleaseNotesBytes; // entries may share their bytes
-constexpr quint64 maxDirectoryBytes = 16 * 1024 * 1024; // QuaZip takes four times as much to remember it
+constexpr quint64 maxDirectoryBytes = 16 * mebibyte; // QuaZip takes four times as much to remember it
 
 constexpr quint64 directoryHeaderBytes = 46; // of an entry, ZIP application note 4.3.12
 

@@ -66,8 +66,7 @@ QByteArray answersOf(int chipId, int revision, const QByteArray& image)
     };
     f.hid->answer = [&](const QByteArray& entry) {
         const std::vector<std::uint8_t> answer = chip.answer(static_cast<std::size_t>(entry.size()));
-        const QByteArray report(reinterpret_cast<const char*>(answer.data()),
-                                static_cast<int>(answer.size()));
+        QByteArray report(reinterpret_cast<const char*>(answer.data()), static_cast<int>(answer.size()));
         told += whole + report.mid(dataOffset, f.hid->sent.at(countOffset));
         return report;
     };

@@ -5,6 +5,7 @@ build_packages="g++ cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttoo
 windows_packages="g++-mingw-w64-i686-posix libz-mingw-w64-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
 benchmark_packages="libbenchmark-dev xvfb"
+display_packages="xvfb xdotool imagemagick"
 style_packages="clang-format clang-tidy"
 
 fail() {

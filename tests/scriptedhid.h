@@ -62,7 +62,8 @@ private:
 /// A machine under a virtual clock with a scripted HID device plugged in.
 struct HidFixture
 {
-    HidFixture()
+    explicit HidFixture(std::shared_ptr<ScriptedHid> scripted = std::make_shared<ScriptedHid>())
+        : hid(std::move(scripted))
     {
         DeviceNode node;
         node.interfacePath = path;
@@ -71,7 +72,7 @@ struct HidFixture
     }
 
     const std::wstring path = L"\\\\?\\hid#vid_170d&pid_0101#1";
-    std::shared_ptr<ScriptedHid> hid = std::make_shared<ScriptedHid>();
+    const std::shared_ptr<ScriptedHid> hid;
     VirtualClock clock;
     SimulatedMachine machine{&clock};
     ScopedMachine scope{machine};

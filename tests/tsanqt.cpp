@@ -33,6 +33,15 @@ void QMetaObject::activate(QObject* sender, const QMetaObject* meta, int signal,
     own(sender, meta, signal, arguments);
 }
 
+bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* slot, Qt::ConnectionType type,
+                                   void* result)
+{
+    static const auto own = next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
+        "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    __tsan_release(&handovers);
+    return own(object, slot, type, result);
+}
+
 bool QObject::event(QEvent* event)
 {
     static const auto own = next<bool (*)(QObject*, QEvent*)>("_ZN7QObject5eventEP6QEvent");

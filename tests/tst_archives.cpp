@@ -273,6 +273,12 @@ void TestArchives::archivesEndInTheirSignal_data()
                 bomb, [i](RawEntry& e) { e.name = QByteArray::number(i).rightJustified(4, '0') + ".ff"; }));
         return RawZip::archive(all);
     });
+    row("65 MiB of empty blocks before an image", headsetOnly, [=] {
+        RawEntry blocks = RawZip::entry("e.ff", transmitter, Deflated);
+        blocks.packed.prepend(QByteArray("\0\0\0\xFF\xFF", 5).repeated(13 * 1024 * 1024));
+        blocks.packedBytes = static_cast<std::uint32_t>(blocks.packed.size());
+        return RawZip::archive({blocks, headset});
+    });
     const auto many = [=](int count, const QByteArray& suffix) {
         std::vector<RawEntry> all{RawZip::entry("000000" + suffix, "")};
         all.reserve(static_cast<std::size_t>(count) + 1);

@@ -25,8 +25,10 @@ namespace {
 
 const std::wstring transmitter = L"VID_7A31&PID_0004";
 const std::wstring headset = L"VID_7A31&PID_0006";
+const std::wstring serial = L"7&1A2B3C&0&0001";
 const std::wstring programmingTransmitter = L"VID_170D&PID_0100";
-const std::wstring onPort2 = L"7&1A2B3C&0&0002";
+
+const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
 
 unsigned numberAt(const QByteArray& report, int offset, int bytes)
 {
@@ -92,8 +94,8 @@ struct Computer
             Qt::DirectConnection);
     }
 
-    std::wstring plug(const std::wstring& vidPid, const std::shared_ptr<HidFunction>& hid,
-                      const std::wstring& serial = L"7&1A2B3C&0&0001")
+    std::wstring plug(const std::wstring& vidPid,
+                      const std::shared_ptr<HidFunction>& hid = std::make_shared<ScriptedChip>())
     {
         const DeviceNode node = hidNode(vidPid, serial, hid);
         tree.plug(node);
@@ -249,7 +251,7 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken()
         chip->caps.usagePage = page.right(4).toUShort(nullptr, 16);
         const std::wstring function = headset + L"&MI_0" + std::to_wstring(paths.size());
         if (page.startsWith('!'))
-            c.tree.refuseOpen(hidNode(function, L"7&1A2B3C&0&0001").interfacePath, ERROR_ACCESS_DENIED, 1);
+            c.tree.refuseOpen(hidNode(function, serial).interfacePath, ERROR_ACCESS_DENIED, 1);
         paths.push_back(c.plug(function, chip));
     }
     c.controller.startDetection();
@@ -266,17 +268,17 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken()
 void TestDeviceController::theFirstDeviceOfAKindWins()
 {
     Computer c;
-    const std::wstring first = c.plug(transmitter, std::make_shared<ScriptedChip>());
+    const std::wstring first = c.plug(transmitter);
     c.controller.startDetection();
     TRY_COMPARE(c.text(), "started finished +1");
-    const std::wstring second = c.plug(L"VID_7A31&PID_0003", std::make_shared<ScriptedChip>());
-    const std::wstring third = c.plug(programmingTransmitter, std::make_shared<ScriptedChip>());
+    const std::wstring second = c.plug(L"VID_7A31&PID_0003");
+    const std::wstring third = c.plug(programmingTransmitter);
     c.arrivals.acquire(3);
     c.tree.unplugAndWait(third);
     c.tree.unplugAndWait(first);
     TRY_COMPARE(c.text(), "started finished +1 -1"); // the second is not taken for it
     c.tree.unplugAndWait(second);
-    c.plug(L"VID_7A31&PID_0003", std::make_shared<ScriptedChip>());
+    c.plug(L"VID_7A31&PID_0003");
     TRY_COMPARE(c.text(), "started finished +1 -1 started finished +1");
     QCOMPARE(c.controller.pid(Transmitter), static_cast<unsigned short>(3));
 }
@@ -309,7 +311,7 @@ void TestDeviceController::aRemovalEndsTheReadWithoutArrival()
     TRY_COMPARE(c.text(), "started finished -2");
     chip->goOn.release();
     QTRY_COMPARE_WITH_TIMEOUT(c.tree.openFileCount(), std::size_t(0), patienceMs);
-    c.plug(transmitter, std::make_shared<ScriptedChip>()); // its reports come after the late result
+    c.plug(transmitter); // its reports come after the late result
     TRY_COMPARE(c.text(), "started finished -2 started finished +1");
     QVERIFY(!c.controller.isConnected(Headset));
 }
@@ -324,20 +326,20 @@ void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAnew()
     c.tree.unplugAndWait(path);
     c.plug(headset, chip);
     c.arrivals.acquire();
-    // The first arrival's read has the device that the second one's cannot open for that reason.
-    TRY_COMPARE(c.text(), "started finished -2");
-    QTRY_COMPARE_WITH_TIMEOUT(c.tree.openings().back().error, DWORD(ERROR_SHARING_VIOLATION), patienceMs);
+    // Both arrivals are heard of late. The first one's record does not open what came in its place.
+    TRY_COMPARE(c.text(), "started");
+    QCOMPARE(c.tree.openings().size(), std::size_t(1));
     chip->goOn.release();
-    TRY_COMPARE(c.text(), "started finished -2 started finished +2");
+    TRY_COMPARE(c.text(), "started finished +2");
     c.tree.unplugAndWait(path);
-    TRY_COMPARE(c.text(), "started finished -2 started finished +2 -2");
+    TRY_COMPARE(c.text(), "started finished +2 -2");
 }
 
 void TestDeviceController::detectionStartedAgainReportsWhatIsThere()
 {
     Computer c;
-    c.plug(transmitter, std::make_shared<ScriptedChip>());
-    const std::wstring gone = c.plug(headset, std::make_shared<ScriptedChip>());
+    c.plug(transmitter);
+    const std::wstring gone = c.plug(headset);
     c.controller.startDetection();
     c.controller.startDetection(); // it runs
     QTRY_COMPARE_WITH_TIMEOUT(c.text().count('+'), 2, patienceMs);
@@ -409,18 +411,13 @@ void TestDeviceController::theReaderAsksAsPrescribed()
     QFETCH(const QByteArray, addresses);
     QFETCH(const int, chip);
     QFETCH(const int, revision);
-    HidFixture f;
     const LogCapture log;
     const auto scripted = std::make_shared<ScriptedChip>();
     scripted->chip = chip;
     scripted->revision = revision;
+    HidFixture f(scripted);
     f.clock.onSleep = [&](std::uint32_t ms) { scripted->journal << "s" + QByteArray::number(ms); };
-    DeviceNode node;
-    node.interfacePath = L"chip";
-    node.hid = scripted;
-    f.tree.plug(node);
-    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(L"chip", 3, 0),
-                                   std::make_shared<std::atomic<bool>>(false));
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
     QByteArray expected = "FF0A00FD040000058104F001 s100 A FF0A00FD040000058102F001 s100 A "
                           "FF1100FF0400000C00<mailbox>00000000<row1>0100 FF0700FF0400000284 "
                           "FF0A00FD0400000581<row1>01 s100 A "
@@ -456,7 +453,6 @@ void TestDeviceController::nothingIsSentForWhatLiesPastTheMemory()
 {
     QFETCH(const int, firstByte);
     QFETCH(const int, capacity);
-    HidFixture f;
     const LogCapture log;
     const auto chip = std::make_shared<ScriptedChip>();
     chip->memory = [firstByte = firstByte](unsigned address) { return address == 0 ? firstByte : 1; };
@@ -465,12 +461,8 @@ void TestDeviceController::nothingIsSentForWhatLiesPastTheMemory()
         const bool isMute = firstByte == -1 && chip->journal.count("A") == 3;
         return isMute ? "\xFF\x01" + honest.mid(2) : honest;
     };
-    DeviceNode node;
-    node.interfacePath = L"chip";
-    node.hid = chip;
-    f.tree.plug(node);
-    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(L"chip", 3, 0),
-                                   std::make_shared<std::atomic<bool>>(false));
+    const HidFixture f(chip);
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
     QCOMPARE(chip->transfers, firstByte == -2 ? 4 : 8);
     const int before = chip->transfers;
     const auto end = static_cast<unsigned>(capacity);

@@ -1,6 +1,7 @@
 // The flashing dialog on a simulated computer, from start() to the end of a run and at every wrong moment.
 
 #include <future>
+#include <thread>
 
 #include <QAbstractEventDispatcher>
 #include <QGroupBox>
@@ -18,9 +19,9 @@ Q_DECLARE_METATYPE(DeviceType)
 namespace {
 
 /// The moments of a run.
-enum Moment { StoppingService, Leaving, Erasing, OneReported, Done };
+enum Moment { StoppingService, RestartingService, Leaving, Erasing, OneReported, Done };
 
-constexpr std::uint32_t serviceWaitMs = 100;
+constexpr std::uint32_t serviceWaitMs = 100, serviceStartWaitMs = 1000;
 constexpr std::uint32_t sectorEraseMs = 4000;
 constexpr std::uint32_t packetMs = 20;
 constexpr int reenumerationTimeoutMs = 30000;
@@ -49,6 +50,8 @@ struct Run : Computer
                 dialog->addDeviceToUpdate(instance(type), images[type], type);
         }
     }
+
+    ~Run() { gate.open(); } // the dialog waits for whom it holds
 
     DeviceInstance instance(DeviceType type)
     {
@@ -358,8 +361,9 @@ void TestFlashingDialog::closingAtAnyMomentLeavesEverythingInOrder_data()
 {
     QTest::addColumn<int>("moment");
     QTest::addColumn<bool>("byKey");
-    const char* const names[] = {"stopping the service", "leaving", "erasing", "one reported", "done"};
-    for (const int moment : {StoppingService, Leaving, Erasing, OneReported, Done}) {
+    const char* const names[] = {
+        "stopping the service", "restarting the service", "leaving", "erasing", "one reported", "done"};
+    for (const int moment : {StoppingService, RestartingService, Leaving, Erasing, OneReported, Done}) {
         for (const bool byKey : {true, false})
             QTest::addRow("%s, %s", names[moment], byKey ? "Escape" : "close") << moment << byKey;
     }
@@ -375,8 +379,11 @@ void TestFlashingDialog::closingAtAnyMomentLeavesEverythingInOrder()
         run.dialog->start();
         TRY_VERIFY(run.gate.isReached());
     } else {
+        if (moment == RestartingService)
+            run.gate.close(serviceStartWaitMs);
         run.startInVain(2);
-        if (moment != Leaving)
+        TRY_VERIFY(moment != RestartingService || run.gate.isReached());
+        if (moment == OneReported || moment == Done)
             Q_EMIT run.updaters().first()->flashingError(5);
         if (moment == Done)
             Q_EMIT run.updaters().last()->flashingFinished();
@@ -391,6 +398,12 @@ void TestFlashingDialog::closingAtAnyMomentLeavesEverythingInOrder()
     QCOMPARE(run.dialog->result(), int(QDialog::Rejected));
     QCOMPARE(run.dialog->errors().size(), moment == OneReported || moment == Done ? 1 : 0);
 
+    if (moment == StoppingService && byKey) { // the service has stopped before the dialog goes
+        run.gate.open();
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+    }
+    QCOMPARE(run.updaters().isEmpty(), moment == StoppingService);
     bool wasInOrder = moment == StoppingService; // no device is touched then
     for (FirmwareUpdater* updater : run.updaters()) {
         connect(updater, &QObject::destroyed, this, [&] {
@@ -398,9 +411,13 @@ void TestFlashingDialog::closingAtAnyMomentLeavesEverythingInOrder()
                          run.isAwake() == (moment != Done);
         });
     }
-    if (moment != StoppingService)
-        run.gate.open(); // the dialog waits for a device that is being programmed, but not for the service
+    // The dialog waits for the service's restart and for a device that is being programmed.
+    std::thread opener([&run, moment] {
+        if (moment != StoppingService)
+            run.gate.open();
+    });
     run.dialog.reset();
+    opener.join();
     QCOMPARE(run.audioServiceState(), DWORD(SERVICE_RUNNING));
     QVERIFY(wasInOrder && run.isAtRest());
     run.gate.open();

@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <QScopeGuard>
 #include <QTranslator>
 
 #include "appfixture.h"
@@ -298,6 +299,10 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
     QVERIFY(setup.waitForReadyRead(patienceMs));
     const pid_t program = setup.readLine().trimmed().toInt();
     QVERIFY(program > 0);
+    const auto ending = qScopeGuard([&] {
+        kill(program, SIGTERM);
+        setup.waitForFinished(patienceMs);
+    });
 
     const QDir logs(package.filePath("ZEFO_VYNT_Firmware_Update_Logs"_s));
     const auto log = [&] {
@@ -313,8 +318,6 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
     const QByteArray loaded = line("Firmware successfully loaded: ", archive, "\r\n");
     TRY_VERIFY(isPackage ? log().endsWith(loaded) : log() == looking);
     QVERIFY2(log().startsWith(looking), log());
-    kill(program, SIGTERM);
-    QVERIFY(setup.waitForFinished(patienceMs));
 }
 
 int main(int argc, char** argv)

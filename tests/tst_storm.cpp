@@ -7,6 +7,7 @@
 #include <random>
 #include <thread>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <QtTest>
@@ -59,9 +60,10 @@ int threadCount()
     return std::stoi(statusLine("Threads:"));
 }
 
-int residentKilobytes()
+int usedKilobytes()
 {
-    return std::stoi(statusLine("VmRSS:"));
+    constexpr std::size_t bytesPerKilobyte = 1024;
+    return static_cast<int>(mallinfo2().uordblks / bytesPerKilobyte);
 }
 
 std::uint32_t seed()
@@ -79,7 +81,7 @@ class TestStorm : public QObject
 
 Q_SIGNALS:
     void detectionToToggle();
-    void reached(std::promise<void>* waiting);
+    void reached(std::promise<bool>* waiting);
     void over();
 
 private Q_SLOTS:
@@ -93,6 +95,7 @@ private:
 
 void TestStorm::thePictureEndsAsTheMachineIs()
 {
+    mallopt(M_ARENA_MAX, 1); // so that all of the memory is counted
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
     const QtMessageHandler previous =
@@ -128,11 +131,20 @@ void TestStorm::thePictureEndsAsTheMachineIs()
             told.clear(); // all is forgotten without a signal
         };
         connect(this, &TestStorm::detectionToToggle, &controller, toggleDetection, Qt::QueuedConnection);
+        // The storm pauses until what is there has been read, however slow the computer is.
+        const auto areAllRead = [&] {
+            return std::all_of(std::begin(devices), std::end(devices), [&](const SimulatedDevice* device) {
+                const DeviceType type = device == &transmitter ? Transmitter : Headset;
+                return !isDetecting || !device->isPluggedIn() || !controller.version(type).isEmpty();
+            });
+        };
         connect(
-            this, &TestStorm::reached, &controller, [](std::promise<void>* waiting) { waiting->set_value(); },
+            this, &TestStorm::reached, &controller,
+            [&](std::promise<bool>* waiting) { waiting->set_value(QTest::qWaitFor(areAllRead, patienceMs)); },
             Qt::QueuedConnection);
         connect(this, &TestStorm::over, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
         toggleDetection();
+        int unread = 0;
         std::thread storm([&] {
             std::mt19937 random(usedSeed);
             bool isOn = true;
@@ -146,14 +158,14 @@ void TestStorm::thePictureEndsAsTheMachineIs()
                 if (random() % 4 == 0)
                     std::this_thread::sleep_for(std::chrono::microseconds(random() % 500));
                 if (event % eventsPerPause == 0) {
-                    std::promise<void> waiting;
+                    std::promise<bool> waiting;
                     Q_EMIT reached(&waiting);
-                    waiting.get_future().wait();
+                    unread += waiting.get_future().get() ? 0 : 1;
                 }
                 if (event == warmUpEvents)
-                    kilobytesAfterWarmUp = residentKilobytes();
+                    kilobytesAfterWarmUp = usedKilobytes();
             }
-            kilobytesAtTheEnd = residentKilobytes();
+            kilobytesAtTheEnd = usedKilobytes();
             Q_EMIT over();
         });
         QCoreApplication::exec();
@@ -170,7 +182,8 @@ void TestStorm::thePictureEndsAsTheMachineIs()
             QCOMPARE(told.value(type), device->isPluggedIn());
         }
         QCOMPARE(disagreements, 0);
-        QVERIFY2(arrivals > eventCount / 100, QByteArray::number(arrivals)); // many were read to the end
+        QCOMPARE(unread, 0);
+        QVERIFY2(arrivals > eventCount / 200, QByteArray::number(arrivals)); // many were read to the end
         controller.stopDetection();
         QCOMPARE(openHandleCount(), handlesBefore);
         QCOMPARE(machine.deviceTree().openFileCount(), std::size_t(0));
@@ -182,13 +195,14 @@ void TestStorm::thePictureEndsAsTheMachineIs()
 
 void TestStorm::memoryStaysFlat()
 {
-    constexpr int tolerance = 512;
+    constexpr int tolerance = 256; // for what is under way and what the machine keeps of the last openings
     if (isSanitized)
         QSKIP("A sanitizer keeps freed memory for a while.");
     QVERIFY(kilobytesAtTheEnd > 0);
     qInfo("%d kB after %d events, %d kB after %d", kilobytesAfterWarmUp, warmUpEvents, kilobytesAtTheEnd,
           eventCount);
-    QVERIFY(kilobytesAtTheEnd < kilobytesAfterWarmUp + tolerance);
+    QVERIFY2(kilobytesAtTheEnd < kilobytesAfterWarmUp + tolerance,
+             QByteArray::number(kilobytesAtTheEnd - kilobytesAfterWarmUp));
 }
 
 QTEST_GUILESS_MAIN(TestStorm)

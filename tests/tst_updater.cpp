@@ -203,7 +203,6 @@ private Q_SLOTS:
     void aDeviceInNormalModeIsToldToLeaveIt_data();
     void aDeviceInNormalModeIsToldToLeaveIt();
     void aDeviceInProgrammingModeIsTakenByItsPath();
-    void someAttemptsEndBeforeTheyBegin_data();
     void someAttemptsEndBeforeTheyBegin();
     void anEmptyImageIsNeverWritten();
     void aDeviceThatCannotBeTakenEndsTheAttempt_data();
@@ -307,27 +306,17 @@ void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
     QVERIFY(!tool.ran());
 }
 
-void TestUpdater::someAttemptsEndBeforeTheyBegin_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<bool>("hasPath");
-    QTest::addColumn<QByteArray>("signalled");
-    QTest::addColumn<QByteArray>("logged");
-    QTest::newRow("no path") << int(Headset) << false << QByteArray() << QByteArray();
-    QTest::newRow("unknown type") << int(Unknown) << true << QByteArray("finished")
-                                  << QByteArray("!Unknown device");
-}
-
 void TestUpdater::someAttemptsEndBeforeTheyBegin()
 {
-    QFETCH(const int, type);
-    QFETCH(const bool, hasPath);
     ScriptedComputer computer(normalHeadset);
-    Attempt attempt(hasPath ? computer.path : std::wstring(), static_cast<DeviceType>(type), "image");
-    attempt.updater->flashDevice();
-    QTEST(attempt.text(), "signalled");
-    QTEST(computer.log.text(), "logged");
-    QVERIFY(computer.machine.deviceTree().openings().empty() && !attempt.timer().isActive());
+    Attempt pathless(std::wstring(), Headset, "image");
+    pathless.updater->flashDevice();
+    QCOMPARE(pathless.text() + computer.log.text(), QByteArray());
+    Attempt unknown(computer.path, Unknown, "image");
+    unknown.updater->flashDevice();
+    QCOMPARE(unknown.text() + computer.log.text(), QByteArray("finished!Unknown device"));
+    QVERIFY(computer.machine.deviceTree().openings().empty());
+    QVERIFY(!pathless.timer().isActive() && !unknown.timer().isActive());
 }
 
 void TestUpdater::anEmptyImageIsNeverWritten()

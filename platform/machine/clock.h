@@ -42,7 +42,7 @@ public:
 class ScaledClock : public Clock
 {
 public:
-    /// At this speed an update takes about a second, in which it can still be watched.
+    /// At this speed an update is over in a moment, and can still be seen to go step by step.
     static constexpr double atOnce = 1000;
 
     explicit ScaledClock(double clockSpeed = 1);

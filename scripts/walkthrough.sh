@@ -1,0 +1,80 @@
+#!/bin/sh
+# Uses the bench by hand, so to speak, on a display of its own: makes an archive, updates, pulls the headset's cable in
+# the middle, plugs it in again and updates once more. Saves a picture of both windows at each step; these are the
+# pictures in docs/images/walkthrough. Fails where a step does not lead to the next.
+# Usage: scripts/walkthrough.sh FOLDER, in a checkout that is built.
+cd "$(dirname "$0")/.." || exit 1
+. scripts/packages.sh
+
+folder=${1:?Usage: scripts/walkthrough.sh FOLDER}
+bench=${BENCH:-build/release/bench/bench}
+[ -x "$bench" ] || fail "$bench is missing; run ./run.sh first."
+# shellcheck disable=SC2086
+install_packages $display_packages
+mkdir -p "$folder" || exit 1
+
+work=$(mktemp -d)
+end() {
+    [ -z "$bench_pid" ] || kill "$bench_pid" 2>/dev/null
+    [ -z "$display_pid" ] || kill "$display_pid" 2>/dev/null
+    rm -rf "$work"
+}
+trap end EXIT
+
+Xvfb -displayfd 3 -dpi 96 -screen 0 1360x650x24 3>"$work/display" 2>/dev/null &
+display_pid=$!
+until [ -s "$work/display" ]; do sleep 0.1; done
+DISPLAY=:$(cat "$work/display")
+export DISPLAY
+
+TMPDIR=$work LC_ALL=C.UTF-8 "$bench" --image-size 16384 --speed 10 >"$work/log" 2>&1 &
+bench_pid=$!
+until [ -s "$work/log" ]; do sleep 0.1; done
+
+steps=0
+seen=0 # lines of the log, when the last step was reached
+step() { # what is shown then, words of the log that tell so, how many lines of the log since the last step have them
+    tries=0
+    until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
+        tries=$((tries + 1))
+        [ "$tries" -lt 300 ] || fail "Not reached: $1"
+        sleep 0.1
+    done
+    sleep 0.5 # for the windows to paint themselves
+    seen=$(wc -l <"$work/log")
+    steps=$((steps + 1))
+    import -window root +dither -colors 128 "PNG8:$folder/$steps-$1.png" || exit 1
+    echo "$steps. $1"
+}
+press() { # title of the window, keys
+    window=$(xdotool search --sync --onlyvisible --name "$1" | tail -1)
+    shift
+    xdotool windowfocus --sync "$window" key --delay 100 "$@"
+}
+updater='^ZEFO VYNT Firmware Update$'
+bench_window='^Bench$'
+
+step plugged-in 'Bytes to read' 2
+press "$bench_window" alt+t alt+h
+step unplugged ': disconnected' 2
+press "$bench_window" alt+n
+press '^New Archive$' Return
+press "$bench_window" alt+t alt+h
+step new-archive 'Bytes to read' 4
+press "$bench_window" alt+r
+press "$updater" Tab Tab Return
+step updating 'Headset: Committing' 1
+press "$bench_window" alt+h alt+1
+step cable-pulled 'Phase restore' 1
+press '^Updating...$' Return
+step failure-report 'Bytes to read' 1
+press "$bench_window" alt+h
+press "$updater" Return
+step plugged-in-again 'Bytes to read' 1
+press "$bench_window" alt+r
+press "$updater" Tab Tab Return
+step updating-again 'Headset: Committing' 1
+press "$bench_window" alt+1
+step updated 'Phase restore' 1
+press '^Updating...$' Return
+step pairing-instructions '' 0
