@@ -316,9 +316,13 @@ void Flasher::advance()
 void Flasher::noteTransfers(int count, bool gotThrough)
 {
     place.transfer += count;
-    if (gotThrough)
+    if (gotThrough) {
         lostAt = {};
-    else if (lostAt.transfer == 0)
+        return;
+    }
+    // Not acted on; this line is all that tells of it where the run still ends well.
+    qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer, place.phase);
+    if (lostAt.transfer == 0)
         lostAt = place;
 }
 

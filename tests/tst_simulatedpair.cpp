@@ -94,6 +94,7 @@ private Q_SLOTS:
     void faultsStrikeAtTheirTransfer_data();
     void faultsStrikeAtTheirTransfer();
     void faultsOfTheRestartStrikeAtTheNextOne();
+    void waitsUnderWayFollowAChangeOfSpeed();
 };
 
 void TestSimulatedPair::theModeIsKeptWithoutPower()
@@ -268,6 +269,25 @@ void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
         QVERIFY(computer.tested.isProgramming() && Channel(computer.tested).isOpen());
         QVERIFY(fault != Fault::OtherPort || computer.tested.channelPath() == path);
     }
+}
+
+/// It would take ten minutes otherwise.
+void TestSimulatedPair::waitsUnderWayFollowAChangeOfSpeed()
+{
+    constexpr std::uint32_t waitMs = 600000;
+    ScaledClock clock;
+    const std::uint32_t start = clock.tickCount();
+    std::thread sleeper([&clock] { clock.sleep(waitMs); });
+    std::mutex mutex;
+    std::condition_variable never;
+    std::thread waiter([&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        clock.waitFor(lock, never, waitMs, [] { return false; });
+    });
+    clock.setSpeed(1000 * ScaledClock::atOnce);
+    sleeper.join();
+    waiter.join();
+    QVERIFY(clock.tickCount() - start >= waitMs);
 }
 
 QTEST_GUILESS_MAIN(TestSimulatedPair)
