@@ -8,7 +8,8 @@
 namespace {
 
 constexpr int passMs = 1600;
-constexpr int endless = -1;
+constexpr int stepMs = 50; // 20 pictures in a second look smooth and leave the window its time
+constexpr int endless = 0;
 constexpr qreal bandShare = 0.3; // of the bar's width
 constexpr int litAlpha = 110;
 
@@ -17,15 +18,15 @@ constexpr int litAlpha = 110;
 ProgressGlow::ProgressGlow(QProgressBar* bar)
     : QWidget(bar)
     , progressBar(bar)
+    , pass(passMs)
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setGeometry(bar->rect());
     bar->installEventFilter(this);
-    pass.setStartValue(0.0);
-    pass.setEndValue(1.0);
-    pass.setDuration(passMs);
+    pass.setUpdateInterval(stepMs);
+    pass.setEasingCurve(QEasingCurve::Linear);
     pass.setLoopCount(endless);
-    connect(&pass, &QVariantAnimation::valueChanged, this, [this] { update(); });
+    connect(&pass, &QTimeLine::valueChanged, this, [this] { update(); });
     pass.start();
     show();
 }
@@ -51,7 +52,7 @@ void ProgressGlow::paintEvent(QPaintEvent*)
 void ProgressGlow::paintBand(const QRect& area, QColor colour)
 {
     const qreal bandWidth = width() * bandShare;
-    const qreal begin = pass.currentValue().toReal() * (width() + bandWidth) - bandWidth;
+    const qreal begin = pass.currentValue() * (width() + bandWidth) - bandWidth;
     QLinearGradient gradient(begin, 0, begin + bandWidth, 0);
     colour.setAlpha(0);
     gradient.setColorAt(0, colour);

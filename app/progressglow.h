@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QVariantAnimation>
+#include <QTimeLine>
 #include <QWidget>
 
 class QProgressBar;
@@ -21,5 +21,5 @@ private:
     void paintBand(const QRect& area, QColor colour);
 
     QProgressBar* const progressBar;
-    QVariantAnimation pass; ///< the share of the way that the light has covered
+    QTimeLine pass; ///< its value is the share of the way that the light has covered
 };
