@@ -24,11 +24,6 @@ constexpr int lookIntervalMs = 20;
 constexpr int fastLookIntervalMs = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 
-QString nameOf(DeviceType type)
-{
-    return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
-}
-
 bool writeArchive(const QString& path, const ImageOptions& transmitter, const ImageOptions& headset)
 {
     const QByteArray notes = "Version " + transmitter.version +

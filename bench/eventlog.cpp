@@ -4,6 +4,11 @@
 
 #include <QMutexLocker>
 
+QString nameOf(DeviceType type)
+{
+    return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
+}
+
 EventLog::EventLog()
 {
     timer.start();

@@ -6,6 +6,11 @@
 #include <QString>
 #include <QStringList>
 
+#include "deviceinstance.h"
+
+/// A device's name in the protocol.
+QString nameOf(DeviceType type);
+
 /// The bench's protocol: a line per event with the seconds since the start, on the standard output. Any
 /// thread.
 class EventLog : public QObject

@@ -25,11 +25,6 @@ QString labelText(const QWidget& parent, const char* name)
     return label ? label->text() : QString();
 }
 
-QString nameOf(DeviceType type)
-{
-    return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
-}
-
 /// Whether every device that is being updated has come a good part of the way, and none to the end.
 bool isWellUnderWay(const FlashingDialog& dialog)
 {

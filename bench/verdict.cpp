@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "eventlog.h"
 #include "imagebuilder.h"
 #include "simulateddevice.h"
 
@@ -41,8 +42,7 @@ bool Verdict::isEqual() const
 
 QString Verdict::text(int errorCode) const
 {
-    const QString name =
-        type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
+    const QString name = nameOf(type);
     if (image.isEmpty())
         return QStringLiteral("%1: %2, no image in the archive").arg(name, version());
     const QString comparison =

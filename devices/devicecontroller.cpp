@@ -145,10 +145,10 @@ void DeviceControllerPrivate::endDetection()
         return;
     *detectionEnded = true;
     detector->stop();
-    for (const auto* reads : {&pendingReads, &abandonedReads}) {
-        for (auto read = reads->keyBegin(); read != reads->keyEnd(); ++read)
-            (*read)->waitForFinished();
-    }
+    for (auto read = pendingReads.keyBegin(); read != pendingReads.keyEnd(); ++read)
+        (*read)->waitForFinished();
+    for (IdentityWatcher* const read : qAsConst(abandonedReads))
+        read->waitForFinished();
     detector.reset();
     // Reports that are still queued name records that are deleted now.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
@@ -238,7 +238,7 @@ void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
         return;
     const DeviceType type = removed.key();
     if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr)) {
-        abandonedReads[watcher] = type;
+        abandonedReads.insert(watcher);
         endRead(watcher);
     }
     devices.remove(type);

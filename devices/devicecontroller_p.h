@@ -6,6 +6,7 @@
 #include <QFutureWatcher>
 #include <QMap>
 #include <QPair>
+#include <QSet>
 #include <QVector>
 
 #include "devicecontroller.h"
@@ -54,5 +55,5 @@ private:
     void forgetEarlierDetection();
 
     std::shared_ptr<std::atomic<bool>> detectionEnded; ///< tells the reads of a detection
-    QMap<IdentityWatcher*, DeviceType> abandonedReads; ///< still running; their devices are gone
+    QSet<IdentityWatcher*> abandonedReads;             ///< still running; their devices are gone
 };
