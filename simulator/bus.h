@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// What becomes of a feature-report transfer.
+enum class Transfer {
+    Done,
+    Failed, ///< the device stays, the report did not get through
+    Gone,   ///< the device went away during the transfer
+};
+
+/// Serves the feature reports of one HID interface. Called on any thread, one transfer at a time.
+class FeatureReports
+{
+public:
+    virtual ~FeatureReports() = default;
+
+    /// Takes one report; @p report[0] is the report ID.
+    [[nodiscard]] virtual Transfer set(const std::uint8_t* report, std::size_t size) = 0;
+
+    /// Answers the report whose ID is in @p report[0] with at most @p size bytes, the report ID included, and
+    /// tells how many they are.
+    [[nodiscard]] virtual Transfer get(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
+};
+
+/// A feature report as a report descriptor declares it.
+struct FeatureReportFormat
+{
+    std::uint8_t id = 0;
+    std::uint16_t dataBytes = 0; ///< without the report ID
+};
+
+/// A USB interface of the HID class with its one top-level collection.
+struct HidInterface
+{
+    int number = 0;              ///< the USB interface's
+    std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
+    std::uint16_t usage = 0;
+    std::vector<FeatureReportFormat> featureReports; ///< empty where there are none
+    FeatureReports* serves = nullptr;                ///< borrowed until the device has gone from the bus
+};
+
+/// A device as a bus shows it to the computer.
+struct BusDevice
+{
+    std::uint16_t vendorId = 0;
+    std::uint16_t productId = 0;
+    std::string name; ///< for people
+    int port = 0;     ///< one device a port
+    /// Whether the interfaces are functions of a composite device (USB 2.0 section 5.2.3).
+    bool isComposite = false;
+    bool refusesOpen = false; ///< no program may open it
+    std::vector<HidInterface> interfaces;
+};
+
+/// What a simulated device is plugged into: this program's own model of a computer, or another computer's
+/// HID stack. Every operation may be called on any thread, also from within a transfer of the device.
+class Bus
+{
+public:
+    virtual ~Bus() = default;
+
+    /// The device comes. Returns when the computer has been told of it.
+    virtual void attach(const BusDevice& device) = 0;
+
+    /// The device at @p port goes, whatever is open on it: no transfer begins any more. Returns when the
+    /// computer has been told of it and, where the bus can know, everybody who listens has handled that.
+    virtual void detach(int port) = 0;
+};
