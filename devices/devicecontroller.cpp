@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include <QCoreApplication>
 #include <QtConcurrent>
 
 #include "abstracthiddevice.h"
 #include "devicecontroller_p.h"
-#include "devicedetector.h"
 #include "devicereader_p.h"
 #include "firmwareutilities.h"
 #include "utilities.h"
@@ -102,17 +100,10 @@ QString DeviceController::deviceName() const
 }
 
 DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
-    : QObject(controller)
+    : DetectionOwner(controller)
     , q(controller)
-    , listener(new DeviceListener(this))
 {
-    connect(listener, &DeviceListener::deviceArrived, this, &DeviceControllerPrivate::onDeviceArrived);
-    connect(listener, &DeviceListener::deviceRemoved, this, &DeviceControllerPrivate::onDeviceRemoved);
-    // Queued behind the slot above: by then nothing refers to the record any more.
-    connect(listener, &DeviceListener::deviceRemoved, this, [this](DeviceInstance* instance) {
-        if (detector)
-            detector->forget(instance);
-    });
+    listen(&DeviceControllerPrivate::onDeviceArrived, &DeviceControllerPrivate::onDeviceRemoved);
 }
 
 DeviceControllerPrivate::~DeviceControllerPrivate()
@@ -126,10 +117,8 @@ void DeviceControllerPrivate::startDetection()
         return;
     forgetEarlierDetection();
     detectionEnded = std::make_shared<std::atomic<bool>>(false);
-    detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
     const auto& ids = Utilities::allDeviceIds();
-    // A detection that cannot start is a window without devices, which is what the window then shows.
-    static_cast<void>(detector->start(listener, ids.data(), static_cast<unsigned int>(ids.size())));
+    startDetector(ids.data(), static_cast<unsigned int>(ids.size()));
 }
 
 void DeviceControllerPrivate::stopDetection()
@@ -144,14 +133,11 @@ void DeviceControllerPrivate::endDetection()
     if (!detector)
         return;
     *detectionEnded = true;
-    detector->stop();
+    endDetector();
     for (auto read = pendingReads.keyBegin(); read != pendingReads.keyEnd(); ++read)
         (*read)->waitForFinished();
     for (IdentityWatcher* const read : qAsConst(abandonedReads))
         read->waitForFinished();
-    detector.reset();
-    // Reports that are still queued name records that are deleted now.
-    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
 }
 
 /// What reads left over from an earlier detection told, or would tell, is nothing to go by.

@@ -7,9 +7,9 @@
 
 class DeviceControllerPrivate;
 
-/// The GUI thread's picture of the connected devices: at most one transmitter and one headset, each with the
-/// product identifier and the firmware version that were read out of its memory. All operations on the GUI
-/// thread.
+/// The GUI thread's picture of the connected devices: at most one transmitter and one headset, each with
+/// the product identifier and the firmware version that were read out of its memory. All operations are
+/// called on the GUI thread.
 class DeviceController : public QObject
 {
     Q_OBJECT
@@ -34,8 +34,7 @@ public:
     /// Empty while or where it is not known.
     QString version(DeviceType type) const;
 
-    /// A copy of the detector's record; a default one (product identifier 0) where no device of the kind is
-    /// there.
+    /// A copy of the detector's record; a default one (product identifier 0) where there is no such device.
     DeviceInstance deviceInstance(DeviceType type) const;
 
     /// The generation of the connected transmitter, such as "VYNT1"; empty where it is not known.

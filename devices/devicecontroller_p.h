@@ -9,11 +9,10 @@
 #include <QSet>
 #include <QVector>
 
+#include "detectionowner.h"
 #include "devicecontroller.h"
-#include "devicelistener.h"
 
 class AbstractHidDevice;
-class DeviceDetector;
 
 struct ConnectedDevice
 {
@@ -22,7 +21,7 @@ struct ConnectedDevice
     QString version;                    ///< empty until known
 };
 
-class DeviceControllerPrivate : public QObject
+class DeviceControllerPrivate : public DetectionOwner
 {
     Q_OBJECT
 
@@ -36,8 +35,6 @@ public:
     void stopDetection();
 
     DeviceController* q;
-    std::shared_ptr<DeviceDetector> detector;
-    DeviceListener* listener;
     QMap<DeviceType, ConnectedDevice> devices;
     QMap<IdentityWatcher*, DeviceType> pendingReads; ///< still running, results wanted
 

@@ -33,9 +33,9 @@ public:
     /// Ends the watching of a handle; the caller closes it. Nothing for a handle that is not watched.
     virtual void closeDevice(HANDLE handle);
 
-    /// Tells that the receiver of the reports has handled the removal of @p removed and every report before
-    /// it. The record is deleted then and its address may be used for another. Nothing for a record that is
-    /// not removed.
+    /// Tells that the receiver of the reports has handled the removal of @p removed and every report
+    /// before it. The record is deleted then and its address may be used for another. Nothing for a
+    /// record that is not removed.
     virtual void forget(DeviceInstance* removed);
 
 protected:

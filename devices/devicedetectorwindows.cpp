@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <mutex>
 
 #include <cfgmgr32.h>
-#include <setupapi.h>
 
 #include "devicedetectorlistener.h"
 #include "interfaceclass_p.h"
@@ -18,34 +18,14 @@ enum AccessBits { ReadBit = 1, WriteBit = 2 };
 
 // The record sizes of 32-bit Windows, which the system checks.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
-static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
 
-class Guard
-{
-public:
-    explicit Guard(CRITICAL_SECTION& criticalSection)
-        : section(criticalSection)
-    {
-        EnterCriticalSection(&section);
-    }
-    ~Guard() { LeaveCriticalSection(&section); }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-
-private:
-    CRITICAL_SECTION& section;
-};
+using Guard = std::lock_guard<CriticalSection>;
 
 bool isEndOfEnumeration(const GUID& classGuid, const std::wstring& path)
 {
     return classGuid == GUID{} && path.empty();
-}
-
-HANDLE createAutoResetEvent()
-{
-    return CreateEventW(nullptr, FALSE, FALSE, nullptr);
 }
 
 void closeAndForget(HANDLE& handle)
@@ -61,29 +41,6 @@ void joinAndForget(HANDLE& thread)
     closeAndForget(thread);
 }
 
-/// The path of the interface with number @p index of a set; empty where it cannot be read.
-/// @return false at the end of the set.
-bool interfacePath(HDEVINFO set, const GUID& classGuid, DWORD index, std::wstring& path)
-{
-    path.clear();
-    SP_DEVICE_INTERFACE_DATA data = {};
-    data.cbSize = sizeof(data);
-    if (!SetupDiEnumDeviceInterfaces(set, nullptr, &classGuid, index, &data))
-        return false;
-    DWORD bytes = 0;
-    SetupDiGetDeviceInterfaceDetailW(set, &data, nullptr, 0, &bytes, nullptr);
-    if (bytes == 0)
-        return true;
-    const std::unique_ptr<void, decltype(&LocalFree)> memory(LocalAlloc(LPTR, bytes), &LocalFree);
-    auto* const detail = static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
-    if (!detail)
-        return true;
-    detail->cbSize = sizeof(*detail);
-    if (SetupDiGetDeviceInterfaceDetailW(set, &data, detail, bytes, nullptr, nullptr))
-        path = detail->DevicePath;
-    return true;
-}
-
 } // namespace
 
 DeviceDetector* createDeviceDetector()
@@ -96,15 +53,9 @@ void destroyDeviceDetector(DeviceDetector* detector)
     delete detector;
 }
 
-DeviceDetectorWindows::DeviceDetectorWindows()
-{
-    InitializeCriticalSection(&lock);
-}
-
 DeviceDetectorWindows::~DeviceDetectorWindows()
 {
     DeviceDetectorWindows::stop();
-    DeleteCriticalSection(&lock);
 }
 
 bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const DeviceId* ids, unsigned int count)
@@ -118,7 +69,9 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
     started = false;
     for (HANDLE* event : {&readyEvent, &stopEvent, &workEvent}) {
         if (!*event)
-            *event = createAutoResetEvent();
+            *event = CreateEventW(nullptr, FALSE, FALSE, nullptr); // auto-reset
+        if (!*event)
+            return false;
     }
     notificationThreadHandle =
         CreateThread(nullptr, 0, runNotificationThread, this, 0, &notificationThreadId);
@@ -127,12 +80,13 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
     // A worker left over from a start that failed goes on serving.
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    if (!workerThreadHandle)
-        return false;
+    // In any case, because a thread can be told to quit only once it has a message queue.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
-    return started;
+    else if (!workerThreadHandle)
+        stop();
+    return notificationThreadHandle != nullptr;
 }
 
 void DeviceDetectorWindows::stop()
@@ -171,26 +125,15 @@ HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int
                                       flagsAndAttributes, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return INVALID_HANDLE_VALUE;
-    DEV_BROADCAST_HANDLE filter = {};
-    filter.dbch_size = sizeof(filter);
-    filter.dbch_devicetype = DBT_DEVTYP_HANDLE;
-    filter.dbch_handle = handle;
-    const HDEVNOTIFY notification = RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
-    if (notification) {
-        handleNotifications[handle] = {notification, known->second.get(), desiredAccess, shareMode,
-                                       flagsAndAttributes};
-    }
+    handleNotifications.add(window, handle,
+                            {nullptr, known->second.get(), desiredAccess, shareMode, flagsAndAttributes});
     return handle;
 }
 
 void DeviceDetectorWindows::closeDevice(HANDLE handle)
 {
     const Guard guard(lock);
-    const auto record = handleNotifications.find(handle);
-    if (record == handleNotifications.end())
-        return;
-    UnregisterDeviceNotification(record->second.notification);
-    handleNotifications.erase(record);
+    handleNotifications.remove(handle);
 }
 
 void DeviceDetectorWindows::forget(DeviceInstance* removed)
@@ -224,16 +167,13 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // The marker stays queued all the same, and completion is reported once more with the next batch or
-    // removal.
+    // The marker stays queued all the same, and completion is reported once more with the next batch
+    // or removal.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
         DispatchMessageW(&message);
-        if (message.message == WM_QUIT)
-            break;
-    }
     tearDownNotifications();
 }
 
@@ -272,21 +212,17 @@ void DeviceDetectorWindows::registerInterfaces()
         filter.dbcc_classguid = interfaceClassGuid(id.interfaceKind);
         if (interfaceNotifications.count(filter.dbcc_classguid))
             continue;
-        const HDEVNOTIFY notification =
-            RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+        DeviceNotification notification(
+            RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE));
         if (notification)
-            interfaceNotifications[filter.dbcc_classguid] = notification;
+            interfaceNotifications[filter.dbcc_classguid] = std::move(notification);
     }
 }
 
 void DeviceDetectorWindows::tearDownNotifications()
 {
     const Guard guard(lock); // the worker may still be reading the notifications
-    for (const auto& notification : interfaceNotifications)
-        UnregisterDeviceNotification(notification.second);
     interfaceNotifications.clear();
-    for (const auto& record : handleNotifications)
-        UnregisterDeviceNotification(record.second.notification);
     handleNotifications.clear();
     DestroyWindow(window);
     window = nullptr;
@@ -295,28 +231,14 @@ void DeviceDetectorWindows::tearDownNotifications()
 unsigned int DeviceDetectorWindows::enumerateInterfaces()
 {
     unsigned int queued = 0;
-    for (const auto& notification : interfaceNotifications)
-        queued += enumerateClass(notification.first);
+    for (const auto& [classGuid, notification] : interfaceNotifications) {
+        for (std::wstring& path : presentInterfacePaths(classGuid)) {
+            arrivalQueue.push_back({classGuid, std::move(path)});
+            ++queued;
+        }
+    }
     if (!arrivalQueue.empty())
         SetEvent(workEvent);
-    return queued;
-}
-
-unsigned int DeviceDetectorWindows::enumerateClass(const GUID& classGuid)
-{
-    const HDEVINFO set =
-        SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
-    if (set == INVALID_HANDLE_VALUE)
-        return 0;
-    unsigned int queued = 0;
-    std::wstring path;
-    for (DWORD index = 0; interfacePath(set, classGuid, index, path); ++index) {
-        if (path.empty())
-            continue;
-        arrivalQueue.push_back({classGuid, path});
-        ++queued;
-    }
-    SetupDiDestroyDeviceInfoList(set);
     return queued;
 }
 
@@ -336,7 +258,7 @@ void DeviceDetectorWindows::deviceChange(WPARAM event, const DEV_BROADCAST_HDR* 
     if (header->dbch_devicetype == DBT_DEVTYP_DEVICEINTERFACE)
         interfaceChange(event, *reinterpret_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(header));
     else if (header->dbch_devicetype == DBT_DEVTYP_HANDLE)
-        handleChange(event, reinterpret_cast<const DEV_BROADCAST_HANDLE*>(header)->dbch_handle);
+        handleChange(event, *reinterpret_cast<const DEV_BROADCAST_HANDLE*>(header));
 }
 
 void DeviceDetectorWindows::interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast)
@@ -353,21 +275,22 @@ void DeviceDetectorWindows::interfaceChange(WPARAM event, const DEV_BROADCAST_DE
     }
 }
 
-void DeviceDetectorWindows::handleChange(WPARAM event, HANDLE handle)
+void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast)
 {
     if (event == DBT_DEVICEQUERYREMOVE) {
-        CloseHandle(handle); // at once, so that the removal can proceed
-    } else if (event == DBT_DEVICEQUERYREMOVEFAILED) {
-        const Guard guard(lock);
-        reopenDevice(handle);
-    } else if (event == DBT_DEVICEREMOVECOMPLETE) {
-        const Guard guard(lock);
-        const auto record = handleNotifications.find(handle);
-        if (record == handleNotifications.end())
-            return;
-        const std::wstring path = record->second.device->path; // the record is about to go
-        removeDevice(path);
+        CloseHandle(broadcast.dbch_handle); // at once, so that the removal can proceed
+        return;
     }
+    if (event != DBT_DEVICEQUERYREMOVEFAILED && event != DBT_DEVICEREMOVECOMPLETE)
+        return;
+    const Guard guard(lock);
+    const auto record = handleNotifications.take(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
+    if (!record)
+        return;
+    if (event == DBT_DEVICEQUERYREMOVEFAILED)
+        reopenDevice(broadcast.dbch_handle, *record);
+    else
+        removeDevice(std::wstring(record->device->path)); // a copy: the device's record is about to go
 }
 
 void DeviceDetectorWindows::workerThread()
@@ -397,7 +320,7 @@ bool DeviceDetectorWindows::waitInstallationSettled()
 
 void DeviceDetectorWindows::examineArrivals()
 {
-    EnterCriticalSection(&lock);
+    std::unique_lock<CriticalSection> guard(lock);
     while (!arrivalQueue.empty()) {
         const PendingArrival arrival = arrivalQueue.front();
         const bool isComplete = isEndOfEnumeration(arrival.classGuid, arrival.path);
@@ -405,12 +328,11 @@ void DeviceDetectorWindows::examineArrivals()
             addDevice(arrival);
         arrivalQueue.erase(arrivalQueue.begin());
         const std::size_t count = knownDevices.size();
-        LeaveCriticalSection(&lock);
+        guard.unlock();
         if (isComplete)
             listener->deviceEnumerationComplete(count);
-        EnterCriticalSection(&lock);
+        guard.lock();
     }
-    LeaveCriticalSection(&lock);
 }
 
 void DeviceDetectorWindows::addDevice(const PendingArrival& arrival)
@@ -443,14 +365,7 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
     const auto known = knownDevices.find(toLowerAscii(path));
     if (known != knownDevices.end()) {
         DeviceInstance* const device = known->second.get();
-        for (auto record = handleNotifications.begin(); record != handleNotifications.end();) {
-            if (record->second.device != device) {
-                ++record;
-                continue;
-            }
-            UnregisterDeviceNotification(record->second.notification);
-            record = handleNotifications.erase(record);
-        }
+        handleNotifications.removeAllOf(device);
         listener->deviceRemoved(device);
         removedDevices[device] = std::move(known->second);
         knownDevices.erase(known);
@@ -468,18 +383,13 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
     }
 }
 
-void DeviceDetectorWindows::reopenDevice(HANDLE handle)
+/// The old record is gone by then: the new handle may get the old one's value.
+void DeviceDetectorWindows::reopenDevice(HANDLE closed, const HandleRecord& record)
 {
-    const auto found = handleNotifications.find(handle);
-    if (found == handleNotifications.end())
-        return;
-    const HandleRecord record = found->second;
-    UnregisterDeviceNotification(record.notification);
     // The stored masks are Win32's, whose two low bits are clear: the device is opened for queries only.
     const HANDLE reopened =
         openDevice(record.device, static_cast<int>(record.desiredAccess), static_cast<int>(record.shareMode),
                    nullptr, record.flagsAndAttributes);
     if (reopened != INVALID_HANDLE_VALUE)
-        listener->deviceHandleChanged(record.device, handle, reopened);
-    handleNotifications.erase(handle);
+        listener->deviceHandleChanged(record.device, closed, reopened);
 }

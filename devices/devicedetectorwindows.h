@@ -11,7 +11,9 @@
 
 #include <dbt.h>
 
+#include "criticalsection_p.h"
 #include "devicedetector.h"
+#include "handlenotifications_p.h"
 
 /// Device detection by SetupAPI enumeration and device-change broadcasts.
 ///
@@ -20,7 +22,7 @@
 class DeviceDetectorWindows : public DeviceDetector
 {
 public:
-    DeviceDetectorWindows();
+    DeviceDetectorWindows() = default;
     ~DeviceDetectorWindows() override;
 
     bool start(DeviceDetectorListener* reportTo, const DeviceId* ids, unsigned int count) override;
@@ -38,14 +40,6 @@ private:
         GUID classGuid;
         std::wstring path;
     };
-    struct HandleRecord
-    {
-        HDEVNOTIFY notification;
-        DeviceInstance* device;
-        DWORD desiredAccess;
-        DWORD shareMode;
-        DWORD flagsAndAttributes;
-    };
     struct GuidOrder
     {
         bool operator()(const GUID& a, const GUID& b) const { return std::memcmp(&a, &b, sizeof(GUID)) < 0; }
@@ -60,10 +54,9 @@ private:
     void registerInterfaces();
     void tearDownNotifications();
     unsigned int enumerateInterfaces();
-    unsigned int enumerateClass(const GUID& classGuid);
     void deviceChange(WPARAM event, const DEV_BROADCAST_HDR* header);
     void interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast);
-    void handleChange(WPARAM event, HANDLE handle);
+    void handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast);
 
     void workerThread();
     bool waitInstallationSettled();
@@ -73,7 +66,7 @@ private:
     void addDevice(const PendingArrival& arrival);
     bool isWanted(const DeviceInstance& device) const;
     void removeDevice(const std::wstring& path);
-    void reopenDevice(HANDLE handle);
+    void reopenDevice(HANDLE closed, const HandleRecord& record);
 
     HWND window = nullptr;
     HANDLE notificationThreadHandle = nullptr;
@@ -83,11 +76,11 @@ private:
     HANDLE workerThreadHandle = nullptr;
     HANDLE workEvent = nullptr;
     bool started = false;
-    CRITICAL_SECTION lock; ///< recursive; guards everything below and the reports made under it
+    CriticalSection lock; ///< recursive; guards everything below and the reports made under it
     std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices;
     std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>> removedDevices; ///< until forget()
     std::vector<DeviceId> filters;
     std::vector<PendingArrival> arrivalQueue;
-    std::map<GUID, HDEVNOTIFY, GuidOrder> interfaceNotifications;
-    std::map<HANDLE, HandleRecord> handleNotifications;
+    std::map<GUID, DeviceNotification, GuidOrder> interfaceNotifications;
+    HandleNotifications handleNotifications;
 };

@@ -37,9 +37,9 @@ constexpr bool operator!=(const DeviceId& a, const DeviceId& b)
 
 /// One device interface that a detector accepted.
 ///
-/// Records are created and deleted by detectors only. A borrowed pointer is valid from the arrival report
-/// until its holder has passed it to DeviceDetector::forget() or stopped the detector; a copy is valid for
-/// ever.
+/// Records are created and deleted by detectors only. A borrowed pointer is valid from the arrival
+/// report until its holder has passed it to DeviceDetector::forget() or stopped the detector; a copy is
+/// valid for ever.
 class DeviceInstance : public DeviceId
 {
 public:

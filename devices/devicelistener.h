@@ -14,7 +14,10 @@ class DeviceListener : public QObject, public DeviceDetectorListener
     Q_OBJECT
 
 public:
-    explicit DeviceListener(QObject* parent);
+    explicit DeviceListener(QObject* parent)
+        : QObject(parent)
+    {
+    }
 
 Q_SIGNALS:
     void deviceArrived(DeviceInstance* instance) override;

@@ -1,6 +1,7 @@
 #include "interfaceclass_p.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -12,7 +13,9 @@ extern "C" {
 namespace {
 
 // The record sizes of 32-bit Windows, which the system checks.
-static_assert(sizeof(void*) != 4 || sizeof(wchar_t) != 2 || sizeof(SP_DEVINFO_DATA) == 28);
+constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
+static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
+static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
 constexpr GUID noInterfaceClass = {};
 constexpr GUID usbDeviceInterfaceClass = {
@@ -37,6 +40,30 @@ public:
     DeviceInfoList& operator=(const DeviceInfoList&) = delete;
 
     bool isValid() const { return list != INVALID_HANDLE_VALUE; }
+
+    bool interfaceAt(DWORD index, const GUID& classGuid, SP_DEVICE_INTERFACE_DATA& data) const
+    {
+        data = {};
+        data.cbSize = sizeof(data);
+        return SetupDiEnumDeviceInterfaces(list, nullptr, &classGuid, index, &data) != FALSE;
+    }
+
+    /// Empty where it cannot be read.
+    std::wstring path(SP_DEVICE_INTERFACE_DATA& data) const
+    {
+        DWORD bytes = 0;
+        SetupDiGetDeviceInterfaceDetailW(list, &data, nullptr, 0, &bytes, nullptr);
+        if (bytes == 0)
+            return {};
+        const std::unique_ptr<void, decltype(&LocalFree)> memory(LocalAlloc(LPTR, bytes), &LocalFree);
+        auto* const detail = static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
+        if (!detail)
+            return {};
+        detail->cbSize = sizeof(*detail);
+        if (!SetupDiGetDeviceInterfaceDetailW(list, &data, detail, bytes, nullptr, nullptr))
+            return {};
+        return detail->DevicePath;
+    }
 
     bool device(DWORD index, SP_DEVINFO_DATA& data) const
     {
@@ -87,8 +114,8 @@ unsigned digitValue(wchar_t c)
     return 0;
 }
 
-/// The up to four hexadecimal digits after @p key; 0 where the key is missing. A character that is no digit
-/// counts 0.
+/// The up to four hexadecimal digits after @p key; 0 where the key is missing. A character that is no
+/// digit counts 0.
 std::uint16_t parseHexAfterKey(const std::wstring& text, std::wstring_view key)
 {
     constexpr std::size_t digits = 4;
@@ -142,6 +169,18 @@ std::wstring toLowerAscii(std::wstring text)
 {
     std::transform(text.begin(), text.end(), text.begin(), lowerAscii);
     return text;
+}
+
+std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid)
+{
+    const DeviceInfoList list(classGuid);
+    std::vector<std::wstring> paths;
+    SP_DEVICE_INTERFACE_DATA data;
+    for (DWORD index = 0; list.isValid() && list.interfaceAt(index, classGuid, data); ++index) {
+        if (std::wstring path = list.path(data); !path.empty())
+            paths.push_back(std::move(path));
+    }
+    return paths;
 }
 
 bool readDeviceProperties(const std::wstring& path, DeviceInstance& device, const GUID& classGuid)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <windows.h>
 
@@ -15,9 +16,12 @@ InterfaceKind interfaceKindOf(const GUID& guid);
 /// @p text with its ASCII letters in lower case, as interface paths are compared.
 std::wstring toLowerAscii(std::wstring text);
 
-/// Looks up the present device of class @p classGuid whose interface has @p path and fills in its identity
-/// and name.
-/// @return false when there is none, its properties cannot be read, it does not hang on USB or HID, or either
-///         identifier is 0.
+/// The paths of the present interfaces of class @p classGuid; one that cannot be read is left out.
+std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid);
+
+/// Looks up the present device of class @p classGuid whose interface has @p path and fills in its
+/// identity and name.
+/// @return false when there is none, its properties cannot be read, it does not hang on USB or HID, or
+///         either identifier is 0.
 [[nodiscard]] bool readDeviceProperties(const std::wstring& path, DeviceInstance& device,
                                         const GUID& classGuid);

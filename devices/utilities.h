@@ -13,9 +13,9 @@ class DeviceDetector;
 
 /// The identities that the updater knows, and the ways to open a HID device.
 ///
-/// In normal mode a device enumerates under the product line's vendor identifier, in its chip's programming
-/// mode under the chip maker's. The identity lookups are pure functions of constants, callable from any
-/// thread.
+/// In normal mode a device enumerates under the product line's vendor identifier, in its chip's
+/// programming mode under the chip maker's. The identity lookups are pure functions of constants,
+/// callable from any thread.
 namespace Utilities {
 
 /// A device in normal mode. The headset's name is empty: a generation is named after its transmitter.
@@ -60,8 +60,7 @@ QString deviceNameForPid(unsigned short pid);
 /// @param access  bit 0 read, bit 1 write.
 /// @param share   bit 0 others may read, bit 1 others may write; 0 is exclusive.
 /// @return empty on failure, with a warning in the log. The last holder, on whatever thread, ends the
-/// watching and
-///         closes the device; until then the detector is kept alive.
+///         watching and closes the device; until then the detector is kept alive.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 

@@ -1,10 +1,6 @@
 #include "firmwareupdater.h"
 
-#include <QCoreApplication>
-
 #include "abstracthiddevice.h"
-#include "devicedetector.h"
-#include "devicelistener.h"
 #include "firmwareupdater_p.h"
 #include "flasher.h"
 #include "flashingerror.h"
@@ -44,7 +40,7 @@ void FirmwareUpdater::flashDevice()
 
 FirmwareUpdaterPrivate::FirmwareUpdaterPrivate(FirmwareUpdater* updater, const DeviceInstance& instance,
                                                DeviceType deviceType, const QByteArray& image)
-    : QObject(updater)
+    : DetectionOwner(updater)
     , q(updater)
     , thread(this)
     , type(deviceType)
@@ -62,7 +58,7 @@ FirmwareUpdaterPrivate::~FirmwareUpdaterPrivate()
     thread.quit();
     thread.wait();
     flasher.reset();
-    endDetection();
+    endDetector();
 }
 
 void FirmwareUpdaterPrivate::flashDevice()
@@ -88,32 +84,12 @@ void FirmwareUpdaterPrivate::flashDevice()
 
 void FirmwareUpdaterPrivate::startDetection()
 {
-    endDetection();
-    detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
-    listener = new DeviceListener(this);
-    connect(listener, &DeviceListener::deviceArrived, this, &FirmwareUpdaterPrivate::flashingDeviceArrived);
-    connect(listener, &DeviceListener::deviceRemoved, this, &FirmwareUpdaterPrivate::flashingDeviceRemoved);
-    // Queued behind the slot above: by then nothing refers to the record any more.
-    connect(listener, &DeviceListener::deviceRemoved, this,
-            [this](DeviceInstance* instance) { detector->forget(instance); });
+    endDetector();
+    flashingDevice = nullptr;
+    listen(&FirmwareUpdaterPrivate::flashingDeviceArrived, &FirmwareUpdaterPrivate::flashingDeviceRemoved);
     const DeviceId filter = programmingModeId(type);
     qDebug("Starting listening for PID 0x%.4X, device type = %d", filter.productId, type);
-    // A detection that cannot start ends in the time-out.
-    static_cast<void>(detector->start(listener, &filter, 1));
-}
-
-/// Stops the detector itself, not only this reference to it: an opened device holds another.
-void FirmwareUpdaterPrivate::endDetection()
-{
-    if (!detector)
-        return;
-    detector->stop();
-    // Reports that are still queued name records that are deleted now.
-    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
-    flashingDevice = nullptr;
-    detector.reset();
-    delete listener;
-    listener = nullptr;
+    startDetector(&filter, 1);
 }
 
 void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)

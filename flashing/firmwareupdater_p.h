@@ -5,14 +5,13 @@
 #include <QThread>
 #include <QTimer>
 
+#include "detectionowner.h"
 #include "firmwareupdater.h"
 
 class AbstractHidDevice;
-class DeviceDetector;
-class DeviceListener;
 class Flasher;
 
-class FirmwareUpdaterPrivate : public QObject
+class FirmwareUpdaterPrivate : public DetectionOwner
 {
     Q_OBJECT
 
@@ -29,7 +28,6 @@ public:
     QThread thread;
     DeviceInstance* flashingDevice = nullptr; ///< the programming-mode device reported last; borrowed
     DeviceType type;
-    std::shared_ptr<DeviceDetector> detector;
     QByteArray firmware;
     DeviceInstance device;
     QTimer timer;
@@ -43,11 +41,8 @@ private Q_SLOTS:
 
 private:
     void startDetection();
-    void endDetection();
     void leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid);
     void startFlasher(const std::shared_ptr<AbstractHidDevice>& hid);
     void giveUp();
     void onTimeout();
-
-    DeviceListener* listener = nullptr; ///< of the detector
 };

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+#include <QObject>
+
+#include "devicelistener.h"
+
+class DeviceDetector;
+struct DeviceId;
+
+/// The life of one detection after the other, for a receiver of its reports on the GUI thread.
+class DetectionOwner : public QObject
+{
+public:
+    using QObject::QObject;
+
+    std::shared_ptr<DeviceDetector> detector; ///< null while no detection runs; an opened device shares it
+    DeviceListener* listener = nullptr;       ///< of the detector
+
+protected:
+    /// Gives the detections to come a new listener, whose reports reach two slots of this object, queued.
+    template <typename Receiver>
+    void listen(void (Receiver::*arrived)(DeviceInstance*), void (Receiver::*removed)(DeviceInstance*))
+    {
+        auto* const receiver = static_cast<Receiver*>(this);
+        delete listener;
+        listener = new DeviceListener(this);
+        connect(listener, &DeviceListener::deviceArrived, receiver, arrived);
+        connect(listener, &DeviceListener::deviceRemoved, receiver, removed);
+        // Queued behind the slot above: by then nothing refers to the record any more.
+        connect(listener, &DeviceListener::deviceRemoved, this, &DetectionOwner::forget);
+    }
+
+    /// One that cannot start is one without devices.
+    void startDetector(const DeviceId* ids, unsigned int count);
+
+    /// Nothing that the detection reported reaches a slot any more.
+    void endDetector();
+
+private:
+    void forget(DeviceInstance* removed);
+};

@@ -1,6 +1,0 @@
-#include "devicelistener.h"
-
-DeviceListener::DeviceListener(QObject* parent)
-    : QObject(parent)
-{
-}
