@@ -17,8 +17,8 @@
 
 namespace {
 
-const std::wstring transmitter = L"VID_7A31&PID_0004";
-const std::wstring headset = L"VID_7A31&PID_0006&MI_02";
+constexpr HidIdentity transmitter{0x7A31, 0x0004};
+constexpr HidIdentity headset{0x7A31, 0x0006, 2};
 
 /// Writes down every report as a line of text.
 class Recorder final : public DeviceDetectorListener
@@ -132,7 +132,7 @@ void TestDetector::presentDevicesAreReportedBeforeCompletion()
     Fixture f;
     f.tree.plug(hidNode(transmitter));
     f.tree.plug(hidNode(headset));
-    f.tree.plug(hidNode(headset, L"7&1A2B3C&0&0001"));
+    f.tree.plug(hidNode(headset, L"7&1a2b3c&0&0001"));
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(4), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("+7a31:6"),
                                                  QStringLiteral("+7a31:6"), QStringLiteral("complete 3")}));
@@ -186,7 +186,7 @@ void TestDetector::onlyMatchingReadableDevicesAreReported()
     QFETCH(const QString, enumerator);
     QFETCH(const QString, expected);
     Fixture f;
-    DeviceNode examined = hidNode(L"VID_1234&PID_0001"); // identity comes from the hardware id alone
+    DeviceNode examined = hidNode({0x1234, 0x0001}); // identity comes from the hardware id alone
     examined.hardwareIds.clear();
     if (!hardwareId.isEmpty())
         examined.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0004"};
@@ -316,7 +316,7 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     std::thread plugger([&] {
         for (int i = 0; i < 2000; ++i) {
             const DeviceNode plugged =
-                hidNode(i % 2 ? headset : transmitter, L"7&1A2B3C&0&000" + std::to_wstring(i % 5));
+                hidNode(i % 2 ? headset : transmitter, L"7&1a2b3c&0&000" + std::to_wstring(i % 5));
             f.tree.plug(plugged);
             if (i % 3)
                 f.tree.unplug(plugged.interfacePath);
@@ -335,7 +335,7 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     }
     plugger.join();
     QVERIFY(runs >= 50);
-    const std::size_t present = f.tree.presentNodes(hidClass()).size();
+    const std::size_t present = f.tree.presentNodes(hidInterfaceClass).size();
     QVERIFY(present > 0);
     const QString completion = QStringLiteral("complete %1").arg(present);
     const int before = f.recorder.waitFor(0).size();

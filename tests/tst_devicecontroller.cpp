@@ -23,10 +23,10 @@ Q_DECLARE_METATYPE(Answer)
 
 namespace {
 
-const std::wstring transmitter = L"VID_7A31&PID_0004";
-const std::wstring headset = L"VID_7A31&PID_0006";
-const std::wstring serial = L"7&1A2B3C&0&0001";
-const std::wstring programmingTransmitter = L"VID_170D&PID_0100";
+constexpr HidIdentity transmitter{0x7A31, 0x0004};
+constexpr HidIdentity headset{0x7A31, 0x0006};
+const std::wstring serial = L"7&1a2b3c&0&0001";
+constexpr HidIdentity programmingTransmitter{0x170D, 0x0100};
 
 const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
 
@@ -94,10 +94,10 @@ struct Computer
             Qt::DirectConnection);
     }
 
-    std::wstring plug(const std::wstring& vidPid,
+    std::wstring plug(const HidIdentity& identity,
                       const std::shared_ptr<HidFunction>& hid = std::make_shared<ScriptedChip>())
     {
-        const DeviceNode node = hidNode(vidPid, serial, hid);
+        const DeviceNode node = hidNode(identity, serial, hid);
         tree.plug(node);
         return node.interfacePath;
     }
@@ -249,7 +249,7 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken()
     for (QByteArray page : usagePages.split(' ')) {
         const auto chip = std::make_shared<ScriptedChip>();
         chip->caps.usagePage = page.right(4).toUShort(nullptr, 16);
-        const std::wstring function = headset + L"&MI_0" + std::to_wstring(paths.size());
+        const HidIdentity function{0x7A31, 0x0006, int(paths.size())};
         if (page.startsWith('!'))
             c.tree.refuseOpen(hidNode(function, serial).interfacePath, ERROR_ACCESS_DENIED, 1);
         paths.push_back(c.plug(function, chip));
@@ -271,14 +271,14 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
     const std::wstring first = c.plug(transmitter);
     c.controller.startDetection();
     TRY_COMPARE(c.text(), "started finished +1");
-    const std::wstring second = c.plug(L"VID_7A31&PID_0003");
+    const std::wstring second = c.plug({0x7A31, 0x0003});
     const std::wstring third = c.plug(programmingTransmitter);
     c.arrivals.acquire(3);
     c.tree.unplugAndWait(third);
     c.tree.unplugAndWait(first);
     TRY_COMPARE(c.text(), "started finished +1 -1"); // the second is not taken for it
     c.tree.unplugAndWait(second);
-    c.plug(L"VID_7A31&PID_0003");
+    c.plug({0x7A31, 0x0003});
     TRY_COMPARE(c.text(), "started finished +1 -1 started finished +1");
     QCOMPARE(c.controller.pid(Transmitter), static_cast<unsigned short>(3));
 }

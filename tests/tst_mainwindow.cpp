@@ -103,7 +103,7 @@ struct Desk : Computer
         if (letter == 'U') {
             const auto function = std::make_shared<ScriptedHid>();
             function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // "no data"
-            const DeviceNode node = hidNode(L"VID_170D&PID_0100", L"unknown", function);
+            const DeviceNode node = hidNode({0x170D, 0x0100}, L"unknown", function);
             if (in)
                 pair.machine.deviceTree().plug(node);
             else

@@ -32,7 +32,7 @@ struct Computer : SimulatedPair
     std::vector<int> usagePages()
     {
         std::vector<int> pages;
-        for (const auto& node : machine.deviceTree().presentNodes(hidClass()))
+        for (const auto& node : machine.deviceTree().presentNodes(hidInterfaceClass))
             pages.push_back(node->hid->capabilities().usagePage);
         return pages;
     }

@@ -17,8 +17,8 @@
 
 namespace {
 
-const std::wstring normalHeadset = L"VID_7A31&PID_0006";
-const std::wstring programmingHeadset = L"VID_170D&PID_0101";
+constexpr HidIdentity normalHeadset{0x7A31, 0x0006};
+constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 
 /// The record that a detector would have made of the interface with that path.
 DeviceInstance recordOf(const std::wstring& path)
@@ -114,15 +114,15 @@ struct Computer : SimulatedPair
 /// A computer with one scripted interface.
 struct ScriptedComputer
 {
-    explicit ScriptedComputer(const std::wstring& vidPid)
-        : path(plug(vidPid))
+    explicit ScriptedComputer(const HidIdentity& identity)
+        : path(plug(identity))
     {
         machine.setProcessTable(processes);
     }
 
-    std::wstring plug(const std::wstring& vidPid, const std::wstring& serial = L"7&1A2B3C&0&0001")
+    std::wstring plug(const HidIdentity& identity, const std::wstring& serial = L"7&1a2b3c&0&0001")
     {
-        const DeviceNode node = hidNode(vidPid, serial, hid);
+        const DeviceNode node = hidNode(identity, serial, hid);
         machine.deviceTree().plug(node);
         return node.interfacePath;
     }
@@ -254,22 +254,22 @@ void TestUpdater::everyDeviceEndsWithTheImage()
 
 void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt_data()
 {
-    QTest::addColumn<QString>("vidPid");
+    QTest::addColumn<int>("productId");
     QTest::addColumn<bool>("wow64");
     QTest::addColumn<QByteArray>("arguments");
-    QTest::newRow("first generation") << "VID_7A31&PID_0004" << false << QByteArray("31281 4");
-    QTest::newRow("second generation") << "VID_7A31&PID_0003" << true << QByteArray("31281 3");
-    QTest::newRow("headset") << "VID_7A31&PID_0006" << true << QByteArray("31281 6");
+    QTest::newRow("first generation") << 4 << false << QByteArray("31281 4");
+    QTest::newRow("second generation") << 3 << true << QByteArray("31281 3");
+    QTest::newRow("headset") << 6 << true << QByteArray("31281 6");
 }
 
 void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
 {
-    QFETCH(const QString, vidPid);
+    QFETCH(const int, productId);
     QFETCH(const bool, wow64);
-    ScriptedComputer computer(vidPid.toStdWString());
+    ScriptedComputer computer({0x7A31, std::uint16_t(productId)});
     computer.processes.wow64 = wow64;
     FakeTool tool(wow64 ? "x64" : "x86");
-    const DeviceType type = vidPid.endsWith(QLatin1Char('6')) ? Headset : Transmitter;
+    const DeviceType type = productId == 6 ? Headset : Transmitter;
     Attempt attempt(computer.path, type, "image");
     attempt.updater->flashDevice();
     QCOMPARE(computer.hid->transfers, 1);
@@ -284,7 +284,7 @@ void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
     attempt.timer().setInterval(0);
     TRY_COMPARE(attempt.text(), "error 1");
     attempt.watchArrivals();
-    computer.plug(type == Headset ? programmingHeadset : L"VID_170D&PID_0100");
+    computer.plug(type == Headset ? programmingHeadset : HidIdentity{0x170D, 0x0100});
     attempt.arrivals.acquire();
     QCoreApplication::processEvents();
     QCOMPARE(attempt.text(), QByteArray("error 1")); // too late
@@ -295,7 +295,7 @@ void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
 {
     ScriptedComputer computer(programmingHeadset);
     FakeTool tool("x86");
-    const std::wstring second = computer.plug(programmingHeadset, L"7&1A2B3C&0&0002");
+    const std::wstring second = computer.plug(programmingHeadset, L"7&1a2b3c&0&0002");
     Attempt attempt(second, Headset, "image");
     attempt.updater->flashDevice();
     QCOMPARE(computer.hid->transfers, 0); // no request
@@ -347,7 +347,7 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
     QFETCH(const QByteArray, what);
     ScriptedComputer computer(normalHeadset);
     SimulatedDeviceTree& tree = computer.machine.deviceTree();
-    const std::wstring programming = hidNode(programmingHeadset, L"7&1A2B3C&0&0001").interfacePath;
+    const std::wstring programming = hidNode(programmingHeadset, L"7&1a2b3c&0&0001").interfacePath;
     if (what == "gone")
         tree.unplug(computer.path);
     tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED, 1);

@@ -8,6 +8,10 @@
 
 #include <windows.h>
 
+/// GUID_DEVINTERFACE_HID.
+constexpr GUID hidInterfaceClass = {
+    0x4D1E55B2, 0xF16F, 0x11CF, {0x88, 0xCB, 0x00, 0x11, 0x11, 0x00, 0x00, 0x30}};
+
 /// What a HID interface's report descriptor tells of it.
 struct HidCapabilities
 {
@@ -44,9 +48,12 @@ struct DeviceNode
     std::wstring friendlyName;             ///< empty when the node has none
     std::wstring enumerator;               ///< such as HID; empty when the property cannot be read
     GUID interfaceClass = {};
-    std::wstring interfacePath; ///< the string that opens the device
+    std::wstring interfacePath; ///< opens the device; as it is broadcast, in mixed case
     std::shared_ptr<HidFunction> hid;
 };
+
+/// An interface path as an enumeration spells it: in lower case.
+std::wstring enumeratedPath(std::wstring interfacePath);
 
 /// A device interface opened as a file; closed by its destruction.
 class DeviceFile

@@ -1,18 +1,11 @@
 #include "simulateddevicetree.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <deque>
 
 namespace {
 
 constexpr std::size_t openingsKept = 256; // a long run's memory stays flat
-
-std::wstring lowered(std::wstring text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towlower(c); });
-    return text;
-}
 
 /// Whether @p share lets somebody else have @p access.
 bool allows(DWORD share, DWORD access)
@@ -54,7 +47,7 @@ struct SimulatedDeviceTree::State
 
     std::shared_ptr<Present> find(const std::wstring& path)
     {
-        const std::wstring key = lowered(path);
+        const std::wstring key = enumeratedPath(path);
         const auto it =
             std::find_if(present.begin(), present.end(), [&](const auto& p) { return p->key == key; });
         return it == present.end() ? nullptr : *it;
@@ -137,7 +130,7 @@ void SimulatedDeviceTree::plug(DeviceNode node)
 {
     const std::lock_guard<std::mutex> event(state->events);
     auto present = std::make_shared<State::Present>();
-    present->key = lowered(node.interfacePath);
+    present->key = enumeratedPath(node.interfacePath);
     present->node = std::make_shared<const DeviceNode>(std::move(node));
     {
         const std::lock_guard<std::mutex> guard(state->mutex);
@@ -216,7 +209,7 @@ void SimulatedDeviceTree::setInstallationPending(bool pending)
 void SimulatedDeviceTree::refuseOpen(const std::wstring& path, DWORD error, int count)
 {
     const std::lock_guard<std::mutex> guard(state->mutex);
-    state->refusals[lowered(path)] = {error, count};
+    state->refusals[enumeratedPath(path)] = {error, count};
 }
 
 void SimulatedDeviceTree::repeatArrival(const std::wstring& path)
@@ -260,7 +253,7 @@ std::unique_ptr<DeviceFile> SimulatedDeviceTree::open(const std::wstring& path, 
 {
     const std::lock_guard<std::mutex> guard(state->mutex);
     const auto present = state->find(path);
-    const auto refusal = state->refusals.find(lowered(path));
+    const auto refusal = state->refusals.find(enumeratedPath(path));
     error = ERROR_SUCCESS;
     if (!present) {
         error = ERROR_FILE_NOT_FOUND;

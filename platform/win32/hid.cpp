@@ -77,7 +77,7 @@ bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes,
 
 void NTAPI HidD_GetHidGuid(LPGUID hidGuid)
 {
-    *hidGuid = {0x4D1E55B2, 0xF16F, 0x11CF, {0x88, 0xCB, 0x00, 0x11, 0x11, 0x00, 0x00, 0x30}};
+    *hidGuid = hidInterfaceClass;
 }
 
 BOOLEAN NTAPI HidD_GetPreparsedData(HANDLE device, PHIDP_PREPARSED_DATA* preparsedData)

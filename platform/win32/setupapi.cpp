@@ -142,13 +142,13 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
     if (!node)
         return FALSE;
     const std::size_t pathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
-    const std::size_t bytes = pathOffset + (node->interfacePath.size() + 1) * sizeof(wchar_t);
+    const std::wstring path = enumeratedPath(node->interfacePath);
+    const std::size_t bytes = pathOffset + (path.size() + 1) * sizeof(wchar_t);
     if (requiredSize)
         *requiredSize = static_cast<DWORD>(bytes);
     if (detailSize < bytes)
         return fail(ERROR_INSUFFICIENT_BUFFER);
-    std::memcpy(reinterpret_cast<std::uint8_t*>(detail) + pathOffset, node->interfacePath.c_str(),
-                bytes - pathOffset);
+    std::memcpy(reinterpret_cast<std::uint8_t*>(detail) + pathOffset, path.c_str(), bytes - pathOffset);
     if (device)
         fillDevice(*device, static_cast<DWORD>(interfaceData->Reserved - 1));
     return TRUE;
