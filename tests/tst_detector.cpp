@@ -12,6 +12,7 @@
 #include "devicedetectorlistener.h"
 #include "deviceinstance.h"
 #include "hidnode.h"
+#include "openobjects.h"
 #include "simulatedmachine.h"
 #include "utilities.h"
 

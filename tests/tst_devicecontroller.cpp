@@ -11,6 +11,7 @@
 #include "devicereader_p.h"
 #include "hidnode.h"
 #include "imagebuilder.h"
+#include "openobjects.h"
 #include "scriptedhid.h"
 #include "simulatedchannel.h"
 

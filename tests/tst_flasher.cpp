@@ -8,6 +8,7 @@
 
 #include "deviceinstance.h"
 #include "flasher.h"
+#include "openobjects.h"
 #include "scriptedhid.h"
 #include "utilities.h"
 

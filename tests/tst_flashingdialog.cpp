@@ -11,6 +11,7 @@
 #include "firmwareupdater.h"
 #include "flashingdialog.h"
 #include "logfile.h"
+#include "openobjects.h"
 
 using Errors = QMap<DeviceType, int>;
 Q_DECLARE_METATYPE(Errors)

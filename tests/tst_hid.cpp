@@ -12,6 +12,7 @@
 #include "devicedetector.h"
 #include "hiddevicedescriptor.h"
 #include "hidutilities.h"
+#include "openobjects.h"
 #include "scriptedhid.h"
 #include "utilities.h"
 

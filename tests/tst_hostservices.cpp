@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "audioendpointskeeper.h"
+#include "openobjects.h"
 #include "scopedaudioservicestopper.h"
 #include "scriptedhid.h"
 

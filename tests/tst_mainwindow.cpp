@@ -15,6 +15,7 @@
 #include "hidnode.h"
 #include "infoscreen.h"
 #include "mainwindow.h"
+#include "openobjects.h"
 #include "scriptedhid.h"
 
 namespace {

@@ -12,6 +12,7 @@
 
 #include "appfixture.h"
 #include "logfile.h"
+#include "openobjects.h"
 #include "startup.h"
 
 using Processes = std::vector<ProcessEntry>;

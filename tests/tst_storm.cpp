@@ -14,6 +14,7 @@
 
 #include "devicecontroller.h"
 #include "imagebuilder.h"
+#include "openobjects.h"
 #include "simulatedchannel.h"
 #include "simulatedmachine.h"
 

@@ -11,6 +11,7 @@
 #include "flashingerror.h"
 #include "hidnode.h"
 #include "imagebuilder.h"
+#include "openobjects.h"
 #include "scriptedhid.h"
 #include "simulatedchannel.h"
 #include "simulatedpair.h"

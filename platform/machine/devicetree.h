@@ -73,6 +73,12 @@ class DeviceTreeObserver
 public:
     virtual ~DeviceTreeObserver() = default;
 
+    /// Whether it watches an open file rather than an interface class.
+    virtual bool watchesFile() const = 0;
+
+    /// Something is about to be reported.
+    virtual void treeChanges() = 0;
+
     virtual void arrived(const DeviceNode& node) = 0;
     /// @return ready when the node's users have handled the report; the device does not wait for them.
     virtual std::future<void> removed(const DeviceNode& node) = 0;

@@ -2,51 +2,51 @@
 
 #include <atomic>
 
+#include "simulateddevicetree.h"
+
 namespace {
-
-class NoDevices : public DeviceTree
-{
-public:
-    std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID&) override { return {}; }
-
-    std::unique_ptr<DeviceFile> open(const std::wstring&, DWORD, DWORD, DWORD& error) override
-    {
-        error = ERROR_FILE_NOT_FOUND;
-        return nullptr;
-    }
-
-    bool waitInstallationSettled(DWORD) override { return true; }
-    void observe(const std::shared_ptr<DeviceTreeObserver>&) override {}
-};
 
 class PlainMachine : public Machine
 {
 public:
+    PlainMachine()
+    {
+        for (const auto creation :
+             {AudioFunction::CreateEnumerator, AudioFunction::CreatePolicyConfiguration})
+            endpoints.failCalls(creation, REGDB_E_CLASSNOTREG);
+    }
+
     Clock& clock() override { return realClock; }
-    DeviceTree& deviceTree() override { return noDevices; }
-    ServiceManager& serviceManager() override { return noServices; }
-    AudioEndpoints& audioEndpoints() override { return noEndpoints; }
+    DeviceTree& deviceTree() override { return *devices; }
+    SimulatedServiceManager& serviceManager() override { return services; }
+    SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
     ProcessTable& processTable() override { return realProcesses; }
-    Session& session() override { return noSession; }
+    Session& session() override { return *userSession; }
+
+    void equip(std::unique_ptr<DeviceTree> realDevices, std::unique_ptr<Session> realSession)
+    {
+        devices = std::move(realDevices);
+        userSession = std::move(realSession);
+    }
 
 private:
     RealClock realClock;
-    NoDevices noDevices;
-    NoServices noServices;
-    NoEndpoints noEndpoints;
+    std::unique_ptr<DeviceTree> devices = std::make_unique<SimulatedDeviceTree>(realClock);
+    SimulatedServiceManager services{realClock};
+    SimulatedAudioEndpoints endpoints;
     RealProcessTable realProcesses;
-    NoSession noSession;
+    std::unique_ptr<Session> userSession = std::make_unique<Session>();
 };
 
-Machine* plainMachine()
+PlainMachine& plainMachine()
 {
     static auto* const machine = new PlainMachine; // lives as long as any thread
-    return machine;
+    return *machine;
 }
 
 std::atomic<Machine*>& current()
 {
-    static std::atomic<Machine*> machine{plainMachine()};
+    static std::atomic<Machine*> machine{&plainMachine()};
     return machine;
 }
 
@@ -55,6 +55,11 @@ std::atomic<Machine*>& current()
 Machine& currentMachine()
 {
     return *current().load();
+}
+
+void equipPlainMachine(std::unique_ptr<DeviceTree> devices, std::unique_ptr<Session> session)
+{
+    plainMachine().equip(std::move(devices), std::move(session));
 }
 
 ScopedMachine::ScopedMachine(Machine& machine)

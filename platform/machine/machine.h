@@ -1,11 +1,26 @@
 #pragma once
 
-#include "audioendpoints.h"
+#include <memory>
+
 #include "clock.h"
 #include "devicetree.h"
 #include "processtable.h"
-#include "servicemanager.h"
 #include "session.h"
+#include "simulatedaudioendpoints.h"
+#include "simulatedservicemanager.h"
+
+/// Calls of the Windows interface that fail for want of resources only, which a machine may lack.
+enum class SystemCall {
+    CreateEventW,
+    CreateThread,
+    RegisterClassW,
+    CreateWindowExW,
+    RegisterDeviceNotificationW,
+    SetupDiGetClassDevsW,
+    SetupDiGetDeviceInstanceIdW,
+    SetupDiGetDeviceRegistryPropertyW,
+    CMP_WaitNoPendingInstallEvents,
+};
 
 /// A model of the computer that the program runs on, behind the functions of the Windows interface.
 class Machine
@@ -15,15 +30,22 @@ public:
 
     virtual Clock& clock() = 0;
     virtual DeviceTree& deviceTree() = 0;
-    virtual ServiceManager& serviceManager() = 0;
-    virtual AudioEndpoints& audioEndpoints() = 0;
+    virtual SimulatedServiceManager& serviceManager() = 0;
+    virtual SimulatedAudioEndpoints& audioEndpoints() = 0;
     virtual ProcessTable& processTable() = 0;
     virtual Session& session() = 0;
+
+    /// Asked before each such call. @return ERROR_SUCCESS, and the call is served; else what it fails with.
+    virtual DWORD admit(SystemCall) { return ERROR_SUCCESS; }
 };
 
 /// The machine in force: the innermost ScopedMachine's, or the plain one (real clock and processes; no
-/// devices, services, endpoints or session). Callable on any thread.
+/// services or endpoints; devices and a session only where equipPlainMachine() gave it some). Callable on any
+/// thread.
 Machine& currentMachine();
+
+/// Gives the plain machine its devices and its session. To be called before anything is asked of them.
+void equipPlainMachine(std::unique_ptr<DeviceTree> devices, std::unique_ptr<Session> session);
 
 /// Makes a machine the current one for its own lifetime. Everything opened on the machine is to be closed,
 /// and every thread that uses it ended, before the scope ends.
@@ -38,7 +60,3 @@ public:
 private:
     Machine* previous;
 };
-
-/// The number of handles of every kind (events, threads, files, snapshots, services, device sets,
-/// notifications, windows) that are open in this process. A test compares it before and after.
-std::size_t openHandleCount();

@@ -2,13 +2,41 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
-#include "audioendpoints.h"
+#include <mmdeviceapi.h>
+
 #include "callfaults.h"
 
-/// Audio endpoints that a test or the bench adds and takes away.
-class SimulatedAudioEndpoints : public AudioEndpoints
+struct AudioEndpoint
+{
+    std::wstring id;
+    std::wstring adapterName; ///< friendly name of the adapter that it belongs to
+    EDataFlow flow = eRender;
+    DWORD state = DEVICE_STATE_ACTIVE;
+};
+
+/// The calls of the audio system's objects that can fail.
+enum class AudioFunction {
+    CreateEnumerator,
+    CreatePolicyConfiguration,
+    RunObject,
+    QueryInterface,
+    GetDefaultAudioEndpoint,
+    EnumAudioEndpoints,
+    GetCount,
+    Item,
+    OpenPropertyStore,
+    GetValue,
+    GetId,
+    SetDefaultEndpoint,
+};
+
+/// The computer's audio endpoints, none at first. Every operation may be called on any thread.
+class SimulatedAudioEndpoints
 {
 public:
     // How to script it.
@@ -36,10 +64,17 @@ public:
 
     // What it serves.
 
-    HRESULT admit(AudioFunction function) override;
-    std::vector<AudioEndpoint> endpoints(EDataFlow flow, DWORD stateMask) override;
-    std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role) override;
-    bool setDefault(const std::wstring& id, ERole role) override;
+    /// Asked before each call. @return S_OK, and the call is served; anything else ends the call with that
+    /// result and without output, S_FALSE thus as a success that delivers nothing.
+    HRESULT admit(AudioFunction function);
+
+    /// The endpoints of a flow whose state is in @p stateMask, in the order of enumeration.
+    std::vector<AudioEndpoint> endpoints(EDataFlow flow, DWORD stateMask);
+
+    std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);
+
+    /// @return whether there is an endpoint with that identifier.
+    bool setDefault(const std::wstring& id, ERole role);
 
 private:
     bool choose(const std::wstring& id, ERole role);

@@ -54,8 +54,9 @@ struct SimulatedDeviceTree::State
     }
 
     Clock& clock;
-    std::mutex events; ///< held while an event is made and reported; taken before `mutex`
-    std::mutex mutex;  ///< guards everything below
+    std::mutex events;     ///< held while an event is made and reported; taken before `mutex`
+    Broadcasts broadcasts; ///< guarded by `events`
+    std::mutex mutex;      ///< guards everything below
     std::condition_variable settled;
     bool installationPending = false;
     std::vector<std::shared_ptr<Present>> present;
@@ -108,22 +109,43 @@ SimulatedDeviceTree::SimulatedDeviceTree(Clock& clock)
 
 SimulatedDeviceTree::~SimulatedDeviceTree() = default;
 
+void SimulatedDeviceTree::setBroadcasts(const Broadcasts& choice)
+{
+    const std::lock_guard<std::mutex> event(state->events);
+    state->broadcasts = choice;
+}
+
+std::vector<std::shared_ptr<DeviceTreeObserver>> SimulatedDeviceTree::listening()
+{
+    std::vector<std::shared_ptr<DeviceTreeObserver>> observers;
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    auto& all = state->observers;
+    all.erase(std::remove_if(all.begin(), all.end(), [](const auto& o) { return o.expired(); }), all.end());
+    for (const auto& observer : all) {
+        if (auto held = observer.lock())
+            observers.push_back(std::move(held));
+    }
+    std::stable_partition(observers.begin(), observers.end(),
+                          [this](const auto& o) { return o->watchesFile() == state->broadcasts.filesFirst; });
+    return observers;
+}
+
 template <typename Report>
 void SimulatedDeviceTree::reportToObservers(Report report)
 {
-    std::vector<std::shared_ptr<DeviceTreeObserver>> listening;
-    {
-        const std::lock_guard<std::mutex> guard(state->mutex);
-        auto& all = state->observers;
-        all.erase(std::remove_if(all.begin(), all.end(), [](const auto& o) { return o.expired(); }),
-                  all.end());
-        for (const auto& observer : all) {
-            if (auto held = observer.lock())
-                listening.push_back(std::move(held));
-        }
-    }
-    for (const auto& observer : listening)
+    for (const auto& observer : listening()) {
+        if (state->broadcasts.changesFirst)
+            observer->treeChanges();
         report(*observer);
+    }
+}
+
+SimulatedDeviceTree::Handled SimulatedDeviceTree::reportRemoval(const DeviceNode& node)
+{
+    Handled handled;
+    for (int i = 0; i < state->broadcasts.removals; ++i)
+        reportToObservers([&](DeviceTreeObserver& observer) { handled.push_back(observer.removed(node)); });
+    return handled;
 }
 
 void SimulatedDeviceTree::plug(DeviceNode node)
@@ -165,10 +187,7 @@ SimulatedDeviceTree::Handled SimulatedDeviceTree::pullOut(const std::wstring& pa
         auto& all = state->present;
         all.erase(std::remove(all.begin(), all.end(), gone), all.end());
     }
-    Handled handled;
-    reportToObservers(
-        [&](DeviceTreeObserver& observer) { handled.push_back(observer.removed(*gone->node)); });
-    return handled;
+    return reportRemoval(*gone->node);
 }
 
 bool SimulatedDeviceTree::requestRemoval(const std::wstring& path)

@@ -29,7 +29,15 @@ public:
     void setInstallationPending(bool pending);
     /// Makes the next @p count attempts to open @p path fail with @p error.
     void refuseOpen(const std::wstring& path, DWORD error, int count);
-    /// Reports a node's arrival or removal once more, as a hub that hiccups does.
+    /// What Windows leaves open about broadcasts.
+    struct Broadcasts
+    {
+        bool filesFirst = false;   ///< a removal is told to those who watch a file first
+        int removals = 1;          ///< times that each removal is told
+        bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes every other broadcast
+    };
+    void setBroadcasts(const Broadcasts& choice);
+    /// Reports a node's arrival once more, as a hub that hiccups does.
     void repeatArrival(const std::wstring& path);
 
     // What it recorded.
@@ -58,8 +66,10 @@ private:
 
     using Handled = std::vector<std::future<void>>;
 
+    std::vector<std::shared_ptr<DeviceTreeObserver>> listening();
     template <typename Report>
     void reportToObservers(Report report);
+    Handled reportRemoval(const DeviceNode& node);
     Handled pullOut(const std::wstring& path);
 
     std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree

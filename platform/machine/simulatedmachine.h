@@ -1,11 +1,10 @@
 #pragma once
 
-#include <memory>
+#include <mutex>
 
+#include "callfaults.h"
 #include "machine.h"
-#include "simulatedaudioendpoints.h"
 #include "simulateddevicetree.h"
-#include "simulatedservicemanager.h"
 #include "simulatedsession.h"
 
 /// The machine of tests and of the bench: a clock of one's choice, and parts to be scripted.
@@ -15,15 +14,26 @@ public:
     /// With @p ownClock null the clock is the real one; otherwise it is borrowed.
     explicit SimulatedMachine(Clock* ownClock);
 
+    // How to script it.
+
+    /// Replaces the real processes by a scripted table, which is borrowed.
+    void setProcessTable(ProcessTable& table) { processes = &table; }
+    /// Makes the @p nth call of @p call from the start (1 is the first) fail with @p error.
+    void failCall(SystemCall call, int nth, DWORD error);
+
+    // What it recorded.
+
+    int callCount(SystemCall call) const;
+
+    // What it serves.
+
     Clock& clock() override { return *activeClock; }
     SimulatedDeviceTree& deviceTree() override { return tree; }
     SimulatedServiceManager& serviceManager() override { return services; }
     SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
     ProcessTable& processTable() override { return *processes; }
     SimulatedSession& session() override { return userSession; }
-
-    /// Replaces the real processes by a scripted table, which is borrowed.
-    void setProcessTable(ProcessTable& table) { processes = &table; }
+    DWORD admit(SystemCall call) override;
 
 private:
     RealClock realClock;
@@ -34,4 +44,6 @@ private:
     SimulatedServiceManager services;
     SimulatedAudioEndpoints endpoints;
     SimulatedSession userSession;
+    mutable std::mutex mutex; ///< guards the faults
+    CallFaults<SystemCall, DWORD> faults;
 };

@@ -2,13 +2,25 @@
 
 #include <map>
 #include <mutex>
+#include <string>
+#include <vector>
+
+#include <windows.h>
 
 #include "callfaults.h"
 #include "clock.h"
-#include "servicemanager.h"
 
-/// Services that take their time, on the machine's clock.
-class SimulatedServiceManager : public ServiceManager
+/// What a list of services tells of each.
+struct ServiceEntry
+{
+    std::wstring name;
+    std::wstring displayName;
+    SERVICE_STATUS_PROCESS status = {};
+};
+
+/// The computer's services, none at first; they take their time, on the machine's clock. Service names are
+/// compared without regard to case. Every operation may be called on any thread.
+class SimulatedServiceManager
 {
 public:
     explicit SimulatedServiceManager(Clock& clock);
@@ -55,14 +67,25 @@ public:
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< of a service that was added
 
-    // What it serves.
+    // What it serves. Whether a handle carries the right that an operation needs is the caller's business.
+    // All return a Windows error code, ERROR_SUCCESS where they succeeded.
 
-    DWORD openManager(DWORD access) override;
-    DWORD openService(const std::wstring& name, DWORD access) override;
-    DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status) override;
-    DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status) override;
-    DWORD start(const std::wstring& name) override;
-    DWORD dependents(const std::wstring& name, DWORD states, std::vector<ServiceEntry>& entries) override;
+    /// Whether the user may have @p access to the manager.
+    DWORD openManager(DWORD access);
+
+    /// Whether the service exists and the user may have @p access to it.
+    DWORD openService(const std::wstring& name, DWORD access);
+
+    DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
+
+    /// Sends the stop control; @p status is then the service's, also where it refuses.
+    DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
+
+    DWORD start(const std::wstring& name);
+
+    /// The services that depend on @p name, directly or not, each before those it depends on itself.
+    /// @param states  SERVICE_ACTIVE, SERVICE_INACTIVE, or both.
+    DWORD dependents(const std::wstring& name, DWORD states, std::vector<ServiceEntry>& entries);
 
 private:
     struct Entry

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 
 namespace {
 
@@ -36,26 +36,15 @@ public:
 
 BOOL complete(DWORD error)
 {
-    if (error == ERROR_SUCCESS)
-        return TRUE;
-    SetLastError(error);
-    return FALSE;
-}
-
-SC_HANDLE fail(DWORD error)
-{
-    SetLastError(error);
-    return nullptr;
+    return error == ERROR_SUCCESS || fail(error);
 }
 
 /// The service behind a handle that carries the right @p access; null with the last error set.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
-    if (service && !(service->access & access)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return nullptr;
-    }
+    if (service && !(service->access & access))
+        return fail(ERROR_ACCESS_DENIED);
     return service;
 }
 
@@ -136,13 +125,13 @@ BOOL WINAPI QueryServiceStatusEx(SC_HANDLE handle, SC_STATUS_TYPE infoLevel, LPB
                                  LPDWORD bytesNeeded)
 {
     if (infoLevel != SC_STATUS_PROCESS_INFO)
-        return complete(ERROR_INVALID_LEVEL);
+        return fail(ERROR_INVALID_LEVEL);
     const auto service = serviceWith(handle, SERVICE_QUERY_STATUS);
     if (!service)
         return FALSE;
     *bytesNeeded = sizeof(SERVICE_STATUS_PROCESS);
     if (bufferSize < sizeof(SERVICE_STATUS_PROCESS))
-        return complete(ERROR_INSUFFICIENT_BUFFER);
+        return fail(ERROR_INSUFFICIENT_BUFFER);
     SERVICE_STATUS_PROCESS status = {};
     const DWORD error = currentMachine().serviceManager().queryStatus(service->name, status);
     if (error == ERROR_SUCCESS)
@@ -153,7 +142,7 @@ BOOL WINAPI QueryServiceStatusEx(SC_HANDLE handle, SC_STATUS_TYPE infoLevel, LPB
 BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS serviceStatus)
 {
     if (control != SERVICE_CONTROL_STOP)
-        return complete(ERROR_INVALID_PARAMETER); // no other control is modelled
+        return fail(ERROR_INVALID_PARAMETER); // no other control is modelled
     const auto service = serviceWith(handle, SERVICE_STOP);
     if (!service)
         return FALSE;
@@ -166,7 +155,7 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
 BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argumentCount, LPCWSTR*)
 {
     if (argumentCount != 0)
-        return complete(ERROR_INVALID_PARAMETER); // arguments are not modelled
+        return fail(ERROR_INVALID_PARAMETER); // arguments are not modelled
     const auto service = serviceWith(handle, SERVICE_START);
     return service && complete(currentMachine().serviceManager().start(service->name));
 }
@@ -178,7 +167,7 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
     if (!service)
         return FALSE;
     if (serviceState == 0 || serviceState & ~static_cast<DWORD>(SERVICE_ACTIVE | SERVICE_INACTIVE))
-        return complete(ERROR_INVALID_PARAMETER);
+        return fail(ERROR_INVALID_PARAMETER);
     *servicesReturned = 0;
     *bytesNeeded = 0;
     std::vector<ServiceEntry> entries;
@@ -187,7 +176,7 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
         return complete(error);
     *bytesNeeded = static_cast<DWORD>(bytesOf(entries));
     if (*bytesNeeded > bufferSize)
-        return complete(ERROR_MORE_DATA);
+        return fail(ERROR_MORE_DATA);
     auto* text = reinterpret_cast<wchar_t*>(services + entries.size());
     for (const ServiceEntry& entry : entries) {
         services->lpServiceName = putText(text, entry.name);

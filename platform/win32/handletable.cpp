@@ -1,9 +1,9 @@
 #include "handletable.h"
 
-#include "machine.h"
-
 #include <mutex>
 #include <unordered_map>
+
+#include "openobjects.h"
 
 namespace {
 
@@ -61,14 +61,9 @@ std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle)
     return object;
 }
 
-std::size_t HandleTable::size()
+std::size_t openHandleCount()
 {
     Table& t = table();
     const std::lock_guard<std::mutex> guard(t.mutex);
     return t.objects.size();
-}
-
-std::size_t openHandleCount()
-{
-    return HandleTable::size();
 }

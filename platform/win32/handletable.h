@@ -46,6 +46,4 @@ std::shared_ptr<T> take(HANDLE handle)
     return object && remove(handle) ? object : nullptr;
 }
 
-std::size_t size();
-
 } // namespace HandleTable

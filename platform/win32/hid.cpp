@@ -9,7 +9,7 @@
 
 #include "file.h"
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 
 namespace {
 
@@ -27,10 +27,8 @@ public:
 /// The HID function behind an open file; null with the last error set where there is none or it is gone.
 HidFunction* hidFunction(const FileObject& file)
 {
-    if (!file.file->isConnected()) {
-        SetLastError(ERROR_DEVICE_NOT_CONNECTED);
-        return nullptr;
-    }
+    if (!file.file->isConnected())
+        return fail(ERROR_DEVICE_NOT_CONNECTED);
     HidFunction* const function = file.file->node().hid.get();
     if (!function)
         SetLastError(ERROR_INVALID_FUNCTION);
@@ -42,13 +40,10 @@ HidFunction* hidFunction(const FileObject& file)
 std::size_t transferBytes(const HidFunction& function, std::size_t bufferBytes)
 {
     const std::size_t reportBytes = function.capabilities().featureReportBytes;
-    if (reportBytes == 0) {
-        SetLastError(ERROR_INVALID_FUNCTION);
-        return 0;
-    }
+    if (reportBytes == 0)
+        return fail(ERROR_INVALID_FUNCTION);
     if (bufferBytes < reportBytes) {
-        SetLastError(ERROR_INVALID_USER_BUFFER);
-        return 0;
+        return fail(ERROR_INVALID_USER_BUFFER);
     }
     return reportBytes;
 }
@@ -119,13 +114,10 @@ BOOLEAN NTAPI HidD_SetFeature(HANDLE device, PVOID reportBuffer, ULONG reportBuf
 BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID, DWORD, LPVOID outBuffer,
                             DWORD outBufferSize, LPDWORD bytesReturned, LPOVERLAPPED overlapped)
 {
-    if (ioControlCode != IOCTL_HID_GET_FEATURE) {
-        SetLastError(ERROR_INVALID_FUNCTION); // nothing else is modelled
-        return FALSE;
-    }
+    if (ioControlCode != IOCTL_HID_GET_FEATURE)
+        return fail(ERROR_INVALID_FUNCTION); // nothing else is modelled
     if (overlapped || !bytesReturned) {
-        SetLastError(ERROR_INVALID_PARAMETER); // only blocking transfers are modelled
-        return FALSE;
+        return fail(ERROR_INVALID_PARAMETER); // only blocking transfers are modelled
     }
     *bytesReturned = 0;
     return transferFeature(device, outBuffer, outBufferSize, [=](HidFunction& function, std::size_t bytes) {

@@ -13,7 +13,7 @@
 #include "currentthread.h"
 #include "file.h"
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 #include "waitable.h"
 
 namespace {
@@ -136,10 +136,10 @@ BOOL WINAPI CloseHandle(HANDLE object)
 
 HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initialState, LPCWSTR name)
 {
-    if (name) {
-        SetLastError(ERROR_INVALID_PARAMETER); // named events are not modelled
+    if (name)
+        return fail(ERROR_INVALID_PARAMETER); // named events are not modelled
+    if (!isServed(SystemCall::CreateEventW))
         return nullptr;
-    }
     return HandleTable::add(std::make_shared<EventObject>(manualReset != FALSE, initialState != FALSE));
 }
 
@@ -155,10 +155,10 @@ BOOL WINAPI SetEvent(HANDLE event)
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE start, LPVOID parameter,
                            DWORD creationFlags, LPDWORD threadId)
 {
-    if (creationFlags != 0) {
-        SetLastError(ERROR_INVALID_PARAMETER); // suspended threads are not modelled
+    if (creationFlags != 0)
+        return fail(ERROR_INVALID_PARAMETER); // suspended threads are not modelled
+    if (!isServed(SystemCall::CreateThread))
         return nullptr;
-    }
     const auto object = std::make_shared<ThreadObject>();
     const DWORD id = CurrentThread::nextId();
     if (threadId)
@@ -169,8 +169,7 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
             object->run(start, parameter);
         });
     } catch (const std::system_error&) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
+        return fail(ERROR_NOT_ENOUGH_MEMORY);
     }
     return HandleTable::add(object);
 }
@@ -242,10 +241,8 @@ DWORD WINAPI GetTickCount()
 
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 {
-    if (state & ~(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) {
-        SetLastError(ERROR_INVALID_PARAMETER); // other requirements are not modelled
-        return 0;
-    }
+    if (state & ~(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED))
+        return fail(ERROR_INVALID_PARAMETER); // other requirements are not modelled
     const EXECUTION_STATE previous = currentMachine().session().setExecutionState(state);
     if (previous == 0)
         SetLastError(ERROR_NOT_SUPPORTED);
@@ -271,16 +268,13 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR moduleName)
     static int program;
     if (!moduleName)
         return reinterpret_cast<HMODULE>(&program);
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
+    return fail(ERROR_MOD_NOT_FOUND);
 }
 
 HMODULE WINAPI LoadLibraryW(LPCWSTR fileName)
 {
-    if (wcscasecmp(fileName, L"kernel32.dll") != 0) {
-        SetLastError(ERROR_MOD_NOT_FOUND);
-        return nullptr;
-    }
+    if (wcscasecmp(fileName, L"kernel32.dll") != 0)
+        return fail(ERROR_MOD_NOT_FOUND);
     return static_cast<HMODULE>(HandleTable::add(std::make_shared<ModuleObject>()));
 }
 
@@ -295,8 +289,7 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
         return nullptr;
     if (std::strcmp(name, "IsWow64Process") == 0)
         return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(&IsWow64Process));
-    SetLastError(ERROR_PROC_NOT_FOUND);
-    return nullptr;
+    return fail(ERROR_PROC_NOT_FOUND);
 }
 
 HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode, LPSECURITY_ATTRIBUTES,

@@ -1,6 +1,5 @@
 #include "messagequeue.h"
 
-#include <atomic>
 #include <map>
 
 #include "currentthread.h"
@@ -19,53 +18,31 @@ Registry& registry()
     return *instance;
 }
 
-/// What a thread owns; the thread's end closes its queue.
-struct ThreadState
+/// A thread's queue, closed by the thread's end.
+struct OwnQueue
 {
-    DWORD id = 0;
-    std::shared_ptr<MessageQueue> queue;
+    const DWORD thread = CurrentThread::id();
+    const std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
 
-    ~ThreadState()
+    OwnQueue()
     {
-        if (!queue)
-            return;
+        const std::lock_guard<std::mutex> guard(registry().mutex);
+        registry().queues[thread] = queue;
+    }
+    ~OwnQueue()
+    {
         queue->close();
         const std::lock_guard<std::mutex> guard(registry().mutex);
-        registry().queues.erase(id);
+        registry().queues.erase(thread);
     }
 };
 
-thread_local ThreadState thisThread;
-
 } // namespace
-
-DWORD CurrentThread::id()
-{
-    if (thisThread.id == 0)
-        thisThread.id = nextId();
-    return thisThread.id;
-}
-
-DWORD CurrentThread::nextId()
-{
-    static std::atomic<DWORD> last{0};
-    return ++last;
-}
-
-void CurrentThread::adopt(DWORD id)
-{
-    thisThread.id = id;
-}
 
 std::shared_ptr<MessageQueue> MessageQueue::ofCurrentThread()
 {
-    if (!thisThread.queue) {
-        thisThread.queue = std::make_shared<MessageQueue>();
-        const DWORD id = CurrentThread::id();
-        const std::lock_guard<std::mutex> guard(registry().mutex);
-        registry().queues[id] = thisThread.queue;
-    }
-    return thisThread.queue;
+    static thread_local OwnQueue own;
+    return own.queue;
 }
 
 std::shared_ptr<MessageQueue> MessageQueue::ofThread(DWORD threadId)

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "machine.h"
+#include "openobjects.h"
 
 // COM's interfaces have no destructor: a virtual one would take places in their method tables.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -52,7 +53,7 @@ constexpr PROPERTYKEY interfaceFriendlyName = {
 
 std::atomic<std::size_t> liveObjects{0};
 
-AudioEndpoints& audio()
+SimulatedAudioEndpoints& audio()
 {
     return currentMachine().audioEndpoints();
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 
 namespace {
 
@@ -26,10 +26,8 @@ public:
 
     const DeviceNode* element(ULONG_PTR number) const
     {
-        if (number == 0 || number > nodes.size()) {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return nullptr;
-        }
+        if (number == 0 || number > nodes.size())
+            return fail(ERROR_INVALID_PARAMETER);
         return nodes[number - 1].get();
     }
 
@@ -37,21 +35,13 @@ public:
     const std::vector<std::shared_ptr<const DeviceNode>> nodes;
 };
 
-BOOL fail(DWORD error)
-{
-    SetLastError(error);
-    return FALSE;
-}
-
 /// The node that @p device names in @p set; null with the last error set.
 const DeviceNode* nodeOf(const DeviceSet* set, const SP_DEVINFO_DATA* device)
 {
     if (!set)
         return nullptr;
-    if (!device || device->cbSize != sizeof(*device)) {
-        SetLastError(ERROR_INVALID_USER_BUFFER);
-        return nullptr;
-    }
+    if (!device || device->cbSize != sizeof(*device))
+        return fail(ERROR_INVALID_USER_BUFFER);
     return set->element(device->Reserved);
 }
 
@@ -105,6 +95,8 @@ HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* classGuid, LPCWSTR enumerator, 
         SetLastError(ERROR_INVALID_PARAMETER); // other kinds of set are not modelled
         return INVALID_HANDLE_VALUE;
     }
+    if (!isServed(SystemCall::SetupDiGetClassDevsW))
+        return INVALID_HANDLE_VALUE;
     return HandleTable::add(
         std::make_shared<DeviceSet>(*classGuid, currentMachine().deviceTree().presentNodes(*classGuid)));
 }
@@ -172,8 +164,9 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device
 {
     const auto set = HandleTable::get<DeviceSet>(handle);
     const DeviceNode* const node = nodeOf(set.get(), device);
-    return node && copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
-                            sizeof(wchar_t));
+    return node && isServed(SystemCall::SetupDiGetDeviceInstanceIdW) &&
+           copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
+                    sizeof(wchar_t));
 }
 
 BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA device, DWORD property,
@@ -184,7 +177,7 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA 
     constexpr DWORD regMultiSz = 7;
     const auto set = HandleTable::get<DeviceSet>(handle);
     const DeviceNode* const node = nodeOf(set.get(), device);
-    if (!node)
+    if (!node || !isServed(SystemCall::SetupDiGetDeviceRegistryPropertyW))
         return FALSE;
     const std::wstring value = propertyOf(*node, property);
     if (value.empty())
@@ -201,5 +194,7 @@ BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO handle)
 
 DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs)
 {
+    if (!isServed(SystemCall::CMP_WaitNoPendingInstallEvents))
+        return WAIT_FAILED;
     return currentMachine().deviceTree().waitInstallationSettled(timeoutMs) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
 }

@@ -4,6 +4,8 @@
 #include <map>
 #include <memory>
 
+#include "lasterror.h"
+
 namespace {
 
 struct Menu
@@ -26,8 +28,7 @@ Menu* menuOf(HMENU handle)
         if (reinterpret_cast<HMENU>(entry.second.get()) == handle)
             return entry.second.get();
     }
-    SetLastError(ERROR_INVALID_MENU_HANDLE);
-    return nullptr;
+    return fail(ERROR_INVALID_MENU_HANDLE);
 }
 
 } // namespace
@@ -50,10 +51,8 @@ void SystemMenu::forget(HWND window)
 
 HMENU WINAPI GetSystemMenu(HWND window, BOOL revert)
 {
-    if (!window) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return nullptr;
-    }
+    if (!window)
+        return fail(ERROR_INVALID_WINDOW_HANDLE);
     auto& menu = menus()[window];
     if (revert) {
         menu.reset();
@@ -84,10 +83,8 @@ BOOL WINAPI InsertMenuW(HMENU handle, UINT position, UINT flags, UINT_PTR newIte
     Menu* const menu = menuOf(handle);
     if (!menu)
         return FALSE;
-    if (flags != (MF_BYPOSITION | MF_STRING)) {
-        SetLastError(ERROR_INVALID_PARAMETER); // other kinds of item are not modelled
-        return FALSE;
-    }
+    if (flags != (MF_BYPOSITION | MF_STRING))
+        return fail(ERROR_INVALID_PARAMETER); // other kinds of item are not modelled
     const auto index = std::min<std::size_t>(position, menu->items.size());
     menu->items.insert(menu->items.begin() + static_cast<std::ptrdiff_t>(index),
                        {static_cast<UINT>(newItemId), newItem});

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 
 namespace {
 
@@ -73,13 +73,10 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
     const auto snapshot = HandleTable::get<SnapshotObject>(handle);
     if (!snapshot)
         return FALSE;
-    if (entry->dwSize != sizeof(*entry)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (entry->dwSize != sizeof(*entry))
+        return fail(ERROR_INVALID_PARAMETER);
     if (snapshot->next >= snapshot->entries.size()) {
-        SetLastError(ERROR_NO_MORE_FILES);
-        return FALSE;
+        return fail(ERROR_NO_MORE_FILES);
     }
     const ProcessEntry& process = snapshot->entries[snapshot->next++];
     *entry = {};
@@ -102,10 +99,8 @@ DWORD WINAPI GetCurrentProcessId()
 
 HANDLE WINAPI OpenProcess(DWORD, BOOL, DWORD processId)
 {
-    if (!currentMachine().processTable().exists(processId)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
+    if (!currentMachine().processTable().exists(processId))
+        return fail(ERROR_INVALID_PARAMETER);
     return HandleTable::add(std::make_shared<ProcessObject>(processId));
 }
 
@@ -115,20 +110,16 @@ DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileN
     if (!process)
         return 0;
     const std::wstring path = currentMachine().processTable().imagePath(process->id);
-    if (path.empty() || module || size == 0) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return 0;
-    }
+    if (path.empty() || module || size == 0)
+        return fail(ERROR_ACCESS_DENIED);
     copyTruncated(path, fileName, size);
     return static_cast<DWORD>(std::wcslen(fileName));
 }
 
 BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process)
 {
-    if (process != currentProcessHandle()) {
-        SetLastError(ERROR_INVALID_HANDLE); // other processes are not modelled
-        return FALSE;
-    }
+    if (process != currentProcessHandle())
+        return fail(ERROR_INVALID_HANDLE); // other processes are not modelled
     *wow64Process = currentMachine().processTable().isWow64();
     return TRUE;
 }

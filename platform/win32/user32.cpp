@@ -13,7 +13,7 @@
 #include "currentthread.h"
 #include "file.h"
 #include "handletable.h"
-#include "machine.h"
+#include "lasterror.h"
 #include "messagequeue.h"
 
 namespace {
@@ -36,8 +36,7 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     auto window = HandleTable::get<WindowObject>(handle);
     if (window && window->queue == MessageQueue::ofCurrentThread())
         return window;
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return nullptr;
+    return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
 bool isStorageIndex(const WindowObject& window, int index)
@@ -54,6 +53,8 @@ public:
     {
     }
 
+    bool watchesFile() const override { return false; }
+    void treeChanges() override { static_cast<void>(broadcast(DBT_DEVNODES_CHANGED, {})); }
     void arrived(const DeviceNode&) override {}
     void removalQueried(const DeviceNode&) override {}
     void removalCancelled(const DeviceNode&) override {}
@@ -132,6 +133,7 @@ public:
     {
     }
 
+    bool watchesFile() const override { return true; }
     std::future<void> removed(const DeviceNode& gone) override
     {
         return report(DBT_DEVICEREMOVECOMPLETE, gone);
@@ -169,10 +171,8 @@ BOOL WINAPI GetClassInfoW(HINSTANCE, LPCWSTR className, LPWNDCLASSW windowClass)
 {
     const std::lock_guard<std::mutex> guard(classes().mutex);
     const auto it = classes().byName.find(className);
-    if (it == classes().byName.end()) {
-        SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
-        return FALSE;
-    }
+    if (it == classes().byName.end())
+        return fail(ERROR_CLASS_DOES_NOT_EXIST);
     *windowClass = it->second;
     return TRUE;
 }
@@ -180,12 +180,12 @@ BOOL WINAPI GetClassInfoW(HINSTANCE, LPCWSTR className, LPWNDCLASSW windowClass)
 ATOM WINAPI RegisterClassW(const WNDCLASSW* windowClass)
 {
     constexpr std::size_t firstAtom = 0xC000;
+    if (!isServed(SystemCall::RegisterClassW))
+        return 0;
     const std::lock_guard<std::mutex> guard(classes().mutex);
     const auto [it, inserted] = classes().byName.emplace(windowClass->lpszClassName, *windowClass);
-    if (!inserted) {
-        SetLastError(ERROR_CLASS_ALREADY_EXISTS);
-        return 0;
-    }
+    if (!inserted)
+        return fail(ERROR_CLASS_ALREADY_EXISTS);
     it->second.lpszClassName = it->first.c_str();
     return static_cast<ATOM>(firstAtom + classes().byName.size());
 }
@@ -194,7 +194,7 @@ HWND WINAPI CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR, DWORD, int, int, 
                             HINSTANCE instance, LPVOID)
 {
     WNDCLASSW windowClass;
-    if (!GetClassInfoW(instance, className, &windowClass))
+    if (!GetClassInfoW(instance, className, &windowClass) || !isServed(SystemCall::CreateWindowExW))
         return nullptr;
     return static_cast<HWND>(
         HandleTable::add(std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread())));
@@ -210,10 +210,8 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value)
     const auto window = ownWindow(handle);
     if (!window)
         return 0;
-    if (!isStorageIndex(*window, index)) {
-        SetLastError(ERROR_INVALID_INDEX);
-        return 0;
-    }
+    if (!isStorageIndex(*window, index))
+        return fail(ERROR_INVALID_INDEX);
     const LONG_PTR previous = GetWindowLongPtrW(handle, index);
     std::memcpy(window->storage.data() + index, &value, sizeof(value));
     return previous;
@@ -224,10 +222,8 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
     const auto window = ownWindow(handle);
     if (!window)
         return 0;
-    if (!isStorageIndex(*window, index)) {
-        SetLastError(ERROR_INVALID_INDEX);
-        return 0;
-    }
+    if (!isStorageIndex(*window, index))
+        return fail(ERROR_INVALID_INDEX);
     LONG_PTR value = 0;
     std::memcpy(&value, window->storage.data() + index, sizeof(value));
     return value;
@@ -259,10 +255,8 @@ LRESULT WINAPI DispatchMessageW(const MSG* message)
 BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam)
 {
     const auto queue = MessageQueue::ofThread(threadId);
-    if (!queue) {
-        SetLastError(ERROR_INVALID_THREAD_ID);
-        return FALSE;
-    }
+    if (!queue)
+        return fail(ERROR_INVALID_THREAD_ID);
     MSG posted = {};
     posted.message = message;
     posted.wParam = wParam;
@@ -274,10 +268,10 @@ BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPAR
 
 HDEVNOTIFY WINAPI RegisterDeviceNotificationW(HANDLE recipient, LPVOID filter, DWORD flags)
 {
-    if (flags != DEVICE_NOTIFY_WINDOW_HANDLE || !HandleTable::get<WindowObject>(recipient)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
+    if (flags != DEVICE_NOTIFY_WINDOW_HANDLE || !HandleTable::get<WindowObject>(recipient))
+        return fail(ERROR_INVALID_PARAMETER);
+    if (!isServed(SystemCall::RegisterDeviceNotificationW))
         return nullptr;
-    }
     const auto window = static_cast<HWND>(recipient);
     const auto* const header = static_cast<const DEV_BROADCAST_HDR*>(filter);
     if (header->dbch_devicetype == DBT_DEVTYP_DEVICEINTERFACE &&
@@ -298,8 +292,7 @@ HDEVNOTIFY WINAPI RegisterDeviceNotificationW(HANDLE recipient, LPVOID filter, D
         currentMachine().deviceTree().observe(notification);
         return notification->self;
     }
-    SetLastError(ERROR_INVALID_DATA);
-    return nullptr;
+    return fail(ERROR_INVALID_DATA);
 }
 
 BOOL WINAPI UnregisterDeviceNotification(HDEVNOTIFY handle)
@@ -309,20 +302,16 @@ BOOL WINAPI UnregisterDeviceNotification(HDEVNOTIFY handle)
 
 BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
 {
-    if (!window) {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return FALSE;
-    }
+    if (!window)
+        return fail(ERROR_INVALID_WINDOW_HANDLE);
     if (currentMachine().session().setBlockReason(window, reason))
         return TRUE;
-    SetLastError(ERROR_NOT_SUPPORTED);
-    return FALSE;
+    return fail(ERROR_NOT_SUPPORTED);
 }
 
 BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
 {
     if (currentMachine().session().removeBlockReason(window))
         return TRUE;
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return FALSE;
+    return fail(ERROR_INVALID_WINDOW_HANDLE);
 }

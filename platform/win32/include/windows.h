@@ -79,7 +79,6 @@ typedef GUID IID;
 typedef GUID CLSID;
 typedef GUID* LPGUID;
 #ifdef __cplusplus
-#define REFGUID const GUID&
 #define REFIID const IID&
 #define REFCLSID const CLSID&
 #endif

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include "machine.h"
+
+/// What a function of the Windows interface returns when it fails: FALSE, 0 or null.
+struct Failure
+{
+    template <typename Result>
+    operator Result() const
+    {
+        return Result();
+    }
+};
+
+/// Sets the calling thread's last error.
+inline Failure fail(DWORD error)
+{
+    SetLastError(error);
+    return {};
+}
+
+/// Whether the machine serves that call now; otherwise the last error is set.
+inline bool isServed(SystemCall call)
+{
+    const DWORD error = currentMachine().admit(call);
+    return error == ERROR_SUCCESS || fail(error);
+}
