@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.." || exit 1
 
 seconds=${1:-60}
 [ $# -eq 0 ] || shift
-[ $# -gt 0 ] || set -- imagetext inspection devicereader archive
+[ $# -gt 0 ] || set -- imagetext inspection devicereader archive reportdescriptor
 
 # shellcheck disable=SC2086
 install_packages $build_packages $fuzz_packages
@@ -20,6 +20,7 @@ sources_of() {
         inspection) echo firmware/firmwareutilities.cpp ;;
         devicereader) echo devices/devicereader.cpp firmware/firmwareutilities.cpp ;;
         archive) echo firmware/firmwarecontroller.cpp firmware/imagetext.cpp firmware/firmwareutilities.cpp ;;
+        reportdescriptor) echo platform/linux/reportdescriptor.cpp ;;
     esac
 }
 

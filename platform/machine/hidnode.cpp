@@ -42,7 +42,8 @@ DeviceNode hidNode(const HidIdentity& identity, const std::wstring& place,
     const std::wstring part = functionName(identity);
     DeviceNode node;
     node.instanceId = raised(L"HID\\" + device + part + L"\\" + place);
-    node.hardwareIds = {L"HID\\" + device + L"&REV_0100" + part, L"HID\\" + device + part};
+    node.hardwareIds = {L"HID\\" + device + hex(L"&REV_", 4, identity.revision) + part,
+                        L"HID\\" + device + part};
     node.description = identity.usagePage == consumerPage ? L"HID-compliant consumer control device"
                                                           : L"HID-compliant vendor-defined device";
     node.enumerator = L"HID";

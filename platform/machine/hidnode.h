@@ -15,6 +15,7 @@ struct HidIdentity
     std::optional<int> interfaceNumber = {};  ///< of a composite device's function
     std::optional<int> collectionNumber = {}; ///< from 1; where the interface has several collections
     std::uint16_t usagePage = 0xFF00;         ///< of the top-level collection (HID Usage Tables)
+    std::uint16_t revision = 0x0100;          ///< bcdDevice (USB 2.0 section 9.6.1)
 };
 
 /// The node that Windows makes for a HID collection, its names in the case in which Windows broadcasts them.

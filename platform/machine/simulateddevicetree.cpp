@@ -3,25 +3,11 @@
 #include <algorithm>
 #include <deque>
 
+#include "sharemode.h"
+
 namespace {
 
 constexpr std::size_t openingsKept = 256; // a long run's memory stays flat
-
-/// Whether @p share lets somebody else have @p access.
-bool allows(DWORD share, DWORD access)
-{
-    if ((access & GENERIC_READ) && !(share & FILE_SHARE_READ))
-        return false;
-    return !(access & GENERIC_WRITE) || (share & FILE_SHARE_WRITE);
-}
-
-/// Two opens of one file; one for queries only takes no part in sharing.
-bool areCompatible(DWORD access, DWORD share, DWORD otherAccess, DWORD otherShare)
-{
-    if (access == 0 || otherAccess == 0)
-        return true;
-    return allows(otherShare, access) && allows(share, otherAccess);
-}
 
 } // namespace
 
@@ -69,10 +55,8 @@ struct SimulatedDeviceTree::State
 class SimulatedDeviceTree::File : public DeviceFile
 {
 public:
-    File(std::shared_ptr<State> treeState, std::shared_ptr<State::Present> opened, DWORD fileAccess,
-         DWORD fileShare)
-        : access(fileAccess)
-        , share(fileShare)
+    File(std::shared_ptr<State> treeState, std::shared_ptr<State::Present> opened, const ShareMode& shareMode)
+        : mode(shareMode)
         , state(std::move(treeState))
         , present(std::move(opened))
     {
@@ -94,8 +78,7 @@ public:
         return present->connected;
     }
 
-    const DWORD access;
-    const DWORD share;
+    const ShareMode mode;
 
 private:
     std::shared_ptr<State> state;
@@ -272,6 +255,7 @@ std::unique_ptr<DeviceFile> SimulatedDeviceTree::open(const std::wstring& path, 
 {
     const std::lock_guard<std::mutex> guard(state->mutex);
     const auto present = state->find(path);
+    const ShareMode mode{access, share};
     const auto refusal = state->refusals.find(enumeratedPath(path));
     error = ERROR_SUCCESS;
     if (!present) {
@@ -279,9 +263,8 @@ std::unique_ptr<DeviceFile> SimulatedDeviceTree::open(const std::wstring& path, 
     } else if (refusal != state->refusals.end() && refusal->second.count > 0) {
         --refusal->second.count;
         error = refusal->second.error;
-    } else if (std::any_of(present->files.begin(), present->files.end(), [&](const File* other) {
-                   return !areCompatible(access, share, other->access, other->share);
-               })) {
+    } else if (std::any_of(present->files.begin(), present->files.end(),
+                           [&](const File* other) { return !other->mode.admits(mode); })) {
         error = ERROR_SHARING_VIOLATION;
     }
     state->openings.push_back({path, access, share, error});
@@ -289,7 +272,7 @@ std::unique_ptr<DeviceFile> SimulatedDeviceTree::open(const std::wstring& path, 
         state->openings.pop_front();
     if (error != ERROR_SUCCESS)
         return nullptr;
-    auto file = std::make_unique<File>(state, present, access, share);
+    auto file = std::make_unique<File>(state, present, mode);
     present->files.push_back(file.get());
     ++state->openFiles;
     return file;

@@ -1,0 +1,65 @@
+// The report descriptor parser: what it tells keeps within its bounds, and what changes nothing in a
+// descriptor changes nothing in it.
+
+#include "fuzztarget.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "reportdescriptor.h"
+
+namespace {
+
+constexpr std::size_t maxReportBytes = 16384;
+constexpr std::size_t maxDescriptorBytes = 4096;
+constexpr std::uint8_t push = 0xA4;
+constexpr std::uint8_t pop = 0xB4;
+
+bool isSame(const ReportDescriptor& a, const ReportDescriptor& b)
+{
+    const auto isSameCollection = [](const HidCapabilities& x, const HidCapabilities& y) {
+        return x.usagePage == y.usagePage && x.usage == y.usage &&
+               x.featureReportBytes == y.featureReportBytes;
+    };
+    return a.fault == b.fault && std::equal(a.collections.begin(), a.collections.end(), b.collections.begin(),
+                                            b.collections.end(), isSameCollection);
+}
+
+void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
+{
+    FuzzTarget::require(!descriptor.collections.empty(), "no collection");
+    FuzzTarget::require(descriptor.collections.size() <= std::max<std::size_t>(size, 1),
+                        "collections of nothing");
+    for (const HidCapabilities& collection : descriptor.collections) {
+        FuzzTarget::require(collection.featureReportBytes <= maxReportBytes,
+                            "a report beyond the kernel's bounds");
+        FuzzTarget::require(collection.featureReportBytes != 1, "a feature report without data");
+        FuzzTarget::require(descriptor.fault.empty() || collection.featureReportBytes == 0,
+                            "feature reports of a faulty descriptor");
+    }
+}
+
+/// A good descriptor stays the same behind an item that nobody knows, and between a push and a pop.
+void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
+{
+    std::vector<std::uint8_t> decorated{0xFE, 0x02, 0x55, push, pop, push};
+    decorated.insert(decorated.end(), bytes.begin(), bytes.end());
+    decorated.push_back(pop);
+    const bool isFull =
+        decorated.size() > maxDescriptorBytes ||
+        std::count(bytes.begin(), bytes.end(), push) >= 31; // there may be no room to push once more
+    const ReportDescriptor again = ReportDescriptor::parse(decorated.data(), decorated.size());
+    FuzzTarget::require(isFull || isSame(again, descriptor), "decoration changes the descriptor");
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::vector<std::uint8_t> bytes(data, data + size);
+    const ReportDescriptor descriptor = ReportDescriptor::parse(bytes.data(), bytes.size());
+    requireBounds(descriptor, size);
+    if (descriptor.fault.empty())
+        requireSameWhenDecorated(bytes, descriptor);
+    return 0;
+}

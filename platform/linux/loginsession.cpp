@@ -1,0 +1,89 @@
+#include "loginsession.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+#include <fcntl.h>
+#include <systemd/sd-bus.h>
+
+namespace {
+
+constexpr std::uint64_t callTimeoutUs = 2'000'000;
+
+struct Release
+{
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+    void operator()(sd_bus_error* error) const { sd_bus_error_free(error); }
+};
+
+} // namespace
+
+LoginSession::LoginSession(std::function<void(const std::string&)> sessionLog)
+    : log(std::move(sessionLog))
+{
+}
+
+EXECUTION_STATE LoginSession::setExecutionState(EXECUTION_STATE state)
+{
+    constexpr EXECUTION_STATE anything = ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED;
+    const std::lock_guard<std::mutex> guard(mutex);
+    EXECUTION_STATE& ofThread = states.emplace(std::this_thread::get_id(), ES_CONTINUOUS).first->second;
+    const EXECUTION_STATE previous = ofThread;
+    if (!(state & ES_CONTINUOUS)) // it only starts the time until sleep anew, which logind does not count
+        return previous;
+    if ((state & anything) && !wakefulness.isOpen()) {
+        wakefulness = inhibit("sleep:idle", "Work that must not be interrupted");
+        if (!wakefulness.isOpen())
+            return 0;
+    }
+    ofThread = state;
+    if (std::none_of(states.begin(), states.end(), [](const auto& entry) { return entry.second & anything; }))
+        wakefulness = FileDescriptor();
+    return previous;
+}
+
+bool LoginSession::setBlockReason(HWND window, const std::wstring& reason)
+{
+    FileDescriptor block = inhibit("shutdown", std::filesystem::path(reason).string());
+    const std::lock_guard<std::mutex> guard(mutex);
+    if (!block.isOpen())
+        return false;
+    blocks[window] = std::move(block);
+    return true;
+}
+
+bool LoginSession::removeBlockReason(HWND window)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    return blocks.erase(window) > 0;
+}
+
+/// The lock holds until what is returned is closed.
+FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) const
+{
+    sd_bus* openedBus = nullptr;
+    sd_bus_message* receivedReply = nullptr;
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    const std::unique_ptr<sd_bus_error, Release> errorOwner(&error);
+    int result = sd_bus_open_system(&openedBus);
+    const std::unique_ptr<sd_bus, Release> bus(openedBus);
+    if (result >= 0) {
+        sd_bus_set_method_call_timeout(bus.get(), callTimeoutUs);
+        result = sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
+                                    "org.freedesktop.login1.Manager", "Inhibit", &error, &receivedReply,
+                                    "ssss", what, program_invocation_short_name, why.c_str(), "block");
+    }
+    const std::unique_ptr<sd_bus_message, Release> reply(receivedReply);
+    int lock = -1;
+    if (result >= 0)
+        result = sd_bus_message_read(reply.get(), "h", &lock);
+    if (result < 0) {
+        log(std::string("logind gives no lock against ") + what + ": " +
+            (error.message ? error.message : std::generic_category().message(-result)));
+        return FileDescriptor();
+    }
+    return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0)); // the reply closes its own
+}

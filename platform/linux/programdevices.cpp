@@ -1,0 +1,22 @@
+// Gives the program that this is linked into the real devices and the real session.
+
+#include <QtGlobal>
+
+#include "linuxdevicetree.h"
+#include "loginsession.h"
+#include "machine.h"
+
+namespace {
+
+struct Equipment
+{
+    Equipment()
+    {
+        const auto log = [](const std::string& text) { qWarning("%s", text.c_str()); };
+        equipPlainMachine(std::make_unique<LinuxDeviceTree>(log), std::make_unique<LoginSession>(log));
+    }
+};
+
+const Equipment equipment;
+
+} // namespace

@@ -1,0 +1,241 @@
+#include "reportdescriptor.h"
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+constexpr std::size_t maxDescriptorBytes = 4096; // HID_MAX_DESCRIPTOR_SIZE
+constexpr std::size_t maxReportBytes = 16384;    // HID_MAX_BUFFER_SIZE
+constexpr std::size_t maxDepth = 32;
+constexpr std::uint32_t maxReportId = 0xFF;
+
+constexpr std::uint8_t longItemPrefix = 0xFE;
+constexpr int usagePageBits = 16;
+constexpr std::uint64_t bitsPerByte = 8;
+
+/// An item's tag and type, as its prefix byte holds them (HID 1.11 sections 6.2.2.4, 6.2.2.7 and 6.2.2.8).
+enum Item : std::uint8_t {
+    InputItem = 0x80,
+    OutputItem = 0x90,
+    FeatureItem = 0xB0,
+    CollectionItem = 0xA0,
+    EndCollectionItem = 0xC0,
+    UsagePageItem = 0x04,
+    ReportSizeItem = 0x74,
+    ReportIdItem = 0x84,
+    ReportCountItem = 0x94,
+    PushItem = 0xA4,
+    PopItem = 0xB4,
+    UsageItem = 0x08,
+};
+
+/// What holds until another item sets it, and is kept by a push.
+struct Globals
+{
+    std::uint16_t usagePage = 0;
+    std::uint32_t reportSize = 0; ///< bits of a field
+    std::uint32_t reportCount = 0;
+    std::uint32_t reportId = 0; ///< 0 where reports have none
+};
+
+class Parser
+{
+public:
+    ReportDescriptor parse(const std::uint8_t* bytes, std::size_t size)
+    {
+        if (size > maxDescriptorBytes)
+            fail("is longer than 4096 bytes");
+        std::size_t at = 0;
+        while (at < size && result.fault.empty())
+            at += readItem(bytes + at, size - at);
+        if (depth > 0)
+            fail("ends within a collection");
+        if (result.collections.empty())
+            fail("has no collection");
+        return finished();
+    }
+
+private:
+    /// The first fault counts: what follows it may be its consequence.
+    void fail(const char* what)
+    {
+        if (result.fault.empty())
+            result.fault = what;
+    }
+
+    ReportDescriptor finished()
+    {
+        if (result.collections.empty())
+            result.collections.emplace_back();
+        if (!result.fault.empty()) {
+            for (HidCapabilities& collection : result.collections)
+                collection.featureReportBytes = 0;
+        }
+        return std::move(result);
+    }
+
+    /// @return the item's length.
+    std::size_t readItem(const std::uint8_t* bytes, std::size_t available)
+    {
+        const std::uint8_t prefix = bytes[0];
+        const bool isLong = prefix == longItemPrefix;
+        std::size_t length = 1 + ((prefix & 3) == 3 ? 4 : prefix & 3);
+        if (isLong && available > 1)
+            length = std::size_t(3) + bytes[1]; // prefix, size, tag and data
+        if (length > available || (isLong && available == 1)) {
+            fail("ends within an item");
+            return available;
+        }
+        if (isLong)
+            return length; // none is defined
+        std::uint32_t value = 0;
+        for (std::size_t i = length; i > 1; --i)
+            value = value << bitsPerByte | bytes[i - 1];
+        take(static_cast<std::uint8_t>(prefix & ~3), value, length - 1);
+        return length;
+    }
+
+    void take(std::uint8_t item, std::uint32_t value, std::size_t valueBytes)
+    {
+        switch (item) {
+        case UsagePageItem:
+            globals.usagePage = static_cast<std::uint16_t>(value);
+            return;
+        case ReportSizeItem:
+            globals.reportSize = value;
+            return;
+        case ReportCountItem:
+            globals.reportCount = value;
+            return;
+        case ReportIdItem:
+            setReportId(value);
+            return;
+        case PushItem:
+            push();
+            return;
+        case PopItem:
+            pop();
+            return;
+        case UsageItem:
+            setUsage(value, valueBytes);
+            return;
+        default:
+            takeMain(item);
+        }
+    }
+
+    void takeMain(std::uint8_t item)
+    {
+        switch (item) {
+        case CollectionItem:
+            beginCollection();
+            break;
+        case EndCollectionItem:
+            endCollection();
+            break;
+        case FeatureItem:
+            addFeature();
+            break;
+        case InputItem:
+        case OutputItem:
+            break;
+        default:
+            return; // other items change nothing that is of interest here, and leave the usage in force
+        }
+        hasUsage = false; // local items end with a main item
+    }
+
+    void setReportId(std::uint32_t id)
+    {
+        if (id == 0 || id > maxReportId)
+            fail("has a report ID that is not one of 1 to 255");
+        globals.reportId = id;
+    }
+
+    /// The first one names a collection. In its long form the usage page comes with it.
+    void setUsage(std::uint32_t value, std::size_t valueBytes)
+    {
+        if (hasUsage)
+            return;
+        hasUsage = true;
+        usage = static_cast<std::uint16_t>(value);
+        pageOfUsage = valueBytes == sizeof(value) ? value >> usagePageBits : 0;
+    }
+
+    void push()
+    {
+        if (pushed.size() == maxDepth)
+            fail("pushes more than 32 states");
+        else
+            pushed.push_back(globals);
+    }
+
+    void pop()
+    {
+        if (pushed.empty()) {
+            fail("pops what was not pushed");
+            return;
+        }
+        globals = pushed.back();
+        pushed.pop_back();
+    }
+
+    void beginCollection()
+    {
+        if (depth == maxDepth) {
+            fail("nests collections more than 32 deep");
+            return;
+        }
+        if (depth++ > 0)
+            return;
+        HidCapabilities collection;
+        collection.usage = hasUsage ? usage : 0;
+        collection.usagePage =
+            hasUsage && pageOfUsage != 0 ? static_cast<std::uint16_t>(pageOfUsage) : globals.usagePage;
+        result.collections.push_back(collection);
+        featureBits.clear();
+    }
+
+    void endCollection()
+    {
+        if (depth == 0)
+            fail("ends a collection that was not begun");
+        else
+            --depth;
+    }
+
+    void addFeature()
+    {
+        if (depth == 0) {
+            fail("has a report outside of any collection");
+            return;
+        }
+        std::uint64_t& bits = featureBits[globals.reportId];
+        bits += std::uint64_t(globals.reportSize) * globals.reportCount;
+        const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // with the report ID
+        if (bytes > maxReportBytes) {
+            fail("has a feature report of more than 16384 bytes");
+            return;
+        }
+        std::uint16_t& longest = result.collections.back().featureReportBytes;
+        if (bits > 0)
+            longest = std::max(longest, static_cast<std::uint16_t>(bytes));
+    }
+
+    ReportDescriptor result;
+    Globals globals;
+    std::vector<Globals> pushed;
+    std::size_t depth = 0;
+    std::map<std::uint32_t, std::uint64_t> featureBits; ///< by report ID, of the present top-level collection
+    bool hasUsage = false;
+    std::uint16_t usage = 0;
+    std::uint32_t pageOfUsage = 0; ///< 0: the page in force
+};
+
+} // namespace
+
+ReportDescriptor ReportDescriptor::parse(const std::uint8_t* bytes, std::size_t size)
+{
+    return Parser().parse(bytes, size);
+}

@@ -1,0 +1,295 @@
+// Real devices on Linux: report descriptors, node names, error codes, files and their locks.
+
+#include <QtTest>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include "hidrawinterface.h"
+#include "reportdescriptor.h"
+#include "windowserror.h"
+
+namespace {
+
+using Lock = HidrawDevice::Lock;
+
+ReportDescriptor parse(const QByteArray& bytes)
+{
+    // In memory of its own, so that a byte read past the end is seen.
+    const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
+    return ReportDescriptor::parse(own.data(), own.size());
+}
+
+/// Page, usage and feature report length of each collection, and the fault.
+QByteArray summaryOf(const ReportDescriptor& descriptor)
+{
+    QByteArrayList parts;
+    for (const HidCapabilities& c : descriptor.collections)
+        parts << QByteArray::number(c.usagePage, 16) + ':' + QByteArray::number(c.usage, 16) + ' ' +
+                     QByteArray::number(c.featureReportBytes);
+    if (!descriptor.fault.empty())
+        parts << QByteArray::fromStdString(descriptor.fault);
+    return parts.join(", ");
+}
+
+/// A collection of page FF00 and usage 1 around @p items, in hexadecimal.
+QByteArray vendorCollection(const QByteArray& items)
+{
+    return "0600FF 0901 A101" + items + "C0";
+}
+
+QByteArray namesOf(const std::vector<DeviceNode>& nodes)
+{
+    QStringList names;
+    for (const DeviceNode& node : nodes) {
+        names << QString::fromStdWString(node.instanceId);
+        for (const std::wstring& id : node.hardwareIds)
+            names << QString::fromStdWString(id);
+    }
+    return names.join(QLatin1Char(' ')).toLatin1();
+}
+
+/// A file that another program has locked; its transfers are those of no HID device.
+struct LockedFile
+{
+    explicit LockedFile(int lockOfOther)
+    {
+        [this] { QVERIFY(file.open()); }();
+        const QByteArray path = QFile::encodeName(file.fileName());
+        device = std::make_unique<HidrawDevice>(path.toStdString());
+        other = FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
+        [&] { QCOMPARE(::flock(other.get(), lockOfOther), 0); }();
+    }
+
+    QTemporaryFile file;
+    FileDescriptor other;
+    std::unique_ptr<HidrawDevice> device;
+};
+
+} // namespace
+
+class TestLinuxDevices : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void descriptorsAreRead_data();
+    void descriptorsAreRead();
+    void aDescriptorOfAnyLengthEnds();
+    void nodesAreNamedAsOnWindows_data();
+    void nodesAreNamedAsOnWindows();
+    void errnoValuesBecomeWindowsCodes_data();
+    void errnoValuesBecomeWindowsCodes();
+    void locksHoldAgainstOtherPrograms_data();
+    void locksHoldAgainstOtherPrograms();
+};
+
+void TestLinuxDevices::descriptorsAreRead_data()
+{
+    QTest::addColumn<QByteArray>("items"); // in hexadecimal
+    QTest::addColumn<QByteArray>("summary");
+    const auto row = [](const char* name, const QByteArray& items, const QByteArray& summary) {
+        QTest::newRow(name) << items << summary;
+    };
+    const QByteArray loader = "15 00 26FF00 7508 85FF 953F 0902 B102 85E4 960701 0903 B102";
+    const QByteArray field = "7508 9502 B102";
+    const QByteArray fault = "ff00:1 0, ";
+
+    row("loader", vendorCollection(loader), "ff00:1 264");
+    row("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0", "c:1 0");
+    row("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
+        "c:1 3, ff00:1 4");
+    row("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
+    row("no usage", "0600FF A101 C0", "ff00:0 0");
+    row("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0");
+    row("usage of the item before", "0600FF A101 C0 0908 B100 A101 C0",
+        "ff00:0 0, has a report outside of any collection");
+    row("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0");
+    row("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
+    row("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
+        "ff00:1 5");
+    row("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
+        "ff00:1 3, ff00:1 3");
+    row("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
+    row("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0");
+    row("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
+    row("empty long item at the end", vendorCollection("") + "FE0042", "ff00:1 0");
+    row("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
+    row("field without bits", vendorCollection("7508 9500 B102"), "ff00:1 0");
+    row("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
+
+    row("nothing", "", "0:0 0, has no collection");
+    row("no collection", "0600FF 0901", "0:0 0, has no collection");
+    row("cut in an item", vendorCollection(field) + "06 00", fault + "ends within an item");
+    row("cut in a long item", vendorCollection("FE0442 0102"), fault + "ends within an item");
+    row("cut after a long item's prefix", vendorCollection(field) + "FE", fault + "ends within an item");
+    row("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
+    row("end without begin", vendorCollection(field) + "C0", fault + "ends a collection that was not begun");
+    row("pop without push", vendorCollection(field) + "B4", fault + "pops what was not pushed");
+    row("report ID 0", vendorCollection("8500" + field),
+        fault + "has a report ID that is not one of 1 to 255");
+    row("report ID 256", vendorCollection("860001" + field),
+        fault + "has a report ID that is not one of 1 to 255");
+    row("report too long", vendorCollection("7508 960040 B102"),
+        fault + "has a feature report of more than 16384 bytes");
+    row("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
+        fault + "has a feature report of more than 16384 bytes");
+    row("32 deep", vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
+        "ff00:1 0");
+    row("33 deep", vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
+        fault + "nests collections more than 32 deep");
+    row("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
+        fault + "pushes more than 32 states");
+    row("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)), "ff00:1 0");
+    row("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
+        "0:0 0, is longer than 4096 bytes");
+}
+
+void TestLinuxDevices::descriptorsAreRead()
+{
+    QFETCH(QByteArray, items);
+    QFETCH(QByteArray, summary);
+    QCOMPARE(summaryOf(parse(QByteArray::fromHex(items))), summary);
+}
+
+void TestLinuxDevices::aDescriptorOfAnyLengthEnds()
+{
+    const QByteArray whole =
+        QByteArray::fromHex(vendorCollection("85FF 7508 953F B102 FE0342 010203 85E4 960701 B102"));
+    for (int length = 0; length < whole.size(); ++length) {
+        const ReportDescriptor cut = parse(whole.left(length));
+        QVERIFY2(!cut.fault.empty(), QByteArray::number(length));
+        QCOMPARE(cut.collections.size(), std::size_t(1));
+        QCOMPARE(cut.collections.front().featureReportBytes, std::uint16_t(0));
+    }
+}
+
+void TestLinuxDevices::nodesAreNamedAsOnWindows_data()
+{
+    QTest::addColumn<QByteArray>("hidId");
+    QTest::addColumn<QByteArray>("phys");
+    QTest::addColumn<QByteArray>("interfaces");
+    QTest::addColumn<int>("collections");
+    QTest::addColumn<QByteArray>("names");
+    const QByteArray id = "0003:00007A31:00000004";
+    QTest::newRow("function of a composite device")
+        << id << QByteArray("usb-0000:00:14.0-1/input3") << QByteArray(" 4") << 1
+        << QByteArray("HID\\VID_7A31&PID_0004&MI_03\\7&0000001F&0&0000 "
+                      "HID\\VID_7A31&PID_0004&REV_0123&MI_03 HID\\VID_7A31&PID_0004&MI_03");
+    QTest::newRow("only interface") << id << QByteArray("usb-0000:00:14.0-1/input0") << QByteArray(" 1") << 1
+                                    << QByteArray("HID\\VID_7A31&PID_0004\\7&0000001F&0&0000 "
+                                                  "HID\\VID_7A31&PID_0004&REV_0123 HID\\VID_7A31&PID_0004");
+    QTest::newRow("first of several interfaces, several collections")
+        << id << QByteArray("usb-0000:00:14.0-1/input0") << QByteArray(" 2") << 2
+        << QByteArray("HID\\VID_7A31&PID_0004&MI_00&COL01\\7&0000001F&0&0000 "
+                      "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col01 HID\\VID_7A31&PID_0004&MI_00&Col01 "
+                      "HID\\VID_7A31&PID_0004&MI_00&COL02\\7&0000001F&0&0001 "
+                      "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col02 HID\\VID_7A31&PID_0004&MI_00&Col02");
+    QTest::newRow("no USB device behind it")
+        << id << QByteArray("simulated-1/input2") << QByteArray() << 1
+        << QByteArray("HID\\VID_7A31&PID_0004&MI_02\\7&0000001F&0&0000 "
+                      "HID\\VID_7A31&PID_0004&REV_0123&MI_02 HID\\VID_7A31&PID_0004&MI_02");
+    QTest::newRow("Bluetooth") << QByteArray("0005:00007A31:00000004") << QByteArray() << QByteArray() << 1
+                               << QByteArray();
+    QTest::newRow("unreadable") << QByteArray("0003:") << QByteArray() << QByteArray() << 1 << QByteArray();
+}
+
+void TestLinuxDevices::nodesAreNamedAsOnWindows()
+{
+    QFETCH(QByteArray, hidId);
+    QFETCH(QByteArray, phys);
+    QFETCH(QByteArray, interfaces);
+    QFETCH(int, collections);
+    QFETCH(QByteArray, names);
+    HidrawInterface interface;
+    interface.hidName = "0003:7A31:0004.001F";
+    interface.hidId = hidId.toStdString();
+    interface.phys = phys.toStdString();
+    interface.interfaces = interfaces.toStdString();
+    interface.revision = "0123";
+    ReportDescriptor descriptor;
+    descriptor.collections.resize(std::size_t(collections));
+    const auto nodes = nodesOf(interface, descriptor, std::make_shared<HidrawDevice>("/dev/hidraw0"));
+    QCOMPARE(namesOf(nodes), names);
+    for (const DeviceNode& node : nodes) {
+        // The detector finds a path's node by its instance identifier.
+        const QString path =
+            QString::fromStdWString(node.interfacePath).replace(QLatin1Char('#'), QLatin1Char('\\'));
+        QVERIFY(path.contains(QString::fromStdWString(node.instanceId), Qt::CaseInsensitive));
+    }
+}
+
+void TestLinuxDevices::errnoValuesBecomeWindowsCodes_data()
+{
+    QTest::addColumn<int>("value");
+    QTest::addColumn<int>("code");
+    QTest::newRow("gone") << ENODEV << 1167;
+    QTest::newRow("lost by its controller") << ESHUTDOWN << 1167;
+    QTest::newRow("no permission") << EACCES << 5;
+    QTest::newRow("not permitted") << EPERM << 5;
+    QTest::newRow("in use") << EBUSY << 32;
+    QTest::newRow("locked") << EWOULDBLOCK << 32;
+    QTest::newRow("no such node") << ENOENT << 2;
+    QTest::newRow("stalled") << EPIPE << 31;
+    QTest::newRow("input/output error") << EIO << 31;
+    QTest::newRow("no answer") << ETIMEDOUT << 121;
+    QTest::newRow("too many files") << EMFILE << 4;
+    QTest::newRow("too long") << EINVAL << 87;
+}
+
+void TestLinuxDevices::errnoValuesBecomeWindowsCodes()
+{
+    QFETCH(int, value);
+    QFETCH(int, code);
+    QCOMPARE(windowsError(value), DWORD(code));
+}
+
+void TestLinuxDevices::locksHoldAgainstOtherPrograms_data()
+{
+    QTest::addColumn<int>("lockOfOther");
+    QTest::addColumn<int>("wanted");
+    QTest::addColumn<int>("error");
+    const auto row = [](const char* name, int lockOfOther, Lock wanted, DWORD error) {
+        QTest::newRow(name) << lockOfOther << int(wanted) << int(error);
+    };
+    row("free, exclusive", LOCK_UN, Lock::Exclusive, ERROR_SUCCESS);
+    row("shared, shared", LOCK_SH, Lock::Shared, ERROR_SUCCESS);
+    row("shared, exclusive", LOCK_SH, Lock::Exclusive, ERROR_SHARING_VIOLATION);
+    row("exclusive, shared", LOCK_EX, Lock::Shared, ERROR_SHARING_VIOLATION);
+    row("exclusive, queries only", LOCK_EX, Lock::None, ERROR_SUCCESS);
+}
+
+void TestLinuxDevices::locksHoldAgainstOtherPrograms()
+{
+    QFETCH(int, lockOfOther);
+    QFETCH(int, wanted);
+    QFETCH(int, error);
+    LockedFile f(lockOfOther);
+    QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(error));
+    if (error != ERROR_SUCCESS) {
+        // With the other program gone the device is to be had, by several users, until all have released it.
+        f.other = FileDescriptor();
+        f.other = FileDescriptor(::open(f.device->path.c_str(), O_RDWR | O_CLOEXEC));
+        QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(ERROR_SUCCESS));
+        QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SUCCESS));
+        f.device->release();
+        QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
+    }
+    if (lockOfOther == LOCK_SH && error == ERROR_SUCCESS) {
+        // A user who cannot have the device does not cost the others their lock.
+        QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
+        QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), -1);
+    }
+    std::uint8_t report[2] = {};
+    std::size_t received = 0;
+    QVERIFY(f.device->isConnected());
+    QCOMPARE(f.device->setFeature(report, sizeof(report)), DWORD(ERROR_INVALID_FUNCTION));
+    QCOMPARE(f.device->getFeature(report, sizeof(report), received), DWORD(ERROR_INVALID_FUNCTION));
+    f.device->release();
+    QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), 0);
+}
+
+QTEST_GUILESS_MAIN(TestLinuxDevices)
+#include "tst_linuxdevices.moc"
