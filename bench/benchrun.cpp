@@ -54,6 +54,8 @@ bool writeDamagedArchive(const QString& path)
 BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     : options(benchOptions)
     , log(eventLog)
+    , scaledClock(options.speed)
+    , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
     , fault(faultByName(benchOptions.faultName))
     , faultyType(benchOptions.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
                                                                           : DeviceType::Headset)
@@ -119,10 +121,8 @@ void BenchRun::preparePair()
     setup.revision = options.revision;
     setup.transmitterImage = images[DeviceType::Transmitter];
     setup.headsetImage = images[DeviceType::Headset];
-    setup.isTimeVirtual = options.fast;
-    setup.speed = options.speed;
     setup.report = [this](const std::string& text) { log.add(QString::fromStdString(text)); };
-    pair = std::make_unique<SimulatedPair>(setup);
+    pair = std::make_unique<SimulatedPair>(machine, setup);
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);
         verdicts[type] = std::make_shared<Verdict>(type, device, images[type]);

@@ -43,7 +43,9 @@ public:
     void drive();
 
     const BenchOptions& settings() const { return options; }
-    SimulatedPair& computer() { return *pair; }
+    SimulatedDevice& device(DeviceType type) { return pair->device(type); }
+    /// Lets time run @p speed times as fast as on the wall; virtual time knows no speed. Any thread.
+    void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
 
     /// The image that the archive in the updater has for a device; empty where it has none.
@@ -83,6 +85,10 @@ private:
     QTemporaryDir folder;
     QString archivePath;
     QMap<DeviceType, QByteArray> images;
+    VirtualClock virtualClock;
+    ScaledClock scaledClock;
+    SimulatedMachine machine;
+    ScopedMachine scope{machine};
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;

@@ -24,12 +24,12 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog)
     , run(benchRun)
 {
     ui->setupUi(this);
-    ui->transmitterPanel->setDevice(DeviceType::Transmitter, run.computer().device(DeviceType::Transmitter));
-    ui->headsetPanel->setDevice(DeviceType::Headset, run.computer().device(DeviceType::Headset));
+    ui->transmitterPanel->setDevice(DeviceType::Transmitter, run.device(DeviceType::Transmitter));
+    ui->headsetPanel->setDevice(DeviceType::Headset, run.device(DeviceType::Headset));
     connect(&eventLog, &EventLog::added, ui->logEdit, &QPlainTextEdit::appendPlainText);
 
     const auto onSpeed = [this](QRadioButton* button, double speed) {
-        connect(button, &QRadioButton::clicked, this, [this, speed] { run.computer().setSpeed(speed); });
+        connect(button, &QRadioButton::clicked, this, [this, speed] { run.setSpeed(speed); });
     };
     const int speed = run.settings().speed;
     ui->realTimeButton->setChecked(speed == 1);
@@ -112,7 +112,7 @@ void BenchWindow::endWithUpdater()
 /// An update that is under way ends before the program does.
 void BenchWindow::end()
 {
-    run.computer().setSpeed(ScaledClock::atOnce);
+    run.setSpeed(ScaledClock::atOnce);
     QCoreApplication::quit();
 }
 

@@ -101,7 +101,7 @@ private:
 };
 
 /// A pair for the sample archive with images of @p imageBytes.
-SimulatedPair::Setup pairFor(int imageBytes, double speed)
+SimulatedPair::Setup pairFor(int imageBytes)
 {
     ImageOptions transmitter = ImageBuilder::transmitter();
     ImageOptions headset = ImageBuilder::headset();
@@ -109,15 +109,15 @@ SimulatedPair::Setup pairFor(int imageBytes, double speed)
     SimulatedPair::Setup setup;
     setup.transmitterImage = ImageBuilder::build(transmitter);
     setup.headsetImage = ImageBuilder::build(headset);
-    setup.isTimeVirtual = false;
-    setup.speed = speed;
     return setup;
 }
 
 int runEmpty(int imageBytes)
 {
-    const SimulatedPair::Setup setup = pairFor(imageBytes, 1);
-    SimulatedPair pair(setup);
+    const SimulatedPair::Setup setup = pairFor(imageBytes);
+    SimulatedMachine machine(nullptr);
+    const ScopedMachine scope(machine);
+    const SimulatedPair pair(machine, setup);
     QByteArray images[] = {setup.transmitterImage, setup.headsetImage};
     for (QByteArray& image : images)
         image.detach();
@@ -135,8 +135,8 @@ class Update : public QObject
 {
 public:
     Update(int imageBytes, const QString& archivePath, double speed)
-        : setup(pairFor(imageBytes, speed))
-        , pair(setup)
+        : setup(pairFor(imageBytes))
+        , clock(speed)
     {
         log.setQuiet(true);
         pair.plugIn();
@@ -193,7 +193,10 @@ private:
     }
 
     const SimulatedPair::Setup setup;
-    SimulatedPair pair;
+    ScaledClock clock;
+    SimulatedMachine machine{&clock};
+    const ScopedMachine scope{machine};
+    SimulatedPair pair{machine, setup};
     EventLog log;
     StallProbe probe;
     std::unique_ptr<MainWindow> window;

@@ -23,11 +23,8 @@ SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptio
 
 } // namespace
 
-SimulatedPair::SimulatedPair(const Setup& setup)
-    : scaledClock(setup.speed)
-    , machine(setup.isTimeVirtual ? static_cast<Clock*>(&virtualClock) : &scaledClock)
-    , scope(machine)
-    , transmitter(machine.deviceTree(), machine.clock(),
+SimulatedPair::SimulatedPair(SimulatedMachine& machine, const Setup& setup)
+    : transmitter(machine.deviceTree(), machine.clock(),
                   deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,
                               DeviceType::Transmitter))
     , headset(machine.deviceTree(), machine.clock(),

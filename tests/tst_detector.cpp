@@ -6,8 +6,6 @@
 #include <mutex>
 #include <thread>
 
-#include <QtTest>
-
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
 #include "deviceinstance.h"
@@ -15,6 +13,7 @@
 #include "openobjects.h"
 #include "simulatedmachine.h"
 #include "utilities.h"
+#include "waiting.h"
 
 namespace {
 
@@ -49,7 +48,7 @@ public:
     QStringList waitFor(int count)
     {
         std::unique_lock<std::mutex> lock(mutex);
-        changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::seconds(20),
+        changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::milliseconds(patienceMs),
                            [&] { return reports.size() >= count; });
         return reports;
     }
@@ -342,7 +341,7 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     const int before = f.recorder.waitFor(0).size();
     QVERIFY(f.start());
     // The queue that the last stop left behind is examined first; in the end every present device is known.
-    QTRY_VERIFY_WITH_TIMEOUT(f.recorder.waitFor(0).mid(before).contains(completion), 20000);
+    TRY_VERIFY(f.recorder.waitFor(0).mid(before).contains(completion));
 }
 
 QTEST_GUILESS_MAIN(TestDetector)

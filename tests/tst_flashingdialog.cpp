@@ -7,11 +7,13 @@
 #include <QGroupBox>
 #include <QProgressBar>
 
-#include "appfixture.h"
 #include "firmwareupdater.h"
 #include "flashingdialog.h"
+#include "literals.h"
 #include "logfile.h"
 #include "openobjects.h"
+#include "pairedcomputer.h"
+#include "user.h"
 
 using Errors = QMap<DeviceType, int>;
 Q_DECLARE_METATYPE(Errors)
@@ -40,7 +42,7 @@ bool canSessionEnd()
 }
 
 /// A dialog with devices that are plugged in, on a window of its own.
-struct Run : Computer
+struct Run : PairedComputer
 {
     explicit Run(const QByteArray& letters)
         : dialog(std::make_unique<FlashingDialog>(&window))
@@ -87,21 +89,22 @@ struct Run : Computer
     QProgressBar* bar(DeviceType type) const { return of<QProgressBar>(type, "ProgressBar"); }
     QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
 
-    bool areEndpointsRestored() { return pair.machine.audioEndpoints().defaultsSet().size() == 6; }
+    bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
     /// Whether the computer is kept awake, and a user who wants to end the session is told why not.
     bool isAwake()
     {
-        const SimulatedSession& session = pair.machine.session();
+        const SimulatedSession& session = machine.session();
         return session.required() == (ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED) && !canSessionEnd() &&
                session.blockReason(HWND(window.winId())) == L"Do not disconnect devices during update.";
     }
     bool isAtRest()
     {
-        const SimulatedSession& session = pair.machine.session();
+        const SimulatedSession& session = machine.session();
         return session.required() == 0 && canSessionEnd() &&
                session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
     }
 
+    const QTemporaryDir folder;
     QWidget window;
     std::unique_ptr<FlashingDialog> dialog;
 };

@@ -1,15 +1,15 @@
 // The audio service around an update, and the default audio endpoints, on a simulated computer.
 
-#include <QtTest>
-
 #include <future>
+
+#include <QtTest>
 
 #include <windows.h>
 
 #include "audioendpointskeeper.h"
+#include "computer.h"
 #include "openobjects.h"
 #include "scopedaudioservicestopper.h"
-#include "scriptedhid.h"
 
 using Manager = SimulatedServiceManager;
 using Service = Manager::Service;
@@ -31,11 +31,9 @@ constexpr DWORD starting = SERVICE_START_PENDING;
 constexpr DWORD stopping = SERVICE_STOP_PENDING;
 constexpr DWORD running = SERVICE_RUNNING;
 
-struct Computer
+struct HostComputer : Computer
 {
-    VirtualClock clock;
-    SimulatedMachine machine{&clock};
-    ScopedMachine scope{machine};
+    using Computer::Computer;
     Manager& services = machine.serviceManager();
     SimulatedAudioEndpoints& endpoints = machine.audioEndpoints();
 };
@@ -209,13 +207,12 @@ void TestHostServices::theServiceIsTakenToItsEnd()
     QFETCH(Services, services);
     // The tick count wraps never, during the first wait, and during a later one.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
-        Computer computer{VirtualClock(startTick)};
+        HostComputer computer(startTick);
         for (const Service& service : services)
             computer.services.add(service);
-        const LogCapture log;
         ScopedAudioServiceStopper stopper;
         (stopper.*operation)();
-        QTEST(log.text(), "expectedLog");
+        QTEST(computer.log.text(), "expectedLog");
         QTEST(computer.clock.sleeps(), "expectedSleeps");
         QTEST(computer.services.state(L"audiosrv"), "expectedState");
         QTEST(controlsOf(computer.services), "expectedControls");
@@ -225,15 +222,14 @@ void TestHostServices::theServiceIsTakenToItsEnd()
 void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
 {
     using Function = Manager::Function;
-    const auto stopAndStart = [](Computer& computer) {
+    const auto stopAndStart = [](HostComputer& computer) {
         computer.services.add(audio(running, {2000, 2000}, {1000, 5000}));
         computer.services.add(dependent(L"a", {1000, 1000}));
         computer.services.add(dependent(L"b", {}));
         computer.services.add(dependent(L"c", {1000, 1000}));
         ScopedAudioServiceStopper().stop();
     };
-    Computer healthy;
-    const LogCapture log;
+    HostComputer healthy;
     stopAndStart(healthy);
     const std::vector<Manager::Call> calls = healthy.services.calls();
     QByteArrayList texts;
@@ -260,12 +256,11 @@ void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
     QMap<Function, int> counts;
     for (int i = 0; i < int(calls.size()); ++i) {
         const Manager::Call& call = calls[std::size_t(i)];
-        Computer computer;
+        HostComputer computer;
         computer.services.failCall(call.function, ++counts[call.function], ERROR_GEN_FAILURE);
-        const LogCapture faultyLog;
         stopAndStart(computer);
         const QString failures =
-            QString::fromLatin1(faultyLog.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
+            QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
         // A dependent fails without a message of its own. The last one is stopping all the same.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messages[call.function]
@@ -281,7 +276,7 @@ void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
 
 void TestHostServices::startMayOvertakeAStopOnAnotherThread()
 {
-    Computer computer;
+    HostComputer computer;
     computer.services.add(audio(running, {2500, 3000}));
     const auto mainThread = std::this_thread::get_id();
     std::promise<void> stopWaits, startIsThrough;
@@ -293,23 +288,22 @@ void TestHostServices::startMayOvertakeAStopOnAnotherThread()
         startIsThrough.get_future().wait();
     };
 
-    const LogCapture log;
     ScopedAudioServiceStopper stopper;
     auto stopLog = std::async(std::launch::async, [&] {
         stopper.stop();
-        return log.text();
+        return computer.log.text();
     });
     stopWaits.get_future().wait();
     stopper.start();
     startIsThrough.set_value();
-    QCOMPARE(log.text(), QByteArray("Service start pending...|Service started successfully."));
+    QCOMPARE(computer.log.text(), QByteArray("Service start pending...|Service started successfully."));
     QCOMPARE(stopLog.get(), QByteArray("Wait timed out"));
     QCOMPARE(computer.services.state(L"audiosrv"), running);
 }
 
 void TestHostServices::serviceHandlesKeepToTheirKindsAndRights()
 {
-    Computer computer;
+    HostComputer computer;
     computer.services.add(audio(running, {INFINITE, 700}));
     const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
     const SC_HANDLE mayStop = OpenServiceW(manager, L"audiosrv", SERVICE_STOP);
@@ -364,7 +358,7 @@ void TestHostServices::defaultsComeBackByTheirAdaptersNames()
     QFETCH(Endpoints, endpoints);
     QFETCH(Endpoints, later);
     QFETCH(QByteArray, restored);
-    Computer computer;
+    HostComputer computer;
     for (const AudioEndpoint& endpoint : endpoints)
         computer.endpoints.add(endpoint);
     computer.endpoints.chooseDefault(L"console", eConsole);
@@ -418,7 +412,7 @@ void TestHostServices::everyFailingComCallLosesOnlyWhatItConcerns()
         }
     };
 
-    Computer healthy;
+    HostComputer healthy;
     keepDefaults(healthy.endpoints);
     QCOMPARE(healthy.endpoints.callCount(function), lost.size());
     QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
@@ -426,7 +420,7 @@ void TestHostServices::everyFailingComCallLosesOnlyWhatItConcerns()
     // S_FALSE is a success that delivers nothing; OleRun has nothing to deliver.
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
         for (int nth = 1; nth <= lost.size(); ++nth) {
-            Computer computer;
+            HostComputer computer;
             computer.endpoints.failCall(function, nth, result);
             keepDefaults(computer.endpoints);
             const bool losesNothing = function == AudioFunction::RunObject && result == S_FALSE;

@@ -9,14 +9,17 @@
 #include <QProgressBar>
 #include <QStatusBar>
 
-#include "appfixture.h"
+#include "archivebuilder.h"
 #include "firmwareupdater.h"
 #include "flashingdialog.h"
 #include "hidnode.h"
 #include "infoscreen.h"
+#include "literals.h"
 #include "mainwindow.h"
 #include "openobjects.h"
+#include "pairedcomputer.h"
 #include "scriptedhid.h"
+#include "user.h"
 
 namespace {
 
@@ -40,7 +43,7 @@ QString shown(const QWidget& page, const char* name)
 }
 
 /// The updater on a computer that has nothing plugged in yet.
-struct Desk : Computer
+struct Desk : PairedComputer
 {
     explicit Desk(const QByteArray& steps = QByteArray())
     {
@@ -106,9 +109,9 @@ struct Desk : Computer
             function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // "no data"
             const DeviceNode node = hidNode({0x170D, 0x0100}, L"unknown", function);
             if (in)
-                pair.machine.deviceTree().plug(node);
+                tree.plug(node);
             else
-                pair.machine.deviceTree().unplug(node.interfacePath);
+                tree.unplug(node.interfacePath);
             return;
         }
         SimulatedDevice& device = pair.device(letter == 'T' ? Transmitter : Headset);
@@ -181,6 +184,7 @@ struct Desk : Computer
             QLatin1Char('|'));
     }
 
+    const QTemporaryDir folder;
     QStringList questions; ///< of the last update
     MainWindow window;
     QWidget* const mainPage = findMainPage();

@@ -1,38 +1,26 @@
 // The simulated devices are honest: what comes in a wrong order leaves wrong bytes, or is refused and told.
 
-#include <QtTest>
-
 #include "hidnode.h"
-#include "imagebuilder.h"
+#include "pairedcomputer.h"
 #include "simulatedchannel.h"
-#include "simulatedpair.h"
 
 Q_DECLARE_METATYPE(Fault)
 
 namespace {
 
 /// Chip 12, revision 2: the control block at C44A, the download buffer at C764.
-struct Computer : SimulatedPair
+struct Workbench : PairedComputer
 {
-    explicit Computer(DeviceType type)
-        : SimulatedPair(setup())
-        , tested(device(type))
+    explicit Workbench(DeviceType type)
+        : tested(pair.device(type))
     {
         tested.plugIn();
-    }
-
-    static Setup setup()
-    {
-        Setup result;
-        result.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter());
-        result.headsetImage = ImageBuilder::build(ImageBuilder::headset());
-        return result;
     }
 
     std::vector<int> usagePages()
     {
         std::vector<int> pages;
-        for (const auto& node : machine.deviceTree().presentNodes(hidInterfaceClass))
+        for (const auto& node : tree.presentNodes(hidInterfaceClass))
             pages.push_back(node->hid->capabilities().usagePage);
         return pages;
     }
@@ -99,7 +87,7 @@ private Q_SLOTS:
 
 void TestSimulatedPair::theModeIsKeptWithoutPower()
 {
-    Computer computer(Headset);
+    Workbench computer(Headset);
     const std::vector<int> normal{0x000C, 0xFF00};
     const std::vector<int> programming{0xFF00};
     QCOMPARE(computer.usagePages(), normal);
@@ -125,7 +113,7 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
         const QByteArray bytes(reinterpret_cast<const char*>(image.data()), isValid ? 256 : 0);
         QVERIFY(programmed.send(QByteArray::fromHex("E4000000000001") + bytes.leftJustified(256, '\x55')));
         QVERIFY(programmed.send(commit) && programmed.send("FF020005"));
-        QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled() && computer.tested.isPluggedIn(), patienceMs);
+        TRY_VERIFY(computer.tested.isSettled() && computer.tested.isPluggedIn());
         QCOMPARE(computer.usagePages(), isValid ? normal : programming);
     }
     QVERIFY(computer.tested.memory() == image);
@@ -152,7 +140,7 @@ void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
     QFETCH(const bool, isTransmitter);
     QFETCH(const int, without);
     QFETCH(const QByteArray, refusal);
-    Computer computer(isTransmitter ? Transmitter : Headset);
+    Workbench computer(isTransmitter ? Transmitter : Headset);
     Channel normal(computer.tested);
     prepare(normal, isTransmitter, nothing);
     QVERIFY(normal.send(commit)); // the application takes none
@@ -172,7 +160,7 @@ void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
 void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
 {
     for (const DeviceType type : {Transmitter, Headset}) {
-        Computer computer(type);
+        Workbench computer(type);
         enterProgrammingMode(computer.tested);
         Channel channel(computer.tested);
         prepare(channel, type == Transmitter, nothing);
@@ -192,7 +180,7 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
 
 void TestSimulatedPair::loadedRowsLieApart()
 {
-    Computer computer(Headset);
+    Workbench computer(Headset);
     Channel channel(computer.tested);
     const auto memory = computer.tested.memory();
     const QByteArray image(reinterpret_cast<const char*>(memory.data()), 64);
@@ -234,7 +222,7 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
     QFETCH(const Fault, fault);
     QFETCH(const int, transfer);
     QFETCH(const int, struckAt);
-    Computer computer(Transmitter);
+    Workbench computer(Transmitter);
     Channel channel(computer.tested);
     computer.tested.setFault(fault, transfer);
     QByteArray outcomes;
@@ -248,18 +236,18 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
     }
     QTEST(outcomes, "outcomes");
     QCOMPARE(computer.tested.struckAt().value_or(SimulatedDevice::Transfers()).count, struckAt);
-    QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled(), patienceMs);
+    TRY_VERIFY(computer.tested.isSettled());
     QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // lost power comes back
 }
 
 void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
 {
     for (const Fault fault : {Fault::NeverBack, Fault::RefuseOpen, Fault::OtherPort}) {
-        Computer computer(Headset);
+        Workbench computer(Headset);
         computer.tested.setFault(fault, 2);
         Channel channel(computer.tested);
         QVERIFY(channel.ask(0xF004, 1) && channel.send("FF02000A"));
-        QTRY_VERIFY_WITH_TIMEOUT(computer.tested.isSettled(), patienceMs);
+        TRY_VERIFY(computer.tested.isSettled());
         QCOMPARE(computer.tested.struckAt()->count, 2);
         QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::NeverBack);
         QCOMPARE(Channel(computer.tested).isOpen(), fault == Fault::OtherPort);

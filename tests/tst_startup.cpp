@@ -7,13 +7,18 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <QApplication>
 #include <QScopeGuard>
 #include <QTranslator>
 
-#include "appfixture.h"
+#include "archivebuilder.h"
+#include "imagebuilder.h"
+#include "literals.h"
 #include "logfile.h"
 #include "openobjects.h"
+#include "simulatedmachine.h"
 #include "startup.h"
+#include "waiting.h"
 
 using Processes = std::vector<ProcessEntry>;
 Q_DECLARE_METATYPE(Processes)

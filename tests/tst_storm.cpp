@@ -10,19 +10,12 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <QtTest>
-
 #include "devicecontroller.h"
 #include "imagebuilder.h"
 #include "openobjects.h"
 #include "simulatedchannel.h"
 #include "simulatedmachine.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
+#include "waiting.h"
 
 namespace {
 
@@ -177,8 +170,8 @@ void TestStorm::thePictureEndsAsTheMachineIs()
             SimulatedDevice* const device = devices[type - Transmitter];
             const QString path = QString::fromStdWString(device->channelPath()).toLower();
             const QString version = QLatin1String(device->isPluggedIn() ? "1.2.3" : "");
-            QTRY_COMPARE_WITH_TIMEOUT(controller.isConnected(type), device->isPluggedIn(), patienceMs);
-            QTRY_COMPARE_WITH_TIMEOUT(controller.version(type), version, patienceMs);
+            TRY_COMPARE(controller.isConnected(type), device->isPluggedIn());
+            TRY_COMPARE(controller.version(type), version);
             QCOMPARE(QString::fromStdWString(controller.deviceInstance(type).path), path);
             QCOMPARE(told.value(type), device->isPluggedIn());
         }
@@ -190,7 +183,7 @@ void TestStorm::thePictureEndsAsTheMachineIs()
         QCOMPARE(machine.deviceTree().openFileCount(), std::size_t(0));
     }
     QVERIFY(QThreadPool::globalInstance()->waitForDone());
-    QTRY_COMPARE_WITH_TIMEOUT(threadCount(), threadsBefore, patienceMs);
+    TRY_COMPARE(threadCount(), threadsBefore);
     qInstallMessageHandler(previous);
 }
 

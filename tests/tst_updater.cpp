@@ -4,17 +4,15 @@
 #include <future>
 #include <memory>
 
-#include <QtTest>
-
 #include "devicelistener.h"
 #include "firmwareupdater.h"
 #include "flashingerror.h"
 #include "hidnode.h"
 #include "imagebuilder.h"
 #include "openobjects.h"
+#include "pairedcomputer.h"
 #include "scriptedhid.h"
 #include "simulatedchannel.h"
-#include "simulatedpair.h"
 
 namespace {
 
@@ -75,45 +73,8 @@ struct Attempt
     std::unique_ptr<FirmwareUpdater> updater;
 };
 
-struct Computer : SimulatedPair
-{
-    using Report = std::function<void(const std::string&)>;
-
-    explicit Computer(int chip = 12, int revision = 2, const Report& report = nullptr)
-        : SimulatedPair(setup(chip, revision, report))
-    {
-        plugIn();
-    }
-
-    static QByteArray image(DeviceType type)
-    {
-        return ImageBuilder::build(type == Transmitter ? ImageBuilder::transmitter()
-                                                       : ImageBuilder::headset());
-    }
-
-    static Setup setup(int chip, int revision, const Report& report)
-    {
-        Setup result;
-        result.chipId = chip;
-        result.revision = revision;
-        result.report = report;
-        result.transmitterImage = image(Transmitter);
-        result.headsetImage = image(Headset);
-        return result;
-    }
-
-    bool holds(DeviceType type)
-    {
-        const auto memory = device(type).memory();
-        const QByteArray wanted = image(type);
-        return std::equal(wanted.begin(), wanted.end(), reinterpret_cast<const char*>(memory.data()));
-    }
-
-    const LogCapture log;
-};
-
 /// A computer with one scripted interface.
-struct ScriptedComputer
+struct ScriptedComputer : Computer
 {
     explicit ScriptedComputer(const HidIdentity& identity)
         : path(plug(identity))
@@ -124,7 +85,7 @@ struct ScriptedComputer
     std::wstring plug(const HidIdentity& identity, const std::wstring& serial = L"7&1a2b3c&0&0001")
     {
         const DeviceNode node = hidNode(identity, serial, hid);
-        machine.deviceTree().plug(node);
+        tree.plug(node);
         return node.interfacePath;
     }
 
@@ -134,10 +95,6 @@ struct ScriptedComputer
         bool wow64 = false;
     };
 
-    const LogCapture log;
-    VirtualClock clock;
-    SimulatedMachine machine{&clock};
-    ScopedMachine scope{machine};
     Processes processes;
     std::shared_ptr<ScriptedHid> hid = std::make_shared<ScriptedHid>();
     const std::wstring path;
@@ -235,22 +192,22 @@ void TestUpdater::everyDeviceEndsWithTheImage()
     QFETCH(const int, type);
     QFETCH(const int, chip);
     QFETCH(const int, revision);
-    Computer computer(chip, revision);
+    PairedComputer computer(chip, revision);
+    computer.pair.plugIn();
     const auto kind = static_cast<DeviceType>(type);
-    SimulatedDevice& device = computer.device(kind);
+    SimulatedDevice& device = computer.pair.device(kind);
     for (const bool isProgramming : {false, true}) {
         if (isProgramming)
             enterProgrammingMode(device);
-        QCOMPARE(computer.holds(kind), isProgramming);
-        Attempt attempt(device.channelPath(), kind, computer.image(kind));
+        QCOMPARE(computer.isUpdated(kind), isProgramming);
+        Attempt attempt(device.channelPath(), kind, computer.images[kind]);
         attempt.updater->flashDevice();
         TRY_COMPARE(attempt.text(), "range 0, finished");
         QVERIFY(attempt.progress > 100 && !attempt.timer().isActive());
-        QTRY_VERIFY_WITH_TIMEOUT(device.isSettled() && device.isPluggedIn() && !device.isProgramming(),
-                                 patienceMs);
-        QVERIFY(computer.holds(kind) && device.refusals().empty());
+        TRY_VERIFY(device.isSettled() && device.isPluggedIn() && !device.isProgramming());
+        QVERIFY(computer.isUpdated(kind) && device.refusals().empty());
     }
-    QCOMPARE(computer.device(kind == Headset ? Transmitter : Headset).transfers().count, 0);
+    QCOMPARE(computer.pair.device(kind == Headset ? Transmitter : Headset).transfers().count, 0);
 }
 
 void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt_data()
@@ -275,21 +232,21 @@ void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
     attempt.updater->flashDevice();
     QCOMPARE(computer.hid->transfers, 1);
     QCOMPARE(computer.hid->sent, QByteArray::fromHex("FF02000A").leftJustified(264, '\0'));
-    QTRY_VERIFY_WITH_TIMEOUT(tool.ran(), patienceMs);
+    TRY_VERIFY(tool.ran());
     QTEST(tool.arguments(), "arguments");
     QCOMPARE(attempt.text(), QByteArray());
     QVERIFY(attempt.timer().isActive() && attempt.timer().isSingleShot());
     QCOMPARE(attempt.timer().interval(), 30000);
-    QCOMPARE(computer.machine.deviceTree().openFileCount(), std::size_t(0));
+    QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
 
     attempt.timer().setInterval(0);
     TRY_COMPARE(attempt.text(), "error 1");
     attempt.watchArrivals();
     computer.plug(type == Headset ? programmingHeadset : HidIdentity{0x170D, 0x0100});
-    attempt.arrivals.acquire();
+    TRY_ACQUIRE(attempt.arrivals, 1);
     QCoreApplication::processEvents();
     QCOMPARE(attempt.text(), QByteArray("error 1")); // too late
-    QCOMPARE(computer.machine.deviceTree().openings().size(), std::size_t(1));
+    QCOMPARE(computer.tree.openings().size(), std::size_t(1));
 }
 
 void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
@@ -302,7 +259,7 @@ void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
     QCOMPARE(computer.hid->transfers, 0); // no request
     computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
     TRY_COMPARE(attempt.text(), "error 3");
-    for (const auto& opening : computer.machine.deviceTree().openings())
+    for (const auto& opening : computer.tree.openings())
         QCOMPARE(recordOf(opening.path).path, recordOf(second).path);
     QVERIFY(!tool.ran());
 }
@@ -316,7 +273,7 @@ void TestUpdater::someAttemptsEndBeforeTheyBegin()
     Attempt unknown(computer.path, Unknown, "image");
     unknown.updater->flashDevice();
     QCOMPARE(unknown.text() + computer.log.text(), QByteArray("finished!Unknown device"));
-    QVERIFY(computer.machine.deviceTree().openings().empty());
+    QVERIFY(computer.tree.openings().empty());
     QVERIFY(!pathless.timer().isActive() && !unknown.timer().isActive());
 }
 
@@ -326,9 +283,9 @@ void TestUpdater::anEmptyImageIsNeverWritten()
     Attempt attempt(computer.path, Headset, QByteArray());
     attempt.updater->flashDevice();
     QVERIFY(attempt.timer().isActive());
-    QTRY_VERIFY_WITH_TIMEOUT(!attempt.timer().isActive(), patienceMs); // it has arrived
+    TRY_VERIFY(!attempt.timer().isActive()); // it has arrived
     QCOMPARE(attempt.text(), QByteArray());
-    computer.machine.deviceTree().unplugAndWait(computer.path);
+    computer.tree.unplugAndWait(computer.path);
     QCoreApplication::processEvents();
     QCOMPARE(computer.hid->transfers, 0);
     QCOMPARE(attempt.text(), QByteArray("error 1"));
@@ -347,7 +304,7 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
 {
     QFETCH(const QByteArray, what);
     ScriptedComputer computer(normalHeadset);
-    SimulatedDeviceTree& tree = computer.machine.deviceTree();
+    SimulatedDeviceTree& tree = computer.tree;
     const std::wstring programming = hidNode(programmingHeadset, L"7&1a2b3c&0&0001").interfacePath;
     if (what == "gone")
         tree.unplug(computer.path);
@@ -360,7 +317,7 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
     if (!isAtOnce) {
         attempt.watchArrivals();
         computer.plug(programmingHeadset);
-        attempt.arrivals.acquire();
+        TRY_ACQUIRE(attempt.arrivals, 1);
         if (what == "removed")
             tree.unplugAndWait(programming);
         TRY_COMPARE(attempt.text(), "error 1");
@@ -389,9 +346,10 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
 {
     QFETCH(const int, type);
     QFETCH(const int, transfer);
-    Computer computer;
+    PairedComputer computer;
+    computer.pair.plugIn();
     const auto kind = static_cast<DeviceType>(type);
-    SimulatedDevice& device = computer.device(kind);
+    SimulatedDevice& device = computer.pair.device(kind);
     device.setFault(Fault::Vanish, transfer);
     const QThread* const own = QThread::currentThread();
     // The flasher goes on when the updater has heard of the loss: virtual time knows no delay for it.
@@ -402,40 +360,41 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
         Q_EMIT reached(&waiting);
         waiting.get_future().wait();
     };
-    Attempt attempt(device.channelPath(), kind, computer.image(kind));
+    Attempt attempt(device.channelPath(), kind, computer.images[kind]);
     attempt.updater->flashDevice();
     if (transfer == 1)
         attempt.timer().setInterval(0);
-    QTRY_VERIFY_WITH_TIMEOUT(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"),
-                             patienceMs);
+    TRY_VERIFY(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"));
     QTEST(attempt.text(), "outcome");
     QCOMPARE(QByteArray(phaseName(device.struckAt()->phase)), QByteArray(QTest::currentDataTag()));
     QCOMPARE(device.transfers().count, transfer); // nothing was sent any more
-    QCOMPARE(computer.machine.deviceTree().openFileCount(), std::size_t(0));
+    QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
     device.clearFault();
     device.plugIn();
-    Attempt again(device.channelPath(), kind, computer.image(kind));
+    Attempt again(device.channelPath(), kind, computer.images[kind]);
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");
-    QVERIFY(computer.holds(kind));
+    QVERIFY(computer.isUpdated(kind));
 }
 
 void TestUpdater::destructionWaitsForTheProgramming()
 {
     QSemaphore downloading;
     QSemaphore goOn;
-    Computer computer(12, 2, [&](const std::string& text) {
+    PairedComputer computer;
+    computer.onReport = [&](const std::string& text) {
         if (text.find("download from") == std::string::npos)
             return;
         downloading.release();
         goOn.acquire();
-    });
-    Attempt attempt(computer.device(Headset).channelPath(), Headset, computer.image(Headset));
+    };
+    computer.pair.plugIn();
+    Attempt attempt(computer.pair.device(Headset).channelPath(), Headset, computer.images[Headset]);
     attempt.updater->flashDevice();
-    QTRY_VERIFY_WITH_TIMEOUT(downloading.available() == 1, patienceMs);
+    TRY_VERIFY(downloading.available() == 1);
     connect(attempt.updater.get(), &QObject::destroyed, [&] { goOn.release(); });
     attempt.updater.reset();
-    QVERIFY(computer.holds(Headset));
+    QVERIFY(computer.isUpdated(Headset));
     QCOMPARE(openHandleCount(), handlesBefore);
 }
 

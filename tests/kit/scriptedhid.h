@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <functional>
 
-#include <QByteArrayList>
-#include <QString>
+#include <QByteArray>
 
-#include "simulatedmachine.h"
+#include "computer.h"
 
 /// A HID function that a test scripts.
 class ScriptedHid : public HidFunction
@@ -59,8 +58,8 @@ private:
     }
 };
 
-/// A machine under a virtual clock with a scripted HID device plugged in.
-struct HidFixture
+/// A computer with a scripted HID device plugged in.
+struct HidFixture : Computer
 {
     explicit HidFixture(std::shared_ptr<ScriptedHid> scripted = std::make_shared<ScriptedHid>())
         : hid(std::move(scripted))
@@ -73,36 +72,4 @@ struct HidFixture
 
     const std::wstring path = L"\\\\?\\hid#vid_170d&pid_0101#1";
     const std::shared_ptr<ScriptedHid> hid;
-    VirtualClock clock;
-    SimulatedMachine machine{&clock};
-    ScopedMachine scope{machine};
-    SimulatedDeviceTree& tree = machine.deviceTree();
-};
-
-/// Keeps what is logged on this thread, with "!" before critical messages and "?" before warnings.
-class LogCapture
-{
-public:
-    LogCapture()
-        : previous(qInstallMessageHandler(take))
-    {
-        messages().clear();
-    }
-    ~LogCapture() { qInstallMessageHandler(previous); }
-
-    QByteArray text() const { return messages().join('|'); }
-
-private:
-    static QByteArrayList& messages()
-    {
-        static thread_local QByteArrayList kept;
-        return kept;
-    }
-    static void take(QtMsgType type, const QMessageLogContext&, const QString& text)
-    {
-        const char* const mark = type == QtCriticalMsg ? "!" : type == QtWarningMsg ? "?" : "";
-        messages() << mark + text.toLatin1();
-    }
-
-    QtMessageHandler previous;
 };

@@ -1,15 +1,9 @@
 #pragma once
 
-#include <QtTest>
-
 #include "abstracthiddevice.h"
 #include "simulateddevice.h"
 #include "utilities.h"
-
-constexpr int patienceMs = 20000; // for what is waited for, under a sanitizer too
-
-/// Waits until @p actual, which gives a text, is @p expected.
-#define TRY_COMPARE(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, QByteArray(expected), patienceMs)
+#include "waiting.h"
 
 /// The command channel of a simulated device, opened through the layer. It is lost when the device goes.
 class Channel
@@ -69,6 +63,5 @@ private:
 inline void enterProgrammingMode(SimulatedDevice& device)
 {
     QVERIFY(Channel(device).send("FF02000A"));
-    QTRY_VERIFY_WITH_TIMEOUT(device.isSettled() && device.isPluggedIn() && device.isProgramming(),
-                             patienceMs);
+    TRY_VERIFY(device.isSettled() && device.isPluggedIn() && device.isProgramming());
 }

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include <QMap>
+
+#include "computer.h"
+#include "imagebuilder.h"
+#include "simulatedpair.h"
+
+constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
+
+/// A computer with an audio service, audio endpoints, and a transmitter and a headset at hand.
+class PairedComputer : public Computer
+{
+public:
+    explicit PairedComputer(int chipId = 12, int revision = 2)
+        : pair(machine, setup(chipId, revision))
+    {
+    }
+
+    ~PairedComputer() { letThreadsEnd(); }
+
+    bool isUpdated(DeviceType type)
+    {
+        const std::vector<std::uint8_t> memory = pair.device(type).memory();
+        return std::equal(images[type].cbegin(), images[type].cend(), memory.cbegin(),
+                          [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; });
+    }
+
+    DWORD audioServiceState() { return machine.serviceManager().state(L"audiosrv"); }
+
+    /// To be written into the devices.
+    const QMap<DeviceType, QByteArray> images{
+        {DeviceType::Transmitter, ImageBuilder::build(ImageBuilder::transmitter())},
+        {DeviceType::Headset, ImageBuilder::build(ImageBuilder::headset())}};
+    std::function<void(const std::string&)> onReport; ///< of the devices, on any thread
+    SimulatedPair pair;
+
+private:
+    SimulatedPair::Setup setup(int chipId, int revision)
+    {
+        SimulatedPair::Setup result;
+        result.chipId = chipId;
+        result.revision = revision;
+        result.transmitterImage = images[DeviceType::Transmitter];
+        result.headsetImage = images[DeviceType::Headset];
+        result.report = [this](const std::string& report) {
+            if (onReport)
+                onReport(report);
+        };
+        return result;
+    }
+};
