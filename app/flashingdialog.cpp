@@ -7,7 +7,6 @@
 #include "firmwareupdater.h"
 #include "flashingerror.h"
 #include "keepawake.h"
-#include "progressglow.h"
 #include "scopedaudioservicestopper.h"
 #include "ui_flashingdialog.h"
 
@@ -88,11 +87,6 @@ QMap<DeviceType, int> FlashingDialog::errors() const
     return errorCodes;
 }
 
-bool FlashingDialog::isConnectionFailure(int code)
-{
-    return code == FlashingError::DeviceLost || code == FlashingError::UnknownChip;
-}
-
 void FlashingDialog::createAndStartUpdaters()
 {
     startedDevices = 0;
@@ -114,7 +108,6 @@ void FlashingDialog::createAndStartUpdater(DeviceType type, const DeviceToUpdate
     connect(updater, &FirmwareUpdater::flashingError, this, &FlashingDialog::onFlashingError);
     connect(updater, &FirmwareUpdater::flashingFinished, this, &FlashingDialog::onFlashingFinished);
     updaters.insert(updater, type);
-    glows.insert(type, new ProgressGlow(progressBar));
     updater->flashDevice();
 }
 
@@ -125,6 +118,7 @@ void FlashingDialog::restartAudioService()
     const auto owner =
         std::make_shared<std::shared_ptr<ScopedAudioServiceStopper>>(std::move(audioServiceStopper));
     restartWatcher = new QFutureWatcher<void>(this);
+    connect(restartWatcher, &QFutureWatcher<void>::finished, this, &FlashingDialog::checkEndOfRun);
     restartWatcher->setFuture(QtConcurrent::run([owner] { owner->reset(); }));
 }
 
@@ -180,7 +174,6 @@ QString FlashingDialog::errorText(DeviceType type, int code) const
 
 void FlashingDialog::showResult(DeviceType type, const QString& text, const QString& iconPath)
 {
-    delete glows.take(type);
     const ResultWidgets widgets = widgetsOf(type);
     widgets.text->setText(text);
     widgets.icon->setPixmap(QIcon(iconPath).pixmap(widgets.icon->minimumSize()));
@@ -203,6 +196,10 @@ void FlashingDialog::checkEndOfRun()
         connect(ui->closeButton, &QPushButton::clicked, this, &QDialog::reject);
     ui->closeButton->setEnabled(true);
     ui->closeButton->setFocus();
+
+    // Without the audio service there are no endpoints to restore. Its return leads here once more.
+    if (restartWatcher && !restartWatcher->isFinished())
+        return;
     if (audioEndpointsKeeper)
         qDebug("Phase restore");
     audioEndpointsKeeper.reset();

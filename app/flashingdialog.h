@@ -13,7 +13,6 @@
 class AudioEndpointsKeeper;
 class FirmwareUpdater;
 class KeepAwake;
-class ProgressGlow;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
@@ -28,9 +27,9 @@ class FlashingDialogClass;
 /// Close.
 ///
 /// A run stops the audio service on a pool thread, starts the updaters of all devices, restarts the service
-/// on a pool thread while they work, and restores the default audio endpoints when all have reported. Until
-/// then the computer stays awake. Escape rejects the dialog at any time; destroying it then restores service
-/// and endpoints and ends the updaters.
+/// on a pool thread while they work, and restores the default audio endpoints when all have reported and the
+/// service is back. Until then the computer stays awake. Escape rejects the dialog at any time; destroying it
+/// then restores service and endpoints and ends the updaters.
 ///
 /// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
 /// and the updaters' worker threads have ended: a device that is being programmed is programmed to its end.
@@ -49,9 +48,6 @@ public:
 
     /// Shows the dialog and begins the run.
     void start();
-
-    /// Whether reconnecting the device is what helps against error @p code.
-    static bool isConnectionFailure(int code);
 
     /// The error code of each device that has failed so far.
     QMap<DeviceType, int> errors() const;
@@ -89,11 +85,10 @@ private:
     std::unique_ptr<KeepAwake> keepAwake; ///< from the begin of the run to its end
     QMap<DeviceType, DeviceToUpdate> devices;
     QMap<FirmwareUpdater*, DeviceType> updaters;
-    QMap<DeviceType, ProgressGlow*> glows; ///< of the devices that have not reported
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
-    std::shared_ptr<ScopedAudioServiceStopper>
-        audioServiceStopper; ///< shared with the task that stops the service
+    /// Shared with the task that stops the service.
+    std::shared_ptr<ScopedAudioServiceStopper> audioServiceStopper;
     QFutureWatcher<void>* restartWatcher = nullptr;
     QFuture<void> stopTask;
     int startedDevices = 0;

@@ -1,9 +1,7 @@
 #include "infoscreen.h"
 
 #include <QFontInfo>
-#include <QGuiApplication>
 #include <QIcon>
-#include <QImageReader>
 #include <QPixmap>
 
 #include "ui_infoscreen.h"
@@ -11,15 +9,6 @@
 namespace {
 
 constexpr qreal titleSizeRatio = 1.4; // to the text's size
-
-/// Only an icon takes the "@2x" variant on a dense screen; it then has more pixels than it fills on the page.
-/// As an icon decodes every variant at once, it is left out where none but the plain one can be wanted.
-QPixmap pixmapForScreen(const QString& path)
-{
-    if (qGuiApp->devicePixelRatio() <= 1)
-        return QPixmap(path);
-    return QIcon(path).pixmap(QImageReader(path).size());
-}
 
 } // namespace
 
@@ -81,7 +70,9 @@ void InfoScreen::setImage(const QString& path)
     }
 
     ui->image->show();
-    QPixmap picture = pixmapForScreen(path);
+    // Only an icon takes the "@2x" variant on a dense screen.
+    const QIcon icon(path);
+    QPixmap picture = icon.pixmap(icon.availableSizes().value(0));
     const QMargins margins = ui->verticalLayout->contentsMargins();
     const int availablePixels =
         qRound((width() - margins.left() - margins.right()) * picture.devicePixelRatio());

@@ -18,15 +18,6 @@ QString firmwareArchiveAtStartup()
     return Startup::findFirmwareArchive(directory);
 }
 
-/// With its size told, the picture is decoded only where the desktop asks for it.
-QIcon windowIcon()
-{
-    constexpr QSize logoSize(256, 256);
-    QIcon icon;
-    icon.addFile(QStringLiteral(":/Resources/MarovexLogo.png"), logoSize);
-    return icon;
-}
-
 } // namespace
 
 int main(int argc, char* argv[])
@@ -41,7 +32,7 @@ int main(int argc, char* argv[])
     Startup::installTranslator(qtTranslator, QStringLiteral("qt_"));
     QTranslator translator;
     Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
-    QApplication::setWindowIcon(windowIcon());
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
 
     MainWindow window;
     window.setFirmwareFilePath(firmwareArchiveAtStartup());

@@ -2,56 +2,26 @@
 
 #include <algorithm>
 
+#include <QApplication>
 #include <QFileDialog>
-#include <QMessageBox>
 #include <QProgressBar>
 
+#include "compatibility.h"
 #include "devicecontroller.h"
 #include "firmwarecontroller.h"
 #include "flashingdialog.h"
+#include "flashingerror.h"
 #include "infoscreen.h"
+#include "mainpagelabels.h"
+#include "messageboxes.h"
 #include "systemmenuitems.h"
 #include "ui_mainwindow.h"
 
 namespace {
 
-constexpr int questionAccepted = 0;
-constexpr int questionRejected = 1;
-
 constexpr Qt::WindowFlags mainWindowFlags = Qt::Window | Qt::MSWindowsFixedSizeDialogHint |
                                             Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                                             Qt::CustomizeWindowHint | Qt::WindowCloseButtonHint;
-constexpr Qt::WindowFlags questionFlags =
-    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint;
-constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint;
-
-constexpr QSize aboutIconSize(64, 64);
-
-QString unverifiedStyle()
-{
-    return QStringLiteral("QLabel{color: #E9AB17;}");
-}
-
-QString incompatibleStyle()
-{
-    return QStringLiteral("QLabel{color: crimson;}");
-}
-
-/// Amber does not stand out from a light desktop nor crimson from a dark one, so labels in these colours get
-/// a ground of their own.
-QString statusGroundStyle()
-{
-    return QStringLiteral(
-               "QLabel[styleSheet=\"%1\"]{background: #3a3f44; border-radius: 3px; padding: 0 3px;}"
-               "QLabel[styleSheet=\"%2\"]{background: #fdf3f4; border-radius: 3px; padding: 0 3px;}")
-        .arg(unverifiedStyle(), incompatibleStyle());
-}
-
-QString logoPath()
-{
-    return QStringLiteral(":/Resources/MarovexLogo.png");
-}
-
 QString lines(std::initializer_list<QString> texts)
 {
     return QStringList(texts).join(QLatin1Char('\n'));
@@ -64,21 +34,6 @@ void deleteUnlessOwnedByWidget(QWidget* page)
         delete page;
 }
 
-void showVersion(QLabel* label, const QString& text, bool italic)
-{
-    QFont font = label->font();
-    font.setItalic(italic);
-    label->setFont(font);
-    label->setText(text);
-}
-
-/// What the label's colour says, for those who do not see it.
-void setExplanation(QLabel* label, const QString& text)
-{
-    label->setToolTip(text);
-    label->setAccessibleDescription(text);
-}
-
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent)
@@ -86,9 +41,9 @@ MainWindow::MainWindow(QWidget* parent)
     , ui(std::make_unique<Ui::MainWindowClass>())
     , deviceController(new DeviceController(this))
     , firmwareController(new FirmwareController(this))
+    , labels(std::make_unique<MainPageLabels>(*ui, *deviceController, *firmwareController))
 {
     ui->setupUi(this);
-    ui->centralWidget->setStyleSheet(statusGroundStyle());
     setFixedSize(size());
     SystemMenuItems::add(*this, tr("Override"), tr("About..."));
 
@@ -162,160 +117,50 @@ bool MainWindow::nativeEvent(const QByteArray& eventType, void* message, long* r
     }
 }
 
-// ---- Compatibility
-// ----------------------------------------------------------------------------------------------
-
-bool MainWindow::isIncompatible(DeviceType type) const
+Compatibility MainWindow::compatibility() const
 {
-    const unsigned short devicePid = deviceController->pid(type);
-    const unsigned short imagePid = firmwareController->pid(type);
-    return deviceController->isConnected(type) && imagePid != 0 && devicePid != 0 && devicePid != imagePid;
-}
-
-bool MainWindow::canBeUpdated(DeviceType type) const
-{
-    const unsigned short devicePid = deviceController->pid(type);
-    return deviceController->isConnected(type) &&
-           (devicePid == 0 || devicePid == firmwareController->pid(type)) &&
-           !firmwareController->firmware(type).isEmpty();
-}
-
-bool MainWindow::isIdentityUnknown(DeviceType type) const
-{
-    return deviceController->isConnected(type) && deviceController->pid(type) == 0;
-}
-
-bool MainWindow::isAnyIdentityUnknown() const
-{
-    return isIdentityUnknown(DeviceType::Transmitter) || isIdentityUnknown(DeviceType::Headset);
-}
-
-bool MainWindow::areBothConnected() const
-{
-    return deviceController->isConnected(DeviceType::Transmitter) &&
-           deviceController->isConnected(DeviceType::Headset);
-}
-
-// ---- Main page
-// --------------------------------------------------------------------------------------------------
-
-QLabel* MainWindow::currentVersionLabel(DeviceType type) const
-{
-    return type == DeviceType::Transmitter ? ui->transmitterVersion : ui->headsetVersion;
-}
-
-QLabel* MainWindow::targetVersionLabel(DeviceType type) const
-{
-    return type == DeviceType::Transmitter ? ui->transmitterFirmwareVersion : ui->headsetFirmwareVersion;
+    const auto candidate = [this](DeviceType type) {
+        UpdateCandidate result;
+        result.isConnected = deviceController->isConnected(type);
+        result.devicePid = deviceController->pid(type);
+        result.imagePid = firmwareController->pid(type);
+        result.hasImage = !firmwareController->firmware(type).isEmpty();
+        return result;
+    };
+    return {candidate(DeviceType::Transmitter), candidate(DeviceType::Headset)};
 }
 
 void MainWindow::refresh()
 {
-    refreshTargetVersion(DeviceType::Transmitter);
-    refreshTargetVersion(DeviceType::Headset);
-
-    const bool anyIncompatible =
-        isIncompatible(DeviceType::Transmitter) || isIncompatible(DeviceType::Headset);
-    const bool anyUpdatable = canBeUpdated(DeviceType::Transmitter) || canBeUpdated(DeviceType::Headset);
-    ui->updateButton->setEnabled(!anyIncompatible && anyUpdatable);
-    refreshConnectionError(anyIncompatible);
-    refreshDeviceName();
-
+    const Compatibility rules = compatibility();
+    labels->showOutlook(rules);
+    ui->updateButton->setEnabled(rules.isUpdateOffered());
     if (!infoScreenLocked)
         showMainPageOrStartScreen();
 }
 
-void MainWindow::refreshTargetVersion(DeviceType type)
-{
-    if (isIncompatible(type))
-        return;
-    QLabel* const label = targetVersionLabel(type);
-    const QString version = firmwareController->version(type);
-    const bool willBeWritten = !version.isEmpty() && deviceController->isConnected(type);
-    const bool unverified = willBeWritten && isIdentityUnknown(type);
-
-    label->setStyleSheet(unverified ? unverifiedStyle() : QString());
-    setExplanation(label, unverified
-                              ? tr("Cannot determine if firmware is compatible with the connected device.")
-                              : QString());
-    showVersion(label, willBeWritten ? version : tr("No change"), !willBeWritten);
-}
-
-void MainWindow::refreshConnectionError(bool anyIncompatible)
-{
-    QLabel* const label = ui->devicesErrorInfoLabel;
-    if (anyIncompatible) {
-        label->setText(tr("Incompatible with current file"));
-        label->show();
-        for (QLabel* const version : {ui->transmitterFirmwareVersion, ui->headsetFirmwareVersion}) {
-            version->setStyleSheet(incompatibleStyle());
-            setExplanation(version, QString());
-            showVersion(version, tr("Incompatible"), true);
-        }
-        return;
-    }
-    const bool noneConnected = !deviceController->isConnected(DeviceType::Transmitter) &&
-                               !deviceController->isConnected(DeviceType::Headset);
-    if (noneConnected)
-        label->setText(tr("Please connect devices"));
-    label->setVisible(noneConnected);
-}
-
-void MainWindow::refreshDeviceName()
-{
-    QLabel* const label = ui->connectedDeviceNameLabel;
-    const QString name = deviceController->deviceName();
-    const bool unknownDevice = name.isEmpty() && deviceController->isConnected(DeviceType::Transmitter);
-    label->setStyleSheet(unknownDevice ? unverifiedStyle() : QString());
-    if (!name.isEmpty())
-        label->setText(name);
-    else
-        label->setText(unknownDevice ? tr("Unknown device") : tr("(NONE)"));
-}
-
 void MainWindow::onDeviceArrived(DeviceType type)
 {
-    QLabel* const label = currentVersionLabel(type);
-    const QString version = deviceController->version(type);
-    label->setStyleSheet(version.isEmpty() ? unverifiedStyle() : QString());
-    showVersion(label, version.isEmpty() ? tr("Unknown version") : version, false);
+    labels->showCurrentVersion(type);
     refresh();
 }
 
 void MainWindow::onDeviceRemoved(DeviceType type)
 {
-    showDisconnected(type);
+    labels->showDisconnected(type);
     refresh();
-}
-
-void MainWindow::showDisconnected(DeviceType type)
-{
-    showVersion(currentVersionLabel(type), tr("Disconnected"), true);
 }
 
 void MainWindow::onFirmwareLoadedSuccessfully()
 {
-    refreshFirmwareRows();
+    labels->showArchive();
+    refresh();
 }
 
 void MainWindow::onFirmwareLoadingFailed()
 {
-    refreshFirmwareRows();
-    QMessageBox box(QMessageBox::Warning, tr("Error while loading firmware"),
-                    tr("Firmware cannot be loaded. File may be corrupted or not supported.\n"
-                       "Try to download it once again."),
-                    QMessageBox::NoButton, this);
-    box.exec();
-}
-
-void MainWindow::refreshFirmwareRows()
-{
-    const QString name = firmwareController->fileBaseName();
-    ui->firmwareFileName->setText(name);
-    ui->firmwareFileName->setToolTip(name);
-    ui->openFileButton->setAccessibleDescription(name);
-    ui->releaseNotes->setPlainText(firmwareController->releaseNotes());
-    refresh();
+    onFirmwareLoadedSuccessfully(); // shows what the controller now holds
+    MessageBoxes::reportLoadingFailure(this);
 }
 
 void MainWindow::on_openFileButton_clicked()
@@ -324,75 +169,67 @@ void MainWindow::on_openFileButton_clicked()
         this, tr("Open File"), QString(), tr("Firmware archives %1").arg(QStringLiteral("(*.zip)"))));
 }
 
-// ---- Update
-// -----------------------------------------------------------------------------------------------------
-
-int MainWindow::askQuestion(const QString& title, const QString& text, const QString& informativeText,
-                            const QString& acceptText, const QString& rejectText)
+bool MainWindow::confirmUnknownIdentities(std::set<DeviceType>& confirmed)
 {
-    QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, this);
-    box.setWindowFlags(questionFlags); // the constructor would add a close button
-    box.setInformativeText(informativeText);
-    if (acceptText.isEmpty() || rejectText.isEmpty())
-        return box.exec();
-
-    QPushButton* const acceptButton = box.addButton(acceptText, QMessageBox::AcceptRole);
-    box.addButton(rejectText, QMessageBox::RejectRole);
-    box.setDefaultButton(acceptButton);
-    box.exec();
-    return box.clickedButton() == acceptButton ? questionAccepted : questionRejected;
+    for (;;) {
+        const std::set<DeviceType> unknown = compatibility().unknownIdentities();
+        if (std::includes(confirmed.cbegin(), confirmed.cend(), unknown.cbegin(), unknown.cend()))
+            return true;
+        if (!MessageBoxes::confirmUnknownIdentity(this))
+            return false;
+        confirmed.insert(unknown.cbegin(), unknown.cend());
+    }
 }
 
-bool MainWindow::confirmUnknownIdentity()
+bool MainWindow::isUpdateConfirmed()
 {
-    return askQuestion(
-               tr("Warning"), tr("Cannot determine if firmware is compatible with the connected device."),
-               tr("If you choose to proceed, please make sure you are using the correct firmware file."),
-               tr("Update"), tr("Do not update")) == questionAccepted;
-}
-
-bool MainWindow::confirmSingleDevice()
-{
-    return askQuestion(tr("Warning"), tr("Only one device can be updated right now."),
-                       tr("Do you want proceed?"), tr("Proceed and update one device"),
-                       tr("Do not update")) == questionAccepted;
+    std::set<DeviceType> confirmed;
+    if (!confirmUnknownIdentities(confirmed))
+        return false;
+    if (!compatibility().canBothBeUpdated() && !MessageBoxes::confirmSingleDevice(this))
+        return false;
+    // A device that was plugged in while a question was open must not slip in unasked.
+    return confirmUnknownIdentities(confirmed);
 }
 
 bool MainWindow::addToUpdate(FlashingDialog& dialog, DeviceType type) const
 {
-    return canBeUpdated(type) && dialog.addDeviceToUpdate(deviceController->deviceInstance(type),
-                                                          firmwareController->firmware(type), type);
+    return compatibility().canBeUpdated(type) &&
+           dialog.addDeviceToUpdate(deviceController->deviceInstance(type),
+                                    firmwareController->firmware(type), type);
 }
 
 void MainWindow::on_updateButton_clicked()
 {
-    const bool unknownIdentity = isAnyIdentityUnknown();
-    if (unknownIdentity && !confirmUnknownIdentity())
-        return;
-    const bool bothCanBeUpdated = canBeUpdated(DeviceType::Transmitter) && canBeUpdated(DeviceType::Headset);
-    if (!bothCanBeUpdated && !confirmSingleDevice())
+    if (!isUpdateConfirmed())
         return;
 
-    FlashingDialog dialog(this);
-    const bool transmitterAdded = addToUpdate(dialog, DeviceType::Transmitter);
-    const bool headsetAdded = addToUpdate(dialog, DeviceType::Headset);
-    // Devices come and go while a question is open. One of unknown identity must not slip in unasked.
-    const bool unaskedIdentity = isAnyIdentityUnknown() && !unknownIdentity;
-    if (!ui->updateButton->isEnabled() || unaskedIdentity || !(transmitterAdded || headsetAdded))
+    auto dialog = std::make_unique<FlashingDialog>(this);
+    const bool transmitterAdded = addToUpdate(*dialog, DeviceType::Transmitter);
+    const bool headsetAdded = addToUpdate(*dialog, DeviceType::Headset);
+    // Devices and archives come and go while a question is open.
+    if (!ui->updateButton->isEnabled() || !(transmitterAdded || headsetAdded))
         return;
 
     deviceController->stopDetection();
-    dialog.start();
-    if (dialog.exec() == QDialog::Accepted) {
+    dialog->start();
+    if (dialog->exec() == QDialog::Accepted) {
         showPairingInstructions();
-        return;
+    } else {
+        deviceController->startDetection();
+        showFailureReport(dialog->errors());
     }
-    deviceController->startDetection();
-    showFailureReport(dialog.errors());
+    endUpdate(std::move(dialog));
 }
 
-// ---- Screens
-// ----------------------------------------------------------------------------------------------------
+void MainWindow::endUpdate(std::unique_ptr<FlashingDialog> dialog)
+{
+    // The dialog may have to wait for the audio service, and for a device that is being programmed.
+    repaint();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    dialog.reset();
+    QApplication::restoreOverrideCursor();
+}
 
 void MainWindow::setCentralPage(QWidget* page)
 {
@@ -404,7 +241,7 @@ void MainWindow::setCentralPage(QWidget* page)
 
 void MainWindow::showMainPageOrStartScreen()
 {
-    if (overrideMode || areBothConnected())
+    if (overrideMode || compatibility().areBothConnected())
         showMainPage();
     else
         showStartScreen();
@@ -466,7 +303,7 @@ void MainWindow::showPairingInstructions()
 void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
 {
     QString reason;
-    if (std::any_of(errors.cbegin(), errors.cend(), FlashingDialog::isConnectionFailure)) {
+    if (std::any_of(errors.cbegin(), errors.cend(), isConnectionFailure)) {
         reason =
             tr("One or both of your devices have been disconnected. Please reconnect your devices to restart "
                "the firmware update process.");
@@ -481,7 +318,7 @@ void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
                    lines({tr("Update was unsuccessful."), reason, QString()}), QString());
     infoScreen->closeButton()->show();
     infoScreen->backButton()->show();
-    infoScreen->backButton()->setFocus();
+    infoScreen->closeButton()->setFocus();
     infoScreenLocked = true;
 }
 
@@ -491,7 +328,7 @@ void MainWindow::leaveFailureReport()
     showMainPageOrStartScreen();
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         if (!deviceController->isConnected(type)) {
-            showDisconnected(type);
+            labels->showDisconnected(type);
             refresh();
         }
     }
@@ -507,11 +344,5 @@ void MainWindow::enableOverrideMode()
 
 void MainWindow::showAbout()
 {
-    const QIcon logo(logoPath());
-    auto* const box = new QMessageBox(QMessageBox::Information, tr("About"),
-                                      tr("\n%1\nVersion %2\n").arg(windowTitle(), QStringLiteral("1.0.36")),
-                                      QMessageBox::NoButton, this, aboutFlags);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIconPixmap(logo.pixmap(logo.actualSize(aboutIconSize)));
-    box->exec();
+    MessageBoxes::showAbout(this);
 }

@@ -1,17 +1,19 @@
 #pragma once
 
 #include <memory>
+#include <set>
 
 #include <QMainWindow>
 #include <QMap>
 
 #include "deviceinstance.h"
 
+class Compatibility;
 class DeviceController;
 class FirmwareController;
 class FlashingDialog;
 class InfoScreen;
-class QLabel;
+class MainPageLabels;
 
 namespace Ui {
 class MainWindowClass;
@@ -52,27 +54,13 @@ private:
     void createInfoScreen();
     void createBusyIndicator();
 
-    bool isIncompatible(DeviceType type) const;
-    bool canBeUpdated(DeviceType type) const;
-    bool isIdentityUnknown(DeviceType type) const;
-    bool isAnyIdentityUnknown() const;
-    bool areBothConnected() const;
-
-    QLabel* currentVersionLabel(DeviceType type) const;
-    QLabel* targetVersionLabel(DeviceType type) const;
-
+    Compatibility compatibility() const;
     void refresh();
-    void refreshFirmwareRows();
-    void refreshTargetVersion(DeviceType type);
-    void refreshConnectionError(bool anyIncompatible);
-    void refreshDeviceName();
-    void showDisconnected(DeviceType type);
 
-    int askQuestion(const QString& title, const QString& text, const QString& informativeText,
-                    const QString& acceptText, const QString& rejectText);
-    bool confirmUnknownIdentity();
-    bool confirmSingleDevice();
+    bool confirmUnknownIdentities(std::set<DeviceType>& confirmed);
+    bool isUpdateConfirmed();
     bool addToUpdate(FlashingDialog& dialog, DeviceType type) const;
+    void endUpdate(std::unique_ptr<FlashingDialog> dialog);
 
     void showMainPageOrStartScreen();
     void showMainPage();
@@ -87,6 +75,7 @@ private:
     const std::unique_ptr<Ui::MainWindowClass> ui;
     DeviceController* const deviceController;
     FirmwareController* const firmwareController;
+    const std::unique_ptr<MainPageLabels> labels;
     bool overrideMode = false;
     bool infoScreenLocked = false;
     std::shared_ptr<QWidget> mainPage;

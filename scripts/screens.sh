@@ -1,7 +1,7 @@
 #!/bin/sh
 # Takes the pictures in docs/images anew: every screen of the updater in five languages, those that differ of the second
-# generation and on a dark desktop, and a walk through an update on the bench. To be run in a checkout that is built, after
-# a change of a screen; a test tells where it was forgotten.
+# generation and on a dark desktop, and a walk through an update on the bench. To be run in a checkout that is built,
+# after a change of a screen.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 

@@ -350,7 +350,9 @@ void TestMainWindow::questionsDecideWhetherAnUpdateBegins_data()
     row("A1 +T O", "-T y", {oneDevice}, "");
     row("A1 +T O", "+H y", {oneDevice}, "TH");
     row("A2 +H O", "+T y", {oneDevice}, ""); // an incompatible one
-    row("A1 +H O", "+U y", {oneDevice}, ""); // it was not asked whether that one may be updated
+    row("A1 +H O", "+U y y", {oneDevice, compatibility}, "TH");
+    row("A1 +H O", "+U y n", {oneDevice, compatibility}, "");
+    row("A1 +H O", "+U y -H y", {oneDevice, compatibility}, "T");
     row("A1 +U +H", "y", {compatibility}, "TH");
     row("A1 +U +H", "n", {compatibility}, "");
     row("A1 +U +H", "-H y y", {compatibility, oneDevice}, "T");
@@ -502,7 +504,8 @@ void TestMainWindow::theSystemMenuIsReachedByKeyboardAndMouse()
         }});
         desk.choose("About..."_s, byMouse);
         QVERIFY(user.isDone() && isRight);
-        QCOMPARE(user.boxes, QStringList{"About|\nZEFO VYNT Firmware Update\nVersion 1.0.36\n||"_s});
+        QCOMPARE(user.boxes,
+                 QStringList{"About|\nZEFO VYNT Firmware Update\nVersion " UPDATER_VERSION "\n||"_s});
         QVERIFY(desk.window.findChildren<QMessageBox*>().isEmpty());
         desk.choose("Close"_s, byMouse);
         QVERIFY(desk.window.isHidden());

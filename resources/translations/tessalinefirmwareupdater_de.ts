@@ -28,7 +28,7 @@
     </message>
     <message>
         <source>Do not disconnect devices during update.</source>
-        <translation>Trennen Sie die Geräte während der Aktualisierung nicht.</translation>
+        <translation>Ziehen Sie die Geräte während der Aktualisierung nicht ab.</translation>
     </message>
     <message>
         <source>Transmitter</source>
@@ -62,7 +62,7 @@
     <name>MainWindow</name>
     <message>
         <source>Override</source>
-        <translation>Erzwingen</translation>
+        <translation>Startbildschirm überspringen</translation>
     </message>
     <message>
         <source>About...</source>
@@ -132,7 +132,7 @@ Versuchen Sie, sie erneut herunterzuladen.</translation>
     </message>
     <message>
         <source>If you choose to proceed, please make sure you are using the correct firmware file.</source>
-        <translation>Wenn Sie fortfahren, stellen Sie sicher, dass Sie die richtige Firmware-Datei verwenden.</translation>
+        <translation>Wenn Sie fortfahren möchten, vergewissern Sie sich, dass Sie die richtige Firmware-Datei verwenden.</translation>
     </message>
     <message>
         <source>Update</source>
@@ -184,7 +184,7 @@ Versuchen Sie, sie erneut herunterzuladen.</translation>
     </message>
     <message>
         <source>One or both of your devices have been disconnected. Please reconnect your devices to restart the firmware update process.</source>
-        <translation>Die Verbindung zu einem oder beiden Geräten wurde getrennt. Schließen Sie die Geräte wieder an, um die Aktualisierung der Firmware neu zu beginnen.</translation>
+        <translation>Die Verbindung zu einem oder beiden Geräten wurde unterbrochen. Schließen Sie die Geräte wieder an, um die Aktualisierung der Firmware neu zu beginnen.</translation>
     </message>
     <message>
         <source>Error code:</source>

@@ -62,7 +62,7 @@
     <name>MainWindow</name>
     <message>
         <source>Override</source>
-        <translation>Forzar</translation>
+        <translation>Omitir la pantalla de inicio</translation>
     </message>
     <message>
         <source>About...</source>
@@ -106,7 +106,7 @@
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Sin conexión</translation>
+        <translation>No conectado</translation>
     </message>
     <message>
         <source>Error while loading firmware</source>
@@ -115,7 +115,7 @@
     <message>
         <source>Firmware cannot be loaded. File may be corrupted or not supported.
 Try to download it once again.</source>
-        <translation>No se puede cargar el firmware. Es posible que el archivo esté dañado o no se admita.
+        <translation>No se puede cargar el firmware. Es posible que el archivo esté dañado o no sea compatible.
 Intente descargarlo de nuevo.</translation>
     </message>
     <message>
@@ -132,7 +132,7 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>If you choose to proceed, please make sure you are using the correct firmware file.</source>
-        <translation>Si decide continuar, asegúrese de que utiliza el archivo de firmware correcto.</translation>
+        <translation>Si decide continuar, asegúrese de utilizar el archivo de firmware correcto.</translation>
     </message>
     <message>
         <source>Update</source>
@@ -160,7 +160,7 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
-        <translation>No se ha detectado ningún dispositivo. Conecte los auriculares y el transmisor a dos puertos USB distintos del ordenador.</translation>
+        <translation>No se ha detectado ningún dispositivo. Conecte los auriculares y el transmisor a dos puertos USB distintos del equipo.</translation>
     </message>
     <message>
         <source>Success! Please pair devices.</source>
@@ -176,15 +176,15 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>2. Press and hold the Power/Pairing buttons on both Transmitter and Headset for 3 seconds until LEDs begin to flash.</source>
-        <translation>2. Mantenga pulsados los botones de encendido/emparejamiento del transmisor y de los auriculares durante 3 segundos hasta que los LED parpadeen.</translation>
+        <translation>2. Mantenga pulsados los botones de encendido/emparejamiento de ambos dispositivos durante 3 segundos, hasta que los LED empiecen a parpadear.</translation>
     </message>
     <message>
         <source>3. Once pairing is successful, Power/Pairing LEDs will stop flashing and turn solid.</source>
-        <translation>3. Una vez emparejados, los LED de encendido/emparejamiento dejan de parpadear y permanecen encendidos.</translation>
+        <translation>3. Una vez completado el emparejamiento, los LED de encendido/emparejamiento dejan de parpadear y permanecen encendidos.</translation>
     </message>
     <message>
         <source>One or both of your devices have been disconnected. Please reconnect your devices to restart the firmware update process.</source>
-        <translation>Uno o ambos dispositivos se han desconectado. Vuelva a conectarlos para reiniciar el proceso de actualización del firmware.</translation>
+        <translation>Se ha desconectado uno de los dispositivos o ambos. Vuelva a conectarlos para comenzar de nuevo la actualización del firmware.</translation>
     </message>
     <message>
         <source>Error code:</source>
@@ -213,7 +213,7 @@ Versión %2
     <name>MainWindowClass</name>
     <message>
         <source>ZEFO VYNT Firmware Update</source>
-        <translation>Actualización de firmware ZEFO VYNT</translation>
+        <translation>Actualización del firmware ZEFO VYNT</translation>
     </message>
     <message>
         <source>Firmware file:</source>
@@ -237,7 +237,7 @@ Versión %2
     </message>
     <message>
         <source>Current firmware versions on devices:</source>
-        <translation>Versiones de firmware actuales de los dispositivos:</translation>
+        <translation>Versiones actuales del firmware de los dispositivos:</translation>
     </message>
     <message>
         <source>Transmitter:</source>
@@ -245,7 +245,7 @@ Versión %2
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Sin conexión</translation>
+        <translation>No conectado</translation>
     </message>
     <message>
         <source>Headset:</source>
@@ -253,7 +253,7 @@ Versión %2
     </message>
     <message>
         <source>Devices will be updated to firmware versions:</source>
-        <translation>Versiones de firmware tras la actualización:</translation>
+        <translation>Versiones del firmware tras la actualización:</translation>
     </message>
     <message>
         <source>No change</source>

@@ -9,7 +9,7 @@
     </message>
     <message>
         <source>Update cannot proceed. Make sure your device is connected properly and try again.</source>
-        <translation>La mise à jour ne peut pas se poursuivre. Vérifiez que l&apos;appareil est correctement connecté, puis réessayez.</translation>
+        <translation>La mise à jour ne peut pas se poursuivre. Vérifiez que l&apos;appareil est correctement branché, puis réessayez.</translation>
     </message>
     <message>
         <source>Update was unsuccessful.</source>
@@ -24,11 +24,11 @@
     <name>FlashingDialogClass</name>
     <message>
         <source>Updating...</source>
-        <translation>Mise à jour...</translation>
+        <translation>Mise à jour en cours...</translation>
     </message>
     <message>
         <source>Do not disconnect devices during update.</source>
-        <translation>Ne déconnectez pas les appareils pendant la mise à jour.</translation>
+        <translation>Ne débranchez pas les appareils pendant la mise à jour.</translation>
     </message>
     <message>
         <source>Transmitter</source>
@@ -62,7 +62,7 @@
     <name>MainWindow</name>
     <message>
         <source>Override</source>
-        <translation>Forcer</translation>
+        <translation>Ignorer l&apos;écran d&apos;accueil</translation>
     </message>
     <message>
         <source>About...</source>
@@ -90,7 +90,7 @@
     </message>
     <message>
         <source>Please connect devices</source>
-        <translation>Veuillez connecter les appareils</translation>
+        <translation>Veuillez brancher les appareils</translation>
     </message>
     <message>
         <source>Unknown device</source>
@@ -160,7 +160,7 @@ Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
-        <translation>Aucun appareil détecté. Connectez votre casque et votre émetteur à deux ports USB différents de votre ordinateur.</translation>
+        <translation>Aucun appareil détecté. Branchez votre casque et votre émetteur sur deux ports USB différents de votre ordinateur.</translation>
     </message>
     <message>
         <source>Success! Please pair devices.</source>
@@ -184,7 +184,7 @@ Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
         <source>One or both of your devices have been disconnected. Please reconnect your devices to restart the firmware update process.</source>
-        <translation>L&apos;un de vos appareils ou les deux ont été déconnectés. Reconnectez-les pour recommencer la mise à jour du firmware.</translation>
+        <translation>L&apos;un de vos appareils ou les deux ont été déconnectés. Rebranchez-les pour recommencer la mise à jour du firmware.</translation>
     </message>
     <message>
         <source>Error code:</source>
@@ -221,7 +221,7 @@ Version %2
     </message>
     <message>
         <source>Change...</source>
-        <translation>Changer...</translation>
+        <translation>Modifier...</translation>
     </message>
     <message>
         <source>Connected devices:</source>
@@ -233,11 +233,11 @@ Version %2
     </message>
     <message>
         <source>Please connect devices</source>
-        <translation>Veuillez connecter les appareils</translation>
+        <translation>Veuillez brancher les appareils</translation>
     </message>
     <message>
         <source>Current firmware versions on devices:</source>
-        <translation>Versions de firmware actuelles des appareils&#xa0;:</translation>
+        <translation>Versions actuelles du firmware des appareils&#xa0;:</translation>
     </message>
     <message>
         <source>Transmitter:</source>
@@ -253,7 +253,7 @@ Version %2
     </message>
     <message>
         <source>Devices will be updated to firmware versions:</source>
-        <translation>Versions de firmware après la mise à jour&#xa0;:</translation>
+        <translation>Versions du firmware après la mise à jour&#xa0;:</translation>
     </message>
     <message>
         <source>No change</source>

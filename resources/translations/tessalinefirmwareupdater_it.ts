@@ -62,7 +62,7 @@
     <name>MainWindow</name>
     <message>
         <source>Override</source>
-        <translation>Forza</translation>
+        <translation>Ignora la schermata iniziale</translation>
     </message>
     <message>
         <source>About...</source>
@@ -106,7 +106,7 @@
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Nessun collegamento</translation>
+        <translation>Non collegato</translation>
     </message>
     <message>
         <source>Error while loading firmware</source>
@@ -124,7 +124,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>Firmware archives %1</source>
-        <translation>Archivi di firmware %1</translation>
+        <translation>Archivi firmware %1</translation>
     </message>
     <message>
         <source>Warning</source>
@@ -132,7 +132,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>If you choose to proceed, please make sure you are using the correct firmware file.</source>
-        <translation>Se si sceglie di continuare, assicurarsi di utilizzare il file di firmware corretto.</translation>
+        <translation>Se si sceglie di continuare, assicurarsi di utilizzare il file del firmware corretto.</translation>
     </message>
     <message>
         <source>Update</source>
@@ -184,7 +184,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>One or both of your devices have been disconnected. Please reconnect your devices to restart the firmware update process.</source>
-        <translation>Uno o entrambi i dispositivi sono stati scollegati. Ricollegarli per riavviare l&apos;aggiornamento del firmware.</translation>
+        <translation>Uno o entrambi i dispositivi sono stati scollegati. Ricollegarli per ricominciare l&apos;aggiornamento del firmware.</translation>
     </message>
     <message>
         <source>Error code:</source>
@@ -217,7 +217,7 @@ Versione %2
     </message>
     <message>
         <source>Firmware file:</source>
-        <translation>File di firmware:</translation>
+        <translation>File del firmware:</translation>
     </message>
     <message>
         <source>Change...</source>
@@ -237,7 +237,7 @@ Versione %2
     </message>
     <message>
         <source>Current firmware versions on devices:</source>
-        <translation>Versioni di firmware attuali dei dispositivi:</translation>
+        <translation>Versioni attuali del firmware dei dispositivi:</translation>
     </message>
     <message>
         <source>Transmitter:</source>
@@ -245,7 +245,7 @@ Versione %2
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Nessun collegamento</translation>
+        <translation>Non collegato</translation>
     </message>
     <message>
         <source>Headset:</source>
@@ -253,7 +253,7 @@ Versione %2
     </message>
     <message>
         <source>Devices will be updated to firmware versions:</source>
-        <translation>Versioni di firmware dopo l&apos;aggiornamento:</translation>
+        <translation>Versioni del firmware dopo l&apos;aggiornamento:</translation>
     </message>
     <message>
         <source>No change</source>

@@ -1,0 +1,94 @@
+// The rules by which an update is offered.
+
+#include <QtTest>
+
+#include "compatibility.h"
+
+namespace {
+
+/// "device>image": both as product identifiers; no device where the first is missing, no image where the
+/// second is. The identifier 0 is an unknown one.
+UpdateCandidate parse(const QByteArray& text)
+{
+    const QByteArrayList sides = text.split('>');
+    UpdateCandidate result;
+    result.isConnected = !sides[0].isEmpty();
+    result.devicePid = sides[0].toUShort();
+    result.hasImage = !sides[1].isEmpty();
+    result.imagePid = sides[1].toUShort();
+    return result;
+}
+
+} // namespace
+
+class TestCompatibility : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void devicesAndImagesDecideWhatIsOffered_data();
+    void devicesAndImagesDecideWhatIsOffered();
+};
+
+void TestCompatibility::devicesAndImagesDecideWhatIsOffered_data()
+{
+    QTest::addColumn<QByteArray>("incompatible"); // the letters of the devices
+    QTest::addColumn<QByteArray>("updatable");
+    QTest::addColumn<QByteArray>("unknown");
+    QTest::addColumn<bool>("isOffered");
+    const auto row = [](const char* devices, const char* incompatible, const char* updatable,
+                        const char* unknown, bool isOffered) {
+        QTest::newRow(devices) << QByteArray(incompatible) << QByteArray(updatable) << QByteArray(unknown)
+                               << isOffered;
+    };
+    row("> >", "", "", "", false);
+    row(">4 >6", "", "", "", false);
+    row("4> 6>", "", "", "", false);
+    row("4>4 6>6", "", "TH", "", true);
+    row("4>4 >6", "", "T", "", true);
+    row(">4 6>6", "", "H", "", true);
+    row("4>4 6>", "", "T", "", true);
+    row("4> 6>6", "", "H", "", true);
+    row("3>4 6>6", "T", "H", "", false);
+    row("3>4 >6", "T", "", "", false);
+    row("4>4 6>3", "H", "T", "", false);
+    row("3>4 6>3", "TH", "", "", false);
+    row("4>0 6>6", "", "H", "", true); // of the transmitter's image nothing is known
+    row("4>0 6>0", "", "", "", false);
+    row("0>4 6>6", "", "TH", "T", true);
+    row("0>0 >6", "", "T", "T", true);
+    row("0>4 0>6", "", "TH", "TH", true);
+    row("4>4 0>6", "", "TH", "H", true);
+    row("0> 0>", "", "", "TH", false);
+    row("0> 6>6", "", "H", "T", true);
+    row("3>4 0>6", "T", "H", "H", false);
+}
+
+void TestCompatibility::devicesAndImagesDecideWhatIsOffered()
+{
+    const QByteArrayList devices = QByteArray(QTest::currentDataTag()).split(' ');
+    const UpdateCandidate transmitter = parse(devices[0]);
+    const UpdateCandidate headset = parse(devices[1]);
+    const Compatibility rules(transmitter, headset);
+    QByteArray incompatible, updatable, unknown;
+    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
+        const char letter = type == DeviceType::Transmitter ? 'T' : 'H';
+        if (rules.isIncompatible(type))
+            incompatible += letter;
+        if (rules.canBeUpdated(type))
+            updatable += letter;
+        if (rules.unknownIdentities().count(type) != 0)
+            unknown += letter;
+    }
+    QTEST(incompatible, "incompatible");
+    QTEST(updatable, "updatable");
+    QTEST(unknown, "unknown");
+    QTEST(rules.isUpdateOffered(), "isOffered");
+    QCOMPARE(rules.canBothBeUpdated(), updatable == "TH");
+    QCOMPARE(rules.isAnyConnected(), transmitter.isConnected || headset.isConnected);
+    QCOMPARE(rules.areBothConnected(), transmitter.isConnected && headset.isConnected);
+}
+
+QTEST_APPLESS_MAIN(TestCompatibility)
+
+#include "tst_compatibility.moc"
