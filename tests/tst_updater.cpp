@@ -8,7 +8,6 @@
 #include "firmwareupdater.h"
 #include "flashingerror.h"
 #include "hidnode.h"
-#include "imagebuilder.h"
 #include "openobjects.h"
 #include "pairedcomputer.h"
 #include "scriptedhid.h"
