@@ -1,56 +1,41 @@
 #include "devicereader_p.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
-#include "abstracthiddevice.h"
+#include "chipmodel.h"
 #include "hidutilities.h"
+#include "imagegeometry.h"
+
+using namespace HidUtilities;
 
 namespace {
 
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
-constexpr unsigned char rowStepHigh = 0x10; // the loader lays rows 0x1000 apart; keep
-
-unsigned char lowByte(unsigned int value)
-{
-    return static_cast<unsigned char>(value & 0xFF);
-}
-
-unsigned char byteAt(unsigned int value, int shift)
-{
-    return lowByte(value >> shift);
-}
-
-/// The memory size that the low four bits of an image's first byte announce: 128 bytes doubled, 0 for 0.
-std::uint32_t announcedCapacity(unsigned char firstByte)
-{
-    constexpr unsigned int nibble = 0x0F;
-    constexpr unsigned int shiftCounts = 31; // counts are taken modulo 32
-    return (std::uint32_t{1} << (((firstByte & nibble) - 1) & shiftCounts)) << 7;
-}
+constexpr unsigned rowStep = 0x1000; // the loader lays rows so far apart; keep
 
 } // namespace
 
 ReadDataHelper_FromDevice::ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice,
                                                      Cancelled isCancelled)
-    : device(std::move(hidDevice))
+    : device(std::make_shared<ChipChannel>(std::move(hidDevice), isCancelled))
     , cancelled(std::move(isCancelled))
 {
-    const int chipId = HidUtilities::getAvneraChipId(device);
-    bufferAddress = chipId == HidUtilities::Av6x01 ? Address{0x60, 0xC0} : Address{0xA0, 0xB0};
-    const int revision = HidUtilities::getAvneraChipRevision(device);
-    unsigned short smData = 0;
+    const int chipId = getAvneraChipId(device);
+    if (*cancelled)
+        return;
+    const int revision = getAvneraChipRevision(device);
     unsigned short ramBase = 0;
-    if (!HidUtilities::getAvneraSmDataAndRamBase(smData, ramBase, chipId, revision)) {
+    if (!getAvneraSmDataAndRamBase(smData, ramBase, chipId, revision)) {
         capacity = 0; // a write could hit anything
         return;
     }
-    const unsigned int mailbox = smData + unsigned{HidUtilities::FlashAddressOffset};
-    mailboxAddress = {lowByte(mailbox), byteAt(mailbox, 8)};
+    bufferAddress = findChipModel(chipId)->readBuffer;
     QByteArray firstByte;
     if ((*this)(firstByte, 0, 1))
-        capacity = announcedCapacity(static_cast<unsigned char>(firstByte.at(0)));
+        capacity = ImageGeometry::decode(static_cast<unsigned char>(firstByte.at(0)), 0).deviceSize;
 }
 
 bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int address, unsigned short size)
@@ -62,33 +47,21 @@ bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int addres
         return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
-    copyToBuffer(address, size);
+    // The results are left to the answers: a device that takes no command has none.
+    writeControlBlock(device, smData, {{FlashAddress, address}, {RamAddress, bufferAddress}, {Length, size}});
+    executeOperation(device, LoadOperation);
     if (!appendRow(data, bufferAddress, std::min<int>(size, rowBytes)))
         return false;
-    const Address secondRow{bufferAddress.low, static_cast<unsigned char>(bufferAddress.high + rowStepHigh)};
-    if (size > rowBytes && !appendRow(data, secondRow, size - rowBytes))
+    if (size > rowBytes && !appendRow(data, bufferAddress + rowStep, size - rowBytes))
         return false;
     return data.size() == size;
 }
 
-/// The results are left to the answers: a device that takes no command has none.
-void ReadDataHelper_FromDevice::copyToBuffer(unsigned int address, unsigned short size) const
+bool ReadDataHelper_FromDevice::appendRow(QByteArray& data, unsigned address, int count) const
 {
-    static_cast<void>(HidUtilities::writeMemory(device, mailboxAddress.low, mailboxAddress.high,
-                                                byteAt(address, 0), byteAt(address, 8), byteAt(address, 16),
-                                                byteAt(address, 24), bufferAddress.low, bufferAddress.high,
-                                                byteAt(size, 0), byteAt(size, 8)));
-    static_cast<void>(HidUtilities::executeOperation(device, HidUtilities::LoadOperation));
-}
-
-bool ReadDataHelper_FromDevice::appendRow(QByteArray& data, Address row, int count) const
-{
-    static_cast<void>(HidUtilities::requestMemoryRead(device, row.low, row.high, count));
-    std::vector<unsigned char> answer(HidUtilities::AnswerBytes);
-    answer[0] = HidUtilities::AnswerReportId;
-    if (!device->getFeatureBlocking(&answer) ||
-        answer[HidUtilities::AnswerStatusOffset] == HidUtilities::AnswerNoData)
+    std::vector<unsigned char> row;
+    if (!readMemory(device, lowByte(address), highByte(address), count, row) || row.empty())
         return false;
-    data.append(reinterpret_cast<const char*>(answer.data()) + HidUtilities::AnswerDataOffset, count);
+    data.append(reinterpret_cast<const char*>(row.data()), count);
     return true;
 }

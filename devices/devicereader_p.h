@@ -1,12 +1,11 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
 #include <QByteArray>
 
-class AbstractHidDevice;
+#include "chipchannel.h"
 
 /// Reads the firmware image stored in a device, as a reader callback of image inspection. Copies share the
 /// device.
@@ -17,8 +16,8 @@ class AbstractHidDevice;
 class ReadDataHelper_FromDevice
 {
 public:
-    /// Set once nobody waits for what is read any more; every call then fails without a transfer.
-    using Cancelled = std::shared_ptr<const std::atomic<bool>>;
+    /// Set once nobody waits for what is read any more; no transfer is begun then.
+    using Cancelled = ChipChannel::Cancelled;
 
     /// Asks the chip for its kind and the image for the size of its memory; blocks for several transfers.
     /// A chip whose loader is not known has no memory to read, and nothing is written to it.
@@ -31,20 +30,12 @@ public:
 private:
     static constexpr int maxReads = 256;
 
-    /// A chip address as the commands carry it.
-    struct Address
-    {
-        unsigned char low;
-        unsigned char high;
-    };
-
-    void copyToBuffer(unsigned int address, unsigned short size) const;
-    bool appendRow(QByteArray& data, Address row, int count) const;
+    bool appendRow(QByteArray& data, unsigned address, int count) const;
 
     std::shared_ptr<AbstractHidDevice> device;
     Cancelled cancelled;
     int readsLeft = maxReads;
-    Address mailboxAddress;
-    Address bufferAddress;
+    unsigned short smData = 0;
+    unsigned short bufferAddress = 0;
     std::uint32_t capacity = 1; ///< image bytes that may be read
 };

@@ -10,11 +10,14 @@
 
 namespace {
 
-constexpr DeviceId firstGenerationTransmitter{Utilities::normalVendorId(), 0x0004, InterfaceKind::Hid};
-constexpr DeviceId secondGenerationTransmitter{Utilities::normalVendorId(), 0x0003, InterfaceKind::Hid};
-constexpr DeviceId headset{Utilities::normalVendorId(), 0x0006, InterfaceKind::Hid};
-constexpr DeviceId programmingModeTransmitter{Utilities::programmingVendorId(), 0x0100, InterfaceKind::Hid};
-constexpr DeviceId programmingModeHeadset{Utilities::programmingVendorId(), 0x0101, InterfaceKind::Hid};
+template <typename Device>
+std::vector<DeviceId> idsOf(const std::vector<Device>& devices)
+{
+    std::vector<DeviceId> ids;
+    for (const Device& device : devices)
+        ids.push_back(device.id);
+    return ids;
+}
 
 void closeAndDelete(AbstractHidDevice* device)
 {
@@ -26,42 +29,44 @@ void closeAndDelete(AbstractHidDevice* device)
 
 namespace Utilities {
 
-const std::array<KnownDevice, 3>& knownDevices()
+const std::vector<KnownDevice>& knownDevices()
 {
-    static const std::array<KnownDevice, 3> devices{{
-        {QStringLiteral("VYNT1"), DeviceType::Transmitter, firstGenerationTransmitter},
-        {QStringLiteral("VYNT2"), DeviceType::Transmitter, secondGenerationTransmitter},
-        {QLatin1String(""), DeviceType::Headset, headset},
-    }};
+    static const std::vector<KnownDevice> devices{
+        {QStringLiteral("VYNT1"), DeviceType::Transmitter, {normalVendorId(), 0x0004, InterfaceKind::Hid}},
+        {QStringLiteral("VYNT2"), DeviceType::Transmitter, {normalVendorId(), 0x0003, InterfaceKind::Hid}},
+        {QLatin1String(""), DeviceType::Headset, {normalVendorId(), 0x0006, InterfaceKind::Hid}},
+    };
     return devices;
 }
 
-const std::array<ProgrammingModeDevice, 2>& programmingModeDevices()
+const std::vector<ProgrammingModeDevice>& programmingModeDevices()
 {
-    static constexpr std::array<ProgrammingModeDevice, 2> devices{{
-        {DeviceType::Transmitter, programmingModeTransmitter},
-        {DeviceType::Headset, programmingModeHeadset},
-    }};
+    static const std::vector<ProgrammingModeDevice> devices{
+        {DeviceType::Transmitter, {programmingVendorId(), 0x0100, InterfaceKind::Hid}},
+        {DeviceType::Headset, {programmingVendorId(), 0x0101, InterfaceKind::Hid}},
+    };
     return devices;
 }
 
-const std::array<DeviceId, 3>& knownDeviceIds()
+const std::vector<DeviceId>& knownDeviceIds()
 {
-    static constexpr std::array<DeviceId, 3> ids{firstGenerationTransmitter, secondGenerationTransmitter,
-                                                 headset};
+    static const std::vector<DeviceId> ids = idsOf(knownDevices());
     return ids;
 }
 
-const std::array<DeviceId, 2>& programmingModeDeviceIds()
+const std::vector<DeviceId>& programmingModeDeviceIds()
 {
-    static constexpr std::array<DeviceId, 2> ids{programmingModeTransmitter, programmingModeHeadset};
+    static const std::vector<DeviceId> ids = idsOf(programmingModeDevices());
     return ids;
 }
 
-const std::array<DeviceId, 5>& allDeviceIds()
+const std::vector<DeviceId>& allDeviceIds()
 {
-    static constexpr std::array<DeviceId, 5> ids{firstGenerationTransmitter, secondGenerationTransmitter,
-                                                 headset, programmingModeTransmitter, programmingModeHeadset};
+    static const std::vector<DeviceId> ids = [] {
+        std::vector<DeviceId> all = knownDeviceIds();
+        all.insert(all.end(), programmingModeDeviceIds().begin(), programmingModeDeviceIds().end());
+        return all;
+    }();
     return ids;
 }
 

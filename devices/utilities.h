@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <QString>
 
@@ -42,13 +42,13 @@ constexpr std::uint16_t programmingVendorId()
     return 0x170D;
 }
 
-const std::array<KnownDevice, 3>& knownDevices();
-const std::array<ProgrammingModeDevice, 2>& programmingModeDevices();
+const std::vector<KnownDevice>& knownDevices();
+const std::vector<ProgrammingModeDevice>& programmingModeDevices();
 
 /// The identities of both tables, in table order; allDeviceIds() is the first followed by the second.
-const std::array<DeviceId, 3>& knownDeviceIds();
-const std::array<DeviceId, 2>& programmingModeDeviceIds();
-const std::array<DeviceId, 5>& allDeviceIds();
+const std::vector<DeviceId>& knownDeviceIds();
+const std::vector<DeviceId>& programmingModeDeviceIds();
+const std::vector<DeviceId>& allDeviceIds();
 
 /// The kind of the device with identity @p id in either table, DeviceType::Unknown where there is none.
 DeviceType deviceTypeOf(const DeviceId& id);

@@ -31,7 +31,10 @@ constexpr quint64 maxDirectoryBytes = 16 * mebibyte; // QuaZip takes four times 
 
 constexpr quint64 directoryHeaderBytes = 46; // of an entry, ZIP application note 4.3.12
 
-constexpr uLong encryptedFlag = 1; // of the general purpose bits, ZIP application note 4.4.4
+// ZIP application note 4.4.4 and 4.4.5
+constexpr uLong encryptedFlag = 1;
+constexpr uLong storedMethod = 0;
+constexpr uLong deflatedMethod = 8;
 
 /// An archive that knows how much of it may still be read.
 class FirmwareArchive : public QuaZip
@@ -87,12 +90,19 @@ bool copyData(QIODevice& source, QDataStream& target)
     return true;
 }
 
+/// The ZIP library may know more methods, but not all of them end where the packed bytes end too early.
+bool isReadable(const unz_file_info64& entry)
+{
+    return (entry.flag & encryptedFlag) == 0 &&
+           (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
+}
+
 /// Takes the current entry's share of what may be read; false where it is refused. An entry never delivers
 /// more than it declares, and packed bytes count because empty blocks unpack to nothing.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
     unz_file_info64 entry;
-    if (!getCurrentEntry(archive, entry) || (entry.flag & encryptedFlag) != 0)
+    if (!getCurrentEntry(archive, entry) || !isReadable(entry))
         return false;
     const quint64 bytes = std::max<quint64>(entry.uncompressed_size, entry.compressed_size);
     if (bytes > maxBytes || bytes > archive.bytesLeft)

@@ -15,11 +15,11 @@ class FirmwareControllerPrivate;
 /// the GUI thread; no exception leaves. The queries answer with copies, at any time, and with the neutral
 /// value where the archive has nothing or none is loaded.
 ///
-/// Archives come from anywhere, so what one may cost is bounded before it is paid. An entry of more than 64
-/// MiB, packed or unpacked, counts as unreadable (release notes: 1 MiB), as does an encrypted one, one whose
-/// checksum is wrong, and every entry that would bring what was read of the archive to more than 129 MiB. An
-/// entry with a name of more than 256 bytes is passed over. An archive is refused whose directory has more
-/// than 16 MiB, and so is a path that is not a regular file's.
+/// Archives come from anywhere, so what one may cost is bounded before it is paid. An entry of more than
+/// 64 MiB, packed or unpacked, counts as unreadable (release notes: 1 MiB), as does one that is encrypted or
+/// neither stored nor deflated, one whose checksum is wrong, and every entry that would bring what was read
+/// of the archive to more than 129 MiB. An entry with a name of more than 256 bytes is passed over. An
+/// archive is refused whose directory has more than 16 MiB, and so is a path that is not a regular file's.
 class FirmwareController : public QObject
 {
     Q_OBJECT

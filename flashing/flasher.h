@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,7 +10,9 @@
 #include <QByteArray>
 #include <QObject>
 
-class AbstractHidDevice;
+#include "chipchannel.h"
+#include "chipmodel.h"
+#include "hidutilities.h"
 
 /// Writes one firmware image into one device that is in programming mode.
 ///
@@ -20,20 +23,16 @@ class Flasher : public QObject
     Q_OBJECT
 
 public:
+    using Place = ChipChannel::Place;
+
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
     /// Makes the sequence end with code 1 before its next transfer. Callable on any thread.
     void abort();
 
-    /// A place in the sequence.
-    struct Place
-    {
-        const char* phase = "identify";
-        int transfer = 0; ///< the number of the last feature report of the run, from 1
-    };
-    /// Where the run ended; where it lost the device, the first transfer that did not get through any more.
-    /// To be asked after the run's last signal, or in a slot that it calls directly.
-    Place endOfRun() const { return lostAt.transfer > 0 ? lostAt : place; }
+    /// Where the run ended, and where it lost the device, if it did. To be asked in a slot that the run's
+    /// last signal calls directly: the device is released after it.
+    Place endOfRun() const { return device ? device->place() : Place(); }
 
 public Q_SLOTS:
     /// Runs the whole sequence with image @p firmware, then releases the device.
@@ -55,37 +54,35 @@ private:
     void calculateRamSize();
     void startProgramming();
     void eraseTransmitterFlash();
-    void downloadToRam(int chunkSize);
+    void downloadToRam(std::uint32_t chunkSize);
     std::unique_ptr<std::vector<unsigned char>> createPacket();
-    void commitChunk(std::uint32_t address, int chunkSize);
+    void commitChunk(std::uint32_t address, std::uint32_t chunkSize);
     void checkAborted() const;
     void advance();
-    void noteTransfers(int count, bool gotThrough);
     bool isTransmitter() const;
-    std::size_t imageSize() const;
-    unsigned char imageByte(int offset) const;
-    std::size_t bytesLeft() const;
+    std::uint32_t imageSize() const;
+    std::uint32_t bytesLeft() const;
 
     template <typename... Bytes>
     void writeChipMemory(int addressLow, int addressHigh, Bytes... data);
-    template <typename... Bytes>
-    void writeControlBlock(int offset, Bytes... data);
+    void writeChipMemory(std::initializer_list<HidUtilities::ControlValue> values);
+    void writeRegister(const RegisterWrite& write);
 
-    std::shared_ptr<AbstractHidDevice> device;
-    QByteArray image;         ///< the caller's bytes, not a second copy of them
-    std::size_t consumed = 0; ///< bytes of the image that were sent
+    std::shared_ptr<ChipChannel> device;
+    QByteArray image;           ///< the caller's bytes, not a second copy of them
+    std::uint32_t consumed = 0; ///< bytes of the image that were sent
     int nvmemType = 0;
     std::string name;
     std::atomic<bool> aborted{false};
-    Place place;
-    Place lostAt; ///< the first of the failing transfers up to now; transfer 0 where the last got through
     int progress = 0;
     int chipId = 0;
     int chipRevision = 0;
     std::uint32_t deviceSize = 0;
-    int pageSize = 0;
-    int sectorSize = 0;
+    std::uint32_t pageSize = 0;
+    std::uint32_t sectorSize = 0;
+    std::uint32_t configBits = 0;
+    const ChipModel* model = nullptr; ///< known from detectSizes() on
     unsigned short smData = 0;
     unsigned short ramBase = 0;
-    int ramSize = 0;
+    std::uint32_t ramSize = 0;
 };

@@ -11,7 +11,7 @@ public:
         EmptyImage = 2,
         UnknownChip = 3,     ///< chip identifier or revision could not be read
         ImageDoesNotFit = 4, ///< larger than the memory its header announces, or without a usable header
-        UnsupportedChip = 5, ///< no loader addresses are known for the chip and revision
+        UnsupportedChip = 5, ///< no loader is known for the chip and revision, or it takes no image data
     };
 
     explicit FlashingError(int errorCode)

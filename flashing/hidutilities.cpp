@@ -1,93 +1,77 @@
 #include "hidutilities.h"
 
-#include <algorithm>
-#include <vector>
+#include <utility>
 
 #include <windows.h>
 
 #include <QtGlobal>
 
 #include "abstracthiddevice.h"
+#include "chipmodel.h"
 
 using Device = std::shared_ptr<AbstractHidDevice>;
+using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-// Command report.
-constexpr std::size_t commandReportBytes = 64;
-constexpr int reportId = 0xFF;
+constexpr std::size_t reportBytes = 64;
+constexpr unsigned char reportId = 0xFF;
 
 // Chip command: class, 0x04, 0x00, 0x00, N, operation, operands; N counts from the operation on, plus one.
-constexpr int commandClass = 0xFF;
-constexpr int memoryReadClass = 0xFD;
-constexpr int writeMemoryOperation = 0x00;
-constexpr int memoryReadOperation = 0x81;
-constexpr int eraseOperation = 0x0C;
+constexpr unsigned char commandClass = 0xFF;
+constexpr unsigned char memoryReadClass = 0xFD;
+constexpr unsigned char writeMemoryOperation = 0x00;
+constexpr unsigned char memoryReadOperation = 0x81;
+constexpr unsigned char eraseOperation = 0x0C;
+
+// Answer: report ID, status, nine bytes without meaning, the bytes asked for.
+constexpr std::size_t answerStatusOffset = 1;
+constexpr unsigned char answerNoData = 0x01;
+constexpr int answerDataOffset = 11;
 
 constexpr DWORD memoryReadDelayMs = 100;
 
-struct Register
-{
-    int addressLow;
-    int addressHigh;
-};
-constexpr Register chipIdRegister{0x04, 0xF0};
-constexpr Register chipRevisionRegister{0x02, 0xF0};
+constexpr unsigned chipIdRegister = 0xF004;
+constexpr unsigned chipRevisionRegister = 0xF002;
 
-struct LoaderAddresses
+unsigned char byteOf(int operand)
 {
-    int chipId;
-    int revision;
-    unsigned short smData;
-    unsigned short ramBase;
-};
-constexpr LoaderAddresses loaderAddresses[] = {
-    {HidUtilities::Av6x01, HidUtilities::RevisionC0, 0xC44A, 0xC764},
-    {HidUtilities::Av6x01, HidUtilities::RevisionD0, 0xC42D, 0xD312},
-    {HidUtilities::Av6x02, HidUtilities::RevisionC0, 0xC451, 0xC771},
-    {HidUtilities::Av6x02, HidUtilities::RevisionD0, 0xB53A, 0xBB5C},
-};
+    return static_cast<unsigned char>(operand);
+}
 
-bool sendReport(Device device, const std::vector<int>& frame)
+/// The length of @p bytes as the frames count it, themselves included.
+unsigned char lengthOf(const Bytes& bytes)
 {
-    if (frame.size() > commandReportBytes)
-        return false;
-    std::vector<unsigned char> report(commandReportBytes);
-    std::transform(frame.begin(), frame.end(), report.begin(),
-                   [](int element) { return static_cast<unsigned char>(element & 0xFF); });
+    return static_cast<unsigned char>(bytes.size() + 1);
+}
+
+bool sendFrame(const Device& device, const Bytes& payload)
+{
+    Bytes report{reportId, lengthOf(payload), 0x00};
+    report.insert(report.end(), payload.begin(), payload.end());
+    report.resize(reportBytes);
     return device->setFeatureBlocking(&report);
 }
 
-bool sendFrame(Device device, const std::vector<int>& payload)
+bool sendChipCommand(const Device& device, unsigned char group, const Bytes& operationAndOperands)
 {
-    std::vector<int> frame{reportId, static_cast<int>(payload.size()) + 1, 0x00};
-    frame.insert(frame.end(), payload.begin(), payload.end());
-    return sendReport(std::move(device), frame);
-}
-
-bool sendChipCommand(Device device, int commandClassByte, const std::vector<int>& operationAndOperands)
-{
-    std::vector<int> payload{commandClassByte, 0x04, 0x00, 0x00,
-                             static_cast<int>(operationAndOperands.size()) + 1};
+    Bytes payload{group, 0x04, 0x00, 0x00, lengthOf(operationAndOperands)};
     payload.insert(payload.end(), operationAndOperands.begin(), operationAndOperands.end());
-    return sendFrame(std::move(device), payload);
+    return sendFrame(device, payload);
 }
 
 /// Reads one register byte into @p value.
 bool getChipInfoCommand(int& value, Device device, const int addressLow, const int addressHigh,
                         const int count)
 {
-    // The answer tells whether the request got through.
-    static_cast<void>(HidUtilities::requestMemoryRead(device, addressLow, addressHigh, count));
-    std::vector<unsigned char> answer(HidUtilities::AnswerBytes);
-    answer[0] = HidUtilities::AnswerReportId;
-    if (!device->getFeatureBlocking(&answer) || answer.size() != HidUtilities::AnswerBytes)
+    Bytes data;
+    if (!HidUtilities::readMemory(std::move(device), addressLow, addressHigh, count, data))
         return false;
-    if (answer[HidUtilities::AnswerStatusOffset] == HidUtilities::AnswerNoData) {
+    if (data.empty()) {
         qCritical("Error getting chip type: Device reported no data to send.");
         return false;
     }
-    value = answer[HidUtilities::AnswerDataOffset];
+    value = data.front();
     return true;
 }
 
@@ -95,61 +79,82 @@ bool getChipInfoCommand(int& value, Device device, const int addressLow, const i
 
 bool HidUtilities::sendControlRequest(Device device, int code)
 {
-    return sendFrame(std::move(device), {code});
+    return sendFrame(device, {byteOf(code)});
 }
 
-bool HidUtilities::writeMemory(Device device, int addressLow, int addressHigh,
-                               std::initializer_list<int> data)
+bool HidUtilities::writeMemory(Device device, int addressLow, int addressHigh, const Bytes& data)
 {
-    std::vector<int> operation{writeMemoryOperation, addressLow, addressHigh};
+    Bytes operation{writeMemoryOperation, byteOf(addressLow), byteOf(addressHigh)};
     operation.insert(operation.end(), data.begin(), data.end());
-    return sendChipCommand(std::move(device), commandClass, operation);
+    return sendChipCommand(device, commandClass, operation);
+}
+
+bool HidUtilities::writeControlBlock(Device device, unsigned short smData,
+                                     std::initializer_list<ControlValue> values)
+{
+    Bytes data;
+    for (const auto& [field, value] : values) {
+        for (int i = 0; i < field.bytes; ++i)
+            data.push_back(static_cast<unsigned char>(value >> (8 * i)));
+    }
+    const unsigned address = smData + unsigned{values.begin()->field.offset};
+    return writeMemory(std::move(device), lowByte(address), highByte(address), data);
 }
 
 bool HidUtilities::executeOperation(Device device, int operation)
 {
-    return sendChipCommand(std::move(device), commandClass, {operation});
+    return sendChipCommand(device, commandClass, {byteOf(operation)});
 }
 
 bool HidUtilities::sendEraseCommand(Device device)
 {
-    return sendChipCommand(std::move(device), commandClass, {eraseOperation, 0x00, 0x00, 0x00});
+    return sendChipCommand(device, commandClass, {eraseOperation, 0x00, 0x00, 0x00});
 }
 
 bool HidUtilities::requestMemoryRead(Device device, int addressLow, int addressHigh, int count)
 {
-    const bool isSent = sendChipCommand(std::move(device), memoryReadClass,
-                                        {memoryReadOperation, addressLow, addressHigh, count});
+    const bool isSent =
+        sendChipCommand(device, memoryReadClass,
+                        {memoryReadOperation, byteOf(addressLow), byteOf(addressHigh), byteOf(count)});
     Sleep(memoryReadDelayMs);
     return isSent;
+}
+
+bool HidUtilities::readMemory(Device device, int addressLow, int addressHigh, int count, Bytes& data)
+{
+    requestMemoryRead(device, addressLow, addressHigh, count);
+    data.clear();
+    Bytes report(reportBytes);
+    report.front() = reportId;
+    if (!device->getFeatureBlocking(&report))
+        return false;
+    const auto begin = report.begin() + answerDataOffset;
+    if (report[answerStatusOffset] != answerNoData)
+        data.assign(begin, begin + count);
+    return true;
 }
 
 int HidUtilities::getAvneraChipId(Device device)
 {
     int value = 0;
-    if (!getChipInfoCommand(value, std::move(device), chipIdRegister.addressLow, chipIdRegister.addressHigh,
-                            1)) {
+    if (!getChipInfoCommand(value, std::move(device), lowByte(chipIdRegister), highByte(chipIdRegister), 1)) {
         qCritical("Failed trying obtain chip ID");
         return 0;
     }
-    switch (value) {
-    case Av6x01:
-        qDebug("VMI AV6x01 identified");
-        return value;
-    case Av6x02:
-        qDebug("VMI AV6x02 identified");
-        return value;
-    default:
+    const ChipModel* const model = findChipModel(value);
+    if (!model) {
         qCritical("Chip ID register does not match USB enumeration PID (Product ID number)");
         return 0;
     }
+    qDebug("VMI %s identified", model->name);
+    return value;
 }
 
 int HidUtilities::getAvneraChipRevision(Device device)
 {
     int value = 0;
-    if (!getChipInfoCommand(value, std::move(device), chipRevisionRegister.addressLow,
-                            chipRevisionRegister.addressHigh, 1)) {
+    if (!getChipInfoCommand(value, std::move(device), lowByte(chipRevisionRegister),
+                            highByte(chipRevisionRegister), 1)) {
         qCritical("Failed trying obtain chip revision");
         return 0;
     }
@@ -159,18 +164,16 @@ int HidUtilities::getAvneraChipRevision(Device device)
 bool HidUtilities::getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision)
 {
-    if (chipId != Av6x01 && chipId != Av6x02)
+    const ChipModel* const chip = findChipModel(chipId);
+    if (!chip)
         return false;
-    const auto found =
-        std::find_if(std::begin(loaderAddresses), std::end(loaderAddresses), [&](const LoaderAddresses& row) {
-            return row.chipId == chipId && row.revision == revision;
-        });
-    if (found == std::end(loaderAddresses)) {
-        qCritical(chipId == Av6x01 ? "Unsupported AV6xx1 chip version" : "Unsupported AV6xx2 chip version");
+    const ChipModel* const model = findChipModel(chipId, revision);
+    if (!model) {
+        qCritical("Unsupported %s chip version", chip->family);
         return false;
     }
-    qDebug(revision == RevisionC0 ? "C0 VMI found" : "D0 VMI found");
-    smData = found->smData;
-    ramBase = found->ramBase;
+    qDebug("%s VMI found", model->revisionName);
+    smData = model->smData;
+    ramBase = model->ramBase;
     return true;
 }

@@ -1,9 +1,11 @@
 // Mutates archives so that the loader gets past the frame often enough: three times of four the directory,
-// the sizes and the checksums are brought in line with what the mutated entries contain.
+// the sizes and the checksums are brought in line with what the mutated entries contain, and one time of
+// four an entry's bytes are then said to be packed by any method that there is a number for.
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <iterator>
 
 #include <QtEndian>
 
@@ -58,6 +60,22 @@ void measure(RawEntry& entry)
     inflateEnd(&stream);
 }
 
+/// Sets an entry's method and leaves its sizes true: what is not deflated unpacks to as much as there is.
+void setMethod(std::vector<RawEntry>& entries, unsigned int random)
+{
+    // ZIP application note 4.4.5
+    constexpr std::uint16_t methods[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9, 10,
+                                         11, 12, 13, 14, 93, 95, 96, 97, 98, 99};
+    if (entries.empty())
+        return;
+    RawEntry& entry = entries[random % entries.size()];
+    entry.method = methods[random / entries.size() % std::size(methods)];
+    entry.bytes = static_cast<std::uint32_t>(entry.packed.size());
+    entry.checksum = RawZip::checksumOf(entry.packed);
+    if (entry.method == RawZip::Deflated)
+        measure(entry);
+}
+
 std::vector<RawEntry> entriesOf(const QByteArray& zip)
 {
     constexpr int flagsOffset = 6;
@@ -92,8 +110,10 @@ std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::s
     size = LLVMFuzzerMutate(data, size, maxSize);
     if (seed % 4 == 0)
         return size;
-    const QByteArray zip =
-        RawZip::archive(entriesOf(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size))));
+    auto entries = entriesOf(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)));
+    if (seed % 4 == 1)
+        setMethod(entries, seed / 4);
+    const QByteArray zip = RawZip::archive(entries);
     if (static_cast<std::size_t>(zip.size()) > maxSize)
         return size;
     std::copy(zip.begin(), zip.end(), data);

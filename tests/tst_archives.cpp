@@ -34,8 +34,8 @@ constexpr int entryLimit = 64 * 1024 * 1024;
 constexpr int notesLimit = 1024 * 1024;
 // A sanitizer's shadow memory and quarantine count as the process's own.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
-constexpr int cpuLimitMs = isSanitized ? 100000 : 10000;
-constexpr int endsWithinMs = 120000; // whatever else the machine has to do
+constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 10;
+constexpr int endsWithinMs = 120000; // where it waits for something that does not come
 constexpr char childSwitch[] = "--load";
 
 /// An image that inspection takes for the device with the product identifier @p pid.
@@ -80,6 +80,8 @@ int loadInChild(const QString& path)
 {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_FSIZE, &none); // a byte written to a file ends the process
+    const rlimit time{cpuLimitSeconds, cpuLimitSeconds};
+    setrlimit(RLIMIT_CPU, &time);
     constexpr uid_t nobody = 65534;
     setfsuid(nobody); // root may read everything
     FirmwareController controller;
@@ -162,7 +164,8 @@ void TestArchives::write(const QByteArray& bytes)
 {
     QFile::remove(path);
     QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(file.errorString()));
+    QCOMPARE(file.write(bytes), static_cast<qint64>(bytes.size()));
 }
 
 /// Loads the archive at @p place in a child, in a folder where a file that it writes is found.
@@ -178,14 +181,15 @@ void TestArchives::loadApart(const QString& place, const QString& expected)
     child.setWorkingDirectory(home);
     child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(childSwitch), place});
     QVERIFY2(child.waitForFinished(endsWithinMs), "it does not end");
-    QVERIFY2(child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0,
-             child.readAllStandardError().right(3000).constData());
+    const QByteArray errors = child.readAllStandardError().right(3000);
+    QVERIFY2(child.exitStatus() == QProcess::NormalExit, "it was ended, by a limit or a fault\n" + errors);
+    QVERIFY2(child.exitCode() == 0, errors.constData());
     QCOMPARE(listing(folder.path()), before);
     const QByteArrayList told = child.readAllStandardOutput().split(' ');
     QCOMPARE(told.size(), 3);
     QCOMPARE(QString::fromUtf8(QByteArray::fromHex(told.at(2))), expected);
-    QVERIFY2(told.at(1).toInt() < cpuLimitMs, told.at(1).constData());
-    QVERIFY2(told.at(0).toInt() > 0 && told.at(0).toInt() < peakLimitKiB, told.at(0).constData());
+    QVERIFY2(told.at(0).toInt() > 0, told.at(0).constData());
+    QVERIFY2(told.at(0).toInt() < peakLimitKiB, told.at(0).constData());
     qInfo("%s KiB, %s ms", told.at(0).constData(), told.at(1).constData());
 }
 
@@ -223,6 +227,18 @@ void TestArchives::archivesEndInTheirSignal_data()
     damaged("declared 2 GiB in ZIP64", [](RawEntry& e) { e = inZip64(e, 0x80000000); });
     damaged("declared 16 EiB in ZIP64", [](RawEntry& e) { e = inZip64(e, ~quint64{0}); });
     damaged("declared in ZIP64 that is not there", [](RawEntry& e) { e.bytes = 0xFFFFFFFF; });
+    const auto bzip2 = [](const QByteArray& packed) {
+        return [packed](RawEntry& e) {
+            e.method = RawZip::Bzip2;
+            e.packed = packed;
+            e.packedBytes = static_cast<std::uint32_t>(packed.size());
+        };
+    };
+    const QByteArray bzip2OfNew = QByteArray::fromHex("425A683931415926535979BF4855000000958000010001"
+                                                      "020000802000219A68334D133C5DC914E14241E6FD2154");
+    damaged("bzip2 that ends early", bzip2(bzip2OfNew.chopped(1)));
+    damaged("bzip2 of 1 byte", bzip2("B"));
+    damaged("bzip2 of 0 bytes", bzip2(""));
     damaged("nothing in it", [](RawEntry& e) { e = RawZip::entry(e.name, "", RawZip::Method(e.method)); });
     damaged("name of more than 256 bytes", [](RawEntry& e) { e.name.prepend(QByteArray(253, 'n')); });
 
@@ -245,6 +261,11 @@ void TestArchives::archivesEndInTheirSignal_data()
     entries("no names", headsetOnly, {RawZip::entry("", transmitter), headset});
     entries("folders only", failed, {RawZip::entry("a/", ""), RawZip::entry("t.ff/", transmitter)});
     entries("no entries", failed, {});
+    const RawEntry plainNotes = RawZip::entry("n.txt", "New.");
+    entries("notes in bzip2", headsetOnly, {headset, changed(plainNotes, bzip2(bzip2OfNew))});
+    entries("notes in bzip2 that end early", headsetOnly,
+            {headset, changed(plainNotes, bzip2(bzip2OfNew.chopped(1)))});
+    notes("notes in the system's encoding", "\xC3\xA9", QString::fromLocal8Bit("\xC3\xA9"));
     notes("notes in UTF-8, marked", "\xEF\xBB\xBF\xC3\xA9", QStringLiteral("\u00E9"));
     notes("notes in UTF-16, little end first", QByteArray("\xFF\xFE\xE9\0", 4), QStringLiteral("\u00E9"));
     notes("notes in UTF-16, big end first", QByteArray("\xFE\xFF\0\xE9", 4), QStringLiteral("\u00E9"));

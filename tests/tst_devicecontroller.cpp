@@ -160,6 +160,7 @@ private Q_SLOTS:
     void theReaderAsksAsPrescribed();
     void nothingIsSentForWhatLiesPastTheMemory_data();
     void nothingIsSentForWhatLiesPastTheMemory();
+    void aCancelledReaderBeginsNoTransfer();
     void lyingDevicesEndUnidentified_data();
     void lyingDevicesEndUnidentified();
 
@@ -465,6 +466,29 @@ void TestDeviceController::nothingIsSentForWhatLiesPastTheMemory()
     QVERIFY(!read(data, end, 1) && !read(data, 0xFFFFFFFF, 5) && !read(data, end - std::min(end, 19u), 20));
     QCOMPARE(chip->transfers, before);
     QCOMPARE(read(data, end - 1, 1), capacity > 0);
+}
+
+void TestDeviceController::aCancelledReaderBeginsNoTransfer()
+{
+    const LogCapture log;
+    constexpr int allTransfers = 4 + 4 + 6; // the chip's kind, the image's first byte, two rows
+    for (int k = 1; k <= allTransfers; ++k) {
+        const auto chip = std::make_shared<ScriptedChip>();
+        HidFixture f(chip);
+        const auto cancelled = std::make_shared<std::atomic<bool>>(false);
+        std::uint32_t cancelledAt = 0;
+        chip->onTransfer = [&] {
+            if (chip->transfers == k) {
+                *cancelled = true;
+                cancelledAt = f.clock.tickCount();
+            }
+        };
+        ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), cancelled);
+        QByteArray data;
+        QCOMPARE(read(data, 5, 20), k == allTransfers);
+        QCOMPARE(chip->transfers, k);
+        QVERIFY2(f.clock.tickCount() - cancelledAt <= 100, QByteArray::number(k));
+    }
 }
 
 void TestDeviceController::lyingDevicesEndUnidentified_data()

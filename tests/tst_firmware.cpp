@@ -1,7 +1,7 @@
 // The firmware package: identities, image inspection, image text, archives.
 
-#include <array>
 #include <random>
+#include <vector>
 
 #include <QtTest>
 
@@ -81,11 +81,8 @@ private Q_SLOTS:
     void identitiesAreToldApartByAllThreeFields()
     {
         const auto hid = InterfaceKind::Hid;
-        const std::array<DeviceId, 5> known{DeviceId{0x7A31, 4, hid},
-                                            {0x7A31, 3, hid},
-                                            {0x7A31, 6, hid},
-                                            {0x170D, 0x100, hid},
-                                            {0x170D, 0x101, hid}};
+        const std::vector<DeviceId> known{
+            {0x7A31, 4, hid}, {0x7A31, 3, hid}, {0x7A31, 6, hid}, {0x170D, 0x100, hid}, {0x170D, 0x101, hid}};
         QVERIFY(Utilities::allDeviceIds() == known);
         QString types;
         for (const DeviceId& id : known)
@@ -122,6 +119,7 @@ private Q_SLOTS:
         image("headset", build(headset()), "1.2.3/6");
         table("bit 7 of the identifier", {fileEntry(0xD5, "x"), fileEntry(0x85, "1.0.12,more")}, "1.0.12/0");
         table("after the end mark", {fileEntry(0x55, ""), versionEntry("1,"), usb}, "/0");
+        table("version in Latin-1", {versionEntry("\xE9\xFF,")}, "\xE9\xFF/0");
         table("version without comma", {fileEntry(5, "2.3----")}, "2.3/0");
         table("version shorter than its header", {fileEntry(5, "12"), usb}, "/4");
         table("first of two versions", {versionEntry("1,"), versionEntry("2,")}, "1/0");
@@ -129,6 +127,7 @@ private Q_SLOTS:
         table("first of two files alike", {foreign, other}, "/0");
         table("order of the table", {other, usb}, "/3");
         table("past a foreign vendor", {foreign, usb}, "/4");
+        table("less than no record", {patched(usb, 4, "\x08")}, "/0");
         table("no record", {patched(usb, 4, "\x0E")}, "/0");
         table("one record, least count", {patched(usb, 4, "\x0F")}, "/4");
         table("one record, most count", {patched(second, 4, "\x14")}, "/0");
@@ -171,10 +170,12 @@ private Q_SLOTS:
         const QByteArray image("0123456789");
         const ReadVersionDataHelper_FromFile reader(&image);
         QByteArray buffer;
-        QVERIFY(reader(buffer, 4, 6) && buffer.size() == 6);
+        QVERIFY(reader(buffer, 4, 6));
+        QCOMPARE(buffer.size(), 6);
         QCOMPARE(static_cast<const void*>(buffer.constData()),
                  static_cast<const void*>(image.constData() + 4));
-        QVERIFY(!reader(buffer, 5, 6) && buffer.isEmpty());
+        QVERIFY(!reader(buffer, 5, 6));
+        QVERIFY(buffer.isEmpty());
         QVERIFY(!reader(buffer, 0xFFFFFFFE, 4)); // the sum wraps
     }
 
@@ -194,8 +195,10 @@ private Q_SLOTS:
         }
         for (const char* bad :
              {"12\tremark", "80000000", "-80000001", "FFFFFFFFFFFFFFFFFF12", "word", "0x", "-", "+-1", "- 1",
-              "/ /", "12\r34", "12,", "0x0x1", "12\n\n3g\n", "", "\n", "//"})
-            QVERIFY2(ImageTextReference::decode(bad).isEmpty() && ImageText::decode(bad).isEmpty(), bad);
+              "/ /", "12\r34", "12,", "0x0x1", "12\n\n3g\n", "", "\n", "//"}) {
+            QVERIFY2(ImageTextReference::decode(bad).isEmpty(), bad);
+            QVERIFY2(ImageText::decode(bad).isEmpty(), bad);
+        }
     }
 
     void randomTextsDecodeAsQStringWould()
@@ -231,6 +234,8 @@ private Q_SLOTS:
         row("release", {file("t.ff", tx), headset, file("n.txt", "New.\r\n")}, "4 6 VYNT1 New.\r\n");
         row("generation 2 alone", {file("a/b.ef", tx2)}, "3 0 VYNT2 ");
         row("notes in a folder, marked", {file("d/n.txt", "\xEF\xBB\xBF\xC3\xA9"), headset}, "0 6  \xE9");
+        row("notes of another suffix beside", {file("N.TXT", "no"), file("n.txt", "yes"), headset},
+            "0 6  yes");
         row("two notes", {file("n.txt", ""), file("d/n.txt", ""), headset}, "");
         row("two transmitters", {file("a.ff", tx), file("b.ef", tx2), headset}, "");
         row("unknown product beside", {file("x.ff", textFor(5)), headset}, "0 6  ");

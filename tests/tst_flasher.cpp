@@ -2,7 +2,8 @@
 // reports in the order in which they happen:
 //   F004?01  asks for 1 byte at chip address F004    A  collects it      F0E2=0A  writes 0A to chip address
 //   F0E2 E  erases   C  commits   X  ends programming      D0100  image data for offset 0x100 of the chunk
-//   s20  sleeps 20 ms     r132  range 0 to 132     p  progress by one     ok, error 1  outcome
+//   s20  sleeps 20 ms     r132  range 0 to 132     p  progress by one
+//   ok, error 1  outcome, after which the device is closed
 
 #include <QtTest>
 
@@ -42,11 +43,18 @@ struct Run : HidFixture
                          [this](int value) { journal << (value == ++progress ? "p" : "p wrong"); });
         QObject::connect(&flasher, &Flasher::progressRangeChanged,
                          [this](int min, int max) { note("r", max - min); });
-        QObject::connect(&flasher, &Flasher::flashingFinished, [this] { journal << "ok"; });
-        QObject::connect(&flasher, &Flasher::flashingError, [this](int code) { note("error ", code); });
+        QObject::connect(&flasher, &Flasher::flashingFinished, [this] { end("ok"); });
+        QObject::connect(&flasher, &Flasher::flashingError,
+                         [this](int code) { end("error " + QByteArray::number(code)); });
     }
 
     void note(const char* what, int number) { journal << what + QByteArray::number(number); }
+
+    void end(const QByteArray& outcome)
+    {
+        journal << (tree.openFileCount() == openBefore ? outcome : outcome + " of a closed device");
+        place = flasher.endOfRun();
+    }
 
     QByteArray operate(int type)
     {
@@ -88,6 +96,8 @@ struct Run : HidFixture
     int progress = 0;
     int packets = 0;
     Flasher flasher;
+    const std::size_t openBefore = tree.openFileCount();
+    Flasher::Place place; ///< at the end of the run
 };
 
 QByteArray packets(int count)
@@ -136,20 +146,22 @@ private Q_SLOTS:
     void init() { handlesBefore = openHandleCount(); }
     void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
 
-    void theWholeSequenceIsAsPrescribed_data();
-    void theWholeSequenceIsAsPrescribed();
+    void theWholeSequenceFollowsTheProtocol_data();
+    void theWholeSequenceFollowsTheProtocol();
     void theImageSetsGeometryRangeAndLengths_data();
     void theImageSetsGeometryRangeAndLengths();
     void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data();
     void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite();
     void nothingIsWrittenAfterAnAbort();
+    void everyTransferThatFailsIsTold_data();
+    void everyTransferThatFailsIsTold();
     void theLogTellsEveryStep();
 
 private:
     std::size_t handlesBefore = 0;
 };
 
-void TestFlasher::theWholeSequenceIsAsPrescribed_data()
+void TestFlasher::theWholeSequenceFollowsTheProtocol_data()
 {
     QTest::addColumn<int>("chip");
     QTest::addColumn<int>("revision");
@@ -163,7 +175,7 @@ void TestFlasher::theWholeSequenceIsAsPrescribed_data()
     row(13, 3, "B53A B53B B53F B541 B544 B547 B54E 5CBB F0E1=A0 ");
 }
 
-void TestFlasher::theWholeSequenceIsAsPrescribed()
+void TestFlasher::theWholeSequenceFollowsTheProtocol()
 {
     QFETCH(const int, chip);
     QFETCH(const int, revision);
@@ -243,7 +255,7 @@ void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data()
         "!Transmitter: ERROR: File announces no sector size!");
     row("half a header", imageOf(1, 0x0B, 0), 12, 2, identify + " error 4",
         "!Transmitter: ERROR: File is too short to describe the device memory!");
-    row("reports too short for data", good, shortReports, 2, identify + " error 1",
+    row("reports too short for data", good, shortReports, 2, identify + " error 5",
         "!Transmitter: ERROR: Device takes no data packets!");
 }
 
@@ -282,6 +294,51 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             QCOMPARE(run.tree.openFileCount(), std::size_t(0));
         }
     }
+}
+
+void TestFlasher::everyTransferThatFailsIsTold_data()
+{
+    QTest::addColumn<int>("chip");
+    QTest::addColumn<int>("revision");
+    QTest::addColumn<int>("firstFailing");
+    QTest::addColumn<int>("lastFailing");
+    QTest::addColumn<QByteArray>("told");
+    QTest::addColumn<QByteArray>("outcome");
+    const auto row = [](const char* name, int chip, int revision, int first, int last, const char* told,
+                        const char* outcome) {
+        QTest::newRow(name) << chip << revision << first << last << QByteArray(told) << QByteArray(outcome);
+    };
+    constexpr int never = 1000;
+    row("none", 12, 2, never, never, "", "ok, final wait 20");
+    row("none, foreign chip", 14, 2, never, never, "", "error 3, identify 4");
+    row("none, revision 0", 12, 0, never, never, "", "error 3, identify 4");
+    row("from the first on", 12, 2, 1, never, "1 identify|2 identify|3 identify|4 identify",
+        "error 3, identify 1");
+    row("a request whose answer comes", 12, 2, 3, 3, "3 identify", "ok, final wait 20");
+    row("from the last two on", 12, 2, 19, never, "19 commit|20 final wait", "ok, commit 19");
+    row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait 20");
+}
+
+void TestFlasher::everyTransferThatFailsIsTold()
+{
+    QFETCH(const int, chip);
+    QFETCH(const int, revision);
+    QFETCH(const int, firstFailing);
+    QFETCH(const int, lastFailing);
+    Run run(imageOf(300, 0x0B, 0x06), chip, revision);
+    run.hid->onTransfer = [&] {
+        const bool fails = run.hid->transfers >= firstFailing && run.hid->transfers <= lastFailing;
+        run.hid->setError = run.hid->getError = fails ? ERROR_GEN_FAILURE : ERROR_SUCCESS;
+    };
+    run.operate(Transmitter);
+    QByteArrayList told;
+    for (const QByteArray& line : run.log.text().split('|')) {
+        if (line.startsWith("?Transmitter: Transfer "))
+            told << line.mid(23).replace(" did not get through, phase", "");
+    }
+    QTEST(told.join('|'), "told");
+    QTEST(run.journal.last() + ", " + run.place.phase + ' ' + QByteArray::number(run.place.transfer),
+          "outcome");
 }
 
 void TestFlasher::theLogTellsEveryStep()

@@ -25,7 +25,7 @@ struct RawEntry
 /// Writes archives that no tool would write.
 namespace RawZip {
 
-enum Method : std::uint16_t { Stored = 0, Deflated = 8 };
+enum Method : std::uint16_t { Stored = 0, Deflated = 8, Bzip2 = 12 };
 
 inline std::uint32_t checksumOf(const QByteArray& bytes)
 {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+/// The memory that a firmware image is built for. Sizes are in bytes, 0 where none is told.
+struct ImageGeometry
+{
+    std::uint32_t deviceSize;
+    std::uint32_t transmitterPageSize; ///< 1 where none is told
+    std::uint32_t headsetPageSize;
+    std::uint32_t transmitterSectorSize;
+    std::uint32_t configBits; ///< 0 to 3, for the loader
+
+    /// Decodes the first two bytes of an image:
+    ///
+    ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, doubled with each step
+    ///             bits 4 to 7  page size: 1 is 4 bytes; the headset leaves bit 7 out
+    ///     byte 1  bits 0 to 3  size of the transmitter's sectors, as the memory size
+    ///             bits 4 to 5  configuration bits
+    static ImageGeometry decode(unsigned char byte0, unsigned char byte1);
+};
