@@ -38,7 +38,9 @@ QString faultList()
 {
     QString text;
     for (const FaultDescription& fault : faultDescriptions())
-        text += QStringLiteral("\n  %1  %2").arg(fault.name, -16).arg(fault.explanation);
+        text += QStringLiteral("\n  %1  %2")
+                    .arg(QLatin1String(fault.name), -16)
+                    .arg(QLatin1String(fault.explanation));
     return text;
 }
 
@@ -57,7 +59,8 @@ bool parseFault(const QString& text, BenchOptions& options)
     options.faultName = parts.first();
     if (parts.size() == 2)
         options.faultTransfer = parts.last().toInt(&isNumber);
-    return parts.size() <= 2 && isNumber && options.faultTransfer >= 1 && faultByName(options.faultName);
+    return parts.size() <= 2 && isNumber && options.faultTransfer >= 1 &&
+           faultByName(options.faultName.toStdString());
 }
 
 } // namespace

@@ -26,7 +26,7 @@ constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset
 
 bool writeArchive(const QString& path, const ImageOptions& transmitter, const ImageOptions& headset)
 {
-    const QByteArray notes = "Version " + transmitter.version +
+    const QByteArray notes = "Version " + QByteArray::fromStdString(transmitter.version) +
                              "\n\n"
                              "- Clearer voice in noisy rooms\n"
                              "- The headset finds its transmitter faster after a pause\n"
@@ -56,7 +56,7 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     , log(eventLog)
     , scaledClock(options.speed)
     , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
-    , fault(faultByName(benchOptions.faultName))
+    , fault(faultByName(benchOptions.faultName.toStdString()))
     , faultyType(benchOptions.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
                                                                           : DeviceType::Headset)
 {
@@ -107,10 +107,11 @@ bool BenchRun::makeArchive(const QString& path, int generation, const QString& v
 {
     ImageOptions transmitter = ImageBuilder::transmitter(generation);
     ImageOptions headset = ImageBuilder::headset();
-    transmitter.version = headset.version = version.toLatin1();
+    transmitter.version = headset.version = version.toStdString();
     transmitter.seed = headset.seed = qHash(version);
-    return writeArchive(path, ImageBuilder::forMemoryOf(transmitter, images[DeviceType::Transmitter]),
-                        ImageBuilder::forMemoryOf(headset, images[DeviceType::Headset]));
+    return writeArchive(path,
+                        ImageBuilder::forMemoryOf(transmitter, bytesOf(images[DeviceType::Transmitter])),
+                        ImageBuilder::forMemoryOf(headset, bytesOf(images[DeviceType::Headset])));
 }
 
 void BenchRun::preparePair()
@@ -119,8 +120,8 @@ void BenchRun::preparePair()
     setup.generation = options.generation;
     setup.chipId = options.chipId;
     setup.revision = options.revision;
-    setup.transmitterImage = images[DeviceType::Transmitter];
-    setup.headsetImage = images[DeviceType::Headset];
+    setup.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
+    setup.headsetImage = bytesOf(images[DeviceType::Headset]);
     setup.report = [this](const std::string& text) { log.add(QString::fromStdString(text)); };
     pair = std::make_unique<SimulatedPair>(machine, setup);
     for (const DeviceType type : bothTypes) {

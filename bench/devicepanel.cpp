@@ -11,8 +11,9 @@ DevicePanel::DevicePanel(QWidget* parent)
 {
     ui->setupUi(this);
     for (const FaultDescription& fault : faultDescriptions()) {
-        ui->faultBox->addItem(fault.name, static_cast<int>(fault.fault));
-        ui->faultBox->setItemData(ui->faultBox->count() - 1, fault.explanation, Qt::ToolTipRole);
+        ui->faultBox->addItem(QLatin1String(fault.name), static_cast<int>(fault.fault));
+        ui->faultBox->setItemData(ui->faultBox->count() - 1, QLatin1String(fault.explanation),
+                                  Qt::ToolTipRole);
     }
     ui->legendLabel->setText(MemoryMap::legend());
     connect(ui->cableButton, &QPushButton::clicked, this, &DevicePanel::toggleCable);
@@ -34,10 +35,11 @@ void DevicePanel::refresh(const QByteArray& image)
     const auto memory = device->memory();
     const auto identity = ImageBuilder::identityOf(memory);
     ui->modeLabel->setText(mode());
-    ui->versionLabel->setText(identity ? QString::fromLatin1(identity->version) : tr("none that is valid"));
+    ui->versionLabel->setText(identity ? QString::fromStdString(identity->version)
+                                       : tr("none that is valid"));
     ui->memoryMap->show(memory, image);
     ui->memoryLabel->setText(ui->memoryMap->summary());
-    const SimulatedDevice::Transfers transfers = device->transfers();
+    const Transfers transfers = device->transfers();
     const QString phase = QString::fromLatin1(phaseName(transfers.phase));
     ui->transfersLabel->setText(transfers.count == 0
                                     ? tr("none yet")

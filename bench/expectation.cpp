@@ -23,7 +23,7 @@ Expectation whenTransferFails(Phase phase)
     }
 }
 
-Expectation whenDeviceVanishes(const SimulatedDevice::Transfers& at, int commits)
+Expectation whenDeviceVanishes(const Transfers& at, int commits)
 {
     switch (at.phase) {
     case Phase::Identify:
@@ -31,7 +31,7 @@ Expectation whenDeviceVanishes(const SimulatedDevice::Transfers& at, int commits
     case Phase::FinalWait:
         return success;
     case Phase::Commit:
-        return at.commits < commits ? lost : unnoticed;
+        return at.in(Phase::Commit) < commits ? lost : unnoticed;
     default:
         return lost;
     }
@@ -39,13 +39,13 @@ Expectation whenDeviceVanishes(const SimulatedDevice::Transfers& at, int commits
 
 } // namespace
 
-Expectation expectationFor(std::optional<Fault> fault,
-                           const std::optional<SimulatedDevice::Transfers>& struckAt, int commits)
+Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits)
 {
     if (!fault || !struckAt)
         return success;
     const bool isBeforeIdentification =
-        struckAt->phase == Phase::Leave || (struckAt->phase == Phase::Identify && struckAt->inPhase == 1);
+        struckAt->phase == Phase::Leave ||
+        (struckAt->phase == Phase::Identify && struckAt->in(Phase::Identify) == 1);
     switch (*fault) {
     case Fault::TransferFails:
         return whenTransferFails(struckAt->phase);

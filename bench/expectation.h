@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "simulateddevice.h"
+#include "faultplan.h"
 
 /// How the update of a device has to end.
 struct Expectation
@@ -14,5 +14,4 @@ struct Expectation
 /// The outcome that the protocol prescribes when @p fault was armed for an update and struck at @p struckAt.
 /// A single transfer's failure is not acted on while the device stays, and nothing is asked after the last of
 /// @p commits commits, so there a success is reported over a memory that the next update has to put right.
-Expectation expectationFor(std::optional<Fault> fault,
-                           const std::optional<SimulatedDevice::Transfers>& struckAt, int commits);
+Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits);

@@ -140,13 +140,13 @@ int FaultMatrix::runFamily(const QString& family, int sample, EventLog& log)
     for (const FaultDescription& fault : faultDescriptions()) {
         for (int transfer = 1; transfer <= transfers; transfer += sample) {
             static_cast<void>(log.takeLines());
-            options.faultName = fault.name;
+            options.faultName = QLatin1String(fault.name);
             options.faultTransfer = transfer;
             const bool isSurvived = survives(options, log);
             ++count.faults;
             count.survived += isSurvived ? 1 : 0;
             if (!isSurvived)
-                print(QStringLiteral("%1: %2@%3\n").arg(family, fault.name).arg(transfer) +
+                print(QStringLiteral("%1: %2@%3\n").arg(family, QLatin1String(fault.name)).arg(transfer) +
                       log.takeLines().join(QLatin1Char('\n')));
         }
     }

@@ -87,5 +87,5 @@ int Verdict::firstDifference() const
 QString Verdict::version() const
 {
     const auto identity = ImageBuilder::identityOf(device.memory());
-    return identity ? QString::fromLatin1(identity->version) : QStringLiteral("(no valid firmware)");
+    return identity ? QString::fromStdString(identity->version) : QStringLiteral("(no valid firmware)");
 }

@@ -26,7 +26,7 @@ constexpr int kib = 1024;
 QByteArray imageOf(ImageOptions options, int bytes)
 {
     options.size = bytes;
-    return ImageBuilder::build(options);
+    return toByteArray(ImageBuilder::build(options));
 }
 
 /// An entry as it stands in an archive, and the room for what it unpacks to.
@@ -45,7 +45,8 @@ public:
         , headset(imageOf(ImageBuilder::headset(), imageBytes))
         , path(folder.filePath(QStringLiteral("sample.zip")))
     {
-        require(ArchiveBuilder::write(path, ArchiveBuilder::release(transmitter, headset, "Notes")),
+        require(ArchiveBuilder::write(
+                    path, ArchiveBuilder::release(bytesOf(transmitter), bytesOf(headset), "Notes")),
                 "cannot write the archive");
         QuaZip archive(path);
         require(archive.open(QuaZip::mdUnzip), "cannot read the archive");
@@ -114,7 +115,7 @@ int countLines(const QByteArray& text)
 MakePair decodePairs()
 {
     const QByteArray image = imageOf(ImageBuilder::transmitter(), 128 * kib);
-    const QByteArray text = ArchiveBuilder::imageText(image);
+    const QByteArray text = ArchiveBuilder::imageText(bytesOf(image));
     require(ImageText::decode(text) == image, "the image is wrong");
     const int lines = countLines(text);
     return alternately([text] { static_cast<void>(ImageText::decode(text)); },

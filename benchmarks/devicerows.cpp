@@ -15,12 +15,13 @@ extern "C" {
 #include <QByteArray>
 
 #include "abstracthiddevice.h"
+#include "archivebuilder.h"
 #include "comparison.h"
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
 #include "flasher.h"
 #include "hidutilities.h"
-#include "imagebuilder.h"
+#include "layerbus.h"
 #include "simulateddevice.h"
 #include "simulatedmachine.h"
 #include "utilities.h"
@@ -240,8 +241,10 @@ Pair sendPackets(const QByteArray& image)
     const ScopedMachine scope(machine);
     SimulatedDeviceTree& tree = machine.deviceTree();
     const std::vector<std::uint8_t> bytes(image.begin(), image.end());
+    LayerBus bus(tree);
     SimulatedDevice headset(
-        tree, clock, {SimulatedChip::hardwareFor(DeviceType::Headset, 12, 2, bytes), bytes, 1, nullptr});
+        bus, sleepOn(clock),
+        {SimulatedChip::hardwareFor(DeviceType::Headset, 12, 2, bytes), bytes, 1, nullptr});
     headset.plugIn();
     const auto open = [&] { return Utilities::openHidDeviceByPath(onlyPath(tree), 3, 0); };
     require(HidUtilities::sendControlRequest(open(), HidUtilities::LeaveApplication), "the device refuses");
@@ -265,7 +268,7 @@ MakePair packetPairs()
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     ImageOptions options = ImageBuilder::headset();
     options.size = 64 * 1024;
-    return [image = ImageBuilder::build(options)] { return sendPackets(image); };
+    return [image = toByteArray(ImageBuilder::build(options))] { return sendPackets(image); };
 }
 
 const char walkName[] = "the prescribed walk, bare";

@@ -8,9 +8,9 @@
 #include <QByteArray>
 #include <QtEndian>
 
+#include "archivebuilder.h"
 #include "comparison.h"
 #include "firmwareutilities.h"
-#include "imagebuilder.h"
 
 using namespace Comparison;
 
@@ -57,11 +57,11 @@ QByteArray imageOf(int bytes)
     constexpr int fileBytes = 60 * kib;
     ImageOptions options = ImageBuilder::transmitter();
     for (int filled = 0; filled + fileBytes < bytes; filled += fileBytes)
-        options.entries.push_back(ImageBuilder::fileEntry(0x23, QByteArray(fileBytes, '\x22')));
+        options.entries.push_back(ImageBuilder::fileEntry(0x23, std::string(fileBytes, '\x22')));
     options.entries.push_back(ImageBuilder::versionEntry("1.2.3,release"));
     options.entries.push_back(ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 0x0004));
     options.size = bytes;
-    return ImageBuilder::build(options);
+    return toByteArray(ImageBuilder::build(options));
 }
 
 void inspect(const QByteArray& image)

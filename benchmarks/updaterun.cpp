@@ -20,8 +20,8 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include "archivebuilder.h"
 #include "eventlog.h"
-#include "imagebuilder.h"
 #include "mainwindow.h"
 #include "simulatedpair.h"
 #include "userdriver.h"
@@ -118,7 +118,7 @@ int runEmpty(int imageBytes)
     SimulatedMachine machine(nullptr);
     const ScopedMachine scope(machine);
     const SimulatedPair pair(machine, setup);
-    QByteArray images[] = {setup.transmitterImage, setup.headsetImage};
+    QByteArray images[] = {toByteArray(setup.transmitterImage), toByteArray(setup.headsetImage)};
     for (QByteArray& image : images)
         image.detach();
     QMainWindow window;
@@ -182,8 +182,8 @@ private:
             if (!times.contains(type))
                 continue;
             const std::string name = type == DeviceType::Transmitter ? "transmitter" : "headset";
-            const QByteArray& image =
-                type == DeviceType::Transmitter ? setup.transmitterImage : setup.headsetImage;
+            const QByteArray image =
+                toByteArray(type == DeviceType::Transmitter ? setup.transmitterImage : setup.headsetImage);
             const Verdict verdict(type, pair.device(type), image);
             print(name + "-equal", verdict.isEqual());
             print(name + "-ms", static_cast<double>(times.value(type)));

@@ -33,10 +33,10 @@ QByteArray imageOf(ImageOptions options)
     if (options.entries.empty())
         options.entries = {ImageBuilder::versionEntry(options.version + ','),
                            ImageBuilder::usbDescriptorEntry(0x0C, options.vendorId, options.productId)};
-    return ImageBuilder::build(options);
+    return toByteArray(ImageBuilder::build(options));
 }
 
-QByteArray imageWith(const std::vector<QByteArray>& entries)
+QByteArray imageWith(const std::vector<std::vector<std::uint8_t>>& entries)
 {
     ImageOptions options;
     options.entries = entries;
@@ -61,8 +61,8 @@ QByteArray answersOf(int chipId, int revision, const QByteArray& image)
     chip.powerUp();
     HidFixture f;
     f.hid->onSet = [&](const QByteArray& report) {
-        chip.receive(reinterpret_cast<const std::uint8_t*>(report.constData()),
-                     static_cast<std::size_t>(report.size()));
+        chip.obey(SimulatedChip::understand(reinterpret_cast<const std::uint8_t*>(report.constData()),
+                                            static_cast<std::size_t>(report.size())));
     };
     f.hid->answer = [&](const QByteArray& entry) {
         const std::vector<std::uint8_t> answer = chip.answer(static_cast<std::size_t>(entry.size()));
@@ -88,13 +88,13 @@ void writeTexts(const QDir& corpus)
     text("imagetext/signs", 2, "-1\n+0x7\n-80000000\n7FFFFFFF\n");
     text("imagetext/spaces", 3, "\x85\xA0\v\f12\x85\xA0\r\r\n 34\t \n");
     text("imagetext/words", 4, "12\nword\n");
-    text("imagetext/release", 64, ArchiveBuilder::imageText(imageOf(ImageBuilder::transmitter())));
+    text("imagetext/release", 64, ArchiveBuilder::imageText(bytesOf(imageOf(ImageBuilder::transmitter()))));
 }
 
 void writeImages(const QDir& corpus)
 {
     using namespace ImageBuilder;
-    const QByteArray usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
+    const auto usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
     write(corpus, "inspection/transmitter", imageOf(transmitter(1)));
     write(corpus, "inspection/headset", imageOf(headset()));
     write(corpus, "inspection/foreign-first",
@@ -130,9 +130,11 @@ void writeArchives(const QDir& corpus)
     write(corpus, "archive/notes",
           RawZip::archive({entry("n.txt", QByteArray("\xFF\xFEN\0", 4)), entry("h.ef", h)}));
     write(corpus, "archive/zip64", RawZip::archive({entry("h.ef", h)}, 0x10000));
-    const auto text = [](const std::vector<QByteArray>& entries) { return plainText(imageWith(entries)); };
-    const QByteArray version = ImageBuilder::versionEntry("1,");
-    const QByteArray usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
+    const auto text = [](const std::vector<std::vector<std::uint8_t>>& entries) {
+        return plainText(imageWith(entries));
+    };
+    const auto version = ImageBuilder::versionEntry("1,");
+    const auto usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
     write(corpus, "archive/of-no-use",
           RawZip::archive(
               {entry("no-version.ff", text({ImageBuilder::versionEntry(","), usb})),

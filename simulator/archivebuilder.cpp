@@ -8,8 +8,8 @@
 namespace {
 
 constexpr int storedMethod = 0;
-constexpr int bytesPerComment = 16;
-constexpr int bytesPerRemark = 64;
+constexpr std::size_t bytesPerComment = 16;
+constexpr std::size_t bytesPerRemark = 64;
 
 bool writeEntry(QuaZip& archive, const ArchiveEntry& entry, bool isPacked)
 {
@@ -29,19 +29,18 @@ bool writeEntry(QuaZip& archive, const ArchiveEntry& entry, bool isPacked)
 
 namespace ArchiveBuilder {
 
-QByteArray imageText(const QByteArray& image)
+QByteArray imageText(const std::vector<std::uint8_t>& image)
 {
     static const char digits[] = "0123456789ABCDEF";
     QByteArray text("// Firmware image, one byte per line\r\n");
-    text.reserve(image.size() * 5);
-    for (int i = 0; i < image.size(); ++i) {
+    text.reserve(static_cast<int>(image.size()) * 5);
+    for (std::size_t i = 0; i < image.size(); ++i) {
         if (i % bytesPerComment == 0)
-            text += "// " + QByteArray::number(i, 16) + "\r\n";
-        const auto byte = static_cast<unsigned char>(image.at(i));
+            text += "// " + QByteArray::number(static_cast<qulonglong>(i), 16) + "\r\n";
         if (i % bytesPerRemark == 1)
             text += "0x";
-        text += digits[byte >> 4];
-        text += digits[byte & 0x0F];
+        text += digits[image[i] >> 4u];
+        text += digits[image[i] & 0x0Fu];
         if (i % bytesPerRemark == 0)
             text += " // page";
         text += "\r\n";
@@ -49,7 +48,8 @@ QByteArray imageText(const QByteArray& image)
     return text;
 }
 
-std::vector<ArchiveEntry> release(const QByteArray& transmitterImage, const QByteArray& headsetImage,
+std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterImage,
+                                  const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes)
 {
     return {

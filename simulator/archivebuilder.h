@@ -7,6 +7,17 @@
 
 #include "imagebuilder.h"
 
+/// Bytes as Qt has them.
+inline QByteArray toByteArray(const std::vector<std::uint8_t>& bytes)
+{
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
+}
+
+inline std::vector<std::uint8_t> bytesOf(const QByteArray& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
+
 /// A file of an archive.
 struct ArchiveEntry
 {
@@ -22,10 +33,11 @@ struct ArchiveEntry
 namespace ArchiveBuilder {
 
 /// The image as hexadecimal text: a byte per line in different spellings, with comment lines and remarks.
-QByteArray imageText(const QByteArray& image);
+QByteArray imageText(const std::vector<std::uint8_t>& image);
 
 /// Both images and the release notes, under the names that a release gives them.
-std::vector<ArchiveEntry> release(const QByteArray& transmitterImage, const QByteArray& headsetImage,
+std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterImage,
+                                  const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes);
 
 /// Writes a ZIP archive; the same entries give the same bytes.

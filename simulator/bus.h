@@ -12,7 +12,7 @@ enum class Transfer {
     Gone,   ///< the device went away during the transfer
 };
 
-/// Serves the feature reports of one HID interface. Called on any thread, one transfer at a time.
+/// Serves the feature reports of one HID interface. Called on any thread, also on several at a time.
 class FeatureReports
 {
 public:

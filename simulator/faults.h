@@ -1,9 +1,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
-
-#include <QString>
 
 /// What can go wrong with a simulated device. A fault strikes once, at a feature-report transfer counted from
 /// 1, or at what it is about when that next happens from that transfer on.
@@ -23,10 +22,10 @@ enum class Fault {
 struct FaultDescription
 {
     Fault fault;
-    QString name; ///< as on the command line
-    QString explanation;
+    const char* name; ///< as on the command line
+    const char* explanation;
 };
 
 const std::vector<FaultDescription>& faultDescriptions();
 
-std::optional<Fault> faultByName(const QString& name);
+std::optional<Fault> faultByName(const std::string& name);

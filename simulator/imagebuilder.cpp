@@ -3,72 +3,74 @@
 #include <algorithm>
 #include <random>
 
-#include <QtEndian>
-
 namespace {
 
-constexpr char endOfTable = 0x55;
-constexpr std::uint8_t versionFileId = 5;
-constexpr int unreadTailBytes = 4; // a version file is read up to its length, its header included
+using Bytes = std::vector<std::uint8_t>;
 
-constexpr int smallestMemoryBytes = 128; // of size code 1; each further code doubles it
+constexpr std::uint8_t endOfTable = 0x55;
+constexpr std::uint8_t versionFileId = 5;
+constexpr std::size_t unreadTailBytes = 4; // a version file is read up to its length, its header included
+
+constexpr std::size_t smallestMemoryBytes = 128; // of size code 1; each further code doubles it
 constexpr int maxSizeCode = 15;
 
-constexpr char deviceDescriptorType = 1;
-constexpr char configurationDescriptorType = 2;
+constexpr std::uint8_t deviceDescriptorType = 1;
+constexpr std::uint8_t configurationDescriptorType = 2;
 
-QByteArray word(unsigned int value)
+void append(Bytes& bytes, const Bytes& more)
 {
-    QByteArray bytes(2, Qt::Uninitialized);
-    qToLittleEndian(static_cast<std::uint16_t>(value), bytes.data());
-    return bytes;
+    bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-char byte(unsigned int value)
+/// The little-endian form of a word.
+Bytes word(std::size_t value)
 {
-    return static_cast<char>(value & 0xFF);
+    return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8u)};
 }
 
 /// USB 2.0, table 9-8: a HID-only device, USB 2.0, 64-byte control packets, one configuration.
-QByteArray deviceDescriptor(std::uint16_t vendorId, std::uint16_t productId)
+Bytes deviceDescriptor(std::uint16_t vendorId, std::uint16_t productId)
 {
-    return QByteArray::fromHex("12010002000000"
-                               "40") +
-           word(vendorId) + word(productId) +
-           QByteArray::fromHex("0001"
-                               "010203"
-                               "01");
+    Bytes descriptor{0x12, 0x01, 0x00, 0x02, 0x00, 0x00, 0x00, 0x40};
+    append(descriptor, word(vendorId));
+    append(descriptor, word(productId));
+    append(descriptor, {0x00, 0x01, 0x01, 0x02, 0x03, 0x01});
+    return descriptor;
 }
 
 /// USB 2.0, table 9-10: no interfaces, bus powered, 100 mA.
-QByteArray configurationDescriptor()
+Bytes configurationDescriptor()
 {
-    return QByteArray::fromHex("0902"
-                               "0900"
-                               "00"
-                               "01"
-                               "00"
-                               "80"
-                               "32");
+    return {0x09, 0x02, 0x09, 0x00, 0x00, 0x01, 0x00, 0x80, 0x32};
 }
 
-QByteArray descriptorRecord(char type, int offset, const QByteArray& descriptor)
+void appendRecord(Bytes& bytes, std::uint8_t type, std::size_t offset, const Bytes& descriptor)
 {
-    return QByteArray(1, type) + QByteArray(1, '\0') + word(static_cast<unsigned int>(offset)) +
-           word(static_cast<unsigned int>(descriptor.size()));
+    append(bytes, {type, 0});
+    append(bytes, word(offset));
+    append(bytes, word(descriptor.size()));
 }
 
-std::vector<QByteArray> usualEntries(const ImageOptions& options)
+Bytes fileOf(std::uint8_t identifier, const Bytes& contents)
+{
+    Bytes entry{identifier};
+    append(entry, word(contents.size()));
+    entry.push_back(0);
+    append(entry, contents);
+    return entry;
+}
+
+std::vector<Bytes> usualEntries(const ImageOptions& options)
 {
     return {
-        ImageBuilder::fileEntry(0x01, QByteArray(24, '\x11')),
+        ImageBuilder::fileEntry(0x01, std::string(24, '\x11')),
         ImageBuilder::versionEntry(options.version + ',' + options.versionRemark),
-        ImageBuilder::fileEntry(0x23, QByteArray(40, '\x22')),
+        ImageBuilder::fileEntry(0x23, std::string(40, '\x22')),
         ImageBuilder::usbDescriptorEntry(options.usbDescriptorFileId, options.vendorId, options.productId),
     };
 }
 
-int smallestDeviceSizeCode(int bytes)
+int smallestDeviceSizeCode(std::size_t bytes)
 {
     int code = 1;
     while (code < maxSizeCode && smallestMemoryBytes << (code - 1) < bytes)
@@ -76,19 +78,19 @@ int smallestDeviceSizeCode(int bytes)
     return code;
 }
 
-void appendPayload(QByteArray& image, const ImageOptions& options)
+void appendPayload(Bytes& image, const ImageOptions& options)
 {
     std::mt19937 generator(options.seed); // its sequence is the same on every system
-    image.reserve(options.size);
-    while (image.size() < options.size)
-        image.append(byte(generator()));
+    image.reserve(static_cast<std::size_t>(options.size));
+    while (image.size() < static_cast<std::size_t>(options.size))
+        image.push_back(static_cast<std::uint8_t>(generator()));
 }
 
 } // namespace
 
 namespace ImageBuilder {
 
-std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory)
+std::optional<Identity> identityOf(const Bytes& memory)
 {
     constexpr std::size_t entryBytes = 4;
     constexpr std::size_t recordsOffset = 14;
@@ -110,7 +112,7 @@ std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory)
             identity.productId = static_cast<std::uint16_t>(wordAt(device + productIdOffset));
         }
     }
-    if (identity.version.isEmpty() || identity.productId == 0)
+    if (identity.version.empty() || identity.productId == 0)
         return std::nullopt;
     return identity;
 }
@@ -135,66 +137,61 @@ ImageOptions headset()
     return options;
 }
 
-ImageOptions forMemoryOf(ImageOptions options, const QByteArray& image)
+ImageOptions forMemoryOf(ImageOptions options, const Bytes& image)
 {
     if (image.size() < 2)
         return options;
     constexpr unsigned nibble = 0x0F;
-    const auto first = static_cast<unsigned char>(image.at(0));
-    const auto second = static_cast<unsigned char>(image.at(1));
-    options.size = image.size();
-    options.deviceSizeCode = first & nibble;
-    options.pageSizeCode = first >> 4;
-    options.sectorSizeCode = second & nibble;
-    options.configBits = second >> 4 & 3;
+    options.size = static_cast<int>(image.size());
+    options.deviceSizeCode = image[0] & nibble;
+    options.pageSizeCode = image[0] >> 4u;
+    options.sectorSizeCode = image[1] & nibble;
+    options.configBits = image[1] >> 4u & 3u;
     return options;
 }
 
-QByteArray build(const ImageOptions& options)
+Bytes build(const ImageOptions& options)
 {
-    QByteArray table;
-    for (const QByteArray& entry : options.entries.empty() ? usualEntries(options) : options.entries)
-        table += entry;
-
-    QByteArray image(3, '\0');
-    image += word(static_cast<unsigned int>(options.headerBlockBytes));
-    image += QByteArray(options.headerBlockBytes, '\x33');
-    image += table;
-    image += QByteArray(5, endOfTable); // an entry's header is read with a byte of what follows it
+    Bytes image(3);
+    append(image, word(static_cast<std::size_t>(options.headerBlockBytes)));
+    image.resize(image.size() + static_cast<std::size_t>(options.headerBlockBytes), 0x33);
+    for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
+        append(image, entry);
+    image.resize(image.size() + 5, endOfTable); // an entry's header is read with a byte of what follows it
     appendPayload(image, options);
 
     const int deviceSizeCode =
         options.deviceSizeCode != 0 ? options.deviceSizeCode : smallestDeviceSizeCode(image.size());
-    image[0] = static_cast<char>(options.pageSizeCode << 4 | deviceSizeCode);
-    image[1] = static_cast<char>(options.configBits << 4 | options.sectorSizeCode);
+    image[0] = static_cast<std::uint8_t>(options.pageSizeCode << 4 | deviceSizeCode);
+    image[1] = static_cast<std::uint8_t>(options.configBits << 4 | options.sectorSizeCode);
     return image;
 }
 
-QByteArray fileEntry(std::uint8_t identifier, const QByteArray& contents)
+Bytes fileEntry(std::uint8_t identifier, const std::string& contents)
 {
-    return QByteArray(1, static_cast<char>(identifier)) + word(static_cast<unsigned int>(contents.size())) +
-           QByteArray(1, '\0') + contents;
+    return fileOf(identifier, Bytes(contents.begin(), contents.end()));
 }
 
-QByteArray versionEntry(const QByteArray& text)
+Bytes versionEntry(const std::string& text)
 {
-    return fileEntry(versionFileId, text + QByteArray(unreadTailBytes, '\0'));
+    return fileEntry(versionFileId, text + std::string(unreadTailBytes, '\0'));
 }
 
-QByteArray usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
+Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
-    constexpr int recordBytes = 6;
-    constexpr int recordCount = 2;
-    constexpr int recordsLengthBase = 9;
-    const QByteArray device = deviceDescriptor(vendorId, productId);
-    const QByteArray configuration = configurationDescriptor();
-    const int firstDescriptor = recordCount * recordBytes;
-    return fileEntry(identifier, QByteArray(1, byte(recordsLengthBase + recordCount * recordBytes)) +
-                                     QByteArray(9, '\0') +
-                                     descriptorRecord(deviceDescriptorType, firstDescriptor, device) +
-                                     descriptorRecord(configurationDescriptorType,
-                                                      firstDescriptor + device.size(), configuration) +
-                                     device + configuration);
+    constexpr std::size_t recordBytes = 6;
+    constexpr std::size_t recordCount = 2;
+    constexpr std::size_t recordsLengthBase = 9;
+    const Bytes device = deviceDescriptor(vendorId, productId);
+    const Bytes configuration = configurationDescriptor();
+    constexpr std::size_t firstDescriptor = recordCount * recordBytes;
+    Bytes contents(10);
+    contents[0] = recordsLengthBase + recordCount * recordBytes;
+    appendRecord(contents, deviceDescriptorType, firstDescriptor, device);
+    appendRecord(contents, configurationDescriptorType, firstDescriptor + device.size(), configuration);
+    append(contents, device);
+    append(contents, configuration);
+    return fileOf(identifier, contents);
 }
 
 } // namespace ImageBuilder

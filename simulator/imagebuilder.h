@@ -2,11 +2,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
-
-#include <QByteArray>
-
-#include "deviceinstance.h"
 
 /// What a firmware image is to contain. `ImageBuilder::transmitter()` and `headset()` give usual ones to
 /// vary.
@@ -24,15 +21,15 @@ struct ImageOptions
     int configBits = 0;        ///< 2 bits
     int headerBlockBytes = 11; ///< length of the block between header and file table
 
-    QByteArray version = QByteArrayLiteral("1.2.3");
-    QByteArray versionRemark = QByteArrayLiteral("release"); ///< what follows the comma after the version
+    std::string version = "1.2.3";
+    std::string versionRemark = "release"; ///< what follows the comma after the version
     std::uint16_t vendorId = 0x7A31;
     std::uint16_t productId = 0x0004;
     std::uint8_t usbDescriptorFileId = 0x0C; ///< or 0x35, 0x0D
 
     /// The file table's entries in order (see the functions below); where there is none, the usual four:
     /// filler, version, filler, USB descriptors.
-    std::vector<QByteArray> entries;
+    std::vector<std::vector<std::uint8_t>> entries;
 
     std::uint32_t seed = 1; ///< of the payload after the table
 };
@@ -42,13 +39,13 @@ struct ImageOptions
 ///
 ///     ImageOptions options = ImageBuilder::transmitter(2);
 ///     options.version = "2.0.0";
-///     const QByteArray image = ImageBuilder::build(options);
+///     const std::vector<std::uint8_t> image = ImageBuilder::build(options);
 namespace ImageBuilder {
 
 /// What a device's boot loader finds in an image.
 struct Identity
 {
-    QByteArray version;
+    std::string version;
     std::uint16_t productId = 0;
 };
 
@@ -60,18 +57,19 @@ ImageOptions transmitter(int generation = 1);
 ImageOptions headset();
 
 /// @p options for the memory that @p image is for, and as large as it.
-ImageOptions forMemoryOf(ImageOptions options, const QByteArray& image);
+ImageOptions forMemoryOf(ImageOptions options, const std::vector<std::uint8_t>& image);
 
-QByteArray build(const ImageOptions& options);
+std::vector<std::uint8_t> build(const ImageOptions& options);
 
 /// A file entry: identifier, length of the contents, contents.
-QByteArray fileEntry(std::uint8_t identifier, const QByteArray& contents);
+std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
 /// The version file with the text @p text (version, comma, remark). Its last four bytes lie beyond what is
 /// read.
-QByteArray versionEntry(const QByteArray& text);
+std::vector<std::uint8_t> versionEntry(const std::string& text);
 
 /// A USB descriptor file with a device and a configuration descriptor.
-QByteArray usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId);
+std::vector<std::uint8_t> usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId,
+                                             std::uint16_t productId);
 
 } // namespace ImageBuilder

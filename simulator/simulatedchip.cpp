@@ -40,12 +40,79 @@ enum {
     SectorSize = 20
 };
 
+constexpr std::uint8_t leaveApplication = 0x0A;
+
+SimulatedChip::Command refusal(const char* reason)
+{
+    SimulatedChip::Command command;
+    command.refusal = reason;
+    return command;
+}
+
+SimulatedChip::Command dataPacket(const std::uint8_t* report, std::size_t size)
+{
+    SimulatedChip::Command command = refusal("data packet refused");
+    command.phase = Phase::Download;
+    const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
+                          report[5] == 0 && report[6] == 1;
+    const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
+    if (!isFormed || offset % dataBytes != 0 || offset >= chunkBytes)
+        return command;
+    command.kind = SimulatedChip::Command::DataPacket;
+    command.address = static_cast<std::uint16_t>(offset);
+    command.bytes = report + dataHeaderBytes;
+    command.count = dataBytes;
+    return command;
+}
+
+/// Payload: class, 04 00 00, N, operation, operands.
+SimulatedChip::Command chipCommand(const std::uint8_t* payload, std::size_t size)
+{
+    using Command = SimulatedChip::Command;
+    constexpr std::size_t operationOffset = 5;
+    constexpr std::uint8_t memoryReadClass = 0xFD;
+    constexpr unsigned registerPage = 0xF0;
+    if (size <= operationOffset || payload[1] != 0x04 || payload[2] != 0 || payload[3] != 0 ||
+        payload[4] != size - operationOffset + 1)
+        return refusal("malformed command");
+    const bool isRead = payload[0] == memoryReadClass;
+    const std::uint8_t operation = payload[operationOffset];
+    const std::uint8_t* const operands = payload + operationOffset + 1;
+    const std::size_t count = size - operationOffset - 1;
+    const auto address = static_cast<std::uint16_t>(count >= 2 ? operands[0] | operands[1] << 8u : 0);
+    if (isRead && operation == 0x81 && count == 3 && operands[2] <= rowBytes)
+        return {Command::Read, Phase::Identify, nullptr, 0, address, nullptr, operands[2]};
+    if (isRead)
+        return refusal("unknown command");
+    if (operation == 0x00 && count > 2) {
+        const bool isRegister = address >> 8u == registerPage;
+        return {Command::Write, isRegister ? std::optional<Phase>(Phase::Configure) : std::nullopt,
+                nullptr,        0,
+                address,        operands + 2,
+                count - 2};
+    }
+    if (operation == 0x84 && count == 0)
+        return {Command::Load, {}, nullptr, 0, 0, nullptr, 0};
+    if (operation == 0x03 && count == 0)
+        return {Command::Commit, Phase::Commit, nullptr, 0, 0, nullptr, 0};
+    if (operation == 0x0C && count == 3)
+        return {Command::Erase, Phase::Erase, nullptr, 0, 0, nullptr, 0};
+    return refusal("unknown command");
+}
+
 std::uint32_t codedSize(unsigned code, int shift)
 {
     return code == 0 ? 0 : 1u << (code - 1 + static_cast<unsigned>(shift));
 }
 
 } // namespace
+
+const char* phaseName(Phase phase)
+{
+    static const char* const names[phaseCount] = {"leave",    "identify", "configure", "erase",
+                                                  "download", "commit",   "final wait"};
+    return names[static_cast<int>(phase)];
+}
 
 SimulatedChip::Hardware SimulatedChip::hardwareFor(DeviceType kind, int chipId, int revision,
                                                    const std::vector<std::uint8_t>& image)
@@ -80,73 +147,65 @@ void SimulatedChip::powerUp()
     prepared.clear();
 }
 
-int SimulatedChip::receive(const std::uint8_t* report, std::size_t size)
+SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std::size_t size)
 {
-    if (size > 0 && report[0] == dataReportId) {
-        receiveData(report, size);
-        return 0;
-    }
+    if (size > 0 && report[0] == dataReportId)
+        return dataPacket(report, size);
     if (size < frameHeaderBytes + 1 || report[0] != commandReportId || report[1] < 2 || report[2] != 0x00 ||
-        report[1] + frameHeaderBytes - 1 > size) {
-        refuse("malformed frame");
-        return 0;
-    }
+        report[1] + frameHeaderBytes - 1 > size)
+        return refusal("malformed frame");
+    const std::uint8_t* const payload = report + frameHeaderBytes;
     const std::size_t payloadBytes = report[1] - 1u;
-    if (payloadBytes == 1)
-        return report[frameHeaderBytes];
-    receiveCommand(report + frameHeaderBytes, payloadBytes);
-    return 0;
+    if (payloadBytes > 1)
+        return chipCommand(payload, payloadBytes);
+    Command command;
+    command.kind = Command::ControlRequest;
+    command.request = payload[0];
+    command.phase = payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait;
+    return command;
 }
 
-void SimulatedChip::receiveData(const std::uint8_t* report, std::size_t size)
+void SimulatedChip::obey(const Command& command)
 {
-    const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
-                          report[5] == 0 && report[6] == 1;
-    const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
-    if (!isProgramming || !isFormed || offset % dataBytes != 0 || offset >= chunkBytes) {
+    switch (command.kind) {
+    case Command::Refused:
+        return refuse(command.refusal);
+    case Command::ControlRequest:
+        return;
+    case Command::DataPacket:
+        return takeData(command);
+    case Command::Read:
+        return read(command.address, command.count);
+    case Command::Write:
+        return writeRam(command.address, command.bytes, command.count);
+    case Command::Load:
+        return load();
+    case Command::Commit:
+        return commit();
+    case Command::Erase:
+        return erase();
+    }
+}
+
+void SimulatedChip::takeData(const Command& packet)
+{
+    if (isProgramming)
+        writeRam(static_cast<std::uint16_t>(ramBase() + packet.address), packet.bytes, packet.count);
+    else
         refuse("data packet refused");
-        return;
-    }
-    writeRam(static_cast<std::uint16_t>(ramBase() + offset), report + dataHeaderBytes, dataBytes);
 }
 
-/// Payload: class, 04 00 00, N, operation, operands.
-void SimulatedChip::receiveCommand(const std::uint8_t* payload, std::size_t size)
+void SimulatedChip::read(std::uint16_t address, std::size_t count)
 {
-    constexpr std::size_t operationOffset = 5;
-    constexpr std::uint8_t memoryReadClass = 0xFD;
-    if (size <= operationOffset || payload[1] != 0x04 || payload[2] != 0 || payload[3] != 0 ||
-        payload[4] != size - operationOffset + 1) {
-        refuse("malformed command");
-        return;
-    }
-    const std::uint8_t operation = payload[operationOffset];
-    const std::uint8_t* const operands = payload + operationOffset + 1;
-    const std::size_t operandBytes = size - operationOffset - 1;
-    const bool isRead = payload[0] == memoryReadClass;
-    const auto address = static_cast<std::uint16_t>(operandBytes >= 2 ? operands[0] | operands[1] << 8u : 0);
-    if (isRead && operation == 0x81 && operandBytes == 3 && operands[2] <= rowBytes) {
-        prepared.clear();
-        for (unsigned i = 0; i < operands[2]; ++i) {
-            const auto at = static_cast<std::uint16_t>(address + i);
-            if (at == chipIdRegister)
-                prepared.push_back(hasWrongIdentity ? unknownChipId
-                                                    : static_cast<std::uint8_t>(built.chipId));
-            else if (at == chipRevisionRegister)
-                prepared.push_back(static_cast<std::uint8_t>(built.revision));
-            else
-                prepared.push_back(ram[at]);
-        }
-    } else if (!isRead && operation == 0x00 && operandBytes > 2) {
-        writeRam(address, operands + 2, operandBytes - 2);
-    } else if (!isRead && operation == 0x84 && operandBytes == 0) {
-        load();
-    } else if (!isRead && operation == 0x03 && operandBytes == 0) {
-        commit();
-    } else if (!isRead && operation == 0x0C && operandBytes == 3) {
-        erase();
-    } else {
-        refuse("unknown command");
+    prepared.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto at = static_cast<std::uint16_t>(address + i);
+        if (at == chipIdRegister)
+            prepared.push_back(hasWrongIdentity ? unknownChipId : static_cast<std::uint8_t>(built.chipId));
+        else if (at == chipRevisionRegister)
+            prepared.push_back(static_cast<std::uint8_t>(built.revision));
+        else
+            prepared.push_back(ram[at]);
     }
 }
 
@@ -216,28 +275,34 @@ void SimulatedChip::erase()
 /// Whether mode, pins and geometry are what this hardware needs.
 bool SimulatedChip::isLoaderSetUp(const char* operation)
 {
-    const bool isTransmitter = built.kind == DeviceType::Transmitter;
     const char* missing = nullptr;
-    bool arePinsSet = ram[pinmux1] == 0xA0;
-    if (isTransmitter)
-        arePinsSet = ram[pinmux1] == 0x50 && ram[pinmux1 + 1] == 0x05;
-    else if (built.chipId == 12)
-        arePinsSet = ram[pinmux2] == 0x0A;
     if (!isProgramming)
         missing = "programming mode";
-    else if (!arePinsSet)
+    else if (!arePinsSet())
         missing = "pin multiplexer";
     else if (built.revision == 2 && ram[revisionC0Patch] != 0x00)
         missing = "C0 patch";
     else if (field(NvmemType, 1) != static_cast<std::uint32_t>(built.kind))
         missing = "memory type";
-    else if (field(DeviceSize, 4) != built.memorySize || field(PageSize, 2) != (built.pageSize & 0xFFFFu) ||
-             field(SectorSize, 4) != built.sectorSize ||
-             field(ConfigBits, 1) != static_cast<std::uint32_t>(built.configBits))
+    else if (!isGeometrySet())
         missing = "geometry";
     if (missing)
         refuse(std::string(operation) + " refused: " + missing);
     return !missing;
+}
+
+bool SimulatedChip::arePinsSet() const
+{
+    if (built.kind == DeviceType::Transmitter)
+        return ram[pinmux1] == 0x50 && ram[pinmux1 + 1] == 0x05;
+    return built.chipId == 12 ? ram[pinmux2] == 0x0A : ram[pinmux1] == 0xA0;
+}
+
+bool SimulatedChip::isGeometrySet() const
+{
+    return field(DeviceSize, 4) == built.memorySize && field(PageSize, 2) == (built.pageSize & 0xFFFFu) &&
+           field(SectorSize, 4) == built.sectorSize &&
+           field(ConfigBits, 1) == static_cast<std::uint32_t>(built.configBits);
 }
 
 void SimulatedChip::refuse(std::string reason)

@@ -1,10 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "deviceinstance.h"
+
+/// The phases of an update as a device sees them, in their order.
+enum class Phase { Leave, Identify, Configure, Erase, Download, Commit, FinalWait };
+constexpr int phaseCount = 7;
+
+const char* phaseName(Phase phase);
 
 /// The audio chip behind a device's feature-report channel: registers, RAM, the loader with its control
 /// block, and the non-volatile memory with the firmware image.
@@ -42,8 +49,22 @@ public:
 
     void setWrongIdentity(bool wrong) { hasWrongIdentity = wrong; }
 
-    /// Takes a report. @return the code of a control request, 0 for anything else.
-    int receive(const std::uint8_t* report, std::size_t size);
+    /// A report as the chip understands it.
+    struct Command
+    {
+        enum Kind { Refused, ControlRequest, DataPacket, Read, Write, Load, Commit, Erase };
+        Kind kind = Refused;
+        std::optional<Phase> phase;          ///< nothing where the report belongs to no phase in particular
+        const char* refusal = nullptr;       ///< why it is refused
+        int request = 0;                     ///< the code of a control request
+        std::uint16_t address = 0;           ///< of reads and writes; a data packet's offset in the chunk
+        const std::uint8_t* bytes = nullptr; ///< what is written; points into the report
+        std::size_t count = 0;               ///< of the bytes to write or to read
+    };
+    static Command understand(const std::uint8_t* report, std::size_t size);
+
+    /// Carries a command out, except a control request, which is the device's business.
+    void obey(const Command& command);
 
     /// The answer to the last memory-read request, or "no data".
     std::vector<std::uint8_t> answer(std::size_t size);
@@ -53,13 +74,15 @@ public:
     const std::vector<std::string>& refusals() const { return refused; }
 
 private:
-    void receiveData(const std::uint8_t* report, std::size_t size);
-    void receiveCommand(const std::uint8_t* payload, std::size_t size);
+    void takeData(const Command& packet);
+    void read(std::uint16_t address, std::size_t count);
     void writeRam(std::uint16_t address, const std::uint8_t* data, std::size_t size);
     void load();
     void commit();
     void erase();
     bool isLoaderSetUp(const char* operation);
+    bool arePinsSet() const;
+    bool isGeometrySet() const;
     void refuse(std::string reason);
     std::uint32_t field(int offset, int bytes) const;
     std::uint16_t smData() const;

@@ -9,25 +9,25 @@ constexpr DWORD serviceStartMs = 400;
 constexpr DWORD serviceWaitHintMs = 100;
 
 SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptions installed,
-                                   const QByteArray& wanted, DeviceType type)
+                                   const std::vector<std::uint8_t>& wanted, DeviceType type)
 {
     installed = ImageBuilder::forMemoryOf(installed, wanted);
-    installed.version = QByteArrayLiteral("1.0.0");
+    installed.version = "1.0.0";
     installed.seed = 99;
-    const QByteArray image = ImageBuilder::build(installed);
-    const std::vector<std::uint8_t> bytes(image.begin(), image.end());
+    const std::vector<std::uint8_t> image = ImageBuilder::build(installed);
     const bool isTransmitter = type == DeviceType::Transmitter;
-    return {SimulatedChip::hardwareFor(type, setup.chipId, setup.revision, bytes), bytes,
+    return {SimulatedChip::hardwareFor(type, setup.chipId, setup.revision, image), image,
             isTransmitter ? 1 : 2, setup.report};
 }
 
 } // namespace
 
 SimulatedPair::SimulatedPair(SimulatedMachine& machine, const Setup& setup)
-    : transmitter(machine.deviceTree(), machine.clock(),
+    : bus(machine.deviceTree())
+    , transmitter(bus, sleepOn(machine.clock()),
                   deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,
                               DeviceType::Transmitter))
-    , headset(machine.deviceTree(), machine.clock(),
+    , headset(bus, sleepOn(machine.clock()),
               deviceSetup(setup, ImageBuilder::headset(), setup.headsetImage, DeviceType::Headset))
 {
     SimulatedServiceManager::Service audio;

@@ -3,8 +3,7 @@
 #include <functional>
 #include <string>
 
-#include <QByteArray>
-
+#include "layerbus.h"
 #include "simulateddevice.h"
 #include "simulatedmachine.h"
 
@@ -18,8 +17,9 @@ public:
         int generation = 1; ///< of the installed transmitter firmware, 1 or 2
         int chipId = 12;
         int revision = 2;
-        QByteArray transmitterImage; ///< the devices are built with the memory that these two are for
-        QByteArray headsetImage;
+        /// The devices are built with the memory that these two are for.
+        std::vector<std::uint8_t> transmitterImage;
+        std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< as SimulatedDevice::Setup::report
     };
 
@@ -32,7 +32,11 @@ public:
     }
     void plugIn();
 
+    /// The path that opens a device's vendor-defined interface; empty while there is none.
+    std::wstring channelPath(DeviceType type) { return bus.channelPath(device(type).port()); }
+
 private:
+    LayerBus bus;
     SimulatedDevice transmitter;
     SimulatedDevice headset;
 };

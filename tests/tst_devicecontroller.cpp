@@ -11,6 +11,7 @@
 #include "devicereader_p.h"
 #include "hidnode.h"
 #include "imagebuilder.h"
+#include "layerbus.h"
 #include "openobjects.h"
 #include "scriptedhid.h"
 #include "simulatedchannel.h"
@@ -178,13 +179,12 @@ void TestDeviceController::devicesAreIdentifiedInBothModes_data()
     QTest::addColumn<QByteArray>("name");
     const auto row = [](const char* name, DeviceType type, bool isProgramming, const ImageOptions& options,
                         int pid, const char* version, const char* deviceName) {
-        const QByteArray image = ImageBuilder::build(options);
-        QTest::newRow(name) << int(type) << isProgramming << Bytes(image.begin(), image.end()) << pid
+        QTest::newRow(name) << int(type) << isProgramming << ImageBuilder::build(options) << pid
                             << QByteArray(version) << QByteArray(deviceName);
     };
     const ImageOptions first = ImageBuilder::transmitter(1);
     ImageOptions unreadable = first;
-    unreadable.entries = {ImageBuilder::fileEntry(1, QByteArray(8, '\x01'))};
+    unreadable.entries = {ImageBuilder::fileEntry(1, std::string(8, '\x01'))};
     ImageOptions foreignProduct = first;
     foreignProduct.productId = 0x0005;
     ImageOptions foreignVendor = first;
@@ -209,10 +209,12 @@ void TestDeviceController::devicesAreIdentifiedInBothModes()
     QFETCH(const int, pid);
     Detection c;
     const auto kind = static_cast<DeviceType>(type);
-    SimulatedDevice device(c.tree, c.clock, {SimulatedChip::hardwareFor(kind, 13, 3, image), image, 1, {}});
+    LayerBus bus(c.tree);
+    SimulatedDevice device(bus, sleepOn(c.clock),
+                           {SimulatedChip::hardwareFor(kind, 13, 3, image), image, 1, {}});
     device.plugIn();
     if (isProgramming)
-        enterProgrammingMode(device);
+        enterProgrammingMode(device, bus.channelPath(1));
     QCOMPARE(c.controller.deviceInstance(kind).productId, std::uint16_t(0));
     c.controller.startDetection();
     TRY_COMPARE(c.text(), "started finished +" + QByteArray::number(type));

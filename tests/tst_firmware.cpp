@@ -20,17 +20,20 @@ namespace {
 
 QStringList logLines;
 
-QByteArray patched(QByteArray bytes, int offset, const QByteArray& replacement)
+using FileEntry = std::vector<std::uint8_t>;
+
+FileEntry patched(FileEntry entry, int offset, const std::string& replacement)
 {
-    return bytes.replace(offset, replacement.size(), replacement);
+    std::copy(replacement.begin(), replacement.end(), entry.begin() + offset);
+    return entry;
 }
 
-QByteArray imageOf(const std::vector<QByteArray>& entries)
+QByteArray imageOf(const std::vector<FileEntry>& entries)
 {
     ImageOptions options;
     options.size = 0;
     options.entries = entries;
-    return ImageBuilder::build(options);
+    return toByteArray(ImageBuilder::build(options));
 }
 
 ArchiveEntry file(const char* name, const QByteArray& contents)
@@ -115,18 +118,19 @@ private Q_SLOTS:
         const auto image = [](const char* name, const QByteArray& bytes, const char* expected) {
             QTest::newRow(name) << bytes << QString::fromLatin1(expected);
         };
-        const auto table = [image](const char* name, const std::vector<QByteArray>& entries,
+        const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };
         // At 4 the count, at 14 the device record (16 its offset, 18 its length), at 20 the other record.
-        const QByteArray usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
-        const QByteArray second = patched(patched(usb, 20, usb.mid(14, 6)), 14, "\2");
-        const QByteArray other = usbDescriptorEntry(0x0D, 0x7A31, 3);
-        const QByteArray foreign = usbDescriptorEntry(0x0D, 0x1234, 3);
+        const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
+        const FileEntry second =
+            patched(patched(usb, 20, std::string(usb.begin() + 14, usb.begin() + 20)), 14, "\2");
+        const FileEntry other = usbDescriptorEntry(0x0D, 0x7A31, 3);
+        const FileEntry foreign = usbDescriptorEntry(0x0D, 0x1234, 3);
         image("no image", QByteArray(), "/0");
         image("shorter than its header", QByteArray(4, '\0'), "/0");
         image("file beyond the image", imageOf({usb}).left(16 + 13), "/0");
-        image("transmitter", build(transmitter(2)), "1.2.3/3");
-        image("headset", build(headset()), "1.2.3/6");
+        image("transmitter", toByteArray(build(transmitter(2))), "1.2.3/3");
+        image("headset", toByteArray(build(headset())), "1.2.3/6");
         table("bit 7 of the identifier", {fileEntry(0xD5, "x"), fileEntry(0x85, "1.0.12,more")}, "1.0.12/0");
         table("after the end mark", {fileEntry(0x55, ""), versionEntry("1,"), usb}, "/0");
         table("version in Latin-1", {versionEntry("\xE9\xFF,")}, "\xE9\xFF/0");
@@ -145,7 +149,7 @@ private Q_SLOTS:
         table("first device record alone", {patched(patched(second, 14, "\1"), 16, "\xFF\xFF")}, "/0");
         table("descriptor of another type", {patched(usb, 27, "\2")}, "/0");
         table("descriptor ends within the product", {patched(usb, 18, "\x0B")}, "/0");
-        table("descriptor of no length", {patched(usb, 18, QByteArray(1, '\0'))}, "/0");
+        table("descriptor of no length", {patched(usb, 18, std::string(1, '\0'))}, "/0");
     }
     void imagesTellTheirVersionAndProduct()
     {
@@ -158,7 +162,7 @@ private Q_SLOTS:
 
     void aReadThatFailsGivesTheNeutralResult()
     {
-        const QByteArray image = ImageBuilder::build(ImageBuilder::transmitter());
+        const QByteArray image = toByteArray(ImageBuilder::build(ImageBuilder::transmitter()));
         int reads = 0;
         int failing = 0;
         const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {
@@ -252,10 +256,10 @@ private Q_SLOTS:
         row("unknown product alone", {file("x.ff", textFor(5))}, "");
         row("bad line", {file("t.ff", "word\n" + tx), headset}, "0 6  ");
         row("other suffixes", {file("t.FF", tx), file("t.ff/", ""), file("t.ff.bak", tx), headset}, "0 6  ");
-        const auto image = [](const std::vector<QByteArray>& table) {
-            return file("t.ff", ArchiveBuilder::imageText(imageOf(table)));
+        const auto image = [](const std::vector<FileEntry>& table) {
+            return file("t.ff", ArchiveBuilder::imageText(bytesOf(imageOf(table))));
         };
-        const QByteArray usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
+        const FileEntry usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
         row("least image", {image({ImageBuilder::versionEntry("1,"), usb})}, "4 0 VYNT1 ");
         row("no version", {image({ImageBuilder::versionEntry(","), usb})}, "");
         row("no product", {image({ImageBuilder::versionEntry("1,")})}, "");
@@ -293,9 +297,9 @@ private Q_SLOTS:
         const QByteArray image =
             imageOf({ImageBuilder::versionEntry("7,"), ImageBuilder::usbDescriptorEntry(0x8D, 0xBEEF, 3),
                      ImageBuilder::usbDescriptorEntry(0x35, 0x7A31, 3)});
-        QVERIFY(ArchiveBuilder::write(path,
-                                      {file("t\n.ef", ArchiveBuilder::imageText(image)), file("x.ff", "word"),
-                                       file("y.ff", ArchiveBuilder::imageText(bare))}));
+        QVERIFY(ArchiveBuilder::write(path, {file("t\n.ef", ArchiveBuilder::imageText(bytesOf(image))),
+                                             file("x.ff", "word"),
+                                             file("y.ff", ArchiveBuilder::imageText(bytesOf(bare)))}));
         FirmwareController controller;
         load(controller, path);
         QVERIFY(ArchiveBuilder::write(path, {file("x.ff", ""), file("a.txt", ""), file("b.txt", "")}));

@@ -61,7 +61,7 @@ struct Run : PairedComputer
         DeviceInstance result;
         result.vendorId = 0x7A31;
         result.productId = type == Transmitter ? 0x0004 : 0x0006;
-        result.path = pair.device(type).channelPath();
+        result.path = pair.channelPath(type);
         return result;
     }
 

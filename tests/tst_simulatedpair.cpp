@@ -12,7 +12,8 @@ namespace {
 struct Workbench : PairedComputer
 {
     explicit Workbench(DeviceType type)
-        : tested(pair.device(type))
+        : testedType(type)
+        , tested(pair.device(type))
     {
         tested.plugIn();
     }
@@ -25,6 +26,9 @@ struct Workbench : PairedComputer
         return pages;
     }
 
+    std::wstring channel() { return pair.channelPath(testedType); }
+
+    const DeviceType testedType;
     SimulatedDevice& tested;
 };
 
@@ -91,24 +95,24 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
     const std::vector<int> normal{0x000C, 0xFF00};
     const std::vector<int> programming{0xFF00};
     QCOMPARE(computer.usagePages(), normal);
-    QVERIFY(computer.tested.channelPath().find(L"VID_7A31&PID_0006") != std::wstring::npos);
-    enterProgrammingMode(computer.tested);
-    QVERIFY(computer.tested.channelPath().find(L"VID_170D&PID_0101") != std::wstring::npos);
-    Channel channel(computer.tested);
+    QVERIFY(computer.channel().find(L"VID_7A31&PID_0006") != std::wstring::npos);
+    enterProgrammingMode(computer.tested, computer.channel());
+    QVERIFY(computer.channel().find(L"VID_170D&PID_0101") != std::wstring::npos);
+    Channel channel(computer.channel());
     QVERIFY(channel.write(0x2000, "77") && channel.ask(0x2000, 1) && channel.answer().startsWith('\x77'));
     computer.tested.unplug();
     QVERIFY(!channel.ask(0x2000, 1) && computer.usagePages().empty());
     computer.tested.plugIn();
     QCOMPARE(computer.usagePages(), programming);
     {
-        Channel afresh(computer.tested);
+        Channel afresh(computer.channel());
         QVERIFY(afresh.ask(0x2000, 1) && !afresh.answer().startsWith('\x77')); // RAM is not
     }
 
     // An image that is none is no way out of programming mode, a valid one is.
     const auto image = computer.tested.memory();
     for (const bool isValid : {false, true}) {
-        Channel programmed(computer.tested);
+        Channel programmed(computer.channel());
         prepare(programmed, false, nothing);
         const QByteArray bytes(reinterpret_cast<const char*>(image.data()), isValid ? 256 : 0);
         QVERIFY(programmed.send(QByteArray::fromHex("E4000000000001") + bytes.leftJustified(256, '\x55')));
@@ -141,12 +145,12 @@ void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
     QFETCH(const int, without);
     QFETCH(const QByteArray, refusal);
     Workbench computer(isTransmitter ? Transmitter : Headset);
-    Channel normal(computer.tested);
+    Channel normal(computer.channel());
     prepare(normal, isTransmitter, nothing);
     QVERIFY(normal.send(commit)); // the application takes none
     QCOMPARE(computer.tested.refusals(), std::vector<std::string>{"commit refused: programming mode"});
-    enterProgrammingMode(computer.tested);
-    Channel channel(computer.tested);
+    enterProgrammingMode(computer.tested, computer.channel());
+    Channel channel(computer.channel());
     prepare(channel, isTransmitter, without);
     std::vector<std::uint8_t> expected = computer.tested.memory();
     QVERIFY(download(channel, 0x3C) && channel.send(commit));
@@ -161,8 +165,8 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
 {
     for (const DeviceType type : {Transmitter, Headset}) {
         Workbench computer(type);
-        enterProgrammingMode(computer.tested);
-        Channel channel(computer.tested);
+        enterProgrammingMode(computer.tested, computer.channel());
+        Channel channel(computer.channel());
         prepare(channel, type == Transmitter, nothing);
         std::vector<std::uint8_t> expected = computer.tested.memory();
         QVERIFY(channel.write(0xC44B, "00100000") && channel.write(0xC451, "0100") && channel.send(erase));
@@ -181,7 +185,7 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
 void TestSimulatedPair::loadedRowsLieApart()
 {
     Workbench computer(Headset);
-    Channel channel(computer.tested);
+    Channel channel(computer.channel());
     const auto memory = computer.tested.memory();
     const QByteArray image(reinterpret_cast<const char*>(memory.data()), 64);
     QVERIFY(channel.write(0xC44B, "0600000060C02000") && channel.send("FF0700FF0400000284"));
@@ -223,7 +227,7 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
     QFETCH(const int, transfer);
     QFETCH(const int, struckAt);
     Workbench computer(Transmitter);
-    Channel channel(computer.tested);
+    Channel channel(computer.channel());
     computer.tested.setFault(fault, transfer);
     QByteArray outcomes;
     for (int i = 0; i < 4; ++i) {
@@ -235,7 +239,7 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
             outcomes += answer[0] == 12 ? '.' : 'w';
     }
     QTEST(outcomes, "outcomes");
-    QCOMPARE(computer.tested.struckAt().value_or(SimulatedDevice::Transfers()).count, struckAt);
+    QCOMPARE(computer.tested.struckAt().value_or(Transfers()).count, struckAt);
     TRY_VERIFY(computer.tested.isSettled());
     QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // lost power comes back
 }
@@ -245,17 +249,17 @@ void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
     for (const Fault fault : {Fault::NeverBack, Fault::RefuseOpen, Fault::OtherPort}) {
         Workbench computer(Headset);
         computer.tested.setFault(fault, 2);
-        Channel channel(computer.tested);
+        Channel channel(computer.channel());
         QVERIFY(channel.ask(0xF004, 1) && channel.send("FF02000A"));
         TRY_VERIFY(computer.tested.isSettled());
         QCOMPARE(computer.tested.struckAt()->count, 2);
         QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::NeverBack);
-        QCOMPARE(Channel(computer.tested).isOpen(), fault == Fault::OtherPort);
-        const std::wstring path = computer.tested.channelPath();
+        QCOMPARE(Channel(computer.channel()).isOpen(), fault == Fault::OtherPort);
+        const std::wstring path = computer.channel();
         computer.tested.unplug();
         computer.tested.plugIn();
-        QVERIFY(computer.tested.isProgramming() && Channel(computer.tested).isOpen());
-        QVERIFY(fault != Fault::OtherPort || computer.tested.channelPath() == path);
+        QVERIFY(computer.tested.isProgramming() && Channel(computer.channel()).isOpen());
+        QVERIFY(fault != Fault::OtherPort || computer.channel() == path);
     }
 }
 

@@ -12,6 +12,7 @@
 
 #include "devicecontroller.h"
 #include "imagebuilder.h"
+#include "layerbus.h"
 #include "openobjects.h"
 #include "simulatedchannel.h"
 #include "simulatedmachine.h"
@@ -33,10 +34,9 @@ public:
 
 SimulatedDevice::Setup deviceOf(DeviceType type)
 {
-    const QByteArray image =
+    const auto image =
         ImageBuilder::build(type == Transmitter ? ImageBuilder::transmitter(2) : ImageBuilder::headset());
-    const std::vector<std::uint8_t> bytes(image.begin(), image.end());
-    return {SimulatedChip::hardwareFor(type, 12, 3, bytes), bytes, type, {}};
+    return {SimulatedChip::hardwareFor(type, 12, 3, image), image, type, {}};
 }
 
 std::string statusLine(const char* key)
@@ -100,8 +100,9 @@ void TestStorm::thePictureEndsAsTheMachineIs()
         HurriedClock clock;
         SimulatedMachine machine(&clock);
         const ScopedMachine scope(machine);
-        SimulatedDevice transmitter(machine.deviceTree(), clock, deviceOf(Transmitter));
-        SimulatedDevice headset(machine.deviceTree(), clock, deviceOf(Headset));
+        LayerBus bus(machine.deviceTree());
+        SimulatedDevice transmitter(bus, sleepOn(clock), deviceOf(Transmitter));
+        SimulatedDevice headset(bus, sleepOn(clock), deviceOf(Headset));
         SimulatedDevice* const devices[] = {&transmitter, &headset};
         DeviceController controller(nullptr);
 
@@ -168,7 +169,7 @@ void TestStorm::thePictureEndsAsTheMachineIs()
         QVERIFY(isDetecting);
         for (const DeviceType type : {Transmitter, Headset}) {
             SimulatedDevice* const device = devices[type - Transmitter];
-            const QString path = QString::fromStdWString(device->channelPath()).toLower();
+            const QString path = QString::fromStdWString(bus.channelPath(device->port())).toLower();
             const QString version = QLatin1String(device->isPluggedIn() ? "1.2.3" : "");
             TRY_COMPARE(controller.isConnected(type), device->isPluggedIn());
             TRY_COMPARE(controller.version(type), version);

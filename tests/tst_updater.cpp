@@ -197,9 +197,9 @@ void TestUpdater::everyDeviceEndsWithTheImage()
     SimulatedDevice& device = computer.pair.device(kind);
     for (const bool isProgramming : {false, true}) {
         if (isProgramming)
-            enterProgrammingMode(device);
+            enterProgrammingMode(device, computer.pair.channelPath(kind));
         QCOMPARE(computer.isUpdated(kind), isProgramming);
-        Attempt attempt(device.channelPath(), kind, computer.images[kind]);
+        Attempt attempt(computer.pair.channelPath(kind), kind, computer.images[kind]);
         attempt.updater->flashDevice();
         TRY_COMPARE(attempt.text(), "range 0, finished");
         QVERIFY(attempt.progress > 100 && !attempt.timer().isActive());
@@ -359,7 +359,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
         Q_EMIT reached(&waiting);
         waiting.get_future().wait();
     };
-    Attempt attempt(device.channelPath(), kind, computer.images[kind]);
+    Attempt attempt(computer.pair.channelPath(kind), kind, computer.images[kind]);
     attempt.updater->flashDevice();
     if (transfer == 1)
         attempt.timer().setInterval(0);
@@ -370,7 +370,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
     device.clearFault();
     device.plugIn();
-    Attempt again(device.channelPath(), kind, computer.images[kind]);
+    Attempt again(computer.pair.channelPath(kind), kind, computer.images[kind]);
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");
     QVERIFY(computer.isUpdated(kind));
@@ -388,7 +388,7 @@ void TestUpdater::destructionWaitsForTheProgramming()
         goOn.acquire();
     };
     computer.pair.plugIn();
-    Attempt attempt(computer.pair.device(Headset).channelPath(), Headset, computer.images[Headset]);
+    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
     attempt.updater->flashDevice();
     TRY_VERIFY(downloading.available() == 1);
     connect(attempt.updater.get(), &QObject::destroyed, [&] { goOn.release(); });

@@ -6,8 +6,8 @@
 
 #include <QMap>
 
+#include "archivebuilder.h"
 #include "computer.h"
-#include "imagebuilder.h"
 #include "simulatedpair.h"
 
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
@@ -34,8 +34,8 @@ public:
 
     /// To be written into the devices.
     const QMap<DeviceType, QByteArray> images{
-        {DeviceType::Transmitter, ImageBuilder::build(ImageBuilder::transmitter())},
-        {DeviceType::Headset, ImageBuilder::build(ImageBuilder::headset())}};
+        {DeviceType::Transmitter, toByteArray(ImageBuilder::build(ImageBuilder::transmitter()))},
+        {DeviceType::Headset, toByteArray(ImageBuilder::build(ImageBuilder::headset()))}};
     std::function<void(const std::string&)> onReport; ///< of the devices, on any thread
     SimulatedPair pair;
 
@@ -45,8 +45,8 @@ private:
         SimulatedPair::Setup result;
         result.chipId = chipId;
         result.revision = revision;
-        result.transmitterImage = images[DeviceType::Transmitter];
-        result.headsetImage = images[DeviceType::Headset];
+        result.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
+        result.headsetImage = bytesOf(images[DeviceType::Headset]);
         result.report = [this](const std::string& report) {
             if (onReport)
                 onReport(report);

@@ -9,8 +9,8 @@
 class Channel
 {
 public:
-    explicit Channel(const SimulatedDevice& device)
-        : hid(Utilities::openHidDeviceByPath(device.channelPath(), 3, 3))
+    explicit Channel(const std::wstring& path)
+        : hid(Utilities::openHidDeviceByPath(path, 3, 3))
     {
     }
 
@@ -60,8 +60,8 @@ private:
     std::shared_ptr<AbstractHidDevice> hid;
 };
 
-inline void enterProgrammingMode(SimulatedDevice& device)
+inline void enterProgrammingMode(SimulatedDevice& device, const std::wstring& path)
 {
-    QVERIFY(Channel(device).send("FF02000A"));
+    QVERIFY(Channel(path).send("FF02000A"));
     TRY_VERIFY(device.isSettled() && device.isPluggedIn() && device.isProgramming());
 }

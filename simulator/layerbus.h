@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "bus.h"
+#include "delayedactions.h"
+#include "simulateddevicetree.h"
+
+/// The bus of this program's own model of a computer: a device's interfaces are nodes of its device tree.
+class LayerBus : public Bus
+{
+public:
+    /// @param deviceTree  has to live as long as the bus.
+    explicit LayerBus(SimulatedDeviceTree& deviceTree);
+
+    void attach(const BusDevice& device) override;
+    void detach(int port) override;
+
+    /// The path that opens the last interface of the device at @p port; empty while there is none.
+    std::wstring channelPath(int port) const;
+
+private:
+    SimulatedDeviceTree& tree;
+    mutable std::mutex mutex;                        ///< guards what follows
+    std::map<int, std::vector<std::wstring>> places; ///< the interfaces' paths by port
+};
+
+/// SleepFunction on @p clock, which has to live as long as what sleeps.
+inline SleepFunction sleepOn(Clock& clock)
+{
+    return [&clock](std::uint32_t ms) { clock.sleep(ms); };
+}
