@@ -2,26 +2,15 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <stdexcept>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
+#include <QCoreApplication>
+
+namespace Comparison {
 namespace {
-
-using namespace Comparison;
-
-struct AddedRow : Row
-{
-    std::function<MakePair()> prepare;
-};
-
-std::vector<AddedRow>& rows()
-{
-    static std::vector<AddedRow> added;
-    return added;
-}
 
 template <typename Figure>
 double medianOf(const std::vector<Pair>& pairs, Figure figure)
@@ -33,11 +22,11 @@ double medianOf(const std::vector<Pair>& pairs, Figure figure)
     return *middle;
 }
 
-void runRow(benchmark::State& state, const AddedRow& row)
+void runRow(benchmark::State& state, double bound, const std::function<MakePair()>& prepare)
 {
     std::vector<Pair> pairs;
     try {
-        const MakePair makePair = row.prepare();
+        const MakePair makePair = prepare();
         for ([[maybe_unused]] auto pair : state) {
             pairs.push_back(makePair());
             state.SetIterationTime(pairs.back().work);
@@ -49,91 +38,40 @@ void runRow(benchmark::State& state, const AddedRow& row)
     state.counters["work"] = medianOf(pairs, [](const Pair& pair) { return pair.work; });
     state.counters["reference"] = medianOf(pairs, [](const Pair& pair) { return pair.reference; });
     state.counters["ratio"] = medianOf(pairs, [](const Pair& pair) { return pair.work / pair.reference; });
+    state.counters["bound"] = bound;
 }
 
-std::string shown(double figure, std::string unit)
-{
-    if (unit == "s" && figure < 1e-3) {
-        figure *= 1e6;
-        unit = "µs";
-    } else if (unit == "s" && figure < 1) {
-        figure *= 1e3;
-        unit = "ms";
-    }
-    char text[64];
-    std::snprintf(text, sizeof(text), figure < 1000 ? "%.3g %s" : "%.0f %s", figure, unit.c_str());
-    return text;
-}
-
-/// Prints a line of the table for each row.
-class TableReporter : public benchmark::BenchmarkReporter
+class Judge : public benchmark::ConsoleReporter
 {
 public:
-    bool ReportContext(const Context&) override { return true; }
-
     void ReportRuns(const std::vector<Run>& runs) override
     {
-        for (const Run& run : runs) {
-            const auto row = std::find_if(rows().begin(), rows().end(), [&](const AddedRow& candidate) {
-                return candidate.what == run.run_name.function_name;
-            });
-            report(*row, run);
-        }
-        std::fflush(stdout);
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs)
+            hasMiss = hasMiss || run.error_occurred ||
+                      run.counters.at("ratio").value > run.counters.at("bound").value;
     }
 
     bool hasMiss = false;
-
-private:
-    void report(const Row& row, const Run& run)
-    {
-        std::printf("| %s | %s |", row.what.c_str(), row.against.c_str());
-        if (run.error_occurred) {
-            std::printf(" | | | %g | **miss**: %s |\n", row.bound, run.error_message.c_str());
-            hasMiss = true;
-            return;
-        }
-        const double ratio = run.counters.at("ratio");
-        const bool isMiss = row.bound > 0 && ratio > row.bound;
-        std::printf(" %s | %s | %.3f |", shown(run.counters.at("work"), row.unit).c_str(),
-                    shown(run.counters.at("reference"), row.unit).c_str(), ratio);
-        if (row.bound > 0)
-            std::printf(" %g | %s |\n", row.bound, isMiss ? "**miss**" : "pass");
-        else
-            std::puts(" | |");
-        hasMiss = hasMiss || isMiss;
-    }
 };
 
 } // namespace
 
-namespace Comparison {
-
 bool add(const Row& row, const std::function<MakePair()>& prepare)
 {
-    rows().push_back({row, prepare});
+    benchmark::RegisterBenchmark(
+        row.what.c_str(),
+        [bound = row.bound, prepare](benchmark::State& state) { runRow(state, bound, prepare); })
+        ->Iterations(row.pairs)
+        ->UseManualTime();
     return true;
 }
 
-double seconds(const Work& work)
+double seconds(const std::function<void()>& work)
 {
     const auto begin = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-MakePair alternately(const Work& work, const Work& reference)
-{
-    return [work, reference, isReversed = false]() mutable {
-        Pair pair{};
-        isReversed = !isReversed;
-        if (isReversed)
-            pair.reference = seconds(reference);
-        pair.work = seconds(work);
-        if (!isReversed)
-            pair.reference = seconds(reference);
-        return pair;
-    };
 }
 
 void require(bool condition, const std::string& failure)
@@ -146,16 +84,12 @@ void require(bool condition, const std::string& failure)
 
 int main(int argc, char* argv[])
 {
-    for (const AddedRow& row : rows()) {
-        benchmark::RegisterBenchmark(row.what.c_str(),
-                                     [&row](benchmark::State& state) { runRow(state, row); })
-            ->Iterations(row.pairs)
-            ->UseManualTime();
-    }
+    const QCoreApplication application(argc, argv);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    TableReporter table;
-    benchmark::RunSpecifiedBenchmarks(&table);
-    return table.hasMiss ? 1 : 0;
+    Comparison::Judge judge;
+    benchmark::RunSpecifiedBenchmarks(&judge);
+    return judge.hasMiss ? 1 : 0;
 }

@@ -3,26 +3,22 @@
 #include <functional>
 #include <string>
 
-/// The rows of the table: what the updater takes for something, beside the least that the same can cost.
-///
-/// Each program adds its rows before main(), which runs them under Google Benchmark, prints them as lines of
-/// a Markdown table and returns 1 where one is beyond its bound or could not be measured.
+/// What the updater takes for something, beside the least that the same can cost. Rows are added before
+/// main(), which runs them under Google Benchmark and returns 1 where one is beyond its bound or could not be
+/// measured.
 namespace Comparison {
 
-/// Two figures of one kind, taken one right after the other.
+/// Two figures of one kind, taken one right after the other: seconds, or any other unit.
 struct Pair
 {
     double work;
     double reference;
 };
 
-/// What a row is about; nothing of it may hold a '/'.
 struct Row
 {
-    std::string what;
-    std::string against;
-    std::string unit; ///< of the figures; seconds ("s") are shown in a fitting part of them
-    double bound;     ///< how many times the reference the work may be; 0: only stated
+    std::string what; ///< and beside what; without '/'
+    double bound;     ///< how many times the reference the work may be
     int pairs;        ///< how many are made
 };
 
@@ -33,12 +29,7 @@ using MakePair = std::function<Pair()>;
 /// and the median of the pairs' ratios, on which a machine that is disturbed now and then leaves no mark.
 bool add(const Row& row, const std::function<MakePair()>& prepare);
 
-using Work = std::function<void()>;
-
-/// Times both in seconds, every other time in reverse order.
-MakePair alternately(const Work& work, const Work& reference);
-
-double seconds(const Work& work);
+double seconds(const std::function<void()>& work);
 
 /// For what has to hold before a figure means anything.
 void require(bool condition, const std::string& failure);

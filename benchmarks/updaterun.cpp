@@ -1,37 +1,36 @@
-// A whole update of the simulated pair by the real window, for the programs with the rows; it prints what it
-// measured as lines of a name and a figure.
+// The updater, for the rows about the whole program; prints lines of a name and a figure.
 //
-//     updaterun update ARCHIVE SPEED IDLE_SECONDS
-//     updaterun empty ARCHIVE
-//
-// The second form is what the first one's memory is compared with: an empty window, the same simulation, and
-// the archive's images once.
+//     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS   a whole update of the simulated pair
+//     updaterun empty IMAGE_BYTES      beside its memory: an empty window, the same simulation, the images
+//     once updaterun start [ARCHIVE]        starts, ends when its window is painted; without ARCHIVE an empty
+//     one
 
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <string>
+#include <utility>
 
 #include <malloc.h>
 
 #include <QApplication>
 #include <QMainWindow>
 #include <QTimer>
+#include <QTranslator>
 
 #include "archivebuilder.h"
 #include "eventlog.h"
 #include "mainwindow.h"
 #include "simulatedpair.h"
+#include "startup.h"
 #include "userdriver.h"
 #include "verdict.h"
 
 namespace {
 
-constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 constexpr int failure = 1;
 constexpr int lookIntervalMs = 20;
+constexpr QSize windowSize(479, 479);
 
 void print(const std::string& name, double figure)
 {
@@ -53,54 +52,38 @@ void printPeakMemory()
 class StallProbe : public QObject
 {
 public:
-    StallProbe()
-    {
-        timer.setTimerType(Qt::PreciseTimer);
-        connect(&timer, &QTimer::timeout, this, &StallProbe::tick);
-    }
-
     void start()
     {
         longestMs = 0;
-        last = now();
-        timer.start(intervalMs);
+        lastMs = now();
+        timer.start(5, Qt::PreciseTimer, this);
     }
 
     double longest() const { return longestMs; }
 
 private:
-    struct Moment
+    /// The time, less what the thread has waited for a processor since its start.
+    static double now()
     {
-        std::chrono::steady_clock::time_point time;
-        double waitedMs; ///< for a processor, since the thread's start
-    };
-
-    static constexpr int intervalMs = 5;
-
-    static Moment now()
-    {
-        constexpr double nsPerMs = 1e6;
         std::ifstream statistics("/proc/thread-self/schedstat");
         double ranNs = 0;
         double waitedNs = 0;
         statistics >> ranNs >> waitedNs;
-        return {std::chrono::steady_clock::now(), waitedNs / nsPerMs};
+        const auto time = std::chrono::steady_clock::now().time_since_epoch();
+        return std::chrono::duration<double, std::milli>(time).count() - waitedNs / 1e6;
     }
 
-    void tick()
+    void timerEvent(QTimerEvent*) override
     {
-        const Moment moment = now();
-        const std::chrono::duration<double, std::milli> gap = moment.time - last.time;
-        longestMs = std::max(longestMs, gap.count() - (moment.waitedMs - last.waitedMs));
-        last = moment;
+        const double nowMs = now();
+        longestMs = std::max(longestMs, nowMs - std::exchange(lastMs, nowMs));
     }
 
-    QTimer timer;
-    Moment last;
+    QBasicTimer timer;
+    double lastMs = 0;
     double longestMs = 0;
 };
 
-/// A pair for the sample archive with images of @p imageBytes.
 SimulatedPair::Setup pairFor(int imageBytes)
 {
     ImageOptions transmitter = ImageBuilder::transmitter();
@@ -118,16 +101,46 @@ int runEmpty(int imageBytes)
     SimulatedMachine machine(nullptr);
     const ScopedMachine scope(machine);
     const SimulatedPair pair(machine, setup);
-    QByteArray images[] = {toByteArray(setup.transmitterImage), toByteArray(setup.headsetImage)};
-    for (QByteArray& image : images)
-        image.detach();
+    const QByteArray images[] = {toByteArray(setup.transmitterImage), toByteArray(setup.headsetImage)};
     QMainWindow window;
-    window.resize(480, 480);
+    window.resize(windowSize);
     window.show();
     QTimer::singleShot(500, qApp, &QCoreApplication::quit);
     QApplication::exec();
     printPeakMemory();
     return 0;
+}
+
+/// Ends the program when the window, and all that is in it, has been painted.
+class PaintProbe : public QObject
+{
+public:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        return false;
+    }
+};
+
+int runStart(const QString& archivePath)
+{
+    QTranslator translator;
+    std::unique_ptr<QMainWindow> window;
+    if (archivePath.isEmpty()) {
+        window = std::make_unique<QMainWindow>();
+        window->setFixedSize(windowSize);
+    } else {
+        Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
+        auto updater = std::make_unique<MainWindow>();
+        updater->setFirmwareFilePath(archivePath);
+        window = std::move(updater);
+    }
+    PaintProbe probe;
+    window->installEventFilter(&probe);
+    window->show();
+    QApplication::exec();
+    std::_Exit(0);
 }
 
 /// The updater with both devices plugged in, and its user.
@@ -140,56 +153,43 @@ public:
     {
         log.setQuiet(true);
         pair.plugIn();
-        window = std::make_unique<MainWindow>();
-        window->setFirmwareFilePath(archivePath);
-        window->show();
-        driver = std::make_unique<UserDriver>(*window, log, [](const QString&, QWidget&) {});
-        connect(driver.get(), &UserDriver::updateRequested, this, &Update::begin);
-        connect(driver.get(), &UserDriver::succeeded, this, &Update::succeed);
-        connect(driver.get(), &UserDriver::failed, this, [] { QCoreApplication::exit(failure); });
+        window.setFirmwareFilePath(archivePath);
+        window.show();
+        connect(&driver, &UserDriver::updateRequested, this, [this] { probe.start(); });
+        connect(&driver, &UserDriver::failed, this, [] { QCoreApplication::exit(failure); });
+        // The pairing instructions are not painted yet.
+        connect(&driver, &UserDriver::succeeded, this,
+                [this] { QTimer::singleShot(lookIntervalMs, this, &Update::finish); });
     }
 
     int run(int idleSeconds)
     {
         constexpr int settlingMs = 5000; // until both devices are identified
-        constexpr int msPerSecond = 1000;
         QTimer::singleShot(settlingMs, this, [this] { probe.start(); });
-        QTimer::singleShot(settlingMs + idleSeconds * msPerSecond, this, [this] {
+        QTimer::singleShot(settlingMs + idleSeconds * 1000, this, [this] {
             print("idle-ms", probe.longest());
-            driver->start(lookIntervalMs);
+            driver.start(lookIntervalMs);
         });
         return QApplication::exec();
     }
 
 private:
-    void begin() { probe.start(); }
-
-    void succeed()
+    void finish()
     {
-        // The pairing instructions are not painted yet.
-        QTimer::singleShot(lookIntervalMs, this, [this] {
-            print("stall-ms", probe.longest());
-            printPeakMemory();
-            printOutcome();
-            QCoreApplication::quit();
-        });
-    }
-
-    void printOutcome()
-    {
-        const auto times = driver->programmingTimesMs();
-        for (const DeviceType type : bothTypes) {
-            if (!times.contains(type))
-                continue;
-            const std::string name = type == DeviceType::Transmitter ? "transmitter" : "headset";
-            const QByteArray image =
-                toByteArray(type == DeviceType::Transmitter ? setup.transmitterImage : setup.headsetImage);
-            const Verdict verdict(type, pair.device(type), image);
-            print(name + "-equal", verdict.isEqual());
-            print(name + "-ms", static_cast<double>(times.value(type)));
-            print(name + "-prescribed-ms", static_cast<double>(verdict.prescribedDelaysMs()));
+        print("stall-ms", probe.longest());
+        printPeakMemory();
+        print("run-ms", static_cast<double>(driver.runTimeMs()));
+        bool areEqual = true;
+        for (const DeviceType type : driver.programmingTimesMs().keys()) {
+            const bool isTransmitter = type == DeviceType::Transmitter;
+            const Verdict verdict(type, pair.device(type),
+                                  toByteArray(isTransmitter ? setup.transmitterImage : setup.headsetImage));
+            const std::string name = isTransmitter ? "transmitter" : "headset";
+            print(name + "-ms", static_cast<double>(driver.programmingTimesMs().value(type)));
+            print(name + "-delays-ms", static_cast<double>(verdict.prescribedDelaysMs()));
+            areEqual = areEqual && verdict.isEqual();
         }
-        print("run-ms", static_cast<double>(driver->runTimeMs()));
+        QCoreApplication::exit(areEqual ? 0 : failure);
     }
 
     const SimulatedPair::Setup setup;
@@ -199,8 +199,8 @@ private:
     SimulatedPair pair{machine, setup};
     EventLog log;
     StallProbe probe;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<UserDriver> driver;
+    MainWindow window;
+    UserDriver driver{window, log, [](const QString&, QWidget&) {}};
 };
 
 } // namespace
@@ -210,11 +210,16 @@ int main(int argc, char* argv[])
     // Otherwise the blocks that the simulation frees would decide where the updater's come from.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 3 && arguments[1] == QLatin1String("empty"))
-        return runEmpty(arguments[2].toInt());
-    if (arguments.size() == 6 && arguments[1] == QLatin1String("update"))
-        return Update(arguments[2].toInt(), arguments[3], arguments[4].toDouble()).run(arguments[5].toInt());
+    const QString mode = arguments.value(1);
+    if (mode == QLatin1String("start"))
+        return runStart(arguments.value(2));
+    if (mode == QLatin1String("empty"))
+        return runEmpty(arguments.value(2).toInt());
+    if (mode == QLatin1String("update"))
+        return Update(arguments.value(2).toInt(), arguments.value(3), arguments.value(4).toDouble())
+            .run(arguments.value(5).toInt());
     return 2;
 }

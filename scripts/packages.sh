@@ -5,7 +5,7 @@ build_packages="g++ cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttoo
     fontconfig fonts-dejavu-core"
 windows_packages="g++-mingw-w64-i686-posix libz-mingw-w64-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
-benchmark_packages="libbenchmark-dev xvfb"
+benchmark_packages="libbenchmark-dev xvfb xauth"
 display_packages="xvfb xdotool imagemagick"
 style_packages="clang-format clang-tidy"
 
@@ -35,8 +35,8 @@ install_packages() {
     command -v apt-get >/dev/null || fail "This needs Debian's apt-get, to install:$missing"
     echo "Installing:$missing"
     # shellcheck disable=SC2086
-    as_root apt-get update -qq && as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends $missing >/dev/null ||
+    as_root flock /run/lock/updater-packages sh -c "apt-get update -qq &&
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null" ||
         fail "Could not install:$missing"
 }
 
