@@ -1,0 +1,87 @@
+#!/bin/sh
+# Fails where a source includes what its row in docs/architecture.md, "Who may use whom", does not allow.
+# Usage: layering.sh [FOLDER], the project's root, by default the one that this script lies in.
+cd "${1:-$(dirname "$0")/..}" || exit 1
+
+find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
+    sed 's|^\./||' | sort | awk '
+# The most particular row that a file belongs to: of several whose names it begins with, the longest.
+function row_of(file,    row, best) {
+    for (row in allowed)
+        if (index(file, row) == 1 && length(row) > length(best))
+            best = row
+    return best
+}
+
+# What a row calls an included name: another row, or a name from outside; empty for the standard library.
+function used(from, name,    folder) {
+    folder = from
+    sub(/[^\/]*$/, "", folder)
+    if ((folder name) in exists)
+        return row_of(folder name)
+    if (name in home)
+        return home[name] ~ /^platform\/win32\/include\// ? "Windows" : row_of(home[name])
+    if (name ~ /^Q/)
+        return "Qt"
+    return name ~ /^qua[zZ]ip/ ? "QuaZip" : ""
+}
+
+function complain(text) {
+    print text
+    faults++
+}
+
+BEGIN {
+    page = "docs/architecture.md"
+    while ((getline line < page) > 0) {
+        if (line ~ /^## /)
+            inside = line == "## Who may use whom"
+        if (!inside || line !~ /^\| `/)
+            continue
+        split(line, cells, "|")
+        row = cells[2]
+        gsub(/[ `*]/, "", row)
+        gsub(/[ `*]/, "", cells[3])
+        allowed[row] = "," cells[3] ","
+        rows++
+    }
+    if (rows < 2)
+        complain(page ": no table of who may use whom")
+}
+
+{
+    files[NR] = $0
+    exists[$0]
+    base = $0
+    sub(/.*\//, "", base)
+    home[base] = $0
+}
+
+END {
+    for (i = 1; i <= NR; i++) {
+        from = row_of(files[i])
+        if (from == "") {
+            complain(files[i] ": no row for it in " page)
+            continue
+        }
+        seen[from]
+        number = 0
+        while ((getline line < files[i]) > 0) {
+            number++
+            if (line !~ /^#include [<"]/)
+                continue
+            name = line
+            gsub(/^#include [<"]|[>"].*$/, "", name)
+            to = used(files[i], name)
+            if (to == "" || to == from || allowed[from] ~ /,everything,/ || index(allowed[from], "," to ","))
+                continue
+            complain(files[i] ":" number ": " from " must not include " name " (" to ")")
+        }
+        close(files[i])
+    }
+    for (row in allowed)
+        if (!(row in seen))
+            complain(page ": no source for the row " row)
+    print NR " sources, " rows " rows, " faults + 0 " faults"
+    exit faults > 0
+}'
