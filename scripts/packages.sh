@@ -7,6 +7,8 @@ windows_packages="g++-mingw-w64-i686-posix libz-mingw-w64-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
 benchmark_packages="libbenchmark-dev xvfb xauth"
 display_packages="xvfb xdotool imagemagick"
+machine_packages="qemu-system-x86"
+package_packages="dpkg-dev file lintian desktop-file-utils appstream"
 style_packages="clang-format clang-tidy"
 
 fail() {

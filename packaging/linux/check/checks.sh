@@ -1,0 +1,25 @@
+# Sourced by the scripts that check.
+
+failures=0
+
+# check SENTENCE COMMAND...
+check() {
+    sentence=$1
+    shift
+    if "$@"; then
+        echo "holds:  $sentence"
+    else
+        echo "FAILED: $sentence"
+        failures=$((failures + 1))
+    fi
+}
+
+# within SECONDS COMMAND...: whether it succeeds before they are over.
+within() {
+    end=$(($(date +%s) + $1))
+    shift
+    until "$@"; do
+        [ "$(date +%s)" -lt "$end" ] || return 1
+        sleep 0.2
+    done
+}
