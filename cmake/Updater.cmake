@@ -16,6 +16,10 @@ target_compile_definitions(updater_options INTERFACE
     UNICODE _UNICODE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_MESSAGELOGCONTEXT
     QT_DEPRECATED_WARNINGS)
 if(WIN32)
+    # Programs do not tell where and when they were built.
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
+        $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
+    add_link_options(-Wl,--no-insert-timestamp)
     # Otherwise zlib would be a DLL to ship.
     set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
     target_compile_definitions(updater_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN QT_STATIC QUAZIP_STATIC)

@@ -1,13 +1,2 @@
-# 32-bit Windows with mingw-w64's posix thread model (std::mutex, std::thread).
-set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
-set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-
-# CMake looks for the building system's packages (Qt's translation tools; for the compile check also the
-# declarations of Qt and QuaZip) in that system's own library folder.
-execute_process(COMMAND gcc -print-multiarch OUTPUT_VARIABLE CMAKE_LIBRARY_ARCHITECTURE
-    OUTPUT_STRIP_TRAILING_WHITESPACE)
+include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)

@@ -4,18 +4,17 @@
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
-#include <vector>
 
 #include <windows.h>
 
 #include <setupapi.h>
-#include <winternl.h>
 extern "C" {
 #include <hidsdi.h>
 }
 
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
+#include "possessions.h"
 
 namespace {
 
@@ -77,30 +76,6 @@ private:
     HANDLE completeEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
 };
 
-struct Possessions
-{
-    ULONG handles = 0;
-    ULONG threads = 0;
-};
-
-/// Of this process, as the system's process list has them (Wine does not answer GetProcessHandleCount()).
-Possessions possessions()
-{
-    ULONG size = 0;
-    NtQuerySystemInformation(SystemProcessInformation, nullptr, 0, &size);
-    std::vector<BYTE> list(2 * size);
-    if (!NT_SUCCESS(NtQuerySystemInformation(SystemProcessInformation, list.data(),
-                                             static_cast<ULONG>(list.size()), nullptr)))
-        return {};
-    const SYSTEM_PROCESS_INFORMATION* entry =
-        reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(list.data());
-    const HANDLE self = UlongToHandle(GetCurrentProcessId());
-    while (entry->UniqueProcessId != self && entry->NextEntryOffset != 0)
-        entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(reinterpret_cast<const BYTE*>(entry) +
-                                                                    entry->NextEntryOffset);
-    return {entry->HandleCount, entry->NumberOfThreads};
-}
-
 bool runOnce(DeviceDetector& detector, Reports& reports)
 {
     const bool complete = detector.start(&reports, &anyHidInterface, 1) && reports.waitComplete();
@@ -128,11 +103,11 @@ int wmain(int argc, wchar_t* argv[])
 
     for (int round = 0; round < warmUpRounds; ++round)
         static_cast<void>(runOnce(*detector, reports));
-    const Possessions before = possessions();
+    const Possessions before = possessionsOf(GetCurrentProcessId());
     int completed = 0;
     for (int round = 0; round < rounds; ++round)
         completed += runOnce(*detector, reports) ? 1 : 0;
-    const Possessions after = possessions();
+    const Possessions after = possessionsOf(GetCurrentProcessId());
     destroyDeviceDetector(detector);
 
     std::printf("%d of %d further rounds complete\n", completed, rounds);

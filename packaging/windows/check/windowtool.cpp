@@ -1,11 +1,21 @@
-// windowtool wait|menu|space|close TITLE, windowtool command TITLE NUMBER: looks after the visible top-level
-// window of that title. Exit status 1 where it did not show up within the time limit, or could not be asked.
+// Looks after the visible top-level window of a title. Exit status 1 where it did not show up within the time
+// limit
+// (`gone`: did not go away), or could not be asked.
+//
+//     windowtool wait|gone TITLE           waits for it
+//     windowtool keys TITLE KEY...         presses tab, space, enter, escape
+//     windowtool command TITLE NUMBER      chooses from its system menu
+//     windowtool menu TITLE                prints its system menu
+//     windowtool possessions TITLE         prints how many handles and threads its process has
+//     windowtool close TITLE
 #include <cstdio>
+#include <map>
 #include <string>
 
 #include <windows.h>
 
 #include "menuhook.h"
+#include "possessions.h"
 
 namespace {
 
@@ -38,7 +48,7 @@ bool printSystemMenu(HWND window)
     const HMODULE module = LoadLibraryW(L"menuhook.dll");
     if (!module)
         return false;
-    const FARPROC procedure = GetProcAddress(module, "windowProcedureHook@12");
+    const FARPROC procedure = GetProcAddress(module, "windowProcedureHook");
     const HHOOK hook =
         SetWindowsHookExW(WH_CALLWNDPROC, reinterpret_cast<HOOKPROC>(reinterpret_cast<void*>(procedure)),
                           module, GetWindowThreadProcessId(window, nullptr));
@@ -53,18 +63,57 @@ bool printSystemMenu(HWND window)
     return sent && printFile(std::wstring(path) + menuListSuffix);
 }
 
-bool run(const std::wstring& verb, HWND window, const wchar_t* argument)
+WPARAM keyNamed(const std::wstring& name)
+{
+    static const std::map<std::wstring, WPARAM> keys{
+        {L"tab", VK_TAB}, {L"space", VK_SPACE}, {L"enter", VK_RETURN}, {L"escape", VK_ESCAPE}};
+    const auto found = keys.find(name);
+    return found == keys.end() ? 0 : found->second;
+}
+
+bool pressKeys(HWND window, int count, wchar_t* names[])
+{
+    for (int i = 0; i < count; ++i) {
+        const WPARAM key = keyNamed(names[i]);
+        if (key == 0 || !PostMessageW(window, WM_KEYDOWN, key, 0) || !PostMessageW(window, WM_KEYUP, key, 0))
+            return false;
+    }
+    return true;
+}
+
+bool printPossessions(HWND window)
+{
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    const Possessions has = possessionsOf(process);
+    std::printf("%lu handles, %lu threads\n", has.handles, has.threads);
+    return has.threads > 0;
+}
+
+bool waitUntilGone(const wchar_t* title)
+{
+    for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {
+        const HWND window = FindWindowW(nullptr, title);
+        if (!window || !IsWindowVisible(window))
+            return true;
+    }
+    return false;
+}
+
+bool run(const std::wstring& verb, HWND window, int argumentCount, wchar_t* arguments[])
 {
     if (verb == L"wait")
         return true;
     if (verb == L"menu")
         return printSystemMenu(window);
-    if (verb == L"space")
-        return PostMessageW(window, WM_KEYDOWN, VK_SPACE, 0) && PostMessageW(window, WM_KEYUP, VK_SPACE, 0);
+    if (verb == L"possessions")
+        return printPossessions(window);
+    if (verb == L"keys")
+        return pressKeys(window, argumentCount, arguments);
     if (verb == L"close")
         return PostMessageW(window, WM_CLOSE, 0, 0) != FALSE;
-    if (verb == L"command" && argument)
-        return PostMessageW(window, WM_SYSCOMMAND, std::wcstoul(argument, nullptr, 0), 0) != FALSE;
+    if (verb == L"command" && argumentCount == 1)
+        return PostMessageW(window, WM_SYSCOMMAND, std::wcstoul(arguments[0], nullptr, 0), 0) != FALSE;
     return false;
 }
 
@@ -74,6 +123,9 @@ int wmain(int argc, wchar_t* argv[])
 {
     if (argc < 3)
         return 1;
+    const std::wstring verb = argv[1];
+    if (verb == L"gone")
+        return waitUntilGone(argv[2]) ? 0 : 1;
     const HWND window = findWindow(argv[2]);
-    return window && run(argv[1], window, argc > 3 ? argv[3] : nullptr) ? 0 : 1;
+    return window && run(verb, window, argc - 3, argv + 3) ? 0 : 1;
 }

@@ -1,0 +1,12 @@
+# Windows on CMAKE_SYSTEM_PROCESSOR with mingw-w64's posix thread model (std::mutex, std::thread).
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_C_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+
+# CMake looks for the building system's packages (Qt's translation tools; for the compile check also the
+# declarations of Qt and QuaZip) in that system's own library folder.
+execute_process(COMMAND gcc -print-multiarch OUTPUT_VARIABLE CMAKE_LIBRARY_ARCHITECTURE
+    OUTPUT_STRIP_TRAILING_WHITESPACE)

@@ -1,0 +1,151 @@
+// The bus itself: which devices are there.
+#include "driver.h"
+
+namespace {
+
+NTSTATUS passDown(const BusExtension* bus, PIRP irp)
+{
+    IoSkipCurrentIrpStackLocation(irp);
+    return IoCallDriver(bus->lower, irp);
+}
+
+NTSTATUS tellDevices(BusExtension* bus, PIRP irp)
+{
+    auto* const relations = static_cast<PDEVICE_RELATIONS>(
+        ExAllocatePool(PagedPool, sizeof(DEVICE_RELATIONS) + BusProtocol::ports * sizeof(PDEVICE_OBJECT)));
+    if (!relations)
+        return complete(irp, STATUS_INSUFFICIENT_RESOURCES);
+    relations->Count = 0;
+    {
+        const ScopedLock guard(bus);
+        for (const Port& port : bus->ports) {
+            if (!port.isPresent)
+                continue;
+            ObReferenceObject(port.device);
+            relations->Objects[relations->Count++] = port.device;
+        }
+    }
+    irp->IoStatus.Status = STATUS_SUCCESS;
+    irp->IoStatus.Information = reinterpret_cast<ULONG_PTR>(relations);
+    return passDown(bus, irp);
+}
+
+NTSTATUS removeBus(BusExtension* bus, PIRP irp)
+{
+    UNICODE_STRING link;
+    RtlInitUnicodeString(&link, BusProtocol::linkName);
+    IoDeleteSymbolicLink(&link);
+    IoDeleteDevice(bus->control);
+    const NTSTATUS status = passDown(bus, irp);
+    IoDetachDevice(bus->lower);
+    IoDeleteDevice(bus->self);
+    return status;
+}
+
+NTSTATUS NTAPI plugAndPlay(PDEVICE_OBJECT device, PIRP irp)
+{
+    auto* const extension = static_cast<Extension*>(device->DeviceExtension);
+    if (extension->role == Role::Child)
+        return childPlugAndPlay(static_cast<ChildExtension*>(extension), irp);
+
+    BusExtension* const bus = extension->bus;
+    const IO_STACK_LOCATION* const location = IoGetCurrentIrpStackLocation(irp);
+    if (location->MinorFunction == IRP_MN_QUERY_DEVICE_RELATIONS &&
+        location->Parameters.QueryDeviceRelations.Type == BusRelations)
+        return tellDevices(bus, irp);
+    if (location->MinorFunction == IRP_MN_REMOVE_DEVICE)
+        return removeBus(bus, irp);
+    return passDown(bus, irp);
+}
+
+NTSTATUS NTAPI transfer(PDEVICE_OBJECT device, PIRP irp)
+{
+    auto* const extension = static_cast<Extension*>(device->DeviceExtension);
+    return extension->role == Role::Child ? childTransfer(static_cast<ChildExtension*>(extension), irp)
+                                          : complete(irp, STATUS_INVALID_DEVICE_REQUEST);
+}
+
+NTSTATUS NTAPI control(PDEVICE_OBJECT device, PIRP irp)
+{
+    const auto* const extension = static_cast<Extension*>(device->DeviceExtension);
+    return extension->role == Role::Control ? controlRequest(extension->bus, irp)
+                                            : complete(irp, STATUS_INVALID_DEVICE_REQUEST);
+}
+
+NTSTATUS NTAPI open(PDEVICE_OBJECT, PIRP irp)
+{
+    return complete(irp, STATUS_SUCCESS);
+}
+
+NTSTATUS NTAPI close(PDEVICE_OBJECT device, PIRP irp)
+{
+    const auto* const extension = static_cast<Extension*>(device->DeviceExtension);
+    if (extension->role == Role::Control)
+        unplugAll(extension->bus);
+    return complete(irp, STATUS_SUCCESS);
+}
+
+/// The device that programs open.
+NTSTATUS createControl(PDRIVER_OBJECT driver, BusExtension* bus)
+{
+    UNICODE_STRING name;
+    UNICODE_STRING link;
+    RtlInitUnicodeString(&name, BusProtocol::deviceName);
+    RtlInitUnicodeString(&link, BusProtocol::linkName);
+    const NTSTATUS status =
+        IoCreateDevice(driver, sizeof(Extension), &name, FILE_DEVICE_UNKNOWN, 0, FALSE, &bus->control);
+    if (!NT_SUCCESS(status))
+        return status;
+    auto* const extension = static_cast<Extension*>(bus->control->DeviceExtension);
+    extension->role = Role::Control;
+    extension->bus = bus;
+    bus->control->Flags |= DO_BUFFERED_IO;
+    bus->control->Flags &= ~DO_DEVICE_INITIALIZING;
+    return IoCreateSymbolicLink(&link, &name);
+}
+
+NTSTATUS NTAPI addDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
+{
+    PDEVICE_OBJECT device = nullptr;
+    NTSTATUS status =
+        IoCreateDevice(driver, sizeof(BusExtension), nullptr, FILE_DEVICE_BUS_EXTENDER, 0, FALSE, &device);
+    if (!NT_SUCCESS(status))
+        return status;
+    auto* const bus = static_cast<BusExtension*>(device->DeviceExtension);
+    bus->role = Role::Bus;
+    bus->bus = bus;
+    bus->self = device;
+    bus->physical = physical;
+    KeInitializeSpinLock(&bus->lock);
+    for (Port& port : bus->ports)
+        InitializeListHead(&port.transfers);
+    status = createControl(driver, bus);
+    if (!NT_SUCCESS(status)) {
+        IoDeleteDevice(device);
+        return status;
+    }
+    bus->lower = IoAttachDeviceToDeviceStack(device, physical);
+    device->Flags &= ~DO_DEVICE_INITIALIZING;
+    return STATUS_SUCCESS;
+}
+
+} // namespace
+
+NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information)
+{
+    irp->IoStatus.Status = status;
+    irp->IoStatus.Information = information;
+    IoCompleteRequest(irp, IO_NO_INCREMENT);
+    return status;
+}
+
+NTSTATUS registerBus(PDRIVER_OBJECT driver)
+{
+    driver->MajorFunction[IRP_MJ_PNP] = plugAndPlay;
+    driver->MajorFunction[IRP_MJ_INTERNAL_DEVICE_CONTROL] = transfer;
+    driver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = control;
+    driver->MajorFunction[IRP_MJ_CREATE] = open;
+    driver->MajorFunction[IRP_MJ_CLOSE] = close;
+    driver->DriverExtension->AddDevice = addDevice;
+    return STATUS_SUCCESS;
+}

@@ -1,0 +1,195 @@
+// A device of the bus, as the system and the HID minidriver see it.
+#include "driver.h"
+#include "hidport.h"
+
+namespace {
+
+constexpr UCHAR hidDescriptorType = 0x21;
+constexpr UCHAR reportDescriptorType = 0x22;
+constexpr USHORT hidVersion = 0x0111;
+
+/// @p prefix and @p text one after the other, in memory that whoever asked for it gives back; two zeros at
+/// the end, as a list needs them.
+PWCHAR allocatedId(const wchar_t* prefix, const wchar_t* text)
+{
+    const SIZE_T prefixLength = wcslen(prefix);
+    const SIZE_T textLength = wcslen(text);
+    auto* const id =
+        static_cast<PWCHAR>(ExAllocatePool(PagedPool, (prefixLength + textLength + 2) * sizeof(wchar_t)));
+    if (!id)
+        return nullptr;
+    RtlCopyMemory(id, prefix, prefixLength * sizeof(wchar_t));
+    RtlCopyMemory(id + prefixLength, text, textLength * sizeof(wchar_t));
+    id[prefixLength + textLength] = id[prefixLength + textLength + 1] = 0;
+    return id;
+}
+
+NTSTATUS tellId(const Port& port, PIRP irp)
+{
+    PWCHAR id = nullptr;
+    switch (IoGetCurrentIrpStackLocation(irp)->Parameters.QueryId.IdType) {
+    case BusQueryDeviceID:
+        id = allocatedId(L"SIMBUS\\", port.plug.deviceId);
+        break;
+    case BusQueryInstanceID:
+        id = allocatedId(L"", port.plug.instanceId);
+        break;
+    case BusQueryHardwareIDs:
+    case BusQueryCompatibleIDs:
+        id = allocatedId(L"", BusProtocol::childHardwareId);
+        break;
+    default:
+        return complete(irp, irp->IoStatus.Status);
+    }
+    return id ? complete(irp, STATUS_SUCCESS, reinterpret_cast<ULONG_PTR>(id))
+              : complete(irp, STATUS_INSUFFICIENT_RESOURCES);
+}
+
+NTSTATUS tellCapabilities(PIRP irp)
+{
+    PDEVICE_CAPABILITIES capabilities =
+        IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceCapabilities.Capabilities;
+    capabilities->UniqueID = TRUE;
+    capabilities->Removable = TRUE;
+    capabilities->SurpriseRemovalOK = TRUE;
+    return complete(irp, STATUS_SUCCESS);
+}
+
+void completeChange(BusExtension* bus, Port& port)
+{
+    PIRP change = nullptr;
+    {
+        const ScopedLock guard(bus);
+        change = takeWaiting(port.change);
+    }
+    if (change)
+        complete(change, STATUS_SUCCESS);
+}
+
+void failTransfers(BusExtension* bus, Port& port)
+{
+    for (;;) {
+        PIRP irp = nullptr;
+        {
+            const ScopedLock guard(bus);
+            irp = port.handedOut;
+            port.handedOut = nullptr;
+            if (!irp && !IsListEmpty(&port.transfers))
+                irp = CONTAINING_RECORD(RemoveHeadList(&port.transfers), IRP, Tail.Overlay.ListEntry);
+        }
+        if (!irp)
+            return;
+        complete(irp, STATUS_DEVICE_NOT_CONNECTED);
+    }
+}
+
+NTSTATUS remove(ChildExtension* child, PIRP irp)
+{
+    BusExtension* const bus = child->bus;
+    Port& port = *child->port;
+    const PDEVICE_OBJECT device = port.device;
+    failTransfers(bus, port);
+    {
+        const ScopedLock guard(bus);
+        port.device = nullptr;
+        port.isPresent = false;
+    }
+    complete(irp, STATUS_SUCCESS);
+    IoDeleteDevice(device);
+    completeChange(bus, port);
+    return STATUS_SUCCESS;
+}
+
+/// Gives @p size bytes to the class driver, which says itself where it wants them.
+NTSTATUS give(PIRP irp, const void* bytes, ULONG size)
+{
+    if (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.OutputBufferLength < size)
+        return complete(irp, STATUS_INVALID_BUFFER_SIZE);
+    RtlCopyMemory(irp->UserBuffer, bytes, size);
+    return complete(irp, STATUS_SUCCESS, size);
+}
+
+NTSTATUS giveDeviceDescriptor(const Port& port, PIRP irp)
+{
+    const HID_DESCRIPTOR descriptor{sizeof(descriptor),
+                                    hidDescriptorType,
+                                    hidVersion,
+                                    0,
+                                    1,
+                                    reportDescriptorType,
+                                    static_cast<USHORT>(port.plug.descriptorBytes)};
+    return give(irp, &descriptor, sizeof(descriptor));
+}
+
+NTSTATUS giveAttributes(const Port& port, PIRP irp)
+{
+    HID_DEVICE_ATTRIBUTES attributes{};
+    attributes.Size = sizeof(attributes);
+    attributes.VendorID = port.plug.vendorId;
+    attributes.ProductID = port.plug.productId;
+    attributes.VersionNumber = 0x0100;
+    return give(irp, &attributes, sizeof(attributes));
+}
+
+NTSTATUS queueTransfer(BusExtension* bus, Port& port, PIRP irp)
+{
+    PIRP ready = nullptr;
+    bool isPresent = false;
+    {
+        const ScopedLock guard(bus);
+        isPresent = port.isPresent;
+        if (isPresent) {
+            IoMarkIrpPending(irp);
+            InsertTailList(&port.transfers, &irp->Tail.Overlay.ListEntry);
+            ready = handOut(port);
+        }
+    }
+    if (!isPresent)
+        return complete(irp, STATUS_DEVICE_NOT_CONNECTED);
+    if (ready)
+        complete(ready, STATUS_SUCCESS, sizeof(BusProtocol::Request));
+    return STATUS_PENDING;
+}
+
+} // namespace
+
+NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
+{
+    switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
+    case IRP_MN_QUERY_ID:
+        return tellId(*child->port, irp);
+    case IRP_MN_QUERY_CAPABILITIES:
+        return tellCapabilities(irp);
+    case IRP_MN_START_DEVICE:
+        return complete(irp, STATUS_SUCCESS);
+    case IRP_MN_QUERY_DEVICE_RELATIONS:
+        // The class driver above has been started and has told its device: from now on the removal finds it.
+        completeChange(child->bus, *child->port);
+        return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
+    case IRP_MN_SURPRISE_REMOVAL:
+        failTransfers(child->bus, *child->port);
+        return complete(irp, STATUS_SUCCESS);
+    case IRP_MN_REMOVE_DEVICE:
+        return remove(child, irp);
+    default:
+        return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
+    }
+}
+
+NTSTATUS childTransfer(ChildExtension* child, PIRP irp)
+{
+    Port& port = *child->port;
+    switch (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode) {
+    case IOCTL_HID_GET_DEVICE_DESCRIPTOR:
+        return giveDeviceDescriptor(port, irp);
+    case IOCTL_HID_GET_REPORT_DESCRIPTOR:
+        return give(irp, port.plug.descriptor, port.plug.descriptorBytes);
+    case IOCTL_HID_GET_DEVICE_ATTRIBUTES:
+        return giveAttributes(port, irp);
+    case IOCTL_HID_SET_FEATURE:
+    case IOCTL_HID_GET_FEATURE:
+        return queueTransfer(child->bus, port, irp);
+    default:
+        return complete(irp, STATUS_NOT_SUPPORTED);
+    }
+}

@@ -1,0 +1,73 @@
+// installbus INF: creates the root-enumerated device that is the simulated bus, and installs the drivers of
+// the INF file on it. Exit status 0 once the bus can be opened.
+#include <cstdio>
+#include <cwchar>
+#include <iterator>
+
+#include <windows.h>
+
+#include <newdev.h>
+#include <setupapi.h>
+
+#include "busprotocol.h"
+
+namespace {
+
+constexpr GUID hidClass{0x745a17a0, 0x74d3, 0x11d0, {0xb6, 0xfe, 0x00, 0xa0, 0xc9, 0x0f, 0x57, 0xda}};
+constexpr DWORD timeLimitMs = 20000;
+constexpr DWORD pollMs = 50;
+
+int failed(const char* step)
+{
+    std::printf("%s failed with error %lu\n", step, GetLastError());
+    return 1;
+}
+
+bool createDevice()
+{
+    // A list of strings: one, and the end.
+    wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
+    std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
+    const HDEVINFO set = SetupDiCreateDeviceInfoList(&hidClass, nullptr);
+    SP_DEVINFO_DATA device{};
+    device.cbSize = sizeof(device);
+    const bool isCreated =
+        SetupDiCreateDeviceInfoW(set, L"SimulatedBus", &hidClass, nullptr, nullptr, DICD_GENERATE_ID,
+                                 &device) &&
+        SetupDiSetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID,
+                                          reinterpret_cast<const BYTE*>(hardwareIds), sizeof(hardwareIds)) &&
+        SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set, &device);
+    const DWORD error = GetLastError();
+    SetupDiDestroyDeviceInfoList(set);
+    SetLastError(error);
+    return isCreated;
+}
+
+bool waitForBus()
+{
+    for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {
+        const HANDLE bus = CreateFileW(BusProtocol::path, GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                       OPEN_EXISTING, 0, nullptr);
+        if (bus == INVALID_HANDLE_VALUE)
+            continue;
+        CloseHandle(bus);
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t* argv[])
+{
+    wchar_t inf[MAX_PATH]{};
+    if (argc != 2 || GetFullPathNameW(argv[1], MAX_PATH, inf, nullptr) == 0)
+        return failed("Reading the arguments");
+    if (!createDevice())
+        return failed("Creating the bus");
+    BOOL needsReboot = FALSE;
+    if (!UpdateDriverForPlugAndPlayDevicesW(nullptr, BusProtocol::busHardwareId, inf, INSTALLFLAG_FORCE,
+                                            &needsReboot))
+        return failed("Installing the drivers");
+    return waitForBus() ? 0 : failed("Opening the bus");
+}

@@ -1,0 +1,33 @@
+// The HID side: the class driver asks, and the device's port on the bus answers everything.
+#include "driver.h"
+#include "hidport.h"
+
+namespace {
+
+NTSTATUS NTAPI passDown(PDEVICE_OBJECT device, PIRP irp)
+{
+    IoSkipCurrentIrpStackLocation(irp);
+    return IoCallDriver(static_cast<HID_DEVICE_EXTENSION*>(device->DeviceExtension)->NextDeviceObject, irp);
+}
+
+NTSTATUS NTAPI addDevice(PDRIVER_OBJECT, PDEVICE_OBJECT)
+{
+    return STATUS_SUCCESS;
+}
+
+} // namespace
+
+NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath)
+{
+    driver->MajorFunction[IRP_MJ_INTERNAL_DEVICE_CONTROL] = passDown;
+    driver->MajorFunction[IRP_MJ_PNP] = passDown;
+    driver->DriverExtension->AddDevice = addDevice;
+
+    HID_MINIDRIVER_REGISTRATION registration{};
+    registration.Revision = HID_REVISION;
+    registration.DriverObject = driver;
+    registration.RegistryPath = registryPath;
+    registration.DeviceExtensionSize = sizeof(HID_DEVICE_EXTENSION);
+    registration.DevicesArePolled = TRUE; // no input reports ever come; otherwise Wine would ask without end
+    return HidRegisterMinidriver(&registration);
+}

@@ -1,0 +1,156 @@
+#include "driverbus.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cwchar>
+#include <string>
+
+#include "hiddescriptor.h"
+
+namespace {
+
+constexpr std::uint32_t interfacesPerDevice = 2;
+
+std::uint32_t slotOf(int port, std::uint32_t interfaceIndex)
+{
+    return static_cast<std::uint32_t>(port - 1) * interfacesPerDevice + interfaceIndex;
+}
+
+/// Such as "VID_7A31&PID_0004&MI_03": as Windows names a function of a composite device, or a device with
+/// one.
+std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
+{
+    wchar_t text[BusProtocol::maxIdLength];
+    std::swprintf(text, std::size(text), L"VID_%04X&PID_%04X", device.vendorId, device.productId);
+    std::wstring id = text;
+    if (device.isComposite) {
+        std::swprintf(text, std::size(text), L"&MI_%02X", hid.number);
+        id += text;
+    }
+    return id;
+}
+
+void copyText(wchar_t (&to)[BusProtocol::maxIdLength], const std::wstring& text)
+{
+    std::copy_n(text.c_str(), std::min<std::size_t>(text.size(), BusProtocol::maxIdLength - 1), to);
+}
+
+BusProtocol::Plug plugFor(const BusDevice& device, const HidInterface& hid, std::uint32_t slot)
+{
+    BusProtocol::Plug plug{};
+    plug.port = slot;
+    plug.vendorId = device.vendorId;
+    plug.productId = device.productId;
+    copyText(plug.deviceId, deviceId(device, hid));
+    copyText(plug.instanceId, L"7&1A2B3C" + std::to_wstring(device.port) + L"&0&0000");
+    const std::vector<std::uint8_t> descriptor = reportDescriptorOf(hid);
+    plug.descriptorBytes = static_cast<std::uint32_t>(descriptor.size());
+    std::copy_n(descriptor.begin(), std::min<std::size_t>(descriptor.size(), BusProtocol::maxDescriptorBytes),
+                plug.descriptor);
+    return plug;
+}
+
+} // namespace
+
+DriverBus::DriverBus()
+    : handle(CreateFileW(BusProtocol::path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                         FILE_FLAG_OVERLAPPED, nullptr))
+{
+}
+
+DriverBus::~DriverBus()
+{
+    if (!isOpen())
+        return;
+    ending = true;
+    CancelIoEx(handle, nullptr);
+    for (Slot& slot : slots) {
+        if (slot.server.joinable())
+            slot.server.join();
+    }
+    CloseHandle(handle);
+}
+
+void DriverBus::attach(const BusDevice& device)
+{
+    for (std::uint32_t i = 0; i < device.interfaces.size() && i < interfacesPerDevice; ++i) {
+        const HidInterface& hid = device.interfaces[i];
+        const std::uint32_t number = slotOf(device.port, i);
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            Slot& slot = slots.at(number);
+            slot.isTaken = true;
+            slot.serves = hid.serves;
+            if (hid.serves && !slot.server.joinable())
+                slot.server = std::thread([this, number] { serve(number); });
+        }
+        const BusProtocol::Plug plug = plugFor(device, hid, number);
+        if (!request(BusProtocol::plugCode, &plug, sizeof(plug)))
+            std::printf("The bus refuses a device: error %lu\n", GetLastError());
+    }
+}
+
+void DriverBus::detach(int port)
+{
+    for (std::uint32_t i = 0; i < interfacesPerDevice; ++i) {
+        const std::uint32_t number = slotOf(port, i);
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            if (!slots.at(number).isTaken)
+                continue;
+            slots.at(number).isTaken = false;
+        }
+        if (!request(BusProtocol::unplugCode, &number, sizeof(number)))
+            std::printf("The bus holds a device back: error %lu\n", GetLastError());
+    }
+}
+
+/// Waits until the driver has done @p code.
+bool DriverBus::request(std::uint32_t code, const void* input, DWORD inputSize, void* output,
+                        DWORD outputSize) const
+{
+    OVERLAPPED overlapped{};
+    overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    DWORD received = 0;
+    const bool isDone = DeviceIoControl(handle, code, const_cast<void*>(input), inputSize, output, outputSize,
+                                        nullptr, &overlapped) ||
+                        GetLastError() == ERROR_IO_PENDING;
+    const bool isWhole =
+        isDone && GetOverlappedResult(handle, &overlapped, &received, TRUE) && received == outputSize;
+    const DWORD error = GetLastError();
+    CloseHandle(overlapped.hEvent);
+    SetLastError(error);
+    return isWhole;
+}
+
+void DriverBus::serve(std::uint32_t number)
+{
+    BusProtocol::Request wanted{};
+    while (!ending && request(BusProtocol::nextCode, &number, sizeof(number), &wanted, sizeof(wanted))) {
+        const BusProtocol::Answer answer = serveOne(number, wanted);
+        static_cast<void>(request(BusProtocol::answerCode, &answer, sizeof(answer)));
+    }
+}
+
+BusProtocol::Answer DriverBus::serveOne(std::uint32_t number, const BusProtocol::Request& wanted)
+{
+    FeatureReports* serves = nullptr;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        if (slots.at(number).isTaken)
+            serves = slots.at(number).serves;
+    }
+    BusProtocol::Answer answer{};
+    answer.port = number;
+    if (!serves)
+        return answer;
+    if (wanted.isGet == 0) {
+        answer.isDone = serves->set(wanted.report, wanted.size) == Transfer::Done;
+        return answer;
+    }
+    std::copy_n(wanted.report, wanted.size, answer.report);
+    std::size_t received = 0;
+    answer.isDone = serves->get(answer.report, wanted.size, received) == Transfer::Done;
+    answer.size = static_cast<std::uint32_t>(received);
+    return answer;
+}

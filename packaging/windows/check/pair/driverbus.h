@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include <windows.h>
+
+#include "bus.h"
+#include "busprotocol.h"
+
+/// The simulated bus of a Windows system with its driver: what is plugged in here, every program of that
+/// system sees. `BusDevice::refusesOpen` is beyond it, since only the HID class driver decides about that.
+class DriverBus final : public Bus
+{
+public:
+    DriverBus();
+    ~DriverBus();
+    DriverBus(const DriverBus&) = delete;
+    DriverBus& operator=(const DriverBus&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return handle != INVALID_HANDLE_VALUE; }
+
+    /// Returns when the system has started the HID class driver for every interface of the device; programs
+    /// are told of it a little later.
+    void attach(const BusDevice& device) override;
+
+    /// Returns when the system has removed every interface of the device.
+    void detach(int port) override;
+
+private:
+    /// A place for one interface.
+    struct Slot
+    {
+        bool isTaken = false;
+        FeatureReports* serves = nullptr;
+        std::thread server;
+    };
+
+    bool request(std::uint32_t code, const void* input, DWORD inputSize, void* output = nullptr,
+                 DWORD outputSize = 0) const;
+    void serve(std::uint32_t number);
+    BusProtocol::Answer serveOne(std::uint32_t number, const BusProtocol::Request& wanted);
+
+    const HANDLE handle;
+    std::atomic<bool> ending{false};
+    std::mutex mutex; ///< guards what follows
+    std::array<Slot, BusProtocol::ports> slots;
+};

@@ -1,0 +1,31 @@
+// Stands in for SETUPAPI.dll where that knows no SPDRP_ENUMERATOR_NAME (Wine 8): answers that one property
+// out of the device's instance identifier, whose first part is the enumerator's name on Windows, and forwards
+// everything else.
+#include <cwchar>
+#include <string>
+
+#include <windows.h>
+
+#include <setupapi.h>
+
+extern "C" BOOL WINAPI registryProperty(HDEVINFO set, PSP_DEVINFO_DATA device, DWORD property, PDWORD type,
+                                        PBYTE buffer, DWORD size, PDWORD required)
+{
+    if (property != SPDRP_ENUMERATOR_NAME)
+        return SetupDiGetDeviceRegistryPropertyW(set, device, property, type, buffer, size, required);
+    wchar_t identifier[MAX_PATH]{};
+    if (!SetupDiGetDeviceInstanceIdW(set, device, identifier, MAX_PATH, nullptr))
+        return FALSE;
+    const std::wstring name(identifier, std::wcscspn(identifier, L"\\"));
+    const auto bytes = static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t));
+    if (type)
+        *type = REG_SZ;
+    if (required)
+        *required = bytes;
+    if (!buffer || size < bytes) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    CopyMemory(buffer, name.c_str(), bytes);
+    return TRUE;
+}
