@@ -6,6 +6,8 @@
 
 #include <windows.h>
 
+#include <ole2.h>
+
 #include "audioendpointskeeper.h"
 #include "computer.h"
 #include "openobjects.h"
@@ -83,6 +85,7 @@ class TestHostServices : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QCOMPARE(OleInitialize(nullptr), S_OK); }
     void init()
     {
         handlesBefore = openHandleCount();

@@ -33,7 +33,7 @@ private:
     RealClock realClock;
     std::unique_ptr<DeviceTree> devices = std::make_unique<SimulatedDeviceTree>(realClock);
     SimulatedServiceManager services{realClock};
-    SimulatedAudioEndpoints endpoints;
+    SimulatedAudioEndpoints endpoints{services};
     RealProcessTable realProcesses;
     std::unique_ptr<Session> userSession = std::make_unique<Session>();
 };

@@ -2,6 +2,11 @@
 
 #include <algorithm>
 
+SimulatedAudioEndpoints::SimulatedAudioEndpoints(SimulatedServiceManager& services)
+    : serviceManager(services)
+{
+}
+
 void SimulatedAudioEndpoints::add(AudioEndpoint endpoint)
 {
     const std::lock_guard<std::mutex> guard(mutex);
@@ -54,7 +59,21 @@ HRESULT SimulatedAudioEndpoints::admit(AudioFunction function)
     if (fault)
         return *fault;
     const auto lasting = lastingFaults.find(function);
-    return lasting == lastingFaults.end() ? S_OK : lasting->second;
+    if (lasting != lastingFaults.end())
+        return lasting->second;
+    return isToBeHad(function) ? S_OK : HRESULT_FROM_WIN32(ERROR_SERVICE_NOT_ACTIVE);
+}
+
+/// Whether what @p function is for does not depend on the audio service, or that runs.
+bool SimulatedAudioEndpoints::isToBeHad(AudioFunction function)
+{
+    const bool isOfService = function == AudioFunction::GetDefaultAudioEndpoint ||
+                             function == AudioFunction::EnumAudioEndpoints ||
+                             function == AudioFunction::SetDefaultEndpoint;
+    if (!isOfService)
+        return true;
+    const DWORD state = serviceManager.state(L"audiosrv");
+    return state == 0 || state == SERVICE_RUNNING;
 }
 
 std::vector<AudioEndpoint> SimulatedAudioEndpoints::endpoints(EDataFlow flow, DWORD stateMask)

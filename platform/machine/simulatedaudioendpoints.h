@@ -10,6 +10,7 @@
 #include <mmdeviceapi.h>
 
 #include "callfaults.h"
+#include "simulatedservicemanager.h"
 
 struct AudioEndpoint
 {
@@ -35,10 +36,14 @@ enum class AudioFunction {
     SetDefaultEndpoint,
 };
 
-/// The computer's audio endpoints, none at first. Every operation may be called on any thread.
+/// The computer's audio endpoints, none at first; not to be had while its audio service does not run. Every
+/// operation may be called on any thread.
 class SimulatedAudioEndpoints
 {
 public:
+    /// The services are borrowed; where the audio service is not among them it counts as running.
+    explicit SimulatedAudioEndpoints(SimulatedServiceManager& services);
+
     // How to script it.
 
     /// Adds an endpoint. Where none was chosen, the first active one of a flow is its default.
@@ -79,6 +84,9 @@ public:
 private:
     bool choose(const std::wstring& id, ERole role);
 
+    bool isToBeHad(AudioFunction function);
+
+    SimulatedServiceManager& serviceManager;
     mutable std::mutex mutex; ///< guards everything below
     std::vector<AudioEndpoint> all;
     std::map<std::pair<EDataFlow, ERole>, std::wstring> chosen;

@@ -5,6 +5,7 @@ SimulatedMachine::SimulatedMachine(Clock* ownClock)
     , processes(&realProcesses)
     , tree(*activeClock)
     , services(*activeClock)
+    , endpoints(services)
 {
 }
 

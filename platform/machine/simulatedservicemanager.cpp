@@ -63,6 +63,8 @@ DWORD SimulatedServiceManager::state(const std::wstring& name)
 {
     const std::lock_guard<std::mutex> guard(mutex);
     Entry* const entry = find(name);
+    if (!entry)
+        return 0;
     settle(*entry);
     return entry->service.state;
 }

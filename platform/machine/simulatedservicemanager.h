@@ -65,7 +65,7 @@ public:
         DWORD error;
     };
     std::vector<Call> calls() const;
-    DWORD state(const std::wstring& name); ///< of a service that was added
+    DWORD state(const std::wstring& name); ///< 0 where there is no such service
 
     // What it serves. Whether a handle carries the right that an operation needs is the caller's business.
     // All return a Windows error code, ERROR_SUCCESS where they succeeded.

@@ -1,20 +1,22 @@
 #include "handletable.h"
 
+#include <map>
 #include <mutex>
-#include <unordered_map>
 
+#include "lasterror.h"
 #include "openobjects.h"
 
 namespace {
 
-constexpr std::uintptr_t firstHandle = 0x10000; // clear of small numbers that a test might make up
-constexpr std::uintptr_t handleStep = 4;        // as on Windows, the two low bits are free
+constexpr std::uintptr_t step = 4;      // the two low bits are the program's own
+constexpr std::uintptr_t first = 0x100; // a process begins with some of its own
+constexpr std::uintptr_t firstWindow = 0x10000;
 
 struct Table
 {
     std::mutex mutex;
-    std::unordered_map<HANDLE, std::shared_ptr<HandleObject>> objects;
-    std::uintptr_t next = firstHandle;
+    std::map<std::uintptr_t, std::shared_ptr<HandleObject>> objects;
+    std::uintptr_t nextWindow = firstWindow;
 };
 
 Table& table()
@@ -30,34 +32,39 @@ HANDLE HandleTable::add(std::shared_ptr<HandleObject> object)
 {
     Table& t = table();
     const std::lock_guard<std::mutex> guard(t.mutex);
-    const auto handle = reinterpret_cast<HANDLE>(t.next);
-    t.next += handleStep;
-    t.objects.emplace(handle, std::move(object));
-    return handle;
+    std::uintptr_t free = first;
+    for (auto used = t.objects.begin(); used != t.objects.end() && used->first == free; ++used)
+        free += step;
+    t.objects.emplace(free, std::move(object));
+    return reinterpret_cast<HANDLE>(free);
+}
+
+HANDLE HandleTable::addWindow(std::shared_ptr<HandleObject> window)
+{
+    Table& t = table();
+    const std::lock_guard<std::mutex> guard(t.mutex);
+    t.nextWindow += step;
+    t.objects.emplace(t.nextWindow, std::move(window));
+    return reinterpret_cast<HANDLE>(t.nextWindow);
 }
 
 std::shared_ptr<HandleObject> HandleTable::find(HANDLE handle)
 {
     Table& t = table();
     const std::lock_guard<std::mutex> guard(t.mutex);
-    const auto it = t.objects.find(handle);
+    const auto it = t.objects.find(reinterpret_cast<std::uintptr_t>(handle));
     return it == t.objects.end() ? nullptr : it->second;
 }
 
-std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle)
+std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle, bool (*isKind)(const HandleObject& object))
 {
     Table& t = table();
-    std::shared_ptr<HandleObject> object;
-    {
-        const std::lock_guard<std::mutex> guard(t.mutex);
-        const auto it = t.objects.find(handle);
-        if (it != t.objects.end()) {
-            object = std::move(it->second);
-            t.objects.erase(it);
-        }
-    }
-    if (!object)
-        SetLastError(ERROR_INVALID_HANDLE);
+    const std::lock_guard<std::mutex> guard(t.mutex);
+    const auto it = t.objects.find(reinterpret_cast<std::uintptr_t>(handle));
+    if (it == t.objects.end() || !isKind(*it->second))
+        return fail(ERROR_INVALID_HANDLE);
+    const auto object = std::move(it->second);
+    t.objects.erase(it);
     return object;
 }
 

@@ -17,13 +17,20 @@ class KernelObject : public HandleObject
 {
 };
 
-/// The process's handles. Values are never used twice, so that a stale handle fails as an invalid one instead
-/// of reaching a stranger's object. Callable on any thread.
+/// The process's handles: multiples of 4, of which the lowest free one is used next, so that a stale handle
+/// reaches a stranger's object as it would on Windows. Callable on any thread.
 namespace HandleTable {
 
 HANDLE add(std::shared_ptr<HandleObject> object);
 
+/// A window's value is not used again.
+HANDLE addWindow(std::shared_ptr<HandleObject> window);
+
 std::shared_ptr<HandleObject> find(HANDLE handle);
+
+/// Takes @p handle out of the table if @p isKind says so of its object, which lives on while somebody else
+/// holds it. @return the object; null with ERROR_INVALID_HANDLE as last error where there is none.
+std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
 /// The object of kind T behind @p handle; null with ERROR_INVALID_HANDLE as last error where there is none.
 template <typename T>
@@ -35,15 +42,12 @@ std::shared_ptr<T> get(HANDLE handle)
     return object;
 }
 
-/// Takes @p handle, if it is of kind T, out of the table; the object lives on while somebody else holds it.
-/// @return the object; null with ERROR_INVALID_HANDLE as last error where there is none.
-std::shared_ptr<HandleObject> remove(HANDLE handle);
-
+/// remove() for the kind T.
 template <typename T>
-std::shared_ptr<T> take(HANDLE handle)
+std::shared_ptr<HandleObject> take(HANDLE handle)
 {
-    auto object = get<T>(handle);
-    return object && remove(handle) ? object : nullptr;
+    return remove(handle,
+                  [](const HandleObject& object) { return dynamic_cast<const T*>(&object) != nullptr; });
 }
 
 } // namespace HandleTable

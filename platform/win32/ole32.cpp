@@ -52,6 +52,7 @@ constexpr PROPERTYKEY interfaceFriendlyName = {
     {0x026E516E, 0xB814, 0x414B, {0x83, 0xCD, 0x85, 0x6D, 0x6F, 0xEF, 0x48, 0x22}}, 2};
 
 std::atomic<std::size_t> liveObjects{0};
+thread_local int initialisations = 0; // of COM, on this thread
 
 SimulatedAudioEndpoints& audio()
 {
@@ -65,6 +66,16 @@ LPWSTR newTaskString(const std::wstring& text)
     std::memcpy(memory, text.c_str(), bytes);
     ++liveObjects;
     return static_cast<LPWSTR>(memory);
+}
+
+/// What an operation begins with: its output is emptied, and the audio system asked.
+template <typename Output>
+HRESULT begin(AudioFunction function, Output* output)
+{
+    if (!output)
+        return E_POINTER;
+    *output = {};
+    return audio().admit(function);
 }
 
 /// An object with one interface beside IUnknown. It begins with one reference, the creator's.
@@ -82,10 +93,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override
     {
-        if (!object)
-            return E_POINTER;
-        *object = nullptr;
-        const HRESULT admitted = audio().admit(AudioFunction::QueryInterface);
+        const HRESULT admitted = begin(AudioFunction::QueryInterface, object);
         return admitted == S_OK ? give(riid, object) : admitted;
     }
 
@@ -131,10 +139,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) override
     {
-        if (!value)
-            return E_POINTER;
-        *value = {};
-        const HRESULT admitted = audio().admit(AudioFunction::GetValue);
+        const HRESULT admitted = begin(AudioFunction::GetValue, value);
         if (admitted != S_OK)
             return admitted;
         if (key.fmtid != interfaceFriendlyName.fmtid || key.pid != interfaceFriendlyName.pid)
@@ -164,24 +169,18 @@ public:
 
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** properties) override
     {
-        if (!properties)
-            return E_POINTER;
-        *properties = nullptr;
-        if (access != STGM_READ)
-            return E_ACCESSDENIED;
-        const HRESULT admitted = audio().admit(AudioFunction::OpenPropertyStore);
+        const HRESULT admitted = begin(AudioFunction::OpenPropertyStore, properties);
         if (admitted != S_OK)
             return admitted;
+        if (access != STGM_READ)
+            return E_ACCESSDENIED;
         *properties = new PropertyStore(endpoint);
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override
     {
-        if (!id)
-            return E_POINTER;
-        *id = nullptr;
-        const HRESULT admitted = audio().admit(AudioFunction::GetId);
+        const HRESULT admitted = begin(AudioFunction::GetId, id);
         if (admitted != S_OK)
             return admitted;
         *id = newTaskString(endpoint.id);
@@ -206,10 +205,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override
     {
-        if (!count)
-            return E_POINTER;
-        *count = 0;
-        const HRESULT admitted = audio().admit(AudioFunction::GetCount);
+        const HRESULT admitted = begin(AudioFunction::GetCount, count);
         if (admitted == S_OK)
             *count = static_cast<UINT>(endpoints.size());
         return admitted;
@@ -217,15 +213,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE Item(UINT index, IMMDevice** device) override
     {
-        if (!device)
-            return E_POINTER;
-        *device = nullptr;
+        const HRESULT admitted = begin(AudioFunction::Item, device);
+        if (admitted != S_OK)
+            return admitted;
         if (index >= endpoints.size())
             return E_INVALIDARG;
-        const HRESULT admitted = audio().admit(AudioFunction::Item);
-        if (admitted == S_OK)
-            *device = new Device(endpoints[index]);
-        return admitted;
+        *device = new Device(endpoints[index]);
+        return S_OK;
     }
 
 private:
@@ -243,29 +237,24 @@ public:
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD stateMask,
                                                  IMMDeviceCollection** devices) override
     {
-        if (!devices)
-            return E_POINTER;
-        *devices = nullptr;
+        const HRESULT admitted = begin(AudioFunction::EnumAudioEndpoints, devices);
+        if (admitted != S_OK)
+            return admitted;
         if (flow >= EDataFlow_enum_count || stateMask == 0 ||
             stateMask & ~static_cast<DWORD>(DEVICE_STATEMASK_ALL))
             return E_INVALIDARG;
-        const HRESULT admitted = audio().admit(AudioFunction::EnumAudioEndpoints);
-        if (admitted == S_OK)
-            *devices = new DeviceCollection(audio().endpoints(flow, stateMask));
-        return admitted;
+        *devices = new DeviceCollection(audio().endpoints(flow, stateMask));
+        return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** endpoint) override
     {
-        if (!endpoint)
-            return E_POINTER;
-        *endpoint = nullptr;
-        if (flow >= eAll || role >= ERole_enum_count)
-            return E_INVALIDARG;
-        const HRESULT admitted = audio().admit(AudioFunction::GetDefaultAudioEndpoint);
+        const HRESULT admitted = begin(AudioFunction::GetDefaultAudioEndpoint, endpoint);
         if (admitted != S_OK)
             return admitted;
+        if (flow >= eAll || role >= ERole_enum_count)
+            return E_INVALIDARG;
         const auto found = audio().defaultEndpoint(flow, role);
         if (!found)
             return E_NOTFOUND;
@@ -334,12 +323,24 @@ std::size_t liveComObjectCount()
     return liveObjects;
 }
 
+HRESULT WINAPI OleInitialize(LPVOID)
+{
+    return initialisations++ == 0 ? S_OK : S_FALSE;
+}
+
+void WINAPI OleUninitialize()
+{
+    --initialisations;
+}
+
 HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN outer, DWORD classContext, REFIID riid,
                                 LPVOID* object)
 {
     if (!object)
         return E_POINTER;
     *object = nullptr;
+    if (initialisations == 0)
+        return CO_E_NOTINITIALIZED;
     if (outer)
         return CLASS_E_NOAGGREGATION;
     if (!(classContext & CLSCTX_INPROC_SERVER))
@@ -355,6 +356,8 @@ HRESULT WINAPI OleRun(LPUNKNOWN object)
 {
     if (!object)
         return E_INVALIDARG;
+    if (initialisations == 0)
+        return CO_E_NOTINITIALIZED;
     return audio().admit(AudioFunction::RunObject); // no object here needs to be put into the running state
 }
 

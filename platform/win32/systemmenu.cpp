@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "lasterror.h"
+#include "toolkitwindow.h"
 
 namespace {
 
@@ -51,8 +52,8 @@ void SystemMenu::forget(HWND window)
 
 HMENU WINAPI GetSystemMenu(HWND window, BOOL revert)
 {
-    if (!window)
-        return fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (!ToolkitWindow::exists(window))
+        return nullptr;
     auto& menu = menus()[window];
     if (revert) {
         menu.reset();

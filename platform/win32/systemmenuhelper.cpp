@@ -1,15 +1,19 @@
-// Shows a window's system menu where the desktop has none: on Alt+Space, and on a right click on the window's
+// What Qt does on Windows only: it initialises COM on the GUI thread, and its windows are the system's. And a
+// window's system menu, shown where the desktop has none: on Alt+Space, and on a right click on the window's
 // status bar or, while that is hidden, on its free area. The choice reaches the window as WM_SYSCOMMAND does
 // on Windows.
 
 #include <QApplication>
+#include <QHash>
 #include <QKeyEvent>
 #include <QMenu>
-#include <QPointer>
 #include <QStatusBar>
 #include <QWidget>
 
+#include <ole2.h>
+
 #include "systemmenu.h"
+#include "toolkitwindow.h"
 
 namespace {
 
@@ -31,10 +35,11 @@ struct NativeEvents : QWidget
 
 void choose(QWidget* window, UINT command)
 {
+    constexpr WPARAM noise = 0x3; // the low four bits are the system's own
     MSG message = {};
     message.hwnd = handleOf(window);
     message.message = WM_SYSCOMMAND;
-    message.wParam = command;
+    message.wParam = command | noise;
     if (NativeEvents::deliver(window, message))
         return;
     switch (command) {
@@ -62,14 +67,12 @@ public:
         auto* const widget = qobject_cast<QWidget*>(watched);
         if (!widget)
             return false;
+        if (event->type() == QEvent::WinIdChange)
+            follow(widget);
         QWidget* const window = widget->window();
         if (!window->internalWinId() || !SystemMenu::exists(handleOf(window)))
             return false;
         switch (event->type()) {
-        case QEvent::Show:
-            if (widget == window)
-                forgetWith(window);
-            return false;
         case QEvent::KeyPress: {
             const auto* const key = static_cast<QKeyEvent*>(event);
             if (key->key() != Qt::Key_Space || key->modifiers() != Qt::AltModifier)
@@ -88,10 +91,17 @@ public:
     }
 
 private:
-    void forgetWith(QWidget* window)
+    /// The widget has another window, or none any more.
+    void follow(QWidget* widget)
     {
-        const HWND handle = handleOf(window);
-        connect(window, &QObject::destroyed, this, [handle] { SystemMenu::forget(handle); });
+        if (const HWND closed = handles.take(widget)) {
+            SystemMenu::forget(closed);
+            ToolkitWindow::closed(closed);
+        }
+        if (!widget->internalWinId())
+            return;
+        handles.insert(widget, handleOf(widget));
+        ToolkitWindow::opened(handleOf(widget));
     }
 
     static void popUp(QWidget* window, const QPoint& position)
@@ -112,10 +122,13 @@ private:
         }
         menu->popup(position);
     }
+
+    QHash<QWidget*, HWND> handles;
 };
 
 void install()
 {
+    static_cast<void>(OleInitialize(nullptr)); // nothing that it does can fail
     qApp->installEventFilter(new SystemMenuHelper(qApp));
 }
 

@@ -28,12 +28,14 @@ public:
 class ProcessObject : public KernelObject
 {
 public:
-    explicit ProcessObject(DWORD processId)
+    ProcessObject(DWORD processId, DWORD grantedAccess)
         : id(processId)
+        , access(grantedAccess)
     {
     }
 
     const DWORD id;
+    const DWORD access;
 };
 
 HANDLE currentProcessHandle()
@@ -97,11 +99,13 @@ DWORD WINAPI GetCurrentProcessId()
     return currentMachine().processTable().currentId();
 }
 
-HANDLE WINAPI OpenProcess(DWORD, BOOL, DWORD processId)
+HANDLE WINAPI OpenProcess(DWORD desiredAccess, BOOL, DWORD processId)
 {
     if (!currentMachine().processTable().exists(processId))
         return fail(ERROR_INVALID_PARAMETER);
-    return HandleTable::add(std::make_shared<ProcessObject>(processId));
+    if (desiredAccess == 0)
+        return fail(ERROR_ACCESS_DENIED);
+    return HandleTable::add(std::make_shared<ProcessObject>(processId, desiredAccess));
 }
 
 DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileName, DWORD size)
@@ -109,6 +113,9 @@ DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileN
     const auto process = HandleTable::get<ProcessObject>(handle);
     if (!process)
         return 0;
+    constexpr DWORD needed = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
+    if ((process->access & needed) != needed)
+        return fail(ERROR_ACCESS_DENIED);
     const std::wstring path = currentMachine().processTable().imagePath(process->id);
     if (path.empty() || module || size == 0)
         return fail(ERROR_ACCESS_DENIED);

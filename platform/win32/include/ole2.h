@@ -7,5 +7,7 @@
 
 extern "C" {
 
+HRESULT WINAPI OleInitialize(LPVOID reserved);
+void WINAPI OleUninitialize(void);
 HRESULT WINAPI OleRun(LPUNKNOWN object);
 }

@@ -217,8 +217,12 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID inBuffer,
 // ---- Windows, messages, menus
 // -----------------------------------------------------------------------------------
 
+#define WM_CREATE 0x0001
+#define WM_DESTROY 0x0002
 #define WM_QUERYENDSESSION 0x0011
 #define WM_QUIT 0x0012
+#define WM_NCCREATE 0x0081
+#define WM_NCDESTROY 0x0082
 #define WM_SYSCOMMAND 0x0112
 #define WM_DEVICECHANGE 0x0219
 #define SC_SIZE 0xF000
@@ -262,6 +266,22 @@ typedef struct tagWNDCLASSW
     LPCWSTR lpszMenuName;
     LPCWSTR lpszClassName;
 } WNDCLASSW, *LPWNDCLASSW;
+
+typedef struct tagCREATESTRUCTW
+{
+    LPVOID lpCreateParams;
+    HINSTANCE hInstance;
+    HMENU hMenu;
+    HWND hwndParent;
+    int cy;
+    int cx;
+    int y;
+    int x;
+    LONG style;
+    LPCWSTR lpszName;
+    LPCWSTR lpszClass;
+    DWORD dwExStyle;
+} CREATESTRUCTW, *LPCREATESTRUCTW;
 
 BOOL WINAPI GetClassInfoW(HINSTANCE instance, LPCWSTR className, LPWNDCLASSW windowClass);
 ATOM WINAPI RegisterClassW(const WNDCLASSW* windowClass);

@@ -1,0 +1,357 @@
+// What the layer refuses and repeats as Windows does.
+
+#include <QtTest>
+
+#include <windows.h>
+
+#include <cfgmgr32.h>
+#include <dbt.h>
+#include <mmdeviceapi.h>
+#include <psapi.h>
+#include <setupapi.h>
+
+#include "currentthread.h"
+#include "hidnode.h"
+#include "openobjects.h"
+#include "simulatedmachine.h"
+#include "toolkitwindow.h"
+
+using Broadcasts = SimulatedDeviceTree::Broadcasts;
+using Call = bool (*)();
+Q_DECLARE_METATYPE(Broadcasts)
+Q_DECLARE_METATYPE(Call)
+Q_DECLARE_METATYPE(SystemCall)
+
+namespace {
+
+constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
+constexpr CLSID enumeratorClass = {
+    0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
+constexpr IID enumeratorInterface = {
+    0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
+
+struct Computer
+{
+    VirtualClock clock;
+    SimulatedMachine machine{&clock};
+    ScopedMachine scope{machine};
+};
+
+/// What the windows of this test got.
+QStringList messages;
+UINT refused; ///< this message
+
+LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    QString text = QString::number(message, 16);
+    const auto* const header = reinterpret_cast<const DEV_BROADCAST_HDR*>(lParam);
+    if (message == WM_DEVICECHANGE) {
+        text = QString::number(wParam, 16) + (!header                                        ? ""
+                                              : header->dbch_devicetype == DBT_DEVTYP_HANDLE ? " handle"
+                                                                                             : " interface");
+    }
+    messages << text;
+    if (message == refused)
+        return message == WM_CREATE ? -1 : FALSE;
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND newWindow()
+{
+    WNDCLASSW windowClass = {};
+    windowClass.lpfnWndProc = takeMessage;
+    windowClass.lpszClassName = L"window of the layer's test";
+    RegisterClassW(&windowClass);
+    messages.clear();
+    return CreateWindowExW(0, windowClass.lpszClassName, nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr,
+                           nullptr);
+}
+
+/// Handles what was sent to this thread's windows up to now.
+void handleMessages()
+{
+    PostThreadMessageW(CurrentThread::id(), WM_QUIT, 0, 0);
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
+        DispatchMessageW(&message);
+}
+
+HDEVNOTIFY watchHid(HWND window)
+{
+    DEV_BROADCAST_DEVICEINTERFACE_W filter = {};
+    filter.dbcc_size = sizeof(filter);
+    filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+    filter.dbcc_classguid = hidInterfaceClass;
+    return RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+}
+
+HDEVNOTIFY watchFile(HWND window, HANDLE file, DWORD sizeError = 0)
+{
+    DEV_BROADCAST_HANDLE filter = {};
+    filter.dbch_size = sizeof(filter) + sizeError;
+    filter.dbch_devicetype = DBT_DEVTYP_HANDLE;
+    filter.dbch_handle = file;
+    return RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+}
+
+HANDLE open(const std::wstring& path)
+{
+    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+HRESULT createEnumerator(IMMDeviceEnumerator** enumerator)
+{
+    return CoCreateInstance(enumeratorClass, nullptr, CLSCTX_ALL, enumeratorInterface,
+                            reinterpret_cast<void**>(enumerator));
+}
+
+/// Runs @p read with the one device of the set of all HID devices.
+template <typename Read>
+bool readDevice(Read read)
+{
+    const HDEVINFO set =
+        SetupDiGetClassDevsW(&hidInterfaceClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    if (set == INVALID_HANDLE_VALUE)
+        return false;
+    SP_DEVINFO_DATA device = {};
+    device.cbSize = sizeof(device);
+    const bool isRead = SetupDiEnumDeviceInfo(set, 0, &device) && read(set, device);
+    const DWORD error = GetLastError();
+    SetupDiDestroyDeviceInfoList(set);
+    SetLastError(error);
+    return isRead;
+}
+
+} // namespace
+
+class TestLayer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        handlesBefore = openHandleCount();
+        refused = WM_QUIT;
+    }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void theLowestFreeHandleValueIsUsedNext();
+    void aWindowIsToldOfItsLife_data();
+    void aWindowIsToldOfItsLife();
+    void broadcastsComeInAnyOrderAndNumber_data();
+    void broadcastsComeInAnyOrderAndNumber();
+    void pathsAreEnumeratedInLowerCaseOnly();
+    void theNthCallFails_data();
+    void theNthCallFails();
+    void processesShowWhatTheAccessAllows();
+    void windowsBelongToTheirThreads();
+    void comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestLayer::theLowestFreeHandleValueIsUsedNext()
+{
+    HANDLE events[3];
+    for (HANDLE& event : events) {
+        event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        QCOMPARE(reinterpret_cast<std::uintptr_t>(event) % 4, std::uintptr_t(0));
+    }
+    QVERIFY(CloseHandle(events[1]));
+    QVERIFY(!CloseHandle(events[1]));
+    QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+    QVERIFY(CloseHandle(events[0]));
+    QCOMPARE(CreateEventW(nullptr, TRUE, FALSE, nullptr), events[0]);
+    QCOMPARE(CreateEventW(nullptr, TRUE, FALSE, nullptr), events[1]);
+    for (const HANDLE event : events)
+        QVERIFY(CloseHandle(event));
+}
+
+void TestLayer::aWindowIsToldOfItsLife_data()
+{
+    QTest::addColumn<UINT>("refusedMessage");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("to its end") << UINT(WM_QUIT) << "81 1 2 82";
+    QTest::newRow("refused before it is there") << UINT(WM_NCCREATE) << "81 2 82";
+    QTest::newRow("refused") << UINT(WM_CREATE) << "81 1 2 82";
+}
+
+void TestLayer::aWindowIsToldOfItsLife()
+{
+    QFETCH(UINT, refusedMessage);
+    refused = refusedMessage;
+    const HWND window = newWindow();
+    QCOMPARE(window != nullptr, refused == WM_QUIT);
+    QCOMPARE(DestroyWindow(window) != FALSE, refused == WM_QUIT);
+    QTEST(messages.join(QLatin1Char(' ')), "expected");
+}
+
+void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
+{
+    QTest::addColumn<Broadcasts>("broadcasts");
+    QTest::addColumn<QString>("expected"); // of a removal
+    QTest::newRow("as on most days") << Broadcasts{} << "8004 interface,8004 handle";
+    QTest::newRow("file first") << Broadcasts{true} << "8004 handle,8004 interface";
+    QTest::newRow("twice") << Broadcasts{false, 2} << "8004 interface,8004 handle,8004 interface,8004 handle";
+    QTest::newRow("with preludes") << Broadcasts{true, 1, true} << "7,8004 handle,7,8004 interface";
+}
+
+void TestLayer::broadcastsComeInAnyOrderAndNumber()
+{
+    QFETCH(Broadcasts, broadcasts);
+    Computer computer;
+    SimulatedDeviceTree& tree = computer.machine.deviceTree();
+    const DeviceNode node = hidNode(identity);
+    tree.plug(node);
+    tree.setBroadcasts(broadcasts);
+    const HWND window = newWindow();
+    const HDEVNOTIFY ofInterfaces = watchHid(window);
+    const HANDLE file = open(node.interfacePath);
+    for (const DWORD sizeError : {DWORD(-1), DWORD(1)}) {
+        QCOMPARE(watchFile(window, file, sizeError), nullptr);
+        QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_DATA));
+    }
+    const HDEVNOTIFY ofFile = watchFile(window, file);
+    messages.clear();
+    tree.unplug(node.interfacePath);
+    handleMessages();
+    QTEST(messages.join(QLatin1Char(',')), "expected");
+    for (const HDEVNOTIFY notification : {ofInterfaces, ofFile})
+        QVERIFY(UnregisterDeviceNotification(notification));
+    QVERIFY(CloseHandle(file));
+    QVERIFY(DestroyWindow(window));
+}
+
+void TestLayer::pathsAreEnumeratedInLowerCaseOnly()
+{
+    Computer computer;
+    computer.machine.deviceTree().plug(hidNode(identity));
+    QCOMPARE(hidNode(identity).interfacePath,
+             std::wstring(L"\\\\?\\HID#VID_7A31&PID_0006&MI_03&Col01#7&1a2b3c&0&0000#"
+                          L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
+    std::wstring path(200, L'\0');
+    const bool isRead = readDevice([&](HDEVINFO set, SP_DEVINFO_DATA&) {
+        SP_DEVICE_INTERFACE_DATA data = {};
+        data.cbSize = sizeof(data);
+        std::vector<BYTE> buffer(sizeof(DWORD) + path.size() * sizeof(wchar_t));
+        auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
+        detail->cbSize = sizeof(*detail);
+        const auto bytes = static_cast<DWORD>(buffer.size());
+        if (!SetupDiEnumDeviceInterfaces(set, nullptr, &hidInterfaceClass, 0, &data) ||
+            !SetupDiGetDeviceInterfaceDetailW(set, &data, detail, bytes, nullptr, nullptr))
+            return false;
+        path = reinterpret_cast<const wchar_t*>(buffer.data() + sizeof(DWORD));
+        return true;
+    });
+    QVERIFY(isRead);
+    QCOMPARE(path, std::wstring(L"\\\\?\\hid#vid_7a31&pid_0006&mi_03&col01#7&1a2b3c&0&0000#"
+                                L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
+}
+
+void TestLayer::theNthCallFails_data()
+{
+    QTest::addColumn<SystemCall>("call");
+    QTest::addColumn<Call>("succeeds"); // leaves nothing open
+    const auto row = [](const char* name, SystemCall call, Call succeeds) {
+        QTest::newRow(name) << call << succeeds;
+    };
+    row("CreateEventW", SystemCall::CreateEventW,
+        [] { return CloseHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr)) != FALSE; });
+    row("CreateThread", SystemCall::CreateThread, [] {
+        const auto run = [](LPVOID) -> DWORD { return 0; };
+        const HANDLE thread = CreateThread(nullptr, 0, run, nullptr, 0, nullptr);
+        return thread && WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0 && CloseHandle(thread);
+    });
+    row("CreateWindowExW", SystemCall::CreateWindowExW, [] { return DestroyWindow(newWindow()) != FALSE; });
+    row("RegisterDeviceNotificationW", SystemCall::RegisterDeviceNotificationW, [] {
+        const HWND window = newWindow();
+        const HDEVNOTIFY notification = watchHid(window);
+        DestroyWindow(window);
+        return notification && UnregisterDeviceNotification(notification);
+    });
+    row("SetupDiGetClassDevsW", SystemCall::SetupDiGetClassDevsW,
+        [] { return readDevice([](HDEVINFO, SP_DEVINFO_DATA&) { return true; }); });
+    row("SetupDiGetDeviceInstanceIdW", SystemCall::SetupDiGetDeviceInstanceIdW, [] {
+        return readDevice([](HDEVINFO set, SP_DEVINFO_DATA& device) {
+            wchar_t text[200];
+            return SetupDiGetDeviceInstanceIdW(set, &device, text, 200, nullptr) != FALSE;
+        });
+    });
+    row("SetupDiGetDeviceRegistryPropertyW", SystemCall::SetupDiGetDeviceRegistryPropertyW, [] {
+        return readDevice([](HDEVINFO set, SP_DEVINFO_DATA& device) {
+            BYTE text[800];
+            return SetupDiGetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID, nullptr, text,
+                                                     sizeof(text), nullptr) != FALSE;
+        });
+    });
+    row("CMP_WaitNoPendingInstallEvents", SystemCall::CMP_WaitNoPendingInstallEvents,
+        [] { return CMP_WaitNoPendingInstallEvents(0) == WAIT_OBJECT_0; });
+}
+
+void TestLayer::theNthCallFails()
+{
+    QFETCH(SystemCall, call);
+    QFETCH(Call, succeeds);
+    Computer computer;
+    computer.machine.deviceTree().plug(hidNode(identity));
+    computer.machine.failCall(call, 2, ERROR_GEN_FAILURE);
+    QVERIFY(succeeds());
+    QVERIFY(!succeeds());
+    QVERIFY(succeeds());
+    QCOMPARE(computer.machine.callCount(call), 3);
+}
+
+void TestLayer::processesShowWhatTheAccessAllows()
+{
+    constexpr DWORD query = PROCESS_QUERY_INFORMATION, read = PROCESS_VM_READ;
+    wchar_t name[MAX_PATH];
+    QCOMPARE(OpenProcess(0, FALSE, GetCurrentProcessId()), nullptr);
+    QCOMPARE(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    for (const DWORD access : {query, read, query | read}) {
+        const HANDLE process = OpenProcess(access, FALSE, GetCurrentProcessId());
+        QCOMPARE(K32GetModuleFileNameExW(process, nullptr, name, MAX_PATH) != 0, access == (query | read));
+        QVERIFY(CloseHandle(process));
+    }
+}
+
+void TestLayer::windowsBelongToTheirThreads()
+{
+    Computer computer;
+    const auto window = reinterpret_cast<HWND>(std::uintptr_t(7));
+    const auto errorOf = [](BOOL succeeded) { return succeeded ? DWORD(ERROR_SUCCESS) : GetLastError(); };
+    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_INVALID_WINDOW_HANDLE));
+    QCOMPARE(GetSystemMenu(window, FALSE), nullptr);
+    QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_WINDOW_HANDLE));
+    std::thread([&] { ToolkitWindow::opened(window); }).join();
+    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_ACCESS_DENIED));
+    ToolkitWindow::opened(window);
+    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_SUCCESS));
+    QCOMPARE(errorOf(ShutdownBlockReasonDestroy(window)), DWORD(ERROR_SUCCESS));
+    ToolkitWindow::closed(window);
+}
+
+void TestLayer::comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService()
+{
+    Computer computer;
+    IMMDeviceEnumerator* enumerator = nullptr;
+    QCOMPARE(createEnumerator(&enumerator), CO_E_NOTINITIALIZED);
+    QCOMPARE(OleInitialize(nullptr), S_OK);
+    HRESULT elsewhere = S_OK;
+    std::thread([&] { elsewhere = createEnumerator(&enumerator); }).join();
+    QCOMPARE(elsewhere, CO_E_NOTINITIALIZED);
+    QCOMPARE(createEnumerator(&enumerator), S_OK);
+    computer.machine.serviceManager().add({L"AudioSrv", SERVICE_STOPPED});
+    IMMDevice* endpoint = nullptr;
+    QCOMPARE(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, &endpoint),
+             HRESULT_FROM_WIN32(ERROR_SERVICE_NOT_ACTIVE));
+    QCOMPARE(computer.machine.serviceManager().start(L"audiosrv"), DWORD(ERROR_SUCCESS));
+    QCOMPARE(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, &endpoint), E_NOTFOUND);
+    enumerator->Release();
+    OleUninitialize();
+}
+
+QTEST_GUILESS_MAIN(TestLayer)
+
+#include "tst_layer.moc"
