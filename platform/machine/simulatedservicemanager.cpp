@@ -1,12 +1,13 @@
 #include "simulatedservicemanager.h"
 
 #include <algorithm>
+#include <cwchar>
 
 namespace {
 
 bool areSame(const std::wstring& a, const std::wstring& b)
 {
-    return _wcsicmp(a.c_str(), b.c_str()) == 0;
+    return wcscasecmp(a.c_str(), b.c_str()) == 0;
 }
 
 bool isPending(DWORD state)

@@ -1,4 +1,4 @@
-// Errors, handles, events, threads, waiting, time, power, memory, modules, device files.
+// Errors, handles, events, threads, waiting, time, power, memory, modules, device files, text.
 
 #include <windows.h>
 
@@ -273,7 +273,7 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR moduleName)
 
 HMODULE WINAPI LoadLibraryW(LPCWSTR fileName)
 {
-    if (wcscasecmp(fileName, L"kernel32.dll") != 0)
+    if (_wcsicmp(fileName, L"kernel32.dll") != 0)
         return fail(ERROR_MOD_NOT_FOUND);
     return static_cast<HMODULE>(HandleTable::add(std::make_shared<ModuleObject>()));
 }
@@ -306,4 +306,9 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode
         return INVALID_HANDLE_VALUE;
     }
     return HandleTable::add(std::make_shared<FileObject>(std::move(file)));
+}
+
+int _wcsicmp(const wchar_t* a, const wchar_t* b)
+{
+    return wcscasecmp(a, b);
 }

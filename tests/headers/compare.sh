@@ -1,6 +1,7 @@
 #!/bin/sh
 # Compares the headers of platform/win32 with mingw-w64's: constants, types, layouts and functions, as one and the
-# same compiler for 32-bit Windows sees them. Exit status 77 where that compiler is not installed.
+# same compiler for 32-bit Windows sees them; and the identifiers and the interface that sources write themselves.
+# Exit status 77 where that compiler is not installed.
 here=$(cd "$(dirname "$0")" && pwd)
 layer=${1:-$here/../../platform/win32/include}
 compiler=i686-w64-mingw32-g++-posix
@@ -48,7 +49,48 @@ table() {
         sed 's/void ofType<\(.*\)>()/\1/; s/( stdcall\*)/(__stdcall*)/g; s/unsigned long/unsigned int/g; s/\blong\b/int/g' >"$work/$name"
     [ -s "$work/$name" ] || exit 1
 }
-table layer -isystem "$work/include" -Dwcscasecmp=wcscmp
+table layer -isystem "$work/include"
 table genuine
 echo "$(wc -l <"$work/layer") properties compared."
-diff -U0 --label layer --label genuine "$work/layer" "$work/genuine"
+diff -U0 --label layer --label genuine "$work/layer" "$work/genuine" || exit 1
+
+# Sources that write identifiers, each of which identifiers.h has to name.
+root=$here/../..
+sources="$root/platform/machine/devicetree.h $root/platform/win32/ole32.cpp $root/system/audioendpointskeeper.cpp \
+    $root/devices/interfaceclass.cpp"
+{
+    echo '#include <windows.h>'
+    echo '#define INITGUID'
+    echo '#undef DECLSPEC_SELECTANY' # which would hide the values from static_assert
+    echo '#define DECLSPEC_SELECTANY constexpr'
+    for header in hidclass usbiodef mmdeviceapi functiondiscoverykeys_devpkey; do echo "#include <$header.h>"; done
+    for source in $sources; do
+        name=${source##*/}
+        echo "namespace ${name%.*} {"
+        sed -n '/^constexpr \(GUID\|IID\|CLSID\|PROPERTYKEY\) /,/;$/p' "$source" |
+            sed -E 's/^constexpr [A-Z]+ ([A-Za-z]+) = .*/&\n#pragma name \1/' >"$work/constants"
+        grep -v '^#pragma name' "$work/constants"
+        sed -n "s/^#pragma name /${name%.*}::/p" "$work/constants" >>"$work/names"
+        echo '}'
+    done
+    echo "#include \"$here/identifiers.h\""
+} >"$work/identifiers.cpp"
+$compiler -std=c++17 -w -D_WIN32_WINNT=0x0601 -fsyntax-only "$work/identifiers.cpp" || exit 1
+while read -r name; do
+    grep -q "$name\b" "$here/identifiers.h" || { echo "Not compared: $name"; exit 1; }
+done <"$work/names"
+
+# The interface that no header declares: alike in both sources, and its one useful operation the thirteenth.
+for source in "$root/platform/win32/ole32.cpp" "$root/system/audioendpointskeeper.cpp"; do
+    sed -n '/^struct IPolicyConfiguration/,/^};/p' "$source" >"$work/${source##*/}"
+done
+{
+    echo '#include <mmdeviceapi.h>'
+    cat "$work/ole32.cpp"
+    echo "#include \"$here/table.h\""
+    echo 'void table() { METHOD(IPolicyConfiguration, SetDefaultEndpoint) }'
+} >"$work/policy.cpp"
+$compiler -std=c++17 -O2 -w -S -o "$work/policy.s" "$work/policy.cpp" || exit 1
+place=$(sed -n 's/.*#@ place of .* //p' "$work/policy.s")
+[ "$place" = $((12 * 4 + 1)) ] || { echo "SetDefaultEndpoint is at $place of the method table."; exit 1; }
+diff "$work/ole32.cpp" "$work/audioendpointskeeper.cpp"

@@ -69,6 +69,10 @@ BEGIN { split("0 0x12345 0x80070005", arguments) }
             print "CONSTANT(" functionName($2) "(" arguments[i] "))"
         next
     }
+    if ($0 ~ /^#define [A-Za-z_0-9]+ +L?"/) {
+        print "TEXT(" $2 ")"
+        next
+    }
     if ($0 ~ /^#define [A-Za-z_0-9]+ +[^ ]/ && $0 !~ /^#define [A-Za-z_0-9]+ +(const|extern|struct|virtual)/)
         print "CONSTANT(" $2 ")"
     next
@@ -93,6 +97,9 @@ $0 == "{" {
         opened = "enum"
     } else if (text ~ /\)[ a-z]*$/) {
         opened = "body"
+        sub(/\(.*/, "", text)
+        sub(/.* /, "", text)
+        print "BODY(" text ")"
     }
     text = ""
     next

@@ -31,9 +31,29 @@ constexpr auto theMethod(HRESULT (STDMETHODCALLTYPE Interface::*method)(REFIID, 
     return method;
 }
 
+/// A number that differs where texts do (the FNV-1a hash).
+template <typename Character>
+constexpr unsigned long hashOf(const Character* text)
+{
+    unsigned long hash = 2166136261;
+    for (; *text != 0; ++text)
+        hash = (hash ^ static_cast<unsigned long>(*text)) * 16777619;
+    return hash;
+}
+
+/// Identifiers that differ in the first, in the last and in no bit.
+constexpr GUID oneGuid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+constexpr GUID likeGuid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+constexpr GUID otherGuids[] = {{0, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}}, {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 139}}};
+
 #define RECORD(text, value) asm volatile("#@ " text " %c0" : : "i"(value));
 
 #define CONSTANT(name) RECORD("constant " #name, (unsigned long)(name))
+#define TEXT(name) RECORD("text of " #name, hashOf(name))
+#define BODY(name)                                                                                           \
+    RECORD(#name " of equals", name(oneGuid, likeGuid) ? 1 : 0)                                              \
+    RECORD(#name ", first bit", name(oneGuid, otherGuids[0]) ? 1 : 0)                                        \
+    RECORD(#name ", last bit", name(oneGuid, otherGuids[1]) ? 1 : 0)
 #define TYPE(name) RECORD("type " #name, ofType<name>)
 #define FUNCTION(name) RECORD("function " #name, ofType<decltype(&name)>)
 #define SIZE(structure) RECORD("size of " #structure, sizeof(structure))

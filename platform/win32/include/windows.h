@@ -84,7 +84,6 @@ typedef GUID* LPGUID;
 #endif
 
 // ---- Errors
-// -----------------------------------------------------------------------------------------------------
 
 #define ERROR_SUCCESS 0
 #define ERROR_INVALID_FUNCTION 1
@@ -116,7 +115,6 @@ DWORD WINAPI GetLastError(void);
 void WINAPI SetLastError(DWORD error);
 
 // ---- Handles, events, threads, waiting
-// --------------------------------------------------------------------------
 
 #define WAIT_OBJECT_0 0
 #define WAIT_TIMEOUT 258
@@ -158,13 +156,11 @@ void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
 void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
 
 // ---- Time
-// -------------------------------------------------------------------------------------------------------
 
 void WINAPI Sleep(DWORD milliseconds);
 DWORD WINAPI GetTickCount(void);
 
 // ---- Power
-// ------------------------------------------------------------------------------------------------------
 
 #define ES_SYSTEM_REQUIRED ((DWORD)0x00000001)
 #define ES_DISPLAY_REQUIRED ((DWORD)0x00000002)
@@ -175,7 +171,6 @@ typedef DWORD EXECUTION_STATE;
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
 
 // ---- Memory, modules, processes
-// ---------------------------------------------------------------------------------
 
 #define LMEM_FIXED 0x0
 #define LMEM_ZEROINIT 0x40
@@ -197,7 +192,6 @@ HANDLE WINAPI OpenProcess(DWORD desiredAccess, BOOL inheritHandle, DWORD process
 BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process);
 
 // ---- Devices as files
-// -------------------------------------------------------------------------------------------
 
 #define GENERIC_READ 0x80000000
 #define GENERIC_WRITE 0x40000000
@@ -215,7 +209,6 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID inBuffer,
                             LPOVERLAPPED overlapped);
 
 // ---- Windows, messages, menus
-// -----------------------------------------------------------------------------------
 
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
@@ -304,6 +297,10 @@ BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason);
 BOOL WINAPI ShutdownBlockReasonDestroy(HWND window);
 BOOL WINAPI InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR newItemId, LPCWSTR newItem);
 
+// ---- C runtime; the genuine <wchar.h> declares it
+
+int _wcsicmp(const wchar_t* a, const wchar_t* b);
+
 #ifdef __cplusplus
 }
 
@@ -316,11 +313,5 @@ inline bool operator!=(const GUID& a, const GUID& b)
     return !(a == b);
 }
 #endif
-
-// The C runtime's comparison without regard to case, which the genuine <wchar.h> declares.
-inline int _wcsicmp(const wchar_t* a, const wchar_t* b)
-{
-    return wcscasecmp(a, b);
-}
 
 #include <winsvc.h>
