@@ -322,10 +322,12 @@ void TestHostServices::serviceHandlesKeepToTheirKindsAndRights()
     reply = {};
     QVERIFY(stopFailsWith(ERROR_SERVICE_CANNOT_ACCEPT_CTRL, mayStop));
     QCOMPARE(reply.dwCurrentState, stopping);
-    QVERIFY(!StartServiceW(mayStart, 0, nullptr) && GetLastError() == ERROR_SERVICE_ALREADY_RUNNING);
+    QVERIFY(!StartServiceW(mayStart, 0, nullptr));
+    QCOMPARE(GetLastError(), DWORD(ERROR_SERVICE_ALREADY_RUNNING));
     for (const SC_HANDLE handle : {manager, mayStop, mayStart})
         QVERIFY(CloseServiceHandle(handle));
-    QVERIFY(!CloseServiceHandle(manager) && GetLastError() == ERROR_INVALID_HANDLE);
+    QVERIFY(!CloseServiceHandle(manager));
+    QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
 }
 
 void TestHostServices::defaultsComeBackByTheirAdaptersNames_data()

@@ -10,11 +10,12 @@
 #include <psapi.h>
 #include <setupapi.h>
 
+#include "computer.h"
 #include "currentthread.h"
 #include "hidnode.h"
 #include "openobjects.h"
-#include "simulatedmachine.h"
 #include "toolkitwindow.h"
+#include "waiting.h"
 
 using Broadcasts = SimulatedDeviceTree::Broadcasts;
 using Call = bool (*)();
@@ -29,13 +30,6 @@ constexpr CLSID enumeratorClass = {
     0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
 constexpr IID enumeratorInterface = {
     0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
-
-struct Computer
-{
-    VirtualClock clock;
-    SimulatedMachine machine{&clock};
-    ScopedMachine scope{machine};
-};
 
 /// What the windows of this test got.
 QStringList messages;
@@ -202,7 +196,7 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
 {
     QFETCH(Broadcasts, broadcasts);
     Computer computer;
-    SimulatedDeviceTree& tree = computer.machine.deviceTree();
+    SimulatedDeviceTree& tree = computer.tree;
     const DeviceNode node = hidNode(identity);
     tree.plug(node);
     tree.setBroadcasts(broadcasts);
@@ -227,7 +221,7 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
 void TestLayer::pathsAreEnumeratedInLowerCaseOnly()
 {
     Computer computer;
-    computer.machine.deviceTree().plug(hidNode(identity));
+    computer.tree.plug(hidNode(identity));
     QCOMPARE(hidNode(identity).interfacePath,
              std::wstring(L"\\\\?\\HID#VID_7A31&PID_0006&MI_03&Col01#7&1a2b3c&0&0000#"
                           L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
@@ -295,7 +289,7 @@ void TestLayer::theNthCallFails()
     QFETCH(SystemCall, call);
     QFETCH(Call, succeeds);
     Computer computer;
-    computer.machine.deviceTree().plug(hidNode(identity));
+    computer.tree.plug(hidNode(identity));
     computer.machine.failCall(call, 2, ERROR_GEN_FAILURE);
     QVERIFY(succeeds());
     QVERIFY(!succeeds());
