@@ -13,6 +13,7 @@
 #include "computer.h"
 #include "currentthread.h"
 #include "hidnode.h"
+#include "literals.h"
 #include "openobjects.h"
 #include "toolkitwindow.h"
 #include "waiting.h"
@@ -40,9 +41,9 @@ LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lP
     QString text = QString::number(message, 16);
     const auto* const header = reinterpret_cast<const DEV_BROADCAST_HDR*>(lParam);
     if (message == WM_DEVICECHANGE) {
-        text = QString::number(wParam, 16) + (!header                                        ? ""
-                                              : header->dbch_devicetype == DBT_DEVTYP_HANDLE ? " handle"
-                                                                                             : " interface");
+        text = QString::number(wParam, 16);
+        if (header)
+            text += header->dbch_devicetype == DBT_DEVTYP_HANDLE ? " handle"_s : " interface"_s;
     }
     messages << text;
     if (message == refused)
