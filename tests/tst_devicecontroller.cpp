@@ -156,9 +156,10 @@ private Q_SLOTS:
     void aDeviceThatWasGoneForAMomentIsReadAnew();
     void detectionStartedAgainReportsWhatIsThere();
     void stopCutsReadsShort();
+    void stopWaitsForTheReadOfADeviceThatIsGone();
 
-    void theReaderAsksAsPrescribed_data();
-    void theReaderAsksAsPrescribed();
+    void theReaderAsksByTheProtocol_data();
+    void theReaderAsksByTheProtocol();
     void nothingIsSentForWhatLiesPastTheMemory_data();
     void nothingIsSentForWhatLiesPastTheMemory();
     void aCancelledReaderBeginsNoTransfer();
@@ -290,7 +291,8 @@ void TestDeviceController::startedAndFinishedBracketAllReads()
     c.plug(headset, second);
     c.controller.startDetection();
     TRY_COMPARE(c.text(), "started started");
-    QVERIFY(c.controller.isConnected(Headset) && c.controller.pid(Headset) == 0);
+    QVERIFY(c.controller.isConnected(Headset));
+    QCOMPARE(c.controller.pid(Headset), static_cast<unsigned short>(0));
     second->goOn.release();
     TRY_COMPARE(c.text(), "started started +2");
     first->goOn.release();
@@ -344,7 +346,8 @@ void TestDeviceController::detectionStartedAgainReportsWhatIsThere()
     const int before = c.reports.size();
     c.tree.unplugAndWait(gone); // its report is still queued when the detection ends
     c.controller.stopDetection();
-    QVERIFY(!c.controller.isConnected(Transmitter) && c.controller.deviceName().isEmpty());
+    QVERIFY(!c.controller.isConnected(Transmitter));
+    QCOMPARE(c.controller.deviceName(), QString());
     QCOMPARE(openHandleCount(), handlesBefore);
     c.controller.startDetection();
     TRY_COMPARE(c.reports.mid(before).join(' '), "started finished +1");
@@ -375,7 +378,8 @@ void TestDeviceController::stopCutsReadsShort()
     QCOMPARE(chip->transfers, 20); // the last was the answer that a read needed
     QVERIFY(!c.controller.isConnected(Headset));
     TRY_COMPARE(c.text(), "started finished +2");
-    QVERIFY(c.controller.isConnected(Headset) && c.controller.deviceInstance(Headset).path.empty());
+    QVERIFY(c.controller.isConnected(Headset));
+    QCOMPARE(c.controller.deviceInstance(Headset).path, std::wstring());
     c.controller.startDetection();
     TRY_COMPARE(c.text(), "started finished +2 -2 started finished +2");
     QVERIFY(!c.controller.deviceInstance(Headset).path.empty());
@@ -393,7 +397,31 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_COMPARE(c.reports.mid(before).join(' '), "started finished +2");
 }
 
-void TestDeviceController::theReaderAsksAsPrescribed_data()
+void TestDeviceController::stopWaitsForTheReadOfADeviceThatIsGone()
+{
+    constexpr int whileOthersRun = 100;
+    Detection c;
+    const auto chip = std::make_shared<HeldChip>();
+    const std::wstring path = c.plug(headset, chip);
+    c.controller.startDetection();
+    TRY_COMPARE(c.text(), "started");
+    TRY_ACQUIRE(chip->reached, 1);
+    c.tree.unplugAndWait(path);
+    TRY_COMPARE(c.text(), "started finished -2");
+    std::thread letGo([&chip, handles = openHandleCount()] {
+        while (openHandleCount() + 3 > handles) // until the detector has closed its own
+            std::this_thread::yield();
+        for (int i = 0; i < whileOthersRun; ++i)
+            std::this_thread::yield();
+        chip->goOn.release();
+    });
+    c.controller.stopDetection();
+    const std::size_t openFiles = c.tree.openFileCount();
+    letGo.join();
+    QCOMPARE(openFiles, std::size_t(0));
+}
+
+void TestDeviceController::theReaderAsksByTheProtocol_data()
 {
     QTest::addColumn<int>("chip");
     QTest::addColumn<int>("revision");
@@ -404,7 +432,7 @@ void TestDeviceController::theReaderAsksAsPrescribed_data()
     QTest::newRow("chip 13, revision 3") << 13 << 3 << QByteArray("3BB5 A0B0 A0C0");
 }
 
-void TestDeviceController::theReaderAsksAsPrescribed()
+void TestDeviceController::theReaderAsksByTheProtocol()
 {
     QFETCH(const QByteArray, addresses);
     QFETCH(const int, chip);
@@ -430,7 +458,8 @@ void TestDeviceController::theReaderAsksAsPrescribed()
     for (int i = 0; i < 20; ++i)
         QCOMPARE(data[i], char((0x010203 + i) * 7));
     QCOMPARE(data.size(), 20);
-    QVERIFY(read(data, 0x01FFE0, 100) && data.size() == 32); // cut before it is held against the memory
+    QVERIFY(read(data, 0x01FFE0, 100)); // cut before it is held against the memory
+    QCOMPARE(data.size(), 32);
     QCOMPARE(scripted->journal.join(' '), expected);
 }
 
@@ -465,7 +494,9 @@ void TestDeviceController::nothingIsSentForWhatLiesPastTheMemory()
     const int before = chip->transfers;
     const auto end = static_cast<unsigned>(capacity);
     QByteArray data;
-    QVERIFY(!read(data, end, 1) && !read(data, 0xFFFFFFFF, 5) && !read(data, end - std::min(end, 19u), 20));
+    QVERIFY(!read(data, end, 1));
+    QVERIFY(!read(data, 0xFFFFFFFF, 5));
+    QVERIFY(!read(data, end - std::min(end, 19u), 20));
     QCOMPARE(chip->transfers, before);
     QCOMPARE(read(data, end - 1, 1), capacity > 0);
 }

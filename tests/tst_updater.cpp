@@ -4,6 +4,8 @@
 #include <future>
 #include <memory>
 
+#include <QProcess>
+
 #include "devicelistener.h"
 #include "firmwareupdater.h"
 #include "flashingerror.h"
@@ -99,6 +101,24 @@ struct ScriptedComputer : Computer
     const std::wstring path;
 };
 
+/// Both devices are plugged in, and a download stops at its begin until it is let go on.
+struct HeldComputer : PairedComputer
+{
+    HeldComputer()
+    {
+        onReport = [this](const std::string& text) {
+            if (text.find("download from") == std::string::npos)
+                return;
+            downloading.release();
+            goOn.acquire();
+        };
+        pair.plugIn();
+    }
+
+    QSemaphore downloading;
+    QSemaphore goOn;
+};
+
 /// A tool beside the test that writes the arguments which this process gives it into a file beside it.
 class FakeTool
 {
@@ -159,6 +179,7 @@ private Q_SLOTS:
     void everyDeviceEndsWithTheImage();
     void aDeviceInNormalModeIsToldToLeaveIt_data();
     void aDeviceInNormalModeIsToldToLeaveIt();
+    void aDeviceThatLeavesAtOnceIsSeen();
     void aDeviceInProgrammingModeIsTakenByItsPath();
     void someAttemptsEndBeforeTheyBegin();
     void anEmptyImageIsNeverWritten();
@@ -166,6 +187,7 @@ private Q_SLOTS:
     void aDeviceThatCannotBeTakenEndsTheAttempt();
     void aDeviceLostWhileProgrammedEndsTheAttempt_data();
     void aDeviceLostWhileProgrammedEndsTheAttempt();
+    void theDeviceThatArrivedLastCounts();
     void destructionWaitsForTheProgramming();
 
 private:
@@ -202,9 +224,11 @@ void TestUpdater::everyDeviceEndsWithTheImage()
         Attempt attempt(computer.pair.channelPath(kind), kind, computer.images[kind]);
         attempt.updater->flashDevice();
         TRY_COMPARE(attempt.text(), "range 0, finished");
-        QVERIFY(attempt.progress > 100 && !attempt.timer().isActive());
+        QVERIFY(attempt.progress > 100);
+        QVERIFY(!attempt.timer().isActive());
         TRY_VERIFY(device.isSettled() && device.isPluggedIn() && !device.isProgramming());
-        QVERIFY(computer.isUpdated(kind) && device.refusals().empty());
+        QVERIFY(computer.isUpdated(kind));
+        QVERIFY(device.refusals().empty());
     }
     QCOMPARE(computer.pair.device(kind == Headset ? Transmitter : Headset).transfers().count, 0);
 }
@@ -233,8 +257,10 @@ void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
     QCOMPARE(computer.hid->sent, QByteArray::fromHex("FF02000A").leftJustified(264, '\0'));
     TRY_VERIFY(tool.ran());
     QTEST(tool.arguments(), "arguments");
+    TRY_COMPARE(attempt.updater->findChild<QProcess*>(), static_cast<QProcess*>(nullptr));
     QCOMPARE(attempt.text(), QByteArray());
-    QVERIFY(attempt.timer().isActive() && attempt.timer().isSingleShot());
+    QVERIFY(attempt.timer().isActive());
+    QVERIFY(attempt.timer().isSingleShot());
     QCOMPARE(attempt.timer().interval(), 30000);
     QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
 
@@ -246,6 +272,24 @@ void TestUpdater::aDeviceInNormalModeIsToldToLeaveIt()
     QCoreApplication::processEvents();
     QCOMPARE(attempt.text(), QByteArray("error 1")); // too late
     QCOMPARE(computer.tree.openings().size(), std::size_t(1));
+}
+
+/// It comes in programming mode and is gone again before its request has been answered.
+void TestUpdater::aDeviceThatLeavesAtOnceIsSeen()
+{
+    ScriptedComputer computer(normalHeadset);
+    Attempt attempt(computer.path, Headset, "image");
+    bool isSeen = false;
+    computer.hid->onTransfer = [&] {
+        attempt.watchArrivals();
+        const std::wstring programming = computer.plug(programmingHeadset);
+        isSeen = attempt.arrivals.tryAcquire(1, patienceMs);
+        computer.tree.unplugAndWait(programming);
+    };
+    attempt.updater->flashDevice();
+    QVERIFY(isSeen);
+    TRY_COMPARE(attempt.text(), "error 1");
+    QCOMPARE(computer.hid->transfers, 1);
 }
 
 void TestUpdater::aDeviceInProgrammingModeIsTakenByItsPath()
@@ -273,7 +317,8 @@ void TestUpdater::someAttemptsEndBeforeTheyBegin()
     unknown.updater->flashDevice();
     QCOMPARE(unknown.text() + computer.log.text(), QByteArray("finished!Unknown device"));
     QVERIFY(computer.tree.openings().empty());
-    QVERIFY(!pathless.timer().isActive() && !unknown.timer().isActive());
+    QVERIFY(!pathless.timer().isActive());
+    QVERIFY(!unknown.timer().isActive());
 }
 
 void TestUpdater::anEmptyImageIsNeverWritten()
@@ -297,6 +342,8 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt_data()
     QTest::newRow("refused in normal mode") << QByteArray("refuses");
     QTest::newRow("refused in programming mode") << QByteArray("refuses later");
     QTest::newRow("removed before it is opened") << QByteArray("removed");
+    QTest::newRow("shared with somebody in normal mode") << QByteArray("shared");
+    QTest::newRow("shared with somebody in programming mode") << QByteArray("shared later");
 }
 
 void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
@@ -307,10 +354,18 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
     const std::wstring programming = hidNode(programmingHeadset, L"7&1a2b3c&0&0001").interfacePath;
     if (what == "gone")
         tree.unplug(computer.path);
-    tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED, 1);
+    if (what.startsWith("refuses"))
+        tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED, 1);
+    std::unique_ptr<DeviceFile> someoneElse;
+    const auto share = [&](const std::wstring& path) {
+        DWORD error = 0;
+        someoneElse = tree.open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, error);
+    };
+    if (what == "shared")
+        share(computer.path);
     Attempt attempt(computer.path, Headset, "image");
     attempt.updater->flashDevice();
-    const bool isAtOnce = what == "gone" || what == "refuses";
+    const bool isAtOnce = what == "gone" || what == "refuses" || what == "shared";
     QCOMPARE(attempt.text(), QByteArray(isAtOnce ? "error 1" : ""));
     QCOMPARE(attempt.timer().isActive(), !isAtOnce);
     if (!isAtOnce) {
@@ -319,6 +374,8 @@ void TestUpdater::aDeviceThatCannotBeTakenEndsTheAttempt()
         TRY_ACQUIRE(attempt.arrivals, 1);
         if (what == "removed")
             tree.unplugAndWait(programming);
+        if (what == "shared later")
+            share(programming);
         TRY_COMPARE(attempt.text(), "error 1");
     }
     tree.unplugAndWait(programming);
@@ -376,22 +433,34 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     QVERIFY(computer.isUpdated(kind));
 }
 
-void TestUpdater::destructionWaitsForTheProgramming()
+/// Of two devices in programming mode the removal of the one that came last ends the run, also where the
+/// other one is programmed.
+void TestUpdater::theDeviceThatArrivedLastCounts()
 {
-    QSemaphore downloading;
-    QSemaphore goOn;
-    PairedComputer computer;
-    computer.onReport = [&](const std::string& text) {
-        if (text.find("download from") == std::string::npos)
-            return;
-        downloading.release();
-        goOn.acquire();
-    };
-    computer.pair.plugIn();
+    HeldComputer computer;
     Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
     attempt.updater->flashDevice();
-    TRY_VERIFY(downloading.available() == 1);
-    connect(attempt.updater.get(), &QObject::destroyed, [&] { goOn.release(); });
+    const auto letGo = qScopeGuard([&] { computer.goOn.release(); });
+    TRY_VERIFY(computer.downloading.available() == 1);
+    attempt.watchArrivals();
+    const DeviceNode last = hidNode(programmingHeadset);
+    computer.tree.plug(last);
+    TRY_ACQUIRE(attempt.arrivals, 1);
+    QCoreApplication::processEvents();
+    computer.tree.unplugAndWait(last.interfacePath);
+    QCoreApplication::processEvents();
+    computer.goOn.release();
+    TRY_COMPARE(attempt.text(), "range 0, error 1");
+    QVERIFY(!computer.isUpdated(Headset));
+}
+
+void TestUpdater::destructionWaitsForTheProgramming()
+{
+    HeldComputer computer;
+    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
+    attempt.updater->flashDevice();
+    TRY_VERIFY(computer.downloading.available() == 1);
+    connect(attempt.updater.get(), &QObject::destroyed, [&] { computer.goOn.release(); });
     attempt.updater.reset();
     QVERIFY(computer.isUpdated(Headset));
     QCOMPARE(openHandleCount(), handlesBefore);
