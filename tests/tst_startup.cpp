@@ -8,8 +8,9 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QDirIterator>
+#include <QMainWindow>
 #include <QScopeGuard>
-#include <QTranslator>
 
 #include "archivebuilder.h"
 #include "imagebuilder.h"
@@ -20,12 +21,14 @@
 #include "startup.h"
 #include "waiting.h"
 
+int updaterMain(int argc, char* argv[]); // the program's main()
+
 using Processes = std::vector<ProcessEntry>;
 Q_DECLARE_METATYPE(Processes)
 
 namespace {
 
-constexpr char printTexts[] = "--print-texts";
+constexpr char runProgram[] = "--run-program";
 
 QByteArray contentsOf(const QString& path)
 {
@@ -39,19 +42,30 @@ bool makeFile(const QString& path, const QByteArray& contents = QByteArray())
     return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
 }
 
-/// What a user of the system's language reads: of the form, of the code, and of Qt itself.
-int printTextsOfThisLanguage(int argc, char** argv)
+bool isProgram = false; ///< this process is one that the test has started
+
+/// What the user of the program reads, of the window, the code and Qt itself, once the window is there; then
+/// it is closed. Its end is logged.
+void printTextsAndClose()
 {
-    const QApplication application(argc, argv);
-    QTranslator ofQt, ofProgram;
-    Startup::installTranslator(ofQt, "qt_"_s);
-    Startup::installTranslator(ofProgram, "tessalinefirmwareupdater_"_s);
-    const QStringList texts{QCoreApplication::translate("InfoScreenClass", "Back"),
-                            QCoreApplication::translate("MainWindow", "Update"),
-                            QCoreApplication::translate("QPlatformTheme", "Cancel")};
-    std::puts(texts.join(QLatin1Char('|')).toUtf8().constData());
-    return std::fflush(stdout);
+    if (!isProgram)
+        return;
+    QTimer::singleShot(0, QCoreApplication::instance(), [] {
+        for (QWidget* const window : QApplication::topLevelWidgets()) {
+            if (!qobject_cast<QMainWindow*>(window))
+                continue;
+            const QStringList texts{window->windowTitle(),
+                                    QCoreApplication::translate("MainWindow", "Update"),
+                                    QCoreApplication::translate("QPlatformTheme", "Cancel")};
+            std::puts(texts.join(QLatin1Char('|')).toUtf8().constData());
+            std::fflush(stdout);
+            QObject::connect(window, &QObject::destroyed, [] { qDebug("the window is gone"); });
+            window->close();
+        }
+    });
 }
+
+Q_COREAPP_STARTUP_FUNCTION(printTextsAndClose)
 
 /// The program has process number 7.
 class ScriptedProcesses : public ProcessTable
@@ -85,7 +99,8 @@ private Q_SLOTS:
     void theLogIsNamedAfterTheMinuteAndHoldsTheMessagesOfTheLastRun();
     void everyLineIsWholeWhicheverThreadWritesIt();
     void aFullDiskLosesMessagesAndNothingElse();
-    void theTextsAreInTheSystemsLanguage();
+    void theProgramSpeaksTheSystemsLanguage_data();
+    void theProgramSpeaksTheSystemsLanguage();
     void theSwitchCountsAsAWholeArgument();
     void theFirstReadableArchiveIsTaken_data();
     void theFirstReadableArchiveIsTaken();
@@ -175,22 +190,36 @@ void TestStartup::aFullDiskLosesMessagesAndNothingElse()
     QCOMPARE(lines.count("message\r"), lines.size());
 }
 
-void TestStartup::theTextsAreInTheSystemsLanguage()
+void TestStartup::theProgramSpeaksTheSystemsLanguage_data()
 {
-    const std::pair<const char*, const char*> languages[] = {
-        {"en_US.UTF-8", "Back|Update|Cancel"},          {"pt_BR.UTF-8", "Back|Update|Cancel"},
-        {"es_MX.UTF-8", "Atrás|Actualizar|Cancelar"},   {"fr_FR.UTF-8", "Précédent|Mettre à jour|Annuler"},
-        {"de_AT.UTF-8", "Zurück|Aktualisieren|Cancel"}, {"it_IT.UTF-8", "Indietro|Aggiorna|Cancel"},
+    QTest::addColumn<QByteArray>("texts");
+    const auto row = [](const char* locale, const char* texts) {
+        QTest::newRow(locale) << QByteArray(texts);
     };
-    for (const auto& [locale, texts] : languages) {
-        QProcess program;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("LC_ALL"_s, text(locale));
-        program.setProcessEnvironment(environment);
-        program.start(QCoreApplication::applicationFilePath(), {text(printTexts)});
-        QVERIFY(program.waitForFinished(patienceMs));
-        QCOMPARE(program.readAllStandardOutput().trimmed(), QByteArray(texts));
-    }
+    row("en_US.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    row("pt_BR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    row("es_MX.UTF-8", "Actualización del firmware ZEFO VYNT|Actualizar|Cancelar");
+    row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
+    row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
+    row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
+}
+
+void TestStartup::theProgramSpeaksTheSystemsLanguage()
+{
+    const QTemporaryDir temporary;
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LC_ALL"_s, text(QTest::currentDataTag()));
+    environment.insert("TMPDIR"_s, temporary.path());
+    program.setProcessEnvironment(environment);
+    program.start(QCoreApplication::applicationFilePath(), {text(runProgram)});
+    QVERIFY(program.waitForFinished(patienceMs));
+    QCOMPARE(program.exitCode(), 0);
+    QTEST(program.readAllStandardOutput().trimmed(), "texts");
+
+    QDirIterator logs(temporary.path(), {"*.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
+    const QByteArray log = contentsOf(logs.next());
+    QVERIFY2(log.endsWith("the window is gone\r\n"), log);
 }
 
 void TestStartup::theSwitchCountsAsAWholeArgument()
@@ -198,7 +227,8 @@ void TestStartup::theSwitchCountsAsAWholeArgument()
     const auto counts = [](const char* commandLine) {
         return Startup::isLaunchedByPackage(text(commandLine).split(QLatin1Char(' ')));
     };
-    QVERIFY(counts("updater -sfx") && counts("updater a.zip -SfX"));
+    for (const char* const line : {"updater -sfx", "updater a.zip -SfX"})
+        QVERIFY2(counts(line), line);
     for (const char* const line : {"updater", "-sfx", "updater --sfx", "updater -sfx=1", "updater sfx"})
         QVERIFY2(!counts(line), line);
 }
@@ -335,8 +365,9 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
 
 int main(int argc, char** argv)
 {
-    if (argc == 2 && qstrcmp(argv[1], printTexts) == 0)
-        return printTextsOfThisLanguage(argc, argv);
+    isProgram = argc == 2 && qstrcmp(argv[1], runProgram) == 0;
+    if (isProgram)
+        return updaterMain(argc, argv);
     QCoreApplication application(argc, argv);
     TestStartup test;
     return QTest::qExec(&test, argc, argv);

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <memory>
+
+#include <QAbstractEventDispatcher>
+#include <QProgressBar>
+#include <QTemporaryDir>
+
+#include "firmwareupdater.h"
+#include "flashingdialog.h"
+#include "literals.h"
+#include "pairedcomputer.h"
+#include "user.h"
+
+constexpr std::uint32_t sectorEraseMs = 4000;
+
+inline bool canSessionEnd()
+{
+    MSG query = {};
+    query.message = WM_QUERYENDSESSION;
+    long answer = TRUE;
+    QAbstractEventDispatcher::instance()->filterNativeEvent("windows_generic_MSG", &query, &answer);
+    return answer != FALSE;
+}
+
+/// A dialog with devices that are plugged in, on a window of its own.
+struct Run : PairedComputer
+{
+    explicit Run(const QByteArray& letters)
+        : dialog(std::make_unique<FlashingDialog>(&window))
+    {
+        pair.plugIn();
+        for (const DeviceType type : bothTypes) {
+            if (letters.contains(type == Transmitter ? 'T' : 'H'))
+                dialog->addDeviceToUpdate(instance(type), images[type], type);
+        }
+    }
+
+    ~Run() { gate.open(); } // the dialog waits for whom it holds
+
+    DeviceInstance instance(DeviceType type)
+    {
+        DeviceInstance result;
+        result.vendorId = 0x7A31;
+        result.productId = type == Transmitter ? 0x0004 : 0x0006;
+        result.path = pair.channelPath(type);
+        return result;
+    }
+
+    /// Starts devices that will never be back.
+    void startInVain(int deviceCount)
+    {
+        for (const DeviceType type : bothTypes)
+            pair.device(type).setFault(Fault::NeverBack, 1);
+        dialog->start();
+        TRY_COMPARE(updaters().size(), deviceCount);
+    }
+
+    QList<FirmwareUpdater*> updaters() const
+    {
+        return dialog->findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
+    }
+
+    template <typename Widget = QLabel>
+    Widget* of(DeviceType type, const char* role) const
+    {
+        return find<Widget>(*dialog, QByteArray(type == Transmitter ? "transmitter" : "headset") + role);
+    }
+    QString result(DeviceType type) const { return of(type, "InfoLabel")->text(); }
+    QImage icon(DeviceType type) const { return of(type, "ResultIcon")->pixmap(Qt::ReturnByValue).toImage(); }
+    QProgressBar* bar(DeviceType type) const { return of<QProgressBar>(type, "ProgressBar"); }
+    QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
+
+    bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
+    /// Whether the computer is kept awake, and a user who wants to end the session is told why not.
+    bool isAwake()
+    {
+        const SimulatedSession& session = machine.session();
+        return session.required() == (ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED) && !canSessionEnd() &&
+               session.blockReason(HWND(window.winId())) == L"Do not disconnect devices during update.";
+    }
+    bool isAtRest()
+    {
+        const SimulatedSession& session = machine.session();
+        return session.required() == 0 && canSessionEnd() &&
+               session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
+    }
+
+    /// @return how many updaters ended with the service running, the endpoints restored and the computer
+    /// still as awake as before.
+    int destroyDialog()
+    {
+        const bool wasAwake = isAwake();
+        int orderly = 0;
+        for (FirmwareUpdater* updater : updaters()) {
+            QObject::connect(updater, &QObject::destroyed, &window, [&] {
+                if (audioServiceState() == SERVICE_RUNNING && areEndpointsRestored() && isAwake() == wasAwake)
+                    ++orderly;
+            });
+        }
+        dialog.reset();
+        return orderly;
+    }
+
+    const QTemporaryDir folder;
+    QWidget window;
+    std::unique_ptr<FlashingDialog> dialog;
+};
