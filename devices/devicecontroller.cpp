@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int readWrite = 3; // for the detector's access bits
 constexpr int shareRead = 1;
 
 constexpr int firstVendorUsagePage = 0xFF00; // HID Usage Tables: vendor-defined pages
@@ -156,7 +155,7 @@ void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
     const DeviceType type = Utilities::deviceTypeOf(*instance);
     if (devices.contains(type))
         return;
-    auto device = Utilities::openHidDevice(detector, instance, readWrite, shareRead);
+    auto device = Utilities::openHidDevice(detector, instance, AbstractHidDevice::ReadWriteBits, shareRead);
     if (!device)
         return;
     const int usagePage = device->usagePage();

@@ -6,6 +6,7 @@
 
 #include <cfgmgr32.h>
 
+#include "abstracthiddevice.h"
 #include "devicedetectorlistener.h"
 #include "interfaceclass_p.h"
 
@@ -14,7 +15,7 @@ namespace {
 constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
 constexpr DWORD installationWaitMs = 1000;
 
-enum AccessBits { ReadBit = 1, WriteBit = 2 };
+using AccessBits = AbstractHidDevice::AccessBits;
 
 // The record sizes of 32-bit Windows, which the system checks.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
@@ -112,10 +113,10 @@ void DeviceDetectorWindows::stop()
 HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int share,
                                          SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes)
 {
-    const DWORD desiredAccess =
-        (access & ReadBit ? GENERIC_READ : 0u) | (access & WriteBit ? GENERIC_WRITE : 0u);
-    const DWORD shareMode =
-        (share & ReadBit ? FILE_SHARE_READ : 0u) | (share & WriteBit ? FILE_SHARE_WRITE : 0u);
+    const DWORD desiredAccess = (access & AccessBits::ReadBit ? GENERIC_READ : 0u) |
+                                (access & AccessBits::WriteBit ? GENERIC_WRITE : 0u);
+    const DWORD shareMode = (share & AccessBits::ReadBit ? FILE_SHARE_READ : 0u) |
+                            (share & AccessBits::WriteBit ? FILE_SHARE_WRITE : 0u);
     const Guard guard(lock);
     const auto known = knownDevices.find(toLowerAscii(device->path));
     // A removed record's path may be that of the device's next arrival, which is reported for itself.

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int readWrite = 3; // for the detector's access bits
 constexpr int exclusive = 0;
 constexpr int reenumerationTimeoutMs = 30000;
 
@@ -70,7 +69,7 @@ void FirmwareUpdaterPrivate::flashDevice()
         Q_EMIT q->flashingFinished();
         return;
     }
-    const auto hid = Utilities::openHidDeviceByPath(device.path, readWrite, exclusive);
+    const auto hid = Utilities::openHidDeviceByPath(device.path, AbstractHidDevice::ReadWriteBits, exclusive);
     if (!hid) {
         if (!flashingDevice)
             giveUp();
@@ -117,7 +116,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
         return;
     }
     qDebug("Flashing Device Arrived... device type = %d", type);
-    const auto hid = Utilities::openHidDevice(detector, arrived, readWrite, exclusive);
+    const auto hid = Utilities::openHidDevice(detector, arrived, AbstractHidDevice::ReadWriteBits, exclusive);
     if (!hid) {
         flashingDeviceRemoved(flashingDevice);
         return;

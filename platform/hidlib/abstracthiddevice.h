@@ -17,6 +17,9 @@ class HidDeviceDescriptor;
 class AbstractHidDevice
 {
 public:
+    /// Bits of access and of sharing, wherever a device is opened.
+    enum AccessBits { ReadBit = 1, WriteBit = 2, ReadWriteBits = ReadBit | WriteBit };
+
     virtual ~AbstractHidDevice() = default;
 
     /// Wraps a device handle that is already open, and owns it from then on.

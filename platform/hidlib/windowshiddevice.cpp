@@ -10,12 +10,6 @@ extern "C" {
 #include <hidclass.h>
 }
 
-namespace {
-
-enum AccessBits { ReadBit = 1, WriteBit = 2 };
-
-} // namespace
-
 WindowsHidDevice::WindowsHidDevice(std::wstring interfacePath)
     : path(std::move(interfacePath))
     , handle(INVALID_HANDLE_VALUE)
