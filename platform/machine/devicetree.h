@@ -17,8 +17,7 @@ struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes =
-        0; ///< the longest feature report, report ID included; 0 where there is none
+    std::uint16_t featureReportBytes = 0; ///< of the longest, report ID included; 0 where there is none
 };
 
 /// The HID function behind a device interface. Transfers may come on any thread, one at a time per open file.
@@ -33,8 +32,8 @@ public:
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD setFeature(const std::uint8_t* report, std::size_t size) = 0;
 
-    /// Fills @p report, whose byte 0 names the report ID, with at most @p size bytes and tells how many they
-    /// are.
+    /// Fills @p report, whose byte 0 names the report ID, with at most @p size bytes and tells how
+    /// many they are.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
 };

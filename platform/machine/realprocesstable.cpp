@@ -17,8 +17,8 @@ fs::path procDirectory(DWORD id)
     return fs::path("/proc") / std::to_string(id);
 }
 
-/// One process from /proc/<id>/stat: "id (name) state parent ...", where the name may hold blanks and
-/// brackets.
+/// One process from /proc/<id>/stat: "id (name) state parent ...", where the name may hold blanks
+/// and brackets.
 std::optional<ProcessEntry> readEntry(DWORD id)
 {
     std::ifstream file(procDirectory(id) / "stat");

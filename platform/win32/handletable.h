@@ -4,8 +4,8 @@
 
 #include <windows.h>
 
-/// Whatever stands behind a handle. The dynamic type is the handle's type tag: a handle of the wrong kind
-/// fails.
+/// Whatever stands behind a handle. The dynamic type is the handle's type tag: a handle of the wrong
+/// kind fails.
 class HandleObject
 {
 public:

@@ -14,8 +14,8 @@ struct Item
     std::wstring text;
 };
 
-/// Whether the program has asked for the window's system menu, that is, whether it may differ from the usual
-/// one.
+/// Whether the program has asked for the window's system menu, that is, whether it may differ from the
+/// usual one.
 bool exists(HWND window);
 
 std::vector<Item> items(HWND window);
