@@ -1,0 +1,188 @@
+#pragma once
+
+#include <QAction>
+#include <QMenu>
+
+#include "archivebuilder.h"
+#include "hidnode.h"
+#include "infoscreen.h"
+#include "literals.h"
+#include "mainwindow.h"
+#include "pairedcomputer.h"
+#include "scriptedhid.h"
+#include "user.h"
+
+/// How long a thread that reads a device sleeps between two queries.
+constexpr std::uint32_t memoryReadMs = 100;
+
+/// A label's text after "*" for italics and "~" or "!" for its colour.
+inline QString shown(const QWidget& page, const char* name)
+{
+    const auto* const label = find(page, name);
+    const QMap<QString, QString> colours{
+        {QString(), QString()}, {"QLabel{color: #E9AB17;}"_s, "~"_s}, {"QLabel{color: crimson;}"_s, "!"_s}};
+    return colours.value(label->styleSheet(), "?"_s) + text(label->font().italic() ? "*" : "") +
+           label->text();
+}
+
+/// The updater on a computer that has nothing plugged in yet.
+struct Desk : PairedComputer
+{
+    explicit Desk(const QByteArray& steps = QByteArray())
+    {
+        window.show();
+        for (const QByteArray& step : steps.split(' '))
+            take(step);
+    }
+
+    ~Desk() { gate.open(); } // the window waits for whom it holds
+
+    /// A1, A2, At, Ah: loads an archive for the first or second generation, with one image only; Ax: a
+    /// damaged one. +T, -T, +H, -H: plugs a device in or out, and U, a transmitter that cannot be identified.
+    /// O: override.
+    void take(const QByteArray& step)
+    {
+        if (step.startsWith('A')) {
+            load(step);
+        } else if (step == "O") {
+            choose("Override"_s, false);
+        } else if (!step.isEmpty()) {
+            plug(step[1], step[0] == '+');
+            const char* const label = step[1] == 'H' ? "headsetVersion" : "transmitterVersion";
+            const bool isGone = step[0] == '-';
+            TRY_COMPARE(find(*mainPage, label)->text() == "Disconnected"_s, isGone);
+        }
+    }
+
+    /// An archive with an image for a transmitter of that generation, 0 for none, and maybe one for a
+    /// headset.
+    QString archive(int generation, bool hasHeadset)
+    {
+        std::vector<ArchiveEntry> entries{{"ReleaseNotes.txt"_s, "<b>New</b>\nand better"}};
+        const auto add = [&entries](const QString& name, const ImageOptions& image) {
+            entries.push_back({name, ArchiveBuilder::imageText(ImageBuilder::build(image))});
+        };
+        if (generation != 0)
+            add("t.ff"_s, ImageBuilder::transmitter(generation));
+        if (hasHeadset)
+            add("h.ef"_s, ImageBuilder::headset());
+        const QString path = folder.filePath("fw.%1.zip"_s.arg(generation));
+        return ArchiveBuilder::write(path, entries) ? path : QString();
+    }
+
+    void load(const QByteArray& step)
+    {
+        const QString path = step == "Ax" ? folder.path()
+                                          : archive(step == "Ah"   ? 0
+                                                    : step == "A2" ? 2
+                                                                   : 1,
+                                                    step != "At");
+        const char* const failure =
+            "Error while loading firmware|Firmware cannot be loaded. File may be corrupted or "
+            "not supported.\nTry to download it once again.||";
+        QString nameInBox; // the page already shows what there is
+        User user({[&](QWidget& modal) {
+            nameInBox = find(*mainPage, "firmwareFileName")->text();
+            return User::press("OK"_s)(modal);
+        }});
+        window.setFirmwareFilePath(path);
+        QCOMPARE(nameInBox, QString());
+        QCOMPARE(user.boxes.join(QString()), text(step == "Ax" ? failure : ""));
+    }
+
+    void plug(char letter, bool in)
+    {
+        if (letter == 'U') {
+            const auto function = std::make_shared<ScriptedHid>();
+            function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // "no data"
+            const DeviceNode node = hidNode({0x170D, 0x0100}, L"unknown", function);
+            if (in)
+                tree.plug(node);
+            else
+                tree.unplug(node.interfacePath);
+            return;
+        }
+        SimulatedDevice& device = pair.device(letter == 'T' ? Transmitter : Headset);
+        in ? device.plugIn() : device.unplug();
+    }
+
+    /// Chooses from the system menu, opened and used by keyboard or by mouse. @return the menu's items.
+    QString choose(const QString& item, bool byMouse)
+    {
+        if (byMouse)
+            QTest::mouseClick(window.windowHandle(), Qt::RightButton, {}, QPoint(5, window.height() - 5));
+        else
+            QTest::keyClick(&window, Qt::Key_Space, Qt::AltModifier);
+        auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QStringList items;
+        QAction* wanted = nullptr;
+        for (QAction* action : menu->actions()) {
+            items << (action->isSeparator() ? "-"_s : action->text());
+            if (!action->isSeparator() && !byMouse && !wanted)
+                QTest::keyClick(menu, Qt::Key_Down);
+            if (action->text() == item)
+                wanted = action;
+        }
+        if (byMouse)
+            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(wanted).center());
+        else
+            QTest::keyClick(menu, Qt::Key_Return);
+        QCoreApplication::processEvents();
+        return items.join(QLatin1Char(' '));
+    }
+
+    /// Presses Update as soon as possible and acts from then on. @return whether all was done.
+    bool update(const std::vector<User::Act>& acts)
+    {
+        auto* const button = find<QPushButton>(*mainPage, "updateButton");
+        if (!QTest::qWaitFor([&] { return button->isEnabled(); }, patienceMs))
+            return false;
+        User user(acts);
+        QTest::mouseClick(button, Qt::LeftButton);
+        questions = user.boxes;
+        return user.isDone();
+    }
+
+    /// "page|connected|error|transmitter now>then|headset now>then|button"
+    QString state() const
+    {
+        const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
+        const auto versions = [this](const char* now, const char* then) {
+            return shown(*mainPage, now) + QLatin1Char('>') + shown(*mainPage, then);
+        };
+        return QStringList{text(screen() ? "start" : "main"),
+                           shown(*mainPage, "connectedDeviceNameLabel"),
+                           error->isHidden() ? QString() : error->text(),
+                           versions("transmitterVersion", "transmitterFirmwareVersion"),
+                           versions("headsetVersion", "headsetFirmwareVersion"),
+                           text(find<QPushButton>(*mainPage, "updateButton")->isEnabled() ? "Update" : "-")}
+            .join(QLatin1Char('|'));
+    }
+
+    InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
+    /// Of the info screen: "title|text|image, buttons".
+    QString screenState() const
+    {
+        const auto* const image = find(*screen(), "image");
+        const bool hasImage = !image->isHidden() && !image->pixmap(Qt::ReturnByValue).isNull();
+        const QString parts = text(hasImage ? "image" : "") +
+                              text(screen()->backButton()->isHidden() ? "" : " Back") +
+                              text(screen()->closeButton()->isHidden() ? "" : " Close");
+        return QStringList{find(*screen(), "title")->text(), find(*screen(), "text")->text(), parts}.join(
+            QLatin1Char('|'));
+    }
+
+    const QTemporaryDir folder;
+    QStringList questions; ///< of the last update
+    MainWindow window;
+    QWidget* const mainPage = findMainPage();
+
+private:
+    /// It is the window's child only while it is shown.
+    static QWidget* findMainPage()
+    {
+        const QWidgetList all = QApplication::allWidgets();
+        return *std::find_if(all.begin(), all.end(),
+                             [](const QWidget* widget) { return widget->objectName() == "centralWidget"_s; });
+    }
+};

@@ -1,0 +1,278 @@
+// An update in the main window, from the questions before it to the screen after it.
+
+#include <thread>
+
+#include <QStatusBar>
+
+#include "desk.h"
+#include "firmwareupdater.h"
+#include "flashingdialog.h"
+#include "openobjects.h"
+
+namespace {
+
+constexpr std::uint32_t sectorEraseMs = 4000;
+
+const QString compatibility =
+    "Warning|Cannot determine if firmware is compatible with the connected device.|If you choose to proceed, "
+    "please make sure you are using the correct firmware file.|Update"_s;
+const QString oneDevice =
+    "Warning|Only one device can be updated right now.|Do you want proceed?|Proceed and update one device"_s;
+const QString reject = "Do not update"_s;
+
+} // namespace
+
+class TestWindowUpdate : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void questionsDecideWhetherAnUpdateBegins_data();
+    void questionsDecideWhetherAnUpdateBegins();
+    void aSuccessfulUpdateEndsInPairingInstructions();
+    void aFailedUpdateIsReportedAndCanBeRepeated_data();
+    void aFailedUpdateIsReportedAndCanBeRepeated();
+    void aDevicePluggedInDuringAQuestionIsAskedAboutAndUpdated();
+    void theNewScreenIsPaintedBeforeTheWindowWaits();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestWindowUpdate::questionsDecideWhetherAnUpdateBegins_data()
+{
+    QTest::addColumn<QByteArray>("steps");
+    QTest::addColumn<QByteArray>("answers"); // steps to take while the question is open, or y, n, Esc
+    QTest::addColumn<QStringList>("questions");
+    QTest::addColumn<QByteArray>("updated"); // the devices in the dialog; "" if no update begins
+    const auto row = [](const char* steps, const char* answers, const QStringList& questions,
+                        const char* updated) {
+        QTest::addRow("%s: %s", steps, answers)
+            << QByteArray(steps) << QByteArray(answers) << questions << QByteArray(updated);
+    };
+    row("A1 +T +H", "", {}, "TH");
+    row("A1 +T O", "y", {oneDevice}, "T");
+    row("A1 +H O", "y", {oneDevice}, "H");
+    row("At +T +H", "y", {oneDevice}, "T");
+    row("A1 +T O", "n", {oneDevice}, "");
+    row("A1 +T O", "Esc", {oneDevice}, "");
+    row("A1 +T O", "-T y", {oneDevice}, "");
+    row("A1 +T O", "+H y", {oneDevice}, "TH");
+    row("A2 +H O", "+T y", {oneDevice}, ""); // an incompatible one
+    row("A1 +H O", "+U y y", {oneDevice, compatibility}, "TH");
+    row("A1 +H O", "+U y n", {oneDevice, compatibility}, "");
+    row("A1 +H O", "+U y -H y", {oneDevice, compatibility}, "T");
+    row("A1 +U +H", "y", {compatibility}, "TH");
+    row("A1 +U +H", "n", {compatibility}, "");
+    row("A1 +U +H", "-H y y", {compatibility, oneDevice}, "T");
+    row("A1 +U O", "y y", {compatibility, oneDevice}, "T");
+    row("A1 +U O", "y n", {compatibility, oneDevice}, "");
+    row("A1 +U O", "Esc", {compatibility}, "");
+    row("A1 +U O", "-U y y", {compatibility, oneDevice}, "");
+}
+
+void TestWindowUpdate::questionsDecideWhetherAnUpdateBegins()
+{
+    QFETCH(const QByteArray, steps);
+    QFETCH(const QByteArray, answers);
+    QFETCH(const QStringList, questions);
+    QFETCH(const QByteArray, updated);
+    Desk desk(steps);
+    std::vector<User::Act> acts;
+    for (const QByteArray& answer : answers.split(' ')) {
+        if (answer.isEmpty())
+            continue;
+        acts.emplace_back([&desk, answer](QWidget& modal) {
+            const auto* const box = qobject_cast<QMessageBox*>(&modal);
+            const bool isRight = box->icon() == QMessageBox::Warning && box->standardButtons() == 0 &&
+                                 !box->windowFlags().testFlag(Qt::WindowCloseButtonHint) &&
+                                 box->buttonRole(box->defaultButton()) == QMessageBox::AcceptRole;
+            if (!isRight)
+                return false;
+            if (answer == "n" || answer == "y")
+                return User::press(answer == "n" ? reject : box->defaultButton()->text())(modal);
+            if (answer == "Esc")
+                QTest::keyClick(&modal, Qt::Key_Escape);
+            else
+                desk.take(answer);
+            return true;
+        });
+    }
+    QByteArray inDialog;
+    if (!updated.isEmpty()) {
+        acts.emplace_back([&inDialog](QWidget& modal) {
+            if (!qobject_cast<FlashingDialog*>(&modal))
+                return false;
+            for (const char* const box : {"transmitterBox", "headsetBox"}) {
+                if (find<QWidget>(modal, box)->isVisible())
+                    inDialog += *box == 't' ? 'T' : 'H';
+            }
+            return QTest::keyClick(&modal, Qt::Key_Escape), true;
+        });
+    }
+    QVERIFY(desk.update(acts));
+    QCOMPARE(desk.questions, questions);
+    QCOMPARE(inDialog, updated);
+    QCOMPARE(desk.screen() && !desk.screen()->closeButton()->isHidden(), !updated.isEmpty());
+}
+
+void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
+{
+    Desk desk("A1 +T +H");
+    QVERIFY(desk.update({User::press("Close"_s)}));
+    for (const DeviceType type : bothTypes)
+        QVERIFY(desk.isUpdated(type));
+    const QString pairing = "VYNT1 FIRMWARE|Success! Please pair devices.\n\n\nPairing Instructions\n1. Make "
+                            "sure your transmitter "
+                            "and headset are powered on.\n2. Press and hold the Power/Pairing buttons on "
+                            "both Transmitter and Headset "
+                            "for 3 seconds until LEDs begin to flash.\n3. Once pairing is successful, "
+                            "Power/Pairing LEDs will stop "
+                            "flashing and turn solid.|image Close"_s;
+    QCOMPARE(desk.screenState(), pairing);
+    QVERIFY(desk.window.statusBar()->isHidden());
+
+    desk.take("O");
+    for (const char letter : {'T', 'H'})
+        desk.plug(letter, false);
+    QCoreApplication::processEvents();
+    QCOMPARE(desk.screenState(), pairing);
+
+    QTimer::singleShot(0, &desk.window,
+                       [&] { QTest::mouseClick(desk.screen()->closeButton(), Qt::LeftButton); });
+    QCOMPARE(QApplication::exec(), 0); // which ends with the window
+    QVERIFY(desk.window.isHidden());
+}
+
+void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
+{
+    QTest::addColumn<QByteArray>("reports"); // of the updaters; none: the user presses Escape
+    QTest::addColumn<QString>("reason");
+    const QString lost =
+        "One or both of your devices have been disconnected. Please reconnect your devices to "
+        "restart the firmware update process."_s;
+    const auto row = [](const char* reports, const QString& reason) {
+        QTest::newRow(reports) << QByteArray(reports) << reason;
+    };
+    row("50", "Error code: 1/5."_s);
+    row("57", "Error code: 1/5, 2/7."_s);
+    row("04", "Error code: 2/4."_s);
+    row("43", lost);
+    row("15", lost);
+    row("", "Error code:."_s);
+}
+
+void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
+{
+    QFETCH(const QByteArray, reports);
+    QFETCH(const QString, reason);
+    Desk desk("A1 +T +H");
+    for (const DeviceType type : bothTypes)
+        desk.pair.device(type).setFault(Fault::NeverBack, 1);
+    const auto report = [&](QWidget& modal) {
+        const auto updaters = modal.findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
+        if (desk.pair.device(Headset).isPluggedIn() || desk.pair.device(Transmitter).isPluggedIn())
+            return false;
+        for (int i = 0; i < reports.size(); ++i) {
+            if (reports[i] == '0')
+                Q_EMIT updaters[i]->flashingFinished();
+            else
+                Q_EMIT updaters[i]->flashingError(reports[i] - '0');
+        }
+        return true;
+    };
+    QVERIFY(desk.update({report, reports.isEmpty() ? User::type(Qt::Key_Escape) : User::press("Close"_s)}));
+    const QString state = "VYNT1 FIRMWARE|Update was unsuccessful.\n"_s + reason + "\n| Back Close"_s;
+    QCOMPARE(desk.screenState(), state);
+
+    // Whatever comes and goes, the report stays until the user leaves it.
+    for (const DeviceType type : bothTypes)
+        desk.pair.device(type).clearFault();
+    desk.plug('H', true);
+    TRY_COMPARE(shown(*desk.mainPage, "transmitterFirmwareVersion"), "*No change"_s);
+    QCOMPARE(desk.screenState(), state);
+    QTest::mouseClick(desk.screen()->backButton(), Qt::LeftButton);
+    QCOMPARE(desk.state(), "start|(NONE)||*Disconnected>*No change|1.0.0>1.2.3|Update"_s);
+    desk.take("+T");
+    TRY_COMPARE(desk.state(), "main|VYNT1||1.0.0>1.2.3|1.0.0>1.2.3|Update"_s);
+    QVERIFY(desk.update({User::press("Close"_s)}));
+    for (const DeviceType type : bothTypes)
+        QVERIFY(desk.isUpdated(type));
+    QVERIFY(desk.screenState().endsWith("image Close"_s));
+}
+
+void TestWindowUpdate::aDevicePluggedInDuringAQuestionIsAskedAboutAndUpdated()
+{
+    Desk desk("A1 +T O");
+    QVERIFY(QTest::qWaitForWindowActive(&desk.window));
+    const auto key = [](QWidget& window, Qt::Key pressed) {
+        return QTest::keyClick(window.windowHandle(), pressed), true;
+    };
+    User user({[&](QWidget&) {
+                   desk.gate.close(memoryReadMs);
+                   desk.plug('H', true);
+                   return true;
+               },
+               [&](QWidget& modal) { return desk.gate.isReached() && key(modal, Qt::Key_Return); },
+               [&](QWidget& modal) {
+                   if (user.boxes.size() < 2)
+                       return false;
+                   desk.gate.open();
+                   return key(modal, Qt::Key_Return);
+               },
+               [&](QWidget& modal) {
+                   const auto* const close = find<QPushButton>(modal, "closeButton");
+                   return close && close->isEnabled() && key(modal, Qt::Key_Return);
+               }});
+    for (const Qt::Key pressed : {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return})
+        key(desk.window, pressed);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.boxes, (QStringList{oneDevice, compatibility}));
+    for (const DeviceType type : bothTypes)
+        QVERIFY(desk.isUpdated(type));
+}
+
+void TestWindowUpdate::theNewScreenIsPaintedBeforeTheWindowWaits()
+{
+    struct PaintCounter : QObject
+    {
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            paints += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+        int paints = 0;
+    } counter;
+    Desk desk("A1 +T +H");
+    desk.gate.close(sectorEraseMs);
+    int endings = 0;
+    std::thread opener;
+    QVERIFY(desk.update({[&](QWidget& modal) {
+        if (!desk.gate.isReached())
+            return false;
+        for (const auto* const updater : modal.findChildren<FirmwareUpdater*>()) {
+            connect(updater, &QObject::destroyed, &desk.window, [&] {
+                const QCursor* const cursor = QApplication::overrideCursor();
+                endings += counter.paints > 0 && cursor && cursor->shape() == Qt::WaitCursor ? 1 : 0;
+            });
+        }
+        QTest::keyClick(&modal, Qt::Key_Escape);
+        for (QWidget* const widget : QApplication::allWidgets()) {
+            if (dynamic_cast<InfoScreen*>(widget))
+                widget->installEventFilter(&counter);
+        }
+        opener = std::thread([&] { desk.gate.open(); });
+        return true;
+    }}));
+    opener.join();
+    QCOMPARE(endings, 2);
+    QVERIFY(!QApplication::overrideCursor());
+    QVERIFY(desk.screenState().contains("Update was unsuccessful."_s));
+}
+
+QTEST_MAIN(TestWindowUpdate)
+
+#include "tst_windowupdate.moc"
