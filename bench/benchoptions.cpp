@@ -63,6 +63,21 @@ bool parseFault(const QString& text, BenchOptions& options)
            faultByName(options.faultName.toStdString());
 }
 
+/// Reads the bus, after the other options. @return what is wrong with it; empty where nothing is.
+QString readBus(const QString& name, BenchOptions& options)
+{
+    options.onKernelBus = name == QLatin1String("uhid");
+    if (!options.onKernelBus)
+        return name == QLatin1String("layer") ? QString() : QStringLiteral("no such bus: %1").arg(name);
+    if (options.fast || options.faultMatrix)
+        return QStringLiteral("the kernel's time is neither virtual nor repeatable");
+    if (!options.screenshotsFolder.isEmpty())
+        return QStringLiteral("the tour of the screens needs the simulated computer");
+    if (options.faultName == QLatin1String("refuse-open"))
+        return QStringLiteral("the kernel refuses root nothing");
+    return QString();
+}
+
 } // namespace
 
 std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int& exitCode)
@@ -100,6 +115,11 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     const NumberOption speed(QStringLiteral("speed"),
                              QStringLiteral("Time that runs N times as fast as on the wall."),
                              QStringLiteral("N"), BenchOptions().speed);
+    const QCommandLineOption bus(
+        QStringLiteral("bus"),
+        QStringLiteral("What the devices are plugged into: layer, the simulated computer, or "
+                       "uhid, this computer's kernel, which takes root."),
+        QStringLiteral("NAME"), QStringLiteral("layer"));
     const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Light text on dark ground."));
     const QCommandLineOption drive(QStringLiteral("drive"),
                                    QStringLiteral("Drive itself although there is a display."));
@@ -117,7 +137,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
                               QStringLiteral("Of the fault matrix, only every N-th transfer."),
                               QStringLiteral("N"), 1);
     parser.addOptions({archive, generation.option, chip.option, revision.option, imageSize.option, fault,
-                       faultDevice, fast, speed.option, dark, drive, screenshots, faultMatrix, family,
+                       faultDevice, fast, speed.option, bus, dark, drive, screenshots, faultMatrix, family,
                        sample.option});
     if (!parser.parse(arguments))
         return mistake(parser.errorText(), exitCode);
@@ -157,6 +177,9 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
         return mistake(QStringLiteral("no such device: %1").arg(options.faultDevice), exitCode);
     if (parser.isSet(fault) && !parseFault(parser.value(fault), options))
         return mistake(QStringLiteral("no such fault: %1").arg(parser.value(fault)), exitCode);
+    const QString complaint = readBus(parser.value(bus), options);
+    if (!complaint.isEmpty())
+        return mistake(complaint, exitCode);
     options.generation = *generationValue;
     options.chipId = *chipValue;
     options.revision = *revisionValue;

@@ -18,6 +18,7 @@ struct BenchOptions
     QString faultDevice;       ///< "transmitter" or "headset"
     bool fast = false;         ///< virtual clock
     int speed = 1;             ///< of the clock that is not virtual, as many times that of the wall's
+    bool onKernelBus = false;  ///< the devices are plugged into the kernel, not into the simulated computer
     bool dark = false;         ///< light text on dark ground
     bool drivesItself = false; ///< also where there is a display
     QString screenshotsFolder; ///< empty: none are saved

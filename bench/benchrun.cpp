@@ -13,6 +13,7 @@
 #include "expectation.h"
 #include "firmwarecontroller.h"
 #include "imagebuilder.h"
+#include "kernelcomputer.h"
 #include "mainwindow.h"
 #include "screentour.h"
 #include "userdriver.h"
@@ -56,6 +57,8 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     , log(eventLog)
     , scaledClock(options.speed)
     , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
+    , kernelComputer(options.onKernelBus ? std::make_unique<KernelComputer>(machine, logLine()) : nullptr)
+    , scope(kernelComputer ? static_cast<Machine&>(*kernelComputer) : machine)
     , fault(faultByName(benchOptions.faultName.toStdString()))
     , faultyType(benchOptions.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
                                                                           : DeviceType::Headset)
@@ -69,8 +72,19 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
 
 BenchRun::~BenchRun() = default;
 
+std::function<void(const std::string&)> BenchRun::logLine()
+{
+    return [this](const std::string& text) { log.add(QString::fromStdString(text)); };
+}
+
 bool BenchRun::prepare()
 {
+    const std::string obstacle = kernelComputer ? UhidBus::obstacle() : std::string();
+    if (!obstacle.empty()) {
+        log.add(QStringLiteral("no device can be plugged into the kernel: %1")
+                    .arg(QString::fromStdString(obstacle)));
+        return false;
+    }
     if (!prepareArchive())
         return false;
     preparePair();
@@ -122,7 +136,8 @@ void BenchRun::preparePair()
     setup.revision = options.revision;
     setup.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
     setup.headsetImage = bytesOf(images[DeviceType::Headset]);
-    setup.report = [this](const std::string& text) { log.add(QString::fromStdString(text)); };
+    setup.report = logLine();
+    setup.bus = kernelComputer ? &kernelComputer->bus() : nullptr;
     pair = std::make_unique<SimulatedPair>(machine, setup);
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);

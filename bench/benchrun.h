@@ -16,6 +16,7 @@
 #include "verdict.h"
 
 class EventLog;
+class KernelComputer;
 class MainWindow;
 class ScreenTour;
 class UserDriver;
@@ -62,6 +63,7 @@ Q_SIGNALS:
     void finished(int exitCode);
 
 private:
+    std::function<void(const std::string&)> logLine();
     bool prepareArchive();
     void preparePair();
     void plugInAndStart();
@@ -88,7 +90,8 @@ private:
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;
-    ScopedMachine scope{machine};
+    std::unique_ptr<KernelComputer> kernelComputer; ///< null where the computer is the simulated one
+    ScopedMachine scope;
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;

@@ -1,30 +1,24 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "linuxdevicetree.h"
 #include "loginsession.h"
-#include "simulatedpair.h"
+#include "simulatedmachine.h"
 #include "uhidbus.h"
 
-/// A simulated computer but for its devices and its user's session, which are those of the Linux system that
-/// the program really runs on: the pair is plugged into the kernel.
-class KernelComputer : public PairComputer, private Machine
+/// A simulated computer, but for its devices and its user's session, which are those of the Linux system that
+/// the program really runs on. What is attached to its bus is plugged into the kernel.
+class KernelComputer : public Machine
 {
 public:
-    /// For SimulatedPair::Setup::computer.
-    /// @param log  as for LinuxDeviceTree.
-    static std::function<std::unique_ptr<PairComputer>(SimulatedMachine&)>
-    maker(std::function<void(const std::string&)> log);
-
+    /// @param otherwise  borrowed.
+    /// @param log        as for LinuxDeviceTree.
     KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log);
 
-    Machine& machine() override { return *this; }
-    Bus& bus() override { return kernelBus; }
+    Bus& bus() { return kernelBus; }
 
-private:
     Clock& clock() override { return model.clock(); }
     DeviceTree& deviceTree() override { return devices; }
     SimulatedServiceManager& serviceManager() override { return model.serviceManager(); }
@@ -32,6 +26,7 @@ private:
     ProcessTable& processTable() override { return model.processTable(); }
     Session& session() override { return userSession; }
 
+private:
     SimulatedMachine& model;
     LinuxDeviceTree devices;
     LoginSession userSession;

@@ -20,14 +20,19 @@ SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptio
             isTransmitter ? 1 : 2, setup.report};
 }
 
+Bus& busOf(const SimulatedPair::Setup& setup, LayerBus& layerBus)
+{
+    return setup.bus ? *setup.bus : layerBus;
+}
+
 } // namespace
 
 SimulatedPair::SimulatedPair(SimulatedMachine& machine, const Setup& setup)
-    : bus(machine.deviceTree())
-    , transmitter(bus, sleepOn(machine.clock()),
+    : layerBus(machine.deviceTree())
+    , transmitter(busOf(setup, layerBus), sleepOn(machine.clock()),
                   deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,
                               DeviceType::Transmitter))
-    , headset(bus, sleepOn(machine.clock()),
+    , headset(busOf(setup, layerBus), sleepOn(machine.clock()),
               deviceSetup(setup, ImageBuilder::headset(), setup.headsetImage, DeviceType::Headset))
 {
     SimulatedServiceManager::Service audio;

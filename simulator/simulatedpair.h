@@ -21,6 +21,7 @@ public:
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< as SimulatedDevice::Setup::report
+        Bus* bus = nullptr; ///< borrowed; null: that of the computer's device tree
     };
 
     /// Both devices hold an older firmware and are not plugged in.
@@ -32,11 +33,12 @@ public:
     }
     void plugIn();
 
-    /// The path that opens a device's vendor-defined interface; empty while there is none.
-    std::wstring channelPath(DeviceType type) { return bus.channelPath(device(type).port()); }
+    /// The path that opens a device's vendor-defined interface; empty while there is none, and on a bus of
+    /// one's own.
+    std::wstring channelPath(DeviceType type) { return layerBus.channelPath(device(type).port()); }
 
 private:
-    LayerBus bus;
+    LayerBus layerBus;
     SimulatedDevice transmitter;
     SimulatedDevice headset;
 };

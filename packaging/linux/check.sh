@@ -41,7 +41,7 @@ make_bare_debian() {
         "Codename: $release" | head -n 1)
     as_root debootstrap --variant=minbase "$release" "$bare" "$repository" >"$cache/debian.log" &&
         in_debian "$bare" sh -ec "apt-get update
-            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $root_packages
+            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -o Dpkg::Options::=--force-unsafe-io $root_packages
             cd /tmp
             kernel=\$(apt-cache depends linux-image-amd64 | sed -n 's/.*Depends: //p')
             apt-get -o APT::Sandbox::User=root download \$kernel
@@ -72,7 +72,7 @@ boot() {
     timeout "$limit_s" qemu-system-x86_64 -accel tcg,thread=multi -cpu qemu64 -smp 2 -m 1024 -no-reboot -nic none \
         -display none -serial stdio -kernel "$work/vmlinuz" -initrd "$work/initrd" \
         -drive file="$cache/check.img",format=raw,if=virtio,cache=unsafe \
-        -append "console=ttyS0 quiet mitigations=off systemd.unit=check.service systemd.show_status=false" </dev/null
+        -append "console=ttyS0 quiet panic=-1 no_timer_check mitigations=off systemd.unit=check.service systemd.show_status=false" </dev/null
 }
 
 # shellcheck disable=SC2086

@@ -6,7 +6,8 @@
 #include <string>
 
 #include "imagebuilder.h"
-#include "kernelcomputer.h"
+#include "simulatedpair.h"
+#include "uhidbus.h"
 
 namespace {
 
@@ -34,10 +35,11 @@ int main()
     SimulatedPair::Setup setup;
     setup.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter(1));
     setup.headsetImage = ImageBuilder::build(ImageBuilder::headset());
-    setup.isTimeVirtual = false;
     setup.report = tell;
-    setup.computer = KernelComputer::maker(tell);
-    SimulatedPair pair(setup);
+    UhidBus bus;
+    setup.bus = &bus;
+    SimulatedMachine machine(nullptr);
+    SimulatedPair pair(machine, setup);
     std::string command;
     while (std::getline(std::cin, command)) {
         if (command == "plug")
