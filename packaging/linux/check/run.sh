@@ -102,11 +102,13 @@ check "generation 2: a whole update of both at once" bench generation-2 --genera
 check "generation 2: bytes equal" equal generation-2 2
 
 # Faults, and what a user does then.
-check "the cable is pulled in the download" bench vanish --fault vanish@60 --fault-device transmitter
+check "the cable is pulled in an update" bench vanish --fault vanish@40 --fault-device transmitter
+check "that was in the download" told vanish "vanished at transfer 40 (download)"
 check "the failure report is shown" told vanish "screen: failure report"
 check "plugged in again, the device is found in programming mode" told vanish "transmitter: connected, in programming mode"
 check "it is repaired: bytes equal" equal vanish 3
 check "a device that comes back on another port is updated" bench other-port --fault other-port
+check "it did come back there" grep -q 'fault other-port$' other-port.log
 check "other port: bytes equal" equal other-port 4
 
 [ $failures -eq 0 ] && echo "checks: all hold"
