@@ -7,8 +7,8 @@ set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
 
-package=$(echo build/linux/*.deb)
-[ -f "$package" ] || fail "There is nothing to check; run packaging/linux/build.sh first."
+deb=$(echo build/linux/*.deb)
+[ -f "$deb" ] || fail "There is nothing to check; run packaging/linux/build.sh first."
 
 # A bare Debian and the packages that the program needs in it are kept here; overridable, outside the sources by
 # default.
@@ -20,7 +20,7 @@ results=build/linux/check
 # What the checks need beside the package: an X server, and what a computer boots and is logged in to with.
 root_packages="busybox-static cpio dbus imagemagick kmod libpam-systemd systemd-sysv udev xvfb"
 boot_modules="virtio_pci virtio_blk ext4 crc32c_generic"
-limit_s=280
+limit_s=600 # of the virtual machine, on a busy computer
 
 # in_debian FOLDER COMMAND...: name spaces of its own, so that whatever is started in there ends with it.
 in_debian() {
@@ -82,7 +82,7 @@ make_bare_debian
 as_root rm -rf "$work"
 as_root cp -a "$bare" "$work"
 as_root mkdir -p "$work/check" "$work/var/cache/apt/archives"
-as_root cp -r packaging/linux/check/. build/release/bench/bench build/release/packaging/linux/check/pair "$package" \
+as_root cp -r packaging/linux/check/. build/release/bench/bench build/release/packaging/linux/check/pair "$deb" \
     "$work/check"
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
 rm -rf "$results"
