@@ -9,7 +9,6 @@ if(CCACHE)
 endif()
 
 add_library(updater_options INTERFACE)
-target_compile_features(updater_options INTERFACE cxx_std_17)
 target_compile_options(updater_options INTERFACE
     -Wall -Wextra -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
 target_compile_definitions(updater_options INTERFACE

@@ -14,6 +14,7 @@ template <typename Device>
 std::vector<DeviceId> idsOf(const std::vector<Device>& devices)
 {
     std::vector<DeviceId> ids;
+    ids.reserve(devices.size());
     for (const Device& device : devices)
         ids.push_back(device.id);
     return ids;

@@ -162,7 +162,7 @@ QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 
 QPair<DeviceType, FirmwareData> getFirmwareData(FirmwareArchive& archive, const QString& name)
 {
-    const QPair<DeviceType, FirmwareData> rejected{DeviceType::Unknown, FirmwareData()};
+    QPair<DeviceType, FirmwareData> rejected{DeviceType::Unknown, FirmwareData()};
     if (name.isEmpty())
         return rejected;
     qDebug() << "Processing " << name;

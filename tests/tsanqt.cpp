@@ -10,8 +10,10 @@
 
 #include <dlfcn.h>
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

@@ -246,7 +246,7 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken()
     QFETCH(const int, taken);
     Detection c;
     std::vector<std::wstring> paths;
-    for (QByteArray page : usagePages.split(' ')) {
+    for (const QByteArray& page : usagePages.split(' ')) {
         const auto chip = std::make_shared<ScriptedChip>();
         chip->caps.usagePage = page.right(4).toUShort(nullptr, 16);
         const HidIdentity function{0x7A31, 0x0006, int(paths.size())};

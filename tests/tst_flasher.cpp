@@ -65,7 +65,7 @@ struct Run : HidFixture
     /// One report's notation; its bytes where it is not laid out as the protocol has it.
     QByteArray notationOf(const QByteArray& report)
     {
-        const QByteArray hex = report.toHex().toUpper();
+        QByteArray hex = report.toHex().toUpper();
         if (report.startsWith('\xE4')) {
             const QByteArray data = image.mid(256 * packets++, 256).leftJustified(report.size() - 7, '\0');
             const bool isRight = hex.mid(6, 8) == "00000001" && report.mid(7) == data;

@@ -63,7 +63,7 @@ std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle, bool (*isKind)(
     const auto it = t.objects.find(reinterpret_cast<std::uintptr_t>(handle));
     if (it == t.objects.end() || !isKind(*it->second))
         return fail(ERROR_INVALID_HANDLE);
-    const auto object = std::move(it->second);
+    auto object = std::move(it->second);
     t.objects.erase(it);
     return object;
 }
