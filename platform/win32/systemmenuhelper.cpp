@@ -128,8 +128,9 @@ private:
 
 void install()
 {
-    static_cast<void>(OleInitialize(nullptr)); // nothing that it does can fail
-    qApp->installEventFilter(new SystemMenuHelper(qApp));
+    static_cast<void>(OleInitialize(nullptr));                          // nothing that it does can fail
+    QCoreApplication* const application = QCoreApplication::instance(); // of no kind of its own yet
+    application->installEventFilter(new SystemMenuHelper(application));
 }
 
 Q_COREAPP_STARTUP_FUNCTION(install)
