@@ -14,7 +14,7 @@ case $arch in
 i686) wine_package=wine32 foreign=i386 prefix_kind=win32 ;;
 *) wine_package=wine64 foreign='' prefix_kind=win64 ;;
 esac
-root_packages="wine $wine_package fonts-wine xvfb imagemagick"
+root_packages="wine $wine_package fonts-wine xvfb imagemagick zip"
 
 make_root() {
     [ "$(cat "$root/ready" 2>/dev/null)" != "$root_packages" ] || return 0

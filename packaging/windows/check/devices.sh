@@ -4,15 +4,18 @@
 
 # start_pair GENERATION CHIP REVISION BYTES: new devices, unplugged, and their archive.
 start_pair() {
-    rm -f commands archive.zip
+    rm -f commands
     mkfifo commands
     : >events.txt
-    wine pair.exe archive.zip "$@" <commands >events.txt 2>pair.txt &
+    wine pair.exe "$@" <commands >events.txt 2>pair.txt &
     pair=$!
     exec 9>commands
     await "done: start"
-    cp archive.zip "devices/fw.1.2.zip"
-    cp archive.zip "devices-package/fw.1.2.zip"
+    echo "Made for a check." >notes.txt
+    for folder in devices devices-package; do
+        rm -f $folder/fw.1.2.zip
+        zip -q $folder/fw.1.2.zip transmitter.ff headset.ef notes.txt
+    done
 }
 
 end_pair() {

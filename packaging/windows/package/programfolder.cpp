@@ -30,34 +30,38 @@ std::wstring newFolderPath()
     return temporaryFolder() + namePrefix + name;
 }
 
-/// Whom what this process creates belongs to: where it runs with an administrator's rights, all
-/// administrators, and nothing of lower rights can make them an owner.
-std::vector<BYTE> ownerOfCreations()
+using Owner = std::vector<BYTE>; ///< a security identifier; empty where there is none
+
+Owner ownerOf(HANDLE object)
 {
-    HANDLE opened = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened))
+    PSID owner = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (GetSecurityInfo(object, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr,
+                        &descriptor) != ERROR_SUCCESS)
         return {};
-    const OwnedHandle token(opened);
-    DWORD size = 0;
-    GetTokenInformation(token.get(), TokenOwner, nullptr, 0, &size);
-    std::vector<BYTE> owner(size);
-    if (!GetTokenInformation(token.get(), TokenOwner, owner.data(), size, &size))
+    const BYTE* const bytes = static_cast<const BYTE*>(owner);
+    const Owner copy(bytes, bytes + GetLengthSid(owner));
+    LocalFree(descriptor);
+    return copy;
+}
+
+/// Whom what this process creates belongs to: where it runs with an administrator's rights, all
+/// administrators, and nothing of lower rights can make them an owner. Looked up at a file that is certainly
+/// of this process.
+Owner ownerOfCreations()
+{
+    const HANDLE created = CreateFileW((newFolderPath() + L".tmp").c_str(), READ_CONTROL | DELETE, 0, nullptr,
+                                       CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (created == INVALID_HANDLE_VALUE)
         return {};
-    return owner;
+    const OwnedHandle file(created);
+    return ownerOf(file.get());
 }
 
 bool isOwn(HANDLE folder)
 {
-    PSID owner = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (GetSecurityInfo(folder, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr,
-                        &descriptor) != ERROR_SUCCESS)
-        return false;
-    std::vector<BYTE> expected = ownerOfCreations();
-    const bool isEqual =
-        !expected.empty() && EqualSid(owner, reinterpret_cast<TOKEN_OWNER*>(expected.data())->Owner);
-    LocalFree(descriptor);
-    return isEqual;
+    const Owner owner = ownerOf(folder);
+    return !owner.empty() && owner == ownerOfCreations();
 }
 
 /// Opens the folder so that nobody can rename or remove it meanwhile. Listing is asked for because handles
@@ -161,8 +165,12 @@ void ProgramFolder::removeLeftovers()
         return;
     do {
         const std::wstring path = folder + found.cFileName;
-        if (OwnedHandle held = hold(path, DELETE))
-            removeFolder(path, std::move(held));
+        // The right to delete is had only where nobody holds the folder. It is let go again at once: with it
+        // at hand not every system lists a folder.
+        const bool isHeld = !hold(path, DELETE);
+        OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
+        if (leftover)
+            removeFolder(path, std::move(leftover));
     } while (FindNextFileW(search, &found));
     FindClose(search);
 }

@@ -1,41 +1,43 @@
-// pair ARCHIVE GENERATION CHIP REVISION BYTES: a transmitter and a headset for the simulated bus, with an
-// older firmware, unplugged, and an archive with the firmware that they are to get, images of that many
-// bytes. Prints what happens to them, and obeys the lines of its standard input:
+// pair GENERATION CHIP REVISION BYTES: a transmitter and a headset for the simulated bus, with an older
+// firmware, unplugged. Writes the images that they are to get, of that many bytes, to "transmitter.ff" and
+// "headset.ef", as archives hold them. Prints what happens to the devices, and obeys the lines of its
+// standard input:
 //
 //     plug DEVICE | unplug DEVICE
 //     fault DEVICE NAME TRANSFER      as in the bench
-//     storm COUNT                     plugs and unplugs both in turn, with pauses from none to a second;
-//     plugged in the end verdict                         a line per device: versions, and whether its memory
-//     equals its image end
+//     storm COUNT                     plugs and unplugs either, with pauses up to a second; plugged in at the
+//     end verdict                         per device its versions, and whether its memory equals its image
+//     end
 //
 // After each command it prints a line "done: COMMAND".
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <iostream>
-#include <map>
+#include <mutex>
 #include <random>
 #include <sstream>
 #include <string>
 
-#include "archivebuilder.h"
 #include "driverbus.h"
-#include "eventlog.h"
 #include "imagebuilder.h"
 #include "simulateddevice.h"
-#include "verdict.h"
 
 namespace {
 
 constexpr unsigned longestPauseMs = 1000;
 
-EventLog& eventLog()
-{
-    static EventLog log;
-    return log;
-}
-
+/// Prints a line as the bench does, with the seconds since the start. Any thread.
 void tell(const std::string& text)
 {
-    eventLog().add(QString::fromStdString(text));
+    using Clock = std::chrono::steady_clock;
+    static const Clock::time_point start = Clock::now();
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> guard(mutex);
+    const std::chrono::duration<double> seconds = Clock::now() - start;
+    std::printf("[%8.3f] %s\n", seconds.count(), text.c_str());
+    std::fflush(stdout);
 }
 
 void sleepFor(std::uint32_t ms)
@@ -47,28 +49,60 @@ void sleepFor(std::uint32_t ms)
 class Candidate
 {
 public:
-    Candidate(Bus& bus, DeviceType type, ImageOptions wanted, int chipId, int revision, int port)
-        : image(ImageBuilder::build(wanted))
-        , device(bus, sleepFor, setup(type, wanted, chipId, revision, port))
-        , verdict(type, device, toByteArray(image))
+    Candidate(Bus& bus, DeviceType type, const ImageOptions& wanted, int chipId, int revision)
+        : name(type == DeviceType::Transmitter ? "transmitter" : "headset")
+        , image(ImageBuilder::build(wanted))
+        , device(bus, sleepFor, setup(type, wanted, chipId, revision))
+        , versionBefore(version())
     {
-        verdict.begin();
     }
 
+    /// Writes the image as text, a byte per line.
+    bool writeImage(const std::string& path) const
+    {
+        std::ofstream file(path);
+        char line[4];
+        for (const std::uint8_t byte : image) {
+            std::snprintf(line, sizeof(line), "%02X\n", byte);
+            file << line;
+        }
+        return file.flush().good();
+    }
+
+    void judge() const
+    {
+        const std::vector<std::uint8_t> memory = device.memory();
+        const auto end = image.begin() + static_cast<std::ptrdiff_t>(std::min(image.size(), memory.size()));
+        const auto different = std::mismatch(image.begin(), end, memory.begin()).first - image.begin();
+        const bool isEqual = static_cast<std::size_t>(different) == image.size();
+        tell(name + ": " + versionBefore + " -> " + version() + ", " + std::to_string(image.size()) +
+             " bytes compared, " + (isEqual ? "equal" : "first difference at " + std::to_string(different)));
+        for (const std::string& refusal : device.refusals())
+            tell(name + ": refused: " + refusal);
+    }
+
+    const std::string name;
     const std::vector<std::uint8_t> image;
     SimulatedDevice device;
-    Verdict verdict;
 
 private:
-    SimulatedDevice::Setup setup(DeviceType type, ImageOptions installed, int chipId, int revision,
-                                 int port) const
+    SimulatedDevice::Setup setup(DeviceType type, const ImageOptions& wanted, int chipId, int revision) const
     {
-        installed = ImageBuilder::forMemoryOf(installed, image);
+        ImageOptions installed = ImageBuilder::forMemoryOf(wanted, image);
         installed.version = "1.0.0";
         installed.seed = 99;
         const std::vector<std::uint8_t> memory = ImageBuilder::build(installed);
+        const int port = type == DeviceType::Transmitter ? 1 : 2;
         return {SimulatedChip::hardwareFor(type, chipId, revision, memory), memory, port, tell};
     }
+
+    std::string version() const
+    {
+        const auto identity = ImageBuilder::identityOf(device.memory());
+        return identity ? identity->version : "(no valid firmware)";
+    }
+
+    const std::string versionBefore;
 };
 
 class Pair
@@ -76,15 +110,14 @@ class Pair
 public:
     Pair(Bus& bus, int generation, int chipId, int revision, int bytes)
         : transmitter(bus, DeviceType::Transmitter, sized(ImageBuilder::transmitter(generation), bytes),
-                      chipId, revision, 1)
-        , headset(bus, DeviceType::Headset, sized(ImageBuilder::headset(), bytes), chipId, revision, 2)
+                      chipId, revision)
+        , headset(bus, DeviceType::Headset, sized(ImageBuilder::headset(), bytes), chipId, revision)
     {
     }
 
-    bool writeArchive(const QString& path) const
+    bool writeImages() const
     {
-        return ArchiveBuilder::write(
-            path, ArchiveBuilder::release(transmitter.image, headset.image, "Made for a check."));
+        return transmitter.writeImage("transmitter.ff") && headset.writeImage("headset.ef");
     }
 
     /// @return whether there is such a command.
@@ -92,9 +125,9 @@ public:
     {
         std::istringstream words(line);
         std::string verb;
-        std::string name;
-        words >> verb >> name;
-        SimulatedDevice& device = (name == "headset" ? headset : transmitter).device;
+        std::string operand;
+        words >> verb >> operand;
+        SimulatedDevice& device = (operand == headset.name ? headset : transmitter).device;
         if (verb == "plug")
             device.plugIn();
         else if (verb == "unplug")
@@ -102,7 +135,7 @@ public:
         else if (verb == "fault")
             return arm(device, words);
         else if (verb == "storm")
-            storm(std::stoi(name));
+            storm(std::stoi(operand));
         else if (verb == "verdict")
             judge();
         else
@@ -148,12 +181,8 @@ private:
 
     void judge() const
     {
-        constexpr int noError = 0;
-        for (const Candidate* candidate : {&transmitter, &headset}) {
-            eventLog().add(candidate->verdict.text(noError));
-            for (const std::string& refusal : candidate->device.refusals())
-                tell("refused: " + refusal);
-        }
+        transmitter.judge();
+        headset.judge();
     }
 
     Candidate transmitter;
@@ -162,17 +191,17 @@ private:
 
 } // namespace
 
-int main(int argc, char* argv[])
+int wmain(int argc, wchar_t* argv[])
 {
-    constexpr int arguments = 6;
+    constexpr int arguments = 5;
     DriverBus bus;
     if (argc != arguments || !bus.isOpen()) {
         std::puts("wrong arguments, or no bus");
         return 1;
     }
-    Pair pair(bus, std::stoi(argv[2]), std::stoi(argv[3]), std::stoi(argv[4]), std::stoi(argv[5]));
-    if (!pair.writeArchive(QString::fromLocal8Bit(argv[1]))) {
-        std::puts("the archive cannot be written");
+    Pair pair(bus, std::stoi(argv[1]), std::stoi(argv[2]), std::stoi(argv[3]), std::stoi(argv[4]));
+    if (!pair.writeImages()) {
+        std::puts("the images cannot be written");
         return 1;
     }
     tell("done: start");
