@@ -103,6 +103,8 @@ void FlashingDialog::createAndStartUpdater(DeviceType type, const DeviceToUpdate
 {
     QProgressBar* const progressBar = widgetsOf(type).progressBar;
     auto* const updater = new FirmwareUpdater(this, device.instance, type, device.firmware);
+    updater->setObjectName(type == DeviceType::Transmitter ? QStringLiteral("transmitterUpdater")
+                                                           : QStringLiteral("headsetUpdater"));
     connect(updater, &FirmwareUpdater::progressRangeChanged, progressBar, &QProgressBar::setRange);
     connect(updater, &FirmwareUpdater::progressValueChanged, progressBar, &QProgressBar::setValue);
     connect(updater, &FirmwareUpdater::flashingError, this, &FlashingDialog::onFlashingError);

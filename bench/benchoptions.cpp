@@ -56,11 +56,10 @@ bool parseFault(const QString& text, BenchOptions& options)
 {
     const QStringList parts = text.split(QLatin1Char('@'));
     bool isNumber = true;
-    options.faultName = parts.first();
+    options.fault = faultByName(parts.first().toStdString());
     if (parts.size() == 2)
         options.faultTransfer = parts.last().toInt(&isNumber);
-    return parts.size() <= 2 && isNumber && options.faultTransfer >= 1 &&
-           faultByName(options.faultName.toStdString());
+    return parts.size() <= 2 && isNumber && options.faultTransfer >= 1 && options.fault;
 }
 
 /// Reads the bus, after the other options. @return what is wrong with it; empty where nothing is.
@@ -134,7 +133,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
         QStringLiteral("Of the fault matrix, only this family, such as headset-12-2."),
         QStringLiteral("NAME"));
     const NumberOption sample(QStringLiteral("sample"),
-                              QStringLiteral("Of the fault matrix, only every N-th transfer."),
+                              QStringLiteral("Of the fault matrix, only every N-th fault."),
                               QStringLiteral("N"), 1);
     parser.addOptions({archive, generation.option, chip.option, revision.option, imageSize.option, fault,
                        faultDevice, fast, speed.option, bus, dark, drive, screenshots, faultMatrix, family,
@@ -153,7 +152,7 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     options.dark = parser.isSet(dark);
     options.screenshotsFolder = parser.value(screenshots);
     options.drivesItself = parser.isSet(drive) || parser.isSet(screenshots);
-    options.faultDevice = parser.value(faultDevice);
+    const QString device = parser.value(faultDevice);
     options.faultMatrix = parser.isSet(faultMatrix);
     options.family = parser.value(family);
     const auto sampleValue = sample.value(parser, 1, maxImageBytes);
@@ -172,9 +171,10 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     if (!sizeValue)
         return mistake(QStringLiteral("images have %1 to %2 bytes").arg(minImageBytes).arg(maxImageBytes),
                        exitCode);
-    if (options.faultDevice != QLatin1String("transmitter") &&
-        options.faultDevice != QLatin1String("headset"))
-        return mistake(QStringLiteral("no such device: %1").arg(options.faultDevice), exitCode);
+    if (device != QLatin1String("transmitter") && device != QLatin1String("headset"))
+        return mistake(QStringLiteral("no such device: %1").arg(device), exitCode);
+    if (device == QLatin1String("transmitter"))
+        options.faultDevice = DeviceType::Transmitter;
     if (parser.isSet(fault) && !parseFault(parser.value(fault), options))
         return mistake(QStringLiteral("no such fault: %1").arg(parser.value(fault)), exitCode);
     const QString complaint = readBus(parser.value(bus), options);

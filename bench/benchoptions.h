@@ -5,17 +5,20 @@
 #include <QString>
 #include <QStringList>
 
+#include "deviceinstance.h"
+#include "faults.h"
+
 /// What the bench's command line asks for.
 struct BenchOptions
 {
-    QString archivePath;       ///< empty: a sample archive is built
-    int generation = 1;        ///< 1 ("VYNT1") or 2 ("VYNT2")
-    int chipId = 12;           ///< 12 or 13
-    int revision = 2;          ///< 2 or 3
-    int imageBytes = 8192;     ///< of each sample image
-    QString faultName;         ///< empty: none
-    int faultTransfer = 1;     ///< the transfer at which the fault strikes, counted from 1
-    QString faultDevice;       ///< "transmitter" or "headset"
+    QString archivePath;   ///< empty: a sample archive is built
+    int generation = 1;    ///< 1 ("VYNT1") or 2 ("VYNT2")
+    int chipId = 12;       ///< 12 or 13
+    int revision = 2;      ///< 2 or 3
+    int imageBytes = 8192; ///< of each sample image
+    std::optional<Fault> fault;
+    int faultTransfer = 1; ///< the transfer at which the fault strikes, counted from 1
+    DeviceType faultDevice = DeviceType::Headset;
     bool fast = false;         ///< virtual clock
     int speed = 1;             ///< of the clock that is not virtual, as many times that of the wall's
     bool onKernelBus = false;  ///< the devices are plugged into the kernel, not into the simulated computer
@@ -29,6 +32,5 @@ struct BenchOptions
 
 /// Parses the program's arguments (its name first).
 /// @return nothing where the program should end at once, with @p exitCode: after --help (0), which is
-/// printed, or
-///         after a mistake (2), which is told on the standard error.
+/// printed, or after a mistake (2), which is told on the standard error.
 std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int& exitCode);

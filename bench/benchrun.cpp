@@ -10,13 +10,13 @@
 
 #include "archivebuilder.h"
 #include "eventlog.h"
-#include "expectation.h"
 #include "firmwarecontroller.h"
 #include "imagebuilder.h"
 #include "kernelcomputer.h"
 #include "mainwindow.h"
 #include "screentour.h"
 #include "userdriver.h"
+#include "verdict.h"
 
 namespace {
 
@@ -59,9 +59,6 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
     , kernelComputer(options.onKernelBus ? std::make_unique<KernelComputer>(machine, logLine()) : nullptr)
     , scope(kernelComputer ? static_cast<Machine&>(*kernelComputer) : machine)
-    , fault(faultByName(benchOptions.faultName.toStdString()))
-    , faultyType(benchOptions.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
-                                                                          : DeviceType::Headset)
 {
     timeLimit.setSingleShot(true);
     connect(&timeLimit, &QTimer::timeout, this, [this] {
@@ -139,10 +136,12 @@ void BenchRun::preparePair()
     setup.report = logLine();
     setup.bus = kernelComputer ? &kernelComputer->bus() : nullptr;
     pair = std::make_unique<SimulatedPair>(machine, setup);
+    virtualClock.onSleep = [this](std::uint32_t ms) { times.sleep(ms); };
+    judge =
+        std::make_unique<Judge>(Judge::Scene{machine, *pair, images, options.fast ? &times : nullptr, log});
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);
-        verdicts[type] = std::make_shared<Verdict>(type, device, images[type]);
-        verdicts[type]->begin();
+        device.onPhase = [this, type](Phase phase) { times.enter(type, phase); };
         if (options.fast || options.speed > 1)
             device.onVanished = [this] { letEverybodyHear(); };
     }
@@ -167,8 +166,8 @@ void BenchRun::drive()
 {
     constexpr qint64 allowanceMs = 120000;
     qint64 delaysMs = 0;
-    for (const auto& verdict : verdicts)
-        delaysMs += verdict->prescribedDelaysMs();
+    for (const DeviceType type : bothTypes)
+        delaysMs += protocolDelaysMs(type);
     timeLimit.start(std::chrono::milliseconds(allowanceMs + 2 * delaysMs));
     if (onScreen)
         takeTour();
@@ -225,78 +224,49 @@ void BenchRun::beginUpdate()
 {
     for (const DeviceType type : bothTypes)
         pair->device(type).clearFault();
-    if (fault && !isRepairing)
-        pair->device(faultyType).setFault(*fault, options.faultTransfer);
+    times.clear();
+    const std::optional<Fault> fault = isRepairing ? std::nullopt : options.fault;
+    judge->begin(fault, options.faultDevice);
+    if (fault)
+        pair->device(options.faultDevice).setFault(*fault, options.faultTransfer);
 }
 
 /// @param report  the failure report on the screen; empty where it shows the pairing instructions, from which
 ///                there is no way back.
 void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, const QString& report)
 {
-    bool isExpected = areTextsAsExpected(errors, report);
-    for (const DeviceType type : bothTypes) {
-        log.add(QStringLiteral("verdict: ") + verdicts[type]->text(errors.value(type)));
-        isExpected = isAsExpected(type, errors.value(type)) && isExpected;
-    }
-    if (!isExpected) {
-        log.add(QStringLiteral("verdict: that is not the expected outcome"));
+    const QStringList complaints = judge->complaints(errors, report, *driver);
+    for (const QString& complaint : complaints)
+        log.add(QStringLiteral("verdict: not the expected outcome: %1").arg(complaint));
+    if (!complaints.isEmpty()) {
         finish(unexpected);
         return;
     }
-    if (!fault || isRepairing) {
+    if (!options.fault || isRepairing) {
         if (!options.fast && options.speed == 1)
             reportTimes();
         finish(0);
         return;
     }
-    const bool wasStruck = pair->device(faultyType).struckAt().has_value();
-    log.add(QStringLiteral("verdict: the expected outcome of the fault %1%2")
-                .arg(options.faultName, wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
+    const bool wasStruck = pair->device(options.faultDevice).struckAt().has_value();
+    log.add(QStringLiteral("verdict: the expected outcome of the fault%1")
+                .arg(wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
     tryAgain(!report.isEmpty());
 }
 
-bool BenchRun::isAsExpected(DeviceType type, int errorCode) const
+/// What the protocol's own delays come to from the announced progress range to the end.
+qint64 BenchRun::protocolDelaysMs(DeviceType type) const
 {
-    if (images[type].isEmpty())
-        return true;
-    Expectation expected;
-    if (fault && !isRepairing && type == faultyType)
-        expected = expectationFor(fault, pair->device(type).struckAt(), verdicts[type]->commits());
-    if (errorCode != expected.errorCode)
-        return false;
-    return errorCode != 0 || !expected.isMemoryWhole || verdicts[type]->isEqual();
-}
-
-/// Every failure that a fault can bring about is one of the connection.
-bool BenchRun::areTextsAsExpected(const QMap<DeviceType, int>& errors, const QString& report) const
-{
-    const auto ofWindow = [](const char* text) { return QCoreApplication::translate("MainWindow", text); };
-    const auto ofDialog = [](const char* text) {
-        return QCoreApplication::translate("FlashingDialog", text);
-    };
-    const QString lost = QStringLiteral("%1\n%2\n")
-                             .arg(ofWindow("Update was unsuccessful."),
-                                  ofWindow("One or both of your devices have been disconnected. Please "
-                                           "reconnect your devices to restart the firmware update process."));
-    if (report != (errors.isEmpty() ? QString() : lost))
-        return false;
-    const QString success = ofDialog("Device has been successfully updated.");
-    const QString advice =
-        ofDialog("Update cannot proceed. Make sure your device is connected properly and try again.");
-    const QMap<DeviceType, QString> results = driver->resultTexts();
-    return std::all_of(std::begin(bothTypes), std::end(bothTypes), [&](DeviceType type) {
-        const QString expected = errors.contains(type) ? advice : success;
-        return images[type].isEmpty() || results[type] == expected;
-    });
+    return Verdict::programmingDelaysMs(type, bytesOf(images[type])) + Verdict::restartDelayMs;
 }
 
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
     isRepairing = true;
-    SimulatedDevice& device = pair->device(faultyType);
+    SimulatedDevice& device = pair->device(options.faultDevice);
     device.clearFault();
-    log.add(QStringLiteral("user: replug the %1").arg(nameOf(faultyType)));
+    log.add(QStringLiteral("user: replug the %1").arg(nameOf(options.faultDevice)));
     device.unplug();
     device.plugIn();
     if (isUpdaterUsable) {
@@ -329,10 +299,10 @@ bool BenchRun::isWaitInVain(DeviceType type)
 
 void BenchRun::reportTimes() const
 {
-    const QMap<DeviceType, qint64> times = driver->programmingTimesMs();
-    for (auto time = times.cbegin(); time != times.cend(); ++time) {
-        const qint64 delays = verdicts[time.key()]->prescribedDelaysMs();
-        log.add(QStringLiteral("%1: programmed in %2 ms, %3 times the protocol's own %4 ms")
+    const QMap<DeviceType, qint64> measured = driver->programmingTimesMs();
+    for (auto time = measured.cbegin(); time != measured.cend(); ++time) {
+        const qint64 delays = protocolDelaysMs(time.key());
+        log.add(QStringLiteral("%1: programmed in %2 ms, %3 measured the protocol's own %4 ms")
                     .arg(nameOf(time.key()))
                     .arg(time.value())
                     .arg(static_cast<double>(time.value()) / static_cast<double>(delays), 0, 'f', 4)

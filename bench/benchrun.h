@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
 #include <QMap>
 #include <QObject>
@@ -10,10 +9,9 @@
 #include <QTimer>
 
 #include "benchoptions.h"
-#include "faults.h"
+#include "judge.h"
 #include "photographer.h"
 #include "simulatedpair.h"
-#include "verdict.h"
 
 class EventLog;
 class KernelComputer;
@@ -55,9 +53,6 @@ public:
     /// Writes an archive at @p path whose images fit the devices' memories.
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
-    /// The feature-report transfers of the last update.
-    int transfers(DeviceType type) { return pair->device(type).transfers().count; }
-
 Q_SIGNALS:
     /// @param exitCode  0 where everything ended as expected, otherwise 1.
     void finished(int exitCode);
@@ -76,8 +71,7 @@ private:
     void tryAgain(bool isUpdaterUsable);
     void finish(int exitCode);
 
-    bool isAsExpected(DeviceType type, int errorCode) const;
-    bool areTextsAsExpected(const QMap<DeviceType, int>& errors, const QString& report) const;
+    qint64 protocolDelaysMs(DeviceType type) const;
     bool isWaitInVain(DeviceType type);
     void reportTimes() const;
     void letEverybodyHear();
@@ -92,15 +86,14 @@ private:
     SimulatedMachine machine;
     std::unique_ptr<KernelComputer> kernelComputer; ///< null where the computer is the simulated one
     ScopedMachine scope;
+    ProgrammingTimes times;
     std::unique_ptr<SimulatedPair> pair;
+    std::unique_ptr<Judge> judge;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
     std::unique_ptr<ScreenTour> tour;
     ScreenHandler onScreen;
-    QSet<QString> shown; ///< names of screens
-    QMap<DeviceType, std::shared_ptr<Verdict>> verdicts;
-    std::optional<Fault> fault; ///< of the first update; nothing in the second
-    DeviceType faultyType = DeviceType::Headset;
-    bool isRepairing = false;
+    QSet<QString> shown;      ///< names of screens
+    bool isRepairing = false; ///< the second update, after a fault in the first
     QTimer timeLimit;
 };

@@ -4,10 +4,9 @@
 
 namespace {
 
-constexpr Expectation success{0, true};
-constexpr Expectation unnoticed{0, false};
-constexpr Expectation lost{FlashingError::DeviceLost, false};
-constexpr Expectation unknownChip{FlashingError::UnknownChip, false};
+constexpr Expectation success{0, true, 0};
+constexpr Expectation lost{FlashingError::DeviceLost, false, 0};
+constexpr Expectation unknownChip{FlashingError::UnknownChip, false, 0};
 
 Expectation whenTransferFails(Phase phase)
 {
@@ -15,25 +14,31 @@ Expectation whenTransferFails(Phase phase)
     case Phase::Leave:
         return lost; // it never comes back in programming mode
     case Phase::Identify:
-        return unknownChip;
+        return {FlashingError::UnknownChip, false, 1};
     case Phase::FinalWait:
-        return success;
+        return {0, true, 1};
     default:
-        return unnoticed;
+        return {0, false, 1};
     }
 }
+
+constexpr int transfersPerQuery = 2; // the request and its answer
 
 Expectation whenDeviceVanishes(const Transfers& at, int commits)
 {
     switch (at.phase) {
-    case Phase::Identify:
-        return unknownChip;
-    case Phase::FinalWait:
-        return success;
-    case Phase::Commit:
-        return at.in(Phase::Commit) < commits ? lost : unnoticed;
-    default:
+    case Phase::Leave:
         return lost;
+    case Phase::Identify: // the chip's revision is asked for also where its identifier was not told
+        return {FlashingError::UnknownChip, false, at.in(Phase::Identify) <= transfersPerQuery ? 2 : 1};
+    case Phase::FinalWait:
+        return {0, true, 1};
+    case Phase::Commit:
+        if (at.in(Phase::Commit) == commits)
+            return {0, false, 2}; // the end of programming is announced all the same
+        return {FlashingError::DeviceLost, false, 1};
+    default:
+        return {FlashingError::DeviceLost, false, 1};
     }
 }
 

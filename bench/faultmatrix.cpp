@@ -1,27 +1,16 @@
 #include "faultmatrix.h"
 
 #include <cstdio>
-#include <deque>
-#include <memory>
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QThread>
 
-#include "benchoptions.h"
 #include "benchrun.h"
 #include "eventlog.h"
-#include "faults.h"
 
 namespace {
 
-constexpr int allSurvived = 0;
-constexpr int notAllSurvived = 1;
 constexpr int imageBytes = 5000; // two chunks, the second one short
 
 struct Count
@@ -30,17 +19,39 @@ struct Count
     int faults = 0;
 };
 
-QStringList families()
+struct Family
 {
-    QStringList names;
-    for (const char* const device : {"transmitter", "headset"}) {
-        for (const int chip : {12, 13}) {
+    DeviceType device;
+    int chipId;
+    int revision;
+
+    QString name() const { return QStringLiteral("%1-%2-%3").arg(nameOf(device)).arg(chipId).arg(revision); }
+};
+
+std::vector<Family> families()
+{
+    std::vector<Family> all;
+    for (const DeviceType device : {DeviceType::Transmitter, DeviceType::Headset}) {
+        for (const int chipId : {12, 13}) {
             for (const int revision : {2, 3})
-                names << QStringLiteral("%1-%2-%3").arg(QLatin1String(device)).arg(chip).arg(revision);
+                all.push_back({device, chipId, revision});
         }
     }
-    return names;
+    return all;
 }
+
+/// Nobody looks at the windows, so they need not be painted.
+class Unpainted : public QObject
+{
+public:
+    Unpainted() { QCoreApplication::instance()->installEventFilter(this); }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        return event->type() == QEvent::Expose || event->type() == QEvent::UpdateRequest;
+    }
+};
 
 void print(const QString& line)
 {
@@ -49,8 +60,10 @@ void print(const QString& line)
 }
 
 /// Runs one update, and its repair where a fault is asked for. @return whether all went as it should.
-bool survives(const BenchOptions& options, EventLog& log, int* transfers = nullptr)
+/// @param transfers  gets how many the device with the fault has seen in the last update.
+bool survives(const BenchOptions& options, EventLog& log, int& transfers)
 {
+    static_cast<void>(log.takeLines());
     BenchRun run(options, log);
     if (!run.prepare())
         return false;
@@ -58,103 +71,75 @@ bool survives(const BenchOptions& options, EventLog& log, int* transfers = nullp
     QObject::connect(&run, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
     run.drive();
     const bool isSurvived = loop.exec() == 0;
-    if (transfers)
-        *transfers =
-            run.transfers(options.faultDevice == QLatin1String("transmitter") ? DeviceType::Transmitter
-                                                                              : DeviceType::Headset);
+    transfers = run.device(options.faultDevice).transfers().count;
     return isSurvived;
 }
 
-std::unique_ptr<QProcess> startFamily(const QString& family, int sample)
+/// @param number  of the family; the samples of each are others.
+Count runFamily(const Family& family, int number, int sample, EventLog& log)
 {
-    auto process = std::make_unique<QProcess>();
-    process->setProcessChannelMode(QProcess::MergedChannels);
-    process->start(QCoreApplication::applicationFilePath(),
-                   {QStringLiteral("--fault-matrix"), QStringLiteral("--family"), family,
-                    QStringLiteral("--sample"), QString::number(sample)});
-    return process;
-}
-
-/// Waits for a family's process and passes on what it printed. @return what its line tells.
-Count endFamily(QProcess& process)
-{
-    process.waitForFinished(-1);
-    const QString output = QString::fromUtf8(process.readAll()).trimmed();
-    print(output);
-    static const QRegularExpression counts(QStringLiteral("survived (\\d+) of (\\d+)$"));
-    const QRegularExpressionMatch match = counts.match(output);
-    const bool isComplete = process.exitStatus() == QProcess::NormalExit && match.hasMatch();
-    return isComplete ? Count{match.captured(1).toInt(), match.captured(2).toInt()} : Count{0, 1};
-}
-
-} // namespace
-
-int FaultMatrix::run(int sample)
-{
-    QElapsedTimer timer;
-    timer.start();
-    const auto atOnce = static_cast<std::size_t>(QThread::idealThreadCount());
-    std::deque<std::unique_ptr<QProcess>> running;
-    Count total;
-    const auto endFirst = [&] {
-        const Count count = endFamily(*running.front());
-        running.pop_front();
-        total.survived += count.survived;
-        total.faults += count.faults;
-    };
-    for (const QString& family : families()) {
-        if (running.size() == atOnce)
-            endFirst();
-        running.push_back(startFamily(family, sample));
-    }
-    while (!running.empty())
-        endFirst();
-    constexpr double msPerSecond = 1000;
-    print(QStringLiteral("faults survived %1 of %2 (%3 s)")
-              .arg(total.survived)
-              .arg(total.faults)
-              .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 0, 'f', 1));
-    return total.survived == total.faults ? allSurvived : notAllSurvived;
-}
-
-int FaultMatrix::runFamily(const QString& family, int sample, EventLog& log)
-{
-    const QTemporaryDir folder;
-    const QStringList parts = family.split(QLatin1Char('-'));
-    if (!families().contains(family) || !folder.isValid())
-        return notAllSurvived;
     BenchOptions options;
     options.fast = true;
-    options.faultDevice = parts[0];
-    options.chipId = parts[1].toInt();
-    options.revision = parts[2].toInt();
+    options.generation = family.device == DeviceType::Transmitter ? 1 : 2;
+    options.faultDevice = family.device;
+    options.chipId = family.chipId;
+    options.revision = family.revision;
     options.imageBytes = imageBytes;
-    log.setQuiet(true);
-
     int transfers = 0;
-    if (!survives(options, log, &transfers)) {
+    if (!survives(options, log, transfers)) {
         print(log.takeLines().join(QLatin1Char('\n')));
-        return notAllSurvived;
+        return {0, 1};
     }
     Count count;
+    int place = number;
     for (const FaultDescription& fault : faultDescriptions()) {
-        for (int transfer = 1; transfer <= transfers; transfer += sample) {
-            static_cast<void>(log.takeLines());
-            options.faultName = QLatin1String(fault.name);
+        for (int transfer = 1; transfer <= transfers; ++transfer) {
+            if (++place % sample != 0)
+                continue;
+            options.fault = fault.fault;
             options.faultTransfer = transfer;
-            const bool isSurvived = survives(options, log);
             ++count.faults;
-            count.survived += isSurvived ? 1 : 0;
-            if (!isSurvived)
-                print(QStringLiteral("%1: %2@%3\n").arg(family, QLatin1String(fault.name)).arg(transfer) +
+            int ignored = 0;
+            if (survives(options, log, ignored))
+                ++count.survived;
+            else
+                print(QStringLiteral("%1: %2@%3\n")
+                          .arg(family.name(), QLatin1String(fault.name))
+                          .arg(transfer) +
                       log.takeLines().join(QLatin1Char('\n')));
         }
     }
-    print(QStringLiteral("%1: %2 transfers, %3 faults at each: survived %4 of %5")
-              .arg(family)
+    print(QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
+              .arg(family.name())
               .arg(transfers)
               .arg(faultDescriptions().size())
               .arg(count.survived)
               .arg(count.faults));
-    return count.survived == count.faults ? allSurvived : notAllSurvived;
+    return count;
+}
+
+} // namespace
+
+int FaultMatrix::run(const QString& family, int sample, EventLog& log)
+{
+    constexpr double msPerSecond = 1000;
+    QElapsedTimer timer;
+    timer.start();
+    const Unpainted unpainted;
+    log.setQuiet(true);
+    Count total;
+    int number = 0;
+    for (const Family& one : families()) {
+        ++number;
+        if (!family.isEmpty() && one.name() != family)
+            continue;
+        const Count count = runFamily(one, number, sample, log);
+        total.survived += count.survived;
+        total.faults += count.faults;
+    }
+    print(QStringLiteral("faults survived %1 of %2 (%3 s)")
+              .arg(total.survived)
+              .arg(total.faults)
+              .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 0, 'f', 1));
+    return total.faults > 0 && total.survived == total.faults ? 0 : 1;
 }

@@ -18,15 +18,6 @@ namespace {
 
 constexpr int failure = 1;
 
-EventLog* messageLog = nullptr;
-
-/// The updater's own log goes into the bench's.
-void logMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
-{
-    const bool isSerious = type == QtWarningMsg || type == QtCriticalMsg || type == QtFatalMsg;
-    messageLog->add((isSerious ? QStringLiteral("log: (!) ") : QStringLiteral("log: ")) + text);
-}
-
 /// Without a display the windows live in memory, on a desktop of 96 dots per inch. To be called before the
 /// application object exists.
 void chooseDisplay()
@@ -97,8 +88,7 @@ int main(int argc, char* argv[])
         return exitCode;
 
     EventLog log;
-    messageLog = &log;
-    const QtMessageHandler previousHandler = qInstallMessageHandler(logMessage);
+    const UpdaterLog updaterLog(log);
     QTranslator qtTranslator;
     Startup::installTranslator(qtTranslator, QStringLiteral("qt_"));
     QTranslator translator;
@@ -107,12 +97,7 @@ int main(int argc, char* argv[])
 
     chooseLooks(*options);
 
-    if (!options->faultMatrix)
-        exitCode = runBench(*options, log);
-    else if (options->family.isEmpty())
-        exitCode = FaultMatrix::run(options->sample);
-    else
-        exitCode = FaultMatrix::runFamily(options->family, options->sample, log);
-    qInstallMessageHandler(previousHandler);
-    return exitCode;
+    if (options->faultMatrix)
+        return FaultMatrix::run(options->family, options->sample, log);
+    return runBench(*options, log);
 }

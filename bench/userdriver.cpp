@@ -17,9 +17,7 @@
 
 namespace {
 
-constexpr int updaterTimeoutMs = 30000;
-
-QString labelText(const QWidget& parent, const char* name)
+QString labelText(const QWidget& parent, const QByteArray& name)
 {
     const auto* const label = parent.findChild<QLabel*>(QLatin1String(name));
     return label ? label->text() : QString();
@@ -110,24 +108,32 @@ void UserDriver::follow(FlashingDialog& dialog)
     }
     errors = dialog.errors();
     onScreen(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
-    results[DeviceType::Transmitter] = labelText(dialog, "transmitterInfoLabel");
-    results[DeviceType::Headset] = labelText(dialog, "headsetInfoLabel");
-    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset})
-        log.add(QStringLiteral("%1: %2").arg(nameOf(type), results[type]));
+    noteResult(dialog, DeviceType::Transmitter);
+    noteResult(dialog, DeviceType::Headset);
     log.add(QStringLiteral("user: Close"));
     watchedUpdaters.clear();
     clickLater(closeButton);
 }
 
+void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
+{
+    const QByteArray name = nameOf(type).toLatin1();
+    results[type] = labelText(dialog, name + "InfoLabel");
+    log.add(QStringLiteral("%1: %2").arg(nameOf(type), results[type]));
+    const auto* const bar = dialog.findChild<QProgressBar*>(QLatin1String(name + "ProgressBar"));
+    if (bar->value() == bar->maximum())
+        fullBars.insert(type);
+    else
+        fullBars.remove(type);
+}
+
 void UserDriver::watchUpdaters(const FlashingDialog& dialog)
 {
-    // Updaters are made in the order of the device types.
-    const bool hasTransmitter = !dialog.findChild<QWidget*>(QStringLiteral("transmitterBox"))->isHidden();
-    DeviceType type = hasTransmitter ? DeviceType::Transmitter : DeviceType::Headset;
-    for (auto* const updater : dialog.findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (!watchedUpdaters.contains(updater))
+    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
+        const QString name = nameOf(type) + QStringLiteral("Updater");
+        auto* const updater = dialog.findChild<FirmwareUpdater*>(name);
+        if (updater && !watchedUpdaters.contains(updater))
             watchUpdater(updater, type);
-        type = DeviceType::Headset;
     }
     if (isWaitInVain)
         endVainWaits();
@@ -157,11 +163,9 @@ void UserDriver::watchUpdater(FirmwareUpdater* updater, DeviceType type)
 void UserDriver::endVainWaits()
 {
     for (auto updater = watchedUpdaters.cbegin(); updater != watchedUpdaters.cend(); ++updater) {
-        for (auto* const timeout : updater.key()->findChildren<QTimer*>()) {
-            if (timeout->isActive() && timeout->interval() == updaterTimeoutMs &&
-                isWaitInVain(updater.value()))
-                timeout->start(0);
-        }
+        auto* const timeout = updater.key()->findChild<QTimer*>(QStringLiteral("reenumerationTimer"));
+        if (timeout->isActive() && isWaitInVain(updater.value()))
+            timeout->start(0);
     }
 }
 

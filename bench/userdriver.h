@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 
 #include "deviceinstance.h"
@@ -45,6 +46,9 @@ public:
     /// What the dialog said of each device at the end of the run.
     QMap<DeviceType, QString> resultTexts() const { return results; }
 
+    /// Whether a device's progress bar was full at the end of the run.
+    bool isBarFull(DeviceType type) const { return fullBars.contains(type); }
+
 Q_SIGNALS:
     /// Update is about to be pressed.
     void updateRequested();
@@ -58,6 +62,7 @@ private:
     void answer(QMessageBox& box);
     void follow(FlashingDialog& dialog);
     void watchUpdaters(const FlashingDialog& dialog);
+    void noteResult(const FlashingDialog& dialog, DeviceType type);
     void watchUpdater(FirmwareUpdater* updater, DeviceType type);
     void endVainWaits();
     void lookAtInfoScreen(const InfoScreen& screen);
@@ -73,6 +78,7 @@ private:
     QMap<FirmwareUpdater*, DeviceType> watchedUpdaters; ///< of the dialog that is open
     QMap<DeviceType, int> errors;
     QMap<DeviceType, QString> results;
+    QSet<DeviceType> fullBars;
     QElapsedTimer runTimer;
     qint64 runTime = 0;
     QMap<DeviceType, qint64> programmingTimes;

@@ -47,6 +47,7 @@ FirmwareUpdaterPrivate::FirmwareUpdaterPrivate(FirmwareUpdater* updater, const D
     , device(instance)
     , timer(this)
 {
+    timer.setObjectName(QStringLiteral("reenumerationTimer"));
     timer.setSingleShot(true);
     timer.setInterval(reenumerationTimeoutMs);
     connect(&timer, &QTimer::timeout, this, &FirmwareUpdaterPrivate::onTimeout);

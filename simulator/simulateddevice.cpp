@@ -12,6 +12,8 @@ constexpr std::uint32_t disconnectMs = 100;
 constexpr std::uint32_t reenumerationMs = 700;
 constexpr std::uint32_t powerLossMs = 500;
 
+constexpr int portStep = 2; // past the port of the pair's other device
+
 constexpr int leaveApplication = 0x0A;
 constexpr int endOfProgramming = 0x05;
 constexpr std::size_t shortAnswerBytes = 8;
@@ -119,8 +121,11 @@ Transfer SimulatedDevice::set(const std::uint8_t* report, std::size_t size)
     lock.lock();
     chip.obey(command);
     lock.unlock();
-    if (made.in(made.phase) == 1)
+    if (made.in(made.phase) == 1) {
         tell(std::string(phaseName(made.phase)) + " from transfer " + std::to_string(made.count));
+        if (onPhase)
+            onPhase(made.phase);
+    }
     if (command.kind == SimulatedChip::Command::ControlRequest)
         restart(command.request);
     return Transfer::Done;
@@ -197,7 +202,7 @@ void SimulatedDevice::restart(int controlRequest)
         striking = faults.restart();
         refusesOpen = striking == Fault::RefuseOpen;
         if (striking == Fault::OtherPort)
-            ++nextPort;
+            nextPort += portStep;
     }
     later(disconnectMs, &SimulatedDevice::disconnectFromBus);
     if (striking != Fault::NeverBack)

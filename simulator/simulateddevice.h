@@ -49,6 +49,9 @@ public:
     /// Called on the transferring thread when a fault has made the device vanish and all who listen to the
     /// bus have handled that; to be set before the device is plugged in.
     std::function<void()> onVanished;
+    /// Called on the transferring thread when the first transfer of a phase, since a fault was armed or
+    /// cleared, has got through; to be set before the device is plugged in.
+    std::function<void(Phase)> onPhase;
 
     // What it recorded.
 

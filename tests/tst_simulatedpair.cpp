@@ -247,7 +247,8 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
 void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
 {
     for (const Fault fault : {Fault::NeverBack, Fault::RefuseOpen, Fault::OtherPort}) {
-        Workbench computer(Headset);
+        Workbench computer(Transmitter);
+        computer.pair.device(Headset).plugIn();
         computer.tested.setFault(fault, 2);
         Channel channel(computer.channel());
         QVERIFY(channel.ask(0xF004, 1) && channel.send("FF02000A"));
@@ -260,6 +261,8 @@ void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
         computer.tested.plugIn();
         QVERIFY(computer.tested.isProgramming() && Channel(computer.channel()).isOpen());
         QVERIFY(fault != Fault::OtherPort || computer.channel() == path);
+        computer.pair.device(Headset).unplug(); // it was on none of the ports
+        QCOMPARE(computer.usagePages(), std::vector<int>{0xFF00});
     }
 }
 

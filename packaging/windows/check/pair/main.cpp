@@ -23,6 +23,7 @@
 #include "driverbus.h"
 #include "imagebuilder.h"
 #include "simulateddevice.h"
+#include "verdict.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ public:
         : name(type == DeviceType::Transmitter ? "transmitter" : "headset")
         , image(ImageBuilder::build(wanted))
         , device(bus, sleepFor, setup(type, wanted, chipId, revision))
-        , versionBefore(version())
+        , before(device.memory())
     {
     }
 
@@ -71,12 +72,7 @@ public:
 
     void judge() const
     {
-        const std::vector<std::uint8_t> memory = device.memory();
-        const auto end = image.begin() + static_cast<std::ptrdiff_t>(std::min(image.size(), memory.size()));
-        const auto different = std::mismatch(image.begin(), end, memory.begin()).first - image.begin();
-        const bool isEqual = static_cast<std::size_t>(different) == image.size();
-        tell(name + ": " + versionBefore + " -> " + version() + ", " + std::to_string(image.size()) +
-             " bytes compared, " + (isEqual ? "equal" : "first difference at " + std::to_string(different)));
+        tell(name + ": " + Verdict::text(before, device.memory(), image));
         for (const std::string& refusal : device.refusals())
             tell(name + ": refused: " + refusal);
     }
@@ -96,13 +92,7 @@ private:
         return {SimulatedChip::hardwareFor(type, chipId, revision, memory), memory, port, tell};
     }
 
-    std::string version() const
-    {
-        const auto identity = ImageBuilder::identityOf(device.memory());
-        return identity ? identity->version : "(no valid firmware)";
-    }
-
-    const std::string versionBefore;
+    const std::vector<std::uint8_t> before; ///< the memory
 };
 
 class Pair
