@@ -27,7 +27,7 @@ struct BenchOptions
     QString screenshotsFolder; ///< empty: none are saved
     bool faultMatrix = false;  ///< every fault at every transfer, instead of one update
     QString family;            ///< of the fault matrix, only this family; empty: all
-    int sample = 1;            ///< of the fault matrix, every that many transfers
+    int sample = 1;            ///< of the fault matrix, every that many faults
 };
 
 /// Parses the program's arguments (its name first).

@@ -2,15 +2,24 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
 #include <QWindow>
 
 #include "benchrun.h"
+#include "devicepanel.h"
 #include "eventlog.h"
 #include "mainwindow.h"
-#include "ui_benchwindow.h"
 
 namespace {
 
@@ -20,26 +29,26 @@ constexpr int tenTimes = 10;
 } // namespace
 
 BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog)
-    : ui(std::make_unique<Ui::BenchWindow>())
-    , run(benchRun)
+    : run(benchRun)
+    , transmitterPanel(new DevicePanel)
+    , headsetPanel(new DevicePanel)
+    , versionEdit(new QLineEdit(QStringLiteral("1.3.0")))
+    , generationBox(new QComboBox)
 {
-    ui->setupUi(this);
-    ui->transmitterPanel->setDevice(DeviceType::Transmitter, run.device(DeviceType::Transmitter));
-    ui->headsetPanel->setDevice(DeviceType::Headset, run.device(DeviceType::Headset));
-    connect(&eventLog, &EventLog::added, ui->logEdit, &QPlainTextEdit::appendPlainText);
-
-    const auto onSpeed = [this](QRadioButton* button, double speed) {
-        connect(button, &QRadioButton::clicked, this, [this, speed] { run.setSpeed(speed); });
-    };
-    const int speed = run.settings().speed;
-    ui->realTimeButton->setChecked(speed == 1);
-    ui->tenTimesButton->setChecked(speed > 1 && speed < ScaledClock::atOnce);
-    ui->atOnceButton->setChecked(speed >= ScaledClock::atOnce);
-    ui->generationBox->setCurrentIndex(run.settings().generation - 1);
-    onSpeed(ui->realTimeButton, 1);
-    onSpeed(ui->tenTimesButton, tenTimes);
-    onSpeed(ui->atOnceButton, ScaledClock::atOnce);
-    connect(ui->newArchiveButton, &QPushButton::clicked, this, &BenchWindow::makeArchive);
+    setWindowTitle(tr("Bench"));
+    resize(760, 640);
+    transmitterPanel->setDevice(DeviceType::Transmitter, run.device(DeviceType::Transmitter));
+    headsetPanel->setDevice(DeviceType::Headset, run.device(DeviceType::Headset));
+    auto* const devices = new QHBoxLayout;
+    devices->addWidget(transmitterPanel);
+    devices->addWidget(headsetPanel);
+    auto* const settings = new QHBoxLayout;
+    settings->addWidget(makeTimeBox());
+    settings->addWidget(makeArchiveBox(), 1);
+    auto* const all = new QVBoxLayout(this);
+    all->addLayout(devices);
+    all->addLayout(settings);
+    all->addWidget(makeLogBox(eventLog), 1);
 
     connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::refresh);
     refreshTimer.start(refreshIntervalMs);
@@ -48,12 +57,60 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog)
     placeBesideUpdater();
 }
 
-BenchWindow::~BenchWindow() = default;
+QGroupBox* BenchWindow::makeTimeBox()
+{
+    auto* const box = new QGroupBox(tr("Time"));
+    auto* const layout = new QHBoxLayout(box);
+    const int speed = run.settings().speed;
+    const auto add = [&](const QString& text, double buttonSpeed, bool isChosen) {
+        auto* const button = new QRadioButton(text);
+        button->setChecked(isChosen);
+        connect(button, &QRadioButton::clicked, this, [this, buttonSpeed] { run.setSpeed(buttonSpeed); });
+        layout->addWidget(button);
+    };
+    add(tr("&Real"), 1, speed == 1);
+    add(tr("&10 times as fast"), tenTimes, speed > 1 && speed < ScaledClock::atOnce);
+    add(tr("At &once"), ScaledClock::atOnce, speed >= ScaledClock::atOnce);
+    return box;
+}
+
+QGroupBox* BenchWindow::makeArchiveBox()
+{
+    auto* const box = new QGroupBox(tr("Archive"));
+    auto* const versionLabel = new QLabel(tr("&Version:"));
+    versionLabel->setBuddy(versionEdit);
+    generationBox->addItems({QStringLiteral("VYNT1"), QStringLiteral("VYNT2")});
+    generationBox->setAccessibleName(tr("Generation"));
+    generationBox->setCurrentIndex(run.settings().generation - 1);
+    auto* const button = new QPushButton(tr("&New archive..."));
+    connect(button, &QPushButton::clicked, this, &BenchWindow::makeArchive);
+    auto* const layout = new QHBoxLayout(box);
+    layout->addWidget(versionLabel);
+    layout->addWidget(versionEdit, 1);
+    layout->addWidget(generationBox);
+    layout->addWidget(button);
+    return box;
+}
+
+QGroupBox* BenchWindow::makeLogBox(EventLog& eventLog)
+{
+    constexpr int mostLines = 10000;
+    auto* const box = new QGroupBox(tr("Log"));
+    auto* const edit = new QPlainTextEdit;
+    edit->setAccessibleName(tr("Log"));
+    edit->setTabChangesFocus(true);
+    edit->setLineWrapMode(QPlainTextEdit::NoWrap);
+    edit->setReadOnly(true);
+    edit->setMaximumBlockCount(mostLines);
+    connect(&eventLog, &EventLog::added, edit, &QPlainTextEdit::appendPlainText);
+    (new QVBoxLayout(box))->addWidget(edit);
+    return box;
+}
 
 void BenchWindow::refresh()
 {
-    ui->transmitterPanel->refresh(run.image(DeviceType::Transmitter));
-    ui->headsetPanel->refresh(run.image(DeviceType::Headset));
+    transmitterPanel->refresh(run.image(DeviceType::Transmitter));
+    headsetPanel->refresh(run.image(DeviceType::Headset));
 }
 
 void BenchWindow::placeBesideUpdater()
@@ -65,13 +122,13 @@ void BenchWindow::placeBesideUpdater()
 
 void BenchWindow::makeArchive()
 {
-    const QString version = ui->versionEdit->text();
+    const QString version = versionEdit->text();
     const QString name = QStringLiteral("vynt-firmware-%1.zip").arg(version);
     const QString path = QFileDialog::getSaveFileName(
         this, tr("New Archive"), QDir::temp().absoluteFilePath(name), tr("Firmware archives (*.zip)"));
     if (path.isEmpty())
         return;
-    if (!run.makeArchive(path, ui->generationBox->currentIndex() + 1, version)) {
+    if (!run.makeArchive(path, generationBox->currentIndex() + 1, version)) {
         QMessageBox::warning(this, tr("New Archive"), tr("%1 could not be written.").arg(path));
         return;
     }

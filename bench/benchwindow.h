@@ -1,16 +1,14 @@
 #pragma once
 
-#include <memory>
-
 #include <QTimer>
 #include <QWidget>
 
 class BenchRun;
+class DevicePanel;
 class EventLog;
-
-namespace Ui {
-class BenchWindow;
-}
+class QComboBox;
+class QGroupBox;
+class QLineEdit;
 
 /// The bench's own small window, beside the updater's: shows the simulated devices and plugs, unplugs and
 /// breaks them, changes the speed of time, makes archives, and shows the log. It stays usable while the
@@ -21,13 +19,15 @@ class BenchWindow : public QWidget
 
 public:
     BenchWindow(BenchRun& benchRun, EventLog& eventLog);
-    ~BenchWindow() override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    QGroupBox* makeTimeBox();
+    QGroupBox* makeArchiveBox();
+    static QGroupBox* makeLogBox(EventLog& eventLog);
     void placeBesideUpdater();
     void makeArchive();
     void refresh();
@@ -35,7 +35,10 @@ private:
     void endWithUpdater();
     void end();
 
-    const std::unique_ptr<Ui::BenchWindow> ui;
     BenchRun& run;
+    DevicePanel* transmitterPanel;
+    DevicePanel* headsetPanel;
+    QLineEdit* versionEdit;
+    QComboBox* generationBox;
     QTimer refreshTimer;
 };

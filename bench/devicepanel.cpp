@@ -1,26 +1,88 @@
 #include "devicepanel.h"
 
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSpinBox>
+
 #include "faults.h"
 #include "imagebuilder.h"
+#include "memorymap.h"
 #include "simulateddevice.h"
-#include "ui_devicepanel.h"
+
+namespace {
+
+/// A label that takes what room there is.
+QLabel* wideLabel()
+{
+    auto* const label = new QLabel;
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    return label;
+}
+
+QLabel* labelFor(const QString& text, QWidget* buddy)
+{
+    auto* const label = new QLabel(text);
+    label->setBuddy(buddy);
+    return label;
+}
+
+} // namespace
 
 DevicePanel::DevicePanel(QWidget* parent)
     : QGroupBox(parent)
-    , ui(std::make_unique<Ui::DevicePanel>())
+    , modeLabel(wideLabel())
+    , versionLabel(wideLabel())
+    , transfersLabel(wideLabel())
+    , memoryLabel(wideLabel())
+    , memoryMap(new MemoryMap)
+    , faultBox(new QComboBox)
+    , transferBox(new QSpinBox)
+    , faultButton(new QPushButton)
+    , faultLabel(wideLabel())
+    , cableButton(new QPushButton)
 {
-    ui->setupUi(this);
+    constexpr int mostTransfers = 999999;
+    constexpr int inTheDownload = 40;
+    QFont bold = font();
+    bold.setBold(true);
+    modeLabel->setFont(bold);
+    memoryMap->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    transferBox->setRange(1, mostTransfers);
+    transferBox->setValue(inTheDownload);
     for (const FaultDescription& fault : faultDescriptions()) {
-        ui->faultBox->addItem(QLatin1String(fault.name), static_cast<int>(fault.fault));
-        ui->faultBox->setItemData(ui->faultBox->count() - 1, QLatin1String(fault.explanation),
-                                  Qt::ToolTipRole);
+        faultBox->addItem(QLatin1String(fault.name), static_cast<int>(fault.fault));
+        faultBox->setItemData(faultBox->count() - 1, QLatin1String(fault.explanation), Qt::ToolTipRole);
     }
-    ui->legendLabel->setText(MemoryMap::legend());
-    connect(ui->cableButton, &QPushButton::clicked, this, &DevicePanel::toggleCable);
-    connect(ui->faultButton, &QPushButton::clicked, this, &DevicePanel::toggleFault);
+    layOut();
+    connect(cableButton, &QPushButton::clicked, this, &DevicePanel::toggleCable);
+    connect(faultButton, &QPushButton::clicked, this, &DevicePanel::toggleFault);
 }
 
-DevicePanel::~DevicePanel() = default;
+void DevicePanel::layOut()
+{
+    auto* const states = new QFormLayout;
+    states->addRow(tr("State:"), modeLabel);
+    states->addRow(tr("Firmware in memory:"), versionLabel);
+    states->addRow(tr("Transfers:"), transfersLabel);
+    states->addRow(tr("Memory:"), memoryLabel);
+    auto* const fault = new QHBoxLayout;
+    fault->addWidget(labelFor(tr("Fault:"), faultBox));
+    fault->addWidget(faultBox, 1);
+    fault->addWidget(labelFor(tr("at transfer"), transferBox));
+    fault->addWidget(transferBox);
+    fault->addWidget(faultButton);
+    auto* const cable = new QHBoxLayout;
+    cable->addWidget(faultLabel, 1);
+    cable->addWidget(cableButton);
+    auto* const all = new QVBoxLayout(this);
+    all->addLayout(states);
+    all->addWidget(memoryMap);
+    all->addWidget(new QLabel(MemoryMap::legend()));
+    all->addLayout(fault);
+    all->addLayout(cable);
+}
 
 void DevicePanel::setDevice(DeviceType type, SimulatedDevice& simulatedDevice)
 {
@@ -34,20 +96,19 @@ void DevicePanel::refresh(const QByteArray& image)
 {
     const auto memory = device->memory();
     const auto identity = ImageBuilder::identityOf(memory);
-    ui->modeLabel->setText(mode());
-    ui->versionLabel->setText(identity ? QString::fromStdString(identity->version)
-                                       : tr("none that is valid"));
-    ui->memoryMap->show(memory, image);
-    ui->memoryLabel->setText(ui->memoryMap->summary());
+    modeLabel->setText(mode());
+    versionLabel->setText(identity ? QString::fromStdString(identity->version) : tr("none that is valid"));
+    memoryMap->show(memory, image);
+    memoryLabel->setText(memoryMap->summary());
     const Transfers transfers = device->transfers();
     const QString phase = QString::fromLatin1(phaseName(transfers.phase));
-    ui->transfersLabel->setText(transfers.count == 0
-                                    ? tr("none yet")
-                                    : tr("%1, in the phase \"%2\"").arg(transfers.count).arg(phase));
-    ui->cableButton->setText((device->isPluggedIn() ? tr("Unplug the %1") : tr("Plug in the %1")).arg(name));
+    transfersLabel->setText(transfers.count == 0
+                                ? tr("none yet")
+                                : tr("%1, in the phase \"%2\"").arg(transfers.count).arg(phase));
+    cableButton->setText((device->isPluggedIn() ? tr("Unplug the %1") : tr("Plug in the %1")).arg(name));
     isFaultArmed = isFaultArmed && !device->struckAt();
-    ui->faultButton->setText(isFaultArmed ? tr("Disarm") : tr("Arm"));
-    ui->faultLabel->setText(faultState());
+    faultButton->setText(isFaultArmed ? tr("Disarm") : tr("Arm"));
+    faultLabel->setText(faultState());
 }
 
 QString DevicePanel::mode() const
@@ -80,7 +141,7 @@ void DevicePanel::toggleFault()
 {
     isFaultArmed = !isFaultArmed;
     if (isFaultArmed)
-        device->setFault(static_cast<Fault>(ui->faultBox->currentData().toInt()), ui->transferBox->value());
+        device->setFault(static_cast<Fault>(faultBox->currentData().toInt()), transferBox->value());
     else
         device->clearFault();
 }

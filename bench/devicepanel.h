@@ -1,17 +1,16 @@
 #pragma once
 
-#include <memory>
-
 #include <QByteArray>
 #include <QGroupBox>
 
 #include "deviceinstance.h"
 
+class MemoryMap;
+class QComboBox;
+class QLabel;
+class QPushButton;
+class QSpinBox;
 class SimulatedDevice;
-
-namespace Ui {
-class DevicePanel;
-}
 
 /// Shows a simulated device, plugs and unplugs it, and breaks it. GUI thread.
 class DevicePanel : public QGroupBox
@@ -20,7 +19,6 @@ class DevicePanel : public QGroupBox
 
 public:
     explicit DevicePanel(QWidget* parent = nullptr);
-    ~DevicePanel() override;
 
     void setDevice(DeviceType type, SimulatedDevice& simulatedDevice);
 
@@ -28,12 +26,22 @@ public:
     void refresh(const QByteArray& image);
 
 private:
+    void layOut();
     void toggleCable();
     void toggleFault();
     QString mode() const;
     QString faultState() const;
 
-    const std::unique_ptr<Ui::DevicePanel> ui;
+    QLabel* modeLabel;
+    QLabel* versionLabel;
+    QLabel* transfersLabel;
+    QLabel* memoryLabel;
+    MemoryMap* memoryMap;
+    QComboBox* faultBox;
+    QSpinBox* transferBox;
+    QPushButton* faultButton;
+    QLabel* faultLabel;
+    QPushButton* cableButton;
     SimulatedDevice* device = nullptr;
     QString name;
     bool isFaultArmed = false;
