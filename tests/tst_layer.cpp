@@ -136,6 +136,7 @@ private Q_SLOTS:
     void aWindowIsToldOfItsLife();
     void broadcastsComeInAnyOrderAndNumber_data();
     void broadcastsComeInAnyOrderAndNumber();
+    void aBroadcastUnderWayKeepsItsNotificationsValue();
     void pathsAreEnumeratedInLowerCaseOnly();
     void theNthCallFails_data();
     void theNthCallFails();
@@ -216,6 +217,24 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
     for (const HDEVNOTIFY notification : {ofInterfaces, ofFile})
         QVERIFY(UnregisterDeviceNotification(notification));
     QVERIFY(CloseHandle(file));
+    QVERIFY(DestroyWindow(window));
+}
+
+void TestLayer::aBroadcastUnderWayKeepsItsNotificationsValue()
+{
+    Computer computer;
+    const HWND window = newWindow();
+    const HDEVNOTIFY first = watchHid(window);
+    computer.tree.plug(hidNode(identity));
+    QVERIFY(UnregisterDeviceNotification(first));
+    const HDEVNOTIFY second = watchHid(window);
+    QVERIFY(second != first);
+    handleMessages();
+    QVERIFY(messages.contains(QLatin1String("8000 interface")));
+    const HDEVNOTIFY third = watchHid(window);
+    QCOMPARE(third, first);
+    for (const HDEVNOTIFY notification : {second, third})
+        QVERIFY(UnregisterDeviceNotification(notification));
     QVERIFY(DestroyWindow(window));
 }
 

@@ -14,7 +14,8 @@
 
 namespace {
 
-/// A registration for device broadcasts.
+/// A registration for device broadcasts. Those under way when it ends still arrive, so that until then its value
+/// names no other.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -23,6 +24,7 @@ public:
     {
     }
 
+    std::weak_ptr<const void> valueHolder() const override { return value; }
     bool watchesFile() const override { return false; }
     void treeChanges() override { static_cast<void>(broadcast(DBT_DEVNODES_CHANGED, {})); }
     void arrived(const DeviceNode&) override {}
@@ -38,6 +40,7 @@ protected:
         message.message = WM_DEVICECHANGE;
         message.wParam = event;
         message.data = std::move(data);
+        message.sender = value;
         if (recipient)
             return recipient->queue->send(std::move(message));
         return alreadyHandled();
@@ -52,6 +55,7 @@ protected:
 
 private:
     const HWND window;
+    const std::shared_ptr<const void> value = std::make_shared<char>();
 };
 
 class InterfaceNotification : public Notification

@@ -16,6 +16,7 @@ struct Table
 {
     std::mutex mutex;
     std::map<std::uintptr_t, std::shared_ptr<HandleObject>> objects;
+    std::map<std::uintptr_t, std::weak_ptr<const void>> held; ///< values of closed handles
     std::uintptr_t nextWindow = firstWindow;
 };
 
@@ -26,6 +27,12 @@ Table& table()
     return *instance;
 }
 
+bool isFree(const Table& t, std::uintptr_t value)
+{
+    const auto held = t.held.find(value);
+    return t.objects.count(value) == 0 && (held == t.held.end() || held->second.expired());
+}
+
 } // namespace
 
 HANDLE HandleTable::add(std::shared_ptr<HandleObject> object)
@@ -33,8 +40,9 @@ HANDLE HandleTable::add(std::shared_ptr<HandleObject> object)
     Table& t = table();
     const std::lock_guard<std::mutex> guard(t.mutex);
     std::uintptr_t free = first;
-    for (auto used = t.objects.begin(); used != t.objects.end() && used->first == free; ++used)
+    while (!isFree(t, free))
         free += step;
+    t.held.erase(free);
     t.objects.emplace(free, std::move(object));
     return reinterpret_cast<HANDLE>(free);
 }
@@ -64,6 +72,7 @@ std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle, bool (*isKind)(
     if (it == t.objects.end() || !isKind(*it->second))
         return fail(ERROR_INVALID_HANDLE);
     auto object = std::move(it->second);
+    t.held[it->first] = object->valueHolder();
     t.objects.erase(it);
     return object;
 }

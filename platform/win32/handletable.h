@@ -10,6 +10,9 @@ class HandleObject
 {
 public:
     virtual ~HandleObject() = default;
+
+    /// While somebody holds this, the handle's value is not given away, though the handle is closed.
+    virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
 /// The kinds that CloseHandle closes.

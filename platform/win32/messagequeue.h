@@ -18,7 +18,8 @@ struct SentMessage
     HWND window = nullptr;
     UINT message = 0;
     WPARAM wParam = 0;
-    std::vector<std::uint8_t> data; ///< what lParam points to
+    std::vector<std::uint8_t> data;     ///< what lParam points to
+    std::shared_ptr<const void> sender; ///< kept until the message was handled
     std::promise<void> handled;
 };
 
