@@ -204,6 +204,8 @@ void SimulatedDevice::restart(int controlRequest)
         if (striking == Fault::OtherPort)
             nextPort += portStep;
     }
+    if (striking == Fault::OtherPort)
+        tell("fault: comes back on another port");
     later(disconnectMs, &SimulatedDevice::disconnectFromBus);
     if (striking != Fault::NeverBack)
         later(reenumerationMs, &SimulatedDevice::connectToBus);

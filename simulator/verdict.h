@@ -27,6 +27,6 @@ int commits(const std::vector<std::uint8_t>& image); ///< of a whole update
 std::int64_t programmingDelaysMs(DeviceType type, const std::vector<std::uint8_t>& image);
 
 /// For which the updater waits after that request, in milliseconds.
-constexpr std::int64_t restartDelayMs = 100 * 100;
+constexpr std::int64_t restartDelayMs = 10000;
 
 } // namespace Verdict
