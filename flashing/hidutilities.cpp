@@ -1,5 +1,7 @@
 #include "hidutilities.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <windows.h>
@@ -48,7 +50,7 @@ unsigned char lengthOf(const Bytes& bytes)
 bool sendFrame(const Device& device, const Bytes& payload)
 {
     Bytes report{reportId, lengthOf(payload), 0x00};
-    report.insert(report.end(), payload.begin(), payload.end());
+    std::copy(payload.begin(), payload.end(), std::back_inserter(report));
     report.resize(reportBytes);
     return device->setFeatureBlocking(&report);
 }

@@ -138,6 +138,7 @@ void TestStartup::everyLineIsWholeWhicheverThreadWritesIt()
     {
         const LogFile log(path);
         std::vector<std::thread> writers;
+        writers.reserve(threads);
         for (int writer = 0; writer < threads; ++writer) {
             writers.emplace_back([writer] {
                 for (int i = 0; i < messages / threads; ++i)

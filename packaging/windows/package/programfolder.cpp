@@ -40,7 +40,7 @@ Owner ownerOf(HANDLE object)
                         &descriptor) != ERROR_SUCCESS)
         return {};
     const BYTE* const bytes = static_cast<const BYTE*>(owner);
-    const Owner copy(bytes, bytes + GetLengthSid(owner));
+    Owner copy(bytes, bytes + GetLengthSid(owner));
     LocalFree(descriptor);
     return copy;
 }

@@ -16,7 +16,7 @@ class DriverBus final : public Bus
 {
 public:
     DriverBus();
-    ~DriverBus();
+    ~DriverBus() override;
     DriverBus(const DriverBus&) = delete;
     DriverBus& operator=(const DriverBus&) = delete;
 

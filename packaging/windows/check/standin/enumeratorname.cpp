@@ -17,7 +17,7 @@ extern "C" BOOL WINAPI registryProperty(HDEVINFO set, PSP_DEVINFO_DATA device, D
     if (!SetupDiGetDeviceInstanceIdW(set, device, identifier, MAX_PATH, nullptr))
         return FALSE;
     const std::wstring name(identifier, std::wcscspn(identifier, L"\\"));
-    const auto bytes = static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t));
+    const auto bytes = static_cast<DWORD>(name.size() + 1) * DWORD{sizeof(wchar_t)};
     if (type)
         *type = REG_SZ;
     if (required)
