@@ -98,26 +98,26 @@ void TestLinuxDevices::descriptorsAreRead_data()
     const QByteArray fault = "ff00:1 0, ";
 
     row("loader", vendorCollection(loader), "ff00:1 264");
-    row("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0", "c:1 0");
+    row("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0", "c:1 0, has no feature report");
     row("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
         "c:1 3, ff00:1 4");
     row("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
-    row("no usage", "0600FF A101 C0", "ff00:0 0");
-    row("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0");
+    row("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
+    row("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
     row("usage of the item before", "0600FF A101 C0 0908 B100 A101 C0",
         "ff00:0 0, has a report outside of any collection");
-    row("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0");
+    row("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
     row("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
     row("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
         "ff00:1 5");
     row("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
         "ff00:1 3, ff00:1 3");
     row("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
-    row("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0");
+    row("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0, has no feature report");
     row("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
-    row("empty long item at the end", vendorCollection("") + "FE0042", "ff00:1 0");
+    row("empty long item at the end", vendorCollection("") + "FE0042", "ff00:1 0, has no feature report");
     row("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
-    row("field without bits", vendorCollection("7508 9500 B102"), "ff00:1 0");
+    row("field without bits", vendorCollection("7508 9500 B102"), "ff00:1 0, has no feature report");
     row("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
 
     row("nothing", "", "0:0 0, has no collection");
@@ -137,12 +137,13 @@ void TestLinuxDevices::descriptorsAreRead_data()
     row("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
         fault + "has a feature report of more than 16384 bytes");
     row("32 deep", vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
-        "ff00:1 0");
+        "ff00:1 0, has no feature report");
     row("33 deep", vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
         fault + "nests collections more than 32 deep");
     row("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
         fault + "pushes more than 32 states");
-    row("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)), "ff00:1 0");
+    row("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
+        "ff00:1 0, has no feature report");
     row("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
         "0:0 0, is longer than 4096 bytes");
 }

@@ -53,6 +53,9 @@ public:
             fail("ends within a collection");
         if (result.collections.empty())
             fail("has no collection");
+        if (std::all_of(result.collections.begin(), result.collections.end(),
+                        [](const HidCapabilities& c) { return c.featureReportBytes == 0; }))
+            fail("has no feature report");
         return finished();
     }
 

@@ -18,7 +18,7 @@ struct ReportDescriptor
     /// Of each top-level collection, in order; never empty. Where there is a fault, none has feature reports.
     std::vector<HidCapabilities> collections;
 
-    /// What is wrong with the descriptor; empty where nothing is.
+    /// Why it gives no feature report, be it broken or of a keyboard; empty where it gives one.
     std::string fault;
 
     /// Reads at most 4096 bytes, which is all that the kernel takes; collections and pushed states may be

@@ -50,12 +50,14 @@ start_program() {
 
 end_program() {
     tool close "$title"
+    tool gone "$title" || kill -9 $program
     wait $program
 }
 
+# await_log LINE: until the log tells it after its first $logged lines; at most four minutes.
 await_log() {
     for _ in $(seq 2400); do
-        ! log 2>/dev/null | grep -qxF "$1" || return 0
+        ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
         sleep 0.1
     done
     echo "The log does not tell \"$1\"."
@@ -65,6 +67,7 @@ await_log() {
 # update RESULT RESULT: from the main page, by keyboard: the first button opens the file dialog, the next stop is the
 # release notes, the third is Update. The results are the log's for the transmitter and the headset.
 update() {
+    logged=$(log | wc -l)
     tool keys "$title" tab tab space
     tool wait "Updating..." && await_log "Update $1, device type = 1" && await_log "Update $2, device type = 2"
 }
@@ -149,9 +152,9 @@ tell plug transmitter
 tell plug headset
 start_program devices $updater
 shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0"
-tell fault headset vanish 30
+tell fault headset vanish 20
 check "a cable pulled in the download fails that device only" update finished "failed with code 1"
-check "it was pulled in the download" await "vanished at transfer 30 (download)"
+check "it was pulled in the download" await "vanished at transfer 20 (download)"
 picture update-failed
 close_dialog
 check "the failure report tells of the lost connection" shows "Update was unsuccessful." \

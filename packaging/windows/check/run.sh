@@ -6,7 +6,7 @@ mkdir -p /dev/shm
 mount -t tmpfs tmpfs /dev/shm
 
 export HOME=/check WINEPREFIX=/check/prefix LC_ALL=C.UTF-8 DISPLAY=:7
-export WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+export WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml=;uiautomationcore=n'
 title="ZEFO VYNT Firmware Update"
 updater=zefo-vynt-firmware-update.exe
 temporary=$WINEPREFIX/drive_c/users/root/Temp
@@ -37,6 +37,8 @@ sleep infinity | wine cmd >/dev/null 2>&1 &
 # There is no window manager: Wine draws the title bars.
 wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 wine --version
+# Qt looks for it nowhere else.
+mv uiautomationcore.dll "$WINEPREFIX/drive_c/windows/system32"
 
 tool() { wine windowtool.exe "$@"; }
 window_text() { wine windowtext.exe "$title" | tr -d '\r'; }

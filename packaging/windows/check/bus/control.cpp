@@ -113,50 +113,46 @@ NTSTATUS unplug(BusExtension* bus, PIRP irp)
     return STATUS_PENDING;
 }
 
-NTSTATUS next(BusExtension* bus, PIRP irp)
+/// Fills the transfer that the program answers. @return the number of bytes that it gives.
+ULONG fillIn(PIRP transfer, const Answer& answer)
 {
-    const std::uint32_t* const number = inputOf<std::uint32_t>(irp);
-    if (!number ||
+    const auto* const packet = static_cast<const HID_XFER_PACKET*>(transfer->UserBuffer);
+    const ULONG size = std::min<ULONG>(answer.size, packet->reportBufferLen);
+    if (size > 0)
+        RtlCopyMemory(packet->reportBuffer, answer.report, size);
+    return size;
+}
+
+/// One request for both, since each takes a way through the whole system.
+NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
+{
+    const Answer* const input = inputOf<Answer>(irp);
+    if (!input || input->size > maxReportBytes ||
         IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.OutputBufferLength < sizeof(Request))
         return complete(irp, STATUS_INVALID_PARAMETER);
-    Port& port = bus->ports[*number];
+    Port& port = bus->ports[input->port];
+    const NTSTATUS status = input->isDone ? STATUS_SUCCESS : STATUS_IO_DEVICE_ERROR;
+    PIRP answered = nullptr;
     PIRP ready = nullptr;
+    ULONG size = 0;
     {
         const ScopedLock guard(bus);
-        if (port.handedOut || port.next)
+        if (port.next)
             return complete(irp, STATUS_DEVICE_BUSY);
+        answered = port.handedOut;
+        port.handedOut = nullptr;
+        if (answered)
+            size = fillIn(answered, *input); // before the next request takes the buffer
         letWait(irp, port.next);
         ready = handOut(port);
     }
+    if (answered)
+        complete(answered, status, size);
     if (ready)
         complete(ready, STATUS_SUCCESS, sizeof(Request));
     else
         completeIfCancelled(bus, irp, port.next);
     return STATUS_PENDING;
-}
-
-NTSTATUS answer(BusExtension* bus, PIRP irp)
-{
-    const Answer* const input = inputOf<Answer>(irp);
-    if (!input || input->size > maxReportBytes)
-        return complete(irp, STATUS_INVALID_PARAMETER);
-    PIRP transfer = nullptr;
-    {
-        const ScopedLock guard(bus);
-        Port& port = bus->ports[input->port];
-        transfer = port.handedOut;
-        port.handedOut = nullptr;
-    }
-    if (!transfer)
-        return complete(irp, STATUS_SUCCESS);
-    const auto* const packet = static_cast<const HID_XFER_PACKET*>(transfer->UserBuffer);
-    ULONG size = 0;
-    if (input->size > 0) {
-        size = std::min<ULONG>(input->size, packet->reportBufferLen);
-        RtlCopyMemory(packet->reportBuffer, input->report, size);
-    }
-    complete(transfer, input->isDone ? STATUS_SUCCESS : STATUS_IO_DEVICE_ERROR, size);
-    return complete(irp, STATUS_SUCCESS);
 }
 
 } // namespace
@@ -195,10 +191,8 @@ NTSTATUS controlRequest(BusExtension* bus, PIRP irp)
         return plug(bus, irp);
     case unplugCode:
         return unplug(bus, irp);
-    case nextCode:
-        return next(bus, irp);
     case answerCode:
-        return answer(bus, irp);
+        return answerAndWait(bus, irp);
     default:
         return complete(irp, STATUS_INVALID_DEVICE_REQUEST);
     }

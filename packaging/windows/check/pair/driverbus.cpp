@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cwchar>
+#include <memory>
 #include <string>
 
 #include "hiddescriptor.h"
@@ -109,27 +110,24 @@ void DriverBus::detach(int port)
 bool DriverBus::request(std::uint32_t code, const void* input, DWORD inputSize, void* output,
                         DWORD outputSize) const
 {
+    const thread_local std::unique_ptr<void, decltype(&CloseHandle)> done(
+        CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle);
     OVERLAPPED overlapped{};
-    overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    overlapped.hEvent = done.get();
     DWORD received = 0;
     const bool isDone = DeviceIoControl(handle, code, const_cast<void*>(input), inputSize, output, outputSize,
                                         nullptr, &overlapped) ||
                         GetLastError() == ERROR_IO_PENDING;
-    const bool isWhole =
-        isDone && GetOverlappedResult(handle, &overlapped, &received, TRUE) && received == outputSize;
-    const DWORD error = GetLastError();
-    CloseHandle(overlapped.hEvent);
-    SetLastError(error);
-    return isWhole;
+    return isDone && GetOverlappedResult(handle, &overlapped, &received, TRUE) && received == outputSize;
 }
 
 void DriverBus::serve(std::uint32_t number)
 {
     BusProtocol::Request wanted{};
-    while (!ending && request(BusProtocol::nextCode, &number, sizeof(number), &wanted, sizeof(wanted))) {
-        const BusProtocol::Answer answer = serveOne(number, wanted);
-        static_cast<void>(request(BusProtocol::answerCode, &answer, sizeof(answer)));
-    }
+    BusProtocol::Answer answer{};
+    answer.port = number;
+    while (!ending && request(BusProtocol::answerCode, &answer, sizeof(answer), &wanted, sizeof(wanted)))
+        answer = serveOne(number, wanted);
 }
 
 BusProtocol::Answer DriverBus::serveOne(std::uint32_t number, const BusProtocol::Request& wanted)

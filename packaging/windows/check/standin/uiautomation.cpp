@@ -1,0 +1,98 @@
+// Stands in for uiautomationcore.dll, since Wine 8's waits for ever for a program whose window belongs to a
+// single-threaded apartment, as Qt's do. It takes what the program's own provider tells a screen reader, and writes it
+// down.
+#include <cstdio>
+#include <string>
+
+#include <windows.h>
+
+#include <oleauto.h>
+#include <uiautomationclient.h>
+
+#include "../windowtext.h"
+
+namespace {
+
+std::wstring textProperty(IRawElementProviderSimple& element, PROPERTYID property)
+{
+    VARIANT value;
+    VariantInit(&value);
+    std::wstring text;
+    if (SUCCEEDED(element.GetPropertyValue(property, &value)) && value.vt == VT_BSTR && value.bstrVal)
+        text = value.bstrVal;
+    VariantClear(&value);
+    return text;
+}
+
+void writeLine(std::FILE* file, IRawElementProviderSimple& element)
+{
+    const std::wstring line = textProperty(element, UIA_AutomationIdPropertyId) + L": " +
+                              textProperty(element, UIA_NamePropertyId) + L"\n";
+    char bytes[4000];
+    const int size = WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, bytes, sizeof(bytes), nullptr, nullptr);
+    if (size > 0)
+        std::fwrite(bytes, 1, static_cast<std::size_t>(size - 1), file);
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): as deep as a window's widgets are nested
+void writeElements(std::FILE* file, IRawElementProviderSimple& element)
+{
+    writeLine(file, element);
+    IRawElementProviderFragment* fragment = nullptr;
+    if (FAILED(element.QueryInterface(IID_PPV_ARGS(&fragment))))
+        return;
+    NavigateDirection direction = NavigateDirection_FirstChild;
+    IRawElementProviderFragment* next = nullptr;
+    while (SUCCEEDED(fragment->Navigate(direction, &next)) && next) {
+        fragment->Release();
+        fragment = next;
+        next = nullptr;
+        direction = NavigateDirection_NextSibling;
+        IRawElementProviderSimple* child = nullptr;
+        if (SUCCEEDED(fragment->QueryInterface(IID_PPV_ARGS(&child)))) {
+            writeElements(file, *child);
+            child->Release();
+        }
+    }
+    fragment->Release();
+}
+
+} // namespace
+
+extern "C" {
+
+__declspec(dllexport) LRESULT WINAPI UiaReturnRawElementProvider(HWND, WPARAM, LPARAM,
+                                                                 IRawElementProviderSimple* window)
+{
+    wchar_t folder[MAX_PATH]{};
+    GetTempPathW(MAX_PATH, folder);
+    std::FILE* const file = window ? _wfopen((std::wstring(folder) + windowTextFile).c_str(), L"wb") : nullptr;
+    if (!file)
+        return 0;
+    writeElements(file, *window);
+    std::fclose(file);
+    return 0;
+}
+
+__declspec(dllexport) HRESULT WINAPI UiaHostProviderFromHwnd(HWND, IRawElementProviderSimple**)
+{
+    return E_NOTIMPL;
+}
+
+__declspec(dllexport) HRESULT WINAPI UiaRaiseAutomationPropertyChangedEvent(IRawElementProviderSimple*, PROPERTYID,
+                                                                            VARIANT, VARIANT)
+{
+    return S_OK;
+}
+
+__declspec(dllexport) HRESULT WINAPI UiaRaiseAutomationEvent(IRawElementProviderSimple*, EVENTID)
+{
+    return S_OK;
+}
+
+__declspec(dllexport) BOOL WINAPI UiaClientsAreListening()
+{
+    return FALSE;
+}
+
+} // extern "C"
