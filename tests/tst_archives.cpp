@@ -16,6 +16,7 @@
 #include "firmwarecontroller.h"
 #include "imagebuilder.h"
 #include "rawzip.h"
+#include "waiting.h"
 
 using RawZip::Deflated;
 using RawZip::Stored;
@@ -23,12 +24,6 @@ using Archive = std::function<QByteArray()>; // built when its row is run
 Q_DECLARE_METATYPE(Archive)
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
 
 constexpr int entryLimit = 64 * 1024 * 1024;
 constexpr int notesLimit = 1024 * 1024;
@@ -117,16 +112,6 @@ QStringList listing(const QString& folder)
 RawEntry changed(RawEntry entry, const std::function<void(RawEntry&)>& change)
 {
     change(entry);
-    return entry;
-}
-
-/// The same entry as an archive beyond 4 GiB has it: the sizes stand in an extra field.
-RawEntry inZip64(RawEntry entry, quint64 bytes)
-{
-    QDataStream extra(&entry.extra, QIODevice::WriteOnly);
-    extra.setByteOrder(QDataStream::LittleEndian);
-    extra << quint16{1} << quint16{16} << bytes << quint64{entry.packedBytes};
-    entry.bytes = entry.packedBytes = 0xFFFFFFFF;
     return entry;
 }
 
@@ -224,8 +209,8 @@ void TestArchives::archivesEndInTheirSignal_data()
     damaged("shorter than declared", [](RawEntry& e) { e.bytes += 1; });
     damaged("longer than declared", [](RawEntry& e) { e.bytes -= 1; });
     damaged("declared 2 GiB", [](RawEntry& e) { e.bytes = 0x80000000; });
-    damaged("declared 2 GiB in ZIP64", [](RawEntry& e) { e = inZip64(e, 0x80000000); });
-    damaged("declared 16 EiB in ZIP64", [](RawEntry& e) { e = inZip64(e, ~quint64{0}); });
+    damaged("declared 2 GiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, 0x80000000); });
+    damaged("declared 16 EiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, ~quint64{0}); });
     damaged("declared in ZIP64 that is not there", [](RawEntry& e) { e.bytes = 0xFFFFFFFF; });
     const auto bzip2 = [](const QByteArray& packed) {
         return [packed](RawEntry& e) {
@@ -248,7 +233,7 @@ void TestArchives::archivesEndInTheirSignal_data()
     const auto notes = [=](const char* name, const QByteArray& bytes, const QString& text) {
         entries(name, headsetOnly + text, {headset, RawZip::entry("n.txt", bytes, Deflated)});
     };
-    entries("ZIP64", headsetOnly, {inZip64(headset, headset.bytes)});
+    entries("ZIP64", headsetOnly, {RawZip::inZip64(headset, headset.bytes)});
     entries("extra field past its end", headsetOnly,
             {changed(headset, [](RawEntry& e) { e.extra = QByteArray("\1\0\xFF\xFF", 4); })});
     entries("absolute and upward names", QStringLiteral("fw 4 6"),

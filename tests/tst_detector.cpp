@@ -1,133 +1,16 @@
-// The detector on a simulated device tree: what it reports, which handles it watches, and that nothing is
-// left over.
+// The detector on a simulated device tree: what it reports, and that nothing is left over.
 
 #include <atomic>
-#include <condition_variable>
-#include <functional>
 #include <future>
-#include <mutex>
 #include <thread>
 
-#include "computer.h"
-#include "devicedetector.h"
-#include "devicedetectorlistener.h"
-#include "deviceinstance.h"
-#include "hidnode.h"
+#include "detectorfixture.h"
 #include "openobjects.h"
-#include "utilities.h"
-#include "waiting.h"
 
 namespace {
 
 constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006, 2};
-
-/// Writes down every report as a line of text.
-class Recorder final : public DeviceDetectorListener
-{
-public:
-    void deviceArrived(DeviceInstance* instance) override
-    {
-        last = instance;
-        addAlone(QStringLiteral("+%1:%2")
-                     .arg(instance->vendorId, 4, 16, QLatin1Char('0'))
-                     .arg(instance->productId));
-    }
-    void deviceRemoved(DeviceInstance* instance) override
-    {
-        addAlone(QStringLiteral("-%1").arg(instance->productId));
-    }
-    void deviceHandleChanged(DeviceInstance* instance, HANDLE, HANDLE newHandle) override
-    {
-        reopened = newHandle;
-        addAlone(QStringLiteral("reopened %1").arg(instance->productId));
-    }
-    void deviceEnumerationComplete(std::size_t count) override
-    {
-        add(QStringLiteral("complete %1").arg(count));
-    }
-
-    /// Waits until @p count reports were made in all.
-    QStringList waitFor(int count)
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::milliseconds(patienceMs),
-                           [&] { return reports.size() >= count; });
-        return reports;
-    }
-
-    std::function<void(const QString& report)> onReport; ///< on the detector's threads
-    DeviceInstance* last = nullptr;
-    HANDLE reopened = nullptr;
-    std::atomic<int> overlaps{0}; ///< of reports that are made under the detector's lock
-
-private:
-    void addAlone(const QString& report)
-    {
-        overlaps += inside.exchange(true) ? 1 : 0;
-        std::this_thread::yield();
-        add(report);
-        inside = false;
-    }
-
-    void add(const QString& report)
-    {
-        {
-            const std::lock_guard<std::mutex> guard(mutex);
-            reports << report;
-        }
-        changed.notify_all();
-        if (onReport)
-            onReport(report);
-    }
-
-    std::atomic<bool> inside{false};
-    std::mutex mutex;
-    std::condition_variable changed;
-    QStringList reports;
-};
-
-/// Is told of the tree's events after the detector, on the thread that makes them.
-class LateObserver final : public DeviceTreeObserver
-{
-public:
-    bool watchesFile() const override { return true; }
-    void treeChanges() override {}
-    void arrived(const DeviceNode&) override {}
-    std::future<void> removed(const DeviceNode&) override
-    {
-        onRemoved();
-        std::promise<void> handled;
-        handled.set_value();
-        return handled.get_future();
-    }
-    void removalQueried(const DeviceNode&) override { onQuery(); }
-    void removalCancelled(const DeviceNode&) override {}
-
-    std::function<void()> onRemoved = [] {};
-    std::function<void()> onQuery = [] {};
-};
-
-struct Fixture : Computer
-{
-    bool start(std::vector<DeviceId> ids = {Utilities::allDeviceIds().begin(),
-                                            Utilities::allDeviceIds().end()})
-    {
-        return detector->start(&recorder, ids.data(), static_cast<unsigned int>(ids.size()));
-    }
-
-    /// Plugs devices in and starts the detection of them. @return the record of the last.
-    DeviceInstance* detected(const std::vector<HidIdentity>& identities)
-    {
-        for (const HidIdentity& identity : identities)
-            tree.plug(hidNode(identity));
-        const int reports = static_cast<int>(identities.size()) + 1;
-        return start() && recorder.waitFor(reports).size() == reports ? recorder.last : nullptr;
-    }
-
-    Recorder recorder;
-    std::shared_ptr<DeviceDetector> detector{createDeviceDetector(), destroyDeviceDetector};
-};
 
 } // namespace
 
@@ -159,12 +42,6 @@ private Q_SLOTS:
     void anArrivalStillQueuedIsErasedByItsRemoval();
     void stopDoesNotWaitForAnInstallation();
     void completionHoldsNobodyUp();
-    void openHandlesAreSharedWatchedAndReleased();
-    void aRefusedRemovalReopensTheHandleForQueriesOnly();
-    void aHandleIsToldFromAnotherOfTheSameValue();
-    void anOrderlyRemovalClosesTheHandle();
-    void aRemovalIsReportedOnceHoweverItIsBroadcast_data();
-    void aRemovalIsReportedOnceHoweverItIsBroadcast();
     void removedRecordsStayReadableUntilForgotten();
     void stopsAndStartsAgainWhileDevicesComeAndGo();
 
@@ -175,7 +52,7 @@ private:
 /// Before all others: a process registers the window class once.
 void TestDetector::initTestCase()
 {
-    Fixture f;
+    DetectorFixture f;
     f.machine.failCall(SystemCall::RegisterClassW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(!f.start());
     QVERIFY(f.start());
@@ -183,7 +60,7 @@ void TestDetector::initTestCase()
 
 void TestDetector::startNeedsListenerIdentitiesAndCount()
 {
-    Fixture f;
+    DetectorFixture f;
     const DeviceId id = Utilities::allDeviceIds()[0];
     const DeviceId noClass{0x7A31, 4, InterfaceKind::None};
     QVERIFY(!f.detector->start(nullptr, &id, 1));
@@ -215,7 +92,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const SystemCall, call);
     QFETCH(const int, nth);
     for (const bool isStartedAgain : {false, true}) {
-        Fixture f;
+        DetectorFixture f;
         f.machine.failCall(call, nth, ERROR_NOT_ENOUGH_MEMORY);
         f.tree.plug(hidNode(transmitter));
         QVERIFY(!f.start({{0x7A31, 0x0004, InterfaceKind::Hid}}));
@@ -227,14 +104,14 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         f.detector.reset();
         QCOMPARE(openHandleCount(), handlesBefore);
     }
-    Fixture f; // of two identities of one class the second makes up for the first
+    DetectorFixture f; // of two identities of one class the second makes up for the first
     f.machine.failCall(SystemCall::RegisterDeviceNotificationW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
 
 void TestDetector::presentDevicesAreReportedBeforeCompletion()
 {
-    Fixture f;
+    DetectorFixture f;
     f.tree.plug(hidNode(transmitter));
     f.tree.plug(hidNode(headset));
     f.tree.plug(hidNode(headset, L"7&1a2b3c&0&0001"));
@@ -251,7 +128,7 @@ void TestDetector::presentDevicesAreReportedBeforeCompletion()
 
 void TestDetector::completionIsReportedAgainWithTheFirstLaterBatch()
 {
-    Fixture f;
+    DetectorFixture f;
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));
     f.tree.plug(hidNode(transmitter));
@@ -290,7 +167,7 @@ void TestDetector::onlyMatchingReadableDevicesAreReported()
     QFETCH(const QString, hardwareId);
     QFETCH(const QString, enumerator);
     QFETCH(const QString, expected);
-    Fixture f;
+    DetectorFixture f;
     DeviceNode examined = hidNode({0x1234, 0x0001}); // identity comes from the hardware id alone
     examined.hardwareIds.clear();
     if (!hardwareId.isEmpty())
@@ -328,7 +205,7 @@ void TestDetector::aFilterMatches()
     QFETCH(const int, productId);
     QFETCH(const bool, isHid);
     QFETCH(const bool, isMatch);
-    Fixture f;
+    DetectorFixture f;
     f.tree.plug(hidNode(transmitter));
     const DeviceId filter{static_cast<std::uint16_t>(vendorId), static_cast<std::uint16_t>(productId),
                           isHid ? InterfaceKind::Hid : InterfaceKind::UsbDevice};
@@ -353,7 +230,7 @@ void TestDetector::aNodeThatCannotBeReadIsPassedOver()
 {
     QFETCH(const QString, hardwareId);
     QFETCH(const QString, enumerator);
-    Fixture f;
+    DetectorFixture f;
     DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are the begin of the other's
     first.hardwareIds.clear();
     if (!hardwareId.isEmpty())
@@ -379,7 +256,7 @@ void TestDetector::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast()
 {
     QFETCH(const SystemCall, call);
     QFETCH(const int, nth);
-    Fixture f;
+    DetectorFixture f;
     f.machine.failCall(call, nth, ERROR_NOT_ENOUGH_MEMORY);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
@@ -390,7 +267,7 @@ void TestDetector::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast()
 
 void TestDetector::aDeviceIsReportedOnceWhateverTheCase()
 {
-    Fixture f;
+    DetectorFixture f;
     QVERIFY(f.detected({transmitter}));
     f.tree.repeatArrival(hidNode(transmitter).interfacePath);
     f.tree.plug(hidNode(headset));
@@ -400,7 +277,7 @@ void TestDetector::aDeviceIsReportedOnceWhateverTheCase()
 
 void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
 {
-    Fixture f;
+    DetectorFixture f;
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
@@ -416,7 +293,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
 
 void TestDetector::stopDoesNotWaitForAnInstallation()
 {
-    Fixture f;
+    DetectorFixture f;
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
@@ -430,7 +307,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
 
 void TestDetector::completionHoldsNobodyUp()
 {
-    Fixture f;
+    DetectorFixture f;
     std::future<HANDLE> opening;
     std::atomic<bool> wasHeldUp{true};
     f.recorder.onReport = [&](const QString& report) {
@@ -446,131 +323,9 @@ void TestDetector::completionHoldsNobodyUp()
     QVERIFY(CloseHandle(opening.get()));
 }
 
-void TestDetector::openHandlesAreSharedWatchedAndReleased()
-{
-    Fixture f;
-    DeviceInstance* const device = f.detected({transmitter});
-    QVERIFY(device);
-    const HANDLE first = f.detector->openDevice(device, 3, 1, nullptr, 0);
-    QVERIFY(first != INVALID_HANDLE_VALUE);
-    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
-    QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
-    QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
-    QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
-    f.detector->closeDevice(device); // no handle of its own: nothing happens
-    f.detector->closeDevice(first);
-    QVERIFY(CloseHandle(first));
-    const HANDLE second = f.detector->openDevice(device, 1, 2, nullptr, 0);
-    QVERIFY(second != INVALID_HANDLE_VALUE);
-    QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
-    QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
-    f.tree.unplug(hidNode(transmitter).interfacePath); // with the handle open: the removal is reported once
-    QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
-    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
-    QVERIFY(CloseHandle(second));
-    f.detector->stop();
-    QCOMPARE(f.recorder.waitFor(3).size(), 3);
-}
-
-void TestDetector::aRefusedRemovalReopensTheHandleForQueriesOnly()
-{
-    Fixture f;
-    const std::wstring path = hidNode(headset).interfacePath;
-    DWORD error = 0;
-    QVERIFY(f.detected({transmitter}));
-    const HANDLE gone = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
-    f.tree.plug(hidNode(headset));
-    f.recorder.waitFor(3);
-    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
-    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the other handle stays watched
-    QVERIFY(CloseHandle(gone));
-    const auto someoneElse = f.tree.open(path, 0, 0, error);
-    for (int reports = 5; reports <= 6; ++reports) { // the new handle is watched as well
-        QVERIFY(!f.tree.requestRemoval(path));
-        QCOMPARE(f.recorder.waitFor(reports).last(), QStringLiteral("reopened 6"));
-        QCOMPARE(f.tree.openings().back().access, DWORD(0));
-        QCOMPARE(f.tree.openFileCount(), std::size_t(2));
-    }
-    f.detector->closeDevice(f.recorder.reopened);
-    QVERIFY(!f.tree.requestRemoval(path));
-    f.detector->stop();
-    QCOMPARE(f.recorder.waitFor(6).size(), 6);
-    QVERIFY(CloseHandle(f.recorder.reopened));
-}
-
-/// Between the request of a removal and its refusal the system gives the closed handle's value away.
-void TestDetector::aHandleIsToldFromAnotherOfTheSameValue()
-{
-    Fixture f;
-    const std::wstring path = hidNode(headset).interfacePath;
-    DWORD error = 0;
-    QVERIFY(f.detected({transmitter}));
-    DeviceInstance* const first = f.recorder.last;
-    f.tree.plug(hidNode(headset));
-    f.recorder.waitFor(3);
-    DeviceInstance* const second = f.recorder.last;
-    const HANDLE closed = f.detector->openDevice(first, 3, 1, nullptr, 0);
-    QVERIFY(closed != INVALID_HANDLE_VALUE);
-    const auto observer = std::make_shared<LateObserver>();
-    HANDLE other = INVALID_HANDLE_VALUE;
-    observer->onQuery = [&] { other = f.detector->openDevice(second, 3, 1, nullptr, 0); };
-    f.tree.observe(observer);
-    const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
-    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
-    observer->onQuery = [] {};
-    QCOMPARE(f.recorder.waitFor(4).last(), QStringLiteral("reopened 4"));
-    QCOMPARE(other, closed);
-    QVERIFY(CloseHandle(f.recorder.reopened));
-    const auto anyone = f.tree.open(path, 0, 0, error);
-    QVERIFY(!f.tree.requestRemoval(path));
-    QCOMPARE(f.recorder.waitFor(5).last(), QStringLiteral("reopened 6"));
-    QVERIFY(CloseHandle(f.recorder.reopened));
-}
-
-void TestDetector::anOrderlyRemovalClosesTheHandle()
-{
-    Fixture f;
-    QVERIFY(f.detected({transmitter}));
-    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
-    QVERIFY(f.tree.requestRemoval(hidNode(transmitter).interfacePath));
-    QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
-    QCOMPARE(f.tree.openFileCount(), std::size_t(0));
-}
-
-void TestDetector::aRemovalIsReportedOnceHoweverItIsBroadcast_data()
-{
-    QTest::addColumn<bool>("filesFirst");
-    QTest::addColumn<int>("removals");
-    QTest::addColumn<bool>("changesFirst");
-    QTest::newRow("for the interface first") << false << 1 << false;
-    QTest::newRow("for the handle first") << true << 1 << false;
-    QTest::newRow("twice, the interface first") << false << 2 << true;
-    QTest::newRow("twice, the handle first") << true << 2 << true;
-}
-
-void TestDetector::aRemovalIsReportedOnceHoweverItIsBroadcast()
-{
-    QFETCH(const bool, filesFirst);
-    QFETCH(const int, removals);
-    QFETCH(const bool, changesFirst);
-    Fixture f;
-    f.tree.setBroadcasts({filesFirst, removals, changesFirst});
-    QVERIFY(f.detected({transmitter}));
-    const HANDLE handle = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
-    const auto observer = std::make_shared<LateObserver>();
-    QString heard; // when those who watch a file have been told: whoever else is not needed
-    observer->onRemoved = [&] { heard = f.recorder.waitFor(3).last(); };
-    f.tree.observe(observer);
-    f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
-    QCOMPARE(heard, QStringLiteral("-4"));
-    f.tree.plug(hidNode(headset));
-    QCOMPARE(f.recorder.waitFor(4).mid(2), QStringList({QStringLiteral("-4"), QStringLiteral("+7a31:6")}));
-    QVERIFY(CloseHandle(handle));
-}
-
 void TestDetector::removedRecordsStayReadableUntilForgotten()
 {
-    Fixture f;
+    DetectorFixture f;
     QVERIFY(f.detected({transmitter}));
     DeviceInstance* const removed = f.recorder.last;
     f.tree.unplug(hidNode(transmitter).interfacePath);
@@ -586,7 +341,7 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
 
 void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
 {
-    Fixture f;
+    DetectorFixture f;
     std::atomic<bool> done{false};
     std::thread plugger([&] {
         for (int i = 0; i < 2000; ++i) {

@@ -51,6 +51,16 @@ inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method
     return made;
 }
 
+/// The same entry as an archive beyond 4 GiB has it: the sizes stand in an extra field.
+inline RawEntry inZip64(RawEntry entry, quint64 bytes)
+{
+    QDataStream extra(&entry.extra, QIODevice::WriteOnly);
+    extra.setByteOrder(QDataStream::LittleEndian);
+    extra << quint16{1} << quint16{16} << bytes << quint64{entry.packedBytes};
+    entry.bytes = entry.packedBytes = 0xFFFFFFFF;
+    return entry;
+}
+
 /// The fields that a local header and the directory have in common.
 inline void writeCommon(QDataStream& stream, const RawEntry& entry)
 {

@@ -1,4 +1,4 @@
-// The audio service around an update, and the default audio endpoints, on a simulated computer.
+// The audio service around an update, on a simulated computer.
 
 #include <future>
 
@@ -6,9 +6,6 @@
 
 #include <windows.h>
 
-#include <ole2.h>
-
-#include "audioendpointskeeper.h"
 #include "computer.h"
 #include "openobjects.h"
 #include "scopedaudioservicestopper.h"
@@ -17,14 +14,11 @@ using Manager = SimulatedServiceManager;
 using Service = Manager::Service;
 using Services = std::vector<Service>;
 using Transition = Manager::Transition;
-using Endpoints = std::vector<AudioEndpoint>;
 using Sleeps = std::vector<std::uint32_t>;
 using Operation = void (ScopedAudioServiceStopper::*)();
 Q_DECLARE_METATYPE(Operation)
 Q_DECLARE_METATYPE(Services)
 Q_DECLARE_METATYPE(Sleeps)
-Q_DECLARE_METATYPE(Endpoints)
-Q_DECLARE_METATYPE(AudioFunction)
 
 namespace {
 
@@ -37,7 +31,6 @@ struct HostComputer : Computer
 {
     using Computer::Computer;
     Manager& services = machine.serviceManager();
-    SimulatedAudioEndpoints& endpoints = machine.audioEndpoints();
 };
 
 Service audio(DWORD state, Transition toStop, Transition toStart = {})
@@ -70,22 +63,13 @@ QByteArray controlsOf(const Manager& manager)
     return list.join('|');
 }
 
-QByteArray defaultsSetOn(const SimulatedAudioEndpoints& endpoints)
-{
-    QByteArrayList list;
-    for (const auto& set : endpoints.defaultsSet())
-        list << QString::fromStdWString(set.id).toLatin1() + QByteArray::number(set.role);
-    return list.join(' ');
-}
-
 } // namespace
 
-class TestHostServices : public QObject
+class TestAudioService : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QCOMPARE(OleInitialize(nullptr), S_OK); }
     void init()
     {
         handlesBefore = openHandleCount();
@@ -102,17 +86,13 @@ private Q_SLOTS:
     void everyFailingServiceCallIsLoggedAndTheServiceComesBack();
     void startMayOvertakeAStopOnAnotherThread();
     void serviceHandlesKeepToTheirKindsAndRights();
-    void defaultsComeBackByTheirAdaptersNames_data();
-    void defaultsComeBackByTheirAdaptersNames();
-    void everyFailingComCallLosesOnlyWhatItConcerns_data();
-    void everyFailingComCallLosesOnlyWhatItConcerns();
 
 private:
     std::size_t handlesBefore = 0;
     std::size_t comObjectsBefore = 0;
 };
 
-void TestHostServices::theServiceIsTakenToItsEnd_data()
+void TestAudioService::theServiceIsTakenToItsEnd_data()
 {
     QTest::addColumn<Operation>("operation");
     QTest::addColumn<Services>("services"); // the audio service first
@@ -204,7 +184,7 @@ void TestHostServices::theServiceIsTakenToItsEnd_data()
           "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
 }
 
-void TestHostServices::theServiceIsTakenToItsEnd()
+void TestAudioService::theServiceIsTakenToItsEnd()
 {
     QFETCH(Operation, operation);
     QFETCH(Services, services);
@@ -222,7 +202,7 @@ void TestHostServices::theServiceIsTakenToItsEnd()
     }
 }
 
-void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
+void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
 {
     using Function = Manager::Function;
     const auto stopAndStart = [](HostComputer& computer) {
@@ -277,7 +257,7 @@ void TestHostServices::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
     }
 }
 
-void TestHostServices::startMayOvertakeAStopOnAnotherThread()
+void TestAudioService::startMayOvertakeAStopOnAnotherThread()
 {
     HostComputer computer;
     computer.services.add(audio(running, {2500, 3000}));
@@ -304,7 +284,7 @@ void TestHostServices::startMayOvertakeAStopOnAnotherThread()
     QCOMPARE(computer.services.state(L"audiosrv"), running);
 }
 
-void TestHostServices::serviceHandlesKeepToTheirKindsAndRights()
+void TestAudioService::serviceHandlesKeepToTheirKindsAndRights()
 {
     HostComputer computer;
     computer.services.add(audio(running, {INFINITE, 700}));
@@ -330,114 +310,6 @@ void TestHostServices::serviceHandlesKeepToTheirKindsAndRights()
     QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
 }
 
-void TestHostServices::defaultsComeBackByTheirAdaptersNames_data()
-{
-    constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
-                    gone = DEVICE_STATE_NOTPRESENT;
-    QTest::addColumn<Endpoints>("endpoints");
-    QTest::addColumn<Endpoints>("later"); // new, or in another state
-    QTest::addColumn<QByteArray>("restored");
-    const auto row = [](const char* name, const Endpoints& endpoints, const Endpoints& later,
-                        const QByteArray& restored) {
-        QTest::newRow(name) << endpoints << later << restored;
-    };
+QTEST_GUILESS_MAIN(TestAudioService)
 
-    row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
-    row("playback first", {{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2");
-    row("number in front", {{L"r", L"2- USB Audio Device"}}, {}, "");
-    row("number in front is gone", {{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}},
-        "u0 u1 u2");
-    row("number behind", {{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}}, "v0 v1 v2");
-    row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
-    row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
-    row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
-    row("like names", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
-    row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2");
-    row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
-    row("playback without default", {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {},
-        "c0 c1 c2");
-}
-
-void TestHostServices::defaultsComeBackByTheirAdaptersNames()
-{
-    QFETCH(Endpoints, endpoints);
-    QFETCH(Endpoints, later);
-    QFETCH(QByteArray, restored);
-    HostComputer computer;
-    for (const AudioEndpoint& endpoint : endpoints)
-        computer.endpoints.add(endpoint);
-    computer.endpoints.chooseDefault(L"console", eConsole);
-    auto keeper = std::make_unique<AudioEndpointsKeeper>();
-    for (const AudioEndpoint& endpoint : later) {
-        if (endpoint.state == DEVICE_STATE_ACTIVE)
-            computer.endpoints.add(endpoint);
-        else
-            computer.endpoints.setState(endpoint.id, endpoint.state);
-    }
-    QCOMPARE(defaultsSetOn(computer.endpoints), QByteArray());
-    keeper->restore();
-    QCOMPARE(defaultsSetOn(computer.endpoints), restored);
-    keeper.reset();
-    QCOMPARE(defaultsSetOn(computer.endpoints), restored.isEmpty() ? restored : restored + ' ' + restored);
-}
-
-void TestHostServices::everyFailingComCallLosesOnlyWhatItConcerns_data()
-{
-    QTest::addColumn<AudioFunction>("function");
-    QTest::addColumn<QByteArrayList>("lost"); // per call: defaults that begin so
-    const auto row = [](const char* name, AudioFunction function, const QByteArray& lost) {
-        QTest::newRow(name) << function << lost.split(' ');
-    };
-    row("CreateEnumerator", AudioFunction::CreateEnumerator, "r c r c");
-    row("CreatePolicyConfiguration", AudioFunction::CreatePolicyConfiguration, "r0 r1 r2 c0 c1 c2");
-    row("RunObject", AudioFunction::RunObject, "r c r r0 r1 r2 c c0 c1 c2");
-    row("QueryInterface", AudioFunction::QueryInterface, "r c r r0 r1 r2 c c0 c1 c2");
-    row("GetDefaultAudioEndpoint", AudioFunction::GetDefaultAudioEndpoint, "r0 r1 r2 c0 c1 c2");
-    row("EnumAudioEndpoints", AudioFunction::EnumAudioEndpoints, "r c");
-    row("GetCount", AudioFunction::GetCount, "r c");
-    row("Item", AudioFunction::Item, "- r c");
-    row("OpenPropertyStore", AudioFunction::OpenPropertyStore, "r0 r1 r2 c0 c1 c2 - r c");
-    row("GetValue", AudioFunction::GetValue, "r0 r1 r2 c0 c1 c2 - r c");
-    row("GetId", AudioFunction::GetId, "r c");
-    row("SetDefaultEndpoint", AudioFunction::SetDefaultEndpoint, "r0 r1 r2 c0 c1 c2");
-}
-
-void TestHostServices::everyFailingComCallLosesOnlyWhatItConcerns()
-{
-    QFETCH(AudioFunction, function);
-    QFETCH(QByteArrayList, lost);
-    const auto keepDefaults = [](SimulatedAudioEndpoints& endpoints) {
-        endpoints.add({L"m", L"Monitor"});
-        endpoints.add({L"r", L"Speakers"});
-        endpoints.add({L"c", L"Microphone", eCapture});
-        for (const ERole role : {eConsole, eMultimedia, eCommunications})
-            endpoints.chooseDefault(L"r", role);
-        {
-            const AudioEndpointsKeeper keeper;
-        }
-    };
-
-    HostComputer healthy;
-    keepDefaults(healthy.endpoints);
-    QCOMPARE(healthy.endpoints.callCount(function), lost.size());
-    QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
-
-    // S_FALSE is a success that delivers nothing; OleRun has nothing to deliver.
-    for (const HRESULT result : {E_FAIL, S_FALSE}) {
-        for (int nth = 1; nth <= lost.size(); ++nth) {
-            HostComputer computer;
-            computer.endpoints.failCall(function, nth, result);
-            keepDefaults(computer.endpoints);
-            const bool losesNothing = function == AudioFunction::RunObject && result == S_FALSE;
-            QByteArrayList expected;
-            for (const QByteArray& each : defaultsSetOn(healthy.endpoints).split(' ')) {
-                if (losesNothing || !each.startsWith(lost[nth - 1]))
-                    expected << each;
-            }
-            QCOMPARE(defaultsSetOn(computer.endpoints), expected.join(' '));
-        }
-    }
-}
-
-QTEST_GUILESS_MAIN(TestHostServices)
-#include "tst_hostservices.moc"
+#include "tst_audioservice.moc"

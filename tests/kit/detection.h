@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <QByteArrayList>
+#include <QSemaphore>
+
+#include "devicecontroller.h"
+#include "devicelistener.h"
+#include "hidnode.h"
+#include "scriptedchip.h"
+
+/// A computer with a device controller, which has not been started, and a journal of its signals: "+1", "-1"
+/// for a type that came and went, "?1" for one that went and is still there.
+class Detection : public Computer
+{
+public:
+    Detection()
+    {
+        const auto note = [this](const char* text) { return [this, text] { reports << text; }; };
+        QObject::connect(&controller, &DeviceController::deviceDetectionStarted, note("started"));
+        QObject::connect(&controller, &DeviceController::deviceDetectionFinished, note("finished"));
+        QObject::connect(&controller, &DeviceController::deviceArrived,
+                         [this](DeviceType type) { reports << "+" + QByteArray::number(type); });
+        QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
+            reports << (controller.isConnected(type) ? "?" : "-") + QByteArray::number(type);
+        });
+        // On the detector's threads, before the controller hears of it.
+        const auto* const listener = controller.findChild<DeviceListener*>();
+        QObject::connect(
+            listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },
+            Qt::DirectConnection);
+    }
+
+    std::wstring plug(const HidIdentity& identity,
+                      const std::shared_ptr<HidFunction>& hid = std::make_shared<ScriptedChip>())
+    {
+        const DeviceNode node = hidNode(identity, serial, hid);
+        tree.plug(node);
+        return node.interfacePath;
+    }
+
+    QByteArray text() const { return reports.join(' '); }
+
+    const std::wstring serial = L"7&1a2b3c&0&0001"; ///< of what is plugged in
+    QSemaphore arrivals;                            ///< reported by the detector
+    DeviceController controller{nullptr};
+    QByteArrayList reports;
+};

@@ -1,0 +1,172 @@
+// The default audio endpoints around an update, on a simulated computer.
+
+#include <QtTest>
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include "audioendpointskeeper.h"
+#include "computer.h"
+#include "openobjects.h"
+
+using Endpoints = std::vector<AudioEndpoint>;
+Q_DECLARE_METATYPE(Endpoints)
+Q_DECLARE_METATYPE(AudioFunction)
+
+namespace {
+
+struct AudioComputer : Computer
+{
+    SimulatedAudioEndpoints& endpoints = machine.audioEndpoints();
+};
+
+QByteArray defaultsSetOn(const SimulatedAudioEndpoints& endpoints)
+{
+    QByteArrayList list;
+    for (const auto& set : endpoints.defaultsSet())
+        list << QString::fromStdWString(set.id).toLatin1() + QByteArray::number(set.role);
+    return list.join(' ');
+}
+
+} // namespace
+
+class TestAudioEndpoints : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QCOMPARE(OleInitialize(nullptr), S_OK); }
+    void init()
+    {
+        handlesBefore = openHandleCount();
+        comObjectsBefore = liveComObjectCount();
+    }
+    void cleanup()
+    {
+        QCOMPARE(openHandleCount(), handlesBefore);
+        QCOMPARE(liveComObjectCount(), comObjectsBefore);
+    }
+
+    void defaultsComeBackByTheirAdaptersNames_data();
+    void defaultsComeBackByTheirAdaptersNames();
+    void everyFailingComCallLosesOnlyWhatItConcerns_data();
+    void everyFailingComCallLosesOnlyWhatItConcerns();
+
+private:
+    std::size_t handlesBefore = 0;
+    std::size_t comObjectsBefore = 0;
+};
+
+void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
+{
+    constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
+                    gone = DEVICE_STATE_NOTPRESENT;
+    QTest::addColumn<Endpoints>("endpoints");
+    QTest::addColumn<Endpoints>("later"); // new, or in another state
+    QTest::addColumn<QByteArray>("restored");
+    const auto row = [](const char* name, const Endpoints& endpoints, const Endpoints& later,
+                        const QByteArray& restored) {
+        QTest::newRow(name) << endpoints << later << restored;
+    };
+
+    row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
+    row("playback first", {{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2");
+    row("number in front", {{L"r", L"2- USB Audio Device"}}, {}, "");
+    row("number in front is gone", {{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}},
+        "u0 u1 u2");
+    row("number behind", {{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}}, "v0 v1 v2");
+    row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
+    row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
+    row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
+    row("like names", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
+    row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2");
+    row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
+    row("playback without default", {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {},
+        "c0 c1 c2");
+}
+
+void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
+{
+    QFETCH(Endpoints, endpoints);
+    QFETCH(Endpoints, later);
+    QFETCH(QByteArray, restored);
+    AudioComputer computer;
+    for (const AudioEndpoint& endpoint : endpoints)
+        computer.endpoints.add(endpoint);
+    computer.endpoints.chooseDefault(L"console", eConsole);
+    auto keeper = std::make_unique<AudioEndpointsKeeper>();
+    for (const AudioEndpoint& endpoint : later) {
+        if (endpoint.state == DEVICE_STATE_ACTIVE)
+            computer.endpoints.add(endpoint);
+        else
+            computer.endpoints.setState(endpoint.id, endpoint.state);
+    }
+    QCOMPARE(defaultsSetOn(computer.endpoints), QByteArray());
+    keeper->restore();
+    QCOMPARE(defaultsSetOn(computer.endpoints), restored);
+    keeper.reset();
+    QCOMPARE(defaultsSetOn(computer.endpoints), restored.isEmpty() ? restored : restored + ' ' + restored);
+}
+
+void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
+{
+    QTest::addColumn<AudioFunction>("function");
+    QTest::addColumn<QByteArrayList>("lost"); // per call: defaults that begin so
+    const auto row = [](const char* name, AudioFunction function, const QByteArray& lost) {
+        QTest::newRow(name) << function << lost.split(' ');
+    };
+    row("CreateEnumerator", AudioFunction::CreateEnumerator, "r c r c");
+    row("CreatePolicyConfiguration", AudioFunction::CreatePolicyConfiguration, "r0 r1 r2 c0 c1 c2");
+    row("RunObject", AudioFunction::RunObject, "r c r r0 r1 r2 c c0 c1 c2");
+    row("QueryInterface", AudioFunction::QueryInterface, "r c r r0 r1 r2 c c0 c1 c2");
+    row("GetDefaultAudioEndpoint", AudioFunction::GetDefaultAudioEndpoint, "r0 r1 r2 c0 c1 c2");
+    row("EnumAudioEndpoints", AudioFunction::EnumAudioEndpoints, "r c");
+    row("GetCount", AudioFunction::GetCount, "r c");
+    row("Item", AudioFunction::Item, "- r c");
+    row("OpenPropertyStore", AudioFunction::OpenPropertyStore, "r0 r1 r2 c0 c1 c2 - r c");
+    row("GetValue", AudioFunction::GetValue, "r0 r1 r2 c0 c1 c2 - r c");
+    row("GetId", AudioFunction::GetId, "r c");
+    row("SetDefaultEndpoint", AudioFunction::SetDefaultEndpoint, "r0 r1 r2 c0 c1 c2");
+}
+
+void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
+{
+    QFETCH(AudioFunction, function);
+    QFETCH(QByteArrayList, lost);
+    const auto keepDefaults = [](SimulatedAudioEndpoints& endpoints) {
+        endpoints.add({L"m", L"Monitor"});
+        endpoints.add({L"r", L"Speakers"});
+        endpoints.add({L"c", L"Microphone", eCapture});
+        for (const ERole role : {eConsole, eMultimedia, eCommunications})
+            endpoints.chooseDefault(L"r", role);
+        {
+            const AudioEndpointsKeeper keeper;
+        }
+    };
+
+    AudioComputer healthy;
+    keepDefaults(healthy.endpoints);
+    QCOMPARE(healthy.endpoints.callCount(function), lost.size());
+    QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
+
+    // S_FALSE is a success that delivers nothing; OleRun has nothing to deliver.
+    for (const HRESULT result : {E_FAIL, S_FALSE}) {
+        for (int nth = 1; nth <= lost.size(); ++nth) {
+            AudioComputer computer;
+            computer.endpoints.failCall(function, nth, result);
+            keepDefaults(computer.endpoints);
+            const bool losesNothing = function == AudioFunction::RunObject && result == S_FALSE;
+            QByteArrayList expected;
+            for (const QByteArray& each : defaultsSetOn(healthy.endpoints).split(' ')) {
+                if (losesNothing || !each.startsWith(lost[nth - 1]))
+                    expected << each;
+            }
+            QCOMPARE(defaultsSetOn(computer.endpoints), expected.join(' '));
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(TestAudioEndpoints)
+
+#include "tst_audioendpoints.moc"

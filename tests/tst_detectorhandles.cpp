@@ -1,0 +1,181 @@
+// The handles that the detector opens and watches, on a simulated device tree: they are told apart, given up
+// when a removal is asked for, and opened again when it is refused.
+
+#include <functional>
+#include <future>
+
+#include "detectorfixture.h"
+#include "openobjects.h"
+
+namespace {
+
+constexpr HidIdentity transmitter{0x7A31, 0x0004};
+constexpr HidIdentity headset{0x7A31, 0x0006, 2};
+
+/// Is told of the tree's events after the detector, on the thread that makes them.
+class LateObserver final : public DeviceTreeObserver
+{
+public:
+    bool watchesFile() const override { return true; }
+    void treeChanges() override {}
+    void arrived(const DeviceNode&) override {}
+    std::future<void> removed(const DeviceNode&) override
+    {
+        onRemoved();
+        std::promise<void> handled;
+        handled.set_value();
+        return handled.get_future();
+    }
+    void removalQueried(const DeviceNode&) override { onQuery(); }
+    void removalCancelled(const DeviceNode&) override {}
+
+    std::function<void()> onRemoved = [] {};
+    std::function<void()> onQuery = [] {};
+};
+
+} // namespace
+
+class TestDetectorHandles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void openHandlesAreSharedWatchedAndReleased();
+    void aRefusedRemovalReopensTheHandleForQueriesOnly();
+    void aHandleIsToldFromAnotherOfTheSameValue();
+    void anOrderlyRemovalClosesTheHandle();
+    void aRemovalIsReportedOnceHoweverItIsBroadcast_data();
+    void aRemovalIsReportedOnceHoweverItIsBroadcast();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
+{
+    DetectorFixture f;
+    DeviceInstance* const device = f.detected({transmitter});
+    QVERIFY(device);
+    const HANDLE first = f.detector->openDevice(device, 3, 1, nullptr, 0);
+    QVERIFY(first != INVALID_HANDLE_VALUE);
+    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
+    QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
+    QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
+    QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
+    f.detector->closeDevice(device); // no handle of its own: nothing happens
+    f.detector->closeDevice(first);
+    QVERIFY(CloseHandle(first));
+    const HANDLE second = f.detector->openDevice(device, 1, 2, nullptr, 0);
+    QVERIFY(second != INVALID_HANDLE_VALUE);
+    QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
+    QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
+    f.tree.unplug(hidNode(transmitter).interfacePath); // with the handle open: the removal is reported once
+    QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
+    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
+    QVERIFY(CloseHandle(second));
+    f.detector->stop();
+    QCOMPARE(f.recorder.waitFor(3).size(), 3);
+}
+
+void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
+{
+    DetectorFixture f;
+    const std::wstring path = hidNode(headset).interfacePath;
+    DWORD error = 0;
+    QVERIFY(f.detected({transmitter}));
+    const HANDLE gone = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
+    f.tree.plug(hidNode(headset));
+    f.recorder.waitFor(3);
+    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
+    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the other handle stays watched
+    QVERIFY(CloseHandle(gone));
+    const auto someoneElse = f.tree.open(path, 0, 0, error);
+    for (int reports = 5; reports <= 6; ++reports) { // the new handle is watched as well
+        QVERIFY(!f.tree.requestRemoval(path));
+        QCOMPARE(f.recorder.waitFor(reports).last(), QStringLiteral("reopened 6"));
+        QCOMPARE(f.tree.openings().back().access, DWORD(0));
+        QCOMPARE(f.tree.openFileCount(), std::size_t(2));
+    }
+    f.detector->closeDevice(f.recorder.reopened);
+    QVERIFY(!f.tree.requestRemoval(path));
+    f.detector->stop();
+    QCOMPARE(f.recorder.waitFor(6).size(), 6);
+    QVERIFY(CloseHandle(f.recorder.reopened));
+}
+
+/// Between the request of a removal and its refusal the system gives the closed handle's value away.
+void TestDetectorHandles::aHandleIsToldFromAnotherOfTheSameValue()
+{
+    DetectorFixture f;
+    const std::wstring path = hidNode(headset).interfacePath;
+    DWORD error = 0;
+    QVERIFY(f.detected({transmitter}));
+    DeviceInstance* const first = f.recorder.last;
+    f.tree.plug(hidNode(headset));
+    f.recorder.waitFor(3);
+    DeviceInstance* const second = f.recorder.last;
+    const HANDLE closed = f.detector->openDevice(first, 3, 1, nullptr, 0);
+    QVERIFY(closed != INVALID_HANDLE_VALUE);
+    const auto observer = std::make_shared<LateObserver>();
+    HANDLE other = INVALID_HANDLE_VALUE;
+    observer->onQuery = [&] { other = f.detector->openDevice(second, 3, 1, nullptr, 0); };
+    f.tree.observe(observer);
+    const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
+    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
+    observer->onQuery = [] {};
+    QCOMPARE(f.recorder.waitFor(4).last(), QStringLiteral("reopened 4"));
+    QCOMPARE(other, closed);
+    QVERIFY(CloseHandle(f.recorder.reopened));
+    const auto anyone = f.tree.open(path, 0, 0, error);
+    QVERIFY(!f.tree.requestRemoval(path));
+    QCOMPARE(f.recorder.waitFor(5).last(), QStringLiteral("reopened 6"));
+    QVERIFY(CloseHandle(f.recorder.reopened));
+}
+
+void TestDetectorHandles::anOrderlyRemovalClosesTheHandle()
+{
+    DetectorFixture f;
+    QVERIFY(f.detected({transmitter}));
+    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
+    QVERIFY(f.tree.requestRemoval(hidNode(transmitter).interfacePath));
+    QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
+    QCOMPARE(f.tree.openFileCount(), std::size_t(0));
+}
+
+void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast_data()
+{
+    QTest::addColumn<bool>("filesFirst");
+    QTest::addColumn<int>("removals");
+    QTest::addColumn<bool>("changesFirst");
+    QTest::newRow("for the interface first") << false << 1 << false;
+    QTest::newRow("for the handle first") << true << 1 << false;
+    QTest::newRow("twice, the interface first") << false << 2 << true;
+    QTest::newRow("twice, the handle first") << true << 2 << true;
+}
+
+void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
+{
+    QFETCH(const bool, filesFirst);
+    QFETCH(const int, removals);
+    QFETCH(const bool, changesFirst);
+    DetectorFixture f;
+    f.tree.setBroadcasts({filesFirst, removals, changesFirst});
+    QVERIFY(f.detected({transmitter}));
+    const HANDLE handle = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
+    const auto observer = std::make_shared<LateObserver>();
+    QString heard; // when those who watch a file have been told: whoever else is not needed
+    observer->onRemoved = [&] { heard = f.recorder.waitFor(3).last(); };
+    f.tree.observe(observer);
+    f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
+    QCOMPARE(heard, QStringLiteral("-4"));
+    f.tree.plug(hidNode(headset));
+    QCOMPARE(f.recorder.waitFor(4).mid(2), QStringList({QStringLiteral("-4"), QStringLiteral("+7a31:6")}));
+    QVERIFY(CloseHandle(handle));
+}
+
+QTEST_GUILESS_MAIN(TestDetectorHandles)
+
+#include "tst_detectorhandles.moc"

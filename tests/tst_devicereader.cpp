@@ -1,0 +1,207 @@
+// The reading of a device's identity: what is asked of the chip, and that nothing a device says holds it up.
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+#include <QtTest>
+
+#include "detection.h"
+#include "devicereader_p.h"
+#include "openobjects.h"
+#include "utilities.h"
+#include "waiting.h"
+
+using Memory = ScriptedChip::Memory;
+using Answer = ScriptedChip::Answer;
+Q_DECLARE_METATYPE(Memory)
+Q_DECLARE_METATYPE(Answer)
+
+namespace {
+
+const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
+
+} // namespace
+
+class TestDeviceReader : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { handlesBefore = openHandleCount(); }
+    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
+
+    void theReaderAsksByTheProtocol_data();
+    void theReaderAsksByTheProtocol();
+    void nothingIsSentForWhatLiesPastTheMemory_data();
+    void nothingIsSentForWhatLiesPastTheMemory();
+    void aCancelledReaderBeginsNoTransfer();
+    void lyingDevicesEndUnidentified_data();
+    void lyingDevicesEndUnidentified();
+
+private:
+    std::size_t handlesBefore = 0;
+};
+
+void TestDeviceReader::theReaderAsksByTheProtocol_data()
+{
+    QTest::addColumn<int>("chip");
+    QTest::addColumn<int>("revision");
+    QTest::addColumn<QByteArray>("addresses"); // mailbox, first row, second row
+    QTest::newRow("chip 12, revision 2") << 12 << 2 << QByteArray("4BC4 60C0 60D0");
+    QTest::newRow("chip 12, revision 3") << 12 << 3 << QByteArray("2EC4 60C0 60D0");
+    QTest::newRow("chip 13, revision 2") << 13 << 2 << QByteArray("52C4 A0B0 A0C0");
+    QTest::newRow("chip 13, revision 3") << 13 << 3 << QByteArray("3BB5 A0B0 A0C0");
+}
+
+void TestDeviceReader::theReaderAsksByTheProtocol()
+{
+    QFETCH(const QByteArray, addresses);
+    QFETCH(const int, chip);
+    QFETCH(const int, revision);
+    const LogCapture log;
+    const auto scripted = std::make_shared<ScriptedChip>();
+    scripted->chip = chip;
+    scripted->revision = revision;
+    HidFixture f(scripted);
+    f.clock.onSleep = [&](std::uint32_t ms) { scripted->journal << "s" + QByteArray::number(ms); };
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
+    QByteArray expected = "FF0A00FD040000058104F001 s100 A FF0A00FD040000058102F001 s100 A "
+                          "FF1100FF0400000C00<mailbox>00000000<row1>0100 FF0700FF0400000284 "
+                          "FF0A00FD0400000581<row1>01 s100 A "
+                          "FF1100FF0400000C00<mailbox>03020100<row1>1400 FF0700FF0400000284 "
+                          "FF0A00FD0400000581<row1>10 s100 A FF0A00FD0400000581<row2>04 s100 A "
+                          "FF1100FF0400000C00<mailbox>E0FF0100<row1>2000 FF0700FF0400000284 "
+                          "FF0A00FD0400000581<row1>10 s100 A FF0A00FD0400000581<row2>10 s100 A";
+    expected.replace("<mailbox>", addresses.split(' ')[0]);
+    expected.replace("<row1>", addresses.split(' ')[1]).replace("<row2>", addresses.split(' ')[2]);
+    QByteArray data = "stale";
+    QVERIFY(read(data, 0x010203, 20)); // within 128 KiB
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(data[i], char((0x010203 + i) * 7));
+    QCOMPARE(data.size(), 20);
+    QVERIFY(read(data, 0x01FFE0, 100)); // cut before it is held against the memory
+    QCOMPARE(data.size(), 32);
+    QCOMPARE(scripted->journal.join(' '), expected);
+}
+
+void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory_data()
+{
+    QTest::addColumn<int>("firstByte");
+    QTest::addColumn<int>("capacity");
+    QTest::newRow("none") << 0x00 << 0;
+    QTest::newRow("smallest") << 0x01 << 128;
+    QTest::newRow("low bits only") << 0xF2 << 256;
+    QTest::newRow("128 KiB") << 0x0B << 131072;
+    QTest::newRow("largest") << 0x7F << 2097152;
+    QTest::newRow("first byte without answer") << -1 << 1;
+    QTest::newRow("unknown loader") << -2 << 0;
+}
+
+void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory()
+{
+    QFETCH(const int, firstByte);
+    QFETCH(const int, capacity);
+    const LogCapture log;
+    const auto chip = std::make_shared<ScriptedChip>();
+    chip->memory = [firstByte = firstByte](unsigned address) { return address == 0 ? firstByte : 1; };
+    chip->revision = firstByte == -2 ? 4 : 2;
+    chip->lie = [&](const QByteArray& honest) {
+        const bool isMute = firstByte == -1 && chip->journal.count("A") == 3;
+        return isMute ? "\xFF\x01" + honest.mid(2) : honest;
+    };
+    const HidFixture f(chip);
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
+    QCOMPARE(chip->transfers, firstByte == -2 ? 4 : 8);
+    const int before = chip->transfers;
+    const auto end = static_cast<unsigned>(capacity);
+    QByteArray data;
+    QVERIFY(!read(data, end, 1));
+    QVERIFY(!read(data, 0xFFFFFFFF, 5));
+    QVERIFY(!read(data, end - std::min(end, 19u), 20));
+    QCOMPARE(chip->transfers, before);
+    QCOMPARE(read(data, end - 1, 1), capacity > 0);
+}
+
+void TestDeviceReader::aCancelledReaderBeginsNoTransfer()
+{
+    const LogCapture log;
+    constexpr int allTransfers = 4 + 4 + 6; // the chip's kind, the image's first byte, two rows
+    for (int k = 1; k <= allTransfers; ++k) {
+        const auto chip = std::make_shared<ScriptedChip>();
+        HidFixture f(chip);
+        const auto cancelled = std::make_shared<std::atomic<bool>>(false);
+        std::uint32_t cancelledAt = 0;
+        chip->onTransfer = [&] {
+            if (chip->transfers == k) {
+                *cancelled = true;
+                cancelledAt = f.clock.tickCount();
+            }
+        };
+        ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), cancelled);
+        QByteArray data;
+        QCOMPARE(read(data, 5, 20), k == allTransfers);
+        QCOMPARE(chip->transfers, k);
+        QVERIFY2(f.clock.tickCount() - cancelledAt <= 100, QByteArray::number(k));
+    }
+}
+
+void TestDeviceReader::lyingDevicesEndUnidentified_data()
+{
+    QTest::addColumn<Memory>("memory");
+    QTest::addColumn<Answer>("lie");
+    QTest::addColumn<int>("mostTransfers");
+    QTest::addColumn<int>("honestAnswers");
+    constexpr int mostReads = 2 * 256; // by the search for the product, and by that for the version
+    const Memory honest = ScriptedChip().memory;
+    const auto answers = [&](const char* name, const Answer& lie, int most, int honestAnswers) {
+        QTest::newRow(name) << honest << lie << most << honestAnswers;
+    };
+    const Answer isShort = [](const QByteArray& report) { return report.left(63); };
+    const Answer noData = [](const QByteArray& report) { return "\xFF\x01" + report.mid(2); };
+    const Answer nonsense = [](const QByteArray&) { return QByteArray(264, '\x0E'); };
+    answers("short", isShort, 4, 0);
+    answers(
+        "nothing at all", [](const QByteArray&) { return QByteArray(); }, 4, 0);
+    answers("no data", noData, 4, 0);
+    answers("unknown chip", nonsense, 4, 0);
+    answers("short later", isShort, 8 + 2 * 4, 2);
+    answers("no data later", noData, 8 + 2 * 4, 3);
+    const Answer isLong = [](const QByteArray& report) { return report + QByteArray(70000, '\x7E'); };
+    answers("too long", isLong, 4 + 4 * mostReads, 0);
+
+    const auto table = [](const char* name, const QByteArray& entry, int most) {
+        QTest::newRow(name) << ScriptedChip::tableOf(entry) << Answer() << most << 0;
+    };
+    table("entries without length", QByteArray(4, '\0'), 4 + 4 * mostReads);
+    table("entries of 4 bytes", QByteArray::fromHex("010400017E7E7E7E"), 4 + 4 * mostReads);
+    table("length FFFF", QByteArray(4, '\xFF'), 4 + 4 * (2 * 34));
+    table("descriptors all over", QByteArray::fromHex("0CFFFFFFFF"), 4 + 4 * mostReads);
+    QTest::newRow("table past the end")
+        << Memory([](unsigned address) { return address ? 0xFF : 1; }) << Answer() << 4 + 4 * 3 << 0;
+}
+
+void TestDeviceReader::lyingDevicesEndUnidentified()
+{
+    QFETCH(const Memory, memory);
+    QFETCH(const Answer, lie);
+    QFETCH(const int, mostTransfers);
+    QFETCH(const int, honestAnswers);
+    Detection c;
+    const auto chip = std::make_shared<ScriptedChip>();
+    chip->memory = memory;
+    chip->lie = [&](const QByteArray& honest) {
+        return lie && chip->journal.count("A") > honestAnswers ? lie(honest) : honest;
+    };
+    c.plug({0x170D, 0x0100}, chip);
+    c.controller.startDetection();
+    TRY_COMPARE(c.text(), "started finished +1");
+    QVERIFY(c.controller.isConnected(Transmitter));
+    QCOMPARE(c.controller.pid(Transmitter), static_cast<unsigned short>(0));
+    QCOMPARE(c.controller.version(Transmitter), QString());
+    QVERIFY2(chip->transfers <= mostTransfers, QByteArray::number(chip->transfers));
+}
+
+QTEST_GUILESS_MAIN(TestDeviceReader)
+
+#include "tst_devicereader.moc"
