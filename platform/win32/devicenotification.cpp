@@ -14,8 +14,8 @@
 
 namespace {
 
-/// A registration for device broadcasts. Those under way when it ends still arrive, so that until then its value
-/// names no other.
+/// A registration for device broadcasts. Those under way when it ends still arrive, so that until then its
+/// value names no other.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:

@@ -1,5 +1,5 @@
-// windowtext TITLE: prints a line "identifier: name" for every element of the window that it tells screen readers of.
-// Exit status 1 where it cannot be asked.
+// windowtext TITLE: prints a line "identifier: name" for every element of the window that it tells screen
+// readers of. Exit status 1 where it cannot be asked.
 #include <cstdio>
 #include <string>
 

@@ -23,8 +23,8 @@ constexpr std::uint32_t plugCode = controlCode(0);
 /// Takes a port's number. Done when the system has removed the device; its transfers under way have failed
 /// then.
 constexpr std::uint32_t unplugCode = controlCode(1);
-/// Takes an Answer to the port's last Request, without effect where there was none or the device has gone meanwhile, and
-/// gives the next one. Done when somebody wants a transfer with the port's device.
+/// Takes an Answer to the port's last Request, without effect where there was none or the device has gone
+/// meanwhile, and gives the next one. Done when somebody wants a transfer with the port's device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
 /// A port takes one HID interface. All are empty when the program's handle is closed.

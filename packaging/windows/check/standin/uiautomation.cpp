@@ -1,6 +1,6 @@
 // Stands in for uiautomationcore.dll, since Wine 8's waits for ever for a program whose window belongs to a
-// single-threaded apartment, as Qt's do. It takes what the program's own provider tells a screen reader, and writes it
-// down.
+// single-threaded apartment, as Qt's do. It takes what the program's own provider tells a screen reader, and
+// writes it down.
 #include <cstdio>
 #include <string>
 
@@ -29,7 +29,8 @@ void writeLine(std::FILE* file, IRawElementProviderSimple& element)
     const std::wstring line = textProperty(element, UIA_AutomationIdPropertyId) + L": " +
                               textProperty(element, UIA_NamePropertyId) + L"\n";
     char bytes[4000];
-    const int size = WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, bytes, sizeof(bytes), nullptr, nullptr);
+    const int size =
+        WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, bytes, sizeof(bytes), nullptr, nullptr);
     if (size > 0)
         std::fwrite(bytes, 1, static_cast<std::size_t>(size - 1), file);
 }
@@ -61,12 +62,13 @@ void writeElements(std::FILE* file, IRawElementProviderSimple& element)
 
 extern "C" {
 
-__declspec(dllexport) LRESULT WINAPI UiaReturnRawElementProvider(HWND, WPARAM, LPARAM,
-                                                                 IRawElementProviderSimple* window)
+__declspec(dllexport) LRESULT WINAPI
+    UiaReturnRawElementProvider(HWND, WPARAM, LPARAM, IRawElementProviderSimple* window)
 {
     wchar_t folder[MAX_PATH]{};
     GetTempPathW(MAX_PATH, folder);
-    std::FILE* const file = window ? _wfopen((std::wstring(folder) + windowTextFile).c_str(), L"wb") : nullptr;
+    std::FILE* const file =
+        window ? _wfopen((std::wstring(folder) + windowTextFile).c_str(), L"wb") : nullptr;
     if (!file)
         return 0;
     writeElements(file, *window);
@@ -79,8 +81,8 @@ __declspec(dllexport) HRESULT WINAPI UiaHostProviderFromHwnd(HWND, IRawElementPr
     return E_NOTIMPL;
 }
 
-__declspec(dllexport) HRESULT WINAPI UiaRaiseAutomationPropertyChangedEvent(IRawElementProviderSimple*, PROPERTYID,
-                                                                            VARIANT, VARIANT)
+__declspec(dllexport) HRESULT WINAPI
+    UiaRaiseAutomationPropertyChangedEvent(IRawElementProviderSimple*, PROPERTYID, VARIANT, VARIANT)
 {
     return S_OK;
 }
