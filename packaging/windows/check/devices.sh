@@ -2,6 +2,9 @@
 # is Wine's, but for one answer: in the copies of the program that are run here the name of SETUPAPI.dll is exchanged for
 # that of a DLL which knows enumerators' names. Sourced by run.sh.
 
+# What the devices come with, as pair.exe has it.
+installed=1.0.0.20240131.1207
+
 # start_pair GENERATION CHIP REVISION BYTES: new devices, unplugged, and their archive.
 start_pair() {
     rm -f commands
@@ -106,14 +109,14 @@ start_program devices $updater
 tell plug transmitter
 tell plug headset
 check "both devices are identified, with their versions" \
-    shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0" "transmitterFirmwareVersion: 1.2.3" \
+    shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3" \
     "headsetFirmwareVersion: 1.2.3"
 picture both-devices
 tell unplug headset
 check "without one of them the start screen is back" shows "No device detected."
 picture one-device-unplugged
 tell plug headset
-check "plugged in again, it is identified" shows "headsetVersion: 1.0.0"
+check "plugged in again, it is identified" shows "headsetVersion: $installed"
 
 check "both devices are updated at once" update finished finished
 picture update-finished
@@ -137,7 +140,7 @@ tell plug headset
 rm -f "$temporary/uninstalled.txt"
 start_program devices-package package.exe
 check "the package's program identifies the second generation" \
-    shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0" "transmitterFirmwareVersion: 1.2.3"
+    shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3"
 check "the package's program updates both, chip 13, revision 3" update finished finished
 check "the driver-uninstall tool that the package carries was started for both" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 
@@ -153,7 +156,7 @@ start_pair 1 12 3 8192
 tell plug transmitter
 tell plug headset
 start_program devices $updater
-shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0"
+shows "transmitterVersion: $installed" "headsetVersion: $installed"
 tell fault headset vanish 20
 check "a cable pulled in the download fails that device only" update finished "failed with code 1"
 check "it was pulled in the download" await "vanished at transfer 20 (download)"
@@ -165,7 +168,7 @@ picture failure-report
 tool keys "$title" tab space
 check "Back leads to the start screen, since a device is missing" shows "No device detected."
 tell plug headset
-check "plugged in again, in programming mode, it is identified" shows "headsetVersion: 1.0.0"
+check "plugged in again, in programming mode, it is identified" shows "headsetVersion: $installed"
 check "the second update repairs it" update finished finished
 check "both memories are equal to their images" memories_are_equal
 close_dialog
@@ -177,7 +180,7 @@ start_pair 1 13 2 8192
 tell plug transmitter
 tell plug headset
 start_program devices $updater
-shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0"
+shows "transmitterVersion: $installed" "headsetVersion: $installed"
 tell fault headset vanish 2
 check "a cable pulled while the chip is asked who it is fails that device only" update finished "failed with code 3"
 close_dialog
@@ -185,7 +188,7 @@ end_program
 tell plug headset
 start_program devices $updater
 check "a device in programming mode at the start is identified out of its memory" \
-    shows "transmitterVersion: 1.2.3" "headsetVersion: 1.0.0"
+    shows "transmitterVersion: 1.2.3" "headsetVersion: $installed"
 picture programming-mode
 check "and repaired" update finished finished
 check "both memories are equal to their images" memories_are_equal
@@ -206,13 +209,13 @@ possessions_are() {
 start_pair 1 12 2 8192
 start_program devices $updater
 tell storm 10
-shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0"
+shows "transmitterVersion: $installed" "headsetVersion: $installed"
 sleep 40
 before=$(tool possessions "$title" | tr -d '\r')
 picture before-the-storm
 tell storm 100
 check "after 100 times plugging and unplugging both devices are identified" \
-    shows "transmitterVersion: 1.0.0" "headsetVersion: 1.0.0"
+    shows "transmitterVersion: $installed" "headsetVersion: $installed"
 check "and nothing is left over: $before" possessions_are "$before"
 picture after-the-storm
 check "and the window is as it was" pictures_are_equal before-the-storm after-the-storm

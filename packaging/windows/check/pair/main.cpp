@@ -85,7 +85,7 @@ private:
     SimulatedDevice::Setup setup(DeviceType type, const ImageOptions& wanted, int chipId, int revision) const
     {
         ImageOptions installed = ImageBuilder::forMemoryOf(wanted, image);
-        installed.version = "1.0.0";
+        installed.version = "1.0.0.20240131.1207"; // in two rows of an answer
         installed.seed = 99;
         const std::vector<std::uint8_t> memory = ImageBuilder::build(installed);
         const int port = type == DeviceType::Transmitter ? 1 : 2;
