@@ -199,6 +199,11 @@ void TestAudioService::theServiceIsTakenToItsEnd()
         QTEST(computer.clock.sleeps(), "expectedSleeps");
         QTEST(computer.services.state(L"audiosrv"), "expectedState");
         QTEST(controlsOf(computer.services), "expectedControls");
+        if (operation == &ScopedAudioServiceStopper::stop &&
+            computer.services.state(L"audiosrv") == stopped) {
+            stopper.start(); // whatever the service's state was before
+            QCOMPARE(computer.services.state(L"audiosrv"), running);
+        }
     }
 }
 

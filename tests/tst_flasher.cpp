@@ -215,6 +215,8 @@ void TestFlasher::theImageSetsGeometryRangeAndLengths_data()
         "r109,C451=0010 p C454=0000 C p s1000 p p s2000");
     row("one chunk", Headset, imageOf(4096, 0x0B, 0), "r124,s1000 p p s2000");
     row("two chunks", Headset, imageOf(8192, 0x0B, 0), "r145,C44B=00100000 p C44F=64C7 p C451=0010");
+    row("whole sectors only", Transmitter, imageOf(8192, 0x0A, 0x36),
+        "C44B=00100000 p C451=0100 p E p s4000 p D0000");
     row("all of the memory", Headset, imageOf(65536, 0x0A, 0), "C44B=00F00000,ok");
 }
 

@@ -211,6 +211,7 @@ void TestMainWindow::aPictureIsScaledOnceWhenItIsSet()
     const QString wide = picture("wide.png", 2 * available);
     QCOMPARE(size(""_s), QSize(-1, -1));
     QCOMPARE(size(picture("narrow.png", available)), QSize(available, 100));
+    QCOMPARE(size(picture("small.png", available / 2)), QSize(available / 2, 100));
     QCOMPARE(size(wide), QSize(available, 50));
     screen.resize(200, 400);
     QCOMPARE(size(wide), QSize(available, 50));
