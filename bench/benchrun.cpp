@@ -302,7 +302,7 @@ void BenchRun::reportTimes() const
     const QMap<DeviceType, qint64> measured = driver->programmingTimesMs();
     for (auto time = measured.cbegin(); time != measured.cend(); ++time) {
         const qint64 delays = protocolDelaysMs(time.key());
-        log.add(QStringLiteral("%1: programmed in %2 ms, %3 measured the protocol's own %4 ms")
+        log.add(QStringLiteral("%1: programmed in %2 ms, %3 times the protocol's own %4 ms")
                     .arg(nameOf(time.key()))
                     .arg(time.value())
                     .arg(static_cast<double>(time.value()) / static_cast<double>(delays), 0, 'f', 4)
