@@ -8,7 +8,7 @@
 
 #include "audioendpointskeeper.h"
 #include "computer.h"
-#include "openobjects.h"
+#include "leftovers.h"
 
 using Endpoints = std::vector<AudioEndpoint>;
 Q_DECLARE_METATYPE(Endpoints)
@@ -37,16 +37,8 @@ class TestAudioEndpoints : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QCOMPARE(OleInitialize(nullptr), S_OK); }
-    void init()
-    {
-        handlesBefore = openHandleCount();
-        comObjectsBefore = liveComObjectCount();
-    }
-    void cleanup()
-    {
-        QCOMPARE(openHandleCount(), handlesBefore);
-        QCOMPARE(liveComObjectCount(), comObjectsBefore);
-    }
+    void init() { before = {}; }
+    void cleanup() { before.compare(); }
 
     void defaultsComeBackByTheirAdaptersNames_data();
     void defaultsComeBackByTheirAdaptersNames();
@@ -54,8 +46,7 @@ private Q_SLOTS:
     void everyFailingComCallLosesOnlyWhatItConcerns();
 
 private:
-    std::size_t handlesBefore = 0;
-    std::size_t comObjectsBefore = 0;
+    Leftovers before;
 };
 
 void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()

@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "computer.h"
-#include "openobjects.h"
+#include "leftovers.h"
 #include "scopedaudioservicestopper.h"
 
 using Manager = SimulatedServiceManager;
@@ -70,16 +70,8 @@ class TestAudioService : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        handlesBefore = openHandleCount();
-        comObjectsBefore = liveComObjectCount();
-    }
-    void cleanup()
-    {
-        QCOMPARE(openHandleCount(), handlesBefore);
-        QCOMPARE(liveComObjectCount(), comObjectsBefore);
-    }
+    void init() { before = {}; }
+    void cleanup() { before.compare(); }
 
     void theServiceIsTakenToItsEnd_data();
     void theServiceIsTakenToItsEnd();
@@ -88,8 +80,7 @@ private Q_SLOTS:
     void serviceHandlesKeepToTheirKindsAndRights();
 
 private:
-    std::size_t handlesBefore = 0;
-    std::size_t comObjectsBefore = 0;
+    Leftovers before;
 };
 
 void TestAudioService::theServiceIsTakenToItsEnd_data()

@@ -7,13 +7,6 @@
 #include "detectorfixture.h"
 #include "openobjects.h"
 
-namespace {
-
-constexpr HidIdentity transmitter{0x7A31, 0x0004};
-constexpr HidIdentity headset{0x7A31, 0x0006, 2};
-
-} // namespace
-
 Q_DECLARE_METATYPE(SystemCall)
 
 class TestDetector : public QObject

@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr HidIdentity transmitter{0x7A31, 0x0004};
-constexpr HidIdentity headset{0x7A31, 0x0006, 2};
-
 /// Is told of the tree's events after the detector, on the thread that makes them.
 class LateObserver final : public DeviceTreeObserver
 {

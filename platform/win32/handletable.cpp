@@ -72,7 +72,8 @@ std::shared_ptr<HandleObject> HandleTable::remove(HANDLE handle, bool (*isKind)(
     if (it == t.objects.end() || !isKind(*it->second))
         return fail(ERROR_INVALID_HANDLE);
     auto object = std::move(it->second);
-    t.held[it->first] = object->valueHolder();
+    if (const auto holder = object->valueHolder(); !holder.expired())
+        t.held[it->first] = holder;
     t.objects.erase(it);
     return object;
 }

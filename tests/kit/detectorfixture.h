@@ -16,6 +16,9 @@
 #include "utilities.h"
 #include "waiting.h"
 
+constexpr HidIdentity transmitter{0x7A31, 0x0004};
+constexpr HidIdentity headset{0x7A31, 0x0006, 2};
+
 /// Writes down every report as a line of text.
 class ReportRecorder final : public DeviceDetectorListener
 {

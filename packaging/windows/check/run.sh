@@ -41,7 +41,7 @@ wine --version
 mv uiautomationcore.dll "$WINEPREFIX/drive_c/windows/system32"
 
 tool() { wine windowtool.exe "$@"; }
-window_text() { wine windowtext.exe "$title" | tr -d '\r'; }
+window_text() { tool text "$title" | tr -d '\r'; }
 
 # shows TEXT...: whether the window tells all of these, within half a minute.
 shows() {

@@ -1,11 +1,11 @@
 // Looks after the visible top-level window of a title. Exit status 1 where it did not show up within the time
-// limit
-// (`gone`: did not go away), or could not be asked.
+// limit (`gone`: did not go away), or could not be asked.
 //
 //     windowtool wait|gone TITLE           waits for it
 //     windowtool keys TITLE KEY...         presses tab, space, enter, escape
 //     windowtool command TITLE NUMBER      chooses from its system menu
 //     windowtool menu TITLE                prints its system menu
+//     windowtool text TITLE                prints "identifier: name" of all that it tells screen readers of
 //     windowtool possessions TITLE         prints how many handles and threads its process has
 //     windowtool close TITLE
 #include <cstdio>
@@ -16,6 +16,7 @@
 
 #include "menuhook.h"
 #include "possessions.h"
+#include "windowtext.h"
 
 namespace {
 
@@ -63,6 +64,19 @@ bool printSystemMenu(HWND window)
     return sent && printFile(std::wstring(path) + menuListSuffix);
 }
 
+bool printText(HWND window)
+{
+    constexpr LPARAM uiAutomationRoot = -25; // UiaRootObjectId
+    wchar_t folder[MAX_PATH]{};
+    GetTempPathW(MAX_PATH, folder);
+    const std::wstring path = std::wstring(folder) + windowTextFile;
+    DeleteFileW(path.c_str());
+    DWORD_PTR result = 0;
+    return SendMessageTimeoutW(window, WM_GETOBJECT, 0, uiAutomationRoot, SMTO_NORMAL, timeLimitMs,
+                               &result) &&
+           printFile(path);
+}
+
 WPARAM keyNamed(const std::wstring& name)
 {
     static const std::map<std::wstring, WPARAM> keys{
@@ -106,6 +120,8 @@ bool run(const std::wstring& verb, HWND window, int argumentCount, wchar_t* argu
         return true;
     if (verb == L"menu")
         return printSystemMenu(window);
+    if (verb == L"text")
+        return printText(window);
     if (verb == L"possessions")
         return printPossessions(window);
     if (verb == L"keys")
