@@ -218,6 +218,6 @@ check "after 100 times plugging and unplugging both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
 check "and nothing is left over: $before" possessions_are "$before"
 picture after-the-storm
-check "and the window is as it was" pictures_are_equal before-the-storm after-the-storm
+check "and the window looks as it did" pictures_are_equal before-the-storm after-the-storm
 end_program
 end_pair
