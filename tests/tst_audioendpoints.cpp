@@ -8,7 +8,7 @@
 
 #include "audioendpointskeeper.h"
 #include "computer.h"
-#include "leftovers.h"
+#include "leavesnothing.h"
 
 using Endpoints = std::vector<AudioEndpoint>;
 Q_DECLARE_METATYPE(Endpoints)
@@ -31,22 +31,17 @@ QByteArray defaultsSetOn(const SimulatedAudioEndpoints& endpoints)
 
 } // namespace
 
-class TestAudioEndpoints : public QObject
+class TestAudioEndpoints : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { QCOMPARE(OleInitialize(nullptr), S_OK); }
-    void init() { before = {}; }
-    void cleanup() { before.compare(); }
 
     void defaultsComeBackByTheirAdaptersNames_data();
     void defaultsComeBackByTheirAdaptersNames();
     void everyFailingComCallLosesOnlyWhatItConcerns_data();
     void everyFailingComCallLosesOnlyWhatItConcerns();
-
-private:
-    Leftovers before;
 };
 
 void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()

@@ -7,7 +7,7 @@
 #include <windows.h>
 
 #include "computer.h"
-#include "leftovers.h"
+#include "leavesnothing.h"
 #include "scopedaudioservicestopper.h"
 
 using Manager = SimulatedServiceManager;
@@ -53,6 +53,15 @@ QByteArray textOf(const Manager::Call& call)
     return call.argument ? text + ' ' + QByteArray::number(call.argument, 16) : text;
 }
 
+/// What is logged of a call that fails with ERROR_GEN_FAILURE.
+QString messageOf(Manager::Function function)
+{
+    static const char* const messages[] = {
+        "OpenSCManager failed (31)",  "OpenService failed (31)",  "QueryServiceStatusEx failed (31)",
+        "ControlService failed (31)", "StartService failed (31)", "ControlService failed (1051)"};
+    return QString::fromLatin1(messages[int(function)]);
+}
+
 QByteArray controlsOf(const Manager& manager)
 {
     QByteArrayList list;
@@ -63,24 +72,117 @@ QByteArray controlsOf(const Manager& manager)
     return list.join('|');
 }
 
+const Transition refuses = {0, 0, 0, INFINITE, 0, ERROR_INVALID_SERVICE_CONTROL};
+
+void addStop(const char* name, const Services& services, const QByteArray& log, const Sleeps& sleeps,
+             DWORD state, const QByteArray& controls)
+{
+    QTest::addRow("stop, %s", name) << &ScopedAudioServiceStopper::stop << services << log << sleeps << state
+                                    << controls;
+}
+
+void addStart(const char* name, const Service& service, const QByteArray& log, const Sleeps& sleeps,
+              DWORD state, const QByteArray& controls)
+{
+    QTest::addRow("start, %s", name) << &ScopedAudioServiceStopper::start << Services{service} << log
+                                     << sleeps << state << controls;
+}
+
+void addStops()
+{
+    const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
+    addStop("at once", {audio(running, {})}, done, {}, stopped, sent);
+    addStop("within two hints", {audio(running, {2500, 2000})}, done, {2000, 2000}, stopped, sent);
+    addStop("long hint", {audio(running, {1, 12000})}, done, {12000}, stopped, sent);
+    addStop("no hint", {audio(running, {3, 0})}, done, {0, 0, 0}, stopped, sent);
+    addStop("never, no hint", {audio(running, {INFINITE, 0})}, "Wait timed out", Sleeps(30001, 0), stopping,
+            sent);
+    addStop("exactly at the limit", {audio(running, {45000, 15000})}, done, Sleeps(3, 15000), stopped, sent);
+    addStop("never", {audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping, sent);
+    addStop("endless hint", {audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000),
+            stopping, sent);
+    addStop("refused", {audio(running, refuses)}, "ControlService failed (1052)", {}, running, sent);
+    addStop("while starting", {audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {}, starting,
+            sent);
+    addStop("while stopped", {audio(stopped, {})}, "Service is already stopped.", {}, stopped, {});
+
+    const QByteArray pending = "Service stop pending...|", doneByItself = "Service stopped successfully.";
+    addStop("stopping already", {audio(stopping, {500, 0}), dependent(L"a", {})}, pending + doneByItself,
+            {1000}, stopped, {});
+    addStop("stopping, tenth of hint", {audio(stopping, {5000, 25000})}, pending + pending + doneByItself,
+            {2500, 2500}, stopped, {});
+    addStop("stopping, never", {audio(stopping, {INFINITE, 200000})},
+            pending.repeated(4) + "Service stop timed out.", Sleeps(4, 10000), stopping, {});
+}
+
+void addStopsOfDependents()
+{
+    const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
+    const QByteArray held = "ControlService failed (1051)";
+    addStop("dependents one by one",
+            {audio(running, {1000, 1000}),
+             dependent(L"a", {4000, 2000}),
+             {L"b", running, {L"a"}, {1000, 500}},
+             {L"c", stopped, {L"a"}}},
+            done, {500, 500, 2000, 2000, 1000}, stopped, "Stop b|Stop a|Stop audiosrv");
+    addStop("dependents in time",
+            {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {15000, 15000}),
+             dependent(L"c", {})},
+            done, {15000, 15000}, stopped, "Stop a|Stop b|Stop c|Stop audiosrv");
+    addStop("dependents late",
+            {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {16000, 16000}),
+             dependent(L"c", {})},
+            held, {15000, 16000}, running, "Stop a|Stop b|Stop audiosrv");
+    addStop("dependent refuses", {audio(running, {}), dependent(L"a", refuses), dependent(L"b", {})}, held,
+            {}, running, "Stop a|Stop audiosrv");
+    addStop("dependent denied", {audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, held, {}, running,
+            sent);
+}
+
+void addStarts()
+{
+    const QByteArray begun = "Service start pending...|", runs = begun + "Service started successfully.";
+    const QByteArray runsAlready = "Cannot start the service because it is already running";
+    const QByteArray asked = "Start audiosrv";
+    addStart("at once", audio(stopped, {}, {}), runs, {}, running, asked);
+    addStart("tenth of hint", audio(stopped, {}, {3500, 20000}), runs, {2000, 2000}, running, asked);
+    addStart("longest wait", audio(stopped, {}, {15000, 150000}), runs, {10000, 10000}, running, asked);
+    addStart("slow but sure", audio(stopped, {}, {12000, 2500, 2000}), runs, Sleeps(12, 1000), running,
+             asked);
+    addStart("stalls", audio(stopped, {}, {INFINITE, 5000, 2000, 4000}),
+             begun +
+                 "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
+             Sleeps(10, 1000), starting, asked);
+    addStart("endless hint", audio(stopped, {}, {INFINITE, INFINITE}),
+             begun +
+                 "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
+             Sleeps(11, 3000), starting, asked);
+    addStart("fails", audio(stopped, {}, {0, 0, 0, INFINITE, 1066}),
+             begun +
+                 "Service not started. |  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
+             {}, stopped, asked);
+    addStart("refused", audio(stopped, {}, refuses), "StartService failed (1052)", {}, stopped, asked);
+    addStart("while running", audio(running, {}), runsAlready, {}, running, {});
+    addStart("while starting", audio(starting, {}, {INFINITE}), runsAlready, {}, starting, {});
+    addStart("stopping yet", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
+    addStart("stopping yet, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
+             running, asked);
+    addStart("stopping yet, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
+             "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
+}
+
 } // namespace
 
-class TestAudioService : public QObject
+class TestAudioService : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { before = {}; }
-    void cleanup() { before.compare(); }
-
     void theServiceIsTakenToItsEnd_data();
     void theServiceIsTakenToItsEnd();
     void everyFailingServiceCallIsLoggedAndTheServiceComesBack();
     void startMayOvertakeAStopOnAnotherThread();
     void serviceHandlesKeepToTheirKindsAndRights();
-
-private:
-    Leftovers before;
 };
 
 void TestAudioService::theServiceIsTakenToItsEnd_data()
@@ -91,88 +193,9 @@ void TestAudioService::theServiceIsTakenToItsEnd_data()
     QTest::addColumn<Sleeps>("expectedSleeps");
     QTest::addColumn<DWORD>("expectedState"); // of the audio service
     QTest::addColumn<QByteArray>("expectedControls");
-
-    const Transition refuses = {0, 0, 0, INFINITE, 0, ERROR_INVALID_SERVICE_CONTROL};
-    const auto stop = [](const char* name, const Services& services, const QByteArray& log,
-                         const Sleeps& sleeps, DWORD state, const QByteArray& controls) {
-        QTest::addRow("stop, %s", name)
-            << &ScopedAudioServiceStopper::stop << services << log << sleeps << state << controls;
-    };
-    const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
-    stop("at once", {audio(running, {})}, done, {}, stopped, sent);
-    stop("within two hints", {audio(running, {2500, 2000})}, done, {2000, 2000}, stopped, sent);
-    stop("long hint", {audio(running, {1, 12000})}, done, {12000}, stopped, sent);
-    stop("no hint", {audio(running, {3, 0})}, done, {0, 0, 0}, stopped, sent);
-    stop("never, no hint", {audio(running, {INFINITE, 0})}, "Wait timed out", Sleeps(30001, 0), stopping,
-         sent);
-    stop("exactly at the limit", {audio(running, {45000, 15000})}, done, Sleeps(3, 15000), stopped, sent);
-    stop("never", {audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping, sent);
-    stop("endless hint", {audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000), stopping,
-         sent);
-    stop("refused", {audio(running, refuses)}, "ControlService failed (1052)", {}, running, sent);
-    stop("while starting", {audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {}, starting,
-         sent);
-    stop("while stopped", {audio(stopped, {})}, "Service is already stopped.", {}, stopped, {});
-
-    const QByteArray pending = "Service stop pending...|", doneByItself = "Service stopped successfully.";
-    stop("stopping already", {audio(stopping, {500, 0}), dependent(L"a", {})}, pending + doneByItself, {1000},
-         stopped, {});
-    stop("stopping, tenth of hint", {audio(stopping, {5000, 25000})}, pending + pending + doneByItself,
-         {2500, 2500}, stopped, {});
-    stop("stopping, never", {audio(stopping, {INFINITE, 200000})},
-         pending.repeated(4) + "Service stop timed out.", Sleeps(4, 10000), stopping, {});
-
-    const QByteArray held = "ControlService failed (1051)";
-    stop("dependents one by one",
-         {audio(running, {1000, 1000}),
-          dependent(L"a", {4000, 2000}),
-          {L"b", running, {L"a"}, {1000, 500}},
-          {L"c", stopped, {L"a"}}},
-         done, {500, 500, 2000, 2000, 1000}, stopped, "Stop b|Stop a|Stop audiosrv");
-    stop("dependents in time",
-         {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {15000, 15000}),
-          dependent(L"c", {})},
-         done, {15000, 15000}, stopped, "Stop a|Stop b|Stop c|Stop audiosrv");
-    stop("dependents late",
-         {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {16000, 16000}),
-          dependent(L"c", {})},
-         held, {15000, 16000}, running, "Stop a|Stop b|Stop audiosrv");
-    stop("dependent refuses", {audio(running, {}), dependent(L"a", refuses), dependent(L"b", {})}, held, {},
-         running, "Stop a|Stop audiosrv");
-    stop("dependent denied", {audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, held, {}, running,
-         sent);
-
-    const auto start = [](const char* name, const Service& service, const QByteArray& log,
-                          const Sleeps& sleeps, DWORD state, const QByteArray& controls) {
-        QTest::addRow("start, %s", name)
-            << &ScopedAudioServiceStopper::start << Services{service} << log << sleeps << state << controls;
-    };
-    const QByteArray begun = "Service start pending...|", runs = begun + "Service started successfully.";
-    const QByteArray runsAlready = "Cannot start the service because it is already running";
-    const QByteArray asked = "Start audiosrv";
-    start("at once", audio(stopped, {}, {}), runs, {}, running, asked);
-    start("tenth of hint", audio(stopped, {}, {3500, 20000}), runs, {2000, 2000}, running, asked);
-    start("longest wait", audio(stopped, {}, {15000, 150000}), runs, {10000, 10000}, running, asked);
-    start("slow but sure", audio(stopped, {}, {12000, 2500, 2000}), runs, Sleeps(12, 1000), running, asked);
-    start("stalls", audio(stopped, {}, {INFINITE, 5000, 2000, 4000}),
-          begun +
-              "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
-          Sleeps(10, 1000), starting, asked);
-    start("endless hint", audio(stopped, {}, {INFINITE, INFINITE}),
-          begun + "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
-          Sleeps(11, 3000), starting, asked);
-    start("fails", audio(stopped, {}, {0, 0, 0, INFINITE, 1066}),
-          begun +
-              "Service not started. |  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
-          {}, stopped, asked);
-    start("refused", audio(stopped, {}, refuses), "StartService failed (1052)", {}, stopped, asked);
-    start("while running", audio(running, {}), runsAlready, {}, running, {});
-    start("while starting", audio(starting, {}, {INFINITE}), runsAlready, {}, starting, {});
-    start("stopping yet", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
-    start("stopping yet, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
-          running, asked);
-    start("stopping yet, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
-          "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
+    addStops();
+    addStopsOfDependents();
+    addStarts();
 }
 
 void TestAudioService::theServiceIsTakenToItsEnd()
@@ -200,7 +223,6 @@ void TestAudioService::theServiceIsTakenToItsEnd()
 
 void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
 {
-    using Function = Manager::Function;
     const auto stopAndStart = [](HostComputer& computer) {
         computer.services.add(audio(running, {2000, 2000}, {1000, 5000}));
         computer.services.add(dependent(L"a", {1000, 1000}));
@@ -223,16 +245,8 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
                    "QueryStatus audiosrv|QueryStatus audiosrv"));
     const int lastOfDependents = 12, firstOfStart = 15, startControl = 18;
 
-    const QString byDependents = QStringLiteral("ControlService failed (1051)");
-    const QMap<Function, QString> messages = {
-        {Function::OpenManager, QStringLiteral("OpenSCManager failed (31)")},
-        {Function::OpenService, QStringLiteral("OpenService failed (31)")},
-        {Function::QueryStatus, QStringLiteral("QueryServiceStatusEx failed (31)")},
-        {Function::Stop, QStringLiteral("ControlService failed (31)")},
-        {Function::Start, QStringLiteral("StartService failed (31)")},
-        {Function::Dependents, byDependents}};
     const QLatin1Char bar('|');
-    QMap<Function, int> counts;
+    QMap<Manager::Function, int> counts;
     for (int i = 0; i < int(calls.size()); ++i) {
         const Manager::Call& call = calls[std::size_t(i)];
         HostComputer computer;
@@ -242,9 +256,9 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
         // A dependent fails without a message of its own. The last one is stopping all the same.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
-        QCOMPARE(failures, concernsAudio           ? messages[call.function]
+        QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()
-                                                   : byDependents);
+                                                   : messageOf(Manager::Function::Dependents));
         computer.clock.sleep(5000);
         const bool comesBack = i < firstOfStart || i > startControl;
         QCOMPARE(computer.services.state(L"audiosrv"), comesBack ? running : stopped);

@@ -5,18 +5,16 @@
 #include <thread>
 
 #include "detectorfixture.h"
+#include "leavesnothing.h"
 #include "openobjects.h"
 
 Q_DECLARE_METATYPE(SystemCall)
 
-class TestDetector : public QObject
+class TestDetector : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void initTestCase();
     void startNeedsListenerIdentitiesAndCount();
     void aFailedStartLeavesNothingBehind_data();
@@ -37,9 +35,6 @@ private Q_SLOTS:
     void completionHoldsNobodyUp();
     void removedRecordsStayReadableUntilForgotten();
     void stopsAndStartsAgainWhileDevicesComeAndGo();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 /// Before all others: a process registers the window class once.

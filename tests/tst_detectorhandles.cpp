@@ -5,7 +5,7 @@
 #include <future>
 
 #include "detectorfixture.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 
 namespace {
 
@@ -32,23 +32,17 @@ public:
 
 } // namespace
 
-class TestDetectorHandles : public QObject
+class TestDetectorHandles : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void openHandlesAreSharedWatchedAndReleased();
     void aRefusedRemovalReopensTheHandleForQueriesOnly();
     void aHandleIsToldFromAnotherOfTheSameValue();
     void anOrderlyRemovalClosesTheHandle();
     void aRemovalIsReportedOnceHoweverItIsBroadcast_data();
     void aRemovalIsReportedOnceHoweverItIsBroadcast();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()

@@ -8,6 +8,7 @@
 #include "detection.h"
 #include "imagebuilder.h"
 #include "layerbus.h"
+#include "leavesnothing.h"
 #include "openobjects.h"
 #include "simulatedchannel.h"
 
@@ -39,14 +40,11 @@ struct HeldChip : ScriptedChip
 
 } // namespace
 
-class TestDeviceController : public QObject
+class TestDeviceController : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void devicesAreIdentifiedInBothModes_data();
     void devicesAreIdentifiedInBothModes();
     void theFirstVendorDefinedInterfaceIsTaken_data();
@@ -58,9 +56,6 @@ private Q_SLOTS:
     void detectionStartedAgainReportsWhatIsThere();
     void stopCutsReadsShort();
     void stopWaitsForTheReadOfADeviceThatIsGone();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestDeviceController::devicesAreIdentifiedInBothModes_data()

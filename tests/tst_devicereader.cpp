@@ -8,7 +8,7 @@
 
 #include "detection.h"
 #include "devicereader_p.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 #include "utilities.h"
 #include "waiting.h"
 
@@ -23,14 +23,11 @@ const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
 
 } // namespace
 
-class TestDeviceReader : public QObject
+class TestDeviceReader : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void theReaderAsksByTheProtocol_data();
     void theReaderAsksByTheProtocol();
     void nothingIsSentForWhatLiesPastTheMemory_data();
@@ -38,9 +35,6 @@ private Q_SLOTS:
     void aCancelledReaderBeginsNoTransfer();
     void lyingDevicesEndUnidentified_data();
     void lyingDevicesEndUnidentified();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestDeviceReader::theReaderAsksByTheProtocol_data()

@@ -5,7 +5,7 @@
 #include <QSemaphore>
 
 #include "dialogrun.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 
 namespace {
 
@@ -38,18 +38,11 @@ private:
 
 } // namespace
 
-class TestDialogClosing : public QObject
+class TestDialogClosing : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup()
-    {
-        QCOMPARE(openHandleCount(), handlesBefore);
-        QCOMPARE(liveComObjectCount(), std::size_t(0));
-    }
-
     void theEndpointsWaitForTheService_data();
     void theEndpointsWaitForTheService();
     void closingBeforeADeviceIsReachedLeavesThemAlone_data();
@@ -58,9 +51,6 @@ private Q_SLOTS:
     void closingEndsADeviceThatDoesNotComeBack_data();
     void closingEndsADeviceThatDoesNotComeBack();
     void closingWaitsForADeviceThatIsBeingProgrammed();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestDialogClosing::theEndpointsWaitForTheService_data()

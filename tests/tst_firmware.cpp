@@ -11,6 +11,7 @@
 #include "imagebuilder.h"
 #include "imagetext.h"
 #include "imagetextreference.h"
+#include "smallimage.h"
 #include "utilities.h"
 
 using Entries = std::vector<ArchiveEntry>;
@@ -39,14 +40,6 @@ QByteArray imageOf(const std::vector<FileEntry>& entries)
 ArchiveEntry file(const char* name, const QByteArray& contents)
 {
     return {QString::fromLatin1(name), contents};
-}
-
-QByteArray textFor(unsigned short pid)
-{
-    ImageOptions options;
-    options.size = 600;
-    options.productId = pid;
-    return ArchiveBuilder::imageText(ImageBuilder::build(options));
 }
 
 /// Loads an archive. The outcome in one line, both PIDs, generation, release notes; empty after a failure.
@@ -242,9 +235,9 @@ private Q_SLOTS:
         const auto row = [](const char* name, const Entries& entries, const char* outcome) {
             QTest::newRow(name) << entries << QString::fromLatin1(outcome);
         };
-        const QByteArray tx = textFor(4);
-        const QByteArray tx2 = textFor(3);
-        const ArchiveEntry headset = file("h.ef", textFor(6));
+        const QByteArray tx = imageText(4);
+        const QByteArray tx2 = imageText(3);
+        const ArchiveEntry headset = file("h.ef", imageText(6));
         row("release", {file("t.ff", tx), headset, file("n.txt", "New.\r\n")}, "4 6 VYNT1 New.\r\n");
         row("generation 2 alone", {file("a/b.ef", tx2)}, "3 0 VYNT2 ");
         row("notes in a folder, marked", {file("d/n.txt", "\xEF\xBB\xBF\xC3\xA9"), headset}, "0 6  \xE9");
@@ -252,8 +245,8 @@ private Q_SLOTS:
             "0 6  yes");
         row("two notes", {file("n.txt", ""), file("d/n.txt", ""), headset}, "");
         row("two transmitters", {file("a.ff", tx), file("b.ef", tx2), headset}, "");
-        row("unknown product beside", {file("x.ff", textFor(5)), headset}, "0 6  ");
-        row("unknown product alone", {file("x.ff", textFor(5))}, "");
+        row("unknown product beside", {file("x.ff", imageText(5)), headset}, "0 6  ");
+        row("unknown product alone", {file("x.ff", imageText(5))}, "");
         row("bad line", {file("t.ff", "word\n" + tx), headset}, "0 6  ");
         row("other suffixes", {file("t.FF", tx), file("t.ff/", ""), file("t.ff.bak", tx), headset}, "0 6  ");
         const auto image = [](const std::vector<FileEntry>& table) {
@@ -277,10 +270,10 @@ private Q_SLOTS:
     void everyLoadReplacesWhatWasHeld()
     {
         FirmwareController controller;
-        QVERIFY(ArchiveBuilder::write(path, {file("t.ff", textFor(4)), file("n.txt", "Old.")}));
+        QVERIFY(ArchiveBuilder::write(path, {file("t.ff", imageText(4)), file("n.txt", "Old.")}));
         QCOMPARE(load(controller, path), QStringLiteral("4 0 VYNT1 Old."));
         QCOMPARE(controller.firmware(DeviceType::Transmitter).size(), 600);
-        QVERIFY(ArchiveBuilder::write(path, {file("h.ef", textFor(6))}));
+        QVERIFY(ArchiveBuilder::write(path, {file("h.ef", imageText(6))}));
         QCOMPARE(load(controller, path), QStringLiteral("0 6  "));
         QCOMPARE(controller.version(DeviceType::Headset), QStringLiteral("1.2.3"));
         QVERIFY(controller.firmware(DeviceType::Transmitter).isEmpty());

@@ -9,7 +9,7 @@
 
 #include "deviceinstance.h"
 #include "flasher.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 #include "scriptedhid.h"
 #include "utilities.h"
 
@@ -138,14 +138,11 @@ const QByteArray transmitterJournal =
 
 } // namespace
 
-class TestFlasher : public QObject
+class TestFlasher : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void theWholeSequenceFollowsTheProtocol_data();
     void theWholeSequenceFollowsTheProtocol();
     void theImageSetsGeometryRangeAndLengths_data();
@@ -156,9 +153,6 @@ private Q_SLOTS:
     void everyTransferThatFailsIsTold_data();
     void everyTransferThatFailsIsTold();
     void theLogTellsEveryStep();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestFlasher::theWholeSequenceFollowsTheProtocol_data()

@@ -5,8 +5,8 @@
 #include <QGroupBox>
 
 #include "dialogrun.h"
+#include "leavesnothing.h"
 #include "logfile.h"
-#include "openobjects.h"
 
 using Errors = QMap<DeviceType, int>;
 Q_DECLARE_METATYPE(Errors)
@@ -27,7 +27,7 @@ QImage iconImage(const char* name)
 
 } // namespace
 
-class TestFlashingDialog : public QObject
+class TestFlashingDialog : public LeavesNothing
 {
     Q_OBJECT
 
@@ -35,13 +35,6 @@ Q_SIGNALS:
     void deviceVanished();
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup()
-    {
-        QCOMPARE(openHandleCount(), handlesBefore);
-        QCOMPARE(liveComObjectCount(), std::size_t(0));
-    }
-
     void onlyOneRealDeviceOfAKindIsTaken();
     void theDialogWarnsAndCanBeMinimisedOnly();
     void bothDevicesAreProgrammedWithinOneStopOfTheService();
@@ -50,9 +43,6 @@ private Q_SLOTS:
     void aDeviceThatFailsAtItsStartDoesNotEndTheRun();
     void theLogTellsWhereADeviceWasLost_data();
     void theLogTellsWhereADeviceWasLost();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()

@@ -12,6 +12,7 @@
 #include "devicedetector.h"
 #include "hiddevicedescriptor.h"
 #include "hidutilities.h"
+#include "leavesnothing.h"
 #include "openobjects.h"
 #include "scriptedhid.h"
 #include "utilities.h"
@@ -52,14 +53,11 @@ public:
 
 } // namespace
 
-class TestHid : public QObject
+class TestHid : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void theLayerTransfersFeaturesAsWindowsDoes_data();
     void theLayerTransfersFeaturesAsWindowsDoes();
     void aDeviceMovesVectorsUpToItsReportLength_data();
@@ -72,9 +70,6 @@ private Q_SLOTS:
     void chipQueriesReadOneRegisterByte_data();
     void chipQueriesReadOneRegisterByte();
     void unknownChipsHaveNoLoaderAddresses();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestHid::theLayerTransfersFeaturesAsWindowsDoes_data()

@@ -13,8 +13,8 @@
 #include "computer.h"
 #include "currentthread.h"
 #include "hidnode.h"
+#include "leavesnothing.h"
 #include "literals.h"
-#include "openobjects.h"
 #include "toolkitwindow.h"
 #include "waiting.h"
 
@@ -119,17 +119,16 @@ bool readDevice(Read read)
 
 } // namespace
 
-class TestLayer : public QObject
+class TestLayer : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        handlesBefore = openHandleCount();
+        LeavesNothing::init();
         refused = WM_QUIT;
     }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
 
     void theLowestFreeHandleValueIsUsedNext();
     void aWindowIsToldOfItsLife_data();
@@ -143,9 +142,6 @@ private Q_SLOTS:
     void processesShowWhatTheAccessAllows();
     void windowsBelongToTheirThreads();
     void comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestLayer::theLowestFreeHandleValueIsUsedNext()

@@ -68,6 +68,78 @@ struct LockedFile
     std::unique_ptr<HidrawDevice> device;
 };
 
+const QByteArray field = "7508 9502 B102"; // a feature report of two bytes
+
+void addDescriptor(const char* name, const QByteArray& items, const QByteArray& summary)
+{
+    QTest::newRow(name) << items << summary;
+}
+
+void addSoundDescriptors()
+{
+    const QByteArray loader = "15 00 26FF00 7508 85FF 953F 0902 B102 85E4 960701 0903 B102";
+    addDescriptor("loader", vendorCollection(loader), "ff00:1 264");
+    addDescriptor("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0",
+                  "c:1 0, has no feature report");
+    addDescriptor("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
+                  "c:1 3, ff00:1 4");
+    addDescriptor("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
+    addDescriptor("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
+    addDescriptor("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
+    addDescriptor("usage of the item before", "0600FF A101 C0 0908 B100 A101 C0",
+                  "ff00:0 0, has a report outside of any collection");
+    addDescriptor("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
+    addDescriptor("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
+    addDescriptor("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
+                  "ff00:1 5");
+    addDescriptor("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
+                  "ff00:1 3, ff00:1 3");
+    addDescriptor("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
+    addDescriptor("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0, has no feature report");
+    addDescriptor("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
+    addDescriptor("empty long item at the end", vendorCollection("") + "FE0042",
+                  "ff00:1 0, has no feature report");
+    addDescriptor("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
+    addDescriptor("field without bits", vendorCollection("7508 9500 B102"),
+                  "ff00:1 0, has no feature report");
+    addDescriptor("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
+}
+
+void addFaultyDescriptors()
+{
+    const QByteArray fault = "ff00:1 0, ";
+    addDescriptor("nothing", "", "0:0 0, has no collection");
+    addDescriptor("no collection", "0600FF 0901", "0:0 0, has no collection");
+    addDescriptor("cut in an item", vendorCollection(field) + "06 00", fault + "ends within an item");
+    addDescriptor("cut in a long item", vendorCollection("FE0442 0102"), fault + "ends within an item");
+    addDescriptor("cut after a long item's prefix", vendorCollection(field) + "FE",
+                  fault + "ends within an item");
+    addDescriptor("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
+    addDescriptor("end without begin", vendorCollection(field) + "C0",
+                  fault + "ends a collection that was not begun");
+    addDescriptor("pop without push", vendorCollection(field) + "B4", fault + "pops what was not pushed");
+    addDescriptor("report ID 0", vendorCollection("8500" + field),
+                  fault + "has a report ID that is not one of 1 to 255");
+    addDescriptor("report ID 256", vendorCollection("860001" + field),
+                  fault + "has a report ID that is not one of 1 to 255");
+    addDescriptor("report too long", vendorCollection("7508 960040 B102"),
+                  fault + "has a feature report of more than 16384 bytes");
+    addDescriptor("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
+                  fault + "has a feature report of more than 16384 bytes");
+    addDescriptor("32 deep",
+                  vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
+                  "ff00:1 0, has no feature report");
+    addDescriptor("33 deep",
+                  vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
+                  fault + "nests collections more than 32 deep");
+    addDescriptor("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
+                  fault + "pushes more than 32 states");
+    addDescriptor("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
+                  "ff00:1 0, has no feature report");
+    addDescriptor("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
+                  "0:0 0, is longer than 4096 bytes");
+}
+
 } // namespace
 
 class TestLinuxDevices : public QObject
@@ -90,62 +162,8 @@ void TestLinuxDevices::descriptorsAreRead_data()
 {
     QTest::addColumn<QByteArray>("items"); // in hexadecimal
     QTest::addColumn<QByteArray>("summary");
-    const auto row = [](const char* name, const QByteArray& items, const QByteArray& summary) {
-        QTest::newRow(name) << items << summary;
-    };
-    const QByteArray loader = "15 00 26FF00 7508 85FF 953F 0902 B102 85E4 960701 0903 B102";
-    const QByteArray field = "7508 9502 B102";
-    const QByteArray fault = "ff00:1 0, ";
-
-    row("loader", vendorCollection(loader), "ff00:1 264");
-    row("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0", "c:1 0, has no feature report");
-    row("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
-        "c:1 3, ff00:1 4");
-    row("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
-    row("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
-    row("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
-    row("usage of the item before", "0600FF A101 C0 0908 B100 A101 C0",
-        "ff00:0 0, has a report outside of any collection");
-    row("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
-    row("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
-    row("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
-        "ff00:1 5");
-    row("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
-        "ff00:1 3, ff00:1 3");
-    row("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
-    row("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0, has no feature report");
-    row("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
-    row("empty long item at the end", vendorCollection("") + "FE0042", "ff00:1 0, has no feature report");
-    row("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
-    row("field without bits", vendorCollection("7508 9500 B102"), "ff00:1 0, has no feature report");
-    row("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
-
-    row("nothing", "", "0:0 0, has no collection");
-    row("no collection", "0600FF 0901", "0:0 0, has no collection");
-    row("cut in an item", vendorCollection(field) + "06 00", fault + "ends within an item");
-    row("cut in a long item", vendorCollection("FE0442 0102"), fault + "ends within an item");
-    row("cut after a long item's prefix", vendorCollection(field) + "FE", fault + "ends within an item");
-    row("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
-    row("end without begin", vendorCollection(field) + "C0", fault + "ends a collection that was not begun");
-    row("pop without push", vendorCollection(field) + "B4", fault + "pops what was not pushed");
-    row("report ID 0", vendorCollection("8500" + field),
-        fault + "has a report ID that is not one of 1 to 255");
-    row("report ID 256", vendorCollection("860001" + field),
-        fault + "has a report ID that is not one of 1 to 255");
-    row("report too long", vendorCollection("7508 960040 B102"),
-        fault + "has a feature report of more than 16384 bytes");
-    row("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
-        fault + "has a feature report of more than 16384 bytes");
-    row("32 deep", vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
-        "ff00:1 0, has no feature report");
-    row("33 deep", vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
-        fault + "nests collections more than 32 deep");
-    row("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
-        fault + "pushes more than 32 states");
-    row("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
-        "ff00:1 0, has no feature report");
-    row("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
-        "0:0 0, is longer than 4096 bytes");
+    addSoundDescriptors();
+    addFaultyDescriptors();
 }
 
 void TestLinuxDevices::descriptorsAreRead()

@@ -8,16 +8,13 @@
 #include <QStatusBar>
 
 #include "desk.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 
-class TestMainWindow : public QObject
+class TestMainWindow : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void theMainPageComparesDevicesWithTheArchive_data();
     void theMainPageComparesDevicesWithTheArchive();
     void aDeviceBeingReadCountsAsUnknownAndTheWindowSaysSo();
@@ -26,9 +23,6 @@ private Q_SLOTS:
     void theStartScreenNamesTheArchivesGeneration();
     void theSystemMenuIsReachedByKeyboardAndMouse();
     void aPictureIsScaledOnceWhenItIsSet();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()

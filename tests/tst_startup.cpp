@@ -14,9 +14,9 @@
 
 #include "archivebuilder.h"
 #include "imagebuilder.h"
+#include "leavesnothing.h"
 #include "literals.h"
 #include "logfile.h"
-#include "openobjects.h"
 #include "simulatedmachine.h"
 #include "startup.h"
 #include "waiting.h"
@@ -88,14 +88,11 @@ private:
 
 } // namespace
 
-class TestStartup : public QObject
+class TestStartup : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void theLogIsNamedAfterTheMinuteAndHoldsTheMessagesOfTheLastRun();
     void everyLineIsWholeWhicheverThreadWritesIt();
     void aFullDiskLosesMessagesAndNothingElse();
@@ -110,7 +107,6 @@ private Q_SLOTS:
     void theProgramLoadsTheArchiveOfThePackageThatStartsIt();
 
 private:
-    std::size_t handlesBefore = 0;
     const QTemporaryDir folder;
 };
 

@@ -5,6 +5,7 @@
 
 #include "attempt.h"
 #include "hidnode.h"
+#include "leavesnothing.h"
 #include "openobjects.h"
 #include "pairedcomputer.h"
 #include "simulatedchannel.h"
@@ -33,7 +34,7 @@ struct HeldComputer : PairedComputer
 
 } // namespace
 
-class TestUpdater : public QObject
+class TestUpdater : public LeavesNothing
 {
     Q_OBJECT
 
@@ -48,18 +49,12 @@ Q_SIGNALS:
     void reached(std::promise<void>* waiting); ///< by the flasher, which waits
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void everyDeviceEndsWithTheImage_data();
     void everyDeviceEndsWithTheImage();
     void aDeviceLostWhileProgrammedEndsTheAttempt_data();
     void aDeviceLostWhileProgrammedEndsTheAttempt();
     void theDeviceThatArrivedLastCounts();
     void destructionWaitsForTheProgramming();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestUpdater::everyDeviceEndsWithTheImage_data()

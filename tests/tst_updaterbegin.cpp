@@ -7,7 +7,7 @@
 
 #include "attempt.h"
 #include "hidnode.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 #include "scriptedhid.h"
 #include "waiting.h"
 
@@ -81,14 +81,11 @@ private:
 
 } // namespace
 
-class TestUpdaterBegin : public QObject
+class TestUpdaterBegin : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void aDeviceInNormalModeIsToldToLeaveIt_data();
     void aDeviceInNormalModeIsToldToLeaveIt();
     void aDeviceThatLeavesAtOnceIsSeen();
@@ -97,9 +94,6 @@ private Q_SLOTS:
     void anEmptyImageIsNeverWritten();
     void aDeviceThatCannotBeTakenEndsTheAttempt_data();
     void aDeviceThatCannotBeTakenEndsTheAttempt();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestUpdaterBegin::aDeviceInNormalModeIsToldToLeaveIt_data()

@@ -7,7 +7,7 @@
 #include "desk.h"
 #include "firmwareupdater.h"
 #include "flashingdialog.h"
-#include "openobjects.h"
+#include "leavesnothing.h"
 
 namespace {
 
@@ -22,14 +22,11 @@ const QString reject = "Do not update"_s;
 
 } // namespace
 
-class TestWindowUpdate : public QObject
+class TestWindowUpdate : public LeavesNothing
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handlesBefore = openHandleCount(); }
-    void cleanup() { QCOMPARE(openHandleCount(), handlesBefore); }
-
     void questionsDecideWhetherAnUpdateBegins_data();
     void questionsDecideWhetherAnUpdateBegins();
     void aSuccessfulUpdateEndsInPairingInstructions();
@@ -37,9 +34,6 @@ private Q_SLOTS:
     void aFailedUpdateIsReportedAndCanBeRepeated();
     void aDevicePluggedInDuringAQuestionIsAskedAboutAndUpdated();
     void theNewScreenIsPaintedBeforeTheWindowWaits();
-
-private:
-    std::size_t handlesBefore = 0;
 };
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateBegins_data()

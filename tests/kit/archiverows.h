@@ -1,0 +1,208 @@
+#pragma once
+
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include <QtTest>
+
+#include "rawzip.h"
+#include "smallimage.h"
+
+using Archive = std::function<QByteArray()>; // built when its row is run
+Q_DECLARE_METATYPE(Archive)
+
+/// Rows for a test of columns "archive" and "outcome": damaged, hostile and unusual archives, and what of
+/// them loads.
+namespace ArchiveRows {
+
+using RawZip::Deflated;
+using RawZip::Stored;
+
+constexpr int entryLimit = 64 * 1024 * 1024;
+constexpr int notesLimit = 1024 * 1024;
+
+inline RawEntry changed(RawEntry entry, const std::function<void(RawEntry&)>& change)
+{
+    change(entry);
+    return entry;
+}
+
+inline void addRow(const char* name, const QString& outcome, const Archive& archive)
+{
+    QTest::newRow(name) << archive << outcome;
+}
+
+inline void addRow(const char* name, const QString& outcome, const std::vector<RawEntry>& entries)
+{
+    addRow(name, outcome, [=] { return RawZip::archive(entries); });
+}
+
+inline QString headsetOnly()
+{
+    return QStringLiteral("fw 0 6");
+}
+
+inline QByteArray transmitterText()
+{
+    return imageText(4);
+}
+
+inline RawEntry headsetEntry()
+{
+    return RawZip::entry("h.ef", imageText(6), Deflated);
+}
+
+/// Has @p packed be what an entry's bytes were packed to with bzip2.
+inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
+{
+    return [=](RawEntry& e) {
+        e.method = RawZip::Bzip2;
+        e.packed = packed;
+        e.packedBytes = static_cast<std::uint32_t>(packed.size());
+    };
+}
+
+/// "New.", packed with bzip2.
+inline QByteArray bzip2OfNew()
+{
+    return QByteArray::fromHex("425A683931415926535979BF4855000000958000010001"
+                               "020000802000219A68334D133C5DC914E14241E6FD2154");
+}
+
+/// A transmitter's image that is not to be used once @p change was made to it, beside a headset's that is.
+inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
+{
+    addRow(name, headsetOnly(), [=] {
+        RawEntry packed = RawZip::entry("p.ff", transmitterText(), Deflated);
+        RawEntry stored = RawZip::entry("s.ff", transmitterText(), Stored);
+        change(packed);
+        change(stored);
+        return RawZip::archive({packed, headsetEntry(), stored});
+    });
+}
+
+inline void addDamagedEntries()
+{
+    addDamaged("checksum", [](RawEntry& e) { e.checksum ^= 1; });
+    addDamaged("encrypted", [](RawEntry& e) { e.flags = 1; });
+    addDamaged("unknown method", [](RawEntry& e) { e.method = 99; });
+    addDamaged("packed size past the end", [](RawEntry& e) { e.packedBytes = 0x100000; });
+    addDamaged("packed size of 2 GiB", [](RawEntry& e) { e.packedBytes = 0x80000000; });
+    addDamaged("packed size of 0", [](RawEntry& e) { e.packedBytes = 0; });
+    addDamaged("shorter than declared", [](RawEntry& e) { e.bytes += 1; });
+    addDamaged("longer than declared", [](RawEntry& e) { e.bytes -= 1; });
+    addDamaged("declared 2 GiB", [](RawEntry& e) { e.bytes = 0x80000000; });
+    addDamaged("declared 2 GiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, 0x80000000); });
+    addDamaged("declared 16 EiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, ~quint64{0}); });
+    addDamaged("declared in ZIP64 that is not there", [](RawEntry& e) { e.bytes = 0xFFFFFFFF; });
+    addDamaged("bzip2 that ends early", bzip2(bzip2OfNew().chopped(1)));
+    addDamaged("bzip2 of 1 byte", bzip2("B"));
+    addDamaged("bzip2 of 0 bytes", bzip2(""));
+    addDamaged("nothing in it", [](RawEntry& e) { e = RawZip::entry(e.name, "", RawZip::Method(e.method)); });
+    addDamaged("name of more than 256 bytes", [](RawEntry& e) { e.name.prepend(QByteArray(253, 'n')); });
+}
+
+inline void addUnusualEntries()
+{
+    const QString failed = QStringLiteral("failed");
+    const RawEntry headset = headsetEntry();
+    const QByteArray transmitter = transmitterText();
+    addRow("ZIP64", headsetOnly(), {RawZip::inZip64(headset, headset.bytes)});
+    addRow("extra field past its end", headsetOnly(),
+           {changed(headset, [](RawEntry& e) { e.extra = QByteArray("\1\0\xFF\xFF", 4); })});
+    addRow("absolute and upward names", QStringLiteral("fw 4 6"),
+           {RawZip::entry("/etc/t.ff", transmitter), RawZip::entry("../../h.ef", imageText(6))});
+    addRow("names alike but for case stand for the first", failed,
+           {RawZip::entry("H.ef", imageText(6)), RawZip::entry("h.ef", "word")});
+    addRow("names alike but for case, the first of no use", failed,
+           {RawZip::entry("H.EF", "word"), RawZip::entry("h.ef", imageText(6))});
+    addRow("names that are no text", headsetOnly(), {RawZip::entry("\xFF\xC0\n.ff", ""), headset});
+    addRow("no names", headsetOnly(), {RawZip::entry("", transmitter), headset});
+    addRow("folders only", failed, {RawZip::entry("a/", ""), RawZip::entry("t.ff/", transmitter)});
+    addRow("no entries", failed, std::vector<RawEntry>());
+}
+
+inline void addNotes(const char* name, const RawEntry& notes, const QString& text = QString())
+{
+    addRow(name, headsetOnly() + text, {headsetEntry(), notes});
+}
+
+inline void addReleaseNotes()
+{
+    const auto notes = [](const QByteArray& bytes) { return RawZip::entry("n.txt", bytes, Deflated); };
+    const QString accented = QStringLiteral("\u00E9");
+    addNotes("notes in bzip2", changed(notes("New."), bzip2(bzip2OfNew())));
+    addNotes("notes in bzip2 that end early", changed(notes("New."), bzip2(bzip2OfNew().chopped(1))));
+    addNotes("notes in the system's encoding", notes("\xC3\xA9"), QString::fromLocal8Bit("\xC3\xA9"));
+    addNotes("notes in UTF-8, marked", notes("\xEF\xBB\xBF\xC3\xA9"), accented);
+    addNotes("notes in UTF-16, little end first", notes(QByteArray("\xFF\xFE\xE9\0", 4)), accented);
+    addNotes("notes in UTF-16, big end first", notes(QByteArray("\xFE\xFF\0\xE9", 4)), accented);
+    addNotes("notes of half a character", notes(QByteArray("\xFF\xFE\xE9", 3)));
+    addNotes("notes at the limit", notes(QByteArray(notesLimit, 'n')), QString(notesLimit, QLatin1Char('n')));
+    addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
+}
+
+inline void addLargeImages()
+{
+    const auto lines = [](int size) {
+        return RawZip::entry("l.ff", transmitterText().leftJustified(size, '\n'), Deflated);
+    };
+    addRow("image at the limit", QStringLiteral("fw 4 6"), [=] {
+        return RawZip::archive({lines(entryLimit), headsetEntry()});
+    });
+    addRow("image above the limit", headsetOnly(), [=] {
+        return RawZip::archive({lines(entryLimit + 1), headsetEntry()});
+    });
+    addRow("bomb of digits, stored", headsetOnly(), [] {
+        const QByteArray digits = QByteArray("1\n").repeated(entryLimit / 2);
+        return RawZip::archive({RawZip::entry("d.ff", digits), headsetEntry()});
+    });
+    addRow("bomb: 1000 entries share 64 MiB", headsetOnly(), [] {
+        RawEntry bomb = RawZip::entry("0000.ff", QByteArray(entryLimit, '\n'), Deflated);
+        std::vector<RawEntry> all{headsetEntry(), bomb};
+        bomb.sharesBytes = true;
+        for (int i = 1; i < 1000; ++i)
+            all.push_back(changed(
+                bomb, [i](RawEntry& e) { e.name = QByteArray::number(i).rightJustified(4, '0') + ".ff"; }));
+        return RawZip::archive(all);
+    });
+    addRow("65 MiB of empty blocks before an image", headsetOnly(), [] {
+        RawEntry blocks = RawZip::entry("e.ff", transmitterText(), Deflated);
+        blocks.packed.prepend(QByteArray("\0\0\0\xFF\xFF", 5).repeated(13 * 1024 * 1024));
+        blocks.packedBytes = static_cast<std::uint32_t>(blocks.packed.size());
+        return RawZip::archive({blocks, headsetEntry()});
+    });
+}
+
+/// @p count entries of no use, whose names end with @p suffix, and a headset's image.
+inline QByteArray manyEntries(int count, const QByteArray& suffix)
+{
+    std::vector<RawEntry> all{RawZip::entry("000000" + suffix, "")};
+    all.reserve(static_cast<std::size_t>(count) + 1);
+    for (int i = 1; i < count; ++i) {
+        all.push_back(all.front());
+        all.back().name = QByteArray::number(i).rightJustified(6, '0') + suffix;
+        all.back().sharesBytes = true;
+    }
+    all.push_back(headsetEntry());
+    return RawZip::archive(all);
+}
+
+inline void addDirectories()
+{
+    const QString failed = QStringLiteral("failed");
+    addRow("100,000 entries", headsetOnly(), [] { return manyEntries(100000, ""); });
+    addRow("100,000 images", headsetOnly(), [] { return manyEntries(100000, ".ff"); });
+    addRow("directory of more than 16 MiB", failed, [] { return manyEntries(400000, ""); });
+    addRow("directory that tells 2^63 entries", headsetOnly(),
+           [] { return RawZip::archive({headsetEntry()}, std::numeric_limits<qint64>::max()); });
+    addRow("directory that tells too few entries", headsetOnly(), [] {
+        return RawZip::archive({headsetEntry(), RawZip::entry("t.ff", transmitterText())}, 1);
+    });
+    addRow("no archive", failed, [] { return QByteArray(100000, 'P'); });
+    addRow("end record only", failed, [] { return QByteArray("PK\5\6"); });
+    addRow("nothing", failed, [] { return QByteArray(); });
+}
+
+} // namespace ArchiveRows
