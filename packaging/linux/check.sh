@@ -82,8 +82,8 @@ make_bare_debian
 as_root rm -rf "$work"
 as_root cp -a "$bare" "$work"
 as_root mkdir -p "$work/check" "$work/var/cache/apt/archives"
-as_root cp -r packaging/linux/check/. build/release/bench/bench build/release/packaging/linux/check/pair "$deb" \
-    "$work/check"
+as_root cp -r packaging/linux/check/. packaging/checks.sh build/release/bench/bench \
+    build/release/packaging/linux/check/pair "$deb" "$work/check"
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
 rm -rf "$results"
 mkdir -p "$results"

@@ -46,8 +46,8 @@ sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
 as_root cp "$made/$updater"-*.exe "$work/package/package.exe"
 as_root cp "$build/app/$updater.exe" "$made/check"/*.exe "$made/check"/*.dll "$made/check/bus"/*.exe "$made/check/bus"/*.sys \
-    "$made/check/pair"/*.exe packaging/windows/check/bus/simbus.inf packaging/windows/check/run.sh \
-    packaging/windows/check/program.sh packaging/windows/check/devices.sh "$work"
+    "$made/check/pair"/*.exe packaging/windows/check/bus/simbus.inf packaging/checks.sh \
+    packaging/windows/check/run.sh packaging/windows/check/program.sh packaging/windows/check/devices.sh "$work"
 as_root cp "$made/check/copy/$updater.exe" "$made/check"/*.dll "$made/check"/UninstallDevices_*.exe "$work/devices"
 as_root cp "$made/check_package.exe" "$work/devices-package/package.exe"
 

@@ -1,5 +1,6 @@
 # Run by check.sh inside the Debian that has Wine. Every check prints a line; the exit status tells whether all held.
 cd /check || exit 1
+. ./checks.sh
 mount -t proc proc /proc
 mount -t tmpfs tmpfs /tmp
 mkdir -p /dev/shm
@@ -11,19 +12,6 @@ title="ZEFO VYNT Firmware Update"
 updater=zefo-vynt-firmware-update.exe
 temporary=$WINEPREFIX/drive_c/users/root/Temp
 logs=$temporary/ZEFO_VYNT_Firmware_Update_Logs
-failures=0
-
-# check SENTENCE COMMAND...
-check() {
-    sentence=$1
-    shift
-    if "$@"; then
-        echo "holds:  $sentence"
-    else
-        echo "FAILED: $sentence"
-        failures=$((failures + 1))
-    fi
-}
 
 # A sound card that plays into nothing, so that there are audio endpoints.
 printf 'pcm.!default { type null }\nctl.!default { type null }\n' >"$HOME/.asoundrc"

@@ -1,4 +1,4 @@
-# Sourced by the scripts that check.
+# Sourced by the scripts that check the packages, on Wine and on the Linux kernel.
 
 failures=0
 
