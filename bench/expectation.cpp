@@ -22,15 +22,16 @@ Expectation whenTransferFails(Phase phase)
     }
 }
 
-constexpr int transfersPerQuery = 2; // the request and its answer
+// Chip identifier and revision, a request and its answer each; all are made, whatever becomes of one.
+constexpr int identificationTransfers = 4;
 
 Expectation whenDeviceVanishes(const Transfers& at, int commits)
 {
     switch (at.phase) {
     case Phase::Leave:
         return lost;
-    case Phase::Identify: // the chip's revision is asked for also where its identifier was not told
-        return {FlashingError::UnknownChip, false, at.in(Phase::Identify) <= transfersPerQuery ? 2 : 1};
+    case Phase::Identify:
+        return {FlashingError::UnknownChip, false, identificationTransfers + 1 - at.in(Phase::Identify)};
     case Phase::FinalWait:
         return {0, true, 1};
     case Phase::Commit:
@@ -64,7 +65,9 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
         return struckAt->phase == Phase::Leave ? lost : success; // the last restart is nobody's business
     case Fault::OtherPort:
         return success;
+    case Fault::ShortAnswer: // counts as a transfer that failed; answers are asked for in identification only
+        return {FlashingError::UnknownChip, false, 1};
     default:
-        return unknownChip; // the two faults of an answer; answers are asked for in identification only
+        return unknownChip;
     }
 }

@@ -23,12 +23,6 @@ private Q_SLOTS:
     void completionIsReportedAgainWithTheFirstLaterBatch();
     void onlyMatchingReadableDevicesAreReported_data();
     void onlyMatchingReadableDevicesAreReported();
-    void aFilterMatches_data();
-    void aFilterMatches();
-    void aNodeThatCannotBeReadIsPassedOver_data();
-    void aNodeThatCannotBeReadIsPassedOver();
-    void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data();
-    void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast();
     void aDeviceIsReportedOnceWhateverTheCase();
     void anArrivalStillQueuedIsErasedByItsRemoval();
     void stopDoesNotWaitForAnInstallation();
@@ -174,87 +168,6 @@ void TestDetector::onlyMatchingReadableDevicesAreReported()
         return;
     QVERIFY(f.recorder.last->hasFriendlyName);
     QCOMPARE(f.recorder.last->name, std::wstring(L"Friendly"));
-}
-
-void TestDetector::aFilterMatches_data()
-{
-    QTest::addColumn<int>("vendorId");
-    QTest::addColumn<int>("productId");
-    QTest::addColumn<bool>("isHid");
-    QTest::addColumn<bool>("isMatch");
-    QTest::newRow("itself") << 0x7A31 << 4 << true << true;
-    QTest::newRow("any vendor") << 0 << 4 << true << true;
-    QTest::newRow("any product") << 0x7A31 << 0 << true << true;
-    QTest::newRow("any device") << 0 << 0 << true << true;
-    QTest::newRow("other vendor") << 0x170D << 0 << true << false;
-    QTest::newRow("other product") << 0 << 3 << true << false;
-    QTest::newRow("other kind") << 0x7A31 << 4 << false << false;
-}
-
-void TestDetector::aFilterMatches()
-{
-    QFETCH(const int, vendorId);
-    QFETCH(const int, productId);
-    QFETCH(const bool, isHid);
-    QFETCH(const bool, isMatch);
-    DetectorFixture f;
-    f.tree.plug(hidNode(transmitter));
-    const DeviceId filter{static_cast<std::uint16_t>(vendorId), static_cast<std::uint16_t>(productId),
-                          isHid ? InterfaceKind::Hid : InterfaceKind::UsbDevice};
-    QVERIFY(f.start({{0x1234, 0x0001, InterfaceKind::Hid}, filter}));
-    QCOMPARE(f.recorder.waitFor(1).first(),
-             isMatch ? QStringLiteral("+7a31:4") : QStringLiteral("complete 0"));
-}
-
-void TestDetector::aNodeThatCannotBeReadIsPassedOver_data()
-{
-    QTest::addColumn<QString>("hardwareId");
-    QTest::addColumn<QString>("enumerator");
-    QTest::newRow("no hardware id") << ""
-                                    << "HID";
-    QTest::newRow("no enumerator") << "HID\\VID_7A31&PID_0003"
-                                   << "";
-    QTest::newRow("other bus") << "HID\\VID_7A31&PID_0003"
-                               << "BTHENUM";
-}
-
-void TestDetector::aNodeThatCannotBeReadIsPassedOver()
-{
-    QFETCH(const QString, hardwareId);
-    QFETCH(const QString, enumerator);
-    DetectorFixture f;
-    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are the begin of the other's
-    first.hardwareIds.clear();
-    if (!hardwareId.isEmpty())
-        first.hardwareIds = {hardwareId.toStdWString()};
-    first.enumerator = enumerator.toStdWString();
-    f.tree.plug(first);
-    QVERIFY(f.detected({transmitter}));
-    QCOMPARE(f.recorder.waitFor(2), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("complete 1")}));
-}
-
-void TestDetector::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data()
-{
-    QTest::addColumn<SystemCall>("call");
-    QTest::addColumn<int>("nth");
-    QTest::newRow("enumeration") << SystemCall::SetupDiGetClassDevsW << 1;
-    QTest::newRow("devices") << SystemCall::SetupDiGetClassDevsW << 2;
-    QTest::newRow("instance id") << SystemCall::SetupDiGetDeviceInstanceIdW << 1;
-    QTest::newRow("hardware id") << SystemCall::SetupDiGetDeviceRegistryPropertyW << 3; // after two names
-    QTest::newRow("enumerator") << SystemCall::SetupDiGetDeviceRegistryPropertyW << 4;
-}
-
-void TestDetector::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast()
-{
-    QFETCH(const SystemCall, call);
-    QFETCH(const int, nth);
-    DetectorFixture f;
-    f.machine.failCall(call, nth, ERROR_NOT_ENOUGH_MEMORY);
-    f.tree.plug(hidNode(transmitter));
-    QVERIFY(f.start());
-    QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));
-    f.tree.repeatArrival(hidNode(transmitter).interfacePath);
-    TRY_COMPARE(f.recorder.waitFor(2).last(), QStringLiteral("+7a31:4"));
 }
 
 void TestDetector::aDeviceIsReportedOnceWhateverTheCase()

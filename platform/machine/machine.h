@@ -17,6 +17,7 @@ enum class SystemCall {
     CreateWindowExW,
     RegisterDeviceNotificationW,
     SetupDiGetClassDevsW,
+    SetupDiGetDeviceInterfaceDetailW,
     SetupDiGetDeviceInstanceIdW,
     SetupDiGetDeviceRegistryPropertyW,
     CMP_WaitNoPendingInstallEvents,

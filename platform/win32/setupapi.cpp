@@ -131,7 +131,7 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
         (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
         return fail(ERROR_INVALID_USER_BUFFER);
     const DeviceNode* const node = set->element(interfaceData->Reserved);
-    if (!node)
+    if (!node || !isServed(SystemCall::SetupDiGetDeviceInterfaceDetailW))
         return FALSE;
     const std::size_t pathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
     const std::wstring path = enumeratedPath(node->interfacePath);
