@@ -133,13 +133,16 @@ private:
         return !isDetecting || !device(type).isPluggedIn() || !controller.version(type).isEmpty();
     }
 
-    /// The storm pauses until what is there has been read, however slow the computer is.
+    /// The storm pauses until what is there has been read, and what is gone is not read any more, however
+    /// slow the computer is.
     void waitUntilAllIsRead()
     {
         std::promise<bool> waiting;
         onGuiThread([this, &waiting] {
-            waiting.set_value(
-                QTest::qWaitFor([this] { return isRead(Transmitter) && isRead(Headset); }, patienceMs));
+            const auto isAtRest = [this] {
+                return isRead(Transmitter) && isRead(Headset) && machine.deviceTree().openFileCount() == 0;
+            };
+            waiting.set_value(QTest::qWaitFor(isAtRest, patienceMs));
         });
         unread += waiting.get_future().get() ? 0 : 1;
     }
