@@ -2,7 +2,7 @@
 
 #include <QtTest>
 
-/// A test whose functions leave no handle and no COM object open that was not open before.
+/// A test whose functions leave no handle open that was not open before, and no COM object at all.
 class LeavesNothing : public QObject
 {
     Q_OBJECT
@@ -13,7 +13,4 @@ protected:
 protected Q_SLOTS:
     void init();
     void cleanup();
-
-private:
-    std::size_t comObjectsBefore = 0;
 };
