@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,7 @@ struct HidInterface
     std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
     std::vector<FeatureReportFormat> featureReports; ///< empty where there are none
-    FeatureReports* serves = nullptr;                ///< borrowed until the device has gone from the bus
+    std::shared_ptr<FeatureReports> serves;          ///< null where there are none
 };
 
 /// A device as a bus shows it to the computer.

@@ -1,5 +1,7 @@
 #include "busface.h"
 
+#include <utility>
+
 #include "imagebuilder.h"
 
 namespace {
@@ -22,7 +24,7 @@ constexpr std::uint8_t dataReportId = 0xE4;
 constexpr std::uint16_t applicationReportBytes = 63;
 constexpr std::uint16_t loaderReportBytes = 263;
 
-BusDevice loaderFace(bool isTransmitter, FeatureReports* serves)
+BusDevice loaderFace(bool isTransmitter, std::shared_ptr<FeatureReports> serves)
 {
     BusDevice face;
     face.vendorId = loaderVendorId;
@@ -32,17 +34,17 @@ BusDevice loaderFace(bool isTransmitter, FeatureReports* serves)
                         vendorPage,
                         firstUsage,
                         {{commandReportId, loaderReportBytes}, {dataReportId, loaderReportBytes}},
-                        serves}};
+                        std::move(serves)}};
     return face;
 }
 
 } // namespace
 
-BusDevice busFace(const SimulatedChip& chip, bool isProgramming, FeatureReports* serves)
+BusDevice busFace(const SimulatedChip& chip, bool isProgramming, std::shared_ptr<FeatureReports> serves)
 {
     const bool isTransmitter = chip.hardware().kind == DeviceType::Transmitter;
     if (isProgramming)
-        return loaderFace(isTransmitter, serves);
+        return loaderFace(isTransmitter, std::move(serves));
     const auto identity = ImageBuilder::identityOf(chip.memory());
     const std::uint16_t usualProductId = isTransmitter ? usualTransmitterProductId : headsetProductId;
     BusDevice face;
@@ -50,8 +52,11 @@ BusDevice busFace(const SimulatedChip& chip, bool isProgramming, FeatureReports*
     face.productId = identity ? identity->productId : usualProductId;
     face.name = isTransmitter ? "VYNT transmitter" : "VYNT headset";
     face.isComposite = true;
-    face.interfaces = {
-        {consumerInterface, consumerPage, firstUsage, {}, nullptr},
-        {channelInterface, vendorPage, firstUsage, {{commandReportId, applicationReportBytes}}, serves}};
+    face.interfaces = {{consumerInterface, consumerPage, firstUsage, {}, nullptr},
+                       {channelInterface,
+                        vendorPage,
+                        firstUsage,
+                        {{commandReportId, applicationReportBytes}},
+                        std::move(serves)}};
     return face;
 }

@@ -20,7 +20,35 @@ constexpr std::size_t shortAnswerBytes = 8;
 constexpr std::size_t statusOffset = 1;
 constexpr std::uint8_t noData = 0x01;
 
+/// Whether the fault keeps a transfer from the chip.
+bool isPrevented(Fault striking)
+{
+    return striking == Fault::TransferFails || striking == Fault::Vanish || striking == Fault::PowerLost;
+}
+
 } // namespace
+
+/// One time at the bus. A transfer that was on its way when it ended never reaches the device, which may be
+/// back by then.
+class SimulatedDevice::Stay : public FeatureReports
+{
+public:
+    explicit Stay(SimulatedDevice& device)
+        : of(device)
+    {
+    }
+    Transfer set(const std::uint8_t* report, std::size_t size) override
+    {
+        return of.set(*this, report, size);
+    }
+    Transfer get(std::uint8_t* report, std::size_t size, std::size_t& received) override
+    {
+        return of.get(*this, report, size, received);
+    }
+
+private:
+    SimulatedDevice& of;
+};
 
 SimulatedDevice::SimulatedDevice(Bus& deviceBus, SleepFunction sleep, Setup setup)
     : bus(deviceBus)
@@ -82,7 +110,7 @@ std::optional<Transfers> SimulatedDevice::struckAt() const
 bool SimulatedDevice::isPluggedIn() const
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    return pluggedIn;
+    return present != nullptr;
 }
 
 bool SimulatedDevice::isProgramming() const
@@ -109,16 +137,18 @@ std::vector<std::string> SimulatedDevice::refusals() const
     return chip.refusals();
 }
 
-Transfer SimulatedDevice::set(const std::uint8_t* report, std::size_t size)
+Transfer SimulatedDevice::set(const Stay& stay, const std::uint8_t* report, std::size_t size)
 {
     const SimulatedChip::Command command = SimulatedChip::understand(report, size);
     std::unique_lock<std::mutex> lock(mutex);
-    const Fault striking = faults.countTransfer(command.phase, false);
+    if (present.get() != &stay)
+        return Transfer::Gone;
+    const Fault striking = countTransfer(command.phase, false);
     const Transfers made = faults.transfers();
-    lock.unlock();
-    if (const auto outcome = suffer(striking, made))
-        return *outcome;
-    lock.lock();
+    if (isPrevented(striking)) {
+        lock.unlock();
+        return suffer(striking, made);
+    }
     chip.obey(command);
     lock.unlock();
     if (made.in(made.phase) == 1) {
@@ -131,15 +161,17 @@ Transfer SimulatedDevice::set(const std::uint8_t* report, std::size_t size)
     return Transfer::Done;
 }
 
-Transfer SimulatedDevice::get(std::uint8_t* report, std::size_t size, std::size_t& received)
+Transfer SimulatedDevice::get(const Stay& stay, std::uint8_t* report, std::size_t size, std::size_t& received)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    const Fault striking = faults.countTransfer(std::nullopt, true);
-    const Transfers made = faults.transfers();
-    lock.unlock();
-    if (const auto outcome = suffer(striking, made))
-        return *outcome;
-    lock.lock();
+    if (present.get() != &stay)
+        return Transfer::Gone;
+    const Fault striking = countTransfer(std::nullopt, true);
+    if (isPrevented(striking)) {
+        const Transfers made = faults.transfers();
+        lock.unlock();
+        return suffer(striking, made);
+    }
     std::vector<std::uint8_t> answer = chip.answer(size);
     lock.unlock();
     if (striking == Fault::NoData)
@@ -149,31 +181,28 @@ Transfer SimulatedDevice::get(std::uint8_t* report, std::size_t size, std::size_
     return Transfer::Done;
 }
 
-/// @return what becomes of the transfer at which @p fault strikes; nothing where it gets through.
-std::optional<Transfer> SimulatedDevice::suffer(Fault fault, const Transfers& made)
+/// @return the fault that strikes at this transfer. `mutex` is held.
+Fault SimulatedDevice::countTransfer(std::optional<Phase> phase, bool isAnswer)
+{
+    const Fault striking = faults.countTransfer(phase, isAnswer);
+    if (striking == Fault::WrongIdentity)
+        chip.setWrongIdentity(true);
+    return striking;
+}
+
+/// @return what becomes of the transfer that a fault prevents.
+Transfer SimulatedDevice::suffer(Fault fault, const Transfers& made)
 {
     const std::string at = " at transfer " + std::to_string(made.count) + " (" + phaseName(made.phase) + ")";
-    switch (fault) {
-    case Fault::TransferFails:
+    if (fault == Fault::TransferFails) {
         tell("fault: failed" + at);
         return Transfer::Failed;
-    case Fault::Vanish:
-        tell("fault: vanished" + at);
-        vanish();
-        return Transfer::Gone;
-    case Fault::PowerLost:
-        tell("fault: power lost" + at);
-        vanish();
+    }
+    tell((fault == Fault::PowerLost ? "fault: power lost" : "fault: vanished") + at);
+    vanish();
+    if (fault == Fault::PowerLost)
         later(powerLossMs, &SimulatedDevice::connectToBus);
-        return Transfer::Gone;
-    case Fault::WrongIdentity: {
-        const std::lock_guard<std::mutex> guard(mutex);
-        chip.setWrongIdentity(true);
-        return std::nullopt;
-    }
-    default:
-        return std::nullopt;
-    }
+    return Transfer::Gone;
 }
 
 /// Takes the device away in the middle of a transfer.
@@ -227,12 +256,12 @@ void SimulatedDevice::connectToBus()
     BusDevice face;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (pluggedIn)
+        if (present)
             return;
-        pluggedIn = true;
+        present = std::make_shared<Stay>(*this);
         chip.powerUp();
         chip.setProgrammingMode(programming);
-        face = busFace(chip, programming, this);
+        face = busFace(chip, programming, present);
         face.port = lastPort = nextPort;
         face.refusesOpen = refusesOpen;
     }
@@ -245,9 +274,9 @@ void SimulatedDevice::disconnectFromBus()
 {
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (!pluggedIn)
+        if (!present)
             return;
-        pluggedIn = false;
+        present.reset();
     }
     bus.detach(port());
     tell("disconnected");

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -22,7 +23,7 @@
 ///
 /// Restarts take their time, on a thread of the device's own. All operations may be called on any thread.
 /// Whatever uses the device has to be gone before it is destroyed.
-class SimulatedDevice : private FeatureReports
+class SimulatedDevice
 {
 public:
     // How to script it.
@@ -37,7 +38,7 @@ public:
     };
     /// @param sleep  lets restarts take their time.
     SimulatedDevice(Bus& deviceBus, SleepFunction sleep, Setup setup);
-    ~SimulatedDevice() override;
+    ~SimulatedDevice();
 
     void plugIn();
     void unplug();
@@ -67,12 +68,15 @@ public:
     std::vector<std::string> refusals() const; ///< commands that the chip did not take, and why
 
 private:
-    // What it answers.
-    Transfer set(const std::uint8_t* report, std::size_t size) override;
-    Transfer get(std::uint8_t* report, std::size_t size, std::size_t& received) override;
+    class Stay;
+
+    // What it answers, as long as the stay lasts.
+    Transfer set(const Stay& stay, const std::uint8_t* report, std::size_t size);
+    Transfer get(const Stay& stay, std::uint8_t* report, std::size_t size, std::size_t& received);
 
     // What a fault does to it.
-    std::optional<Transfer> suffer(Fault fault, const Transfers& made);
+    Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
+    Transfer suffer(Fault fault, const Transfers& made);
     void vanish();
 
     // How it comes, goes and restarts.
@@ -93,8 +97,8 @@ private:
     FaultPlan faults;
     int nextPort; ///< at which it comes
     int lastPort = 0;
-    bool pluggedIn = false;
-    bool refusesOpen = false; ///< until it is plugged in anew
+    std::shared_ptr<Stay> present; ///< null while it is off the bus
+    bool refusesOpen = false;      ///< until it is plugged in anew
     bool programming = false;
 
     DelayedActions restarts;

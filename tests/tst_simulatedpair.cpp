@@ -38,6 +38,15 @@ bool download(Channel& channel, char byte)
     return channel.send(QByteArray::fromHex("E4000000000001") + QByteArray(256, byte));
 }
 
+/// Keeps what it was shown last, as a computer does whose transfer is on its way.
+struct KeepingBus : Bus
+{
+    void attach(const BusDevice& device) override { channel = device.interfaces.back().serves; }
+    void detach(int) override {}
+
+    std::shared_ptr<FeatureReports> channel;
+};
+
 const char commit[] = "FF0700FF0400000203";
 const char erase[] = "FF0A00FF040000050C000000";
 
@@ -82,6 +91,7 @@ private Q_SLOTS:
     void aCommitNeedsWhatComesBeforeIt_data();
     void aCommitNeedsWhatComesBeforeIt();
     void norFlashIsErasedBeforeItIsProgrammed();
+    void aTransferNeverReachesTheNextStay();
     void loadedRowsLieApart();
     void faultsStrikeAtTheirTransfer_data();
     void faultsStrikeAtTheirTransfer();
@@ -180,6 +190,28 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
         QVERIFY(channel.write(0xC44B, "00080000") && channel.write(0xC451, "0100") && channel.send(erase));
         QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target")); // within a sector
     }
+}
+
+void TestSimulatedPair::aTransferNeverReachesTheNextStay()
+{
+    VirtualClock clock;
+    KeepingBus bus;
+    const auto image = ImageBuilder::build(ImageBuilder::headset());
+    SimulatedDevice device(bus, sleepOn(clock),
+                           {SimulatedChip::hardwareFor(Headset, 12, 2, image), image, 1, {}});
+    device.plugIn();
+    const auto earlier = bus.channel;
+    device.unplug();
+    device.plugIn();
+    const std::vector<std::uint8_t> leave{0xFF, 0x02, 0x00, 0x0A};
+    QCOMPARE(int(earlier->set(leave.data(), leave.size())), int(Transfer::Gone));
+    std::vector<std::uint8_t> answer(64);
+    std::size_t received = 0;
+    QCOMPARE(int(earlier->get(answer.data(), answer.size(), received)), int(Transfer::Gone));
+    TRY_VERIFY(device.isSettled());
+    QVERIFY(!device.isProgramming());
+    QCOMPARE(int(bus.channel->set(leave.data(), leave.size())), int(Transfer::Done));
+    TRY_VERIFY(device.isSettled() && device.isProgramming());
 }
 
 void TestSimulatedPair::loadedRowsLieApart()

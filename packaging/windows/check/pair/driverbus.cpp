@@ -132,7 +132,7 @@ void DriverBus::serve(std::uint32_t number)
 
 BusProtocol::Answer DriverBus::serveOne(std::uint32_t number, const BusProtocol::Request& wanted)
 {
-    FeatureReports* serves = nullptr;
+    std::shared_ptr<FeatureReports> serves;
     {
         const std::lock_guard<std::mutex> guard(mutex);
         if (slots.at(number).isTaken)

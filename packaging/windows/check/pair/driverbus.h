@@ -34,7 +34,7 @@ private:
     struct Slot
     {
         bool isTaken = false;
-        FeatureReports* serves = nullptr;
+        std::shared_ptr<FeatureReports> serves;
         std::thread server;
     };
 
