@@ -30,10 +30,9 @@ public:
     [[nodiscard]] QByteArray takeImage();
 
 private:
-    void decodeLines(const char* begin, const char* end);
+    void decodeLines(const char* position, const char* end);
 
-    QByteArray image; ///< longer than what is decoded, so that there is room for what comes
-    int imageBytes = 0;
+    QByteArray image;
     std::string unfinishedLine;
     bool isMalformed = false;
 };
