@@ -128,19 +128,15 @@ void FlashingDialog::onFlashingError(int code)
 {
     const DeviceType type = takeReportingUpdater();
     qDebug("Update failed with code %d, device type = %d", code, type);
-    showResult(type, errorText(type, code), QStringLiteral(":/icons/process-stop.png"));
     errorCodes.insert(type, code);
-    fixProgressBar(type);
-    checkEndOfRun();
+    endDevice(type, errorText(type, code), QStringLiteral(":/icons/process-stop.png"));
 }
 
 void FlashingDialog::onFlashingFinished()
 {
     const DeviceType type = takeReportingUpdater();
     qDebug("Update finished, device type = %d", type);
-    showResult(type, tr("Device has been successfully updated."), QStringLiteral(":/icons/doneandnext.png"));
-    fixProgressBar(type);
-    checkEndOfRun();
+    endDevice(type, tr("Device has been successfully updated."), QStringLiteral(":/icons/doneandnext.png"));
 }
 
 void FlashingDialog::fixProgressBar(DeviceType type)
@@ -174,7 +170,7 @@ QString FlashingDialog::errorText(DeviceType type, int code) const
         .arg(code);
 }
 
-void FlashingDialog::showResult(DeviceType type, const QString& text, const QString& iconPath)
+void FlashingDialog::endDevice(DeviceType type, const QString& text, const QString& iconPath)
 {
     const ResultWidgets widgets = widgetsOf(type);
     widgets.text->setText(text);
@@ -184,6 +180,8 @@ void FlashingDialog::showResult(DeviceType type, const QString& text, const QStr
     // Close gets the focus at the end, so this is where a screen reader tells how the run went.
     ui->closeButton->setAccessibleDescription(ui->closeButton->accessibleDescription() +
                                               QStringLiteral("%1\n%2\n").arg(widgets.box->title(), text));
+    fixProgressBar(type);
+    checkEndOfRun();
 }
 
 void FlashingDialog::checkEndOfRun()

@@ -78,7 +78,7 @@ private:
     void restartAudioService();
     DeviceType takeReportingUpdater();
     QString errorText(DeviceType type, int code) const;
-    void showResult(DeviceType type, const QString& text, const QString& iconPath);
+    void endDevice(DeviceType type, const QString& text, const QString& iconPath);
     void checkEndOfRun();
 
     const std::unique_ptr<Ui::FlashingDialogClass> ui;

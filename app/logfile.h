@@ -18,9 +18,6 @@ public:
     /// Gives messages back to the handler of before and closes the file. Threads may go on logging meanwhile.
     ~LogFile();
 
-    LogFile(const LogFile&) = delete;
-    LogFile& operator=(const LogFile&) = delete;
-
 private:
     QFile file;
     QtMessageHandler previousHandler = nullptr;

@@ -8,15 +8,8 @@
 
 namespace {
 
-QString unverifiedStyle()
-{
-    return QStringLiteral("QLabel{color: #E9AB17;}");
-}
-
-QString incompatibleStyle()
-{
-    return QStringLiteral("QLabel{color: crimson;}");
-}
+constexpr QLatin1String unverifiedStyle("QLabel{color: #E9AB17;}");
+constexpr QLatin1String incompatibleStyle("QLabel{color: crimson;}");
 
 void showVersion(QLabel* label, const QString& text, bool italic)
 {
@@ -47,7 +40,7 @@ void MainPageLabels::showCurrentVersion(DeviceType type)
 {
     QLabel* const label = currentVersionLabel(type);
     const QString version = deviceController.version(type);
-    label->setStyleSheet(version.isEmpty() ? unverifiedStyle() : QString());
+    label->setStyleSheet(version.isEmpty() ? unverifiedStyle : QString());
     showVersion(label, version.isEmpty() ? MainWindow::tr("Unknown version") : version, false);
 }
 
@@ -78,21 +71,17 @@ QLabel* MainPageLabels::currentVersionLabel(DeviceType type) const
     return type == DeviceType::Transmitter ? ui.transmitterVersion : ui.headsetVersion;
 }
 
-QLabel* MainPageLabels::targetVersionLabel(DeviceType type) const
-{
-    return type == DeviceType::Transmitter ? ui.transmitterFirmwareVersion : ui.headsetFirmwareVersion;
-}
-
 void MainPageLabels::showTargetVersion(DeviceType type, const Compatibility& rules)
 {
-    if (rules.isIncompatible(type))
+    if (rules.of(type).isIncompatible())
         return;
-    QLabel* const label = targetVersionLabel(type);
+    QLabel* const label =
+        type == DeviceType::Transmitter ? ui.transmitterFirmwareVersion : ui.headsetFirmwareVersion;
     const QString version = firmwareController.version(type);
     const bool willBeWritten = !version.isEmpty() && deviceController.isConnected(type);
-    const bool unverified = willBeWritten && rules.isIdentityUnknown(type);
+    const bool unverified = willBeWritten && rules.of(type).isIdentityUnknown();
 
-    label->setStyleSheet(unverified ? unverifiedStyle() : QString());
+    label->setStyleSheet(unverified ? unverifiedStyle : QString());
     setExplanation(
         label, unverified
                    ? MainWindow::tr("Cannot determine if firmware is compatible with the connected device.")
@@ -107,7 +96,7 @@ void MainPageLabels::showObstacle(const Compatibility& rules)
         label->setText(MainWindow::tr("Incompatible with current file"));
         label->show();
         for (QLabel* const version : {ui.transmitterFirmwareVersion, ui.headsetFirmwareVersion}) {
-            version->setStyleSheet(incompatibleStyle());
+            version->setStyleSheet(incompatibleStyle);
             setExplanation(version, QString());
             showVersion(version, MainWindow::tr("Incompatible"), true);
         }
@@ -123,7 +112,7 @@ void MainPageLabels::showDeviceName()
     QLabel* const label = ui.connectedDeviceNameLabel;
     const QString name = deviceController.deviceName();
     const bool unknownDevice = name.isEmpty() && deviceController.isConnected(DeviceType::Transmitter);
-    label->setStyleSheet(unknownDevice ? unverifiedStyle() : QString());
+    label->setStyleSheet(unknownDevice ? unverifiedStyle : QString());
     if (!name.isEmpty())
         label->setText(name);
     else

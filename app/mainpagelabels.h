@@ -2,10 +2,10 @@
 
 #include "deviceinstance.h"
 
-class Compatibility;
 class DeviceController;
 class FirmwareController;
 class QLabel;
+struct Compatibility;
 
 namespace Ui {
 class MainWindowClass;
@@ -30,7 +30,6 @@ public:
 
 private:
     QLabel* currentVersionLabel(DeviceType type) const;
-    QLabel* targetVersionLabel(DeviceType type) const;
     void showTargetVersion(DeviceType type, const Compatibility& rules);
     void showObstacle(const Compatibility& rules);
     void showDeviceName();

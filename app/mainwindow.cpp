@@ -47,7 +47,10 @@ MainWindow::MainWindow(QWidget* parent)
     setFixedSize(size());
     SystemMenuItems::add(*this, tr("Override"), tr("About..."));
 
-    createInfoScreen();
+    infoScreen = std::shared_ptr<InfoScreen>(new InfoScreen, deleteUnlessOwnedByWidget);
+    infoScreen->resize(size());
+    connect(infoScreen->closeButton(), &QPushButton::clicked, this, &MainWindow::close);
+    connect(infoScreen->backButton(), &QPushButton::clicked, this, &MainWindow::leaveFailureReport);
     mainPage = std::shared_ptr<QWidget>(centralWidget(), deleteUnlessOwnedByWidget);
     createBusyIndicator();
 
@@ -63,14 +66,6 @@ MainWindow::MainWindow(QWidget* parent)
 }
 
 MainWindow::~MainWindow() = default;
-
-void MainWindow::createInfoScreen()
-{
-    infoScreen = std::shared_ptr<InfoScreen>(new InfoScreen, deleteUnlessOwnedByWidget);
-    infoScreen->resize(size());
-    connect(infoScreen->closeButton(), &QPushButton::clicked, this, &MainWindow::close);
-    connect(infoScreen->backButton(), &QPushButton::clicked, this, &MainWindow::leaveFailureReport);
-}
 
 void MainWindow::createBusyIndicator()
 {
@@ -120,12 +115,8 @@ bool MainWindow::nativeEvent(const QByteArray& eventType, void* message, long* r
 Compatibility MainWindow::compatibility() const
 {
     const auto candidate = [this](DeviceType type) {
-        UpdateCandidate result;
-        result.isConnected = deviceController->isConnected(type);
-        result.devicePid = deviceController->pid(type);
-        result.imagePid = firmwareController->pid(type);
-        result.hasImage = !firmwareController->firmware(type).isEmpty();
-        return result;
+        return UpdateCandidate{deviceController->isConnected(type), deviceController->pid(type),
+                               firmwareController->pid(type), !firmwareController->firmware(type).isEmpty()};
     };
     return {candidate(DeviceType::Transmitter), candidate(DeviceType::Headset)};
 }
@@ -194,7 +185,7 @@ bool MainWindow::isUpdateConfirmed()
 
 bool MainWindow::addToUpdate(FlashingDialog& dialog, DeviceType type) const
 {
-    return compatibility().canBeUpdated(type) &&
+    return compatibility().of(type).canBeUpdated() &&
            dialog.addDeviceToUpdate(deviceController->deviceInstance(type),
                                     firmwareController->firmware(type), type);
 }
@@ -219,11 +210,6 @@ void MainWindow::on_updateButton_clicked()
         deviceController->startDetection();
         showFailureReport(dialog->errors());
     }
-    endUpdate(std::move(dialog));
-}
-
-void MainWindow::endUpdate(std::unique_ptr<FlashingDialog> dialog)
-{
     // The dialog may have to wait for the audio service, and for a device that is being programmed.
     repaint();
     QApplication::setOverrideCursor(Qt::WaitCursor);

@@ -8,12 +8,12 @@
 
 #include "deviceinstance.h"
 
-class Compatibility;
 class DeviceController;
 class FirmwareController;
 class FlashingDialog;
 class InfoScreen;
 class MainPageLabels;
+struct Compatibility;
 
 namespace Ui {
 class MainWindowClass;
@@ -51,7 +51,6 @@ private Q_SLOTS:
     void enableOverrideMode();
 
 private:
-    void createInfoScreen();
     void createBusyIndicator();
 
     Compatibility compatibility() const;
@@ -60,7 +59,6 @@ private:
     bool confirmUnknownIdentities(std::set<DeviceType>& confirmed);
     bool isUpdateConfirmed();
     bool addToUpdate(FlashingDialog& dialog, DeviceType type) const;
-    void endUpdate(std::unique_ptr<FlashingDialog> dialog);
 
     void showMainPageOrStartScreen();
     void showMainPage();

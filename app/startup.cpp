@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <type_traits>
 
 #include <windows.h>
 
@@ -18,11 +17,7 @@
 
 namespace {
 
-struct HandleCloser
-{
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
+using OwnedHandle = std::unique_ptr<void, decltype(&CloseHandle)>;
 
 constexpr DWORD unknownProcessId = 0;
 
@@ -31,7 +26,7 @@ DWORD parentProcessId()
     const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     if (handle == INVALID_HANDLE_VALUE)
         return unknownProcessId;
-    const OwnedHandle snapshot(handle);
+    const OwnedHandle snapshot(handle, &CloseHandle);
 
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof(entry);
@@ -79,7 +74,7 @@ bool Startup::isLaunchedByPackage(const QStringList& arguments)
 QDir Startup::parentProcessDirectory()
 {
     const OwnedHandle parent(
-        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, parentProcessId()));
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, parentProcessId()), &CloseHandle);
     if (!parent)
         return QDir(QString());
 

@@ -69,13 +69,13 @@ void TestCompatibility::devicesAndImagesDecideWhatIsOffered()
     const QByteArrayList devices = QByteArray(QTest::currentDataTag()).split(' ');
     const UpdateCandidate transmitter = parse(devices[0]);
     const UpdateCandidate headset = parse(devices[1]);
-    const Compatibility rules(transmitter, headset);
+    const Compatibility rules{transmitter, headset};
     QByteArray incompatible, updatable, unknown;
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         const char letter = type == DeviceType::Transmitter ? 'T' : 'H';
-        if (rules.isIncompatible(type))
+        if (rules.of(type).isIncompatible())
             incompatible += letter;
-        if (rules.canBeUpdated(type))
+        if (rules.of(type).canBeUpdated())
             updatable += letter;
         if (rules.unknownIdentities().count(type) != 0)
             unknown += letter;
