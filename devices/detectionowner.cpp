@@ -2,8 +2,6 @@
 
 #include <QCoreApplication>
 
-#include "devicedetector.h"
-
 void DetectionOwner::startDetector(const DeviceId* ids, unsigned int count)
 {
     detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
@@ -18,10 +16,4 @@ void DetectionOwner::endDetector()
     detector.reset();
     // Reports that are still queued name records that are deleted now.
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
-}
-
-void DetectionOwner::forget(DeviceInstance* removed)
-{
-    if (detector)
-        detector->forget(removed);
 }

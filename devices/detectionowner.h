@@ -4,10 +4,8 @@
 
 #include <QObject>
 
+#include "devicedetector.h"
 #include "devicelistener.h"
-
-class DeviceDetector;
-struct DeviceId;
 
 /// The life of one detection after the other, for a receiver of its reports on the GUI thread.
 class DetectionOwner : public QObject
@@ -29,7 +27,8 @@ protected:
         connect(listener, &DeviceListener::deviceArrived, receiver, arrived);
         connect(listener, &DeviceListener::deviceRemoved, receiver, removed);
         // Queued behind the slot above: by then nothing refers to the record any more.
-        connect(listener, &DeviceListener::deviceRemoved, this, &DetectionOwner::forget);
+        connect(listener, &DeviceListener::deviceRemoved, this,
+                [this](DeviceInstance* gone) { detector->forget(gone); });
     }
 
     /// One that cannot start is one without devices.
@@ -37,7 +36,4 @@ protected:
 
     /// Nothing that the detection reported reaches a slot any more.
     void endDetector();
-
-private:
-    void forget(DeviceInstance* removed);
 };

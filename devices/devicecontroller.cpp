@@ -107,7 +107,7 @@ DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
 
 DeviceControllerPrivate::~DeviceControllerPrivate()
 {
-    endDetection();
+    stopDetection();
 }
 
 void DeviceControllerPrivate::startDetection()
@@ -120,22 +120,16 @@ void DeviceControllerPrivate::startDetection()
     startDetector(ids.data(), static_cast<unsigned int>(ids.size()));
 }
 
+/// When it has returned nobody holds a device any more, so that an update can have them for itself.
 void DeviceControllerPrivate::stopDetection()
 {
     devices = {};
-    endDetection();
-}
-
-/// When it has returned nobody holds a device any more, so that an update can have them for itself.
-void DeviceControllerPrivate::endDetection()
-{
     if (!detector)
         return;
     *detectionEnded = true;
     endDetector();
-    for (auto read = pendingReads.keyBegin(); read != pendingReads.keyEnd(); ++read)
-        (*read)->waitForFinished();
-    for (IdentityWatcher* const read : qAsConst(abandonedReads))
+    const auto reads = findChildren<QFutureWatcherBase*>(); // also those whose device is gone
+    for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }
 
@@ -197,13 +191,8 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
     if (!watcher)
         return;
     watcher->deleteLater();
-    if (pendingReads.contains(watcher))
-        takeResult(watcher);
-    abandonedReads.remove(watcher);
-}
-
-void DeviceControllerPrivate::takeResult(IdentityWatcher* watcher)
-{
+    if (!pendingReads.contains(watcher))
+        return;
     const DeviceType type = pendingReads.value(watcher);
     const Identity identity = watcher->result();
     ConnectedDevice& device = devices[type];
@@ -222,10 +211,8 @@ void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
     if (removed == devices.end())
         return;
     const DeviceType type = removed.key();
-    if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr)) {
-        abandonedReads.insert(watcher);
+    if (IdentityWatcher* const watcher = pendingReads.key(type, nullptr))
         endRead(watcher);
-    }
     devices.remove(type);
     Q_EMIT q->deviceRemoved(type);
 }

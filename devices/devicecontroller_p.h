@@ -6,8 +6,6 @@
 #include <QFutureWatcher>
 #include <QMap>
 #include <QPair>
-#include <QSet>
-#include <QVector>
 
 #include "detectionowner.h"
 #include "devicecontroller.h"
@@ -46,11 +44,8 @@ private Q_SLOTS:
 private:
     void identify(const DeviceInstance& instance, DeviceType type,
                   std::shared_ptr<AbstractHidDevice>&& device);
-    void takeResult(IdentityWatcher* watcher);
     void endRead(IdentityWatcher* watcher);
-    void endDetection();
     void forgetEarlierDetection();
 
     std::shared_ptr<std::atomic<bool>> detectionEnded; ///< tells the reads of a detection
-    QSet<IdentityWatcher*> abandonedReads;             ///< still running; their devices are gone
 };

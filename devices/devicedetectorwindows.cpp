@@ -24,11 +24,6 @@ static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
 
 using Guard = std::lock_guard<CriticalSection>;
 
-bool isEndOfEnumeration(const GUID& classGuid, const std::wstring& path)
-{
-    return classGuid == GUID{} && path.empty();
-}
-
 void closeAndForget(HANDLE& handle)
 {
     if (handle)
@@ -97,13 +92,11 @@ void DeviceDetectorWindows::stop()
         joinAndForget(notificationThreadHandle);
     }
     closeAndForget(readyEvent);
-    if (stopEvent) {
-        if (workerThreadHandle) {
-            SetEvent(stopEvent);
-            joinAndForget(workerThreadHandle);
-        }
-        closeAndForget(stopEvent);
+    if (workerThreadHandle) {
+        SetEvent(stopEvent);
+        joinAndForget(workerThreadHandle);
     }
+    closeAndForget(stopEvent);
     closeAndForget(workEvent);
     const Guard guard(lock);
     knownDevices.clear();
@@ -157,10 +150,9 @@ DWORD WINAPI DeviceDetectorWindows::runWorkerThread(LPVOID detector)
 
 void DeviceDetectorWindows::notificationThread()
 {
-    const bool isSetUp = setUpNotifications();
-    started = isSetUp;
+    started = setUpNotifications();
     SetEvent(readyEvent);
-    if (!isSetUp)
+    if (!started)
         return;
     unsigned int queued = 0;
     {
@@ -324,7 +316,7 @@ void DeviceDetectorWindows::examineArrivals()
     std::unique_lock<CriticalSection> guard(lock);
     while (!arrivalQueue.empty()) {
         const PendingArrival arrival = arrivalQueue.front();
-        const bool isComplete = isEndOfEnumeration(arrival.classGuid, arrival.path);
+        const bool isComplete = arrival.isEndOfEnumeration();
         if (!isComplete)
             addDevice(arrival);
         arrivalQueue.erase(arrivalQueue.begin());
@@ -377,8 +369,7 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
         });
     if (queued != arrivalQueue.end())
         arrivalQueue.erase(queued);
-    if (!arrivalQueue.empty() &&
-        isEndOfEnumeration(arrivalQueue.front().classGuid, arrivalQueue.front().path)) {
+    if (!arrivalQueue.empty() && arrivalQueue.front().isEndOfEnumeration()) {
         arrivalQueue.erase(arrivalQueue.begin());
         listener->deviceEnumerationComplete(knownDevices.size());
     }

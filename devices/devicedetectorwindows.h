@@ -11,9 +11,24 @@
 
 #include <dbt.h>
 
-#include "criticalsection_p.h"
 #include "devicedetector.h"
 #include "handlenotifications_p.h"
+
+/// The system's recursive lock, for std::lock_guard and std::unique_lock.
+class CriticalSection
+{
+public:
+    CriticalSection() { InitializeCriticalSection(&section); }
+    ~CriticalSection() { DeleteCriticalSection(&section); }
+    CriticalSection(const CriticalSection&) = delete;
+    CriticalSection& operator=(const CriticalSection&) = delete;
+
+    void lock() { EnterCriticalSection(&section); }
+    void unlock() { LeaveCriticalSection(&section); }
+
+private:
+    CRITICAL_SECTION section;
+};
 
 /// Device detection by SetupAPI enumeration and device-change broadcasts.
 ///
@@ -22,7 +37,6 @@
 class DeviceDetectorWindows : public DeviceDetector
 {
 public:
-    DeviceDetectorWindows() = default;
     ~DeviceDetectorWindows() override;
 
     bool start(DeviceDetectorListener* reportTo, const DeviceId* ids, unsigned int count) override;
@@ -39,6 +53,8 @@ private:
     {
         GUID classGuid;
         std::wstring path;
+
+        bool isEndOfEnumeration() const { return classGuid == GUID{} && path.empty(); }
     };
     struct GuidOrder
     {

@@ -30,11 +30,6 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
     return a.vendorId == b.vendorId && a.productId == b.productId && a.interfaceKind == b.interfaceKind;
 }
 
-constexpr bool operator!=(const DeviceId& a, const DeviceId& b)
-{
-    return !(a == b);
-}
-
 /// One device interface that a detector accepted.
 ///
 /// Records are created and deleted by detectors only. A borrowed pointer is valid from the arrival

@@ -14,10 +14,7 @@ class DeviceListener : public QObject, public DeviceDetectorListener
     Q_OBJECT
 
 public:
-    explicit DeviceListener(QObject* parent)
-        : QObject(parent)
-    {
-    }
+    using QObject::QObject;
 
 Q_SIGNALS:
     void deviceArrived(DeviceInstance* instance) override;

@@ -1,6 +1,7 @@
 #include "interfaceclass_p.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -17,7 +18,6 @@ constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
-constexpr GUID noInterfaceClass = {};
 constexpr GUID usbDeviceInterfaceClass = {
     0xA5DCBF10, 0x6530, 0x11D2, {0x90, 0x1F, 0x00, 0xC0, 0x4F, 0xB9, 0x51, 0xED}};
 
@@ -97,41 +97,26 @@ wchar_t lowerAscii(wchar_t c)
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-void lowerInPlace(wchar_t* text)
-{
-    for (; *text != L'\0'; ++text)
-        *text = lowerAscii(*text);
-}
-
-unsigned digitValue(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-        return static_cast<unsigned>(c - L'0');
-    if (c >= L'a' && c <= L'f')
-        return static_cast<unsigned>(c - L'a') + 10;
-    if (c >= L'A' && c <= L'F')
-        return static_cast<unsigned>(c - L'A') + 10;
-    return 0;
-}
-
-/// The up to four hexadecimal digits after @p key; 0 where the key is missing. A character that is no
-/// digit counts 0.
+/// The up to four lower-case hexadecimal digits after @p key; 0 where the key is missing. A character that
+/// is no digit counts 0.
 std::uint16_t parseHexAfterKey(const std::wstring& text, std::wstring_view key)
 {
-    constexpr std::size_t digits = 4;
+    constexpr std::wstring_view digits = L"0123456789abcdef";
+    constexpr std::size_t maxDigits = 4;
     const std::size_t found = text.find(key);
     if (found == std::wstring::npos)
         return 0;
-    unsigned value = 0;
-    for (const wchar_t c : text.substr(found + key.size(), digits))
-        value = value * 16 + digitValue(c);
+    std::size_t value = 0;
+    for (const wchar_t c : text.substr(found + key.size(), maxDigits)) {
+        const std::size_t digit = digits.find(c);
+        value = value * digits.size() + (digit == std::wstring_view::npos ? 0 : digit);
+    }
     return static_cast<std::uint16_t>(value);
 }
 
 bool isOnUsbOrHid(const std::wstring& enumerator)
 {
-    const std::wstring name = toLowerAscii(enumerator);
-    return name == L"usb" || name == L"hid";
+    return _wcsicmp(enumerator.c_str(), L"usb") == 0 || _wcsicmp(enumerator.c_str(), L"hid") == 0;
 }
 
 void readName(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DeviceInstance& device)
@@ -149,13 +134,10 @@ void readName(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DeviceInstance&
 
 GUID interfaceClassGuid(InterfaceKind kind)
 {
-    if (kind == InterfaceKind::UsbDevice)
-        return usbDeviceInterfaceClass;
-    if (kind != InterfaceKind::Hid)
-        return noInterfaceClass;
-    GUID guid;
-    HidD_GetHidGuid(&guid);
-    return guid;
+    GUID guid = {};
+    if (kind == InterfaceKind::Hid)
+        HidD_GetHidGuid(&guid);
+    return kind == InterfaceKind::UsbDevice ? usbDeviceInterfaceClass : guid;
 }
 
 InterfaceKind interfaceKindOf(const GUID& guid)
@@ -197,7 +179,7 @@ bool readDeviceProperties(const std::wstring& path, DeviceInstance& device, cons
     for (DWORD index = 0; list.device(index, data); ++index) {
         if (!list.instanceId(data, instanceId))
             continue;
-        lowerInPlace(instanceId);
+        std::transform(instanceId, instanceId + std::wcslen(instanceId), instanceId, lowerAscii);
         if (idPath.find(instanceId) == std::wstring::npos)
             continue;
         readName(list, data, device);
