@@ -1,8 +1,5 @@
 #include "chipmodel.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 constexpr RegisterWrite c0Patch{0xC0A7, 0x00};
@@ -14,22 +11,13 @@ constexpr ChipModel models[] = {
     {13, 3, "AV6x02", "AV6xx2", "D0", 0xB53A, 0xBB5C, 0xB0A0, {0xF0E1, 0xA0}, std::nullopt},
 };
 
-template <typename Predicate>
-const ChipModel* findFirst(Predicate isWanted)
-{
-    const auto* const found = std::find_if(std::begin(models), std::end(models), isWanted);
-    return found == std::end(models) ? nullptr : found;
-}
-
 } // namespace
 
-const ChipModel* findChipModel(int id)
+const ChipModel* findChipModel(int id, std::optional<int> revision)
 {
-    return findFirst([id](const ChipModel& model) { return model.id == id; });
-}
-
-const ChipModel* findChipModel(int id, int revision)
-{
-    return findFirst(
-        [id, revision](const ChipModel& model) { return model.id == id && model.revision == revision; });
+    for (const ChipModel& model : models) {
+        if (model.id == id && model.revision == revision.value_or(model.revision))
+            return &model;
+    }
+    return nullptr;
 }

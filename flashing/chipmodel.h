@@ -24,8 +24,6 @@ struct ChipModel
     std::optional<RegisterWrite> patch; ///< to be made before programming
 };
 
-/// @return the chip in any of its revisions; nullptr where it is not known.
-const ChipModel* findChipModel(int id);
-
+/// @param revision  without one, any will do.
 /// @return nullptr where the chip or the revision is not known.
-const ChipModel* findChipModel(int id, int revision);
+const ChipModel* findChipModel(int id, std::optional<int> revision = std::nullopt);

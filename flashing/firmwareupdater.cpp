@@ -1,11 +1,16 @@
 #include "firmwareupdater.h"
 
+#include <windows.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
+
 #include "abstracthiddevice.h"
 #include "firmwareupdater_p.h"
 #include "flasher.h"
 #include "flashingerror.h"
 #include "hidutilities.h"
-#include "uninstalltool_p.h"
 #include "utilities.h"
 
 namespace {
@@ -21,6 +26,34 @@ DeviceId programmingModeId(DeviceType type)
             return row.id;
     }
     return {};
+}
+
+/// Whether this is a 32-bit process on 64-bit Windows. The function is looked up, for systems that lack it.
+bool isWow64()
+{
+    using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
+    const HMODULE library = LoadLibraryW(L"kernel32.dll");
+    if (!library)
+        return false;
+    BOOL wow64 = FALSE;
+    const auto function = reinterpret_cast<IsWow64ProcessFunction>(
+        reinterpret_cast<void (*)()>(GetProcAddress(library, "IsWow64Process")));
+    const bool isKnown = function && function(GetCurrentProcess(), &wow64);
+    FreeLibrary(library);
+    return isKnown && wow64;
+}
+
+/// Starts the driver-uninstall tool that lies beside the program for the device with the given USB
+/// identifiers. Nobody waits for it; its process object belongs to @p parent and goes with the tool's end.
+void startUninstallTool(QObject* parent, unsigned short vendorId, unsigned short productId)
+{
+    auto* const process = new QProcess(parent);
+    QObject::connect(process, SIGNAL(finished(int)), process, SLOT(deleteLater()));
+    const QString architecture = isWow64() ? QStringLiteral("x64") : QStringLiteral("x86");
+    const QString program =
+        QDir(QCoreApplication::applicationDirPath())
+            .absoluteFilePath(QStringLiteral("UninstallDevices_%1.exe").arg(architecture));
+    process->start(program, {QString::number(vendorId, 10), QString::number(productId, 10)});
 }
 
 } // namespace

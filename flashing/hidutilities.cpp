@@ -166,12 +166,10 @@ int HidUtilities::getAvneraChipRevision(Device device)
 bool HidUtilities::getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision)
 {
-    const ChipModel* const chip = findChipModel(chipId);
-    if (!chip)
-        return false;
     const ChipModel* const model = findChipModel(chipId, revision);
     if (!model) {
-        qCritical("Unsupported %s chip version", chip->family);
+        if (const ChipModel* const chip = findChipModel(chipId))
+            qCritical("Unsupported %s chip version", chip->family);
         return false;
     }
     qDebug("%s VMI found", model->revisionName);
