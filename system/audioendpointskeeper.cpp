@@ -57,34 +57,6 @@ constexpr PROPERTYKEY adapterFriendlyName = {
 /// Everything but endpoints whose adapter is not there.
 constexpr DWORD presentStates = DEVICE_STATE_ACTIVE | DEVICE_STATE_DISABLED | DEVICE_STATE_UNPLUGGED;
 
-struct TaskMemoryDeleter
-{
-    void operator()(LPWSTR text) const { CoTaskMemFree(text); }
-};
-using TaskString = std::unique_ptr<wchar_t, TaskMemoryDeleter>;
-
-/// A property's value, empty at first.
-class PropertyValue
-{
-public:
-    PropertyValue() = default;
-    ~PropertyValue() { PropVariantClear(&value); }
-    PropertyValue(const PropertyValue&) = delete;
-    PropertyValue& operator=(const PropertyValue&) = delete;
-
-    PROPVARIANT* receive() { return &value; }
-
-    std::optional<std::wstring> text() const
-    {
-        if (value.vt != VT_LPWSTR || !value.pwszVal)
-            return std::nullopt;
-        return value.pwszVal;
-    }
-
-private:
-    PROPVARIANT value = {};
-};
-
 template <typename Interface>
 [[nodiscard]] HRESULT createObject(REFCLSID classId, REFIID interfaceId, ComPointer<Interface>& object)
 {
@@ -107,10 +79,13 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
     ComPointer<IPropertyStore> properties;
     if (FAILED(endpoint.call(&IMMDevice::OpenPropertyStore, STGM_READ, properties.receive())))
         return std::nullopt;
-    PropertyValue name;
-    if (FAILED(properties.call(&IPropertyStore::GetValue, adapterFriendlyName, name.receive())))
+    PROPVARIANT name = {};
+    const std::unique_ptr<PROPVARIANT, decltype(&PropVariantClear)> clearing(&name, &PropVariantClear);
+    if (FAILED(properties.call(&IPropertyStore::GetValue, adapterFriendlyName, &name)))
         return std::nullopt;
-    return name.text();
+    if (name.vt != VT_LPWSTR || !name.pwszVal)
+        return std::nullopt;
+    return name.pwszVal;
 }
 
 /// @p name without the number that the system puts before the names of like adapters.
@@ -142,7 +117,7 @@ void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
         return;
     LPWSTR text = nullptr;
     const HRESULT result = endpoint.call(&IMMDevice::GetId, &text);
-    const TaskString id(text);
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> id(text, &CoTaskMemFree);
     if (FAILED(result) || !id)
         return;
     for (auto entry = first; entry != last; ++entry)

@@ -19,9 +19,6 @@ public:
     /// Gives back what the constructor took.
     ~KeepAwake() override;
 
-    KeepAwake(const KeepAwake&) = delete;
-    KeepAwake& operator=(const KeepAwake&) = delete;
-
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, long* result) override;
 

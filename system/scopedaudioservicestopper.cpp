@@ -49,16 +49,14 @@ DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
     return std::clamp(waitHintMs(status) / 10, shortestMs, longestMs);
 }
 
-ServiceHandle openManager()
+/// Opens the service control manager too, and leaves it in @p manager.
+ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
 {
-    ServiceHandle manager = owned(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    if (!manager)
+    manager = owned(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    if (!manager) {
         qDebug("OpenSCManager failed (%d)", lastError());
-    return manager;
-}
-
-ServiceHandle openAudioService(const ServiceHandle& manager, DWORD access)
-{
+        return nullptr;
+    }
     ServiceHandle service = owned(OpenServiceW(manager.get(), audioService, access));
     if (!service)
         qDebug("OpenService failed (%d)", lastError());
@@ -247,11 +245,9 @@ ScopedAudioServiceStopper::~ScopedAudioServiceStopper()
 
 void ScopedAudioServiceStopper::stop()
 {
-    const ServiceHandle manager = openManager();
-    if (!manager)
-        return;
+    ServiceHandle manager;
     const ServiceHandle service =
-        openAudioService(manager, SERVICE_STOP | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS);
+        openAudioService(SERVICE_STOP | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS, manager);
     SERVICE_STATUS_PROCESS status = {};
     if (!service || !queryAudioStatus(service, status))
         return;
@@ -268,10 +264,8 @@ void ScopedAudioServiceStopper::stop()
 
 void ScopedAudioServiceStopper::start()
 {
-    const ServiceHandle manager = openManager();
-    if (!manager)
-        return;
-    const ServiceHandle service = openAudioService(manager, SERVICE_ALL_ACCESS);
+    ServiceHandle manager;
+    const ServiceHandle service = openAudioService(SERVICE_ALL_ACCESS, manager);
     SERVICE_STATUS_PROCESS status = {};
     if (!service || !queryAudioStatus(service, status))
         return;
