@@ -1,13 +1,21 @@
 #pragma once
 
+#include <QByteArray>
 #include <QMap>
 #include <QObject>
 #include <QString>
 
 #include "deviceinstance.h"
-#include "firmwaredata.h"
 
 class FirmwareController;
+
+/// One device kind's firmware out of an archive; a default one stands for "the archive has none".
+struct FirmwareData
+{
+    QByteArray image; ///< address 0 first
+    QString version;
+    unsigned short pid = 0; ///< USB product identifier of the device that runs the image
+};
 
 /// Loads archives for a FirmwareController, which owns it.
 class FirmwareControllerPrivate : public QObject
