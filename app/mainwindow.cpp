@@ -72,9 +72,7 @@ void MainWindow::createBusyIndicator()
     auto* const busyIndicator = new QProgressBar;
     busyIndicator->setRange(0, 0);
     busyIndicator->setAccessibleName(tr("Detecting device..."));
-    QSizePolicy policy = busyIndicator->sizePolicy();
-    policy.setVerticalPolicy(QSizePolicy::Maximum);
-    busyIndicator->setSizePolicy(policy);
+    busyIndicator->setSizePolicy(busyIndicator->sizePolicy().horizontalPolicy(), QSizePolicy::Maximum);
     ui->statusBar->addPermanentWidget(busyIndicator);
     busyIndicator->hide();
 

@@ -170,18 +170,13 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
 
     // In programming mode both transmitter generations look alike; the image on the device tells them apart.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
-    if (inProgrammingMode && type == DeviceType::Transmitter) {
-        watcher->setFuture(
-            QtConcurrent::run([device = std::move(device), cancelled = Cancelled(detectionEnded)]() mutable {
-                return readPidAndVersion(std::move(device), cancelled);
-            }));
-        return;
-    }
+    const bool tellsPid = !inProgrammingMode || type != DeviceType::Transmitter;
     const unsigned short pid =
         inProgrammingMode && type == DeviceType::Headset ? normalHeadsetPid() : instance.productId;
-    watcher->setFuture(
-        QtConcurrent::run([device = std::move(device), cancelled = Cancelled(detectionEnded), pid]() mutable {
-            return readVersion(std::move(device), cancelled, pid);
+    watcher->setFuture(QtConcurrent::run(
+        [device = std::move(device), cancelled = Cancelled(detectionEnded), tellsPid, pid]() mutable {
+            return tellsPid ? readVersion(std::move(device), cancelled, pid)
+                            : readPidAndVersion(std::move(device), cancelled);
         }));
 }
 

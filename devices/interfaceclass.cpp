@@ -23,74 +23,42 @@ constexpr GUID usbDeviceInterfaceClass = {
 
 constexpr std::size_t maxTextLength = 260; // device instance identifiers and the properties read here
 
-/// The present devices of one interface class.
-class DeviceInfoList
+using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
+
+/// The present devices of one interface class; none where they cannot be told.
+DeviceInfoList presentDevices(const GUID& classGuid)
 {
-public:
-    explicit DeviceInfoList(const GUID& classGuid)
-        : list(SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE))
-    {
-    }
-    ~DeviceInfoList()
-    {
-        if (isValid())
-            SetupDiDestroyDeviceInfoList(list);
-    }
-    DeviceInfoList(const DeviceInfoList&) = delete;
-    DeviceInfoList& operator=(const DeviceInfoList&) = delete;
+    const HDEVINFO list =
+        SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    return {list == INVALID_HANDLE_VALUE ? nullptr : list, &SetupDiDestroyDeviceInfoList};
+}
 
-    bool isValid() const { return list != INVALID_HANDLE_VALUE; }
+/// Empty where it cannot be read.
+std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA& data)
+{
+    DWORD bytes = 0;
+    SetupDiGetDeviceInterfaceDetailW(list.get(), &data, nullptr, 0, &bytes, nullptr);
+    if (bytes == 0)
+        return {};
+    const std::unique_ptr<void, decltype(&LocalFree)> memory(LocalAlloc(LPTR, bytes), &LocalFree);
+    auto* const detail = static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
+    if (!detail)
+        return {};
+    detail->cbSize = sizeof(*detail);
+    if (!SetupDiGetDeviceInterfaceDetailW(list.get(), &data, detail, bytes, nullptr, nullptr))
+        return {};
+    return detail->DevicePath;
+}
 
-    bool interfaceAt(DWORD index, const GUID& classGuid, SP_DEVICE_INTERFACE_DATA& data) const
-    {
-        data = {};
-        data.cbSize = sizeof(data);
-        return SetupDiEnumDeviceInterfaces(list, nullptr, &classGuid, index, &data) != FALSE;
-    }
-
-    /// Empty where it cannot be read.
-    std::wstring path(SP_DEVICE_INTERFACE_DATA& data) const
-    {
-        DWORD bytes = 0;
-        SetupDiGetDeviceInterfaceDetailW(list, &data, nullptr, 0, &bytes, nullptr);
-        if (bytes == 0)
-            return {};
-        const std::unique_ptr<void, decltype(&LocalFree)> memory(LocalAlloc(LPTR, bytes), &LocalFree);
-        auto* const detail = static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
-        if (!detail)
-            return {};
-        detail->cbSize = sizeof(*detail);
-        if (!SetupDiGetDeviceInterfaceDetailW(list, &data, detail, bytes, nullptr, nullptr))
-            return {};
-        return detail->DevicePath;
-    }
-
-    bool device(DWORD index, SP_DEVINFO_DATA& data) const
-    {
-        data = {};
-        data.cbSize = sizeof(data);
-        return SetupDiEnumDeviceInfo(list, index, &data) != FALSE;
-    }
-
-    /// Read for every device of a walk, hence into a buffer of the caller's.
-    bool instanceId(SP_DEVINFO_DATA& data, wchar_t (&text)[maxTextLength]) const
-    {
-        return SetupDiGetDeviceInstanceIdW(list, &data, text, maxTextLength, nullptr) != FALSE;
-    }
-
-    /// A text property; of a list of texts the first.
-    std::optional<std::wstring> property(SP_DEVINFO_DATA& data, DWORD which) const
-    {
-        wchar_t text[maxTextLength + 1] = {}; // one more than is handed over: always ended
-        if (!SetupDiGetDeviceRegistryPropertyW(list, &data, which, nullptr, reinterpret_cast<BYTE*>(text),
-                                               maxTextLength * sizeof(wchar_t), nullptr))
-            return std::nullopt;
-        return text;
-    }
-
-private:
-    HDEVINFO list;
-};
+/// A text property; of a list of texts the first.
+std::optional<std::wstring> property(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DWORD which)
+{
+    wchar_t text[maxTextLength + 1] = {}; // one more than is handed over: always ended
+    if (!SetupDiGetDeviceRegistryPropertyW(list.get(), &data, which, nullptr, reinterpret_cast<BYTE*>(text),
+                                           maxTextLength * sizeof(wchar_t), nullptr))
+        return std::nullopt;
+    return text;
+}
 
 wchar_t lowerAscii(wchar_t c)
 {
@@ -121,13 +89,20 @@ bool isOnUsbOrHid(const std::wstring& enumerator)
 
 void readName(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DeviceInstance& device)
 {
-    if (const auto friendlyName = list.property(data, SPDRP_FRIENDLYNAME)) {
+    if (const auto friendlyName = property(list, data, SPDRP_FRIENDLYNAME)) {
         device.name = *friendlyName;
         device.hasFriendlyName = true;
-    } else if (const auto description = list.property(data, SPDRP_DEVICEDESC)) {
+    } else if (const auto description = property(list, data, SPDRP_DEVICEDESC)) {
         device.name = *description;
         device.hasFriendlyName = false;
     }
+}
+
+InterfaceKind interfaceKindOf(const GUID& guid)
+{
+    if (guid == interfaceClassGuid(InterfaceKind::Hid))
+        return InterfaceKind::Hid;
+    return guid == usbDeviceInterfaceClass ? InterfaceKind::UsbDevice : InterfaceKind::None;
 }
 
 } // namespace
@@ -140,13 +115,6 @@ GUID interfaceClassGuid(InterfaceKind kind)
     return kind == InterfaceKind::UsbDevice ? usbDeviceInterfaceClass : guid;
 }
 
-InterfaceKind interfaceKindOf(const GUID& guid)
-{
-    if (guid == interfaceClassGuid(InterfaceKind::Hid))
-        return InterfaceKind::Hid;
-    return guid == usbDeviceInterfaceClass ? InterfaceKind::UsbDevice : InterfaceKind::None;
-}
-
 std::wstring toLowerAscii(std::wstring text)
 {
     std::transform(text.begin(), text.end(), text.begin(), lowerAscii);
@@ -155,11 +123,15 @@ std::wstring toLowerAscii(std::wstring text)
 
 std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid)
 {
-    const DeviceInfoList list(classGuid);
     std::vector<std::wstring> paths;
-    SP_DEVICE_INTERFACE_DATA data;
-    for (DWORD index = 0; list.isValid() && list.interfaceAt(index, classGuid, data); ++index) {
-        if (std::wstring path = list.path(data); !path.empty())
+    const DeviceInfoList list = presentDevices(classGuid);
+    if (!list)
+        return paths;
+    SP_DEVICE_INTERFACE_DATA data = {};
+    data.cbSize = sizeof(data);
+    for (DWORD index = 0; SetupDiEnumDeviceInterfaces(list.get(), nullptr, &classGuid, index, &data);
+         ++index) {
+        if (std::wstring path = interfacePath(list, data); !path.empty())
             paths.push_back(std::move(path));
     }
     return paths;
@@ -167,26 +139,27 @@ std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid)
 
 bool readDeviceProperties(const std::wstring& path, DeviceInstance& device, const GUID& classGuid)
 {
-    const DeviceInfoList list(classGuid);
-    if (!list.isValid())
+    const DeviceInfoList list = presentDevices(classGuid);
+    if (!list)
         return false;
     std::wstring idPath = toLowerAscii(path);
     std::replace(idPath.begin(), idPath.end(), L'#', L'\\');
     device.vendorId = 0;
     device.productId = 0;
-    SP_DEVINFO_DATA data;
+    SP_DEVINFO_DATA data = {};
+    data.cbSize = sizeof(data);
     wchar_t instanceId[maxTextLength];
-    for (DWORD index = 0; list.device(index, data); ++index) {
-        if (!list.instanceId(data, instanceId))
+    for (DWORD index = 0; SetupDiEnumDeviceInfo(list.get(), index, &data); ++index) {
+        if (!SetupDiGetDeviceInstanceIdW(list.get(), &data, instanceId, maxTextLength, nullptr))
             continue;
         std::transform(instanceId, instanceId + std::wcslen(instanceId), instanceId, lowerAscii);
         if (idPath.find(instanceId) == std::wstring::npos)
             continue;
         readName(list, data, device);
-        const auto hardwareId = list.property(data, SPDRP_HARDWAREID);
+        const auto hardwareId = property(list, data, SPDRP_HARDWAREID);
         if (!hardwareId)
             continue;
-        const auto enumerator = list.property(data, SPDRP_ENUMERATOR_NAME);
+        const auto enumerator = property(list, data, SPDRP_ENUMERATOR_NAME);
         if (!enumerator || !isOnUsbOrHid(*enumerator))
             continue;
         const std::wstring id = toLowerAscii(*hardwareId);

@@ -10,9 +10,6 @@
 /// The class GUID of an interface kind; all zero for InterfaceKind::None.
 GUID interfaceClassGuid(InterfaceKind kind);
 
-/// The reverse; InterfaceKind::None for any other GUID.
-InterfaceKind interfaceKindOf(const GUID& guid);
-
 /// @p text with its ASCII letters in lower case, as interface paths are compared.
 std::wstring toLowerAscii(std::wstring text);
 

@@ -184,13 +184,6 @@ QPair<DeviceType, FirmwareData> getFirmwareData(FirmwareArchive& archive, const 
     return {type, data};
 }
 
-/// The text's byte order mark tells its encoding; without one it is the system's.
-QString decodeText(const QByteArray& bytes)
-{
-    QTextStream stream(bytes);
-    return stream.readAll();
-}
-
 } // namespace
 
 FirmwareControllerPrivate::FirmwareControllerPrivate(FirmwareController* controller)
@@ -235,8 +228,9 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
+    // The text's byte order mark tells its encoding; without one it is the system's.
     if (!texts.isEmpty())
-        releaseNotes = decodeText(readFile(archive, texts.first(), maxReleaseNotesBytes));
+        releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =
         listFiles(names, QStringLiteral(".ff")) + listFiles(names, QStringLiteral(".ef"));
     for (const QString& name : images) {

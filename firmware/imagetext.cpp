@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -95,25 +94,20 @@ namespace ImageText {
 
 bool Decoder::feed(const char* text, int bytes)
 {
-    const char* const end = text + bytes;
-    if (!unfinishedLine.empty()) {
-        const char* const begin = text;
-        text = afterLine(begin, end);
-        unfinishedLine.append(begin, text);
-        if (unfinishedLine.back() != lineEnd)
-            return !isMalformed;
-        decodeLines(unfinishedLine.data(), unfinishedLine.data() + unfinishedLine.size());
-        unfinishedLine.clear();
+    unfinished.append(text, static_cast<std::size_t>(bytes));
+    const auto pieceEnd = unfinished.crbegin() + bytes; // what stood before has no end of a line
+    const auto lastEnd = std::find(unfinished.crbegin(), pieceEnd, lineEnd);
+    if (lastEnd != pieceEnd) {
+        const auto decodable = static_cast<std::size_t>(unfinished.crend() - lastEnd);
+        decodeLines(unfinished.data(), unfinished.data() + decodable);
+        unfinished.erase(0, decodable);
     }
-    const auto lastLine = std::find(std::reverse_iterator(end), std::reverse_iterator(text), lineEnd).base();
-    decodeLines(text, lastLine);
-    unfinishedLine.assign(lastLine, end);
     return !isMalformed;
 }
 
 QByteArray Decoder::takeImage()
 {
-    decodeLines(unfinishedLine.data(), unfinishedLine.data() + unfinishedLine.size());
+    decodeLines(unfinished.data(), unfinished.data() + unfinished.size());
     image.squeeze();
     return isMalformed ? QByteArray() : image;
 }

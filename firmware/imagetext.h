@@ -33,7 +33,7 @@ private:
     void decodeLines(const char* position, const char* end);
 
     QByteArray image;
-    std::string unfinishedLine;
+    std::string unfinished; ///< a line's begin
     bool isMalformed = false;
 };
 

@@ -83,7 +83,10 @@ FirmwareUpdaterPrivate::FirmwareUpdaterPrivate(FirmwareUpdater* updater, const D
     timer.setObjectName(QStringLiteral("reenumerationTimer"));
     timer.setSingleShot(true);
     timer.setInterval(reenumerationTimeoutMs);
-    connect(&timer, &QTimer::timeout, this, &FirmwareUpdaterPrivate::onTimeout);
+    connect(&timer, &QTimer::timeout, this, [this] {
+        if (!flashingDevice)
+            giveUp();
+    });
 }
 
 FirmwareUpdaterPrivate::~FirmwareUpdaterPrivate()
@@ -183,12 +186,6 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 void FirmwareUpdaterPrivate::flashingDeviceRemoved(DeviceInstance* removed)
 {
     if (removed == flashingDevice)
-        giveUp();
-}
-
-void FirmwareUpdaterPrivate::onTimeout()
-{
-    if (!flashingDevice)
         giveUp();
 }
 

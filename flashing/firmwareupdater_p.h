@@ -44,5 +44,4 @@ private:
     void leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid);
     void startFlasher(const std::shared_ptr<AbstractHidDevice>& hid);
     void giveUp();
-    void onTimeout();
 };
