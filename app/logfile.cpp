@@ -8,28 +8,19 @@ namespace {
 
 constexpr char lineEnd[] = "\r\n"; // also where the system has another one
 
-QTextStream& logStream()
-{
-    static QTextStream stream;
-    return stream;
-}
-
-QMutex& logLock()
-{
-    static QMutex lock;
-    return lock;
-}
+Q_GLOBAL_STATIC(QTextStream, logStream)
+Q_GLOBAL_STATIC(QMutex, logLock)
 
 void attachLogStream(QIODevice* device)
 {
-    const QMutexLocker locker(&logLock());
-    logStream().setDevice(device);
+    const QMutexLocker locker(logLock());
+    logStream->setDevice(device);
 }
 
 void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
 {
-    const QMutexLocker locker(&logLock());
-    QTextStream& stream = logStream();
+    const QMutexLocker locker(logLock());
+    QTextStream& stream = *logStream;
     if (!stream.device() || !stream.device()->isWritable())
         return;
     stream << QString(text).replace(QLatin1Char('\n'), QLatin1String(lineEnd)) << lineEnd;

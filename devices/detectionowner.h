@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <QCoreApplication>
 #include <QObject>
 
 #include "devicedetector.h"
@@ -32,8 +33,20 @@ protected:
     }
 
     /// One that cannot start is one without devices.
-    void startDetector(const DeviceId* ids, unsigned int count);
+    void startDetector(const DeviceId* ids, unsigned int count)
+    {
+        detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
+        static_cast<void>(detector->start(listener, ids, count));
+    }
 
     /// Nothing that the detection reported reaches a slot any more.
-    void endDetector();
+    void endDetector()
+    {
+        if (!detector)
+            return;
+        detector->stop(); // itself, not only this reference to it
+        detector.reset();
+        // Reports that are still queued name records that are deleted now.
+        QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    }
 };

@@ -16,7 +16,6 @@ constexpr bool areSame(const PROPERTYKEY& a, const PROPERTYKEY& b)
 
 static_assert(areSame(devicetree::hidInterfaceClass, GUID_DEVINTERFACE_HID));
 static_assert(areSame(interfaceclass::usbDeviceInterfaceClass, GUID_DEVINTERFACE_USB_DEVICE));
-static_assert(areSame(interfaceclass::noInterfaceClass, GUID{}));
 static_assert(areSame(ole32::unknownInterface, __uuidof(IUnknown)));
 static_assert(areSame(ole32::enumeratorClass, __uuidof(MMDeviceEnumerator)));
 static_assert(areSame(ole32::enumeratorInterface, __uuidof(IMMDeviceEnumerator)));
