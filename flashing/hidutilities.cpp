@@ -1,7 +1,5 @@
 #include "hidutilities.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include <windows.h>
@@ -50,7 +48,7 @@ unsigned char lengthOf(const Bytes& bytes)
 bool sendFrame(const Device& device, const Bytes& payload)
 {
     Bytes report{reportId, lengthOf(payload), 0x00};
-    std::copy(payload.begin(), payload.end(), std::back_inserter(report));
+    report.insert(report.end(), payload.begin(), payload.end());
     report.resize(reportBytes);
     return device->setFeatureBlocking(&report);
 }
