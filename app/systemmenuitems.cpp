@@ -22,11 +22,6 @@ UINT insertPosition(HMENU menu)
     return 0;
 }
 
-void insertItem(HMENU menu, UINT position, SystemMenuItems::Command command, const QString& text)
-{
-    InsertMenuW(menu, position, MF_BYPOSITION | MF_STRING, command, text.toStdWString().c_str());
-}
-
 } // namespace
 
 void SystemMenuItems::add(QWidget& window, const QString& overrideText, const QString& aboutText)
@@ -35,8 +30,8 @@ void SystemMenuItems::add(QWidget& window, const QString& overrideText, const QS
     if (!menu)
         return;
     const UINT position = insertPosition(menu);
-    insertItem(menu, position, About, aboutText);
-    insertItem(menu, position, Override, overrideText);
+    InsertMenuW(menu, position, MF_BYPOSITION | MF_STRING, About, aboutText.toStdWString().c_str());
+    InsertMenuW(menu, position, MF_BYPOSITION | MF_STRING, Override, overrideText.toStdWString().c_str());
 }
 
 unsigned SystemMenuItems::commandOf(const QByteArray& eventType, const void* message)

@@ -89,13 +89,12 @@ bool isOnUsbOrHid(const std::wstring& enumerator)
 
 void readName(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DeviceInstance& device)
 {
-    if (const auto friendlyName = property(list, data, SPDRP_FRIENDLYNAME)) {
-        device.name = *friendlyName;
-        device.hasFriendlyName = true;
-    } else if (const auto description = property(list, data, SPDRP_DEVICEDESC)) {
-        device.name = *description;
-        device.hasFriendlyName = false;
-    }
+    const auto friendlyName = property(list, data, SPDRP_FRIENDLYNAME);
+    const auto name = friendlyName ? friendlyName : property(list, data, SPDRP_DEVICEDESC);
+    if (!name)
+        return;
+    device.name = *name;
+    device.hasFriendlyName = friendlyName.has_value();
 }
 
 InterfaceKind interfaceKindOf(const GUID& guid)

@@ -17,5 +17,18 @@ struct ImageGeometry
     ///             bits 4 to 7  page size: 1 is 4 bytes; the headset leaves bit 7 out
     ///     byte 1  bits 0 to 3  size of the transmitter's sectors, as the memory size
     ///             bits 4 to 5  configuration bits
-    static ImageGeometry decode(unsigned char byte0, unsigned char byte1);
+    static constexpr ImageGeometry decode(unsigned byte0, unsigned byte1)
+    {
+        constexpr std::uint32_t firstMemory = 128, firstPage = 4;
+        const unsigned page = byte0 >> 4;
+        return {sizeOf(byte0 & 0x0F, firstMemory), page == 0 ? 1 : sizeOf(page, firstPage),
+                sizeOf(page & 0x07, firstPage), sizeOf(byte1 & 0x0F, firstMemory), byte1 >> 4 & 0x03};
+    }
+
+private:
+    /// The size that @p code stands for, where code 1 is @p first.
+    static constexpr std::uint32_t sizeOf(unsigned code, std::uint32_t first)
+    {
+        return code == 0 ? 0 : first << (code - 1);
+    }
 };

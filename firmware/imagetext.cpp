@@ -129,10 +129,4 @@ void Decoder::decodeLines(const char* position, const char* end)
     image.append(bytes.data(), static_cast<int>(bytes.size()));
 }
 
-QByteArray decode(const QByteArray& text)
-{
-    Decoder decoder;
-    return decoder.feed(text.constData(), text.size()) ? decoder.takeImage() : QByteArray();
-}
-
 } // namespace ImageText

@@ -37,7 +37,4 @@ private:
     bool isMalformed = false;
 };
 
-/// Decodes a whole text. @return as Decoder::takeImage().
-[[nodiscard]] QByteArray decode(const QByteArray& text);
-
 } // namespace ImageText

@@ -10,17 +10,12 @@ ChipChannel::ChipChannel(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled
 
 bool ChipChannel::setFeatureBlocking(std::vector<unsigned char>* report)
 {
-    return !isCancelled() && count(device->setFeatureBlocking(report));
+    return !(cancelled && *cancelled) && count(device->setFeatureBlocking(report));
 }
 
 bool ChipChannel::getFeatureBlocking(std::vector<unsigned char>* report)
 {
-    return !isCancelled() && count(device->getFeatureBlocking(report));
-}
-
-bool ChipChannel::isCancelled() const
-{
-    return cancelled && *cancelled;
+    return !(cancelled && *cancelled) && count(device->getFeatureBlocking(report));
 }
 
 bool ChipChannel::count(bool gotThrough)

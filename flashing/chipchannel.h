@@ -42,7 +42,6 @@ public:
     }
 
 private:
-    bool isCancelled() const;
     bool count(bool gotThrough);
 
     const std::shared_ptr<AbstractHidDevice> device;
