@@ -65,7 +65,7 @@ HWND newWindow()
 /// Handles what was sent to this thread's windows up to now.
 void handleMessages()
 {
-    PostThreadMessageW(CurrentThread::id(), WM_QUIT, 0, 0);
+    PostThreadMessageW(CurrentThread::id, WM_QUIT, 0, 0);
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0)
         DispatchMessageW(&message);

@@ -1,12 +1,19 @@
 #pragma once
 
+#include <atomic>
+
 #include <windows.h>
 
-/// Thread identifiers. A thread gets one when it first asks, or before it runs when CreateThread makes it.
+/// Thread identifiers.
 namespace CurrentThread {
 
-DWORD id();
-DWORD nextId();
-void adopt(DWORD id);
+inline DWORD nextId()
+{
+    static std::atomic<DWORD> last{0};
+    return ++last;
+}
+
+/// The calling thread's. Set before it runs where CreateThread makes it.
+inline thread_local DWORD id = nextId();
 
 } // namespace CurrentThread

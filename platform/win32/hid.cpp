@@ -42,9 +42,8 @@ std::size_t transferBytes(const HidFunction& function, std::size_t bufferBytes)
     const std::size_t reportBytes = function.capabilities().featureReportBytes;
     if (reportBytes == 0)
         return fail(ERROR_INVALID_FUNCTION);
-    if (bufferBytes < reportBytes) {
+    if (bufferBytes < reportBytes)
         return fail(ERROR_INVALID_USER_BUFFER);
-    }
     return reportBytes;
 }
 
@@ -63,9 +62,7 @@ bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes,
     if (bytes == 0)
         return false;
     const DWORD error = perform(*function, bytes);
-    if (error != ERROR_SUCCESS)
-        SetLastError(error);
-    return error == ERROR_SUCCESS;
+    return error == ERROR_SUCCESS || fail(error);
 }
 
 } // namespace
@@ -116,9 +113,8 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID, DWORD, L
 {
     if (ioControlCode != IOCTL_HID_GET_FEATURE)
         return fail(ERROR_INVALID_FUNCTION); // nothing else is modelled
-    if (overlapped || !bytesReturned) {
+    if (overlapped || !bytesReturned)
         return fail(ERROR_INVALID_PARAMETER); // only blocking transfers are modelled
-    }
     *bytesReturned = 0;
     return transferFeature(device, outBuffer, outBufferSize, [=](HidFunction& function, std::size_t bytes) {
         std::size_t received = 0;

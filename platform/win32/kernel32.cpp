@@ -9,12 +9,12 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "currentthread.h"
 #include "file.h"
 #include "handletable.h"
 #include "lasterror.h"
-#include "waitable.h"
 
 namespace {
 
@@ -32,24 +32,18 @@ WaitingRoom& waitingRoom()
     return *room;
 }
 
-class EventObject : public Waitable
+/// A kernel object that threads can wait for. One lock shared by all of them makes a wait for several objects
+/// a plain condition.
+class Waitable : public KernelObject
 {
 public:
-    EventObject(bool isManualReset, bool initiallySignalled)
-        : manualReset(isManualReset)
+    Waitable(bool staysSignalled, bool initiallySignalled)
+        : manualReset(staysSignalled)
         , signalled(initiallySignalled)
     {
     }
 
-    bool isSignalled() const override { return signalled; }
-
-    void consume() override
-    {
-        if (!manualReset)
-            signalled = false;
-    }
-
-    void set()
+    void signal()
     {
         {
             const std::lock_guard<std::mutex> guard(waitingRoom().mutex);
@@ -58,21 +52,35 @@ public:
         waitingRoom().changed.notify_all();
     }
 
+    /// @return whether it satisfies a wait; the waiting lock is held.
+    bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
+
+    /// It has satisfied a wait; the waiting lock was left.
+    virtual void waitEnded() {}
+
 private:
     const bool manualReset;
     bool signalled;
 };
 
+class EventObject : public Waitable
+{
+public:
+    using Waitable::Waitable;
+};
+
 class ThreadObject : public Waitable
 {
 public:
+    ThreadObject()
+        : Waitable(true, false)
+    {
+    }
     ~ThreadObject() override
     {
         if (thread.joinable())
             thread.detach();
     }
-
-    bool isSignalled() const override { return ended; }
 
     void waitEnded() override
     {
@@ -81,21 +89,10 @@ public:
             thread.join();
     }
 
-    void run(LPTHREAD_START_ROUTINE start, LPVOID parameter)
-    {
-        start(parameter);
-        {
-            const std::lock_guard<std::mutex> guard(waitingRoom().mutex);
-            ended = true;
-        }
-        waitingRoom().changed.notify_all();
-    }
-
     std::thread thread;
 
 private:
     std::mutex joining;
-    bool ended = false;
 };
 
 class ModuleObject : public HandleObject
@@ -148,7 +145,7 @@ BOOL WINAPI SetEvent(HANDLE event)
     const auto object = HandleTable::get<EventObject>(event);
     if (!object)
         return FALSE;
-    object->set();
+    object->signal();
     return TRUE;
 }
 
@@ -165,8 +162,9 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         *threadId = id;
     try {
         object->thread = std::thread([object, id, start, parameter] {
-            CurrentThread::adopt(id);
-            object->run(start, parameter);
+            CurrentThread::id = id;
+            start(parameter);
+            object->signal();
         });
     } catch (const std::system_error&) {
         return fail(ERROR_NOT_ENOUGH_MEMORY);
@@ -181,10 +179,8 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD timeoutMs)
 
 DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs)
 {
-    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1)) {
-        SetLastError(ERROR_INVALID_PARAMETER); // waiting for all is not modelled
-        return WAIT_FAILED;
-    }
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1))
+        return fail(ERROR_INVALID_PARAMETER, WAIT_FAILED); // waiting for all is not modelled
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
     for (DWORD i = 0; i < count; ++i) {
         objects[i] = HandleTable::get<Waitable>(handles[i]);
@@ -194,10 +190,8 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wai
     DWORD index = 0;
     const auto satisfied = [&] {
         for (index = 0; index < count; ++index) {
-            if (objects[index]->isSignalled()) {
-                objects[index]->consume();
+            if (objects[index]->satisfies())
                 return true;
-            }
         }
         return false;
     };
@@ -251,7 +245,9 @@ EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 
 HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes)
 {
-    void* const memory = flags & LMEM_ZEROINIT ? std::calloc(1, bytes) : std::malloc(bytes);
+    if (flags != LPTR)
+        return fail(ERROR_INVALID_PARAMETER); // other kinds of memory are not modelled
+    void* const memory = std::calloc(1, bytes);
     if (!memory)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return memory;
@@ -295,16 +291,12 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name)
 HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode, LPSECURITY_ATTRIBUTES,
                           DWORD creationDisposition, DWORD, HANDLE)
 {
-    if (creationDisposition != OPEN_EXISTING) {
-        SetLastError(ERROR_INVALID_PARAMETER); // devices are never created
-        return INVALID_HANDLE_VALUE;
-    }
+    if (creationDisposition != OPEN_EXISTING)
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // devices are never created
     DWORD error = ERROR_SUCCESS;
     auto file = currentMachine().deviceTree().open(fileName, desiredAccess, shareMode, error);
-    if (!file) {
-        SetLastError(error);
-        return INVALID_HANDLE_VALUE;
-    }
+    if (!file)
+        return fail(error, INVALID_HANDLE_VALUE);
     return HandleTable::add(std::make_shared<FileObject>(std::move(file)));
 }
 

@@ -21,6 +21,14 @@ inline Failure fail(DWORD error)
     return {};
 }
 
+/// The same for a function that tells its failure by another value.
+template <typename Result>
+Result fail(DWORD error, Result result)
+{
+    SetLastError(error);
+    return result;
+}
+
 /// Whether the machine serves that call now; otherwise the last error is set.
 inline bool isServed(SystemCall call)
 {

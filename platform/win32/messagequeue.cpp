@@ -21,7 +21,7 @@ Registry& registry()
 /// A thread's queue, closed by the thread's end.
 struct OwnQueue
 {
-    const DWORD thread = CurrentThread::id();
+    const DWORD thread = CurrentThread::id;
     const std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
 
     OwnQueue()
@@ -66,11 +66,8 @@ std::future<void> MessageQueue::send(SentMessage message)
     auto handled = message.handled.get_future();
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (closed) {
-            message.handled.set_value();
-            return handled;
-        }
-        sent.push_back(std::move(message));
+        if (!closed)
+            sent.push_back(std::move(message));
     }
     changed.notify_all();
     return handled;
@@ -96,14 +93,9 @@ MSG MessageQueue::next()
 
 void MessageQueue::close()
 {
-    std::deque<SentMessage> unhandled;
-    {
-        const std::lock_guard<std::mutex> guard(mutex);
-        closed = true;
-        unhandled.swap(sent);
-    }
-    for (SentMessage& message : unhandled)
-        message.handled.set_value();
+    const std::lock_guard<std::mutex> guard(mutex);
+    closed = true;
+    sent.clear(); // which makes the results ready
 }
 
 void MessageQueue::handle(SentMessage& message)

@@ -20,7 +20,7 @@ struct SentMessage
     WPARAM wParam = 0;
     std::vector<std::uint8_t> data;     ///< what lParam points to
     std::shared_ptr<const void> sender; ///< kept until the message was handled
-    std::promise<void> handled;
+    std::promise<void> handled;         ///< broken, and thus ready too, where it never is
 };
 
 /// The messages of one thread.

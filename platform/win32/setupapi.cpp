@@ -91,10 +91,8 @@ std::wstring propertyOf(const DeviceNode& node, DWORD property)
 
 HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* classGuid, LPCWSTR enumerator, HWND, DWORD flags)
 {
-    if (!classGuid || enumerator || flags != (DIGCF_PRESENT | DIGCF_DEVICEINTERFACE)) {
-        SetLastError(ERROR_INVALID_PARAMETER); // other kinds of set are not modelled
-        return INVALID_HANDLE_VALUE;
-    }
+    if (!classGuid || enumerator || flags != (DIGCF_PRESENT | DIGCF_DEVICEINTERFACE))
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other kinds of set are not modelled
     if (!isServed(SystemCall::SetupDiGetClassDevsW))
         return INVALID_HANDLE_VALUE;
     return HandleTable::add(

@@ -38,11 +38,6 @@ public:
     const DWORD access;
 };
 
-HANDLE currentProcessHandle()
-{
-    return INVALID_HANDLE_VALUE; // the same number, as on Windows
-}
-
 void copyTruncated(const std::wstring& text, wchar_t* buffer, std::size_t size)
 {
     const std::size_t length = std::min(text.size(), size - 1);
@@ -54,10 +49,8 @@ void copyTruncated(const std::wstring& text, wchar_t* buffer, std::size_t size)
 
 HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
 {
-    if (flags != TH32CS_SNAPPROCESS) {
-        SetLastError(ERROR_INVALID_PARAMETER); // other snapshots are not modelled
-        return INVALID_HANDLE_VALUE;
-    }
+    if (flags != TH32CS_SNAPPROCESS)
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other snapshots are not modelled
     return HandleTable::add(std::make_shared<SnapshotObject>(currentMachine().processTable().snapshot()));
 }
 
@@ -77,9 +70,8 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
         return FALSE;
     if (entry->dwSize != sizeof(*entry))
         return fail(ERROR_INVALID_PARAMETER);
-    if (snapshot->next >= snapshot->entries.size()) {
+    if (snapshot->next >= snapshot->entries.size())
         return fail(ERROR_NO_MORE_FILES);
-    }
     const ProcessEntry& process = snapshot->entries[snapshot->next++];
     *entry = {};
     entry->dwSize = sizeof(*entry);
@@ -91,7 +83,7 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
 
 HANDLE WINAPI GetCurrentProcess()
 {
-    return currentProcessHandle();
+    return INVALID_HANDLE_VALUE; // the same number, as on Windows
 }
 
 DWORD WINAPI GetCurrentProcessId()
@@ -125,7 +117,7 @@ DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileN
 
 BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process)
 {
-    if (process != currentProcessHandle())
+    if (process != GetCurrentProcess())
         return fail(ERROR_INVALID_HANDLE); // other processes are not modelled
     *wow64Process = currentMachine().processTable().isWow64();
     return TRUE;

@@ -35,7 +35,7 @@ DWORD threadOf(HWND window)
 void ToolkitWindow::opened(HWND window)
 {
     const std::lock_guard<std::mutex> guard(windows().mutex);
-    windows().threads[window] = CurrentThread::id();
+    windows().threads[window] = CurrentThread::id;
 }
 
 void ToolkitWindow::closed(HWND window)
@@ -52,5 +52,5 @@ bool ToolkitWindow::exists(HWND window)
 bool ToolkitWindow::isOfCurrentThread(HWND window)
 {
     const DWORD thread = threadOf(window);
-    return thread == CurrentThread::id() || (thread != 0 && fail(ERROR_ACCESS_DENIED));
+    return thread == CurrentThread::id || (thread != 0 && fail(ERROR_ACCESS_DENIED));
 }

@@ -126,10 +126,8 @@ LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax)
 {
-    if (window || filterMin != 0 || filterMax != 0) {
-        SetLastError(ERROR_INVALID_PARAMETER); // filters are not modelled
-        return -1;
-    }
+    if (window || filterMin != 0 || filterMax != 0)
+        return fail(ERROR_INVALID_PARAMETER, -1); // filters are not modelled
     *message = MessageQueue::ofCurrentThread()->next();
     return message->message != WM_QUIT;
 }

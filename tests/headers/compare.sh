@@ -15,7 +15,7 @@ trap 'rm -rf "$work"' EXIT
 # The layer has no use for the calling convention that its declarations state; here it is compared too.
 mkdir "$work/include"
 for header in "$layer"/*.h; do
-    sed -E 's/^#define (WINAPI|CALLBACK|NTAPI|STDMETHODCALLTYPE|STDAPICALLTYPE)$/& __stdcall/' "$header" \
+    sed -E 's/^#define (WINAPI|CALLBACK|NTAPI|STDMETHODCALLTYPE)$/& __stdcall/' "$header" \
         >"$work/include/${header##*/}"
 done
 headers=$(cd "$layer" && ls -- *.h)

@@ -3,12 +3,8 @@
 
 #include <windows.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs);
 
-#ifdef __cplusplus
 }
-#endif

@@ -16,7 +16,7 @@ typedef struct _DEV_BROADCAST_HDR
     DWORD dbch_size;
     DWORD dbch_devicetype;
     DWORD dbch_reserved;
-} DEV_BROADCAST_HDR, *PDEV_BROADCAST_HDR;
+} DEV_BROADCAST_HDR;
 
 typedef struct _DEV_BROADCAST_DEVICEINTERFACE_W
 {
@@ -25,7 +25,7 @@ typedef struct _DEV_BROADCAST_DEVICEINTERFACE_W
     DWORD dbcc_reserved;
     GUID dbcc_classguid;
     wchar_t dbcc_name[1];
-} DEV_BROADCAST_DEVICEINTERFACE_W, *PDEV_BROADCAST_DEVICEINTERFACE_W;
+} DEV_BROADCAST_DEVICEINTERFACE_W;
 
 typedef struct _DEV_BROADCAST_HANDLE
 {
@@ -37,4 +37,4 @@ typedef struct _DEV_BROADCAST_HANDLE
     GUID dbch_eventguid;
     LONG dbch_nameoffset;
     BYTE dbch_data[1];
-} DEV_BROADCAST_HANDLE, *PDEV_BROADCAST_HANDLE;
+} DEV_BROADCAST_HANDLE;

@@ -3,9 +3,7 @@
 
 #include <windows.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 typedef LONG NTSTATUS;
 typedef USHORT USAGE;
@@ -38,6 +36,4 @@ typedef struct _HIDP_CAPS
 
 NTSTATUS NTAPI HidP_GetCaps(PHIDP_PREPARSED_DATA preparsedData, PHIDP_CAPS capabilities);
 
-#ifdef __cplusplus
 }
-#endif

@@ -5,15 +5,11 @@
 
 #include <hidpi.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 void NTAPI HidD_GetHidGuid(LPGUID hidGuid);
 BOOLEAN NTAPI HidD_GetPreparsedData(HANDLE device, PHIDP_PREPARSED_DATA* preparsedData);
 BOOLEAN NTAPI HidD_FreePreparsedData(PHIDP_PREPARSED_DATA preparsedData);
 BOOLEAN NTAPI HidD_SetFeature(HANDLE device, PVOID reportBuffer, ULONG reportBufferLength);
 
-#ifdef __cplusplus
 }
-#endif

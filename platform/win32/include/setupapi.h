@@ -3,9 +3,7 @@
 
 #include <windows.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 #define DIGCF_PRESENT 0x00000002
 #define DIGCF_DEVICEINTERFACE 0x00000010
@@ -54,6 +52,4 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, PSP_DEVINFO_DATA dev
                                               PDWORD requiredSize);
 BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO set);
 
-#ifdef __cplusplus
 }
-#endif

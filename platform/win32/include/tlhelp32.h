@@ -3,9 +3,7 @@
 
 #include <windows.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 #define TH32CS_SNAPPROCESS 0x00000002
 
@@ -27,6 +25,4 @@ HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD processId);
 BOOL WINAPI Process32FirstW(HANDLE snapshot, LPPROCESSENTRY32W entry);
 BOOL WINAPI Process32NextW(HANDLE snapshot, LPPROCESSENTRY32W entry);
 
-#ifdef __cplusplus
 }
-#endif

@@ -5,26 +5,20 @@
 #include <cstdint>
 #include <cwchar>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
 
 #define WINAPI
 #define CALLBACK
 #define NTAPI
 #define STDMETHODCALLTYPE
-#define STDAPICALLTYPE
 
 typedef int BOOL;
-typedef int INT;
 typedef unsigned int UINT;
 typedef std::uint8_t BYTE;
-typedef std::uint8_t UCHAR;
 typedef std::uint8_t BOOLEAN;
 typedef std::uint16_t WORD;
 typedef std::uint16_t USHORT;
 typedef std::uint16_t ATOM;
-typedef std::int16_t SHORT;
 typedef std::uint32_t DWORD;
 typedef std::uint32_t ULONG;
 typedef std::int32_t LONG;
@@ -32,7 +26,6 @@ typedef std::int32_t HRESULT;
 typedef std::intptr_t LONG_PTR;
 typedef std::uintptr_t UINT_PTR;
 typedef std::uintptr_t ULONG_PTR;
-typedef std::uintptr_t DWORD_PTR;
 typedef std::uintptr_t SIZE_T;
 typedef UINT_PTR WPARAM;
 typedef LONG_PTR LPARAM;
@@ -43,13 +36,11 @@ typedef const wchar_t* LPCWSTR;
 typedef const char* LPCSTR;
 typedef void* PVOID;
 typedef void* LPVOID;
-typedef const void* LPCVOID;
 typedef BOOL* PBOOL;
 typedef BYTE* PBYTE;
 typedef BYTE* LPBYTE;
 typedef DWORD* PDWORD;
 typedef DWORD* LPDWORD;
-typedef ULONG* PULONG;
 
 typedef void* HANDLE;
 typedef HANDLE HLOCAL;
@@ -78,10 +69,8 @@ typedef struct _GUID
 typedef GUID IID;
 typedef GUID CLSID;
 typedef GUID* LPGUID;
-#ifdef __cplusplus
 #define REFIID const IID&
 #define REFCLSID const CLSID&
-#endif
 
 // ---- Errors
 
@@ -172,9 +161,7 @@ EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state);
 
 // ---- Memory, modules, processes
 
-#define LMEM_FIXED 0x0
-#define LMEM_ZEROINIT 0x40
-#define LPTR (LMEM_FIXED | LMEM_ZEROINIT)
+#define LPTR 0x40
 #define PROCESS_VM_READ 0x0010
 #define PROCESS_QUERY_INFORMATION 0x0400
 
@@ -301,7 +288,6 @@ BOOL WINAPI InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR newItemI
 
 int _wcsicmp(const wchar_t* a, const wchar_t* b);
 
-#ifdef __cplusplus
 }
 
 inline bool operator==(const GUID& a, const GUID& b)
@@ -312,6 +298,5 @@ inline bool operator!=(const GUID& a, const GUID& b)
 {
     return !(a == b);
 }
-#endif
 
 #include <winsvc.h>

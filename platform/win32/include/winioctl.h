@@ -1,8 +1,3 @@
-// Device control codes.
+// Device control codes. The one that the program uses is the HID class driver's; the genuine header of that
+// one needs this one before it.
 #pragma once
-
-#define FILE_DEVICE_KEYBOARD 0x0000000b
-#define METHOD_OUT_DIRECT 2
-#define FILE_ANY_ACCESS 0
-#define CTL_CODE(DeviceType, Function, Method, Access)                                                       \
-    (((DeviceType) << 16) | ((Access) << 14) | ((Function) << 2) | (Method))

@@ -5,36 +5,16 @@
 
 #include <winerror.h>
 
-#ifdef __cplusplus
 extern "C" {
-#endif
-
-#define STANDARD_RIGHTS_REQUIRED 0x000F0000
 
 #define SC_MANAGER_CONNECT 0x0001
-#define SC_MANAGER_CREATE_SERVICE 0x0002
-#define SC_MANAGER_ENUMERATE_SERVICE 0x0004
-#define SC_MANAGER_LOCK 0x0008
-#define SC_MANAGER_QUERY_LOCK_STATUS 0x0010
-#define SC_MANAGER_MODIFY_BOOT_CONFIG 0x0020
-#define SC_MANAGER_ALL_ACCESS                                                                                \
-    (STANDARD_RIGHTS_REQUIRED | SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE |                             \
-     SC_MANAGER_ENUMERATE_SERVICE | SC_MANAGER_LOCK | SC_MANAGER_QUERY_LOCK_STATUS |                         \
-     SC_MANAGER_MODIFY_BOOT_CONFIG)
+#define SC_MANAGER_ALL_ACCESS 0xF003F
 
-#define SERVICE_QUERY_CONFIG 0x0001
-#define SERVICE_CHANGE_CONFIG 0x0002
 #define SERVICE_QUERY_STATUS 0x0004
 #define SERVICE_ENUMERATE_DEPENDENTS 0x0008
 #define SERVICE_START 0x0010
 #define SERVICE_STOP 0x0020
-#define SERVICE_PAUSE_CONTINUE 0x0040
-#define SERVICE_INTERROGATE 0x0080
-#define SERVICE_USER_DEFINED_CONTROL 0x0100
-#define SERVICE_ALL_ACCESS                                                                                   \
-    (STANDARD_RIGHTS_REQUIRED | SERVICE_QUERY_CONFIG | SERVICE_CHANGE_CONFIG | SERVICE_QUERY_STATUS |        \
-     SERVICE_ENUMERATE_DEPENDENTS | SERVICE_START | SERVICE_STOP | SERVICE_PAUSE_CONTINUE |                  \
-     SERVICE_INTERROGATE | SERVICE_USER_DEFINED_CONTROL)
+#define SERVICE_ALL_ACCESS 0xF01FF
 
 #define SERVICE_ACTIVE 0x00000001
 #define SERVICE_INACTIVE 0x00000002
@@ -77,7 +57,7 @@ typedef struct _SERVICE_STATUS_PROCESS
     DWORD dwWaitHint;
     DWORD dwProcessId;
     DWORD dwServiceFlags;
-} SERVICE_STATUS_PROCESS, *LPSERVICE_STATUS_PROCESS;
+} SERVICE_STATUS_PROCESS;
 
 typedef struct _ENUM_SERVICE_STATUSW
 {
@@ -96,6 +76,4 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE service, DWORD serviceState, LPENUM
                                    DWORD bufferSize, LPDWORD bytesNeeded, LPDWORD servicesReturned);
 BOOL WINAPI CloseServiceHandle(SC_HANDLE object);
 
-#ifdef __cplusplus
 }
-#endif
