@@ -4,6 +4,8 @@
 #include <functional>
 #include <future>
 
+#include <dbt.h>
+
 #include "detectorfixture.h"
 #include "leavesnothing.h"
 
@@ -14,17 +16,14 @@ class LateObserver final : public DeviceTreeObserver
 {
 public:
     bool watchesFile() const override { return true; }
-    void treeChanges() override {}
-    void arrived(const DeviceNode&) override {}
-    std::future<void> removed(const DeviceNode&) override
+    std::future<void> hear(WPARAM event, const DeviceNode&) override
     {
-        onRemoved();
-        std::promise<void> handled;
-        handled.set_value();
-        return handled.get_future();
+        if (event == DBT_DEVICEREMOVECOMPLETE)
+            onRemoved();
+        else if (event == DBT_DEVICEQUERYREMOVE)
+            onQuery();
+        return std::promise<void>().get_future(); // a broken promise is ready at once
     }
-    void removalQueried(const DeviceNode&) override { onQuery(); }
-    void removalCancelled(const DeviceNode&) override {}
 
     std::function<void()> onRemoved = [] {};
     std::function<void()> onQuery = [] {};

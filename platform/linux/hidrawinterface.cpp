@@ -9,6 +9,13 @@
 
 namespace {
 
+HidrawDevice::Lock lockFor(const ShareMode& mode)
+{
+    if (mode.access == 0)
+        return HidrawDevice::Lock::None;
+    return mode.share & FILE_SHARE_WRITE ? HidrawDevice::Lock::Shared : HidrawDevice::Lock::Exclusive;
+}
+
 /// One top-level collection.
 class Collection : public HidFunction
 {
@@ -20,6 +27,9 @@ public:
     }
 
     HidCapabilities capabilities() const override { return caps; }
+    DWORD open(const ShareMode& mode) override { return device->acquire(lockFor(mode)); }
+    void close() override { device->release(); }
+    bool isConnected() const override { return device->isConnected(); }
     DWORD setFeature(const std::uint8_t* report, std::size_t size) override
     {
         return device->setFeature(report, size);

@@ -24,7 +24,7 @@ struct HidrawInterface
 };
 
 /// The nodes that Windows would make for the interface: one for each top-level collection. Their hid
-/// functions transfer through @p device, whose users they are not.
+/// functions transfer through @p device, whose user each file that is open on them is.
 ///
 /// The place in a node's names is made of the kernel's number for the interface, which is another one at each
 /// arrival, and the collection's.

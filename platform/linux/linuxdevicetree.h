@@ -1,34 +1,39 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "devicetree.h"
+#include "udevmonitor.h"
 
-/// The HID interfaces of the USB devices that are connected to this computer, over udev and hidraw.
+/// The HID interfaces of the USB devices that are connected to this computer, over udev and hidraw. A node is
+/// there when the rules of udev have run for it, so that none is ever being installed.
 class LinuxDeviceTree : public DeviceTree
 {
 public:
     /// Nothing is looked for before the first use.
     /// @param log  gets what keeps a device from being used, a sentence each, on any thread.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
-    ~LinuxDeviceTree() override;
 
-    std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass) override;
     /// Where two of this program's files are open on one interface, the stricter lock of the two holds
     /// against other programs until both are closed.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
-    /// The rules of udev have run before a device is told of: always true.
-    bool waitInstallationSettled(DWORD timeoutMs) override;
-    void observe(const std::shared_ptr<DeviceTreeObserver>& observer) override;
 
 private:
-    struct State;
-    class File;
+    void start() override;
+    void arrived(const HidrawInterface& interface);
+    void left(const std::string& systemPath);
+    std::string takeDenial(const std::wstring& path);
 
-    State& started();
-
-    const std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
+    const std::function<void(const std::string&)> log;
+    std::map<std::string, std::vector<std::wstring>> arrivals; ///< interface paths by system path
+    std::mutex mutex;                                          ///< guards the denials
+    std::map<std::wstring, std::string> denials; ///< what to tell once, by interface path as enumerated
+    std::once_flag started;
+    std::unique_ptr<UdevMonitor> monitor; ///< reports to this
 };

@@ -20,6 +20,17 @@ struct HidCapabilities
     std::uint16_t featureReportBytes = 0; ///< of the longest, report ID included; 0 where there is none
 };
 
+/// How a file is open.
+struct ShareMode
+{
+    DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
+    DWORD share;  ///< what others may have: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
+
+    /// Whether somebody else may have the file open as @p other. One for queries only takes no part in
+    /// sharing.
+    bool admits(const ShareMode& other) const;
+};
+
 /// The HID function behind a device interface. Transfers may come on any thread, one at a time per open file.
 class HidFunction
 {
@@ -27,6 +38,14 @@ public:
     virtual ~HidFunction() = default;
 
     virtual HidCapabilities capabilities() const = 0;
+
+    /// A file is being opened on it, or was closed; these come one at a time.
+    /// @return 0, or the Windows error code with which the opening fails.
+    virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
+    virtual void close() {}
+
+    /// May tell earlier than the tree that the device is gone.
+    virtual bool isConnected() const { return true; }
 
     /// Takes one feature report; @p report[0] is the report ID.
     /// @return 0, or the Windows error code with which the transfer fails.
@@ -54,18 +73,6 @@ struct DeviceNode
 /// An interface path as an enumeration spells it: in lower case.
 std::wstring enumeratedPath(std::wstring interfacePath);
 
-/// A device interface opened as a file; closed by its destruction.
-class DeviceFile
-{
-public:
-    virtual ~DeviceFile() = default;
-
-    virtual const DeviceNode& node() const = 0;
-
-    /// False once the device is gone; every transfer then fails with ERROR_DEVICE_NOT_CONNECTED.
-    virtual bool isConnected() const = 0;
-};
-
 /// Hears of the device tree's events, on the thread that makes them.
 class DeviceTreeObserver
 {
@@ -75,37 +82,84 @@ public:
     /// Whether it watches an open file rather than an interface class.
     virtual bool watchesFile() const = 0;
 
-    /// Something is about to be reported.
-    virtual void treeChanges() = 0;
-
-    virtual void arrived(const DeviceNode& node) = 0;
+    /// @param event  as of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: something is about to be reported.
+    ///     DBT_DEVICEQUERYREMOVE: the device is about to be removed in an orderly way;
+    ///     DBT_DEVICEQUERYREMOVEFAILED: it stays. Of these two the node's users have heard on return.
     /// @return ready when the node's users have handled the report; the device does not wait for them.
-    virtual std::future<void> removed(const DeviceNode& node) = 0;
-
-    /// The device is about to be removed in an orderly way; returns when its users have had their say.
-    virtual void removalQueried(const DeviceNode& node) = 0;
-    virtual void removalCancelled(const DeviceNode& node) = 0;
+    virtual std::future<void> hear(WPARAM event, const DeviceNode& node) = 0;
 };
 
-/// The computer's devices. Every operation may be called on any thread.
+class DeviceFile;
+
+/// The computer's devices; itself a tree without any. Every operation may be called on any thread.
 class DeviceTree
 {
 public:
+    DeviceTree();
     virtual ~DeviceTree() = default;
+    DeviceTree(const DeviceTree&) = delete;
+    DeviceTree& operator=(const DeviceTree&) = delete;
 
     /// The present nodes of an interface class, in the order of their arrival.
-    virtual std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass) = 0;
+    std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass);
 
     /// Opens the interface at @p path (case is ignored).
     /// @param access  GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only.
     /// @param share   FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0.
     /// @return null with a Windows error code in @p error on failure.
     virtual std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
-                                             DWORD& error) = 0;
+                                             DWORD& error);
 
     /// Waits until no driver is being installed, but at most @p timeoutMs. @return whether none is.
-    virtual bool waitInstallationSettled(DWORD timeoutMs) = 0;
+    virtual bool waitInstallationSettled(DWORD /*timeoutMs*/) { return true; }
 
     /// Reports events to @p observer until the last reference to it is gone.
-    virtual void observe(const std::shared_ptr<DeviceTreeObserver>& observer) = 0;
+    void observe(const std::shared_ptr<DeviceTreeObserver>& observer);
+
+protected:
+    /// Called before whatever is asked of it or told to it.
+    virtual void start() {}
+
+    /// @return null where a node with that path is present already.
+    std::shared_ptr<const DeviceNode> add(DeviceNode node);
+    /// What is open on it stays open, but is connected no more. @return null where no such node is present.
+    std::shared_ptr<const DeviceNode> remove(const std::wstring& path);
+    std::shared_ptr<const DeviceNode> find(const std::wstring& path) const;
+
+    /// Files not closed yet: those on @p node, or with null all.
+    std::size_t countOpenFiles(const DeviceNode* node) const;
+
+    /// In the order of their registration.
+    std::vector<std::shared_ptr<DeviceTreeObserver>> listening() const;
+
+private:
+    friend class DeviceFile;
+    struct Present;
+    struct State;
+
+    const std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
+};
+
+/// A device interface opened as a file; closed by its destruction.
+class DeviceFile
+{
+public:
+    /// The tree's lock is held.
+    DeviceFile(std::shared_ptr<DeviceTree::State> treeState, std::shared_ptr<DeviceTree::Present> opened,
+               const ShareMode& shareMode);
+    ~DeviceFile();
+    DeviceFile(const DeviceFile&) = delete;
+    DeviceFile& operator=(const DeviceFile&) = delete;
+
+    const DeviceNode& node() const;
+
+    /// False once the device is gone; every transfer then fails with ERROR_DEVICE_NOT_CONNECTED.
+    bool isConnected() const;
+
+private:
+    friend class DeviceTree;
+
+    const std::shared_ptr<DeviceTree::State> state;
+    const std::shared_ptr<DeviceTree::Present> present;
+    const ShareMode mode;
 };

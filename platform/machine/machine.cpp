@@ -2,8 +2,6 @@
 
 #include <atomic>
 
-#include "simulateddevicetree.h"
-
 namespace {
 
 class PlainMachine : public Machine
@@ -31,7 +29,7 @@ public:
 
 private:
     RealClock realClock;
-    std::unique_ptr<DeviceTree> devices = std::make_unique<SimulatedDeviceTree>(realClock);
+    std::unique_ptr<DeviceTree> devices = std::make_unique<DeviceTree>();
     SimulatedServiceManager services{realClock};
     SimulatedAudioEndpoints endpoints{services};
     RealProcessTable realProcesses;

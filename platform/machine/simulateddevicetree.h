@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
 
@@ -11,8 +12,7 @@
 class SimulatedDeviceTree : public DeviceTree
 {
 public:
-    explicit SimulatedDeviceTree(Clock& clock);
-    ~SimulatedDeviceTree() override;
+    explicit SimulatedDeviceTree(Clock& machineClock);
 
     // How to script it. Events are reported one at a time, in the order in which they were made.
 
@@ -47,30 +47,33 @@ public:
         std::wstring path;
         DWORD access;
         DWORD share;
-        DWORD error; ///< 0: opened
     };
-    std::vector<Opening> openings() const; ///< every attempt, in order
-    std::size_t openFileCount() const;     ///< files not closed yet
+    std::vector<Opening> openings() const;                                ///< the last attempts, in order
+    std::size_t openFileCount() const { return countOpenFiles(nullptr); } ///< files not closed yet
 
     // What it serves.
 
-    std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass) override;
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
     bool waitInstallationSettled(DWORD timeoutMs) override;
-    void observe(const std::shared_ptr<DeviceTreeObserver>& observer) override;
 
 private:
-    struct State;
-    class File;
-
+    struct Refusal
+    {
+        DWORD error;
+        int count;
+    };
     using Handled = std::vector<std::future<void>>;
 
-    std::vector<std::shared_ptr<DeviceTreeObserver>> listening();
-    template <typename Report>
-    void reportToObservers(Report report);
-    Handled reportRemoval(const DeviceNode& node);
+    Handled report(WPARAM event, const DeviceNode& node);
     Handled pullOut(const std::wstring& path);
 
-    std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
+    Clock& clock;
+    std::mutex events;        ///< held while an event is made and reported; taken before `mutex`
+    Broadcasts broadcasts;    ///< guarded by `events`
+    mutable std::mutex mutex; ///< guards everything below; taken before the tree's own
+    std::condition_variable settled;
+    bool installationPending = false;
+    std::map<std::wstring, Refusal> refusals;
+    std::deque<Opening> recorded;
 };

@@ -14,6 +14,8 @@
 
 namespace {
 
+using Bytes = std::vector<std::uint8_t>;
+
 /// A registration for device broadcasts. Those under way when it ends still arrive, so that until then its
 /// value names no other.
 class Notification : public HandleObject, public DeviceTreeObserver
@@ -25,33 +27,24 @@ public:
     }
 
     std::weak_ptr<const void> valueHolder() const override { return value; }
-    bool watchesFile() const override { return false; }
-    void treeChanges() override { static_cast<void>(broadcast(DBT_DEVNODES_CHANGED, {})); }
-    void arrived(const DeviceNode&) override {}
-    void removalQueried(const DeviceNode&) override {}
-    void removalCancelled(const DeviceNode&) override {}
 
-protected:
-    std::future<void> broadcast(WPARAM event, std::vector<std::uint8_t> data)
+    std::future<void> hear(WPARAM event, const DeviceNode& node) override
     {
-        const auto recipient = std::dynamic_pointer_cast<WindowObject>(HandleTable::find(window));
         SentMessage message;
         message.window = window;
         message.message = WM_DEVICECHANGE;
         message.wParam = event;
-        message.data = std::move(data);
+        message.data = event == DBT_DEVNODES_CHANGED ? Bytes() : dataOf(event, node);
         message.sender = value;
-        if (recipient)
+        const auto recipient = std::dynamic_pointer_cast<WindowObject>(HandleTable::find(window));
+        if (recipient && (event == DBT_DEVNODES_CHANGED || !message.data.empty()))
             return recipient->queue->send(std::move(message));
-        return alreadyHandled();
+        return message.handled.get_future(); // never to be sent, thus ready
     }
 
-    static std::future<void> alreadyHandled()
-    {
-        std::promise<void> nothing;
-        nothing.set_value();
-        return nothing.get_future();
-    }
+protected:
+    /// What lParam points to; empty where the event is none of those that it is registered for.
+    virtual Bytes dataOf(WPARAM event, const DeviceNode& node) const = 0;
 
 private:
     const HWND window;
@@ -67,20 +60,14 @@ public:
     {
     }
 
-    void arrived(const DeviceNode& node) override
-    {
-        static_cast<void>(report(DBT_DEVICEARRIVAL, node)); // nobody waits for it
-    }
-    std::future<void> removed(const DeviceNode& node) override
-    {
-        return report(DBT_DEVICEREMOVECOMPLETE, node);
-    }
+    bool watchesFile() const override { return false; }
 
 private:
-    std::future<void> report(WPARAM event, const DeviceNode& node)
+    Bytes dataOf(WPARAM event, const DeviceNode& node) const override
     {
-        if (node.interfaceClass != interfaceClass)
-            return alreadyHandled();
+        if (node.interfaceClass != interfaceClass ||
+            (event != DBT_DEVICEARRIVAL && event != DBT_DEVICEREMOVECOMPLETE))
+            return {};
         const std::wstring& name = node.interfacePath;
         DEV_BROADCAST_DEVICEINTERFACE_W header = {};
         const std::size_t nameOffset = offsetof(DEV_BROADCAST_DEVICEINTERFACE_W, dbcc_name);
@@ -88,10 +75,10 @@ private:
         header.dbcc_size = static_cast<DWORD>(nameOffset + nameBytes);
         header.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
         header.dbcc_classguid = node.interfaceClass;
-        std::vector<std::uint8_t> data(std::max(sizeof(header), nameOffset + nameBytes));
+        Bytes data(std::max(sizeof(header), nameOffset + nameBytes));
         std::memcpy(data.data(), &header, sizeof(header));
         std::memcpy(data.data() + nameOffset, name.c_str(), nameBytes);
-        return broadcast(event, std::move(data));
+        return data;
     }
 
     const GUID interfaceClass;
@@ -103,40 +90,39 @@ public:
     HandleNotification(HWND recipient, HANDLE watchedHandle, const FileObject& watchedFile)
         : Notification(recipient)
         , handle(watchedHandle)
-        , node(&watchedFile.file->node())
+        , watched(&watchedFile.file->node())
     {
     }
 
     bool watchesFile() const override { return true; }
-    std::future<void> removed(const DeviceNode& gone) override
+
+    std::future<void> hear(WPARAM event, const DeviceNode& node) override
     {
-        return report(DBT_DEVICEREMOVECOMPLETE, gone);
-    }
-    void removalQueried(const DeviceNode& asked) override { report(DBT_DEVICEQUERYREMOVE, asked).wait(); }
-    void removalCancelled(const DeviceNode& kept) override
-    {
-        report(DBT_DEVICEQUERYREMOVEFAILED, kept).wait();
+        auto handled = Notification::hear(event, node);
+        if (event == DBT_DEVICEQUERYREMOVE || event == DBT_DEVICEQUERYREMOVEFAILED)
+            handled.wait();
+        return handled;
     }
 
     HDEVNOTIFY self = nullptr;
 
 private:
-    std::future<void> report(WPARAM event, const DeviceNode& affected)
+    Bytes dataOf(WPARAM event, const DeviceNode& node) const override
     {
-        if (&affected != node)
-            return alreadyHandled();
+        if (&node != watched || event == DBT_DEVICEARRIVAL)
+            return {};
         DEV_BROADCAST_HANDLE header = {};
         header.dbch_size = sizeof(header);
         header.dbch_devicetype = DBT_DEVTYP_HANDLE;
         header.dbch_handle = handle;
         header.dbch_hdevnotify = self;
-        std::vector<std::uint8_t> data(sizeof(header));
+        Bytes data(sizeof(header));
         std::memcpy(data.data(), &header, sizeof(header));
-        return broadcast(event, std::move(data));
+        return data;
     }
 
     const HANDLE handle;
-    const DeviceNode* const node; ///< compared, never read
+    const DeviceNode* const watched; ///< compared, never read
 };
 
 HDEVNOTIFY watchInterfaces(HWND window, const DEV_BROADCAST_DEVICEINTERFACE_W& filter)
