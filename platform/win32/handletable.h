@@ -4,8 +4,7 @@
 
 #include <windows.h>
 
-/// Whatever stands behind a handle. The dynamic type is the handle's type tag: a handle of the wrong
-/// kind fails.
+/// Whatever stands behind a handle. Its dynamic type is the handle's tag: a handle of the wrong kind fails.
 class HandleObject
 {
 public:
@@ -18,6 +17,17 @@ public:
 /// The kinds that CloseHandle closes.
 class KernelObject : public HandleObject
 {
+};
+
+/// An object that is no more than what it holds.
+template <typename Kind, typename Content>
+class ObjectWith : public Kind, public Content
+{
+public:
+    explicit ObjectWith(Content content)
+        : Content(std::move(content))
+    {
+    }
 };
 
 /// The process's handles: multiples of 4, of which the lowest free one is used next, so that a stale handle

@@ -13,16 +13,7 @@
 
 namespace {
 
-class PreparsedData : public HandleObject
-{
-public:
-    explicit PreparsedData(const HidCapabilities& hidCapabilities)
-        : capabilities(hidCapabilities)
-    {
-    }
-
-    const HidCapabilities capabilities;
-};
+using PreparsedData = ObjectWith<HandleObject, HidCapabilities>;
 
 /// The HID function behind an open file; null with the last error set where there is none or it is gone.
 HidFunction* hidFunction(const FileObject& file)
@@ -35,19 +26,8 @@ HidFunction* hidFunction(const FileObject& file)
     return function;
 }
 
-/// What of a caller's buffer takes part in a feature transfer: the device's feature report length, what is
-/// longer being cut. 0, with the last error set, for a shorter buffer and a device without feature reports.
-std::size_t transferBytes(const HidFunction& function, std::size_t bufferBytes)
-{
-    const std::size_t reportBytes = function.capabilities().featureReportBytes;
-    if (reportBytes == 0)
-        return fail(ERROR_INVALID_FUNCTION);
-    if (bufferBytes < reportBytes)
-        return fail(ERROR_INVALID_USER_BUFFER);
-    return reportBytes;
-}
-
-/// Lets @p perform(function, bytes) make one feature transfer with the device behind @p device.
+/// Lets @p perform(function, bytes) make one feature transfer with the device behind @p device. What of the
+/// buffer takes part is the device's feature report length; a longer buffer is cut.
 template <typename Perform>
 bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)
 {
@@ -58,11 +38,12 @@ bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes,
     HidFunction* const function = hidFunction(*file);
     if (!function)
         return false;
-    const std::size_t bytes = transferBytes(*function, buffer ? bufferBytes : 0);
-    if (bytes == 0)
-        return false;
-    const DWORD error = perform(*function, bytes);
-    return error == ERROR_SUCCESS || fail(error);
+    const std::size_t reportBytes = function->capabilities().featureReportBytes;
+    if (reportBytes == 0)
+        return fail(ERROR_INVALID_FUNCTION);
+    if (!buffer || bufferBytes < reportBytes)
+        return fail(ERROR_INVALID_USER_BUFFER);
+    return isSuccess(perform(*function, reportBytes));
 }
 
 } // namespace
@@ -94,9 +75,9 @@ NTSTATUS NTAPI HidP_GetCaps(PHIDP_PREPARSED_DATA preparsedData, PHIDP_CAPS capab
     if (!data)
         return HIDP_STATUS_INVALID_PREPARSED_DATA;
     *capabilities = {};
-    capabilities->UsagePage = data->capabilities.usagePage;
-    capabilities->Usage = data->capabilities.usage;
-    capabilities->FeatureReportByteLength = data->capabilities.featureReportBytes;
+    capabilities->UsagePage = data->usagePage;
+    capabilities->Usage = data->usage;
+    capabilities->FeatureReportByteLength = data->featureReportBytes;
     return HIDP_STATUS_SUCCESS;
 }
 

@@ -29,9 +29,14 @@ Result fail(DWORD error, Result result)
     return result;
 }
 
+/// Whether @p error is none; otherwise it becomes the last error.
+inline bool isSuccess(DWORD error)
+{
+    return error == ERROR_SUCCESS || fail(error);
+}
+
 /// Whether the machine serves that call now; otherwise the last error is set.
 inline bool isServed(SystemCall call)
 {
-    const DWORD error = currentMachine().admit(call);
-    return error == ERROR_SUCCESS || fail(error);
+    return isSuccess(currentMachine().admit(call));
 }

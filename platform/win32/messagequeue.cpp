@@ -86,7 +86,10 @@ MSG MessageQueue::next()
         SentMessage message = std::move(sent.front());
         sent.pop_front();
         lock.unlock();
-        handle(message);
+        if (const auto window = HandleTable::get<WindowObject>(message.window))
+            window->procedure(message.window, message.message, message.wParam,
+                              reinterpret_cast<LPARAM>(message.data.data()));
+        message.handled.set_value();
         lock.lock();
     }
 }
@@ -96,13 +99,4 @@ void MessageQueue::close()
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
     sent.clear(); // which makes the results ready
-}
-
-void MessageQueue::handle(SentMessage& message)
-{
-    if (const auto window = HandleTable::get<WindowObject>(message.window)) {
-        const auto lParam = reinterpret_cast<LPARAM>(message.data.data());
-        window->procedure(message.window, message.message, message.wParam, lParam);
-    }
-    message.handled.set_value();
 }

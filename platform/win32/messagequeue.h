@@ -41,8 +41,6 @@ public:
     void close();
 
 private:
-    void handle(SentMessage& message);
-
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<MSG> posted;

@@ -78,13 +78,14 @@ HRESULT begin(AudioFunction function, Output* output)
     return audio().admit(function);
 }
 
-/// An object with one interface beside IUnknown. It begins with one reference, the creator's.
-template <typename Interface>
+/// An object with one interface beside IUnknown, and what it shows of the audio system. It begins with one
+/// reference, the creator's.
+template <typename Interface, const IID& interfaceId, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {
 public:
-    explicit ComObject(const IID& objectInterface)
-        : interfaceId(objectInterface)
+    explicit ComObject(Shown toShow = {})
+        : shown(std::move(toShow))
     {
         ++liveObjects;
     }
@@ -119,20 +120,17 @@ public:
 protected:
     virtual ~ComObject() { --liveObjects; }
 
+    const Shown shown;
+
 private:
-    const IID interfaceId;
     std::atomic<ULONG> references{1};
 };
 
 /// The properties of one endpoint, to be read only.
-class PropertyStore final : public ComObject<IPropertyStore>
+class PropertyStore final : public ComObject<IPropertyStore, propertyStoreInterface, AudioEndpoint>
 {
 public:
-    explicit PropertyStore(AudioEndpoint audioEndpoint)
-        : ComObject(propertyStoreInterface)
-        , endpoint(std::move(audioEndpoint))
-    {
-    }
+    using ComObject::ComObject;
 
     HRESULT STDMETHODCALLTYPE GetCount(DWORD*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetAt(DWORD, PROPERTYKEY*) override { return E_NOTIMPL; }
@@ -145,25 +143,18 @@ public:
         if (key.fmtid != interfaceFriendlyName.fmtid || key.pid != interfaceFriendlyName.pid)
             return S_OK; // a property that the endpoint does not have is empty
         value->vt = VT_LPWSTR;
-        value->pwszVal = newTaskString(endpoint.adapterName);
+        value->pwszVal = newTaskString(shown.adapterName);
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE SetValue(REFPROPERTYKEY, REFPROPVARIANT) override { return E_ACCESSDENIED; }
     HRESULT STDMETHODCALLTYPE Commit() override { return E_ACCESSDENIED; }
-
-private:
-    const AudioEndpoint endpoint;
 };
 
-class Device final : public ComObject<IMMDevice>
+class Device final : public ComObject<IMMDevice, deviceInterface, AudioEndpoint>
 {
 public:
-    explicit Device(AudioEndpoint audioEndpoint)
-        : ComObject(deviceInterface)
-        , endpoint(std::move(audioEndpoint))
-    {
-    }
+    using ComObject::ComObject;
 
     HRESULT STDMETHODCALLTYPE Activate(REFIID, DWORD, PROPVARIANT*, void**) override { return E_NOTIMPL; }
 
@@ -174,7 +165,7 @@ public:
             return admitted;
         if (access != STGM_READ)
             return E_ACCESSDENIED;
-        *properties = new PropertyStore(endpoint);
+        *properties = new PropertyStore(shown);
         return S_OK;
     }
 
@@ -183,31 +174,25 @@ public:
         const HRESULT admitted = begin(AudioFunction::GetId, id);
         if (admitted != S_OK)
             return admitted;
-        *id = newTaskString(endpoint.id);
+        *id = newTaskString(shown.id);
         return S_OK;
     }
 
     HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
-
-private:
-    const AudioEndpoint endpoint;
 };
 
 /// The endpoints that there were when it was made.
-class DeviceCollection final : public ComObject<IMMDeviceCollection>
+class DeviceCollection final
+    : public ComObject<IMMDeviceCollection, collectionInterface, std::vector<AudioEndpoint>>
 {
 public:
-    explicit DeviceCollection(std::vector<AudioEndpoint> audioEndpoints)
-        : ComObject(collectionInterface)
-        , endpoints(std::move(audioEndpoints))
-    {
-    }
+    using ComObject::ComObject;
 
     HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override
     {
         const HRESULT admitted = begin(AudioFunction::GetCount, count);
         if (admitted == S_OK)
-            *count = static_cast<UINT>(endpoints.size());
+            *count = static_cast<UINT>(shown.size());
         return admitted;
     }
 
@@ -216,24 +201,16 @@ public:
         const HRESULT admitted = begin(AudioFunction::Item, device);
         if (admitted != S_OK)
             return admitted;
-        if (index >= endpoints.size())
+        if (index >= shown.size())
             return E_INVALIDARG;
-        *device = new Device(endpoints[index]);
+        *device = new Device(shown[index]);
         return S_OK;
     }
-
-private:
-    const std::vector<AudioEndpoint> endpoints;
 };
 
-class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator>
+class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator, enumeratorInterface>
 {
 public:
-    DeviceEnumerator()
-        : ComObject(enumeratorInterface)
-    {
-    }
-
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD stateMask,
                                                  IMMDeviceCollection** devices) override
     {
@@ -273,14 +250,9 @@ public:
     }
 };
 
-class PolicyConfiguration final : public ComObject<IPolicyConfiguration>
+class PolicyConfiguration final : public ComObject<IPolicyConfiguration, policyConfigurationInterface>
 {
 public:
-    PolicyConfiguration()
-        : ComObject(policyConfigurationInterface)
-    {
-    }
-
     HRESULT STDMETHODCALLTYPE operation4() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE operation5() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE operation6() override { return E_NOTIMPL; }

@@ -15,29 +15,24 @@
 namespace {
 
 /// The nodes that were present when the set was made. An element's number plus 1 stands in its data records.
-class DeviceSet : public HandleObject
+struct Nodes
 {
-public:
-    DeviceSet(const GUID& guid, std::vector<std::shared_ptr<const DeviceNode>> presentNodes)
-        : interfaceClass(guid)
-        , nodes(std::move(presentNodes))
-    {
-    }
-
-    const DeviceNode* element(ULONG_PTR number) const
+    std::shared_ptr<const DeviceNode> element(ULONG_PTR number) const
     {
         if (number == 0 || number > nodes.size())
             return fail(ERROR_INVALID_PARAMETER);
-        return nodes[number - 1].get();
+        return nodes[number - 1];
     }
 
-    const GUID interfaceClass;
-    const std::vector<std::shared_ptr<const DeviceNode>> nodes;
+    GUID interfaceClass;
+    std::vector<std::shared_ptr<const DeviceNode>> nodes;
 };
+using DeviceSet = ObjectWith<HandleObject, Nodes>;
 
-/// The node that @p device names in @p set; null with the last error set.
-const DeviceNode* nodeOf(const DeviceSet* set, const SP_DEVINFO_DATA* device)
+/// The node that @p device names in the set; null with the last error set.
+std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA* device)
 {
+    const auto set = HandleTable::get<DeviceSet>(handle);
     if (!set)
         return nullptr;
     if (!device || device->cbSize != sizeof(*device))
@@ -95,8 +90,8 @@ HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* classGuid, LPCWSTR enumerator, 
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other kinds of set are not modelled
     if (!isServed(SystemCall::SetupDiGetClassDevsW))
         return INVALID_HANDLE_VALUE;
-    return HandleTable::add(
-        std::make_shared<DeviceSet>(*classGuid, currentMachine().deviceTree().presentNodes(*classGuid)));
+    return HandleTable::add(std::make_shared<DeviceSet>(
+        Nodes{*classGuid, currentMachine().deviceTree().presentNodes(*classGuid)}));
 }
 
 BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO handle, PSP_DEVINFO_DATA device,
@@ -128,7 +123,7 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
     if (!interfaceData || interfaceData->cbSize != sizeof(*interfaceData) ||
         (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
         return fail(ERROR_INVALID_USER_BUFFER);
-    const DeviceNode* const node = set->element(interfaceData->Reserved);
+    const auto node = set->element(interfaceData->Reserved);
     if (!node || !isServed(SystemCall::SetupDiGetDeviceInterfaceDetailW))
         return FALSE;
     const std::size_t pathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
@@ -160,8 +155,7 @@ BOOL WINAPI SetupDiEnumDeviceInfo(HDEVINFO handle, DWORD index, PSP_DEVINFO_DATA
 BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device, LPWSTR instanceId,
                                         DWORD instanceIdSize, PDWORD requiredSize)
 {
-    const auto set = HandleTable::get<DeviceSet>(handle);
-    const DeviceNode* const node = nodeOf(set.get(), device);
+    const auto node = nodeOf(handle, device);
     return node && isServed(SystemCall::SetupDiGetDeviceInstanceIdW) &&
            copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
                     sizeof(wchar_t));
@@ -173,8 +167,7 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA 
 {
     constexpr DWORD regSz = 1;
     constexpr DWORD regMultiSz = 7;
-    const auto set = HandleTable::get<DeviceSet>(handle);
-    const DeviceNode* const node = nodeOf(set.get(), device);
+    const auto node = nodeOf(handle, device);
     if (!node || !isServed(SystemCall::SetupDiGetDeviceRegistryPropertyW))
         return FALSE;
     const std::wstring value = propertyOf(*node, property);

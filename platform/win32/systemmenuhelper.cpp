@@ -1,7 +1,6 @@
 // What Qt does on Windows only: it initialises COM on the GUI thread, and its windows are the system's. And a
 // window's system menu, shown where the desktop has none: on Alt+Space, and on a right click on the window's
-// status bar or, while that is hidden, on its free area. The choice reaches the window as WM_SYSCOMMAND does
-// on Windows.
+// status bar or, while that is hidden, on its free area. The choice reaches the window as WM_SYSCOMMAND.
 
 #include <QApplication>
 #include <QHash>
@@ -12,7 +11,6 @@
 
 #include <ole2.h>
 
-#include "systemmenu.h"
 #include "toolkitwindow.h"
 
 namespace {
@@ -70,46 +68,38 @@ public:
         if (event->type() == QEvent::WinIdChange)
             follow(widget);
         QWidget* const window = widget->window();
-        if (!window->internalWinId() || !SystemMenu::exists(handleOf(window)))
-            return false;
-        switch (event->type()) {
-        case QEvent::KeyPress: {
+        if (event->type() == QEvent::KeyPress) {
             const auto* const key = static_cast<QKeyEvent*>(event);
-            if (key->key() != Qt::Key_Space || key->modifiers() != Qt::AltModifier)
-                return false;
-            popUp(window, window->mapToGlobal(QPoint(0, 0)));
-            return true;
+            return key->key() == Qt::Key_Space && key->modifiers() == Qt::AltModifier &&
+                   popUp(window, window->mapToGlobal(QPoint(0, 0)));
         }
-        case QEvent::ContextMenu:
-            if (!qobject_cast<QStatusBar*>(widget) && widget != window)
-                return false;
-            popUp(window, static_cast<QContextMenuEvent*>(event)->globalPos());
-            return true;
-        default:
-            return false;
-        }
+        return event->type() == QEvent::ContextMenu &&
+               (qobject_cast<QStatusBar*>(widget) || widget == window) &&
+               popUp(window, static_cast<QContextMenuEvent*>(event)->globalPos());
     }
 
 private:
     /// The widget has another window, or none any more.
     void follow(QWidget* widget)
     {
-        if (const HWND closed = handles.take(widget)) {
-            SystemMenu::forget(closed);
+        if (const HWND closed = handles.take(widget))
             ToolkitWindow::closed(closed);
-        }
         if (!widget->internalWinId())
             return;
         handles.insert(widget, handleOf(widget));
         ToolkitWindow::opened(handleOf(widget));
     }
 
-    static void popUp(QWidget* window, const QPoint& position)
+    /// @return whether the window has a system menu of its own, which is then shown.
+    static bool popUp(QWidget* window, const QPoint& position)
     {
+        const auto items = ToolkitWindow::systemMenu(handleOf(window));
+        if (items.empty())
+            return false;
         auto* const menu = new QMenu(window);
         menu->setObjectName(QStringLiteral("systemMenu"));
         menu->setAttribute(Qt::WA_DeleteOnClose);
-        for (const SystemMenu::Item& item : SystemMenu::items(handleOf(window))) {
+        for (const ToolkitWindow::MenuItem& item : items) {
             if (item.id == 0) {
                 menu->addSeparator();
                 continue;
@@ -121,6 +111,7 @@ private:
                 [window, command] { choose(window, command); }, Qt::QueuedConnection);
         }
         menu->popup(position);
+        return true;
     }
 
     QHash<QWidget*, HWND> handles;

@@ -13,30 +13,19 @@
 
 namespace {
 
-class SnapshotObject : public KernelObject
+struct Snapshot
 {
-public:
-    explicit SnapshotObject(std::vector<ProcessEntry> processEntries)
-        : entries(std::move(processEntries))
-    {
-    }
-
-    const std::vector<ProcessEntry> entries;
+    std::vector<ProcessEntry> entries;
     std::size_t next = 0;
 };
+using SnapshotObject = ObjectWith<KernelObject, Snapshot>;
 
-class ProcessObject : public KernelObject
+struct Process
 {
-public:
-    ProcessObject(DWORD processId, DWORD grantedAccess)
-        : id(processId)
-        , access(grantedAccess)
-    {
-    }
-
-    const DWORD id;
-    const DWORD access;
+    DWORD id;
+    DWORD access;
 };
+using ProcessObject = ObjectWith<KernelObject, Process>;
 
 void copyTruncated(const std::wstring& text, wchar_t* buffer, std::size_t size)
 {
@@ -51,7 +40,8 @@ HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
 {
     if (flags != TH32CS_SNAPPROCESS)
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other snapshots are not modelled
-    return HandleTable::add(std::make_shared<SnapshotObject>(currentMachine().processTable().snapshot()));
+    return HandleTable::add(
+        std::make_shared<SnapshotObject>(Snapshot{currentMachine().processTable().snapshot()}));
 }
 
 BOOL WINAPI Process32FirstW(HANDLE handle, LPPROCESSENTRY32W entry)
@@ -97,7 +87,7 @@ HANDLE WINAPI OpenProcess(DWORD desiredAccess, BOOL, DWORD processId)
         return fail(ERROR_INVALID_PARAMETER);
     if (desiredAccess == 0)
         return fail(ERROR_ACCESS_DENIED);
-    return HandleTable::add(std::make_shared<ProcessObject>(processId, desiredAccess));
+    return HandleTable::add(std::make_shared<ProcessObject>(Process{processId, desiredAccess}));
 }
 
 DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileName, DWORD size)

@@ -35,9 +35,15 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-bool isStorageIndex(const WindowObject& window, int index)
+/// Where a value is kept with a window that the calling thread owns; null with the last error set.
+std::uint8_t* storageAt(HWND handle, int index)
 {
-    return index >= 0 && static_cast<std::size_t>(index) + sizeof(LONG_PTR) <= window.storage.size();
+    const auto window = ownWindow(handle);
+    if (!window)
+        return nullptr;
+    if (index < 0 || static_cast<std::size_t>(index) + sizeof(LONG_PTR) > window->storage.size())
+        return fail(ERROR_INVALID_INDEX);
+    return window->storage.data() + index;
 }
 
 } // namespace
@@ -97,25 +103,17 @@ BOOL WINAPI DestroyWindow(HWND window)
 
 LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value)
 {
-    const auto window = ownWindow(handle);
-    if (!window)
-        return 0;
-    if (!isStorageIndex(*window, index))
-        return fail(ERROR_INVALID_INDEX);
     const LONG_PTR previous = GetWindowLongPtrW(handle, index);
-    std::memcpy(window->storage.data() + index, &value, sizeof(value));
+    if (auto* const storage = storageAt(handle, index))
+        std::memcpy(storage, &value, sizeof(value));
     return previous;
 }
 
 LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 {
-    const auto window = ownWindow(handle);
-    if (!window)
-        return 0;
-    if (!isStorageIndex(*window, index))
-        return fail(ERROR_INVALID_INDEX);
     LONG_PTR value = 0;
-    std::memcpy(&value, window->storage.data() + index, sizeof(value));
+    if (const auto* const storage = storageAt(handle, index))
+        std::memcpy(&value, storage, sizeof(value));
     return value;
 }
 

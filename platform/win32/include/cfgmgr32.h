@@ -3,8 +3,4 @@
 
 #include <windows.h>
 
-extern "C" {
-
-DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs);
-
-}
+extern "C" DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs);

@@ -1,9 +1,18 @@
-// Core Audio's endpoint devices.
+// Property stores, and Core Audio's endpoint devices.
 #pragma once
 
 #include <ole2.h>
 
-#include <propsys.h>
+#define REFPROPERTYKEY const PROPERTYKEY&
+
+struct IPropertyStore : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE GetCount(DWORD* count) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetAt(DWORD index, PROPERTYKEY* key) = 0;
+    virtual HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetValue(REFPROPERTYKEY key, REFPROPVARIANT value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE Commit() = 0;
+};
 
 #define E_NOTFOUND HRESULT_FROM_WIN32(ERROR_NOT_FOUND)
 

@@ -3,8 +3,4 @@
 
 #include <windows.h>
 
-extern "C" {
-
-DWORD WINAPI K32GetModuleFileNameExW(HANDLE process, HMODULE module, LPWSTR fileName, DWORD size);
-
-}
+extern "C" DWORD WINAPI K32GetModuleFileNameExW(HANDLE process, HMODULE module, LPWSTR fileName, DWORD size);

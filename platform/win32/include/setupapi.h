@@ -51,5 +51,4 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, PSP_DEVINFO_DATA dev
                                               PDWORD propertyRegDataType, PBYTE buffer, DWORD bufferSize,
                                               PDWORD requiredSize);
 BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO set);
-
 }

@@ -24,5 +24,4 @@ typedef struct tagPROCESSENTRY32W
 HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD processId);
 BOOL WINAPI Process32FirstW(HANDLE snapshot, LPPROCESSENTRY32W entry);
 BOOL WINAPI Process32NextW(HANDLE snapshot, LPPROCESSENTRY32W entry);
-
 }

@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include <winerror.h>
-
 extern "C" {
 
 #define SC_MANAGER_CONNECT 0x0001
@@ -75,5 +73,4 @@ BOOL WINAPI StartServiceW(SC_HANDLE service, DWORD argumentCount, LPCWSTR* argum
 BOOL WINAPI EnumDependentServicesW(SC_HANDLE service, DWORD serviceState, LPENUM_SERVICE_STATUSW services,
                                    DWORD bufferSize, LPDWORD bytesNeeded, LPDWORD servicesReturned);
 BOOL WINAPI CloseServiceHandle(SC_HANDLE object);
-
 }
