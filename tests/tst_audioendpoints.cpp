@@ -133,14 +133,14 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
 
     AudioComputer healthy;
     keepDefaults(healthy.endpoints);
-    QCOMPARE(healthy.endpoints.callCount(function), lost.size());
+    QCOMPARE(healthy.endpoints.faults.counted(function), lost.size());
     QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
 
     // S_FALSE is a success that delivers nothing; OleRun has nothing to deliver.
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
         for (int nth = 1; nth <= lost.size(); ++nth) {
             AudioComputer computer;
-            computer.endpoints.failCall(function, nth, result);
+            computer.endpoints.faults.fail(function, nth, result);
             keepDefaults(computer.endpoints);
             const bool losesNothing = function == AudioFunction::RunObject && result == S_FALSE;
             QByteArrayList expected;

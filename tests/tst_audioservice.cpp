@@ -250,7 +250,7 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
     for (int i = 0; i < int(calls.size()); ++i) {
         const Manager::Call& call = calls[std::size_t(i)];
         HostComputer computer;
-        computer.services.failCall(call.function, ++counts[call.function], ERROR_GEN_FAILURE);
+        computer.services.faults.fail(call.function, ++counts[call.function], ERROR_GEN_FAILURE);
         stopAndStart(computer);
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);

@@ -35,7 +35,7 @@ private Q_SLOTS:
 void TestDetector::initTestCase()
 {
     DetectorFixture f;
-    f.machine.failCall(SystemCall::RegisterClassW, 1, ERROR_NOT_ENOUGH_MEMORY);
+    f.machine.faults.fail(SystemCall::RegisterClassW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(!f.start());
     QVERIFY(f.start());
 }
@@ -75,7 +75,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const int, nth);
     for (const bool isStartedAgain : {false, true}) {
         DetectorFixture f;
-        f.machine.failCall(call, nth, ERROR_NOT_ENOUGH_MEMORY);
+        f.machine.faults.fail(call, nth, ERROR_NOT_ENOUGH_MEMORY);
         f.tree.plug(hidNode(transmitter));
         QVERIFY(!f.start({{0x7A31, 0x0004, InterfaceKind::Hid}}));
         if (isStartedAgain) {
@@ -87,7 +87,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         QCOMPARE(openHandleCount(), handlesBefore);
     }
     DetectorFixture f; // of two identities of one class the second makes up for the first
-    f.machine.failCall(SystemCall::RegisterDeviceNotificationW, 1, ERROR_NOT_ENOUGH_MEMORY);
+    f.machine.faults.fail(SystemCall::RegisterDeviceNotificationW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
 
@@ -186,7 +186,8 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
-    TRY_VERIFY(f.machine.callCount(SystemCall::CMP_WaitNoPendingInstallEvents) > 0); // it has been queued
+    TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) >
+               0);                                            // it has been queued
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // broadcast in mixed case, enumerated in lower
     QStringList expected{QStringLiteral("complete 0")};       // the marker then stood in front
     QCOMPARE(f.recorder.waitFor(1), expected);
@@ -202,7 +203,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
-    TRY_VERIFY(f.machine.callCount(SystemCall::CMP_WaitNoPendingInstallEvents) > 1);
+    TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
     f.tree.setInstallationPending(false); // lets one go that waits for it

@@ -136,7 +136,7 @@ void TestDetectorNodes::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast()
     QFETCH(const SystemCall, call);
     QFETCH(const int, nth);
     DetectorFixture f;
-    f.machine.failCall(call, nth, ERROR_NOT_ENOUGH_MEMORY);
+    f.machine.faults.fail(call, nth, ERROR_NOT_ENOUGH_MEMORY);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));

@@ -306,11 +306,11 @@ void TestLayer::theNthCallFails()
     QFETCH(Call, succeeds);
     Computer computer;
     computer.tree.plug(hidNode(identity));
-    computer.machine.failCall(call, 2, ERROR_GEN_FAILURE);
+    computer.machine.faults.fail(call, 2, ERROR_GEN_FAILURE);
     QVERIFY(succeeds());
     QVERIFY(!succeeds());
     QVERIFY(succeeds());
-    QCOMPARE(computer.machine.callCount(call), 3);
+    QCOMPARE(computer.machine.faults.counted(call), 3);
 }
 
 void TestLayer::processesShowWhatTheAccessAllows()

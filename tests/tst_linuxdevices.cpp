@@ -9,7 +9,6 @@
 
 #include "hidrawinterface.h"
 #include "reportdescriptor.h"
-#include "windowserror.h"
 
 namespace {
 

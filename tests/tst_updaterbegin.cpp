@@ -32,7 +32,7 @@ struct ScriptedComputer : Computer
         return node.interfacePath;
     }
 
-    struct Processes : RealProcessTable
+    struct Processes : ProcessTable
     {
         bool isWow64() override { return wow64; }
         bool wow64 = false;

@@ -1,6 +1,8 @@
 #include "hidrawdevice.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include <fcntl.h>
 #include <linux/hidraw.h>
@@ -8,13 +10,39 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 
-#include "windowserror.h"
-
 namespace {
 
-/// A transfer that is under way when the cable is pulled fails at once, and the device is gone a moment
-/// later.
+/// A transfer that is under way when the cable is pulled fails at once; the device is gone a moment later.
 constexpr int removalDelayMs = 100;
+
+// Codes of the Windows documentation that nothing else here needs.
+constexpr DWORD tooManyOpenFiles = 4;
+constexpr DWORD timedOut = 121; // ERROR_SEM_TIMEOUT, with which a transfer ends to which nobody answers
+
+struct Pair
+{
+    int errnoValue;
+    DWORD error;
+};
+
+constexpr Pair pairs[] = {
+    {ENODEV, ERROR_DEVICE_NOT_CONNECTED},
+    {ENXIO, ERROR_DEVICE_NOT_CONNECTED},
+    {ESHUTDOWN, ERROR_DEVICE_NOT_CONNECTED}, // the USB host controller has lost the device
+    {EACCES, ERROR_ACCESS_DENIED},
+    {EPERM, ERROR_ACCESS_DENIED},
+    {EBUSY, ERROR_SHARING_VIOLATION},
+    {EWOULDBLOCK, ERROR_SHARING_VIOLATION}, // of flock
+    {ENOENT, ERROR_FILE_NOT_FOUND},
+    {EINVAL, ERROR_INVALID_PARAMETER},
+    {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+    {EMFILE, tooManyOpenFiles},
+    {ENFILE, tooManyOpenFiles},
+    {ENOTTY, ERROR_INVALID_FUNCTION},
+    {ENOSYS, ERROR_INVALID_FUNCTION},
+    {EOPNOTSUPP, ERROR_NOT_SUPPORTED},
+    {ETIMEDOUT, timedOut},
+};
 
 /// Repeats a system call that a signal interrupted.
 template <typename Call>
@@ -108,4 +136,11 @@ DWORD HidrawDevice::failure(int errnoValue) const
 {
     const DWORD error = windowsError(errnoValue);
     return error == ERROR_GEN_FAILURE && isGoneWithin(removalDelayMs) ? ERROR_DEVICE_NOT_CONNECTED : error;
+}
+
+DWORD windowsError(int errnoValue)
+{
+    const auto* const known = std::find_if(std::begin(pairs), std::end(pairs),
+                                           [&](const Pair& pair) { return pair.errnoValue == errnoValue; });
+    return known == std::end(pairs) ? ERROR_GEN_FAILURE : known->error;
 }

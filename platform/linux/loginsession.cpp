@@ -1,6 +1,5 @@
 #include "loginsession.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <memory>
@@ -26,23 +25,13 @@ LoginSession::LoginSession(std::function<void(const std::string&)> sessionLog)
 {
 }
 
-EXECUTION_STATE LoginSession::setExecutionState(EXECUTION_STATE state)
+bool LoginSession::require(EXECUTION_STATE required)
 {
-    constexpr EXECUTION_STATE anything = ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED;
-    const std::lock_guard<std::mutex> guard(mutex);
-    EXECUTION_STATE& ofThread = states.emplace(std::this_thread::get_id(), ES_CONTINUOUS).first->second;
-    const EXECUTION_STATE previous = ofThread;
-    if (!(state & ES_CONTINUOUS)) // it only starts the time until sleep anew, which logind does not count
-        return previous;
-    if ((state & anything) && !wakefulness.isOpen()) {
-        wakefulness = inhibit("sleep:idle", "Work that must not be interrupted");
-        if (!wakefulness.isOpen())
-            return 0;
-    }
-    ofThread = state;
-    if (std::none_of(states.begin(), states.end(), [](const auto& entry) { return entry.second & anything; }))
+    if (required == 0)
         wakefulness = FileDescriptor();
-    return previous;
+    else if (!wakefulness.isOpen())
+        wakefulness = inhibit("sleep:idle", "Work that must not be interrupted");
+    return required == 0 || wakefulness.isOpen();
 }
 
 bool LoginSession::setBlockReason(HWND window, const std::wstring& reason)

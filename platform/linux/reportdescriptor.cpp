@@ -51,12 +51,18 @@ public:
             at += readItem(bytes + at, size - at);
         if (depth > 0)
             fail("ends within a collection");
-        if (result.collections.empty())
+        if (result.collections.empty()) {
             fail("has no collection");
+            result.collections.emplace_back();
+        }
         if (std::all_of(result.collections.begin(), result.collections.end(),
                         [](const HidCapabilities& c) { return c.featureReportBytes == 0; }))
             fail("has no feature report");
-        return finished();
+        if (!result.fault.empty()) {
+            for (HidCapabilities& collection : result.collections)
+                collection.featureReportBytes = 0;
+        }
+        return std::move(result);
     }
 
 private:
@@ -65,17 +71,6 @@ private:
     {
         if (result.fault.empty())
             result.fault = what;
-    }
-
-    ReportDescriptor finished()
-    {
-        if (result.collections.empty())
-            result.collections.emplace_back();
-        if (!result.fault.empty()) {
-            for (HidCapabilities& collection : result.collections)
-                collection.featureReportBytes = 0;
-        }
-        return std::move(result);
     }
 
     /// @return the item's length.

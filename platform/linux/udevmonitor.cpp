@@ -5,7 +5,6 @@
 #include <fstream>
 #include <iterator>
 
-#include <libudev.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -53,16 +52,6 @@ HidrawInterface interfaceOf(udev_device* device)
 }
 
 } // namespace
-
-void UdevMonitor::Release::operator()(udev* released) const
-{
-    udev_unref(released);
-}
-
-void UdevMonitor::Release::operator()(udev_monitor* released) const
-{
-    udev_monitor_unref(released);
-}
 
 UdevMonitor::UdevMonitor(Listener reportTo, std::string& problem)
     : listener(std::move(reportTo))

@@ -5,11 +5,10 @@
 #include <string>
 #include <thread>
 
+#include <libudev.h>
+
 #include "filedescriptor.h"
 #include "hidrawinterface.h"
-
-struct udev;
-struct udev_monitor;
 
 /// Hears from udev of the hidraw nodes that come and go, after its rules have run for them.
 class UdevMonitor
@@ -32,8 +31,8 @@ public:
 private:
     struct Release
     {
-        void operator()(udev* context) const;
-        void operator()(udev_monitor* monitor) const;
+        void operator()(udev* released) const { udev_unref(released); }
+        void operator()(udev_monitor* released) const { udev_monitor_unref(released); }
     };
 
     void listen();

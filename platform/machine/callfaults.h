@@ -1,32 +1,43 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <optional>
 
-/// Counts the calls of a fake's functions and fails those that it was told to. Guarded by the fake's lock.
+/// Counts the calls of a fake's functions and fails those that it was told to. Callable on any thread.
 template <typename Function, typename Result>
 class CallFaults
 {
 public:
-    /// Makes the @p nth call of @p function from the start (1 is the first) end with @p result.
-    void fail(Function function, int nth, Result result) { faults[function][nth] = result; }
+    static constexpr int everyCall = 0;
+
+    /// Makes the @p nth call of @p function (1 is the first), or every call, end with @p result.
+    void fail(Function function, int nth, Result result)
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        faults[{function, nth}] = result;
+    }
 
     /// Counts a call. @return the result with which it is to end at once, if it is.
     std::optional<Result> count(Function function)
     {
+        const std::lock_guard<std::mutex> guard(mutex);
         const int nth = ++counts[function];
-        const auto& ofFunction = faults[function];
-        const auto fault = ofFunction.find(nth);
-        return fault == ofFunction.end() ? std::nullopt : std::optional<Result>(fault->second);
+        for (const int faulty : {nth, everyCall}) {
+            if (const auto fault = faults.find({function, faulty}); fault != faults.end())
+                return fault->second;
+        }
+        return std::nullopt;
     }
 
-    int counted(Function function) const
+    int counted(Function function)
     {
-        const auto it = counts.find(function);
-        return it == counts.end() ? 0 : it->second;
+        const std::lock_guard<std::mutex> guard(mutex);
+        return counts[function];
     }
 
 private:
+    std::mutex mutex; ///< guards what follows
     std::map<Function, int> counts;
-    std::map<Function, std::map<int, Result>> faults;
+    std::map<std::pair<Function, int>, Result> faults;
 };

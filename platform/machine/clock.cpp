@@ -15,19 +15,19 @@ std::chrono::system_clock::time_point systemTimeIn(Duration duration)
 
 } // namespace
 
-void RealClock::sleep(std::uint32_t ms)
+void Clock::sleep(std::uint32_t ms)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-std::uint32_t RealClock::tickCount()
+std::uint32_t Clock::tickCount()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     return static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
-bool RealClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
-                        std::uint32_t timeoutMs, const std::function<bool()>& condition)
+bool Clock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
+                    std::uint32_t timeoutMs, const std::function<bool()>& condition)
 {
     return changed.wait_until(lock, systemTimeIn(std::chrono::milliseconds(timeoutMs)), condition);
 }
@@ -107,21 +107,7 @@ VirtualClock::VirtualClock(std::uint32_t startTick)
 std::vector<std::uint32_t> VirtualClock::sleeps() const
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    std::vector<std::uint32_t> result;
-    for (const Slept& entry : slept)
-        result.push_back(entry.ms);
-    return result;
-}
-
-std::vector<std::uint32_t> VirtualClock::sleepsOf(std::thread::id thread) const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    std::vector<std::uint32_t> result;
-    for (const Slept& entry : slept) {
-        if (entry.thread == thread)
-            result.push_back(entry.ms);
-    }
-    return result;
+    return slept;
 }
 
 void VirtualClock::sleep(std::uint32_t ms)
@@ -130,7 +116,7 @@ void VirtualClock::sleep(std::uint32_t ms)
         onSleep(ms);
     const std::lock_guard<std::mutex> guard(mutex);
     tick += std::max<std::uint32_t>(ms, 1);
-    slept.push_back({std::this_thread::get_id(), ms});
+    slept.push_back(ms);
 }
 
 std::uint32_t VirtualClock::tickCount()

@@ -8,33 +8,23 @@
 #include <thread>
 #include <vector>
 
-/// The machine's time. All operations may be called on any thread.
+/// The machine's time; itself the clock on the wall. All operations may be called on any thread.
 class Clock
 {
 public:
     virtual ~Clock() = default;
 
     /// Blocks the calling thread for @p ms milliseconds of this clock.
-    virtual void sleep(std::uint32_t ms) = 0;
+    virtual void sleep(std::uint32_t ms);
 
     /// Milliseconds since some start; wraps at 2^32.
-    virtual std::uint32_t tickCount() = 0;
+    virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
     /// return and whenever @p condition is asked; @p changed is notified after every change of it.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
-                         std::uint32_t timeoutMs, const std::function<bool()>& condition) = 0;
-};
-
-/// The clock on the wall.
-class RealClock : public Clock
-{
-public:
-    void sleep(std::uint32_t ms) override;
-    std::uint32_t tickCount() override;
-    bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
-                 std::uint32_t timeoutMs, const std::function<bool()>& condition) override;
+                         std::uint32_t timeoutMs, const std::function<bool()>& condition);
 };
 
 /// A clock that runs @p speed times as fast as the one on the wall. Waits that are under way when the speed
@@ -82,8 +72,7 @@ public:
 
     // What it recorded.
 
-    std::vector<std::uint32_t> sleeps() const;                         ///< of all threads, in order
-    std::vector<std::uint32_t> sleepsOf(std::thread::id thread) const; ///< of one thread, in order
+    std::vector<std::uint32_t> sleeps() const; ///< of all threads, in order
 
     // What it serves.
 
@@ -93,13 +82,7 @@ public:
                  std::uint32_t timeoutMs, const std::function<bool()>& condition) override;
 
 private:
-    struct Slept
-    {
-        std::thread::id thread;
-        std::uint32_t ms;
-    };
-
     mutable std::mutex mutex;
     std::uint32_t tick;
-    std::vector<Slept> slept;
+    std::vector<std::uint32_t> slept;
 };

@@ -26,8 +26,7 @@ struct ShareMode
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
     DWORD share;  ///< what others may have: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
 
-    /// Whether somebody else may have the file open as @p other. One for queries only takes no part in
-    /// sharing.
+    /// Whether somebody else may have the file open as @p other. Queries take no part in sharing.
     bool admits(const ShareMode& other) const;
 };
 

@@ -4,14 +4,13 @@
 
 namespace {
 
-class PlainMachine : public Machine
+struct PlainMachine : Machine
 {
-public:
     PlainMachine()
     {
         for (const auto creation :
              {AudioFunction::CreateEnumerator, AudioFunction::CreatePolicyConfiguration})
-            endpoints.failCalls(creation, REGDB_E_CLASSNOTREG);
+            endpoints.faults.fail(creation, endpoints.faults.everyCall, REGDB_E_CLASSNOTREG);
     }
 
     Clock& clock() override { return realClock; }
@@ -21,18 +20,11 @@ public:
     ProcessTable& processTable() override { return realProcesses; }
     Session& session() override { return *userSession; }
 
-    void equip(std::unique_ptr<DeviceTree> realDevices, std::unique_ptr<Session> realSession)
-    {
-        devices = std::move(realDevices);
-        userSession = std::move(realSession);
-    }
-
-private:
-    RealClock realClock;
+    Clock realClock;
     std::unique_ptr<DeviceTree> devices = std::make_unique<DeviceTree>();
     SimulatedServiceManager services{realClock};
     SimulatedAudioEndpoints endpoints{services};
-    RealProcessTable realProcesses;
+    ProcessTable realProcesses;
     std::unique_ptr<Session> userSession = std::make_unique<Session>();
 };
 
@@ -57,7 +49,8 @@ Machine& currentMachine()
 
 void equipPlainMachine(std::unique_ptr<DeviceTree> devices, std::unique_ptr<Session> session)
 {
-    plainMachine().equip(std::move(devices), std::move(session));
+    plainMachine().devices = std::move(devices);
+    plainMachine().userSession = std::move(session);
 }
 
 ScopedMachine::ScopedMachine(Machine& machine)

@@ -41,8 +41,7 @@ public:
 };
 
 /// The machine in force: the innermost ScopedMachine's, or the plain one (real clock and processes; no
-/// services or endpoints; devices and a session only where equipPlainMachine() gave it some). Callable on
-/// any thread.
+/// services or endpoints; devices and a session only where equipPlainMachine() gave it some). For any thread.
 Machine& currentMachine();
 
 /// Gives the plain machine its devices and its session. To be called before anything is asked of them.

@@ -22,22 +22,15 @@ void SimulatedAudioEndpoints::setState(const std::wstring& id, DWORD state)
     }
 }
 
-void SimulatedAudioEndpoints::chooseDefault(const std::wstring& id, ERole role)
+bool SimulatedAudioEndpoints::chooseDefault(const std::wstring& id, ERole role)
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    choose(id, role);
-}
-
-void SimulatedAudioEndpoints::failCall(AudioFunction function, int nth, HRESULT result)
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    faults.fail(function, nth, result);
-}
-
-void SimulatedAudioEndpoints::failCalls(AudioFunction function, HRESULT result)
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    lastingFaults[function] = result;
+    const auto it = std::find_if(all.begin(), all.end(),
+                                 [&](const AudioEndpoint& endpoint) { return endpoint.id == id; });
+    if (it == all.end())
+        return false;
+    chosen[{it->flow, role}] = id;
+    return true;
 }
 
 std::vector<SimulatedAudioEndpoints::DefaultSet> SimulatedAudioEndpoints::defaultsSet() const
@@ -46,34 +39,15 @@ std::vector<SimulatedAudioEndpoints::DefaultSet> SimulatedAudioEndpoints::defaul
     return recorded;
 }
 
-int SimulatedAudioEndpoints::callCount(AudioFunction function) const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return faults.counted(function);
-}
-
 HRESULT SimulatedAudioEndpoints::admit(AudioFunction function)
 {
-    const std::lock_guard<std::mutex> guard(mutex);
-    const auto fault = faults.count(function);
-    if (fault)
+    if (const auto fault = faults.count(function))
         return *fault;
-    const auto lasting = lastingFaults.find(function);
-    if (lasting != lastingFaults.end())
-        return lasting->second;
-    return isToBeHad(function) ? S_OK : HRESULT_FROM_WIN32(ERROR_SERVICE_NOT_ACTIVE);
-}
-
-/// Whether what @p function is for does not depend on the audio service, or that runs.
-bool SimulatedAudioEndpoints::isToBeHad(AudioFunction function)
-{
     const bool isOfService = function == AudioFunction::GetDefaultAudioEndpoint ||
                              function == AudioFunction::EnumAudioEndpoints ||
                              function == AudioFunction::SetDefaultEndpoint;
-    if (!isOfService)
-        return true;
-    const DWORD state = serviceManager.state(L"audiosrv");
-    return state == 0 || state == SERVICE_RUNNING;
+    const DWORD state = isOfService ? serviceManager.state(L"audiosrv") : SERVICE_RUNNING;
+    return state == 0 || state == SERVICE_RUNNING ? S_OK : HRESULT_FROM_WIN32(ERROR_SERVICE_NOT_ACTIVE);
 }
 
 std::vector<AudioEndpoint> SimulatedAudioEndpoints::endpoints(EDataFlow flow, DWORD stateMask)
@@ -102,17 +76,9 @@ std::optional<AudioEndpoint> SimulatedAudioEndpoints::defaultEndpoint(EDataFlow 
 
 bool SimulatedAudioEndpoints::setDefault(const std::wstring& id, ERole role)
 {
-    const std::lock_guard<std::mutex> guard(mutex);
-    recorded.push_back({id, role});
-    return choose(id, role);
-}
-
-bool SimulatedAudioEndpoints::choose(const std::wstring& id, ERole role)
-{
-    const auto it = std::find_if(all.begin(), all.end(),
-                                 [&](const AudioEndpoint& endpoint) { return endpoint.id == id; });
-    if (it == all.end())
-        return false;
-    chosen[{it->flow, role}] = id;
-    return true;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        recorded.push_back({id, role});
+    }
+    return chooseDefault(id, role);
 }

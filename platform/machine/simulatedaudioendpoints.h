@@ -51,11 +51,9 @@ public:
     /// Another state, as when its device is unplugged: it is then no default until it is active again.
     void setState(const std::wstring& id, DWORD state);
     /// Makes an endpoint the default as the user would in the system's settings.
-    void chooseDefault(const std::wstring& id, ERole role);
-    /// Makes the @p nth call of @p function from the start (1 is the first) end with @p result.
-    void failCall(AudioFunction function, int nth, HRESULT result);
-    /// Makes every call of @p function end with @p result.
-    void failCalls(AudioFunction function, HRESULT result);
+    /// @return whether there is an endpoint with that identifier.
+    bool chooseDefault(const std::wstring& id, ERole role);
+    CallFaults<AudioFunction, HRESULT> faults;
 
     // What it recorded.
 
@@ -65,7 +63,6 @@ public:
         ERole role;
     };
     std::vector<DefaultSet> defaultsSet() const; ///< through the policy-configuration object, in order
-    int callCount(AudioFunction function) const;
 
     // What it serves.
 
@@ -78,19 +75,13 @@ public:
 
     std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);
 
-    /// @return whether there is an endpoint with that identifier.
+    /// The same as chooseDefault(), but recorded.
     bool setDefault(const std::wstring& id, ERole role);
 
 private:
-    bool choose(const std::wstring& id, ERole role);
-
-    bool isToBeHad(AudioFunction function);
-
     SimulatedServiceManager& serviceManager;
     mutable std::mutex mutex; ///< guards everything below
     std::vector<AudioEndpoint> all;
     std::map<std::pair<EDataFlow, ERole>, std::wstring> chosen;
-    CallFaults<AudioFunction, HRESULT> faults;
-    std::map<AudioFunction, HRESULT> lastingFaults;
     std::vector<DefaultSet> recorded;
 };

@@ -45,18 +45,13 @@ void SimulatedDeviceTree::plug(DeviceNode node)
         report(DBT_DEVICEARRIVAL, *newcomer);
 }
 
-void SimulatedDeviceTree::unplug(const std::wstring& path)
-{
-    pullOut(path);
-}
-
 void SimulatedDeviceTree::unplugAndWait(const std::wstring& path)
 {
-    for (const std::future<void>& handled : pullOut(path))
+    for (const std::future<void>& handled : unplug(path))
         handled.wait();
 }
 
-SimulatedDeviceTree::Handled SimulatedDeviceTree::pullOut(const std::wstring& path)
+SimulatedDeviceTree::Handled SimulatedDeviceTree::unplug(const std::wstring& path)
 {
     const std::lock_guard<std::mutex> event(events);
     const auto gone = remove(path);

@@ -18,8 +18,11 @@ public:
 
     /// Plugs a node in. A node whose path is present already is not taken a second time.
     void plug(DeviceNode node);
+    /// What is ready when everybody who was told of an event has handled it.
+    using Handled = std::vector<std::future<void>>;
+
     /// Pulls the node with the given interface path out, however many files are open on it.
-    void unplug(const std::wstring& path);
+    Handled unplug(const std::wstring& path);
     /// The same, but returns only when everybody who listens has handled the removal.
     void unplugAndWait(const std::wstring& path);
     /// Asks the users of the node, then removes it unless a file is still open on it.
@@ -63,10 +66,8 @@ private:
         DWORD error;
         int count;
     };
-    using Handled = std::vector<std::future<void>>;
 
     Handled report(WPARAM event, const DeviceNode& node);
-    Handled pullOut(const std::wstring& path);
 
     Clock& clock;
     std::mutex events;        ///< held while an event is made and reported; taken before `mutex`

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <mutex>
-
 #include "callfaults.h"
 #include "machine.h"
 #include "simulateddevicetree.h"
@@ -12,18 +10,16 @@ class SimulatedMachine : public Machine
 {
 public:
     /// With @p ownClock null the clock is the real one; otherwise it is borrowed.
-    explicit SimulatedMachine(Clock* ownClock);
+    explicit SimulatedMachine(Clock* ownClock)
+        : activeClock(ownClock ? ownClock : &realClock)
+    {
+    }
 
     // How to script it.
 
     /// Replaces the real processes by a scripted table, which is borrowed.
     void setProcessTable(ProcessTable& table) { processes = &table; }
-    /// Makes the @p nth call of @p call from the start (1 is the first) fail with @p error.
-    void failCall(SystemCall call, int nth, DWORD error);
-
-    // What it recorded.
-
-    int callCount(SystemCall call) const;
+    CallFaults<SystemCall, DWORD> faults;
 
     // What it serves.
 
@@ -33,17 +29,15 @@ public:
     SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
     ProcessTable& processTable() override { return *processes; }
     SimulatedSession& session() override { return userSession; }
-    DWORD admit(SystemCall call) override;
+    DWORD admit(SystemCall call) override { return faults.count(call).value_or(ERROR_SUCCESS); }
 
 private:
-    RealClock realClock;
-    RealProcessTable realProcesses;
-    Clock* activeClock;
-    ProcessTable* processes;
-    SimulatedDeviceTree tree;
-    SimulatedServiceManager services;
-    SimulatedAudioEndpoints endpoints;
+    Clock realClock;
+    ProcessTable realProcesses;
+    Clock* const activeClock;
+    ProcessTable* processes = &realProcesses;
+    SimulatedDeviceTree tree{*activeClock};
+    SimulatedServiceManager services{*activeClock};
+    SimulatedAudioEndpoints endpoints{services};
     SimulatedSession userSession;
-    mutable std::mutex mutex; ///< guards the faults
-    CallFaults<SystemCall, DWORD> faults;
 };

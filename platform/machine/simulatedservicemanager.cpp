@@ -42,18 +42,6 @@ void SimulatedServiceManager::add(Service service)
     entries.push_back({std::move(service), clock.tickCount()});
 }
 
-void SimulatedServiceManager::denyManagerAccess(DWORD rights)
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    deniedManagerAccess = rights;
-}
-
-void SimulatedServiceManager::failCall(Function function, int nth, DWORD error)
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    faults.fail(function, nth, error);
-}
-
 std::vector<SimulatedServiceManager::Call> SimulatedServiceManager::calls() const
 {
     const std::lock_guard<std::mutex> guard(mutex);
@@ -72,8 +60,7 @@ DWORD SimulatedServiceManager::state(const std::wstring& name)
 
 DWORD SimulatedServiceManager::openManager(DWORD access)
 {
-    return serve(Function::OpenManager, {}, access,
-                 [&] { return access & deniedManagerAccess ? ERROR_ACCESS_DENIED : ERROR_SUCCESS; });
+    return serve(Function::OpenManager, {}, access, [] { return ERROR_SUCCESS; });
 }
 
 DWORD SimulatedServiceManager::openService(const std::wstring& name, DWORD access)
@@ -117,10 +104,10 @@ DWORD SimulatedServiceManager::dependents(const std::wstring& name, DWORD states
 {
     return serveService(Function::Dependents, name, states, [&](const Entry& entry) {
         result.clear();
-        for (const Entry* dependent : dependentsOf(entry)) {
+        for (const Entry* dependent : dependentsOf(entry.service.name)) {
             const Service& service = dependent->service;
             if (states & (service.state == SERVICE_STOPPED ? SERVICE_INACTIVE : SERVICE_ACTIVE))
-                result.push_back({service.name, service.displayName, statusOf(*dependent)});
+                result.push_back({service.name, statusOf(*dependent)});
         }
         return ERROR_SUCCESS;
     });
@@ -133,10 +120,9 @@ DWORD SimulatedServiceManager::serve(Function function, const std::wstring& name
     const std::lock_guard<std::mutex> guard(mutex);
     for (Entry& entry : entries)
         settle(entry);
+    recorded.push_back({function, name, argument});
     const auto fault = faults.count(function);
-    const DWORD error = fault ? *fault : operation();
-    recorded.push_back({function, name, argument, error});
-    return error;
+    return fault ? *fault : operation();
 }
 
 template <typename Operation>
@@ -195,25 +181,23 @@ SERVICE_STATUS_PROCESS SimulatedServiceManager::statusOf(const Entry& entry) con
 }
 
 std::vector<const SimulatedServiceManager::Entry*>
-SimulatedServiceManager::dependentsOf(const Entry& entry) const
+SimulatedServiceManager::dependentsOf(const std::wstring& name) const
 {
     std::vector<const Entry*> found;
-    collectDependents(entry.service.name, found);
-    return found;
-}
-
-void SimulatedServiceManager::collectDependents(const std::wstring& name,
-                                                std::vector<const Entry*>& found) const
-{
+    const auto append = [&found](const Entry* dependent) {
+        if (std::find(found.begin(), found.end(), dependent) == found.end())
+            found.push_back(dependent);
+    };
     for (const Entry& entry : entries) {
         const auto& needed = entry.service.dependsOn;
-        const bool depends = std::any_of(needed.begin(), needed.end(),
-                                         [&](const std::wstring& other) { return areSame(other, name); });
-        if (!depends || std::find(found.begin(), found.end(), &entry) != found.end())
+        if (std::none_of(needed.begin(), needed.end(),
+                         [&](const auto& other) { return areSame(other, name); }))
             continue;
-        collectDependents(entry.service.name, found);
-        found.push_back(&entry);
+        for (const Entry* indirect : dependentsOf(entry.service.name))
+            append(indirect);
+        append(&entry);
     }
+    return found;
 }
 
 DWORD SimulatedServiceManager::stopRefusal(const Entry& entry) const
@@ -222,7 +206,7 @@ DWORD SimulatedServiceManager::stopRefusal(const Entry& entry) const
         return ERROR_SERVICE_NOT_ACTIVE;
     if (isPending(entry.service.state))
         return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
-    const std::vector<const Entry*> all = dependentsOf(entry);
+    const std::vector<const Entry*> all = dependentsOf(entry.service.name);
     if (std::any_of(all.begin(), all.end(),
                     [](const Entry* dependent) { return dependent->service.state != SERVICE_STOPPED; }))
         return ERROR_DEPENDENT_SERVICES_RUNNING;

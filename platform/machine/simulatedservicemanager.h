@@ -14,7 +14,6 @@
 struct ServiceEntry
 {
     std::wstring name;
-    std::wstring displayName;
     SERVICE_STATUS_PROCESS status = {};
 };
 
@@ -45,15 +44,11 @@ public:
         Transition stopping = {};
         Transition starting = {};
         DWORD deniedAccess = 0; ///< rights that the user does not have
-        std::wstring displayName = {};
     };
     enum class Function { OpenManager, OpenService, QueryStatus, Stop, Start, Dependents };
 
     void add(Service service);
-    /// Rights on the manager that the user does not have.
-    void denyManagerAccess(DWORD rights);
-    /// Makes the @p nth call of @p function from the start (1 is the first) fail with @p error.
-    void failCall(Function function, int nth, DWORD error);
+    CallFaults<Function, DWORD> faults;
 
     // What it recorded.
 
@@ -62,7 +57,6 @@ public:
         Function function;
         std::wstring service; ///< as the caller named it; empty for the manager
         DWORD argument;       ///< access or states asked for
-        DWORD error;
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 where there is no such service
@@ -70,7 +64,7 @@ public:
     // What it serves. Whether a handle carries the right that an operation needs is the caller's business.
     // All return a Windows error code, ERROR_SUCCESS where they succeeded.
 
-    /// Whether the user may have @p access to the manager.
+    /// The user may have any @p access to the manager.
     DWORD openManager(DWORD access);
 
     /// Whether the service exists and the user may have @p access to it.
@@ -104,15 +98,12 @@ private:
     void begin(Entry& entry, DWORD pendingState) const;
     Entry* find(const std::wstring& name);
     SERVICE_STATUS_PROCESS statusOf(const Entry& entry) const;
-    std::vector<const Entry*> dependentsOf(const Entry& entry) const;
-    void collectDependents(const std::wstring& name, std::vector<const Entry*>& found) const;
+    std::vector<const Entry*> dependentsOf(const std::wstring& name) const;
     DWORD stopRefusal(const Entry& entry) const;
     DWORD startRefusal(const Entry& entry) const;
 
     Clock& clock;
     mutable std::mutex mutex; ///< guards everything below
     std::vector<Entry> entries;
-    DWORD deniedManagerAccess = 0;
-    CallFaults<Function, DWORD> faults;
     std::vector<Call> recorded;
 };

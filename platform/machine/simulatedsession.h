@@ -1,8 +1,6 @@
 #pragma once
 
-#include <map>
-#include <mutex>
-#include <thread>
+#include <atomic>
 
 #include "session.h"
 
@@ -13,17 +11,38 @@ public:
     // What it recorded.
 
     /// What must not go to sleep now: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
-    EXECUTION_STATE required() const;
-    std::wstring blockReason(HWND window) const; ///< empty where there is none
+    EXECUTION_STATE required() const { return awake; }
+
+    std::wstring blockReason(HWND window) const ///< empty where there is none
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        const auto reason = reasons.find(window);
+        return reason == reasons.end() ? std::wstring() : reason->second;
+    }
 
     // What it serves.
 
-    EXECUTION_STATE setExecutionState(EXECUTION_STATE state) override;
-    bool setBlockReason(HWND window, const std::wstring& reason) override;
-    bool removeBlockReason(HWND window) override;
+    bool setBlockReason(HWND window, const std::wstring& reason) override
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        reasons[window] = reason;
+        return true;
+    }
+
+    bool removeBlockReason(HWND window) override
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return reasons.erase(window) > 0;
+    }
 
 private:
-    mutable std::mutex mutex; ///< guards everything below
-    std::map<std::thread::id, EXECUTION_STATE> states;
+    bool require(EXECUTION_STATE required) override
+    {
+        awake = required;
+        return true;
+    }
+
+    std::atomic<EXECUTION_STATE> awake{0};
+    mutable std::mutex mutex; ///< guards what follows
     std::map<HWND, std::wstring> reasons;
 };

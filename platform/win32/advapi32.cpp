@@ -21,23 +21,12 @@ class ManagerObject : public ServiceHandleObject
 {
 };
 
-class ServiceObject : public ServiceHandleObject
+struct Service
 {
-public:
-    ServiceObject(std::wstring serviceName, DWORD grantedAccess)
-        : name(std::move(serviceName))
-        , access(grantedAccess)
-    {
-    }
-
-    const std::wstring name;
-    const DWORD access;
+    std::wstring name;
+    DWORD access;
 };
-
-BOOL complete(DWORD error)
-{
-    return error == ERROR_SUCCESS || fail(error);
-}
+using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
 /// The service behind a handle that carries the right @p access; null with the last error set.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
@@ -56,13 +45,9 @@ bool isEmpty(LPCWSTR text)
 /// SERVICE_STATUS is the beginning of SERVICE_STATUS_PROCESS.
 SERVICE_STATUS shortStatus(const SERVICE_STATUS_PROCESS& status)
 {
-    return {status.dwServiceType,
-            status.dwCurrentState,
-            status.dwControlsAccepted,
-            status.dwWin32ExitCode,
-            status.dwServiceSpecificExitCode,
-            status.dwCheckPoint,
-            status.dwWaitHint};
+    SERVICE_STATUS beginning;
+    std::memcpy(&beginning, &status, sizeof(beginning));
+    return beginning;
 }
 
 /// Whether the reply to a control tells the service's status; otherwise it is all zero.
@@ -77,23 +62,6 @@ std::size_t textBytes(const std::wstring& text)
     return (text.size() + 1) * sizeof(wchar_t);
 }
 
-std::size_t bytesOf(const std::vector<ServiceEntry>& entries)
-{
-    std::size_t bytes = 0;
-    for (const ServiceEntry& entry : entries)
-        bytes += sizeof(ENUM_SERVICE_STATUSW) + textBytes(entry.name) + textBytes(entry.displayName);
-    return bytes;
-}
-
-/// Copies @p text to @p target, which then points behind it. @return the copy.
-LPWSTR putText(wchar_t*& target, const std::wstring& text)
-{
-    LPWSTR const copy = target;
-    std::memcpy(copy, text.c_str(), textBytes(text));
-    target += text.size() + 1;
-    return copy;
-}
-
 } // namespace
 
 SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD desiredAccess)
@@ -102,9 +70,8 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
         return fail(RPC_S_SERVER_UNAVAILABLE); // other computers cannot be reached
     if (!isEmpty(databaseName) && _wcsicmp(databaseName, SERVICES_ACTIVE_DATABASEW) != 0)
         return fail(ERROR_DATABASE_DOES_NOT_EXIST);
-    const DWORD error = currentMachine().serviceManager().openManager(desiredAccess);
-    if (error != ERROR_SUCCESS)
-        return fail(error);
+    if (!isSuccess(currentMachine().serviceManager().openManager(desiredAccess)))
+        return nullptr;
     return static_cast<SC_HANDLE>(HandleTable::add(std::make_shared<ManagerObject>()));
 }
 
@@ -114,11 +81,10 @@ SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desir
         return nullptr; // any handle to the manager carries the right to connect, which is all it takes
     if (isEmpty(serviceName))
         return fail(ERROR_INVALID_NAME);
-    const DWORD error = currentMachine().serviceManager().openService(serviceName, desiredAccess);
-    if (error != ERROR_SUCCESS)
-        return fail(error);
+    if (!isSuccess(currentMachine().serviceManager().openService(serviceName, desiredAccess)))
+        return nullptr;
     return static_cast<SC_HANDLE>(
-        HandleTable::add(std::make_shared<ServiceObject>(serviceName, desiredAccess)));
+        HandleTable::add(std::make_shared<ServiceObject>(Service{serviceName, desiredAccess})));
 }
 
 BOOL WINAPI QueryServiceStatusEx(SC_HANDLE handle, SC_STATUS_TYPE infoLevel, LPBYTE buffer, DWORD bufferSize,
@@ -133,10 +99,10 @@ BOOL WINAPI QueryServiceStatusEx(SC_HANDLE handle, SC_STATUS_TYPE infoLevel, LPB
     if (bufferSize < sizeof(SERVICE_STATUS_PROCESS))
         return fail(ERROR_INSUFFICIENT_BUFFER);
     SERVICE_STATUS_PROCESS status = {};
-    const DWORD error = currentMachine().serviceManager().queryStatus(service->name, status);
-    if (error == ERROR_SUCCESS)
-        std::memcpy(buffer, &status, sizeof(status));
-    return complete(error);
+    if (!isSuccess(currentMachine().serviceManager().queryStatus(service->name, status)))
+        return FALSE;
+    std::memcpy(buffer, &status, sizeof(status));
+    return TRUE;
 }
 
 BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS serviceStatus)
@@ -149,7 +115,7 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
     SERVICE_STATUS_PROCESS status = {};
     const DWORD error = currentMachine().serviceManager().stop(service->name, status);
     *serviceStatus = tellsStatus(error) ? shortStatus(status) : SERVICE_STATUS{};
-    return complete(error);
+    return isSuccess(error);
 }
 
 BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argumentCount, LPCWSTR*)
@@ -157,7 +123,7 @@ BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argumentCount, LPCWSTR*)
     if (argumentCount != 0)
         return fail(ERROR_INVALID_PARAMETER); // arguments are not modelled
     const auto service = serviceWith(handle, SERVICE_START);
-    return service && complete(currentMachine().serviceManager().start(service->name));
+    return service && isSuccess(currentMachine().serviceManager().start(service->name));
 }
 
 BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_SERVICE_STATUSW services,
@@ -171,18 +137,18 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
     *servicesReturned = 0;
     *bytesNeeded = 0;
     std::vector<ServiceEntry> entries;
-    const DWORD error = currentMachine().serviceManager().dependents(service->name, serviceState, entries);
-    if (error != ERROR_SUCCESS)
-        return complete(error);
-    *bytesNeeded = static_cast<DWORD>(bytesOf(entries));
+    if (!isSuccess(currentMachine().serviceManager().dependents(service->name, serviceState, entries)))
+        return FALSE;
+    for (const ServiceEntry& entry : entries)
+        *bytesNeeded += static_cast<DWORD>(sizeof(*services) + textBytes(entry.name));
     if (*bytesNeeded > bufferSize)
         return fail(ERROR_MORE_DATA);
     auto* text = reinterpret_cast<wchar_t*>(services + entries.size());
     for (const ServiceEntry& entry : entries) {
-        services->lpServiceName = putText(text, entry.name);
-        services->lpDisplayName = putText(text, entry.displayName);
-        services->ServiceStatus = shortStatus(entry.status);
+        std::memcpy(text, entry.name.c_str(), textBytes(entry.name));
+        *services = {text, text, shortStatus(entry.status)}; // no service has another name to display
         ++services;
+        text += entry.name.size() + 1;
     }
     *servicesReturned = static_cast<DWORD>(entries.size());
     return TRUE;

@@ -235,8 +235,8 @@ DWORD WINAPI GetTickCount()
 
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 {
-    if (state & ~(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED))
-        return fail(ERROR_INVALID_PARAMETER); // other requirements are not modelled
+    if ((state & ~(ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) != ES_CONTINUOUS)
+        return fail(ERROR_INVALID_PARAMETER); // other requirements, and those of a moment, are not modelled
     const EXECUTION_STATE previous = currentMachine().session().setExecutionState(state);
     if (previous == 0)
         SetLastError(ERROR_NOT_SUPPORTED);

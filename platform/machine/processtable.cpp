@@ -17,8 +17,7 @@ fs::path procDirectory(DWORD id)
     return fs::path("/proc") / std::to_string(id);
 }
 
-/// One process from /proc/<id>/stat: "id (name) state parent ...", where the name may hold blanks
-/// and brackets.
+/// One process from /proc/<id>/stat: "id (name) state parent ...". The name may hold blanks and brackets.
 std::optional<ProcessEntry> readEntry(DWORD id)
 {
     std::ifstream file(procDirectory(id) / "stat");
@@ -37,12 +36,12 @@ std::optional<ProcessEntry> readEntry(DWORD id)
 
 } // namespace
 
-DWORD RealProcessTable::currentId()
+DWORD ProcessTable::currentId()
 {
     return static_cast<DWORD>(getpid());
 }
 
-std::vector<ProcessEntry> RealProcessTable::snapshot()
+std::vector<ProcessEntry> ProcessTable::snapshot()
 {
     std::vector<ProcessEntry> entries{{0, 0, L"[System Process]"}};
     std::error_code error;
@@ -56,20 +55,15 @@ std::vector<ProcessEntry> RealProcessTable::snapshot()
     return entries;
 }
 
-bool RealProcessTable::exists(DWORD id)
+bool ProcessTable::exists(DWORD id)
 {
     std::error_code error;
     return id != 0 && fs::exists(procDirectory(id), error);
 }
 
-std::wstring RealProcessTable::imagePath(DWORD id)
+std::wstring ProcessTable::imagePath(DWORD id)
 {
     std::error_code error;
     const fs::path path = fs::read_symlink(procDirectory(id) / "exe", error);
     return error ? std::wstring() : path.wstring();
-}
-
-bool RealProcessTable::isWow64()
-{
-    return false;
 }
