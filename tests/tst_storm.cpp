@@ -2,13 +2,11 @@
 // controller's picture ends as the machine is, and nothing is left over.
 //   TST_STORM_SEED  the seed of an earlier run, to repeat its events
 
-#include <algorithm>
 #include <future>
 #include <random>
 #include <thread>
 
 #include <malloc.h>
-#include <unistd.h>
 
 #include "devicecontroller.h"
 #include "imagebuilder.h"
@@ -39,19 +37,9 @@ SimulatedDevice::Setup deviceOf(DeviceType type)
     return {SimulatedChip::hardwareFor(type, 12, 3, image), image, type, {}};
 }
 
-std::string statusLine(const char* key)
-{
-    QFile file(QStringLiteral("/proc/self/status"));
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    const QByteArrayList lines = isOpen ? file.readAll().split('\n') : QByteArrayList();
-    const auto line =
-        std::find_if(lines.begin(), lines.end(), [&](const QByteArray& l) { return l.startsWith(key); });
-    return line == lines.end() ? std::string() : line->mid(int(qstrlen(key))).simplified().toStdString();
-}
-
 int threadCount()
 {
-    return std::stoi(statusLine("Threads:"));
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
 int usedKilobytes()

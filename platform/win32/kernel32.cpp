@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "file.h"
 #include "handletable.h"
 #include "lasterror.h"
+#include "openobjects.h"
 
 namespace {
 
@@ -69,6 +71,8 @@ public:
     using Waitable::Waitable;
 };
 
+std::atomic<std::size_t> runningThreads{0};
+
 class ThreadObject : public Waitable
 {
 public:
@@ -116,6 +120,11 @@ bool waitUntil(DWORD timeoutMs, Condition condition)
 
 } // namespace
 
+std::size_t runningThreadCount()
+{
+    return runningThreads;
+}
+
 DWORD WINAPI GetLastError()
 {
     return lastError;
@@ -161,12 +170,15 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
     if (threadId)
         *threadId = id;
     try {
+        ++runningThreads;
         object->thread = std::thread([object, id, start, parameter] {
             CurrentThread::id = id;
             start(parameter);
+            --runningThreads;
             object->signal();
         });
     } catch (const std::system_error&) {
+        --runningThreads;
         return fail(ERROR_NOT_ENOUGH_MEMORY);
     }
     return HandleTable::add(object);
