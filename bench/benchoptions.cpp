@@ -1,6 +1,7 @@
 #include "benchoptions.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include <QCommandLineParser>
 
@@ -9,9 +10,8 @@
 namespace {
 
 constexpr int usageError = 2;
-constexpr int minImageBytes = 1024; // room for the headers and the descriptors
-constexpr int maxImageBytes =
-    16 * 1024 * 1024; // the loader's addresses would carry more; nobody's flash does
+constexpr int minImageBytes = 1024;             // room for the headers and the descriptors
+constexpr int maxImageBytes = 16 * 1024 * 1024; // the loader's addresses carry more; nobody's flash does
 
 struct Switch
 {
@@ -56,104 +56,71 @@ QString description()
     return text;
 }
 
-/// Takes the options from what was parsed, and keeps the first mistake.
-class Reader
+[[noreturn]] void fail(const QString& mistake)
+{
+    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(mistake));
+    std::exit(usageError);
+}
+
+/// The values of what was parsed, checked.
+class Values
 {
 public:
-    explicit Reader(const QCommandLineParser& commandLine)
+    explicit Values(const QCommandLineParser& commandLine)
         : parser(commandLine)
     {
     }
 
-    BenchOptions read()
-    {
-        if (!parser.positionalArguments().isEmpty())
-            complain(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
-        BenchOptions options;
-        options.archivePath = text("archive");
-        options.generation = number("generation", 1, 2);
-        options.chipId = number("chip", 12, 13);
-        options.revision = number("revision", 2, 3);
-        options.imageBytes = number("image-size", minImageBytes, maxImageBytes);
-        options.fast = isSet("fast");
-        options.speed = number("speed", 1, static_cast<int>(ScaledClock::atOnce));
-        options.dark = isSet("dark");
-        options.screenshotsFolder = text("screenshots");
-        options.drivesItself = isSet("drive") || isSet("screenshots");
-        options.faultMatrix = isSet("fault-matrix");
-        options.family = text("family");
-        options.sample = number("sample", 1, maxImageBytes);
-        const bool isTransmitters = choice("fault-device", "transmitter", "headset");
-        options.faultDevice = isTransmitters ? DeviceType::Transmitter : DeviceType::Headset;
-        readFault(options);
-        readBus(options);
-        return options;
-    }
-
-    QString mistake;
-
-private:
     bool isSet(const char* name) const { return parser.isSet(QLatin1String(name)); }
     QString text(const char* name) const { return parser.value(QLatin1String(name)); }
 
-    void complain(const QString& what)
-    {
-        if (mistake.isEmpty())
-            mistake = what;
-    }
-
-    int number(const char* name, int min, int max)
+    int number(const char* name, int min, int max) const
     {
         bool isNumber = false;
         const int value = text(name).toInt(&isNumber);
         if (!isNumber || value < min || value > max)
-            complain(QStringLiteral("--%1 takes %2 to %3").arg(QLatin1String(name)).arg(min).arg(max));
+            fail(QStringLiteral("--%1 takes %2 to %3").arg(QLatin1String(name)).arg(min).arg(max));
         return value;
     }
 
     /// @return whether it is the first one.
-    bool choice(const char* name, const char* first, const char* second)
+    bool choice(const char* name, const char* first, const char* second) const
     {
         if (text(name) != QLatin1String(first) && text(name) != QLatin1String(second))
-            complain(QStringLiteral("--%1 is %2 or %3")
-                         .arg(QLatin1String(name), QLatin1String(first), QLatin1String(second)));
+            fail(QStringLiteral("--%1 is %2 or %3")
+                     .arg(QLatin1String(name), QLatin1String(first), QLatin1String(second)));
         return text(name) == QLatin1String(first);
     }
 
-    /// Reads "NAME[@K]", K a transfer's number.
-    void readFault(BenchOptions& options)
-    {
-        if (!isSet("fault"))
-            return;
-        const QStringList parts = text("fault").split(QLatin1Char('@'));
-        bool isNumber = true;
-        options.fault = faultByName(parts.first().toStdString());
-        if (parts.size() == 2)
-            options.faultTransfer = parts.last().toInt(&isNumber);
-        if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || !options.fault)
-            complain(QStringLiteral("no such fault: %1").arg(text("fault")));
-    }
-
-    /// After the other options.
-    void readBus(BenchOptions& options)
-    {
-        options.onKernelBus = choice("bus", "uhid", "layer");
-        if (!options.onKernelBus)
-            return;
-        if (options.fast || options.faultMatrix)
-            complain(QStringLiteral("the kernel's time is neither virtual nor repeatable"));
-        if (!options.screenshotsFolder.isEmpty())
-            complain(QStringLiteral("the tour of the screens needs the simulated computer"));
-        if (options.fault == Fault::RefuseOpen)
-            complain(QStringLiteral("the kernel refuses root nothing"));
-    }
-
+private:
     const QCommandLineParser& parser;
 };
 
+/// Reads "NAME[@K]", K a transfer's number.
+void readFault(const QString& text, BenchOptions& options)
+{
+    const QStringList parts = text.split(QLatin1Char('@'));
+    bool isNumber = true;
+    options.fault = faultByName(parts.first().toStdString());
+    if (parts.size() == 2)
+        options.faultTransfer = parts.last().toInt(&isNumber);
+    if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || !options.fault)
+        fail(QStringLiteral("no such fault: %1").arg(text));
+}
+
+void checkKernelBus(const BenchOptions& options)
+{
+    if (options.fast || options.faultMatrix)
+        fail(QStringLiteral("the kernel's time is neither virtual nor repeatable"));
+    if (options.takesTour)
+        fail(QStringLiteral("the tour of the screens needs the simulated computer"));
+    if (options.fault == Fault::RefuseOpen)
+        fail(QStringLiteral("the kernel refuses root nothing"));
+}
+
 } // namespace
 
-std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int& exitCode)
+BenchOptions parseBenchOptions(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(description());
@@ -161,18 +128,36 @@ std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int&
     for (const Switch& one : switches)
         parser.addOption({QLatin1String(one.name), QLatin1String(one.description), QLatin1String(one.value),
                           QLatin1String(one.byDefault)});
-    Reader reader(parser);
-    if (!parser.parse(arguments))
-        reader.mistake = parser.errorText();
-    if (parser.isSet(help)) {
-        std::puts(qPrintable(parser.helpText()));
-        exitCode = 0;
-        return std::nullopt;
-    }
-    const BenchOptions options = reader.read();
-    if (reader.mistake.isEmpty())
-        return options;
-    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(reader.mistake));
-    exitCode = usageError;
-    return std::nullopt;
+    const bool isParsed = parser.parse(arguments);
+    if (parser.isSet(help))
+        parser.showHelp();
+    if (!isParsed)
+        fail(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        fail(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
+
+    const Values values(parser);
+    BenchOptions options;
+    options.archivePath = values.text("archive");
+    options.generation = values.number("generation", 1, 2);
+    options.chipId = values.number("chip", 12, 13);
+    options.revision = values.number("revision", 2, 3);
+    options.imageBytes = values.number("image-size", minImageBytes, maxImageBytes);
+    options.fast = values.isSet("fast");
+    options.speed = values.number("speed", 1, static_cast<int>(ScaledClock::atOnce));
+    options.dark = values.isSet("dark");
+    options.takesTour = values.isSet("screenshots");
+    options.screenshotsFolder = values.text("screenshots");
+    options.drivesItself = values.isSet("drive") || options.takesTour;
+    options.faultMatrix = values.isSet("fault-matrix");
+    options.family = values.text("family");
+    options.sample = values.number("sample", 1, maxImageBytes);
+    if (!values.choice("fault-device", "headset", "transmitter"))
+        options.faultDevice = DeviceType::Transmitter;
+    if (values.isSet("fault"))
+        readFault(values.text("fault"), options);
+    options.onKernelBus = values.choice("bus", "uhid", "layer");
+    if (options.onKernelBus)
+        checkKernelBus(options);
+    return options;
 }

@@ -24,13 +24,13 @@ struct BenchOptions
     bool onKernelBus = false;  ///< the devices are plugged into the kernel, not into the simulated computer
     bool dark = false;         ///< light text on dark ground
     bool drivesItself = false; ///< also where there is a display
-    QString screenshotsFolder; ///< empty: none are saved
+    bool takesTour = false;    ///< of all screens, before the update
+    QString screenshotsFolder; ///< for a picture of each
     bool faultMatrix = false;  ///< every fault at every transfer, instead of one update
     QString family;            ///< of the fault matrix, only this family; empty: all
     int sample = 1;            ///< of the fault matrix, every that many faults
 };
 
-/// Parses the program's arguments (its name first).
-/// @return nothing where the program should end at once, with @p exitCode: after --help (0), which is
-/// printed, or after a mistake (2), which is told on the standard error.
-std::optional<BenchOptions> parseBenchOptions(const QStringList& arguments, int& exitCode);
+/// Parses the program's arguments (its name first). Ends the program after --help, and after a mistake, which
+/// is told on the standard error, with the exit code 2.
+BenchOptions parseBenchOptions(const QStringList& arguments);

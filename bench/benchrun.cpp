@@ -1,92 +1,55 @@
 #include "benchrun.h"
 
-#include <algorithm>
 #include <future>
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QThread>
 
 #include "archivebuilder.h"
 #include "eventlog.h"
 #include "firmwarecontroller.h"
-#include "imagebuilder.h"
+#include "firmwareupdater.h"
 #include "kernelcomputer.h"
 #include "mainwindow.h"
 #include "screentour.h"
-#include "userdriver.h"
 #include "verdict.h"
 
 namespace {
 
 constexpr int unexpected = 1;
-constexpr int lookIntervalMs = 20;
-constexpr int fastLookIntervalMs = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
-
-bool writeArchive(const QString& path, const ImageOptions& transmitter, const ImageOptions& headset)
-{
-    const QByteArray notes = "Version " + QByteArray::fromStdString(transmitter.version) +
-                             "\n\n"
-                             "- Clearer voice in noisy rooms\n"
-                             "- The headset finds its transmitter faster after a pause\n"
-                             "- Corrected: a click at the end of a call\n";
-    return ArchiveBuilder::write(
-        path, ArchiveBuilder::release(ImageBuilder::build(transmitter), ImageBuilder::build(headset), notes));
-}
-
-bool writeSampleArchive(const QString& path, const BenchOptions& options)
-{
-    ImageOptions transmitter = ImageBuilder::transmitter(options.generation);
-    ImageOptions headset = ImageBuilder::headset();
-    transmitter.size = headset.size = options.imageBytes;
-    return writeArchive(path, transmitter, headset);
-}
-
-bool writeDamagedArchive(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write("no archive") > 0;
-}
 
 } // namespace
 
 BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     : options(benchOptions)
+    , lookIntervalMs(options.fast ? 1 : 20)
     , log(eventLog)
+    , logLine([this](const std::string& text) { log.add(QString::fromStdString(text)); })
     , scaledClock(options.speed)
     , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
-    , kernelComputer(options.onKernelBus ? std::make_unique<KernelComputer>(machine, logLine()) : nullptr)
+    , kernelComputer(options.onKernelBus ? std::make_unique<KernelComputer>(machine, logLine) : nullptr)
     , scope(kernelComputer ? static_cast<Machine&>(*kernelComputer) : machine)
 {
-    timeLimit.setSingleShot(true);
-    connect(&timeLimit, &QTimer::timeout, this, [this] {
-        log.add(QStringLiteral("verdict: the update does not come to an end"));
-        finish(unexpected);
-    });
+    connect(&vainWaits, &QTimer::timeout, this, &BenchRun::endVainWaits);
 }
 
 BenchRun::~BenchRun() = default;
-
-std::function<void(const std::string&)> BenchRun::logLine()
-{
-    return [this](const std::string& text) { log.add(QString::fromStdString(text)); };
-}
 
 bool BenchRun::prepare()
 {
     const std::string obstacle = kernelComputer ? UhidBus::obstacle() : std::string();
     if (!obstacle.empty()) {
-        log.add(QStringLiteral("no device can be plugged into the kernel: %1")
-                    .arg(QString::fromStdString(obstacle)));
+        logLine("no device can be plugged into the kernel: " + obstacle);
         return false;
     }
     if (!prepareArchive())
         return false;
     preparePair();
-    if (!onScreen)
-        plugInAndStart();
+    if (!options.takesTour)
+        pair->plugIn();
+    startUpdater();
     return true;
 }
 
@@ -94,8 +57,8 @@ bool BenchRun::prepareArchive()
 {
     archivePath = options.archivePath;
     if (archivePath.isEmpty()) {
-        archivePath = QDir(folder.path()).absoluteFilePath(QStringLiteral("vynt-firmware-1.2.3.zip"));
-        if (!writeSampleArchive(archivePath, options)) {
+        archivePath = folder.filePath(QStringLiteral("vynt-firmware-1.2.3.zip"));
+        if (!makeArchive(archivePath, options.generation, QStringLiteral("1.2.3"))) {
             log.add(QStringLiteral("cannot write the sample archive %1").arg(archivePath));
             return false;
         }
@@ -116,13 +79,20 @@ QByteArray BenchRun::image(DeviceType type) const
 
 bool BenchRun::makeArchive(const QString& path, int generation, const QString& version) const
 {
-    ImageOptions transmitter = ImageBuilder::transmitter(generation);
-    ImageOptions headset = ImageBuilder::headset();
-    transmitter.version = headset.version = version.toStdString();
-    transmitter.seed = headset.seed = qHash(version);
-    return writeArchive(path,
-                        ImageBuilder::forMemoryOf(transmitter, bytesOf(images[DeviceType::Transmitter])),
-                        ImageBuilder::forMemoryOf(headset, bytesOf(images[DeviceType::Headset])));
+    const auto build = [&](ImageOptions image, DeviceType type) {
+        image.size = options.imageBytes;
+        image.version = version.toStdString();
+        image.seed = qHash(version);
+        return ImageBuilder::build(ImageBuilder::forMemoryOf(image, bytesOf(images[type])));
+    };
+    const QByteArray notes = "Version " + version.toUtf8() +
+                             "\n\n"
+                             "- Clearer voice in noisy rooms\n"
+                             "- The headset finds its transmitter faster after a pause\n"
+                             "- Corrected: a click at the end of a call\n";
+    return ArchiveBuilder::write(
+        path, ArchiveBuilder::release(build(ImageBuilder::transmitter(generation), DeviceType::Transmitter),
+                                      build(ImageBuilder::headset(), DeviceType::Headset), notes));
 }
 
 void BenchRun::preparePair()
@@ -133,24 +103,17 @@ void BenchRun::preparePair()
     setup.revision = options.revision;
     setup.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
     setup.headsetImage = bytesOf(images[DeviceType::Headset]);
-    setup.report = logLine();
+    setup.report = logLine;
     setup.bus = kernelComputer ? &kernelComputer->bus() : nullptr;
     pair = std::make_unique<SimulatedPair>(machine, setup);
-    virtualClock.onSleep = [this](std::uint32_t ms) { times.sleep(ms); };
-    judge =
-        std::make_unique<Judge>(Judge::Scene{machine, *pair, images, options.fast ? &times : nullptr, log});
+    judge = std::make_unique<Judge>(Judge::Scene{machine, *pair, images, options.fast, log});
+    virtualClock.onSleep = [this](std::uint32_t ms) { judge->noteSleep(ms); };
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);
-        device.onPhase = [this, type](Phase phase) { times.enter(type, phase); };
+        device.onPhase = [this, type](Phase phase) { judge->notePhase(type, phase); };
         if (options.fast || options.speed > 1)
             device.onVanished = [this] { letEverybodyHear(); };
     }
-}
-
-void BenchRun::plugInAndStart()
-{
-    pair->plugIn();
-    startUpdater();
 }
 
 void BenchRun::startUpdater()
@@ -164,12 +127,17 @@ void BenchRun::startUpdater()
 
 void BenchRun::drive()
 {
-    constexpr qint64 allowanceMs = 120000;
-    qint64 delaysMs = 0;
+    qint64 longestMs = 120000;
     for (const DeviceType type : bothTypes)
-        delaysMs += protocolDelaysMs(type);
-    timeLimit.start(std::chrono::milliseconds(allowanceMs + 2 * delaysMs));
-    if (onScreen)
+        longestMs +=
+            2 * (Verdict::programmingDelaysMs(type, bytesOf(images[type])) + Verdict::restartDelayMs);
+    QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
+        log.add(QStringLiteral("verdict: the update does not come to an end"));
+        Q_EMIT finished(unexpected);
+    });
+    if (options.fast)
+        vainWaits.start(lookIntervalMs);
+    if (options.takesTour)
         takeTour();
     else
         driveUpdater();
@@ -177,87 +145,66 @@ void BenchRun::drive()
 
 void BenchRun::takeTour()
 {
-    const QDir archives(folder.path());
-    const ScreenTour::Archives paths{archivePath,
-                                     archives.absoluteFilePath(QStringLiteral("vynt-firmware-2.0.0.zip")),
-                                     archives.absoluteFilePath(QStringLiteral("damaged.zip"))};
-    const int otherGeneration = options.generation == 1 ? 2 : 1;
-    if (!makeArchive(paths.otherGeneration, otherGeneration, QStringLiteral("2.0.0")) ||
-        !writeDamagedArchive(paths.damaged)) {
-        log.add(QStringLiteral("cannot write archives into %1").arg(folder.path()));
-        finish(unexpected);
+    const QString otherArchive = folder.filePath(QStringLiteral("vynt-firmware-2.0.0.zip"));
+    if (!makeArchive(otherArchive, options.generation == 1 ? 2 : 1, QStringLiteral("2.0.0"))) {
+        log.add(QStringLiteral("cannot write %1").arg(otherArchive));
+        Q_EMIT finished(unexpected);
         return;
     }
-    tour = std::make_unique<ScreenTour>(*pair, paths,
-                                        [this](const QString& name, QWidget& screen) { show(name, screen); });
+    tour = std::make_unique<ScreenTour>(*window, *pair, archivePath, otherArchive);
+    connect(tour.get(), &ScreenTour::screenSeen, this, &BenchRun::seeScreen);
     connect(tour.get(), &ScreenTour::finished, this, [this] {
-        plugInAndStart();
+        startUpdater();
         driveUpdater();
     });
-    tour->start(options.fast ? fastLookIntervalMs : lookIntervalMs);
+    tour->start(lookIntervalMs);
 }
 
-void BenchRun::show(const QString& name, QWidget& screen)
+void BenchRun::seeScreen(const QString& name, QWidget* screen)
 {
-    if (!onScreen || shown.contains(name))
+    if (!options.takesTour || seenScreens.contains(name))
         return;
-    shown.insert(name);
+    seenScreens.insert(name);
     constexpr int layoutsDeep = 3; // each asks its parent's to follow
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    onScreen(name, screen);
+    Q_EMIT screenSeen(name, screen);
 }
 
 void BenchRun::driveUpdater()
 {
-    driver = std::make_unique<UserDriver>(
-        *window, log, [this](const QString& name, QWidget& screen) { show(name, screen); });
-    if (options.fast)
-        driver->setIsWaitInVain([this](DeviceType type) { return isWaitInVain(type); });
+    driver = std::make_unique<UserDriver>(*window);
+    connect(driver.get(), &UserDriver::happened, &log, &EventLog::add);
+    connect(driver.get(), &UserDriver::screenSeen, this, &BenchRun::seeScreen);
     connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::beginUpdate);
-    connect(driver.get(), &UserDriver::succeeded, this, [this] { endUpdate({}, QString()); });
-    connect(driver.get(), &UserDriver::failed, this, &BenchRun::endUpdate);
-    driver->start(options.fast ? fastLookIntervalMs : lookIntervalMs);
+    connect(driver.get(), &UserDriver::ended, this, &BenchRun::endUpdate);
+    driver->start(lookIntervalMs);
 }
 
 void BenchRun::beginUpdate()
 {
     for (const DeviceType type : bothTypes)
         pair->device(type).clearFault();
-    times.clear();
     const std::optional<Fault> fault = isRepairing ? std::nullopt : options.fault;
     judge->begin(fault, options.faultDevice);
     if (fault)
         pair->device(options.faultDevice).setFault(*fault, options.faultTransfer);
 }
 
-/// @param report  the failure report on the screen; empty where it shows the pairing instructions, from which
-///                there is no way back.
-void BenchRun::endUpdate(const QMap<DeviceType, int>& errors, const QString& report)
+void BenchRun::endUpdate(const Outcome& outcome)
 {
-    const QStringList complaints = judge->complaints(errors, report, *driver);
+    const QStringList complaints = judge->complaints(outcome);
     for (const QString& complaint : complaints)
         log.add(QStringLiteral("verdict: not the expected outcome: %1").arg(complaint));
-    if (!complaints.isEmpty()) {
-        finish(unexpected);
-        return;
-    }
-    if (!options.fault || isRepairing) {
-        if (!options.fast && options.speed == 1)
-            reportTimes();
-        finish(0);
+    if (!complaints.isEmpty() || !options.fault || isRepairing) {
+        Q_EMIT finished(complaints.isEmpty() ? 0 : unexpected);
         return;
     }
     const bool wasStruck = pair->device(options.faultDevice).struckAt().has_value();
     log.add(QStringLiteral("verdict: the expected outcome of the fault%1")
                 .arg(wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
-    tryAgain(!report.isEmpty());
-}
-
-/// What the protocol's own delays come to from the announced progress range to the end.
-qint64 BenchRun::protocolDelaysMs(DeviceType type) const
-{
-    return Verdict::programmingDelaysMs(type, bytesOf(images[type])) + Verdict::restartDelayMs;
+    // From the pairing instructions there is no way back.
+    tryAgain(!outcome.report.isEmpty());
 }
 
 /// Repairs the device that the fault hit, as a user would.
@@ -284,31 +231,20 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
         Qt::QueuedConnection);
 }
 
-void BenchRun::finish(int exitCode)
+/// In virtual time: the 30 s for which an updater waits for its device are over as soon as that has come to
+/// rest outside its programming mode, for it will not get there any more.
+void BenchRun::endVainWaits()
 {
-    timeLimit.stop();
-    Q_EMIT finished(exitCode);
-}
-
-/// In virtual time: a device that has come to rest outside its programming mode will not get there any more.
-bool BenchRun::isWaitInVain(DeviceType type)
-{
-    SimulatedDevice& device = pair->device(type);
-    return device.isSettled() && !(device.isPluggedIn() && device.isProgramming());
-}
-
-void BenchRun::reportTimes() const
-{
-    const QMap<DeviceType, qint64> measured = driver->programmingTimesMs();
-    for (auto time = measured.cbegin(); time != measured.cend(); ++time) {
-        const qint64 delays = protocolDelaysMs(time.key());
-        log.add(QStringLiteral("%1: programmed in %2 ms, %3 times the protocol's own %4 ms")
-                    .arg(nameOf(time.key()))
-                    .arg(time.value())
-                    .arg(static_cast<double>(time.value()) / static_cast<double>(delays), 0, 'f', 4)
-                    .arg(delays));
+    for (const DeviceType type : bothTypes) {
+        const auto* const updater =
+            window->findChild<FirmwareUpdater*>(nameOf(type) + QStringLiteral("Updater"));
+        auto* const timeout =
+            updater ? updater->findChild<QTimer*>(QStringLiteral("reenumerationTimer")) : nullptr;
+        const SimulatedDevice& device = pair->device(type);
+        if (timeout && timeout->isActive() && device.isSettled() &&
+            !(device.isPluggedIn() && device.isProgramming()))
+            timeout->start(0);
     }
-    log.add(QStringLiteral("both: programmed in %1 ms").arg(driver->runTimeMs()));
 }
 
 /// In virtual time no delay gives the updater the time to hear that a device is gone, so that time is given

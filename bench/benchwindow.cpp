@@ -1,67 +1,150 @@
 #include "benchwindow.h"
 
 #include <QApplication>
-#include <QCloseEvent>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
+#include <QEvent>
 #include <QFileDialog>
+#include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QVBoxLayout>
+#include <QSpinBox>
 #include <QWindow>
 
+#include "archivebuilder.h"
 #include "benchrun.h"
-#include "devicepanel.h"
 #include "eventlog.h"
 #include "mainwindow.h"
+#include "verdict.h"
 
 namespace {
 
-constexpr int refreshIntervalMs = 50;
-constexpr int tenTimes = 10;
+QString modeOf(const SimulatedDevice& device)
+{
+    if (!device.isPluggedIn())
+        return device.isSettled() ? QStringLiteral("unplugged") : QStringLiteral("restarting");
+    return device.isProgramming() ? QStringLiteral("in programming mode")
+                                  : QStringLiteral("running its firmware");
+}
+
+QString textOf(const Transfers& transfers)
+{
+    return QStringLiteral("%1, in the phase \"%2\"")
+        .arg(transfers.count)
+        .arg(QLatin1String(phaseName(transfers.phase)));
+}
 
 } // namespace
 
-BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog)
+BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOptions& options)
     : run(benchRun)
-    , transmitterPanel(new DevicePanel)
-    , headsetPanel(new DevicePanel)
-    , versionEdit(new QLineEdit(QStringLiteral("1.3.0")))
-    , generationBox(new QComboBox)
 {
+    constexpr int refreshIntervalMs = 50;
+    constexpr int gap = 16;
     setWindowTitle(tr("Bench"));
-    resize(760, 640);
-    transmitterPanel->setDevice(DeviceType::Transmitter, run.device(DeviceType::Transmitter));
-    headsetPanel->setDevice(DeviceType::Headset, run.device(DeviceType::Headset));
+    resize(860, 640);
     auto* const devices = new QHBoxLayout;
-    devices->addWidget(transmitterPanel);
-    devices->addWidget(headsetPanel);
+    devices->addWidget(makeDeviceBox(DeviceType::Transmitter));
+    devices->addWidget(makeDeviceBox(DeviceType::Headset));
     auto* const settings = new QHBoxLayout;
-    settings->addWidget(makeTimeBox());
-    settings->addWidget(makeArchiveBox(), 1);
+    settings->addWidget(makeTimeBox(options.speed));
+    settings->addWidget(makeArchiveBox(options.generation), 1);
     auto* const all = new QVBoxLayout(this);
     all->addLayout(devices);
     all->addLayout(settings);
     all->addWidget(makeLogBox(eventLog), 1);
 
-    connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::refresh);
+    connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::endAfterClosing);
     refreshTimer.start(refreshIntervalMs);
-    refresh();
     qApp->installEventFilter(this);
-    placeBesideUpdater();
+    const QRect updater = run.updater().frameGeometry();
+    move(updater.right() + gap, updater.top());
 }
 
-QGroupBox* BenchWindow::makeTimeBox()
+QWidget* BenchWindow::makeDeviceBox(DeviceType type)
 {
+    SimulatedDevice& device = run.device(type);
+    const bool isTransmitter = type == DeviceType::Transmitter;
+    auto* const box = new QGroupBox(isTransmitter ? tr("Transmitter") : tr("Headset"));
+    auto* const rows = new QFormLayout(box);
+    addState(*rows, tr("State:"), [&device] { return modeOf(device); });
+    addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
+    addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });
+    addFault(*rows, device);
+    // The mnemonics tell the two boxes apart.
+    auto* const cable =
+        new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
+    connect(cable, &QCheckBox::clicked, this,
+            [&device](bool isPlugged) { isPlugged ? device.plugIn() : device.unplug(); });
+    connect(&refreshTimer, &QTimer::timeout, cable,
+            [&device, cable] { cable->setChecked(device.isPluggedIn()); });
+    rows->addRow(cable);
+    return box;
+}
+
+/// Adds a line that follows a state of the device.
+void BenchWindow::addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state)
+{
+    auto* const label = new QLabel;
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // whatever its text is
+    rows.addRow(name, label);
+    connect(&refreshTimer, &QTimer::timeout, label, [=] { label->setText(state()); });
+}
+
+void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
+{
+    constexpr int mostTransfers = 999999;
+    constexpr int inTheDownload = 40;
+    auto* const fault = new QComboBox;
+    for (const FaultDescription& one : faultDescriptions()) {
+        fault->addItem(QLatin1String(one.name), static_cast<int>(one.fault));
+        fault->setItemData(fault->count() - 1, QLatin1String(one.explanation), Qt::ToolTipRole);
+    }
+    auto* const transfer = new QSpinBox;
+    transfer->setRange(1, mostTransfers);
+    transfer->setValue(inTheDownload);
+    auto* const armed = new QCheckBox(tr("Armed"));
+    connect(armed, &QCheckBox::clicked, this, [&device, fault, transfer](bool isArmed) {
+        if (isArmed)
+            device.setFault(static_cast<Fault>(fault->currentData().toInt()), transfer->value());
+        else
+            device.clearFault();
+    });
+    connect(&refreshTimer, &QTimer::timeout, armed,
+            [&device, armed] { armed->setChecked(armed->isChecked() && !device.struckAt()); });
+    rows.addRow(tr("Fault:"), fault);
+    rows.addRow(tr("At transfer:"), transfer);
+    rows.addRow(QString(), armed);
+    addState(rows, tr("Struck:"), [&device] {
+        const auto struck = device.struckAt();
+        return struck ? textOf(*struck) : QStringLiteral("not yet");
+    });
+}
+
+QString BenchWindow::memoryState(DeviceType type) const
+{
+    const std::vector<std::uint8_t> memory = run.device(type).memory();
+    const std::vector<std::uint8_t> image = bytesOf(run.image(type));
+    const auto identity = ImageBuilder::identityOf(memory);
+    const QString version = identity ? QString::fromStdString(identity->version) : tr("(no valid firmware)");
+    if (image.empty())
+        return tr("%1, no image in the archive").arg(version);
+    const auto place = Verdict::firstDifference(memory, image);
+    return place ? tr("%1, first difference at 0x%2").arg(version).arg(*place, 4, 16, QLatin1Char('0'))
+                 : tr("%1, %2 bytes equal").arg(version).arg(image.size());
+}
+
+QWidget* BenchWindow::makeTimeBox(int speed)
+{
+    constexpr int tenTimes = 10;
     auto* const box = new QGroupBox(tr("Time"));
     auto* const layout = new QHBoxLayout(box);
-    const int speed = run.settings().speed;
     const auto add = [&](const QString& text, double buttonSpeed, bool isChosen) {
         auto* const button = new QRadioButton(text);
         button->setChecked(isChosen);
@@ -74,25 +157,28 @@ QGroupBox* BenchWindow::makeTimeBox()
     return box;
 }
 
-QGroupBox* BenchWindow::makeArchiveBox()
+QWidget* BenchWindow::makeArchiveBox(int generation)
 {
     auto* const box = new QGroupBox(tr("Archive"));
+    auto* const version = new QLineEdit(QStringLiteral("1.3.0"));
     auto* const versionLabel = new QLabel(tr("&Version:"));
-    versionLabel->setBuddy(versionEdit);
-    generationBox->addItems({QStringLiteral("VYNT1"), QStringLiteral("VYNT2")});
-    generationBox->setAccessibleName(tr("Generation"));
-    generationBox->setCurrentIndex(run.settings().generation - 1);
+    versionLabel->setBuddy(version);
+    auto* const generations = new QComboBox;
+    generations->addItems({QStringLiteral("VYNT1"), QStringLiteral("VYNT2")});
+    generations->setAccessibleName(tr("Generation"));
+    generations->setCurrentIndex(generation - 1);
     auto* const button = new QPushButton(tr("&New archive..."));
-    connect(button, &QPushButton::clicked, this, &BenchWindow::makeArchive);
+    connect(button, &QPushButton::clicked, this,
+            [=] { makeArchive(version->text(), generations->currentIndex() + 1); });
     auto* const layout = new QHBoxLayout(box);
     layout->addWidget(versionLabel);
-    layout->addWidget(versionEdit, 1);
-    layout->addWidget(generationBox);
+    layout->addWidget(version, 1);
+    layout->addWidget(generations);
     layout->addWidget(button);
     return box;
 }
 
-QGroupBox* BenchWindow::makeLogBox(EventLog& eventLog)
+QWidget* BenchWindow::makeLogBox(EventLog& eventLog)
 {
     constexpr int mostLines = 10000;
     auto* const box = new QGroupBox(tr("Log"));
@@ -107,41 +193,31 @@ QGroupBox* BenchWindow::makeLogBox(EventLog& eventLog)
     return box;
 }
 
-void BenchWindow::refresh()
+void BenchWindow::makeArchive(const QString& version, int generation)
 {
-    transmitterPanel->refresh(run.image(DeviceType::Transmitter));
-    headsetPanel->refresh(run.image(DeviceType::Headset));
-}
-
-void BenchWindow::placeBesideUpdater()
-{
-    constexpr int gap = 16;
-    const QRect updater = run.updater().frameGeometry();
-    move(updater.right() + gap, updater.top());
-}
-
-void BenchWindow::makeArchive()
-{
-    const QString version = versionEdit->text();
     const QString name = QStringLiteral("vynt-firmware-%1.zip").arg(version);
     const QString path = QFileDialog::getSaveFileName(
         this, tr("New Archive"), QDir::temp().absoluteFilePath(name), tr("Firmware archives (*.zip)"));
     if (path.isEmpty())
         return;
-    if (!run.makeArchive(path, generationBox->currentIndex() + 1, version)) {
+    if (!run.makeArchive(path, generation, version)) {
         QMessageBox::warning(this, tr("New Archive"), tr("%1 could not be written.").arg(path));
         return;
     }
     run.updater().setFirmwareFilePath(path);
 }
 
+/// An update that is under way ends before the program does.
+void BenchWindow::endAfterClosing()
+{
+    if (isVisible() && run.updater().isVisible())
+        return;
+    run.setSpeed(ScaledClock::atOnce);
+    QCoreApplication::quit();
+}
+
 bool BenchWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == &run.updater() && event->type() == QEvent::Close) {
-        // When the window has had its say.
-        QMetaObject::invokeMethod(this, &BenchWindow::endWithUpdater, Qt::QueuedConnection);
-        return false;
-    }
     auto* const widget = qobject_cast<QWidget*>(watched);
     if (!widget || !widget->isWindow() || !widget->isModal())
         return false;
@@ -158,23 +234,4 @@ void BenchWindow::stayUsableUnder(const QWidget* modal)
     const bool isOwn = modal && modal->parentWidget() && modal->parentWidget()->window() == this;
     if (windowHandle() && !isOwn)
         windowHandle()->setTransientParent(modal && modal->isVisible() ? modal->windowHandle() : nullptr);
-}
-
-void BenchWindow::endWithUpdater()
-{
-    if (!run.updater().isVisible())
-        end();
-}
-
-/// An update that is under way ends before the program does.
-void BenchWindow::end()
-{
-    run.setSpeed(ScaledClock::atOnce);
-    QCoreApplication::quit();
-}
-
-void BenchWindow::closeEvent(QCloseEvent* event)
-{
-    event->accept();
-    end();
 }

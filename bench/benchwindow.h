@@ -1,14 +1,17 @@
 #pragma once
 
+#include <functional>
+
 #include <QTimer>
 #include <QWidget>
 
+#include "deviceinstance.h"
+
 class BenchRun;
-class DevicePanel;
 class EventLog;
-class QComboBox;
-class QGroupBox;
-class QLineEdit;
+class QFormLayout;
+class SimulatedDevice;
+struct BenchOptions;
 
 /// The bench's own small window, beside the updater's: shows the simulated devices and plugs, unplugs and
 /// breaks them, changes the speed of time, makes archives, and shows the log. It stays usable while the
@@ -18,27 +21,24 @@ class BenchWindow : public QWidget
     Q_OBJECT
 
 public:
-    BenchWindow(BenchRun& benchRun, EventLog& eventLog);
+    /// @param options  those of the run.
+    BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOptions& options);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
 
 private:
-    QGroupBox* makeTimeBox();
-    QGroupBox* makeArchiveBox();
-    static QGroupBox* makeLogBox(EventLog& eventLog);
-    void placeBesideUpdater();
-    void makeArchive();
-    void refresh();
+    QWidget* makeDeviceBox(DeviceType type);
+    QWidget* makeTimeBox(int speed);
+    QWidget* makeArchiveBox(int generation);
+    static QWidget* makeLogBox(EventLog& eventLog);
+    void addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state);
+    void addFault(QFormLayout& rows, SimulatedDevice& device);
+    QString memoryState(DeviceType type) const;
+    void makeArchive(const QString& version, int generation);
+    void endAfterClosing();
     void stayUsableUnder(const QWidget* modal);
-    void endWithUpdater();
-    void end();
 
     BenchRun& run;
-    DevicePanel* transmitterPanel;
-    DevicePanel* headsetPanel;
-    QLineEdit* versionEdit;
-    QComboBox* generationBox;
-    QTimer refreshTimer;
+    QTimer refreshTimer; ///< what shows a state follows it
 };

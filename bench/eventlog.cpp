@@ -16,24 +16,22 @@ void logMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
 
 } // namespace
 
-UpdaterLog::UpdaterLog(EventLog& log)
-    : previous((messageLog = &log, qInstallMessageHandler(logMessage)))
-{
-}
-
-UpdaterLog::~UpdaterLog()
-{
-    qInstallMessageHandler(previous);
-}
-
 QString nameOf(DeviceType type)
 {
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
-EventLog::EventLog()
+EventLog::EventLog(Output logOutput)
+    : output(logOutput)
 {
     timer.start();
+    messageLog = this;
+    previousHandler = qInstallMessageHandler(logMessage);
+}
+
+EventLog::~EventLog()
+{
+    qInstallMessageHandler(previousHandler);
 }
 
 void EventLog::add(const QString& text)
@@ -45,8 +43,8 @@ void EventLog::add(const QString& text)
         line = QStringLiteral("[%1] %2")
                    .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
                    .arg(text);
-        lines << line;
-        if (!isQuiet) {
+        all << line;
+        if (output == Output::Printed) {
             std::puts(line.toUtf8().constData());
             std::fflush(stdout);
         }
@@ -54,28 +52,8 @@ void EventLog::add(const QString& text)
     Q_EMIT added(line);
 }
 
-void EventLog::setQuiet(bool quiet)
+QStringList EventLog::lines() const
 {
     const QMutexLocker locker(&mutex);
-    isQuiet = quiet;
-}
-
-int EventLog::lineCount() const
-{
-    const QMutexLocker locker(&mutex);
-    return lines.size();
-}
-
-QStringList EventLog::linesWith(const QString& text, int first) const
-{
-    const QMutexLocker locker(&mutex);
-    return lines.mid(first).filter(text);
-}
-
-QStringList EventLog::takeLines()
-{
-    const QMutexLocker locker(&mutex);
-    QStringList taken;
-    taken.swap(lines);
-    return taken;
+    return all;
 }

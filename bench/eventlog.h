@@ -11,46 +11,30 @@
 /// A device's name in the protocol.
 QString nameOf(DeviceType type);
 
-class EventLog;
-
-/// While it lives, what the updater logs goes into the bench's protocol. One at a time.
-class UpdaterLog
-{
-public:
-    explicit UpdaterLog(EventLog& log);
-    ~UpdaterLog();
-    UpdaterLog(const UpdaterLog&) = delete;
-    UpdaterLog& operator=(const UpdaterLog&) = delete;
-
-private:
-    const QtMessageHandler previous;
-};
-
-/// The bench's protocol: a line per event with the seconds since the start, on the standard output. Any
-/// thread.
+/// The bench's protocol: a line per event with the seconds since the start. While it lives, what the updater
+/// logs is among them. One at a time; any thread.
 class EventLog : public QObject
 {
     Q_OBJECT
 
 public:
-    EventLog();
+    enum class Output { Printed, Kept };
+
+    /// @param logOutput  whether the lines go to the standard output too.
+    explicit EventLog(Output logOutput = Output::Printed);
+    ~EventLog() override;
 
     void add(const QString& text);
 
-    /// While quiet, nothing is printed.
-    void setQuiet(bool quiet);
-    /// The lines since the last call.
-    QStringList takeLines();
-    int lineCount() const; ///< of these
-    /// Of these, from the @p first on, those that contain @p text.
-    QStringList linesWith(const QString& text, int first) const;
+    QStringList lines() const; ///< so far
 
 Q_SIGNALS:
     void added(const QString& line);
 
 private:
-    mutable QMutex mutex;
+    const Output output;
+    QtMessageHandler previousHandler;
+    mutable QMutex mutex; ///< guards what follows
     QElapsedTimer timer;
-    bool isQuiet = false;
-    QStringList lines;
+    QStringList all;
 };

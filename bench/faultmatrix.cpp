@@ -19,25 +19,27 @@ struct Count
     int faults = 0;
 };
 
-struct Family
+/// @return a run of each, without a fault.
+std::vector<BenchOptions> families()
 {
-    DeviceType device;
-    int chipId;
-    int revision;
-
-    QString name() const { return QStringLiteral("%1-%2-%3").arg(nameOf(device)).arg(chipId).arg(revision); }
-};
-
-std::vector<Family> families()
-{
-    std::vector<Family> all;
+    std::vector<BenchOptions> all;
+    BenchOptions family;
+    family.fast = true;
+    family.imageBytes = imageBytes;
     for (const DeviceType device : {DeviceType::Transmitter, DeviceType::Headset}) {
-        for (const int chipId : {12, 13}) {
-            for (const int revision : {2, 3})
-                all.push_back({device, chipId, revision});
+        family.faultDevice = device;
+        family.generation = device == DeviceType::Transmitter ? 1 : 2;
+        for (family.chipId = 12; family.chipId <= 13; ++family.chipId) {
+            for (family.revision = 2; family.revision <= 3; ++family.revision)
+                all.push_back(family);
         }
     }
     return all;
+}
+
+QString familyName(const BenchOptions& family)
+{
+    return QStringLiteral("%1-%2-%3").arg(nameOf(family.faultDevice)).arg(family.chipId).arg(family.revision);
 }
 
 /// Nobody looks at the windows, so they need not be painted.
@@ -59,59 +61,48 @@ void print(const QString& line)
     std::fflush(stdout);
 }
 
-/// Runs one update, and its repair where a fault is asked for. @return whether all went as it should.
-/// @param transfers  gets how many the device with the fault has seen in the last update.
-bool survives(const BenchOptions& options, EventLog& log, int& transfers)
+/// Runs one update, and its repair where a fault is asked for. Its log is printed, below @p name, where not
+/// all goes as it should.
+/// @return how many transfers the device with the fault has seen in the last update; nothing then.
+std::optional<int> transfersSurvived(const BenchOptions& options, const QString& name)
 {
-    static_cast<void>(log.takeLines());
+    EventLog log(EventLog::Output::Kept);
     BenchRun run(options, log);
-    if (!run.prepare())
-        return false;
     QEventLoop loop;
     QObject::connect(&run, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    run.drive();
-    const bool isSurvived = loop.exec() == 0;
-    transfers = run.device(options.faultDevice).transfers().count;
-    return isSurvived;
+    if (run.prepare()) {
+        run.drive();
+        if (loop.exec() == 0)
+            return run.device(options.faultDevice).transfers().count;
+    }
+    print(name + QLatin1Char('\n') + log.lines().join(QLatin1Char('\n')));
+    return std::nullopt;
 }
 
 /// @param number  of the family; the samples of each are others.
-Count runFamily(const Family& family, int number, int sample, EventLog& log)
+Count runFamily(const BenchOptions& family, int number, int sample)
 {
-    BenchOptions options;
-    options.fast = true;
-    options.generation = family.device == DeviceType::Transmitter ? 1 : 2;
-    options.faultDevice = family.device;
-    options.chipId = family.chipId;
-    options.revision = family.revision;
-    options.imageBytes = imageBytes;
-    int transfers = 0;
-    if (!survives(options, log, transfers)) {
-        print(log.takeLines().join(QLatin1Char('\n')));
+    const std::optional<int> transfers = transfersSurvived(family, familyName(family));
+    if (!transfers)
         return {0, 1};
-    }
     Count count;
     int place = number;
     for (const FaultDescription& fault : faultDescriptions()) {
-        for (int transfer = 1; transfer <= transfers; ++transfer) {
+        for (int transfer = 1; transfer <= *transfers; ++transfer) {
             if (++place % sample != 0)
                 continue;
+            BenchOptions options = family;
             options.fault = fault.fault;
             options.faultTransfer = transfer;
             ++count.faults;
-            int ignored = 0;
-            if (survives(options, log, ignored))
-                ++count.survived;
-            else
-                print(QStringLiteral("%1: %2@%3\n")
-                          .arg(family.name(), QLatin1String(fault.name))
-                          .arg(transfer) +
-                      log.takeLines().join(QLatin1Char('\n')));
+            const QString name =
+                QStringLiteral("%1: %2@%3").arg(familyName(family), QLatin1String(fault.name)).arg(transfer);
+            count.survived += transfersSurvived(options, name) ? 1 : 0;
         }
     }
     print(QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
-              .arg(family.name())
-              .arg(transfers)
+              .arg(familyName(family))
+              .arg(*transfers)
               .arg(faultDescriptions().size())
               .arg(count.survived)
               .arg(count.faults));
@@ -120,20 +111,19 @@ Count runFamily(const Family& family, int number, int sample, EventLog& log)
 
 } // namespace
 
-int FaultMatrix::run(const QString& family, int sample, EventLog& log)
+int FaultMatrix::run(const QString& family, int sample)
 {
     constexpr double msPerSecond = 1000;
     QElapsedTimer timer;
     timer.start();
     const Unpainted unpainted;
-    log.setQuiet(true);
     Count total;
     int number = 0;
-    for (const Family& one : families()) {
+    for (const BenchOptions& one : families()) {
         ++number;
-        if (!family.isEmpty() && one.name() != family)
+        if (!family.isEmpty() && familyName(one) != family)
             continue;
-        const Count count = runFamily(one, number, sample, log);
+        const Count count = runFamily(one, number, sample);
         total.survived += count.survived;
         total.faults += count.faults;
     }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QString>
-
-class EventLog;
+class QString;
 
 /// Every fault at every transfer of an update, in virtual time through the real windows: the update has to
 /// end as the protocol prescribes, and the next one has to put the device right.
@@ -15,6 +13,6 @@ namespace FaultMatrix {
 /// @param family  empty: all of them.
 /// @param sample  1: every fault at every transfer; n: every n-th of these.
 /// @return the exit code: 0 where all faults were survived, otherwise 1.
-int run(const QString& family, int sample, EventLog& log);
+int run(const QString& family, int sample);
 
 } // namespace FaultMatrix

@@ -5,16 +5,22 @@
 
 #include "archivebuilder.h"
 #include "eventlog.h"
-#include "userdriver.h"
+#include "expectation.h"
 #include "verdict.h"
 
 namespace {
 
-constexpr int roles = 3;
-
-QString complaint(DeviceType type, const char* text)
+QString windowText(const char* text)
 {
-    return QStringLiteral("%1: %2").arg(nameOf(type), QLatin1String(text));
+    return QCoreApplication::translate("MainWindow", text);
+}
+
+QString resultText(bool isSuccess)
+{
+    return QCoreApplication::translate(
+        "FlashingDialog",
+        isSuccess ? "Device has been successfully updated."
+                  : "Update cannot proceed. Make sure your device is connected properly and try again.");
 }
 
 } // namespace
@@ -30,102 +36,110 @@ void Judge::begin(std::optional<Fault> fault, DeviceType faulty)
     faultyType = faulty;
     for (const DeviceType type : scene.images.keys())
         before[type] = scene.pair.device(type).memory();
-    defaultsBefore = defaults();
-    linesBefore = scene.log.lineCount();
+    endpointsBefore = defaultEndpoints();
+    linesBefore = scene.log.lines().size();
     restoredBefore = scene.machine.audioEndpoints().defaultsSet().size();
+    const std::lock_guard<std::mutex> guard(mutex);
+    begunMs.clear();
+    programmedMs.clear();
 }
 
-QStringList Judge::complaints(const QMap<DeviceType, int>& errors, const QString& report,
-                              const UserDriver& driver)
+void Judge::noteSleep(std::uint32_t ms)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    sleptMs[std::this_thread::get_id()] += ms;
+}
+
+void Judge::notePhase(DeviceType type, Phase phase)
+{
+    const std::lock_guard<std::mutex> guard(mutex);
+    const std::int64_t nowMs = sleptMs[std::this_thread::get_id()];
+    if (phase == Phase::Configure)
+        begunMs[type] = nowMs;
+    else if (phase == Phase::FinalWait && begunMs.count(type) > 0)
+        programmedMs[type] = nowMs - begunMs[type];
+}
+
+QStringList Judge::complaints(const Outcome& outcome) const
 {
     QThreadPool::globalInstance()->waitForDone(); // the sound comes back on a thread of its own
-    QStringList all{complaintAboutTexts(errors, report, driver), complaintAboutComputer()};
+    QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
-        const int code = errors.value(type);
-        const QString error =
-            code == 0 ? QStringLiteral("no error") : QStringLiteral("error code %1").arg(code);
+        const Outcome::Device device = outcome.devices[type];
+        const QString error = device.errorCode == 0 ? QStringLiteral("no error")
+                                                    : QStringLiteral("error code %1").arg(device.errorCode);
         const std::string verdict =
             Verdict::text(before[type], scene.pair.device(type).memory(), bytesOf(*image));
         scene.log.add(
             QStringLiteral("verdict: %1: %2, %3").arg(nameOf(type), QString::fromStdString(verdict), error));
-        if (image->isEmpty())
-            continue;
-        const Expectation expected = expectationOf(type);
-        all << complaintAbout(type, code, expected) << complaintAboutLog(type, expected);
-        if (driver.isBarFull(type) != (code == 0))
-            all << complaint(type, "the progress bar does not tell how it went");
+        if (!image->isEmpty())
+            all << complaintsAbout(type, device);
     }
     all.removeAll(QString());
     return all;
 }
 
-Expectation Judge::expectationOf(DeviceType type) const
+QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& device) const
 {
-    if (!armed || type != faultyType)
-        return {};
-    return expectationFor(armed, scene.pair.device(type).struckAt(),
-                          Verdict::commits(bytesOf(scene.images[type])));
-}
-
-QString Judge::complaintAbout(DeviceType type, int errorCode, const Expectation& expected) const
-{
+    SimulatedDevice& simulated = scene.pair.device(type);
     const std::vector<std::uint8_t> image = bytesOf(scene.images[type]);
-    if (errorCode != expected.errorCode)
-        return complaint(type, "not the expected error code");
-    if (errorCode == 0 && expected.isMemoryWhole &&
-        Verdict::firstDifference(scene.pair.device(type).memory(), image))
-        return complaint(type, "the memory is not the image");
-    if (!scene.times)
-        return QString();
-    const auto time = scene.times->of(type);
-    if (time && *time != Verdict::programmingDelaysMs(type, image))
-        return QStringLiteral("%1: %2 ms were waited").arg(nameOf(type)).arg(*time);
-    if (errorCode == 0 && !time && expected.lostTransfers == 0)
-        return complaint(type, "the end of programming was not announced");
-    return QString();
+    const bool isSuccess = device.errorCode == 0;
+    const Expectation expected = expectationFor(type == faultyType ? armed : std::nullopt,
+                                                simulated.struckAt(), Verdict::commits(image));
+    QStringList all{complaintAboutLog(type, expected.lostTransfers)};
+    const auto require = [&](bool isRight, const QString& complaint) {
+        if (!isRight)
+            all << nameOf(type) + QStringLiteral(": ") + complaint;
+    };
+    require(device.errorCode == expected.errorCode, QStringLiteral("not the expected error code"));
+    require(!isSuccess || !expected.isMemoryWhole || !Verdict::firstDifference(simulated.memory(), image),
+            QStringLiteral("the memory is not the image"));
+    require(device.isBarFull == isSuccess, QStringLiteral("the progress bar does not tell how it went"));
+    require(device.text == resultText(isSuccess), QStringLiteral("the dialog says: ") + device.text);
+    if (!scene.isTimeVirtual)
+        return all;
+    const std::lock_guard<std::mutex> guard(mutex);
+    const auto time = programmedMs.find(type);
+    const bool isAnnounced = time != programmedMs.end();
+    require(isAnnounced || !isSuccess || expected.lostTransfers > 0,
+            QStringLiteral("the end of programming was not announced"));
+    require(!isAnnounced || time->second == Verdict::programmingDelaysMs(type, image),
+            QStringLiteral("%1 ms were waited").arg(isAnnounced ? time->second : 0));
+    return all;
 }
 
 /// Every transfer that did not get through while the device was programmed is told, by its number there.
-QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) const
+QString Judge::complaintAboutLog(DeviceType type, int lostTransfers) const
 {
-    const QString name =
-        type == DeviceType::Transmitter ? QStringLiteral("Transmitter") : QStringLiteral("Headset");
-    const QStringList lines = scene.log.linesWith(name + QStringLiteral(": Transfer "), linesBefore);
+    const QString told = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
+                                                         : QStringLiteral("Headset: Transfer ");
+    const QStringList lines = scene.log.lines().mid(linesBefore).filter(told);
     // In real time some may still be under way when the loss is told.
-    if (scene.times ? lines.size() != expected.lostTransfers : lines.size() < expected.lostTransfers)
+    const bool areMoreUnderWay = !scene.isTimeVirtual && lostTransfers > 0 && lines.size() > lostTransfers;
+    if (lines.size() != lostTransfers && !areMoreUnderWay)
         return QStringLiteral("%1: %2 transfers did not get through").arg(nameOf(type)).arg(lines.size());
     if (lines.isEmpty())
         return QString();
     const int number = scene.pair.device(type).struckAt()->count - 1; // the first made it leave its mode
-    const bool isTold =
-        lines.first().contains(QStringLiteral(": Transfer %1 did not get through").arg(number));
-    return isTold ? QString() : complaint(type, "another transfer is told than the one that failed");
+    const bool isFirstTold = lines.first().contains(told + QStringLiteral("%1 did not").arg(number));
+    return isFirstTold ? QString()
+                       : nameOf(type) + QStringLiteral(": another transfer is told than the one that failed");
 }
 
 /// Every failure that a fault can bring about is one of the connection.
-QString Judge::complaintAboutTexts(const QMap<DeviceType, int>& errors, const QString& report,
-                                   const UserDriver& driver) const
+QString Judge::complaintAboutReport(const Outcome& outcome) const
 {
-    const auto ofWindow = [](const char* text) { return QCoreApplication::translate("MainWindow", text); };
-    const auto ofDialog = [](const char* text) {
-        return QCoreApplication::translate("FlashingDialog", text);
-    };
-    const QString lost = QStringLiteral("%1\n%2\n")
-                             .arg(ofWindow("Update was unsuccessful."),
-                                  ofWindow("One or both of your devices have been disconnected. Please "
-                                           "reconnect your devices to restart the firmware update process."));
-    if (report != (errors.isEmpty() ? QString() : lost))
-        return QStringLiteral("the screen says: %1").arg(report.simplified());
-    const QString success = ofDialog("Device has been successfully updated.");
-    const QString advice =
-        ofDialog("Update cannot proceed. Make sure your device is connected properly and try again.");
-    for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
-        const QString result = driver.resultTexts().value(image.key());
-        if (!image->isEmpty() && result != (errors.contains(image.key()) ? advice : success))
-            return QStringLiteral("%1: the dialog says: %2").arg(nameOf(image.key()), result);
-    }
-    return QString();
+    const bool isFailed = std::any_of(outcome.devices.begin(), outcome.devices.end(),
+                                      [](const Outcome::Device& device) { return device.errorCode != 0; });
+    const QString lost =
+        QStringLiteral("%1\n%2\n")
+            .arg(windowText("Update was unsuccessful."),
+                 windowText("One or both of your devices have been disconnected. Please "
+                            "reconnect your devices to restart the firmware update process."));
+    if (outcome.report == (isFailed ? lost : QString()))
+        return QString();
+    return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
 /// The sound is as it was, and nothing is open any more.
@@ -133,21 +147,22 @@ QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)
         return QStringLiteral("the audio service does not run");
-    if (defaults() != defaultsBefore || scene.machine.audioEndpoints().defaultsSet().size() == restoredBefore)
+    if (defaultEndpoints() != endpointsBefore ||
+        scene.machine.audioEndpoints().defaultsSet().size() == restoredBefore)
         return QStringLiteral("the default endpoints were not restored");
     if (scene.machine.deviceTree().openFileCount() > 0)
         return QStringLiteral("a device is still open");
     return QString();
 }
 
-Judge::Defaults Judge::defaults() const
+/// @return their identifiers, by flow and role.
+QStringList Judge::defaultEndpoints() const
 {
-    Defaults all;
+    QStringList all;
     for (const EDataFlow flow : {eRender, eCapture}) {
-        for (int role = 0; role < roles; ++role) {
-            const auto endpoint =
-                scene.machine.audioEndpoints().defaultEndpoint(flow, static_cast<ERole>(role));
-            all[flow * roles + role] = endpoint ? QString::fromStdWString(endpoint->id) : QString();
+        for (const ERole role : {eConsole, eMultimedia, eCommunications}) {
+            const auto endpoint = scene.machine.audioEndpoints().defaultEndpoint(flow, role);
+            all << (endpoint ? QString::fromStdWString(endpoint->id) : QString());
         }
     }
     return all;

@@ -1,7 +1,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
-#include <QPalette>
 #include <QTranslator>
 
 #include "benchoptions.h"
@@ -10,7 +9,6 @@
 #include "eventlog.h"
 #include "faultmatrix.h"
 #include "looks.h"
-#include "mainwindow.h"
 #include "photographer.h"
 #include "startup.h"
 
@@ -36,41 +34,29 @@ bool hasDisplay()
     return QGuiApplication::platformName() != QLatin1String("offscreen");
 }
 
-void chooseLooks(const BenchOptions& options)
-{
-    if (options.dark)
-        QApplication::setPalette(Looks::darkPalette());
-    if (!hasDisplay())
-        Looks::setFont();
-}
-
-bool drivesItself(const BenchOptions& options)
-{
-    return options.drivesItself || !hasDisplay();
-}
-
 /// @return the program's exit code.
-int runBench(BenchOptions options, EventLog& log)
+int runBench(const BenchOptions& options)
 {
-    if (options.fast && !drivesItself(options)) {
-        options.fast = false; // nobody could watch
-        options.speed = static_cast<int>(ScaledClock::atOnce);
-    }
-    if (!options.screenshotsFolder.isEmpty() && !QDir().mkpath(options.screenshotsFolder)) {
+    EventLog log;
+    const QDir pictures(options.screenshotsFolder);
+    if (options.takesTour && !pictures.mkpath(QStringLiteral("."))) {
         log.add(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
         return failure;
     }
     BenchRun run(options, log);
-    if (!options.screenshotsFolder.isEmpty())
-        run.setScreenHandler(Photographer(options.screenshotsFolder, log));
+    QObject::connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
+        const QString path = pictures.absoluteFilePath(name + QStringLiteral(".png"));
+        if (!Photographer::save(path, *screen))
+            log.add(QStringLiteral("could not save %1").arg(path));
+    });
     if (!run.prepare())
         return failure;
     QObject::connect(&run, &BenchRun::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
-    if (drivesItself(options)) {
+    if (options.drivesItself) {
         run.drive();
         return QCoreApplication::exec();
     }
-    BenchWindow bench(run, log);
+    BenchWindow bench(run, log, options);
     bench.show();
     return QCoreApplication::exec();
 }
@@ -82,22 +68,23 @@ int main(int argc, char* argv[])
     chooseDisplay();
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
-    int exitCode = 0;
-    const auto options = parseBenchOptions(QCoreApplication::arguments(), exitCode);
-    if (!options)
-        return exitCode;
+    BenchOptions options = parseBenchOptions(QCoreApplication::arguments());
 
-    EventLog log;
-    const UpdaterLog updaterLog(log);
     QTranslator qtTranslator;
     Startup::installTranslator(qtTranslator, QStringLiteral("qt_"));
     QTranslator translator;
     Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
 
-    chooseLooks(*options);
-
-    if (options->faultMatrix)
-        return FaultMatrix::run(options->family, options->sample, log);
-    return runBench(*options, log);
+    if (options.dark)
+        QApplication::setPalette(Looks::darkPalette());
+    if (!hasDisplay()) {
+        Looks::setFont();
+        options.drivesItself = true;
+    }
+    if (options.fast && !options.drivesItself) {
+        options.fast = false; // nobody could watch
+        options.speed = static_cast<int>(ScaledClock::atOnce);
+    }
+    return options.faultMatrix ? FaultMatrix::run(options.family, options.sample) : runBench(options);
 }

@@ -1,13 +1,10 @@
 #include "photographer.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QIcon>
 #include <QImage>
 #include <QPainter>
 #include <QWidget>
-
-#include "eventlog.h"
 
 namespace {
 
@@ -36,19 +33,11 @@ QPixmap framed(const QPixmap& picture, const QString& title)
 
 } // namespace
 
-Photographer::Photographer(const QString& picturesFolder, EventLog& eventLog)
-    : folder(picturesFolder)
-    , log(&eventLog)
+bool Photographer::save(const QString& path, QWidget& screen)
 {
-}
-
-void Photographer::operator()(const QString& name, QWidget& screen) const
-{
+    constexpr int mostCompressed = 0;
     const bool hasTitle = screen.windowType() != Qt::Popup;
     const QPixmap picture = hasTitle ? framed(screen.grab(), screen.windowTitle()) : screen.grab();
-    const QString path = QDir(folder).absoluteFilePath(name + QStringLiteral(".png"));
     const QImage image = picture.toImage().convertToFormat(QImage::Format_RGB888); // for a small file
-    constexpr int mostCompressed = 0;
-    if (!image.save(path, "PNG", mostCompressed))
-        log->add(QStringLiteral("could not save %1").arg(path));
+    return image.save(path, "PNG", mostCompressed);
 }

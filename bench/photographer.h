@@ -1,25 +1,14 @@
 #pragma once
 
-#include <functional>
-
-#include <QString>
-
-class EventLog;
+class QString;
 class QWidget;
 
-/// Gets each screen of the updater as it comes up, fully laid out, with its name. GUI thread.
-using ScreenHandler = std::function<void(const QString& name, QWidget& screen)>;
+/// Pictures of the updater's screens. GUI thread.
+namespace Photographer {
 
-/// Saves a picture of each screen in a folder, under the screen's name. A window gets a plain frame with its
-/// title, as there may be no desktop to draw one.
-class Photographer
-{
-public:
-    Photographer(const QString& picturesFolder, EventLog& eventLog);
+/// Saves a picture of @p screen at @p path. A window gets a plain frame with its title, as there may be no
+/// desktop to draw one.
+/// @return false where it could not be saved.
+[[nodiscard]] bool save(const QString& path, QWidget& screen);
 
-    void operator()(const QString& name, QWidget& screen) const;
-
-private:
-    QString folder;
-    EventLog* log;
-};
+} // namespace Photographer

@@ -37,83 +37,66 @@ void dismissBox()
 
 } // namespace
 
-ScreenTour::ScreenTour(SimulatedPair& simulatedPair, Archives archivePaths, ScreenHandler screenHandler)
-    : pair(simulatedPair)
-    , archives(std::move(archivePaths))
-    , onScreen(std::move(screenHandler))
-    , window(std::make_unique<MainWindow>())
-    , controller(window->findChild<DeviceController*>())
+ScreenTour::ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, const QString& archivePath,
+                       const QString& otherArchive)
+    : window(mainWindow)
+    , pair(simulatedPair)
+    , controller(window.findChild<DeviceController*>())
 {
-    const auto start = [this] { return startScreen(); };
+    const auto start = [this] { return isShown(true) ? &window : nullptr; };
     const auto menu = [] { return QApplication::activePopupWidget(); };
     const auto isConnected = [this](DeviceType type) { return controller->isConnected(type); };
     stops = {
-        {"start-screen", [this] { loadArchive(archives.usual); }, start},
-        {"system-menu", [this] { openSystemMenu(); }, menu},
-        {"about", [this] { chooseInSystemMenu("About..."); }, messageBox},
-        {"loading-error", [this] { loadArchive(archives.damaged); }, messageBox},
-        {"start-screen-no-archive", dismissBox, start},
-        {nullptr, [this] { loadArchive(archives.usual); }, start},
-        {nullptr, [this] { openSystemMenu(); }, menu},
-        {"main-page-no-device", [this] { chooseInSystemMenu("Override"); },
-         [this] { return mainPageIf(true); }},
-        {"main-page-one-device", [this] { pair.device(DeviceType::Headset).plugIn(); },
-         [=] { return mainPageIf(isConnected(DeviceType::Headset)); }},
-        {"question-one-device", [this] { pressUpdate(); }, messageBox},
-        {nullptr, [this] { connectTransmitter(); },
-         [=] { return mainPageIf(isConnected(DeviceType::Transmitter)); }},
-        {"main-page-unknown-device", [this] { breakOffTransmitterUpdate(); },
+        {"start-screen", start, [this] { openSystemMenu(); }},
+        {"system-menu", menu, [] { chooseInSystemMenu("About..."); }},
+        {"about", messageBox, [=] { loadArchive(archivePath + QStringLiteral(".missing")); }},
+        {"loading-error", messageBox, dismissBox},
+        {"start-screen-no-archive", start, [=] { loadArchive(archivePath); }},
+        {nullptr, start, [this] { openSystemMenu(); }},
+        {nullptr, menu, [] { chooseInSystemMenu("Override"); }},
+        {"main-page-no-device", [this] { return mainPageIf(true); },
+         [this] { pair.device(DeviceType::Headset).plugIn(); }},
+        {"main-page-one-device", [=] { return mainPageIf(isConnected(DeviceType::Headset)); },
+         [this] { pressUpdate(); }},
+        {"question-one-device", messageBox, [this] { connectTransmitter(); }},
+        {nullptr, [=] { return mainPageIf(isConnected(DeviceType::Transmitter)); },
+         [this] { breakOffTransmitterUpdate(); }},
+        {"main-page-unknown-device",
          [=] {
              return mainPageIf(isConnected(DeviceType::Transmitter) && controller->deviceName().isEmpty());
+         },
+         [this] { pressUpdate(); }},
+        {"question-unknown-device", messageBox,
+         [=] {
+             loadArchive(otherArchive);
+             sendToTransmitter(HidUtilities::EndProgramming);
          }},
-        {"question-unknown-device", [this] { pressUpdate(); }, messageBox},
-        {"main-page-incompatible", [this] { restartWithOtherGeneration(); },
-         [=] { return mainPageIf(!controller->deviceName().isEmpty()); }},
+        {"main-page-incompatible", [=] { return mainPageIf(!controller->deviceName().isEmpty()); },
+         [this] { end(); }},
     };
     // It does not last, so it is not waited for.
     connect(controller, &DeviceController::deviceDetectionStarted, this, [this] {
-        if (mainPage())
-            onScreen(QStringLiteral("main-page-detecting"), *window);
+        if (isShown(false))
+            Q_EMIT screenSeen(QStringLiteral("main-page-detecting"), &window);
     });
     connect(&timer, &QTimer::timeout, this, &ScreenTour::look);
 }
 
-ScreenTour::~ScreenTour() = default;
-
-void ScreenTour::start(int intervalMs)
-{
-    window->show();
-    timer.start(intervalMs);
-}
-
 void ScreenTour::look()
 {
-    if (stop == stops.size()) {
-        end();
-        return;
-    }
-    if (!isOnTheWay) {
-        isOnTheWay = true;
-        stops[stop].go();
-        return;
-    }
-    QWidget* const screen = stops[stop].screen();
+    const Stop& stop = stops[reached];
+    QWidget* const screen = stop.screen();
     if (!screen)
         return;
-    if (stops[stop].name)
-        onScreen(QLatin1String(stops[stop].name), *screen);
-    ++stop;
-    isOnTheWay = false;
+    if (stop.name)
+        Q_EMIT screenSeen(QLatin1String(stop.name), screen);
+    ++reached;
+    stop.leave();
 }
 
 void ScreenTour::end()
 {
     timer.stop();
-    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
-        pair.device(type).unplug();
-        pair.device(type).clearFault();
-    }
-    window.reset();
     Q_EMIT finished();
 }
 
@@ -122,12 +105,12 @@ void ScreenTour::loadArchive(const QString& path)
 {
     dismissBox();
     QMetaObject::invokeMethod(
-        window.get(), [this, path] { window->setFirmwareFilePath(path); }, Qt::QueuedConnection);
+        &window, [this, path] { window.setFirmwareFilePath(path); }, Qt::QueuedConnection);
 }
 
 void ScreenTour::openSystemMenu()
 {
-    QApplication::postEvent(window.get(), new QKeyEvent(QEvent::KeyPress, Qt::Key_Space, Qt::AltModifier));
+    QApplication::postEvent(&window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Space, Qt::AltModifier));
 }
 
 void ScreenTour::chooseInSystemMenu(const char* text)
@@ -155,42 +138,30 @@ void ScreenTour::breakOffTransmitterUpdate()
     sendToTransmitter(HidUtilities::LeaveApplication);
 }
 
-void ScreenTour::restartWithOtherGeneration()
-{
-    loadArchive(archives.otherGeneration);
-    sendToTransmitter(HidUtilities::EndProgramming);
-}
-
 void ScreenTour::sendToTransmitter(int controlRequest)
 {
     constexpr int readWrite = 3;
     constexpr int shared = 3;
-    const DeviceInstance transmitter = controller->deviceInstance(DeviceType::Transmitter);
-    if (const auto hid = Utilities::openHidDeviceByPath(transmitter.path, readWrite, shared))
+    const std::wstring path = pair.channelPath(DeviceType::Transmitter);
+    if (const auto hid = Utilities::openHidDeviceByPath(path, readWrite, shared))
         HidUtilities::sendControlRequest(hid, controlRequest);
 }
 
 void ScreenTour::pressUpdate()
 {
-    auto* const updateButton = window->findChild<QPushButton*>(QStringLiteral("updateButton"));
+    auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
     QMetaObject::invokeMethod(updateButton, &QPushButton::click, Qt::QueuedConnection);
 }
 
-QWidget* ScreenTour::startScreen() const
+/// @return whether no box hides the start screen, or else the main page.
+bool ScreenTour::isShown(bool isStartScreen) const
 {
-    const bool isThere = dynamic_cast<InfoScreen*>(window->centralWidget()) && !messageBox();
-    return isThere ? window.get() : nullptr;
-}
-
-QWidget* ScreenTour::mainPage() const
-{
-    const bool isThere = !dynamic_cast<InfoScreen*>(window->centralWidget()) && !messageBox();
-    return isThere ? window.get() : nullptr;
+    return bool(dynamic_cast<InfoScreen*>(window.centralWidget())) == isStartScreen && !messageBox();
 }
 
 /// The main page, once all devices are identified and @p condition holds.
 QWidget* ScreenTour::mainPageIf(bool condition) const
 {
-    const bool isBusy = window->findChild<QProgressBar*>()->isVisible();
-    return condition && !isBusy ? mainPage() : nullptr;
+    const bool isBusy = window.findChild<QProgressBar*>()->isVisible();
+    return condition && !isBusy && isShown(false) ? &window : nullptr;
 }

@@ -1,40 +1,35 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 #include <QObject>
 #include <QString>
 #include <QTimer>
 
-#include "photographer.h"
-
 class DeviceController;
 class MainWindow;
 class SimulatedPair;
 
-/// Opens, in an updater of its own, the screens that an update does not come past: from the start screen by
-/// the system menu, the boxes and the questions to the main page with devices that do not fit. It begins and
-/// ends with both devices unplugged. GUI thread.
+/// Opens the screens that an update does not come past: from the start screen by the system menu, the boxes
+/// and the questions to the main page with devices that do not fit. It begins with both devices unplugged and
+/// ends with both plugged in, and with an updater that shows the main page whatever comes. GUI thread.
 class ScreenTour : public QObject
 {
     Q_OBJECT
 
 public:
-    struct Archives
-    {
-        QString usual;
-        QString otherGeneration; ///< for a transmitter of the other generation
-        QString damaged;
-    };
-    ScreenTour(SimulatedPair& simulatedPair, Archives archivePaths, ScreenHandler screenHandler);
-    ~ScreenTour() override;
+    /// @param archivePath   of the archive that the updater has loaded.
+    /// @param otherArchive  one for a transmitter of the other generation.
+    ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, const QString& archivePath,
+               const QString& otherArchive);
 
     /// Looks at the screen every @p intervalMs milliseconds from now on.
-    void start(int intervalMs);
+    void start(int intervalMs) { timer.start(intervalMs); }
 
 Q_SIGNALS:
+    /// @p screen is shown, by that name.
+    void screenSeen(const QString& name, QWidget* screen);
     void finished();
 
 private:
@@ -42,8 +37,8 @@ private:
     struct Stop
     {
         const char* name;
-        std::function<void()> go;
         std::function<QWidget*()> screen; ///< null until it is there
+        std::function<void()> leave;
     };
 
     void look();
@@ -51,24 +46,19 @@ private:
 
     void loadArchive(const QString& path);
     void openSystemMenu();
-    void chooseInSystemMenu(const char* text);
+    static void chooseInSystemMenu(const char* text);
     void connectTransmitter();
     void breakOffTransmitterUpdate();
-    void restartWithOtherGeneration();
     void sendToTransmitter(int controlRequest);
     void pressUpdate();
 
-    QWidget* startScreen() const;
-    QWidget* mainPage() const;
+    bool isShown(bool isStartScreen) const;
     QWidget* mainPageIf(bool condition) const;
 
+    MainWindow& window;
     SimulatedPair& pair;
-    const Archives archives;
-    const ScreenHandler onScreen;
-    std::unique_ptr<MainWindow> window;
     DeviceController* const controller;
     std::vector<Stop> stops;
-    std::size_t stop = 0;
-    bool isOnTheWay = false;
+    std::size_t reached = 0; ///< stops
     QTimer timer;
 };

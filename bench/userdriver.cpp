@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -46,10 +45,8 @@ void clickLater(QPushButton* button)
 
 } // namespace
 
-UserDriver::UserDriver(MainWindow& mainWindow, EventLog& eventLog, ScreenHandler screenHandler)
+UserDriver::UserDriver(MainWindow& mainWindow)
     : window(mainWindow)
-    , log(eventLog)
-    , onScreen(std::move(screenHandler))
 {
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
@@ -61,15 +58,8 @@ void UserDriver::start(int intervalMs)
 
 void UserDriver::tryAgain()
 {
-    auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
-    if (!screen || screen->backButton()->isHidden())
-        return;
-    isUpdateRequested = false;
-    isRunReported = false;
-    errors.clear();
-    programmingTimes.clear();
-    log.add(QStringLiteral("user: Back"));
-    screen->backButton()->click();
+    Q_EMIT happened(QStringLiteral("user: Back"));
+    window.findChild<QPushButton*>(QStringLiteral("backButton"))->click();
 }
 
 void UserDriver::look()
@@ -91,11 +81,11 @@ void UserDriver::answer(QMessageBox& box)
 {
     QPushButton* const button = box.defaultButton();
     if (!button) {
-        log.add(QStringLiteral("message: %1").arg(box.text()));
+        Q_EMIT happened(QStringLiteral("message: %1").arg(box.text()));
         box.close();
         return;
     }
-    log.add(QStringLiteral("question: %1 | answer: %2").arg(box.text(), button->text()));
+    Q_EMIT happened(QStringLiteral("question: %1 | answer: %2").arg(box.text(), button->text()));
     button->click();
 }
 
@@ -105,14 +95,14 @@ void UserDriver::follow(FlashingDialog& dialog)
     auto* const closeButton = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
     if (!closeButton->isEnabled()) {
         if (isWellUnderWay(dialog))
-            onScreen(QStringLiteral("updating"), dialog);
+            Q_EMIT screenSeen(QStringLiteral("updating"), &dialog);
         return;
     }
-    errors = dialog.errors();
-    onScreen(errors.isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"), dialog);
+    const bool isFailed = !dialog.errors().isEmpty();
+    Q_EMIT screenSeen(isFailed ? QStringLiteral("update-failed") : QStringLiteral("updated"), &dialog);
     noteResult(dialog, DeviceType::Transmitter);
     noteResult(dialog, DeviceType::Headset);
-    log.add(QStringLiteral("user: Close"));
+    Q_EMIT happened(QStringLiteral("user: Close"));
     watchedUpdaters.clear();
     clickLater(closeButton);
 }
@@ -120,92 +110,66 @@ void UserDriver::follow(FlashingDialog& dialog)
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
     const QByteArray name = nameOf(type).toLatin1();
-    results[type] = labelText(dialog, name + "InfoLabel");
-    log.add(QStringLiteral("%1: %2").arg(nameOf(type), results[type]));
+    Outcome::Device& device = outcome.devices[type];
+    device.errorCode = dialog.errors().value(type);
+    device.text = labelText(dialog, name + "InfoLabel");
     const auto* const bar = dialog.findChild<QProgressBar*>(QLatin1String(name + "ProgressBar"));
     // Of the five steps that are announced for a sector of the transmitter four are taken.
-    if (bar->value() * 100 >= bar->maximum() * fullPercent)
-        fullBars.insert(type);
-    else
-        fullBars.remove(type);
+    device.isBarFull = bar->value() * 100 >= bar->maximum() * fullPercent;
+    Q_EMIT happened(QStringLiteral("%1: %2").arg(nameOf(type), device.text));
 }
 
 void UserDriver::watchUpdaters(const FlashingDialog& dialog)
 {
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
-        const QString name = nameOf(type) + QStringLiteral("Updater");
-        auto* const updater = dialog.findChild<FirmwareUpdater*>(name);
-        if (updater && !watchedUpdaters.contains(updater))
-            watchUpdater(updater, type);
-    }
-    if (isWaitInVain)
-        endVainWaits();
-}
-
-void UserDriver::watchUpdater(FirmwareUpdater* updater, DeviceType type)
-{
-    watchedUpdaters.insert(updater, type);
-    const QString name = nameOf(type);
-    const auto timeOfDevice = std::make_shared<QElapsedTimer>();
-    connect(updater, &FirmwareUpdater::progressRangeChanged, this, [this, name, timeOfDevice](int, int max) {
-        timeOfDevice->start();
-        if (!runTimer.isValid())
-            runTimer.start();
-        log.add(QStringLiteral("%1: programming, %2 steps").arg(name).arg(max));
-    });
-    connect(updater, &FirmwareUpdater::flashingFinished, this, [this, name, type, timeOfDevice] {
-        programmingTimes[type] = timeOfDevice->elapsed();
-        runTime = runTimer.elapsed();
-        log.add(QStringLiteral("%1: finished").arg(name));
-    });
-    connect(updater, &FirmwareUpdater::flashingError, this, [this, name](int code) {
-        log.add(QStringLiteral("%1: failed with code %2").arg(name).arg(code));
-    });
-}
-
-void UserDriver::endVainWaits()
-{
-    for (auto updater = watchedUpdaters.cbegin(); updater != watchedUpdaters.cend(); ++updater) {
-        auto* const timeout = updater.key()->findChild<QTimer*>(QStringLiteral("reenumerationTimer"));
-        if (timeout->isActive() && isWaitInVain(updater.value()))
-            timeout->start(0);
+        auto* const updater = dialog.findChild<FirmwareUpdater*>(nameOf(type) + QStringLiteral("Updater"));
+        if (!updater || watchedUpdaters.contains(updater))
+            continue;
+        watchedUpdaters.insert(updater);
+        connect(updater, &FirmwareUpdater::progressRangeChanged, this, [this, type] {
+            if (!runTimer.isValid())
+                runTimer.start();
+            begunMs[type] = runTimer.elapsed();
+        });
+        connect(updater, &FirmwareUpdater::flashingFinished, this, [this, type] {
+            outcome.runMs = runTimer.elapsed();
+            outcome.devices[type].programmingMs = outcome.runMs - begunMs[type];
+        });
     }
 }
 
 void UserDriver::lookAtInfoScreen(const InfoScreen& screen)
 {
-    const bool isEnd = !screen.closeButton()->isHidden();
-    if (!isEnd) {
-        onScreen(QStringLiteral("start-screen"), window);
+    if (screen.closeButton()->isHidden()) {
+        Q_EMIT screenSeen(QStringLiteral("start-screen"), &window);
         return;
     }
-    if (isRunReported)
+    if (!isUpdating)
         return;
-    isRunReported = true;
-    const QString text = labelText(screen, "text");
-    if (screen.backButton()->isHidden()) {
-        onScreen(QStringLiteral("pairing-instructions"), window);
-        log.add(QStringLiteral("screen: pairing instructions"));
-        Q_EMIT succeeded();
-        return;
-    }
-    onScreen(QStringLiteral("failure-report"), window);
-    log.add(QStringLiteral("screen: failure report: %1").arg(text.simplified()));
-    Q_EMIT failed(errors, text);
+    isUpdating = false;
+    const bool isFailed = !screen.backButton()->isHidden();
+    outcome.report = isFailed ? labelText(screen, "text") : QString();
+    Q_EMIT screenSeen(isFailed ? QStringLiteral("failure-report") : QStringLiteral("pairing-instructions"),
+                      &window);
+    Q_EMIT happened(isFailed ? QStringLiteral("screen: failure report: ") + outcome.report.simplified()
+                             : QStringLiteral("screen: pairing instructions"));
+    Q_EMIT ended(outcome);
 }
 
 void UserDriver::lookAtMainPage()
 {
     auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
     auto* const busyIndicator = window.findChild<QProgressBar*>();
-    if (isUpdateRequested || !updateButton->isEnabled() || busyIndicator->isVisible())
+    if (isUpdating || !updateButton->isEnabled() || busyIndicator->isVisible())
         return;
-    onScreen(QStringLiteral("main-page"), window);
-    log.add(QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
-                .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
-                     labelText(window, "headsetVersion"), labelText(window, "headsetFirmwareVersion")));
-    isUpdateRequested = true;
+    Q_EMIT screenSeen(QStringLiteral("main-page"), &window);
+    Q_EMIT happened(
+        QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
+            .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
+                 labelText(window, "headsetVersion"), labelText(window, "headsetFirmwareVersion")));
+    isUpdating = true;
     runTimer.invalidate();
+    outcome = {};
     Q_EMIT updateRequested();
     clickLater(updateButton);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
@@ -9,14 +7,27 @@
 #include <QTimer>
 
 #include "deviceinstance.h"
-#include "photographer.h"
 
-class EventLog;
 class FirmwareUpdater;
 class FlashingDialog;
 class InfoScreen;
 class MainWindow;
 class QMessageBox;
+
+/// What an update came to, as far as a user can see it.
+struct Outcome
+{
+    struct Device
+    {
+        int errorCode = 0;
+        QString text; ///< what the dialog said of it
+        bool isBarFull = false;
+        qint64 programmingMs = 0; ///< from its announced progress range to the report of its end
+    };
+    QMap<DeviceType, Device> devices;
+    QString report;   ///< the failure report on the screen; empty where it shows the pairing instructions
+    qint64 runMs = 0; ///< from the first announced progress range to the last report
+};
 
 /// Uses the updater as a user would, by its widgets: waits for both devices, presses Update, answers the
 /// questions, follows the progress bars, closes the dialog, and reports how the run ended. GUI thread.
@@ -25,7 +36,7 @@ class UserDriver : public QObject
     Q_OBJECT
 
 public:
-    UserDriver(MainWindow& mainWindow, EventLog& eventLog, ScreenHandler screenHandler);
+    explicit UserDriver(MainWindow& mainWindow);
 
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs);
@@ -33,29 +44,15 @@ public:
     /// Presses Back on the failure report and goes on to the next update.
     void tryAgain();
 
-    /// Where @p inVain says so, the 30 s that an updater waits for its device are over at once; for virtual
-    /// time.
-    void setIsWaitInVain(std::function<bool(DeviceType)> inVain) { isWaitInVain = std::move(inVain); }
-
-    /// From a device's announced progress range to the report of its end, in milliseconds.
-    QMap<DeviceType, qint64> programmingTimesMs() const { return programmingTimes; }
-
-    /// From the first announced progress range to the last report, in milliseconds.
-    qint64 runTimeMs() const { return runTime; }
-
-    /// What the dialog said of each device at the end of the run.
-    QMap<DeviceType, QString> resultTexts() const { return results; }
-
-    /// Whether a device's progress bar was full at the end of the run.
-    bool isBarFull(DeviceType type) const { return fullBars.contains(type); }
-
 Q_SIGNALS:
+    /// For the protocol.
+    void happened(const QString& event);
+    /// @p screen is shown, by that name; again each time that it is looked at.
+    void screenSeen(const QString& name, QWidget* screen);
     /// Update is about to be pressed.
     void updateRequested();
-    /// The pairing instructions are shown.
-    void succeeded();
-    /// The failure report is shown, with the error codes by device and the text on the screen.
-    void failed(const QMap<DeviceType, int>& errors, const QString& text);
+    /// The pairing instructions or the failure report are shown.
+    void ended(const Outcome& outcome);
 
 private:
     void look();
@@ -63,23 +60,14 @@ private:
     void follow(FlashingDialog& dialog);
     void watchUpdaters(const FlashingDialog& dialog);
     void noteResult(const FlashingDialog& dialog, DeviceType type);
-    void watchUpdater(FirmwareUpdater* updater, DeviceType type);
-    void endVainWaits();
     void lookAtInfoScreen(const InfoScreen& screen);
     void lookAtMainPage();
 
     MainWindow& window;
-    EventLog& log;
-    const ScreenHandler onScreen;
     QTimer timer;
-    std::function<bool(DeviceType)> isWaitInVain;
-    bool isUpdateRequested = false;
-    bool isRunReported = false;
-    QMap<FirmwareUpdater*, DeviceType> watchedUpdaters; ///< of the dialog that is open
-    QMap<DeviceType, int> errors;
-    QMap<DeviceType, QString> results;
-    QSet<DeviceType> fullBars;
-    QElapsedTimer runTimer;
-    qint64 runTime = 0;
-    QMap<DeviceType, qint64> programmingTimes;
+    bool isUpdating = false;                ///< from the press on Update to the screen that tells the end
+    QSet<FirmwareUpdater*> watchedUpdaters; ///< of the dialog that is open
+    QElapsedTimer runTimer;                 ///< from the first announced progress range on
+    QMap<DeviceType, qint64> begunMs;       ///< on it, each device's own range
+    Outcome outcome;                        ///< of the last update
 };

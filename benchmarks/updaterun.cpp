@@ -19,7 +19,6 @@
 #include <QTranslator>
 
 #include "archivebuilder.h"
-#include "eventlog.h"
 #include "mainwindow.h"
 #include "simulatedpair.h"
 #include "startup.h"
@@ -151,15 +150,14 @@ public:
         : setup(pairFor(imageBytes))
         , clock(speed)
     {
-        log.setQuiet(true);
         pair.plugIn();
         window.setFirmwareFilePath(archivePath);
         window.show();
         connect(&driver, &UserDriver::updateRequested, this, [this] { probe.start(); });
-        connect(&driver, &UserDriver::failed, this, [] { QCoreApplication::exit(failure); });
         // The pairing instructions are not painted yet.
-        connect(&driver, &UserDriver::succeeded, this,
-                [this] { QTimer::singleShot(lookIntervalMs, this, &Update::finish); });
+        connect(&driver, &UserDriver::ended, this, [this](const Outcome& outcome) {
+            QTimer::singleShot(lookIntervalMs, this, [this, outcome] { finish(outcome); });
+        });
     }
 
     int run(int idleSeconds)
@@ -174,17 +172,17 @@ public:
     }
 
 private:
-    void finish()
+    void finish(const Outcome& outcome)
     {
         print("stall-ms", probe.longest());
         printPeakMemory();
-        print("run-ms", static_cast<double>(driver.runTimeMs()));
-        bool areEqual = true;
-        for (const DeviceType type : driver.programmingTimesMs().keys()) {
+        print("run-ms", static_cast<double>(outcome.runMs));
+        bool areEqual = outcome.report.isEmpty();
+        for (const DeviceType type : outcome.devices.keys()) {
             const bool isTransmitter = type == DeviceType::Transmitter;
             const auto& image = isTransmitter ? setup.transmitterImage : setup.headsetImage;
             const std::string name = isTransmitter ? "transmitter" : "headset";
-            print(name + "-ms", static_cast<double>(driver.programmingTimesMs().value(type)));
+            print(name + "-ms", static_cast<double>(outcome.devices[type].programmingMs));
             print(name + "-delays-ms",
                   static_cast<double>(Verdict::programmingDelaysMs(type, image) + Verdict::restartDelayMs));
             areEqual = areEqual && !Verdict::firstDifference(pair.device(type).memory(), image);
@@ -197,10 +195,9 @@ private:
     SimulatedMachine machine{&clock};
     const ScopedMachine scope{machine};
     SimulatedPair pair{machine, setup};
-    EventLog log;
     StallProbe probe;
     MainWindow window;
-    UserDriver driver{window, log, [](const QString&, QWidget&) {}};
+    UserDriver driver{window};
 };
 
 } // namespace

@@ -304,25 +304,24 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
 
     BenchOptions options;
     options.fast = true;
+    options.takesTour = true;
     options.generation = generation;
     options.fault = Fault::Vanish;
     options.faultTransfer = 40;
-    EventLog log;
-    log.setQuiet(true);
-    const UpdaterLog updaterLog(log);
+    EventLog log(EventLog::Output::Kept);
     Inspector inspector;
     inspector.isPseudo = isPseudo;
     QSet<QString> screens;
     BenchRun run(options, log);
-    run.setScreenHandler([&](const QString& name, QWidget& screen) {
+    connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
         screens.insert(name);
-        inspector.inspect(name, screen);
+        inspector.inspect(name, *screen);
     });
     QVERIFY(run.prepare());
     QEventLoop loop;
     connect(&run, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
     run.drive();
-    QVERIFY2(loop.exec() == 0, qPrintable(log.takeLines().join(QLatin1Char('\n'))));
+    QVERIFY2(loop.exec() == 0, qPrintable(log.lines().join(QLatin1Char('\n'))));
     QVERIFY2(inspector.complaints.isEmpty(), qPrintable(inspector.complaints.join(QLatin1Char('\n'))));
     screens.remove(QStringLiteral("updating")); // in virtual time it may pass unseen
     QCOMPARE(screens.size(), 17);
