@@ -62,39 +62,23 @@ QString description()
     std::exit(usageError);
 }
 
-/// The values of what was parsed, checked.
-class Values
+int number(const QCommandLineParser& parser, const QString& name, int min, int max)
 {
-public:
-    explicit Values(const QCommandLineParser& commandLine)
-        : parser(commandLine)
-    {
-    }
+    bool isNumber = false;
+    const int value = parser.value(name).toInt(&isNumber);
+    if (!isNumber || value < min || value > max)
+        fail(QStringLiteral("--%1 takes %2 to %3").arg(name).arg(min).arg(max));
+    return value;
+}
 
-    bool isSet(const char* name) const { return parser.isSet(QLatin1String(name)); }
-    QString text(const char* name) const { return parser.value(QLatin1String(name)); }
-
-    int number(const char* name, int min, int max) const
-    {
-        bool isNumber = false;
-        const int value = text(name).toInt(&isNumber);
-        if (!isNumber || value < min || value > max)
-            fail(QStringLiteral("--%1 takes %2 to %3").arg(QLatin1String(name)).arg(min).arg(max));
-        return value;
-    }
-
-    /// @return whether it is the first one.
-    bool choice(const char* name, const char* first, const char* second) const
-    {
-        if (text(name) != QLatin1String(first) && text(name) != QLatin1String(second))
-            fail(QStringLiteral("--%1 is %2 or %3")
-                     .arg(QLatin1String(name), QLatin1String(first), QLatin1String(second)));
-        return text(name) == QLatin1String(first);
-    }
-
-private:
-    const QCommandLineParser& parser;
-};
+/// @return whether it is the first one.
+bool choice(const QCommandLineParser& parser, const QString& name, const QString& first,
+            const QString& second)
+{
+    if (parser.value(name) != first && parser.value(name) != second)
+        fail(QStringLiteral("--%1 is %2 or %3").arg(name, first, second));
+    return parser.value(name) == first;
+}
 
 /// Reads "NAME[@K]", K a transfer's number.
 void readFault(const QString& text, BenchOptions& options)
@@ -136,27 +120,28 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     if (!parser.positionalArguments().isEmpty())
         fail(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
 
-    const Values values(parser);
     BenchOptions options;
-    options.archivePath = values.text("archive");
-    options.generation = values.number("generation", 1, 2);
-    options.chipId = values.number("chip", 12, 13);
-    options.revision = values.number("revision", 2, 3);
-    options.imageBytes = values.number("image-size", minImageBytes, maxImageBytes);
-    options.fast = values.isSet("fast");
-    options.speed = values.number("speed", 1, static_cast<int>(ScaledClock::atOnce));
-    options.dark = values.isSet("dark");
-    options.takesTour = values.isSet("screenshots");
-    options.screenshotsFolder = values.text("screenshots");
-    options.drivesItself = values.isSet("drive") || options.takesTour;
-    options.faultMatrix = values.isSet("fault-matrix");
-    options.family = values.text("family");
-    options.sample = values.number("sample", 1, maxImageBytes);
-    if (!values.choice("fault-device", "headset", "transmitter"))
-        options.faultDevice = DeviceType::Transmitter;
-    if (values.isSet("fault"))
-        readFault(values.text("fault"), options);
-    options.onKernelBus = values.choice("bus", "uhid", "layer");
+    options.archivePath = parser.value(QStringLiteral("archive"));
+    options.generation = number(parser, QStringLiteral("generation"), 1, 2);
+    options.chipId = number(parser, QStringLiteral("chip"), 12, 13);
+    options.revision = number(parser, QStringLiteral("revision"), 2, 3);
+    options.imageBytes = number(parser, QStringLiteral("image-size"), minImageBytes, maxImageBytes);
+    options.fast = parser.isSet(QStringLiteral("fast"));
+    options.speed = number(parser, QStringLiteral("speed"), 1, static_cast<int>(ScaledClock::atOnce));
+    options.dark = parser.isSet(QStringLiteral("dark"));
+    options.takesTour = parser.isSet(QStringLiteral("screenshots"));
+    options.screenshotsFolder = parser.value(QStringLiteral("screenshots"));
+    options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
+    options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
+    options.family = parser.value(QStringLiteral("family"));
+    options.sample = number(parser, QStringLiteral("sample"), 1, maxImageBytes);
+    const bool isHeadsets = choice(parser, QStringLiteral("fault-device"), QStringLiteral("headset"),
+                                   QStringLiteral("transmitter"));
+    options.faultDevice = isHeadsets ? DeviceType::Headset : DeviceType::Transmitter;
+    if (parser.isSet(QStringLiteral("fault")))
+        readFault(parser.value(QStringLiteral("fault")), options);
+    options.onKernelBus =
+        choice(parser, QStringLiteral("bus"), QStringLiteral("uhid"), QStringLiteral("layer"));
     if (options.onKernelBus)
         checkKernelBus(options);
     return options;

@@ -25,6 +25,7 @@ constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset
 BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     : options(benchOptions)
     , lookIntervalMs(options.fast ? 1 : 20)
+    , fault(options.fault)
     , log(eventLog)
     , logLine([this](const std::string& text) { log.add(QString::fromStdString(text)); })
     , scaledClock(options.speed)
@@ -58,15 +59,13 @@ bool BenchRun::prepareArchive()
     archivePath = options.archivePath;
     if (archivePath.isEmpty()) {
         archivePath = folder.filePath(QStringLiteral("vynt-firmware-1.2.3.zip"));
-        if (!makeArchive(archivePath, options.generation, QStringLiteral("1.2.3"))) {
-            log.add(QStringLiteral("cannot write the sample archive %1").arg(archivePath));
+        if (!makeArchive(archivePath, options.generation, QStringLiteral("1.2.3")))
             return false;
-        }
     }
     FirmwareController archive;
     archive.setFilePath(archivePath);
     for (const DeviceType type : bothTypes)
-        images[type] = archive.firmware(type);
+        images[type] = bytesOf(archive.firmware(type));
     if (archive.fileBaseName().isEmpty())
         log.add(QStringLiteral("not a firmware archive: %1").arg(archivePath));
     return !archive.fileBaseName().isEmpty();
@@ -83,16 +82,20 @@ bool BenchRun::makeArchive(const QString& path, int generation, const QString& v
         image.size = options.imageBytes;
         image.version = version.toStdString();
         image.seed = qHash(version);
-        return ImageBuilder::build(ImageBuilder::forMemoryOf(image, bytesOf(images[type])));
+        return ImageBuilder::build(ImageBuilder::forMemoryOf(image, images[type]));
     };
     const QByteArray notes = "Version " + version.toUtf8() +
                              "\n\n"
                              "- Clearer voice in noisy rooms\n"
                              "- The headset finds its transmitter faster after a pause\n"
                              "- Corrected: a click at the end of a call\n";
-    return ArchiveBuilder::write(
-        path, ArchiveBuilder::release(build(ImageBuilder::transmitter(generation), DeviceType::Transmitter),
-                                      build(ImageBuilder::headset(), DeviceType::Headset), notes));
+    const auto entries =
+        ArchiveBuilder::release(build(ImageBuilder::transmitter(generation), DeviceType::Transmitter),
+                                build(ImageBuilder::headset(), DeviceType::Headset), notes);
+    if (ArchiveBuilder::write(path, entries))
+        return true;
+    log.add(QStringLiteral("cannot write %1").arg(path));
+    return false;
 }
 
 void BenchRun::preparePair()
@@ -101,8 +104,8 @@ void BenchRun::preparePair()
     setup.generation = options.generation;
     setup.chipId = options.chipId;
     setup.revision = options.revision;
-    setup.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
-    setup.headsetImage = bytesOf(images[DeviceType::Headset]);
+    setup.transmitterImage = images[DeviceType::Transmitter];
+    setup.headsetImage = images[DeviceType::Headset];
     setup.report = logLine;
     setup.bus = kernelComputer ? &kernelComputer->bus() : nullptr;
     pair = std::make_unique<SimulatedPair>(machine, setup);
@@ -129,8 +132,7 @@ void BenchRun::drive()
 {
     qint64 longestMs = 120000;
     for (const DeviceType type : bothTypes)
-        longestMs +=
-            2 * (Verdict::programmingDelaysMs(type, bytesOf(images[type])) + Verdict::restartDelayMs);
+        longestMs += 2 * (Verdict::programmingDelaysMs(type, images[type]) + Verdict::restartDelayMs);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
         log.add(QStringLiteral("verdict: the update does not come to an end"));
         Q_EMIT finished(unexpected);
@@ -147,16 +149,12 @@ void BenchRun::takeTour()
 {
     const QString otherArchive = folder.filePath(QStringLiteral("vynt-firmware-2.0.0.zip"));
     if (!makeArchive(otherArchive, options.generation == 1 ? 2 : 1, QStringLiteral("2.0.0"))) {
-        log.add(QStringLiteral("cannot write %1").arg(otherArchive));
         Q_EMIT finished(unexpected);
         return;
     }
     tour = std::make_unique<ScreenTour>(*window, *pair, archivePath, otherArchive);
     connect(tour.get(), &ScreenTour::screenSeen, this, &BenchRun::seeScreen);
-    connect(tour.get(), &ScreenTour::finished, this, [this] {
-        startUpdater();
-        driveUpdater();
-    });
+    connect(tour.get(), &ScreenTour::finished, this, &BenchRun::updateAnew);
     tour->start(lookIntervalMs);
 }
 
@@ -185,7 +183,6 @@ void BenchRun::beginUpdate()
 {
     for (const DeviceType type : bothTypes)
         pair->device(type).clearFault();
-    const std::optional<Fault> fault = isRepairing ? std::nullopt : options.fault;
     judge->begin(fault, options.faultDevice);
     if (fault)
         pair->device(options.faultDevice).setFault(*fault, options.faultTransfer);
@@ -196,7 +193,7 @@ void BenchRun::endUpdate(const Outcome& outcome)
     const QStringList complaints = judge->complaints(outcome);
     for (const QString& complaint : complaints)
         log.add(QStringLiteral("verdict: not the expected outcome: %1").arg(complaint));
-    if (!complaints.isEmpty() || !options.fault || isRepairing) {
+    if (!complaints.isEmpty() || !fault) {
         Q_EMIT finished(complaints.isEmpty() ? 0 : unexpected);
         return;
     }
@@ -210,7 +207,7 @@ void BenchRun::endUpdate(const Outcome& outcome)
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    isRepairing = true;
+    fault.reset();
     SimulatedDevice& device = pair->device(options.faultDevice);
     device.clearFault();
     log.add(QStringLiteral("user: replug the %1").arg(nameOf(options.faultDevice)));
@@ -222,13 +219,13 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
     }
     log.add(QStringLiteral("user: start the updater again"));
     // Not from within the driver's own signal.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            startUpdater();
-            driveUpdater();
-        },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &BenchRun::updateAnew, Qt::QueuedConnection);
+}
+
+void BenchRun::updateAnew()
+{
+    startUpdater();
+    driveUpdater();
 }
 
 /// In virtual time: the 30 s for which an updater waits for its device are over as soon as that has come to

@@ -61,16 +61,18 @@ private:
     void beginUpdate();
     void endUpdate(const Outcome& outcome);
     void tryAgain(bool isUpdaterUsable);
+    void updateAnew();
     void endVainWaits();
     void letEverybodyHear();
 
     const BenchOptions options;
     const int lookIntervalMs;
+    std::optional<Fault> fault; ///< of the next update; none of the one that repairs
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread
     QTemporaryDir folder;
     QString archivePath;
-    QMap<DeviceType, QByteArray> images;
+    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< of the first archive; empty: it has none
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;
@@ -82,6 +84,5 @@ private:
     std::unique_ptr<UserDriver> driver;
     std::unique_ptr<ScreenTour> tour;
     QSet<QString> seenScreens;
-    bool isRepairing = false; ///< the second update, after a fault in the first
-    QTimer vainWaits;         ///< looks for them
+    QTimer vainWaits; ///< looks for them
 };

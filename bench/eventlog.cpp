@@ -44,10 +44,8 @@ void EventLog::add(const QString& text)
                    .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
                    .arg(text);
         all << line;
-        if (output == Output::Printed) {
-            std::puts(line.toUtf8().constData());
-            std::fflush(stdout);
-        }
+        if (output == Output::Printed)
+            std::puts(qUtf8Printable(line));
     }
     Q_EMIT added(line);
 }

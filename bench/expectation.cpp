@@ -8,39 +8,29 @@ constexpr Expectation success{0, true, 0};
 constexpr Expectation lost{FlashingError::DeviceLost, false, 0};
 constexpr Expectation unknownChip{FlashingError::UnknownChip, false, 0};
 
-Expectation whenTransferFails(Phase phase)
-{
-    switch (phase) {
-    case Phase::Leave:
-        return lost; // it never comes back in programming mode
-    case Phase::Identify:
-        return {FlashingError::UnknownChip, false, 1};
-    case Phase::FinalWait:
-        return {0, true, 1};
-    default:
-        return {0, false, 1};
-    }
-}
-
 // Chip identifier and revision, a request and its answer each; all are made, whatever becomes of one.
 constexpr int identificationTransfers = 4;
 
-Expectation whenDeviceVanishes(const Transfers& at, int commits)
+/// @param isGone  whether the device is, and not only one transfer.
+Expectation whenTransferFails(const Transfers& at, bool isGone, int commits)
 {
     switch (at.phase) {
     case Phase::Leave:
-        return lost;
-    case Phase::Identify:
-        return {FlashingError::UnknownChip, false, identificationTransfers + 1 - at.in(Phase::Identify)};
+        return lost; // it never comes back in programming mode
+    case Phase::Identify: {
+        const int later = identificationTransfers - at.in(Phase::Identify);
+        return {FlashingError::UnknownChip, false, isGone ? 1 + later : 1};
+    }
     case Phase::FinalWait:
         return {0, true, 1};
-    case Phase::Commit:
-        if (at.in(Phase::Commit) == commits)
-            return {0, false, 2}; // the end of programming is announced all the same
-        return {FlashingError::DeviceLost, false, 1};
     default:
-        return {FlashingError::DeviceLost, false, 1};
+        break;
     }
+    if (!isGone)
+        return {0, false, 1};
+    if (at.phase == Phase::Commit && at.in(Phase::Commit) == commits)
+        return {0, false, 2}; // the end of programming is announced all the same
+    return {FlashingError::DeviceLost, false, 1};
 }
 
 } // namespace
@@ -54,10 +44,10 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
         (struckAt->phase == Phase::Identify && struckAt->in(Phase::Identify) == 1);
     switch (*fault) {
     case Fault::TransferFails:
-        return whenTransferFails(struckAt->phase);
+        return whenTransferFails(*struckAt, false, commits);
     case Fault::Vanish:
     case Fault::PowerLost:
-        return whenDeviceVanishes(*struckAt, commits);
+        return whenTransferFails(*struckAt, true, commits);
     case Fault::WrongIdentity:
         return isBeforeIdentification ? unknownChip : success;
     case Fault::RefuseOpen:

@@ -55,12 +55,6 @@ protected:
     }
 };
 
-void print(const QString& line)
-{
-    std::puts(line.toUtf8().constData());
-    std::fflush(stdout);
-}
-
 /// Runs one update, and its repair where a fault is asked for. Its log is printed, below @p name, where not
 /// all goes as it should.
 /// @return how many transfers the device with the fault has seen in the last update; nothing then.
@@ -75,7 +69,7 @@ std::optional<int> transfersSurvived(const BenchOptions& options, const QString&
         if (loop.exec() == 0)
             return run.device(options.faultDevice).transfers().count;
     }
-    print(name + QLatin1Char('\n') + log.lines().join(QLatin1Char('\n')));
+    std::puts(qUtf8Printable(name + QLatin1Char('\n') + log.lines().join(QLatin1Char('\n'))));
     return std::nullopt;
 }
 
@@ -100,12 +94,13 @@ Count runFamily(const BenchOptions& family, int number, int sample)
             count.survived += transfersSurvived(options, name) ? 1 : 0;
         }
     }
-    print(QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
-              .arg(familyName(family))
-              .arg(*transfers)
-              .arg(faultDescriptions().size())
-              .arg(count.survived)
-              .arg(count.faults));
+    const auto line = QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
+                          .arg(familyName(family))
+                          .arg(*transfers)
+                          .arg(faultDescriptions().size())
+                          .arg(count.survived)
+                          .arg(count.faults);
+    std::puts(qUtf8Printable(line));
     return count;
 }
 
@@ -127,9 +122,10 @@ int FaultMatrix::run(const QString& family, int sample)
         total.survived += count.survived;
         total.faults += count.faults;
     }
-    print(QStringLiteral("faults survived %1 of %2 (%3 s)")
-              .arg(total.survived)
-              .arg(total.faults)
-              .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 0, 'f', 1));
+    const auto line = QStringLiteral("faults survived %1 of %2 (%3 s)")
+                          .arg(total.survived)
+                          .arg(total.faults)
+                          .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 0, 'f', 1);
+    std::puts(qUtf8Printable(line));
     return total.faults > 0 && total.survived == total.faults ? 0 : 1;
 }

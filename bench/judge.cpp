@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QThreadPool>
 
-#include "archivebuilder.h"
 #include "eventlog.h"
 #include "expectation.h"
 #include "verdict.h"
@@ -69,11 +68,10 @@ QStringList Judge::complaints(const Outcome& outcome) const
         const Outcome::Device device = outcome.devices[type];
         const QString error = device.errorCode == 0 ? QStringLiteral("no error")
                                                     : QStringLiteral("error code %1").arg(device.errorCode);
-        const std::string verdict =
-            Verdict::text(before[type], scene.pair.device(type).memory(), bytesOf(*image));
+        const std::string verdict = Verdict::text(before[type], scene.pair.device(type).memory(), *image);
         scene.log.add(
             QStringLiteral("verdict: %1: %2, %3").arg(nameOf(type), QString::fromStdString(verdict), error));
-        if (!image->isEmpty())
+        if (!image->empty())
             all << complaintsAbout(type, device);
     }
     all.removeAll(QString());
@@ -83,7 +81,7 @@ QStringList Judge::complaints(const Outcome& outcome) const
 QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& device) const
 {
     SimulatedDevice& simulated = scene.pair.device(type);
-    const std::vector<std::uint8_t> image = bytesOf(scene.images[type]);
+    const std::vector<std::uint8_t> image = scene.images[type];
     const bool isSuccess = device.errorCode == 0;
     const Expectation expected = expectationFor(type == faultyType ? armed : std::nullopt,
                                                 simulated.struckAt(), Verdict::commits(image));

@@ -24,7 +24,7 @@ public:
     {
         SimulatedMachine& machine;
         SimulatedPair& pair;
-        const QMap<DeviceType, QByteArray>& images;
+        const QMap<DeviceType, std::vector<std::uint8_t>>& images;
         bool isTimeVirtual; ///< every wait is told to noteSleep(), and counts to the millisecond
         EventLog& log;
     };

@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
@@ -27,11 +29,6 @@ void chooseDisplay()
     qputenv("QT_QPA_PLATFORM", "offscreen");
     if (qEnvironmentVariableIsEmpty("QT_FONT_DPI"))
         qputenv("QT_FONT_DPI", "96");
-}
-
-bool hasDisplay()
-{
-    return QGuiApplication::platformName() != QLatin1String("offscreen");
 }
 
 /// @return the program's exit code.
@@ -65,6 +62,7 @@ int runBench(const BenchOptions& options)
 
 int main(int argc, char* argv[])
 {
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // whoever follows a log file sees each line at once
     chooseDisplay();
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
@@ -78,7 +76,7 @@ int main(int argc, char* argv[])
 
     if (options.dark)
         QApplication::setPalette(Looks::darkPalette());
-    if (!hasDisplay()) {
+    if (QGuiApplication::platformName() == QLatin1String("offscreen")) {
         Looks::setFont();
         options.drivesItself = true;
     }

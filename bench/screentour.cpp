@@ -1,7 +1,5 @@
 #include "screentour.h"
 
-#include <algorithm>
-
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMenu>
@@ -17,11 +15,6 @@
 #include "utilities.h"
 
 namespace {
-
-QString translated(const char* text)
-{
-    return QCoreApplication::translate("MainWindow", text);
-}
 
 QWidget* messageBox()
 {
@@ -58,7 +51,11 @@ ScreenTour::ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, con
          [this] { pair.device(DeviceType::Headset).plugIn(); }},
         {"main-page-one-device", [=] { return mainPageIf(isConnected(DeviceType::Headset)); },
          [this] { pressUpdate(); }},
-        {"question-one-device", messageBox, [this] { connectTransmitter(); }},
+        {"question-one-device", messageBox,
+         [this] {
+             dismissBox();
+             pair.device(DeviceType::Transmitter).plugIn();
+         }},
         {nullptr, [=] { return mainPageIf(isConnected(DeviceType::Transmitter)); },
          [this] { breakOffTransmitterUpdate(); }},
         {"main-page-unknown-device",
@@ -72,7 +69,10 @@ ScreenTour::ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, con
              sendToTransmitter(HidUtilities::EndProgramming);
          }},
         {"main-page-incompatible", [=] { return mainPageIf(!controller->deviceName().isEmpty()); },
-         [this] { end(); }},
+         [this] {
+             timer.stop();
+             Q_EMIT finished();
+         }},
     };
     // It does not last, so it is not waited for.
     connect(controller, &DeviceController::deviceDetectionStarted, this, [this] {
@@ -94,12 +94,6 @@ void ScreenTour::look()
     stop.leave();
 }
 
-void ScreenTour::end()
-{
-    timer.stop();
-    Q_EMIT finished();
-}
-
 /// From the event loop, for the window may open a box and wait for its answer.
 void ScreenTour::loadArchive(const QString& path)
 {
@@ -116,19 +110,11 @@ void ScreenTour::openSystemMenu()
 void ScreenTour::chooseInSystemMenu(const char* text)
 {
     auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    const QList<QAction*> actions = menu->actions();
-    const auto chosen = std::find_if(actions.begin(), actions.end(), [text](const QAction* action) {
-        return action->text() == translated(text);
-    });
-    menu->setActiveAction(*chosen);
+    for (QAction* const action : menu->actions()) {
+        if (action->text() == QCoreApplication::translate("MainWindow", text))
+            menu->setActiveAction(action);
+    }
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
-}
-
-/// In place of the question that is open.
-void ScreenTour::connectTransmitter()
-{
-    dismissBox();
-    pair.device(DeviceType::Transmitter).plugIn();
 }
 
 /// Leaves the transmitter in programming mode, and what its memory holds unreadable.

@@ -42,12 +42,9 @@ private:
     };
 
     void look();
-    void end();
-
     void loadArchive(const QString& path);
     void openSystemMenu();
     static void chooseInSystemMenu(const char* text);
-    void connectTransmitter();
     void breakOffTransmitterUpdate();
     void sendToTransmitter(int controlRequest);
     void pressUpdate();

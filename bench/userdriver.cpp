@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr int fullPercent = 95;
-
 QString labelText(const QWidget& parent, const QByteArray& name)
 {
     const auto* const label = parent.findChild<QLabel*>(QLatin1String(name));
@@ -51,11 +49,6 @@ UserDriver::UserDriver(MainWindow& mainWindow)
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
 
-void UserDriver::start(int intervalMs)
-{
-    timer.start(intervalMs);
-}
-
 void UserDriver::tryAgain()
 {
     Q_EMIT happened(QStringLiteral("user: Back"));
@@ -79,13 +72,8 @@ void UserDriver::look()
 
 void UserDriver::answer(QMessageBox& box)
 {
-    QPushButton* const button = box.defaultButton();
-    if (!button) {
-        Q_EMIT happened(QStringLiteral("message: %1").arg(box.text()));
-        box.close();
-        return;
-    }
-    Q_EMIT happened(QStringLiteral("question: %1 | answer: %2").arg(box.text(), button->text()));
+    auto* const button = box.defaultButton() ? box.defaultButton() : box.buttons().first();
+    Q_EMIT happened(QStringLiteral("message: %1 | answer: %2").arg(box.text(), button->text()));
     button->click();
 }
 
@@ -109,12 +97,12 @@ void UserDriver::follow(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
+    constexpr int fullPercent = 95; // of the five steps announced for a transmitter's sector four are taken
     const QByteArray name = nameOf(type).toLatin1();
     Outcome::Device& device = outcome.devices[type];
     device.errorCode = dialog.errors().value(type);
     device.text = labelText(dialog, name + "InfoLabel");
     const auto* const bar = dialog.findChild<QProgressBar*>(QLatin1String(name + "ProgressBar"));
-    // Of the five steps that are announced for a sector of the transmitter four are taken.
     device.isBarFull = bar->value() * 100 >= bar->maximum() * fullPercent;
     Q_EMIT happened(QStringLiteral("%1: %2").arg(nameOf(type), device.text));
 }

@@ -39,7 +39,7 @@ public:
     explicit UserDriver(MainWindow& mainWindow);
 
     /// Looks at the screen every @p intervalMs milliseconds from now on.
-    void start(int intervalMs);
+    void start(int intervalMs) { timer.start(intervalMs); }
 
     /// Presses Back on the failure report and goes on to the next update.
     void tryAgain();
