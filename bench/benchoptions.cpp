@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include <QCommandLineParser>
+#include <QDir>
 
 #include "clock.h"
 
@@ -131,6 +132,8 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     options.dark = parser.isSet(QStringLiteral("dark"));
     options.takesTour = parser.isSet(QStringLiteral("screenshots"));
     options.screenshotsFolder = parser.value(QStringLiteral("screenshots"));
+    if (options.takesTour && !QDir().mkpath(options.screenshotsFolder))
+        fail(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
     options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
     options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
     options.family = parser.value(QStringLiteral("family"));

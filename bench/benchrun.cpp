@@ -71,11 +71,6 @@ bool BenchRun::prepareArchive()
     return !archive.fileBaseName().isEmpty();
 }
 
-QByteArray BenchRun::image(DeviceType type) const
-{
-    return window->findChild<FirmwareController*>()->firmware(type);
-}
-
 bool BenchRun::makeArchive(const QString& path, int generation, const QString& version) const
 {
     const auto build = [&](ImageOptions image, DeviceType type) {

@@ -39,9 +39,6 @@ public:
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
 
-    /// The image that the archive in the updater has for a device; empty where it has none.
-    QByteArray image(DeviceType type) const;
-
     /// Writes an archive at @p path whose images fit the devices' memories.
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 

@@ -4,7 +4,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
-#include <QEvent>
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -20,6 +19,7 @@
 #include "archivebuilder.h"
 #include "benchrun.h"
 #include "eventlog.h"
+#include "firmwarecontroller.h"
 #include "mainwindow.h"
 #include "verdict.h"
 
@@ -60,9 +60,9 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     all->addLayout(settings);
     all->addWidget(makeLogBox(eventLog), 1);
 
+    connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::stayUsable);
     connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::endAfterClosing);
     refreshTimer.start(refreshIntervalMs);
-    qApp->installEventFilter(this);
     const QRect updater = run.updater().frameGeometry();
     move(updater.right() + gap, updater.top());
 }
@@ -130,7 +130,8 @@ void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
 QString BenchWindow::memoryState(DeviceType type) const
 {
     const std::vector<std::uint8_t> memory = run.device(type).memory();
-    const std::vector<std::uint8_t> image = bytesOf(run.image(type));
+    const std::vector<std::uint8_t> image =
+        bytesOf(run.updater().findChild<FirmwareController*>()->firmware(type));
     const auto identity = ImageBuilder::identityOf(memory);
     const QString version = identity ? QString::fromStdString(identity->version) : tr("(no valid firmware)");
     if (image.empty())
@@ -207,6 +208,16 @@ void BenchWindow::makeArchive(const QString& version, int generation)
     run.updater().setFirmwareFilePath(path);
 }
 
+/// A modal dialog blocks all windows but those that belong to it, so the bench belongs to it.
+void BenchWindow::stayUsable()
+{
+    const QWidget* const modal = QApplication::activeModalWidget();
+    const bool isOwn = modal && modal->parentWidget() && modal->parentWidget()->window() == this;
+    QWindow* const owner = modal ? modal->windowHandle() : nullptr;
+    if (!isOwn && windowHandle()->transientParent() != owner)
+        windowHandle()->setTransientParent(owner);
+}
+
 /// An update that is under way ends before the program does.
 void BenchWindow::endAfterClosing()
 {
@@ -214,24 +225,4 @@ void BenchWindow::endAfterClosing()
         return;
     run.setSpeed(ScaledClock::atOnce);
     QCoreApplication::quit();
-}
-
-bool BenchWindow::eventFilter(QObject* watched, QEvent* event)
-{
-    auto* const widget = qobject_cast<QWidget*>(watched);
-    if (!widget || !widget->isWindow() || !widget->isModal())
-        return false;
-    if (event->type() == QEvent::Show)
-        stayUsableUnder(widget);
-    else if (event->type() == QEvent::Hide)
-        stayUsableUnder(QApplication::activeModalWidget());
-    return false;
-}
-
-/// A modal dialog blocks all windows but those that belong to it, so the bench belongs to it.
-void BenchWindow::stayUsableUnder(const QWidget* modal)
-{
-    const bool isOwn = modal && modal->parentWidget() && modal->parentWidget()->window() == this;
-    if (windowHandle() && !isOwn)
-        windowHandle()->setTransientParent(modal && modal->isVisible() ? modal->windowHandle() : nullptr);
 }

@@ -24,9 +24,6 @@ public:
     /// @param options  those of the run.
     BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOptions& options);
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     QWidget* makeDeviceBox(DeviceType type);
     QWidget* makeTimeBox(int speed);
@@ -36,8 +33,8 @@ private:
     void addFault(QFormLayout& rows, SimulatedDevice& device);
     QString memoryState(DeviceType type) const;
     void makeArchive(const QString& version, int generation);
+    void stayUsable();
     void endAfterClosing();
-    void stayUsableUnder(const QWidget* modal);
 
     BenchRun& run;
     QTimer refreshTimer; ///< what shows a state follows it

@@ -1,7 +1,6 @@
 #include <cstdio>
 
 #include <QApplication>
-#include <QDir>
 #include <QIcon>
 #include <QTranslator>
 
@@ -35,14 +34,9 @@ void chooseDisplay()
 int runBench(const BenchOptions& options)
 {
     EventLog log;
-    const QDir pictures(options.screenshotsFolder);
-    if (options.takesTour && !pictures.mkpath(QStringLiteral("."))) {
-        log.add(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
-        return failure;
-    }
     BenchRun run(options, log);
     QObject::connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
-        const QString path = pictures.absoluteFilePath(name + QStringLiteral(".png"));
+        const QString path = QStringLiteral("%1/%2.png").arg(options.screenshotsFolder, name);
         if (!Photographer::save(path, *screen))
             log.add(QStringLiteral("could not save %1").arg(path));
     });

@@ -22,17 +22,15 @@ QString labelText(const QWidget& parent, const QByteArray& name)
     return label ? label->text() : QString();
 }
 
-/// Whether every device that is being updated has come a good part of the way, and none to the end.
+/// Whether every device that is being updated has come a good part of the way, and none to its end.
 bool isWellUnderWay(const FlashingDialog& dialog)
 {
     constexpr int goodPart = 4;
-    if (!labelText(dialog, "transmitterInfoLabel").isEmpty() ||
-        !labelText(dialog, "headsetInfoLabel").isEmpty())
-        return false;
     const QList<QProgressBar*> bars = dialog.findChildren<QProgressBar*>();
-    return std::all_of(bars.begin(), bars.end(), [](const QProgressBar* bar) {
-        return !bar->isVisible() || (bar->maximum() > 0 && bar->value() * goodPart > bar->maximum());
-    });
+    return dialog.errors().isEmpty() && std::all_of(bars.begin(), bars.end(), [](const QProgressBar* bar) {
+               return !bar->isVisible() ||
+                      (bar->value() * goodPart > bar->maximum() && bar->value() < bar->maximum());
+           });
 }
 
 /// A click that is made when the event loop is back in charge: it may open a modal dialog.
