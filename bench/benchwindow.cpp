@@ -35,6 +35,8 @@ QString modeOf(const SimulatedDevice& device)
 
 QString textOf(const Transfers& transfers)
 {
+    if (transfers.count == 0)
+        return QStringLiteral("none yet");
     return QStringLiteral("%1, in the phase \"%2\"")
         .arg(transfers.count)
         .arg(QLatin1String(phaseName(transfers.phase)));
@@ -80,8 +82,12 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     // The mnemonics tell the two boxes apart.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
-    connect(cable, &QCheckBox::clicked, this,
-            [&device](bool isPlugged) { isPlugged ? device.plugIn() : device.unplug(); });
+    connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
+        if (isPluggedIn)
+            device.plugIn();
+        else
+            device.unplug();
+    });
     connect(&refreshTimer, &QTimer::timeout, cable,
             [&device, cable] { cable->setChecked(device.isPluggedIn()); });
     rows->addRow(cable);
@@ -121,9 +127,9 @@ void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
     rows.addRow(tr("Fault:"), fault);
     rows.addRow(tr("At transfer:"), transfer);
     rows.addRow(QString(), armed);
-    addState(rows, tr("Struck:"), [&device] {
+    addState(rows, tr("Struck at:"), [&device] {
         const auto struck = device.struckAt();
-        return struck ? textOf(*struck) : QStringLiteral("not yet");
+        return struck ? textOf(*struck) : QStringLiteral("no transfer yet");
     });
 }
 

@@ -142,7 +142,8 @@ void ScreenTour::pressUpdate()
 /// @return whether no box hides the start screen, or else the main page.
 bool ScreenTour::isShown(bool isStartScreen) const
 {
-    return bool(dynamic_cast<InfoScreen*>(window.centralWidget())) == isStartScreen && !messageBox();
+    const bool isInfoScreen = dynamic_cast<InfoScreen*>(window.centralWidget()) != nullptr;
+    return isInfoScreen == isStartScreen && !messageBox();
 }
 
 /// The main page, once all devices are identified and @p condition holds.
