@@ -97,12 +97,15 @@ void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
     constexpr int fullPercent = 95; // of the five steps announced for a transmitter's sector four are taken
     const QByteArray name = nameOf(type).toLatin1();
+    const QString text = labelText(dialog, name + "InfoLabel");
+    if (text.isEmpty())
+        return; // it takes no part
     Outcome::Device& device = outcome.devices[type];
     device.errorCode = dialog.errors().value(type);
-    device.text = labelText(dialog, name + "InfoLabel");
+    device.text = text;
     const auto* const bar = dialog.findChild<QProgressBar*>(QLatin1String(name + "ProgressBar"));
     device.isBarFull = bar->value() * 100 >= bar->maximum() * fullPercent;
-    Q_EMIT happened(QStringLiteral("%1: %2").arg(nameOf(type), device.text));
+    Q_EMIT happened(QStringLiteral("%1: %2").arg(nameOf(type), text));
 }
 
 void UserDriver::watchUpdaters(const FlashingDialog& dialog)

@@ -24,7 +24,7 @@ struct Outcome
         bool isBarFull = false;
         qint64 programmingMs = 0; ///< from its announced progress range to the report of its end
     };
-    QMap<DeviceType, Device> devices;
+    QMap<DeviceType, Device> devices; ///< those that took part
     QString report;   ///< the failure report on the screen; empty where it shows the pairing instructions
     qint64 runMs = 0; ///< from the first announced progress range to the last report
 };
