@@ -75,8 +75,8 @@ private:
     SimulatedMachine machine;
     std::unique_ptr<KernelComputer> kernelComputer; ///< null where the computer is the simulated one
     ScopedMachine scope;
+    std::unique_ptr<Judge> judge; ///< outlives the pair, which sleeps
     std::unique_ptr<SimulatedPair> pair;
-    std::unique_ptr<Judge> judge;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
     std::unique_ptr<ScreenTour> tour;
