@@ -18,7 +18,7 @@ Expectation whenTransferFails(const Transfers& at, bool isGone, int commits)
     case Phase::Leave:
         return lost; // it never comes back in programming mode
     case Phase::Identify: {
-        const int later = identificationTransfers - at.in(Phase::Identify);
+        const int later = identificationTransfers - at.inPhase.at(Phase::Identify);
         return {FlashingError::UnknownChip, false, isGone ? 1 + later : 1};
     }
     case Phase::FinalWait:
@@ -28,7 +28,7 @@ Expectation whenTransferFails(const Transfers& at, bool isGone, int commits)
     }
     if (!isGone)
         return {0, false, 1};
-    if (at.phase == Phase::Commit && at.in(Phase::Commit) == commits)
+    if (at.phase == Phase::Commit && at.inPhase.at(Phase::Commit) == commits)
         return {0, false, 2}; // the end of programming is announced all the same
     return {FlashingError::DeviceLost, false, 1};
 }
@@ -41,7 +41,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
         return success;
     const bool isBeforeIdentification =
         struckAt->phase == Phase::Leave ||
-        (struckAt->phase == Phase::Identify && struckAt->in(Phase::Identify) == 1);
+        (struckAt->phase == Phase::Identify && struckAt->inPhase.at(Phase::Identify) == 1);
     switch (*fault) {
     case Fault::TransferFails:
         return whenTransferFails(*struckAt, false, commits);

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "faultplan.h"
+#include "faults.h"
 
 /// How the update of a device has to end.
 struct Expectation

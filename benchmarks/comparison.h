@@ -1,10 +1,9 @@
 #pragma once
 
 #include <functional>
-#include <string>
 
 /// What the updater takes for something, beside the least that the same can cost. Rows are added before
-/// main(), which runs them under Google Benchmark and returns 1 where one is beyond its bound or could not be
+/// main(), which runs them under Google Benchmark and returns 1 where one is beyond its bound or cannot be
 /// measured.
 namespace Comparison {
 
@@ -17,21 +16,18 @@ struct Pair
 
 struct Row
 {
-    std::string what; ///< and beside what; without '/'
+    const char* what; ///< and beside what; without '/'
     double bound;     ///< how many times the reference the work may be
     int pairs;        ///< how many are made
 };
 
-/// Makes one pair; throws std::runtime_error where that cannot be done.
-using MakePair = std::function<Pair()>;
-
-/// Adds a row. @p prepare is called once, when its turn has come. The row shows the medians of both figures
-/// and the median of the pairs' ratios, on which a machine that is disturbed now and then leaves no mark.
-bool add(const Row& row, const std::function<MakePair()>& prepare);
+/// Adds a row. It shows the medians of both figures and the median of the pairs' ratios, on which a machine
+/// that is disturbed now and then leaves no mark.
+bool add(const Row& row, const std::function<Pair()>& makePair);
 
 double seconds(const std::function<void()>& work);
 
-/// For what has to hold before a figure means anything.
-void require(bool condition, const std::string& failure);
+/// For what has to hold before a figure means anything: otherwise the program ends with exit status 1.
+void require(bool condition, const char* failure);
 
 } // namespace Comparison

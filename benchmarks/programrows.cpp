@@ -1,7 +1,6 @@
 // The whole program: its start, its memory, and updates in real time. Measured by program "updaterun".
 
 #include <map>
-#include <memory>
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -15,144 +14,87 @@ using namespace Comparison;
 
 namespace {
 
-constexpr int kib = 1024;
+constexpr std::size_t kib = 1024;
 using Figures = std::map<QString, double>;
 
-/// A run of updaterun.
-class Run
+/// Runs updaterun to its end. @return what it printed: lines of a name and a figure.
+Figures figuresOf(const QStringList& arguments, const char* platform)
 {
-public:
-    Run(const QStringList& arguments, const char* platform)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QLatin1String(platform));
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(UPDATERUN), arguments, QIODevice::ReadOnly);
-    }
-
-    /// Waits for the end, and takes what was printed: lines of a name and a figure.
-    Figures figures()
-    {
-        const bool isOver = process.waitForFinished(-1);
-        require(isOver && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
-                "updaterun failed");
-        Figures result;
-        QTextStream lines(process.readAllStandardOutput());
-        QString name;
-        for (double figure = 0; lines >> name >> figure, !name.isEmpty();)
-            result[name] = figure;
-        return result;
-    }
-
-private:
+    qputenv("QT_QPA_PLATFORM", platform);
     QProcess process;
-};
+    process.start(QStringLiteral(UPDATERUN), arguments, QIODevice::ReadOnly);
+    const bool isOver = process.waitForFinished(-1);
+    require(isOver && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
+            "updaterun failed");
+    Figures result;
+    QTextStream lines(process.readAllStandardOutput());
+    QString name;
+    for (double figure = 0; lines >> name >> figure, !name.isEmpty();)
+        result[name] = figure;
+    return result;
+}
 
-/// A folder with an archive of one or both images.
-class ArchiveFolder
+/// Writes an archive. @return its path.
+QString archiveIn(const QTemporaryDir& folder, std::size_t imageBytes)
 {
-public:
-    enum Images { Transmitter, Headset, Both };
+    const auto entries =
+        ArchiveBuilder::release(ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes)),
+                                ImageBuilder::build(ImageBuilder::headset(imageBytes)), "Notes");
+    const QString path = folder.filePath(QStringLiteral("sample.zip"));
+    require(ArchiveBuilder::write(path, entries), "cannot write the archive");
+    return path;
+}
 
-    ArchiveFolder(int bytes, Images images)
-        : imageBytes(QString::number(bytes))
-    {
-        ImageOptions transmitter = ImageBuilder::transmitter();
-        ImageOptions headset = ImageBuilder::headset();
-        transmitter.size = headset.size = bytes;
-        auto entries =
-            ArchiveBuilder::release(ImageBuilder::build(transmitter), ImageBuilder::build(headset), "Notes");
-        if (images != Both)
-            entries.erase(entries.begin() + (images == Transmitter ? 1 : 0));
-        require(ArchiveBuilder::write(path(), entries), "cannot write the archive");
-    }
-
-    QString path() const { return folder.filePath(QStringLiteral("sample.zip")); }
-
-    /// Updates what the archive has an image for; the time runs @p speed times as fast as on the wall.
-    std::unique_ptr<Run> update(int speed, int idleSeconds) const
-    {
-        return std::make_unique<Run>(QStringList{QStringLiteral("update"), imageBytes, path(),
-                                                 QString::number(speed), QString::number(idleSeconds)},
-                                     "offscreen");
-    }
-
-private:
-    const QString imageBytes;
+/// Updates both devices; the time runs @p speed times as fast as on the wall.
+Figures update(std::size_t imageBytes, int speed, int idleSeconds)
+{
     const QTemporaryDir folder;
-};
-
-double secondsToWindow(const QStringList& arguments)
-{
-    return seconds([&] { Run(arguments, "xcb").figures(); });
+    return figuresOf({QStringLiteral("update"), QString::number(imageBytes), archiveIn(folder, imageBytes),
+                      QString::number(speed), QString::number(idleSeconds)},
+                     "offscreen");
 }
 
-MakePair startPairs()
+Figures showEmptyWindow(std::size_t imageBytes, const char* platform)
 {
-    const auto folder = std::make_shared<ArchiveFolder>(128 * kib, ArchiveFolder::Both);
-    return [folder] {
-        return Pair{secondsToWindow({QStringLiteral("start"), folder->path()}),
-                    secondsToWindow({QStringLiteral("start")})};
-    };
+    return figuresOf({QStringLiteral("empty"), QString::number(imageBytes)}, platform);
 }
 
-MakePair memoryPairs()
+Pair startPair()
 {
-    constexpr int imageBytes = 2048 * kib;
+    static const QTemporaryDir folder;
+    static const QString archive = archiveIn(folder, 128 * kib);
+    const double updater = seconds([] { figuresOf({QStringLiteral("start"), archive}, "xcb"); });
+    return {updater, seconds([] { showEmptyWindow(0, "xcb"); })};
+}
+
+Pair memoryPair()
+{
+    constexpr std::size_t imageBytes = 2048 * kib;
     constexpr int speed = 1000;
-    const auto folder = std::make_shared<ArchiveFolder>(imageBytes, ArchiveFolder::Both);
-    return [folder] {
-        Run empty({QStringLiteral("empty"), QString::number(imageBytes)}, "offscreen");
-        const QString peak = QStringLiteral("peak-kib");
-        return Pair{folder->update(speed, 0)->figures().at(peak), empty.figures().at(peak)};
-    };
+    const QString peak = QStringLiteral("peak-kib");
+    const double empty = showEmptyWindow(imageBytes, "offscreen").at(peak);
+    return {update(imageBytes, speed, 0).at(peak), empty};
 }
 
-/// Updates in real time, which the rows share because they take minutes.
-struct Updates
+/// Adds a row of two figures of an update in real time, which the rows share because it takes minutes.
+bool addUpdate(const char* what, double bound, const char* work, const char* reference)
 {
-    Updates()
-    {
-        constexpr int imageBytes = 64 * kib;
+    return add({what, bound, 1}, [work, reference] {
         constexpr int idleSeconds = 80; // about as long as the update
-        both = ArchiveFolder(imageBytes, ArchiveFolder::Both).update(1, idleSeconds)->figures();
-        // Nearly all of it is waiting, in which they do not disturb each other.
-        const ArchiveFolder transmitters(imageBytes, ArchiveFolder::Transmitter);
-        const ArchiveFolder headsets(imageBytes, ArchiveFolder::Headset);
-        const auto first = transmitters.update(1, 0);
-        const auto second = headsets.update(1, 0);
-        transmitter = first->figures();
-        headset = second->figures();
-    }
-
-    Figures both;
-    Figures transmitter;
-    Figures headset;
-};
-
-/// A row of two figures that such updates printed.
-bool addUpdate(const char* what, double bound, Figures Updates::*work, const char* figure,
-               Figures Updates::*reference, const char* referenceFigure)
-{
-    return add({what, bound, 1}, [=] {
-        return [=] {
-            static const Updates updates;
-            return Pair{(updates.*work).at(QLatin1String(figure)),
-                        (updates.*reference).at(QLatin1String(referenceFigure))};
-        };
+        static const Figures figures = update(64 * kib, 1, idleSeconds);
+        return Pair{figures.at(QLatin1String(work)), figures.at(QLatin1String(reference))};
     });
 }
 
 [[maybe_unused]] const bool added =
-    add({"start to the first painted window, s, beside an empty window", 1.5, 31}, startPairs) &&
-    add({"peak memory of updating two 2 MiB images, KiB, beside the images", 1.3, 1}, memoryPairs) &&
-    addUpdate("update of a 64 KiB transmitter image, ms, beside its delays", 1.01, &Updates::transmitter,
-              "transmitter-ms", &Updates::transmitter, "transmitter-delays-ms") &&
-    addUpdate("update of a 64 KiB headset image, ms, beside its delays", 1.01, &Updates::headset,
-              "headset-ms", &Updates::headset, "headset-delays-ms") &&
-    addUpdate("update of both at once, ms, beside the transmitter alone", 1.01, &Updates::both, "run-ms",
-              &Updates::transmitter, "transmitter-ms") &&
-    addUpdate("longest stall of the window in it, ms, beside the idle window", 1.5, &Updates::both,
-              "stall-ms", &Updates::both, "idle-ms");
+    add({"start to the first painted window, s, beside an empty window", 1.5, 31}, startPair) &&
+    add({"peak memory of updating two 2 MiB images, KiB, beside the images", 1.3, 1}, memoryPair) &&
+    addUpdate("update of a 64 KiB transmitter image, ms, beside its delays", 1.01, "transmitter-ms",
+              "transmitter-delays-ms") &&
+    addUpdate("update of a 64 KiB headset image, ms, beside its delays", 1.01, "headset-ms",
+              "headset-delays-ms") &&
+    addUpdate("update of both at once, ms, beside the transmitter's delays", 1.01, "run-ms",
+              "transmitter-delays-ms") &&
+    addUpdate("longest stall of the window in it, ms, beside the idle window", 1.5, "stall-ms", "idle-ms");
 
 } // namespace

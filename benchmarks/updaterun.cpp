@@ -1,9 +1,11 @@
 // The updater, for the rows about the whole program; prints lines of a name and a figure.
 //
-//     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS   a whole update of the simulated pair
-//     updaterun empty IMAGE_BYTES      beside its memory: an empty window, the same simulation, the images
-//     once updaterun start [ARCHIVE]        starts, ends when its window is painted; without ARCHIVE an empty
-//     one
+//     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
+//         a whole update of the simulated pair
+//     updaterun start ARCHIVE
+//         starts, and ends when its window is painted
+//     updaterun empty IMAGE_BYTES
+//         the same with an empty window, beside the simulation of an update, and the images once
 
 #include <chrono>
 #include <fstream>
@@ -83,31 +85,12 @@ private:
     double longestMs = 0;
 };
 
-SimulatedPair::Setup pairFor(int imageBytes)
+SimulatedPair::Setup pairFor(std::size_t imageBytes)
 {
-    ImageOptions transmitter = ImageBuilder::transmitter();
-    ImageOptions headset = ImageBuilder::headset();
-    transmitter.size = headset.size = imageBytes;
     SimulatedPair::Setup setup;
-    setup.transmitterImage = ImageBuilder::build(transmitter);
-    setup.headsetImage = ImageBuilder::build(headset);
+    setup.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes));
+    setup.headsetImage = ImageBuilder::build(ImageBuilder::headset(imageBytes));
     return setup;
-}
-
-int runEmpty(int imageBytes)
-{
-    const SimulatedPair::Setup setup = pairFor(imageBytes);
-    SimulatedMachine machine(nullptr);
-    const ScopedMachine scope(machine);
-    const SimulatedPair pair(machine, setup);
-    const QByteArray images[] = {toByteArray(setup.transmitterImage), toByteArray(setup.headsetImage)};
-    QMainWindow window;
-    window.resize(windowSize);
-    window.show();
-    QTimer::singleShot(500, qApp, &QCoreApplication::quit);
-    QApplication::exec();
-    printPeakMemory();
-    return 0;
 }
 
 /// Ends the program when the window, and all that is in it, has been painted.
@@ -122,31 +105,42 @@ public:
     }
 };
 
-int runStart(const QString& archivePath)
+[[noreturn]] void showUntilPainted(QMainWindow& window)
+{
+    PaintProbe probe;
+    window.installEventFilter(&probe);
+    window.show();
+    QApplication::exec();
+    printPeakMemory();
+    std::_Exit(0);
+}
+
+[[noreturn]] void startUpdater(const QString& archivePath)
 {
     QTranslator translator;
-    std::unique_ptr<QMainWindow> window;
-    if (archivePath.isEmpty()) {
-        window = std::make_unique<QMainWindow>();
-        window->setFixedSize(windowSize);
-    } else {
-        Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
-        auto updater = std::make_unique<MainWindow>();
-        updater->setFirmwareFilePath(archivePath);
-        window = std::move(updater);
-    }
-    PaintProbe probe;
-    window->installEventFilter(&probe);
-    window->show();
-    QApplication::exec();
-    std::_Exit(0);
+    Startup::installTranslator(translator, QStringLiteral("tessalinefirmwareupdater_"));
+    MainWindow window;
+    window.setFirmwareFilePath(archivePath);
+    showUntilPainted(window);
+}
+
+[[noreturn]] void startEmptyWindow(std::size_t imageBytes)
+{
+    const SimulatedPair::Setup setup = pairFor(imageBytes);
+    SimulatedMachine machine(nullptr);
+    const ScopedMachine scope(machine);
+    const SimulatedPair pair(machine, setup);
+    const QByteArray images[] = {toByteArray(setup.transmitterImage), toByteArray(setup.headsetImage)};
+    QMainWindow window;
+    window.setFixedSize(windowSize);
+    showUntilPainted(window);
 }
 
 /// The updater with both devices plugged in, and its user.
 class Update : public QObject
 {
 public:
-    Update(int imageBytes, const QString& archivePath, double speed)
+    Update(std::size_t imageBytes, const QString& archivePath, double speed)
         : setup(pairFor(imageBytes))
         , clock(speed)
     {
@@ -212,11 +206,11 @@ int main(int argc, char* argv[])
     const QStringList arguments = QCoreApplication::arguments();
     const QString mode = arguments.value(1);
     if (mode == QLatin1String("start"))
-        return runStart(arguments.value(2));
+        startUpdater(arguments.value(2));
     if (mode == QLatin1String("empty"))
-        return runEmpty(arguments.value(2).toInt());
+        startEmptyWindow(arguments.value(2).toUInt());
     if (mode == QLatin1String("update"))
-        return Update(arguments.value(2).toInt(), arguments.value(3), arguments.value(4).toDouble())
+        return Update(arguments.value(2).toUInt(), arguments.value(3), arguments.value(4).toDouble())
             .run(arguments.value(5).toInt());
     return 2;
 }

@@ -57,12 +57,11 @@ QByteArray answersOf(int chipId, int revision, const QByteArray& image)
     constexpr std::size_t dataOffset = 11;
     QByteArray told(1, '\1');
     const std::vector<std::uint8_t> bytes(image.begin(), image.end());
-    SimulatedChip chip(SimulatedChip::hardwareFor(DeviceType::Transmitter, chipId, revision, bytes), bytes);
-    chip.powerUp();
+    SimulatedChip chip(DeviceType::Transmitter, chipId, revision, bytes);
     HidFixture f;
     f.hid->onSet = [&](const QByteArray& report) {
-        chip.obey(SimulatedChip::understand(reinterpret_cast<const std::uint8_t*>(report.constData()),
-                                            static_cast<std::size_t>(report.size())));
+        const auto* const data = reinterpret_cast<const std::uint8_t*>(report.constData());
+        chip.understand(data, static_cast<std::size_t>(report.size())).obey();
     };
     f.hid->answer = [&](const QByteArray& entry) {
         const std::vector<std::uint8_t> answer = chip.answer(static_cast<std::size_t>(entry.size()));

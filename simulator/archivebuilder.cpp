@@ -7,19 +7,15 @@
 
 namespace {
 
-constexpr int storedMethod = 0;
 constexpr std::size_t bytesPerComment = 16;
 constexpr std::size_t bytesPerRemark = 64;
 
-bool writeEntry(QuaZip& archive, const ArchiveEntry& entry, bool isPacked)
+bool writeEntry(QuaZip& archive, const ArchiveEntry& entry)
 {
     QuaZipNewInfo info(entry.name);
     info.dateTime = QDateTime(QDate(2020, 1, 1), QTime(0, 0));
     QuaZipFile file(&archive);
-    const int method = isPacked ? Z_DEFLATED : storedMethod;
-    if (!file.open(QIODevice::WriteOnly, info, nullptr, 0, method, isPacked ? Z_DEFAULT_COMPRESSION : 0))
-        return false;
-    if (file.write(entry.contents) != entry.contents.size())
+    if (!file.open(QIODevice::WriteOnly, info) || file.write(entry.contents) != entry.contents.size())
         return false;
     file.close();
     return file.getZipError() == ZIP_OK;
@@ -31,7 +27,7 @@ namespace ArchiveBuilder {
 
 QByteArray imageText(const std::vector<std::uint8_t>& image)
 {
-    static const char digits[] = "0123456789ABCDEF";
+    const QByteArray digits = toByteArray(image).toHex().toUpper();
     QByteArray text("// Firmware image, one byte per line\r\n");
     text.reserve(static_cast<int>(image.size()) * 5);
     for (std::size_t i = 0; i < image.size(); ++i) {
@@ -39,8 +35,7 @@ QByteArray imageText(const std::vector<std::uint8_t>& image)
             text += "// " + QByteArray::number(static_cast<qulonglong>(i), 16) + "\r\n";
         if (i % bytesPerRemark == 1)
             text += "0x";
-        text += digits[image[i] >> 4u];
-        text += digits[image[i] & 0x0Fu];
+        text.append(digits.constData() + 2 * i, 2);
         if (i % bytesPerRemark == 0)
             text += " // page";
         text += "\r\n";
@@ -59,14 +54,14 @@ std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterIm
     };
 }
 
-bool write(const QString& path, const std::vector<ArchiveEntry>& entries, bool isPacked)
+bool write(const QString& path, const std::vector<ArchiveEntry>& entries)
 {
     QuaZip archive(path);
     archive.setDataDescriptorWritingEnabled(false); // the sizes stand before the data, as most tools have it
     if (!archive.open(QuaZip::mdCreate))
         return false;
     for (const ArchiveEntry& entry : entries) {
-        if (!writeEntry(archive, entry, isPacked))
+        if (!writeEntry(archive, entry))
             return false;
     }
     archive.close();

@@ -41,8 +41,7 @@ std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterIm
                                   const QByteArray& releaseNotes);
 
 /// Writes a ZIP archive; the same entries give the same bytes.
-/// @param isPacked  false: the entries are stored as they are.
 /// @return false where the file could not be written whole.
-[[nodiscard]] bool write(const QString& path, const std::vector<ArchiveEntry>& entries, bool isPacked = true);
+[[nodiscard]] bool write(const QString& path, const std::vector<ArchiveEntry>& entries);
 
 } // namespace ArchiveBuilder

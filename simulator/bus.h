@@ -2,29 +2,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 /// What becomes of a feature-report transfer.
-enum class Transfer {
+enum class [[nodiscard]] Transfer{
     Done,
     Failed, ///< the device stays, the report did not get through
     Gone,   ///< the device went away during the transfer
 };
 
-/// Serves the feature reports of one HID interface. Called on any thread, also on several at a time.
-class FeatureReports
+/// What serves the feature reports of one HID interface. Called on any thread, also on several at a time.
+struct FeatureReports
 {
-public:
-    virtual ~FeatureReports() = default;
-
     /// Takes one report; @p report[0] is the report ID.
-    [[nodiscard]] virtual Transfer set(const std::uint8_t* report, std::size_t size) = 0;
+    std::function<Transfer(const std::uint8_t* report, std::size_t size)> set;
 
     /// Answers the report whose ID is in @p report[0] with at most @p size bytes, the report ID included, and
     /// tells how many they are.
-    [[nodiscard]] virtual Transfer get(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
+    std::function<Transfer(std::uint8_t* report, std::size_t size, std::size_t& received)> get;
 };
 
 /// A feature report as a report descriptor declares it.

@@ -1,6 +1,21 @@
 #include "faults.h"
 
 #include <algorithm>
+#include <utility>
+
+namespace {
+
+bool isOfRestarts(Fault fault)
+{
+    return fault == Fault::RefuseOpen || fault == Fault::NeverBack || fault == Fault::OtherPort;
+}
+
+bool isOfAnswers(Fault fault)
+{
+    return fault == Fault::NoData || fault == Fault::ShortAnswer;
+}
+
+} // namespace
 
 const std::vector<FaultDescription>& faultDescriptions()
 {
@@ -27,4 +42,32 @@ std::optional<Fault> faultByName(const std::string& name)
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const auto& fault) { return fault.name == name; });
     return found == all.end() ? std::nullopt : std::optional<Fault>(found->fault);
+}
+
+FaultPlan::FaultPlan(Fault fault, int transfer)
+    : armed(fault)
+    , atTransfer(transfer)
+{
+}
+
+Fault FaultPlan::countTransfer(std::optional<Phase> phase, bool isAnswer)
+{
+    ++made.count;
+    made.phase = phase.value_or(made.phase);
+    ++made.inPhase[made.phase];
+    return strike(!isOfRestarts(armed) && (isAnswer || !isOfAnswers(armed)));
+}
+
+Fault FaultPlan::restart()
+{
+    return strike(isOfRestarts(armed));
+}
+
+/// @param isTime  whether what the armed fault is about happens now.
+Fault FaultPlan::strike(bool isTime)
+{
+    if (armed == Fault::None || !isTime || made.count < atTransfer)
+        return Fault::None;
+    struck = made;
+    return std::exchange(armed, Fault::None);
 }

@@ -2,7 +2,7 @@
 
 namespace {
 
-// Short items with one or two data bytes (HID 1.11 sections 6.2.2.4 to 6.2.2.8).
+// Short items (HID 1.11 sections 6.2.2.4 to 6.2.2.8). The two lowest bits count the data bytes.
 enum Item : std::uint8_t {
     UsagePage = 0x06,
     Usage = 0x0A,
@@ -16,48 +16,45 @@ enum Item : std::uint8_t {
     Feature = 0xB1,
     EndCollection = 0xC0
 };
-constexpr std::uint8_t application = 0x01;
-constexpr std::uint8_t variable = 0x02; // data, variable, absolute
+constexpr std::uint16_t application = 0x01;
+constexpr std::uint16_t variable = 0x02; // data, variable, absolute
 constexpr std::uint16_t volumeIncrement = 0xE9;
+constexpr std::uint16_t bitsPerByte = 8;
 
-class Writer
+using Bytes = std::vector<std::uint8_t>;
+
+void add(Bytes& bytes, Item item, std::uint16_t value)
 {
-public:
-    void byteItem(Item item, std::uint8_t value) { bytes.insert(bytes.end(), {item, value}); }
-    void wordItem(Item item, std::uint16_t value)
-    {
-        bytes.insert(bytes.end(),
-                     {item, static_cast<std::uint8_t>(value & 0xFF), static_cast<std::uint8_t>(value >> 8)});
-    }
-    void field(Item kind, std::uint16_t usage, std::uint16_t maximum, std::uint8_t bits, std::uint16_t count)
-    {
-        wordItem(Usage, usage);
-        byteItem(LogicalMinimum, 0);
-        wordItem(LogicalMaximum, maximum);
-        byteItem(ReportSize, bits);
-        wordItem(ReportCount, count);
-        byteItem(kind, variable);
-    }
+    constexpr unsigned sizeBits = 3;
+    bytes.push_back(item);
+    for (unsigned i = 0; i < (item & sizeBits); ++i)
+        bytes.push_back(static_cast<std::uint8_t>(value >> i * bitsPerByte));
+}
 
-    std::vector<std::uint8_t> bytes;
-};
+void addField(Bytes& bytes, Item kind, std::uint16_t usage, std::uint16_t maximum, std::uint16_t count)
+{
+    add(bytes, Usage, usage);
+    add(bytes, LogicalMinimum, 0);
+    add(bytes, LogicalMaximum, maximum);
+    add(bytes, ReportSize, bitsPerByte);
+    add(bytes, ReportCount, count);
+    add(bytes, kind, variable);
+}
 
 } // namespace
 
 std::vector<std::uint8_t> reportDescriptorOf(const HidInterface& hid)
 {
-    Writer writer;
-    writer.wordItem(UsagePage, hid.usagePage);
-    writer.wordItem(Usage, hid.usage);
-    writer.byteItem(Collection, application);
+    Bytes bytes;
+    add(bytes, UsagePage, hid.usagePage);
+    add(bytes, Usage, hid.usage);
+    add(bytes, Collection, application);
     for (const FeatureReportFormat& report : hid.featureReports) {
-        writer.byteItem(ReportId, report.id);
-        writer.field(Feature, hid.usage, 0xFF, 8, report.dataBytes);
+        add(bytes, ReportId, report.id);
+        addField(bytes, Feature, hid.usage, 0xFF, report.dataBytes);
     }
-    if (hid.featureReports.empty()) {
-        constexpr std::uint8_t bitsPerByte = 8;
-        writer.field(Input, volumeIncrement, 1, bitsPerByte, 1);
-    }
-    writer.bytes.push_back(EndCollection);
-    return writer.bytes;
+    if (hid.featureReports.empty())
+        addField(bytes, Input, volumeIncrement, 1, 1);
+    add(bytes, EndCollection, 0);
+    return bytes;
 }

@@ -1,6 +1,7 @@
 #include "imagebuilder.h"
 
 #include <algorithm>
+#include <iterator>
 #include <random>
 
 namespace {
@@ -11,79 +12,37 @@ constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
 constexpr std::size_t unreadTailBytes = 4; // a version file is read up to its length, its header included
 
-constexpr std::size_t smallestMemoryBytes = 128; // of size code 1; each further code doubles it
-constexpr int maxSizeCode = 15;
+constexpr std::size_t memoryUnit = 64;
+constexpr std::uint8_t sizeCodeBits = 0x0F; // of the geometry's first byte
 
-constexpr std::uint8_t deviceDescriptorType = 1;
-constexpr std::uint8_t configurationDescriptorType = 2;
-
-void append(Bytes& bytes, const Bytes& more)
+std::uint8_t low(std::size_t word)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
+    return static_cast<std::uint8_t>(word);
 }
 
-/// The little-endian form of a word.
-Bytes word(std::size_t value)
+std::uint8_t high(std::size_t word)
 {
-    return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8u)};
-}
-
-/// USB 2.0, table 9-8: a HID-only device, USB 2.0, 64-byte control packets, one configuration.
-Bytes deviceDescriptor(std::uint16_t vendorId, std::uint16_t productId)
-{
-    Bytes descriptor{0x12, 0x01, 0x00, 0x02, 0x00, 0x00, 0x00, 0x40};
-    append(descriptor, word(vendorId));
-    append(descriptor, word(productId));
-    append(descriptor, {0x00, 0x01, 0x01, 0x02, 0x03, 0x01});
-    return descriptor;
-}
-
-/// USB 2.0, table 9-10: no interfaces, bus powered, 100 mA.
-Bytes configurationDescriptor()
-{
-    return {0x09, 0x02, 0x09, 0x00, 0x00, 0x01, 0x00, 0x80, 0x32};
-}
-
-void appendRecord(Bytes& bytes, std::uint8_t type, std::size_t offset, const Bytes& descriptor)
-{
-    append(bytes, {type, 0});
-    append(bytes, word(offset));
-    append(bytes, word(descriptor.size()));
-}
-
-Bytes fileOf(std::uint8_t identifier, const Bytes& contents)
-{
-    Bytes entry{identifier};
-    append(entry, word(contents.size()));
-    entry.push_back(0);
-    append(entry, contents);
-    return entry;
+    return static_cast<std::uint8_t>(word >> 8u);
 }
 
 std::vector<Bytes> usualEntries(const ImageOptions& options)
 {
     return {
         ImageBuilder::fileEntry(0x01, std::string(24, '\x11')),
-        ImageBuilder::versionEntry(options.version + ',' + options.versionRemark),
+        ImageBuilder::versionEntry(options.version + ",release"),
         ImageBuilder::fileEntry(0x23, std::string(40, '\x22')),
-        ImageBuilder::usbDescriptorEntry(options.usbDescriptorFileId, options.vendorId, options.productId),
+        ImageBuilder::usbDescriptorEntry(0x0C, options.vendorId, options.productId),
     };
 }
 
-int smallestDeviceSizeCode(std::size_t bytes)
+/// Of the smallest memory that holds so many bytes.
+std::uint8_t memorySizeCode(std::size_t bytes)
 {
-    int code = 1;
-    while (code < maxSizeCode && smallestMemoryBytes << (code - 1) < bytes)
+    constexpr std::uint8_t maxCode = 15;
+    std::uint8_t code = 1;
+    while (code < maxCode && memoryUnit << code < bytes)
         ++code;
     return code;
-}
-
-void appendPayload(Bytes& image, const ImageOptions& options)
-{
-    std::mt19937 generator(options.seed); // its sequence is the same on every system
-    image.reserve(static_cast<std::size_t>(options.size));
-    while (image.size() < static_cast<std::size_t>(options.size))
-        image.push_back(static_cast<std::uint8_t>(generator()));
 }
 
 } // namespace
@@ -117,59 +76,55 @@ std::optional<Identity> identityOf(const Bytes& memory)
     return identity;
 }
 
-ImageOptions transmitter(int generation)
+ImageOptions transmitter(int generation, std::size_t size)
 {
     ImageOptions options;
+    options.size = size;
     options.productId = generation == 1 ? 0x0004 : 0x0003;
-    options.pageSizeCode = 7;   // 256 bytes
-    options.sectorSizeCode = 6; // 4096 bytes
-    options.configBits = 2;
+    options.geometry = {0x70, 0x26}; // pages of 256 bytes, sectors of 4096
     return options;
 }
 
-ImageOptions headset()
+ImageOptions headset(std::size_t size)
 {
     ImageOptions options;
+    options.size = size;
     options.productId = 0x0006;
-    options.pageSizeCode = 5; // 64 bytes
-    options.configBits = 1;
+    options.geometry = {0x50, 0x10}; // pages of 64 bytes
     options.seed = 2;
     return options;
 }
 
 ImageOptions forMemoryOf(ImageOptions options, const Bytes& image)
 {
-    if (image.size() < 2)
+    if (image.size() < options.geometry.size())
         return options;
-    constexpr unsigned nibble = 0x0F;
-    options.size = static_cast<int>(image.size());
-    options.deviceSizeCode = image[0] & nibble;
-    options.pageSizeCode = image[0] >> 4u;
-    options.sectorSizeCode = image[1] & nibble;
-    options.configBits = image[1] >> 4u & 3u;
+    options.size = image.size();
+    options.geometry = {image[0], image[1]};
     return options;
 }
 
 Bytes build(const ImageOptions& options)
 {
-    Bytes image(3);
-    append(image, word(static_cast<std::size_t>(options.headerBlockBytes)));
-    image.resize(image.size() + static_cast<std::size_t>(options.headerBlockBytes), 0x33);
+    Bytes image{options.geometry[0], options.geometry[1], 0, low(options.headerBlockBytes),
+                high(options.headerBlockBytes)};
+    image.resize(image.size() + options.headerBlockBytes, 0x33);
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
-        append(image, entry);
+        image.insert(image.end(), entry.begin(), entry.end());
     image.resize(image.size() + 5, endOfTable); // an entry's header is read with a byte of what follows it
-    appendPayload(image, options);
-
-    const int deviceSizeCode =
-        options.deviceSizeCode != 0 ? options.deviceSizeCode : smallestDeviceSizeCode(image.size());
-    image[0] = static_cast<std::uint8_t>(options.pageSizeCode << 4 | deviceSizeCode);
-    image[1] = static_cast<std::uint8_t>(options.configBits << 4 | options.sectorSizeCode);
+    std::mt19937 generator(options.seed);       // its sequence is the same on every system
+    while (image.size() < options.size)
+        image.push_back(static_cast<std::uint8_t>(generator()));
+    if ((image[0] & sizeCodeBits) == 0)
+        image[0] |= memorySizeCode(image.size());
     return image;
 }
 
 Bytes fileEntry(std::uint8_t identifier, const std::string& contents)
 {
-    return fileOf(identifier, Bytes(contents.begin(), contents.end()));
+    Bytes entry{identifier, low(contents.size()), high(contents.size()), 0};
+    std::copy(contents.begin(), contents.end(), std::back_inserter(entry));
+    return entry;
 }
 
 Bytes versionEntry(const std::string& text)
@@ -179,19 +134,19 @@ Bytes versionEntry(const std::string& text)
 
 Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
-    constexpr std::size_t recordBytes = 6;
-    constexpr std::size_t recordCount = 2;
-    constexpr std::size_t recordsLengthBase = 9;
-    const Bytes device = deviceDescriptor(vendorId, productId);
-    const Bytes configuration = configurationDescriptor();
-    constexpr std::size_t firstDescriptor = recordCount * recordBytes;
-    Bytes contents(10);
-    contents[0] = recordsLengthBase + recordCount * recordBytes;
-    appendRecord(contents, deviceDescriptorType, firstDescriptor, device);
-    appendRecord(contents, configurationDescriptorType, firstDescriptor + device.size(), configuration);
-    append(contents, device);
-    append(contents, configuration);
-    return fileOf(identifier, contents);
+    const Bytes contents{
+        // What comes before the records; their length and 9.
+        0x15, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+        // A record for each descriptor: type, 0, offset from the first record, length.
+        0x01, 0x00, 0x0C, 0x00, 0x12, 0x00, //
+        0x02, 0x00, 0x1E, 0x00, 0x09, 0x00,
+        // USB 2.0, table 9-8: a HID-only device, USB 2.0, 64-byte control packets, one configuration.
+        0x12, 0x01, 0x00, 0x02, 0x00, 0x00, 0x00, 0x40,                 //
+        low(vendorId), high(vendorId), low(productId), high(productId), //
+        0x00, 0x01, 0x01, 0x02, 0x03, 0x01,
+        // USB 2.0, table 9-10: no interfaces, bus powered, 100 mA.
+        0x09, 0x02, 0x09, 0x00, 0x00, 0x01, 0x00, 0x80, 0x32};
+    return fileEntry(identifier, std::string(contents.begin(), contents.end()));
 }
 
 } // namespace ImageBuilder

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,20 +13,17 @@
 /// length (version, comma, remark) within that if a device is to run the image.
 struct ImageOptions
 {
-    int size = 8192; ///< bytes of the image; where its table needs more, it gets as many as that
+    std::size_t size = 8192; ///< bytes of the image; where its table needs more, it gets as many as that
 
-    // The first two bytes, which describe the memory that the image is built for, in the chip's codes.
-    int deviceSizeCode = 0;    ///< 4 bits; memory of 64 << code bytes; 0: the smallest that holds the image
-    int pageSizeCode = 0;      ///< 4 bits; pages of 2 << code bytes
-    int sectorSizeCode = 0;    ///< 4 bits; sectors of 64 << code bytes (transmitter)
-    int configBits = 0;        ///< 2 bits
-    int headerBlockBytes = 11; ///< length of the block between header and file table
+    /// The first two bytes, which describe the memory that the image is built for, in the chip's codes: pages
+    /// of 2 << code bytes (4 bits), memory of 64 << code bytes (4 bits; 0: the smallest that holds the
+    /// image); two bits of each: unused, configuration; sectors of 64 << code bytes (4 bits; transmitter).
+    std::array<std::uint8_t, 2> geometry{};
+    std::size_t headerBlockBytes = 11; ///< length of the block between header and file table
 
     std::string version = "1.2.3";
-    std::string versionRemark = "release"; ///< what follows the comma after the version
     std::uint16_t vendorId = 0x7A31;
     std::uint16_t productId = 0x0004;
-    std::uint8_t usbDescriptorFileId = 0x0C; ///< or 0x35, 0x0D
 
     /// The file table's entries in order (see the functions below); where there is none, the usual four:
     /// filler, version, filler, USB descriptors.
@@ -37,7 +35,7 @@ struct ImageOptions
 /// Builds firmware images as real ones are: header, table of typed files, end mark, and then pseudo-random
 /// bytes that are the same for the same options everywhere.
 ///
-///     ImageOptions options = ImageBuilder::transmitter(2);
+///     ImageOptions options = ImageBuilder::transmitter(2, 65536);
 ///     options.version = "2.0.0";
 ///     const std::vector<std::uint8_t> image = ImageBuilder::build(options);
 namespace ImageBuilder {
@@ -53,8 +51,8 @@ struct Identity
 /// updater's own inspection, so that it can tell whether that is right.
 std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory);
 
-ImageOptions transmitter(int generation = 1);
-ImageOptions headset();
+ImageOptions transmitter(int generation = 1, std::size_t size = ImageOptions().size);
+ImageOptions headset(std::size_t size = ImageOptions().size);
 
 /// @p options for the memory that @p image is for, and as large as it.
 ImageOptions forMemoryOf(ImageOptions options, const std::vector<std::uint8_t>& image);

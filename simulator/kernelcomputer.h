@@ -15,7 +15,12 @@ class KernelComputer : public Machine
 public:
     /// @param otherwise  borrowed.
     /// @param log        as for LinuxDeviceTree.
-    KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log);
+    KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log)
+        : model(otherwise)
+        , devices(log)
+        , userSession(log)
+    {
+    }
 
     Bus& bus() { return kernelBus; }
 

@@ -10,15 +10,15 @@ namespace {
 
 DWORD errorOf(Transfer outcome)
 {
-    switch (outcome) {
-    case Transfer::Done:
+    if (outcome == Transfer::Done)
         return ERROR_SUCCESS;
-    case Transfer::Failed:
-        return ERROR_GEN_FAILURE;
-    case Transfer::Gone:
-        break;
-    }
-    return ERROR_DEVICE_NOT_CONNECTED;
+    return outcome == Transfer::Failed ? ERROR_GEN_FAILURE : ERROR_DEVICE_NOT_CONNECTED;
+}
+
+/// What tells the names of the devices at @p port apart from others'.
+std::wstring placeOf(int port)
+{
+    return L"7&1a2b3c" + std::to_wstring(port) + L"&0&0000";
 }
 
 /// One HID interface. Opened files keep it alive beyond its time in the tree.
@@ -56,8 +56,7 @@ DeviceNode nodeOf(const BusDevice& device, const HidInterface& hidInterface)
     HidIdentity identity{device.vendorId, device.productId, {}, {}, hidInterface.usagePage};
     if (device.isComposite)
         identity.interfaceNumber = hidInterface.number;
-    return hidNode(identity, L"7&1a2b3c" + std::to_wstring(device.port) + L"&0&0000",
-                   std::make_shared<LayerFunction>(hidInterface));
+    return hidNode(identity, placeOf(device.port), std::make_shared<LayerFunction>(hidInterface));
 }
 
 } // namespace
@@ -69,17 +68,8 @@ LayerBus::LayerBus(SimulatedDeviceTree& deviceTree)
 
 void LayerBus::attach(const BusDevice& device)
 {
-    std::vector<DeviceNode> nodes;
-    std::vector<std::wstring> paths;
     for (const HidInterface& hidInterface : device.interfaces) {
-        nodes.push_back(nodeOf(device, hidInterface));
-        paths.push_back(nodes.back().interfacePath);
-    }
-    {
-        const std::lock_guard<std::mutex> guard(mutex);
-        places[device.port] = std::move(paths);
-    }
-    for (DeviceNode& node : nodes) {
+        DeviceNode node = nodeOf(device, hidInterface);
         tree.refuseOpen(node.interfacePath, device.refusesOpen ? ERROR_ACCESS_DENIED : ERROR_SUCCESS,
                         device.refusesOpen ? INT_MAX : 0);
         tree.plug(std::move(node));
@@ -88,18 +78,23 @@ void LayerBus::attach(const BusDevice& device)
 
 void LayerBus::detach(int port)
 {
-    std::vector<std::wstring> paths;
-    {
-        const std::lock_guard<std::mutex> guard(mutex);
-        places[port].swap(paths);
-    }
-    for (const std::wstring& path : paths)
+    for (const std::wstring& path : pathsAt(port))
         tree.unplugAndWait(path);
 }
 
 std::wstring LayerBus::channelPath(int port) const
 {
-    const std::lock_guard<std::mutex> guard(mutex);
-    const auto place = places.find(port);
-    return place == places.end() || place->second.empty() ? std::wstring() : place->second.back();
+    const std::vector<std::wstring> paths = pathsAt(port);
+    return paths.empty() ? std::wstring() : paths.back();
+}
+
+/// The paths of the interfaces at @p port, in the order in which they came.
+std::vector<std::wstring> LayerBus::pathsAt(int port) const
+{
+    std::vector<std::wstring> paths;
+    for (const auto& node : tree.presentNodes(hidInterfaceClass)) {
+        if (node->interfacePath.find(placeOf(port)) != std::wstring::npos)
+            paths.push_back(node->interfacePath);
+    }
+    return paths;
 }

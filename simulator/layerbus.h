@@ -1,12 +1,10 @@
 #pragma once
 
-#include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "bus.h"
-#include "delayedactions.h"
+#include "simulateddevice.h"
 #include "simulateddevicetree.h"
 
 /// The bus of this program's own model of a computer: a device's interfaces are nodes of its device tree.
@@ -23,9 +21,9 @@ public:
     std::wstring channelPath(int port) const;
 
 private:
+    std::vector<std::wstring> pathsAt(int port) const;
+
     SimulatedDeviceTree& tree;
-    mutable std::mutex mutex;                        ///< guards what follows
-    std::map<int, std::vector<std::wstring>> places; ///< the interfaces' paths by port
 };
 
 /// SleepFunction on @p clock, which has to live as long as what sleeps.

@@ -42,33 +42,77 @@ enum {
 
 constexpr std::uint8_t leaveApplication = 0x0A;
 
-SimulatedChip::Command refusal(const char* reason)
+/// Each code from 1 on stands for twice the size before.
+std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
-    SimulatedChip::Command command;
-    command.refusal = reason;
-    return command;
+    return code == 0 ? 0 : unit << code;
 }
 
-SimulatedChip::Command dataPacket(const std::uint8_t* report, std::size_t size)
+} // namespace
+
+const char* phaseName(Phase phase)
 {
-    SimulatedChip::Command command = refusal("data packet refused");
-    command.phase = Phase::Download;
-    const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
-                          report[5] == 0 && report[6] == 1;
-    const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
-    if (!isFormed || offset % dataBytes != 0 || offset >= chunkBytes)
-        return command;
-    command.kind = SimulatedChip::Command::DataPacket;
-    command.address = static_cast<std::uint16_t>(offset);
-    command.bytes = report + dataHeaderBytes;
-    command.count = dataBytes;
-    return command;
+    static const char* const names[] = {"leave",    "identify", "configure", "erase",
+                                        "download", "commit",   "final wait"};
+    return names[static_cast<int>(phase)];
+}
+
+SimulatedChip::Geometry SimulatedChip::geometryOf(DeviceType device, const std::vector<std::uint8_t>& image)
+{
+    constexpr std::uint32_t memoryUnit = 64;
+    constexpr std::uint32_t pageUnit = 2;
+    if (image.size() < 2)
+        return {};
+    const unsigned pageCode = image[0] >> 4u;
+    const std::uint32_t memorySize = codedSize(image[0] & 0x0Fu, memoryUnit);
+    const std::uint32_t configBits = image[1] >> 4u & 3u;
+    if (device == DeviceType::Headset)
+        return {memorySize, codedSize(pageCode & 7u, pageUnit), 0, configBits};
+    return {memorySize, pageCode == 0 ? 1 : codedSize(pageCode, pageUnit),
+            codedSize(image[1] & 0x0Fu, memoryUnit), configBits};
+}
+
+SimulatedChip::SimulatedChip(DeviceType device, int chipId, int chipRevision,
+                             const std::vector<std::uint8_t>& image)
+    : type(device)
+    , chip(chipId)
+    , revision(chipRevision)
+    , geometry(geometryOf(device, image))
+    , flash(std::max<std::size_t>(geometry.memorySize, image.size()), erased)
+{
+    std::copy(image.begin(), image.end(), flash.begin());
+    powerUp(false);
+}
+
+void SimulatedChip::powerUp(bool inLoader)
+{
+    ram.assign(ramBytes, powerUpPattern);
+    prepared.clear();
+    isProgramming = inLoader;
+}
+
+SimulatedChip::Command SimulatedChip::refusal(const char* reason)
+{
+    return {std::nullopt, 0, [=] { refuse(reason); }};
+}
+
+SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std::size_t size)
+{
+    if (size > 0 && report[0] == dataReportId)
+        return {Phase::Download, 0, [=] { takeData(report, size); }};
+    if (size < frameHeaderBytes + 1 || report[0] != commandReportId || report[1] < 2 || report[2] != 0x00 ||
+        report[1] + frameHeaderBytes - 1 > size)
+        return refusal("malformed frame");
+    const std::uint8_t* const payload = report + frameHeaderBytes;
+    const std::size_t payloadBytes = report[1] - 1u;
+    if (payloadBytes > 1)
+        return understandOperation(payload, payloadBytes);
+    return {payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait, payload[0], [] {}};
 }
 
 /// Payload: class, 04 00 00, N, operation, operands.
-SimulatedChip::Command chipCommand(const std::uint8_t* payload, std::size_t size)
+SimulatedChip::Command SimulatedChip::understandOperation(const std::uint8_t* payload, std::size_t size)
 {
-    using Command = SimulatedChip::Command;
     constexpr std::size_t operationOffset = 5;
     constexpr std::uint8_t memoryReadClass = 0xFD;
     constexpr unsigned registerPage = 0xF0;
@@ -81,118 +125,31 @@ SimulatedChip::Command chipCommand(const std::uint8_t* payload, std::size_t size
     const std::size_t count = size - operationOffset - 1;
     const auto address = static_cast<std::uint16_t>(count >= 2 ? operands[0] | operands[1] << 8u : 0);
     if (isRead && operation == 0x81 && count == 3 && operands[2] <= rowBytes)
-        return {Command::Read, Phase::Identify, nullptr, 0, address, nullptr, operands[2]};
+        return {Phase::Identify, 0, [=] { read(address, operands[2]); }};
     if (isRead)
         return refusal("unknown command");
     if (operation == 0x00 && count > 2) {
         const bool isRegister = address >> 8u == registerPage;
-        return {Command::Write, isRegister ? std::optional<Phase>(Phase::Configure) : std::nullopt,
-                nullptr,        0,
-                address,        operands + 2,
-                count - 2};
+        return {isRegister ? std::optional<Phase>(Phase::Configure) : std::nullopt, 0,
+                [=] { writeRam(address, operands + 2, count - 2); }};
     }
     if (operation == 0x84 && count == 0)
-        return {Command::Load, {}, nullptr, 0, 0, nullptr, 0};
+        return {std::nullopt, 0, [this] { load(); }};
     if (operation == 0x03 && count == 0)
-        return {Command::Commit, Phase::Commit, nullptr, 0, 0, nullptr, 0};
+        return {Phase::Commit, 0, [this] { commit(); }};
     if (operation == 0x0C && count == 3)
-        return {Command::Erase, Phase::Erase, nullptr, 0, 0, nullptr, 0};
+        return {Phase::Erase, 0, [this] { erase(); }};
     return refusal("unknown command");
 }
 
-std::uint32_t codedSize(unsigned code, int shift)
+void SimulatedChip::takeData(const std::uint8_t* report, std::size_t size)
 {
-    return code == 0 ? 0 : 1u << (code - 1 + static_cast<unsigned>(shift));
-}
-
-} // namespace
-
-const char* phaseName(Phase phase)
-{
-    static const char* const names[phaseCount] = {"leave",    "identify", "configure", "erase",
-                                                  "download", "commit",   "final wait"};
-    return names[static_cast<int>(phase)];
-}
-
-SimulatedChip::Hardware SimulatedChip::hardwareFor(DeviceType kind, int chipId, int revision,
-                                                   const std::vector<std::uint8_t>& image)
-{
-    Hardware hardware;
-    hardware.kind = kind;
-    hardware.chipId = chipId;
-    hardware.revision = revision;
-    if (image.size() < 2)
-        return hardware;
-    const bool isTransmitter = kind == DeviceType::Transmitter;
-    const unsigned pageCode = image[0] >> 4u;
-    hardware.memorySize = codedSize(image[0] & 0x0Fu, 7);
-    hardware.pageSize =
-        isTransmitter && pageCode == 0 ? 1 : codedSize(isTransmitter ? pageCode : pageCode & 7u, 2);
-    hardware.sectorSize = isTransmitter ? codedSize(image[1] & 0x0Fu, 7) : 0;
-    hardware.configBits = (image[1] >> 4u) & 3;
-    return hardware;
-}
-
-SimulatedChip::SimulatedChip(const Hardware& chipHardware, const std::vector<std::uint8_t>& image)
-    : built(chipHardware)
-    , flash(std::max<std::size_t>(chipHardware.memorySize, image.size()), erased)
-{
-    std::copy(image.begin(), image.end(), flash.begin());
-    powerUp();
-}
-
-void SimulatedChip::powerUp()
-{
-    ram.assign(ramBytes, powerUpPattern);
-    prepared.clear();
-}
-
-SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std::size_t size)
-{
-    if (size > 0 && report[0] == dataReportId)
-        return dataPacket(report, size);
-    if (size < frameHeaderBytes + 1 || report[0] != commandReportId || report[1] < 2 || report[2] != 0x00 ||
-        report[1] + frameHeaderBytes - 1 > size)
-        return refusal("malformed frame");
-    const std::uint8_t* const payload = report + frameHeaderBytes;
-    const std::size_t payloadBytes = report[1] - 1u;
-    if (payloadBytes > 1)
-        return chipCommand(payload, payloadBytes);
-    Command command;
-    command.kind = Command::ControlRequest;
-    command.request = payload[0];
-    command.phase = payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait;
-    return command;
-}
-
-void SimulatedChip::obey(const Command& command)
-{
-    switch (command.kind) {
-    case Command::Refused:
-        return refuse(command.refusal);
-    case Command::ControlRequest:
-        return;
-    case Command::DataPacket:
-        return takeData(command);
-    case Command::Read:
-        return read(command.address, command.count);
-    case Command::Write:
-        return writeRam(command.address, command.bytes, command.count);
-    case Command::Load:
-        return load();
-    case Command::Commit:
-        return commit();
-    case Command::Erase:
-        return erase();
-    }
-}
-
-void SimulatedChip::takeData(const Command& packet)
-{
-    if (isProgramming)
-        writeRam(static_cast<std::uint16_t>(ramBase() + packet.address), packet.bytes, packet.count);
-    else
-        refuse("data packet refused");
+    const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
+                          report[5] == 0 && report[6] == 1;
+    const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
+    if (!isProgramming || !isFormed || offset % dataBytes != 0 || offset >= chunkBytes)
+        return refuse("data packet refused");
+    writeRam(static_cast<std::uint16_t>(ramBase() + offset), report + dataHeaderBytes, dataBytes);
 }
 
 void SimulatedChip::read(std::uint16_t address, std::size_t count)
@@ -201,9 +158,9 @@ void SimulatedChip::read(std::uint16_t address, std::size_t count)
     for (std::size_t i = 0; i < count; ++i) {
         const auto at = static_cast<std::uint16_t>(address + i);
         if (at == chipIdRegister)
-            prepared.push_back(hasWrongIdentity ? unknownChipId : static_cast<std::uint8_t>(built.chipId));
+            prepared.push_back(hasWrongIdentity ? unknownChipId : static_cast<std::uint8_t>(chip));
         else if (at == chipRevisionRegister)
-            prepared.push_back(static_cast<std::uint8_t>(built.revision));
+            prepared.push_back(static_cast<std::uint8_t>(revision));
         else
             prepared.push_back(ram[at]);
     }
@@ -231,11 +188,9 @@ void SimulatedChip::load()
     const std::uint32_t from = field(FlashAddress, 4);
     const std::uint32_t to = field(RamAddress, 2);
     const std::uint32_t length = field(Length, 2);
-    const std::uint32_t buffer = built.chipId == 12 ? 0xC060 : 0xB0A0;
-    if (to != buffer || length > 2 * rowBytes || from + length > flash.size()) {
-        refuse("load refused");
-        return;
-    }
+    const std::uint32_t buffer = chip == 12 ? 0xC060 : 0xB0A0;
+    if (to != buffer || length > 2 * rowBytes || from + length > flash.size())
+        return refuse("load refused");
     for (std::uint32_t i = 0; i < length; ++i)
         ram[static_cast<std::uint16_t>(to + i / rowBytes * rowStep + i % rowBytes)] = flash[from + i];
 }
@@ -247,14 +202,12 @@ void SimulatedChip::commit()
     if (!isLoaderSetUp("commit"))
         return;
     if (field(RamAddress, 2) != ramBase() || field(Cleared, 2) != 0 || length == 0 || length > chunkBytes ||
-        address >= flash.size()) {
-        refuse("commit refused: target");
-        return;
-    }
+        address >= flash.size())
+        return refuse("commit refused: target");
     const std::size_t end = std::min<std::size_t>(address + length, flash.size());
     for (std::size_t at = address; at < end; ++at) {
         const std::uint8_t byte = ram[static_cast<std::uint16_t>(ramBase() + (at - address))];
-        flash[at] = built.kind == DeviceType::Transmitter ? flash[at] & byte : byte;
+        flash[at] = type == DeviceType::Transmitter ? flash[at] & byte : byte;
     }
 }
 
@@ -263,12 +216,10 @@ void SimulatedChip::erase()
     const std::uint32_t address = field(FlashAddress, 4);
     if (!isLoaderSetUp("erase"))
         return;
-    if (built.sectorSize == 0 || field(Length, 2) != 1 || address % built.sectorSize != 0 ||
-        address >= flash.size()) {
-        refuse("erase refused: target");
-        return;
-    }
-    const std::size_t end = std::min<std::size_t>(address + built.sectorSize, flash.size());
+    if (geometry.sectorSize == 0 || field(Length, 2) != 1 || address % geometry.sectorSize != 0 ||
+        address >= flash.size())
+        return refuse("erase refused: target");
+    const std::size_t end = std::min<std::size_t>(address + geometry.sectorSize, flash.size());
     std::fill(flash.begin() + address, flash.begin() + static_cast<std::ptrdiff_t>(end), erased);
 }
 
@@ -280,9 +231,9 @@ bool SimulatedChip::isLoaderSetUp(const char* operation)
         missing = "programming mode";
     else if (!arePinsSet())
         missing = "pin multiplexer";
-    else if (built.revision == 2 && ram[revisionC0Patch] != 0x00)
+    else if (revision == 2 && ram[revisionC0Patch] != 0x00)
         missing = "C0 patch";
-    else if (field(NvmemType, 1) != static_cast<std::uint32_t>(built.kind))
+    else if (field(NvmemType, 1) != static_cast<std::uint32_t>(type))
         missing = "memory type";
     else if (!isGeometrySet())
         missing = "geometry";
@@ -293,16 +244,16 @@ bool SimulatedChip::isLoaderSetUp(const char* operation)
 
 bool SimulatedChip::arePinsSet() const
 {
-    if (built.kind == DeviceType::Transmitter)
+    if (type == DeviceType::Transmitter)
         return ram[pinmux1] == 0x50 && ram[pinmux1 + 1] == 0x05;
-    return built.chipId == 12 ? ram[pinmux2] == 0x0A : ram[pinmux1] == 0xA0;
+    return chip == 12 ? ram[pinmux2] == 0x0A : ram[pinmux1] == 0xA0;
 }
 
 bool SimulatedChip::isGeometrySet() const
 {
-    return field(DeviceSize, 4) == built.memorySize && field(PageSize, 2) == (built.pageSize & 0xFFFFu) &&
-           field(SectorSize, 4) == built.sectorSize &&
-           field(ConfigBits, 1) == static_cast<std::uint32_t>(built.configBits);
+    return field(DeviceSize, 4) == geometry.memorySize &&
+           field(PageSize, 2) == (geometry.pageSize & 0xFFFFu) &&
+           field(SectorSize, 4) == geometry.sectorSize && field(ConfigBits, 1) == geometry.configBits;
 }
 
 void SimulatedChip::refuse(std::string reason)
@@ -322,14 +273,14 @@ std::uint32_t SimulatedChip::field(int offset, int bytes) const
 
 std::uint16_t SimulatedChip::smData() const
 {
-    if (built.chipId == 12)
-        return built.revision == 2 ? 0xC44A : 0xC42D;
-    return built.revision == 2 ? 0xC451 : 0xB53A;
+    if (chip == 12)
+        return revision == 2 ? 0xC44A : 0xC42D;
+    return revision == 2 ? 0xC451 : 0xB53A;
 }
 
 std::uint16_t SimulatedChip::ramBase() const
 {
-    if (built.chipId == 12)
-        return built.revision == 2 ? 0xC764 : 0xD312;
-    return built.revision == 2 ? 0xC771 : 0xBB5C;
+    if (chip == 12)
+        return revision == 2 ? 0xC764 : 0xD312;
+    return revision == 2 ? 0xC771 : 0xBB5C;
 }

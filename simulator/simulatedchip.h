@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,7 +10,6 @@
 
 /// The phases of an update as a device sees them, in their order.
 enum class Phase { Leave, Identify, Configure, Erase, Download, Commit, FinalWait };
-constexpr int phaseCount = 7;
 
 const char* phaseName(Phase phase);
 
@@ -22,59 +22,47 @@ const char* phaseName(Phase phase);
 class SimulatedChip
 {
 public:
-    /// What the chip is built into. The sizes are in bytes.
-    struct Hardware
+    /// The memory that an image announces in its first two bytes. The sizes are in bytes.
+    struct Geometry
     {
-        DeviceType kind = DeviceType::Transmitter;
-        int chipId = 12;
-        int revision = 2;
         std::uint32_t memorySize = 0;
         std::uint32_t pageSize = 0;
         std::uint32_t sectorSize = 0; ///< 0 for the headset
-        int configBits = 0;
+        std::uint32_t configBits = 0;
     };
+    static Geometry geometryOf(DeviceType device, const std::vector<std::uint8_t>& image);
 
-    /// The hardware that an image announces in its first two bytes.
-    static Hardware hardwareFor(DeviceType kind, int chipId, int revision,
-                                const std::vector<std::uint8_t>& image);
-
-    /// @param image  what the memory holds; the rest is erased.
-    SimulatedChip(const Hardware& chipHardware, const std::vector<std::uint8_t>& image);
+    /// @param device  which the chip is built into, with the memory that @p image announces.
+    /// @param image   what the memory holds; the rest is erased.
+    SimulatedChip(DeviceType device, int chipId, int revision, const std::vector<std::uint8_t>& image);
 
     /// RAM and control block lose their content.
-    void powerUp();
-
-    /// Whether the loader runs, which takes data packets, commits and erases, instead of the application.
-    void setProgrammingMode(bool programming) { isProgramming = programming; }
+    /// @param inLoader  whether the loader runs from then on, which takes data packets, commits and erases,
+    ///                  instead of the application.
+    void powerUp(bool inLoader);
 
     void setWrongIdentity(bool wrong) { hasWrongIdentity = wrong; }
 
     /// A report as the chip understands it.
     struct Command
     {
-        enum Kind { Refused, ControlRequest, DataPacket, Read, Write, Load, Commit, Erase };
-        Kind kind = Refused;
-        std::optional<Phase> phase;          ///< nothing where the report belongs to no phase in particular
-        const char* refusal = nullptr;       ///< why it is refused
-        int request = 0;                     ///< the code of a control request
-        std::uint16_t address = 0;           ///< of reads and writes; a data packet's offset in the chunk
-        const std::uint8_t* bytes = nullptr; ///< what is written; points into the report
-        std::size_t count = 0;               ///< of the bytes to write or to read
+        std::optional<Phase> phase; ///< nothing where the report belongs to no phase in particular
+        int controlRequest = 0;     ///< its code, for the device, whose business it is; 0: none
+        std::function<void()> obey; ///< carries the command out, or refuses it; reads the report
     };
-    static Command understand(const std::uint8_t* report, std::size_t size);
-
-    /// Carries a command out, except a control request, which is the device's business.
-    void obey(const Command& command);
+    Command understand(const std::uint8_t* report, std::size_t size);
 
     /// The answer to the last memory-read request, or "no data".
     std::vector<std::uint8_t> answer(std::size_t size);
 
-    const Hardware& hardware() const { return built; }
+    DeviceType device() const { return type; }
     const std::vector<std::uint8_t>& memory() const { return flash; }
     const std::vector<std::string>& refusals() const { return refused; }
 
 private:
-    void takeData(const Command& packet);
+    Command refusal(const char* reason);
+    Command understandOperation(const std::uint8_t* payload, std::size_t size);
+    void takeData(const std::uint8_t* report, std::size_t size);
     void read(std::uint16_t address, std::size_t count);
     void writeRam(std::uint16_t address, const std::uint8_t* data, std::size_t size);
     void load();
@@ -88,7 +76,10 @@ private:
     std::uint16_t smData() const;
     std::uint16_t ramBase() const;
 
-    const Hardware built;
+    const DeviceType type;
+    const int chip;
+    const int revision;
+    const Geometry geometry;
     std::vector<std::uint8_t> ram;
     std::vector<std::uint8_t> flash;
     std::vector<std::uint8_t> prepared; ///< the bytes asked for

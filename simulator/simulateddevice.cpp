@@ -1,9 +1,9 @@
 #include "simulateddevice.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
-#include "busface.h"
 #include "imagebuilder.h"
 
 namespace {
@@ -11,6 +11,22 @@ namespace {
 constexpr std::uint32_t disconnectMs = 100;
 constexpr std::uint32_t reenumerationMs = 700;
 constexpr std::uint32_t powerLossMs = 500;
+
+constexpr std::uint16_t normalVendorId = 0x7A31;
+constexpr std::uint16_t usualTransmitterProductId = 0x0004;
+constexpr std::uint16_t headsetProductId = 0x0006;
+constexpr std::uint16_t loaderVendorId = 0x170D;
+constexpr std::uint16_t transmitterLoaderProductId = 0x0100;
+constexpr std::uint16_t headsetLoaderProductId = 0x0101;
+
+constexpr std::uint16_t consumerPage = 0x000C;
+constexpr std::uint16_t vendorPage = 0xFF00;
+constexpr std::uint16_t firstUsage = 0x0001;
+constexpr int consumerInterface = 2; // those before are the audio functions
+constexpr int channelInterface = 3;
+
+constexpr FeatureReportFormat applicationReport{0xFF, 63};
+constexpr FeatureReportFormat loaderReports[] = {{0xFF, 263}, {0xE4, 263}};
 
 constexpr int portStep = 2; // past the port of the pair's other device
 
@@ -28,34 +44,12 @@ bool isPrevented(Fault striking)
 
 } // namespace
 
-/// One time at the bus. A transfer that was on its way when it ended never reaches the device, which may be
-/// back by then.
-class SimulatedDevice::Stay : public FeatureReports
-{
-public:
-    explicit Stay(SimulatedDevice& device)
-        : of(device)
-    {
-    }
-    Transfer set(const std::uint8_t* report, std::size_t size) override
-    {
-        return of.set(*this, report, size);
-    }
-    Transfer get(std::uint8_t* report, std::size_t size, std::size_t& received) override
-    {
-        return of.get(*this, report, size, received);
-    }
-
-private:
-    SimulatedDevice& of;
-};
-
-SimulatedDevice::SimulatedDevice(Bus& deviceBus, SleepFunction sleep, Setup setup)
+SimulatedDevice::SimulatedDevice(Bus& deviceBus, SleepFunction clockSleep, const Setup& setup)
     : bus(deviceBus)
-    , reportTo(std::move(setup.report))
-    , chip(setup.hardware, setup.image)
+    , sleep(std::move(clockSleep))
+    , reportTo(setup.report)
+    , chip(setup.type, setup.chipId, setup.revision, setup.image)
     , nextPort(setup.port)
-    , restarts(std::move(sleep))
 {
 }
 
@@ -85,13 +79,13 @@ void SimulatedDevice::unplug()
 void SimulatedDevice::setFault(Fault fault, int transfer)
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    faults.arm(fault, transfer);
+    faults = FaultPlan(fault, transfer);
 }
 
 void SimulatedDevice::clearFault()
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    faults.clear();
+    faults = FaultPlan();
     chip.setWrongIdentity(false);
 }
 
@@ -110,7 +104,7 @@ std::optional<Transfers> SimulatedDevice::struckAt() const
 bool SimulatedDevice::isPluggedIn() const
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    return present != nullptr;
+    return isPresent;
 }
 
 bool SimulatedDevice::isProgramming() const
@@ -137,34 +131,34 @@ std::vector<std::string> SimulatedDevice::refusals() const
     return chip.refusals();
 }
 
-Transfer SimulatedDevice::set(const Stay& stay, const std::uint8_t* report, std::size_t size)
+Transfer SimulatedDevice::set(int ofStay, const std::uint8_t* report, std::size_t size)
 {
-    const SimulatedChip::Command command = SimulatedChip::understand(report, size);
     std::unique_lock<std::mutex> lock(mutex);
-    if (present.get() != &stay)
+    if (!isPresent || ofStay != stay)
         return Transfer::Gone;
+    const SimulatedChip::Command command = chip.understand(report, size);
     const Fault striking = countTransfer(command.phase, false);
     const Transfers made = faults.transfers();
     if (isPrevented(striking)) {
         lock.unlock();
         return suffer(striking, made);
     }
-    chip.obey(command);
+    command.obey();
     lock.unlock();
-    if (made.in(made.phase) == 1) {
+    if (made.inPhase.at(made.phase) == 1) {
         tell(std::string(phaseName(made.phase)) + " from transfer " + std::to_string(made.count));
         if (onPhase)
             onPhase(made.phase);
     }
-    if (command.kind == SimulatedChip::Command::ControlRequest)
-        restart(command.request);
+    if (command.controlRequest != 0)
+        restart(command.controlRequest);
     return Transfer::Done;
 }
 
-Transfer SimulatedDevice::get(const Stay& stay, std::uint8_t* report, std::size_t size, std::size_t& received)
+Transfer SimulatedDevice::get(int ofStay, std::uint8_t* report, std::size_t size, std::size_t& received)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    if (present.get() != &stay)
+    if (!isPresent || ofStay != stay)
         return Transfer::Gone;
     const Fault striking = countTransfer(std::nullopt, true);
     if (isPrevented(striking)) {
@@ -201,7 +195,7 @@ Transfer SimulatedDevice::suffer(Fault fault, const Transfers& made)
     tell((fault == Fault::PowerLost ? "fault: power lost" : "fault: vanished") + at);
     vanish();
     if (fault == Fault::PowerLost)
-        later(powerLossMs, &SimulatedDevice::connectToBus);
+        later({{powerLossMs, &SimulatedDevice::connectToBus}});
     return Transfer::Gone;
 }
 
@@ -235,38 +229,76 @@ void SimulatedDevice::restart(int controlRequest)
     }
     if (striking == Fault::OtherPort)
         tell("fault: comes back on another port");
-    later(disconnectMs, &SimulatedDevice::disconnectFromBus);
+    std::vector<Move> moves{{disconnectMs, &SimulatedDevice::disconnectFromBus}};
     if (striking != Fault::NeverBack)
-        later(reenumerationMs, &SimulatedDevice::connectToBus);
+        moves.push_back({reenumerationMs, &SimulatedDevice::connectToBus});
+    later(moves);
 }
 
-/// Moves the device after @p delayMs, unless its cable was moved meanwhile.
-void SimulatedDevice::later(std::uint32_t delayMs, void (SimulatedDevice::*move)())
+/// Moves the device in time, unless its cable is moved meanwhile.
+void SimulatedDevice::later(const std::vector<Move>& moves)
 {
-    restarts.add(delayMs, [this, move, planned = cableMoves.load()] {
-        const std::lock_guard<std::mutex> mover(moving);
-        if (planned == cableMoves)
-            (this->*move)();
+    restarts.start([this, moves, planned = cableMoves.load()] {
+        for (const Move& move : moves) {
+            sleep(move.delayMs);
+            const std::lock_guard<std::mutex> mover(moving);
+            if (planned == cableMoves)
+                (this->*move.make)();
+        }
     });
 }
 
 /// `moving` is held.
 void SimulatedDevice::connectToBus()
 {
-    BusDevice face;
+    BusDevice shown;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (present)
+        if (isPresent)
             return;
-        present = std::make_shared<Stay>(*this);
-        chip.powerUp();
-        chip.setProgrammingMode(programming);
-        face = busFace(chip, programming, present);
-        face.port = lastPort = nextPort;
-        face.refusesOpen = refusesOpen;
+        isPresent = true;
+        ++stay;
+        lastPort = nextPort;
+        chip.powerUp(programming);
+        shown = face();
     }
-    bus.attach(face);
+    bus.attach(shown);
     tell(isProgramming() ? "connected, in programming mode" : "connected");
+}
+
+/// How it shows itself to a computer: in programming mode as its chip's loader, otherwise under the identity
+/// of the firmware in its memory, or its usual one where that is not valid. `mutex` is held.
+BusDevice SimulatedDevice::face()
+{
+    auto serves = std::make_shared<FeatureReports>();
+    serves->set = [this, now = stay](const std::uint8_t* report, std::size_t size) {
+        return set(now, report, size);
+    };
+    serves->get = [this, now = stay](std::uint8_t* report, std::size_t size, std::size_t& received) {
+        return get(now, report, size, received);
+    };
+    const bool isTransmitter = chip.device() == DeviceType::Transmitter;
+    BusDevice shown;
+    shown.port = lastPort;
+    shown.refusesOpen = refusesOpen;
+    if (programming) {
+        shown.vendorId = loaderVendorId;
+        shown.productId = isTransmitter ? transmitterLoaderProductId : headsetLoaderProductId;
+        shown.name = "VYNT loader";
+        shown.interfaces = {
+            {0, vendorPage, firstUsage, {std::begin(loaderReports), std::end(loaderReports)}, serves}};
+        return shown;
+    }
+    const auto identity = ImageBuilder::identityOf(chip.memory());
+    shown.vendorId = normalVendorId;
+    shown.productId = identity        ? identity->productId
+                      : isTransmitter ? usualTransmitterProductId
+                                      : headsetProductId;
+    shown.name = isTransmitter ? "VYNT transmitter" : "VYNT headset";
+    shown.isComposite = true;
+    shown.interfaces = {{consumerInterface, consumerPage, firstUsage, {}, nullptr},
+                        {channelInterface, vendorPage, firstUsage, {applicationReport}, serves}};
+    return shown;
 }
 
 /// `moving` is held.
@@ -274,9 +306,9 @@ void SimulatedDevice::disconnectFromBus()
 {
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (!present)
+        if (!isPresent)
             return;
-        present.reset();
+        isPresent = false;
     }
     bus.detach(port());
     tell("disconnected");
@@ -285,5 +317,5 @@ void SimulatedDevice::disconnectFromBus()
 void SimulatedDevice::tell(const std::string& text) const
 {
     if (reportTo)
-        reportTo((chip.hardware().kind == DeviceType::Transmitter ? "transmitter: " : "headset: ") + text);
+        reportTo((chip.device() == DeviceType::Transmitter ? "transmitter: " : "headset: ") + text);
 }

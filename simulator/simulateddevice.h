@@ -3,16 +3,18 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "backgroundtasks.h"
 #include "bus.h"
-#include "delayedactions.h"
-#include "faultplan.h"
+#include "faults.h"
 #include "simulatedchip.h"
+
+/// Blocks the calling thread for @p ms milliseconds of whatever clock the simulation runs by.
+using SleepFunction = std::function<void(std::uint32_t ms)>;
 
 /// A transmitter or headset on a port of a bus.
 ///
@@ -21,7 +23,7 @@
 /// keeps its mode without power: once it was told to leave its application it stays in programming mode until
 /// the end of programming is announced and its memory holds a valid image.
 ///
-/// Restarts take their time, on a thread of the device's own. All operations may be called on any thread.
+/// Restarts take their time, on threads of the device's own. All operations may be called on any thread.
 /// Whatever uses the device has to be gone before it is destroyed.
 class SimulatedDevice
 {
@@ -30,14 +32,16 @@ public:
 
     struct Setup
     {
-        SimulatedChip::Hardware hardware;
-        std::vector<std::uint8_t> image; ///< in the memory at first
+        DeviceType type = DeviceType::Transmitter;
+        int chipId = 12;
+        int revision = 2;
+        std::vector<std::uint8_t> image; ///< in the memory at first, which is built for it
         int port = 1;
         /// Gets a line of text for everything that happens to the device, on the thread where it happens.
         std::function<void(const std::string&)> report;
     };
-    /// @param sleep  lets restarts take their time.
-    SimulatedDevice(Bus& deviceBus, SleepFunction sleep, Setup setup);
+    /// @param clockSleep  lets restarts take their time.
+    SimulatedDevice(Bus& deviceBus, SleepFunction clockSleep, const Setup& setup);
     ~SimulatedDevice();
 
     void plugIn();
@@ -62,17 +66,21 @@ public:
     bool isPluggedIn() const; ///< false also while it restarts
     bool isProgramming() const;
     /// Whether nothing is under way: no restart.
-    bool isSettled() const { return restarts.isIdle(); }
+    bool isSettled() const { return restarts.areOver(); }
     int port() const; ///< at which it is or was last
     std::vector<std::uint8_t> memory() const;
     std::vector<std::string> refusals() const; ///< commands that the chip did not take, and why
 
 private:
-    class Stay;
+    struct Move
+    {
+        std::uint32_t delayMs; ///< after the one before
+        void (SimulatedDevice::*make)();
+    };
 
-    // What it answers, as long as the stay lasts.
-    Transfer set(const Stay& stay, const std::uint8_t* report, std::size_t size);
-    Transfer get(const Stay& stay, std::uint8_t* report, std::size_t size, std::size_t& received);
+    // What it answers. A transfer on its way to an earlier stay at the bus never reaches the device.
+    Transfer set(int ofStay, const std::uint8_t* report, std::size_t size);
+    Transfer get(int ofStay, std::uint8_t* report, std::size_t size, std::size_t& received);
 
     // What a fault does to it.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
@@ -80,14 +88,16 @@ private:
     void vanish();
 
     // How it comes, goes and restarts.
+    BusDevice face();
     void restart(int controlRequest);
-    void later(std::uint32_t delayMs, void (SimulatedDevice::*move)());
+    void later(const std::vector<Move>& moves);
     void connectToBus();
     void disconnectFromBus();
 
     void tell(const std::string& text) const;
 
     Bus& bus;
+    const SleepFunction sleep;
     const std::function<void(const std::string&)> reportTo;
 
     std::mutex moving;                ///< held while the device comes and goes; taken before `mutex`
@@ -97,9 +107,10 @@ private:
     FaultPlan faults;
     int nextPort; ///< at which it comes
     int lastPort = 0;
-    std::shared_ptr<Stay> present; ///< null while it is off the bus
-    bool refusesOpen = false;      ///< until it is plugged in anew
+    int stay = 0; ///< at the bus: the how many-th
+    bool isPresent = false;
+    bool refusesOpen = false; ///< until it is plugged in anew
     bool programming = false;
 
-    DelayedActions restarts;
+    BackgroundTasks restarts;
 };

@@ -14,10 +14,8 @@ SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptio
     installed = ImageBuilder::forMemoryOf(installed, wanted);
     installed.version = "1.0.0";
     installed.seed = 99;
-    const std::vector<std::uint8_t> image = ImageBuilder::build(installed);
-    const bool isTransmitter = type == DeviceType::Transmitter;
-    return {SimulatedChip::hardwareFor(type, setup.chipId, setup.revision, image), image,
-            isTransmitter ? 1 : 2, setup.report};
+    const int port = type == DeviceType::Transmitter ? 1 : 2;
+    return {type, setup.chipId, setup.revision, ImageBuilder::build(installed), port, setup.report};
 }
 
 Bus& busOf(const SimulatedPair::Setup& setup, LayerBus& layerBus)

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <system_error>
-#include <thread>
 
 #include <fcntl.h>
 #include <linux/uhid.h>
@@ -141,12 +140,11 @@ std::string UhidBus::obstacle()
 
 UhidBus::~UhidBus()
 {
-    std::unique_lock<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> guard(mutex);
     for (const auto& port : ports) {
         for (const auto& interface : port.second)
             interface->leave();
     }
-    threadEnded.wait(lock, [this] { return threads == 0; });
 }
 
 void UhidBus::attach(const BusDevice& device)
@@ -155,8 +153,7 @@ void UhidBus::attach(const BusDevice& device)
     for (const HidInterface& interface : device.interfaces) {
         const auto attached = std::make_shared<Attached>(device, interface);
         ports[device.port].push_back(attached);
-        ++threads;
-        std::thread(&UhidBus::serve, this, attached).detach(); // one may detach its own interface
+        servers.start([attached] { attached->run(); });
     }
 }
 
@@ -169,12 +166,4 @@ void UhidBus::detach(int port)
     }
     for (const auto& interface : leaving)
         interface->leave();
-}
-
-void UhidBus::serve(const std::shared_ptr<Attached>& interface)
-{
-    interface->run();
-    const std::lock_guard<std::mutex> guard(mutex);
-    --threads;
-    threadEnded.notify_all();
 }

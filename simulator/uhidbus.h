@@ -1,12 +1,12 @@
 #pragma once
 
-#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "backgroundtasks.h"
 #include "bus.h"
 
 /// The HID bus of the Linux kernel that the program runs on: each interface is a USB HID device that the
@@ -32,10 +32,8 @@ public:
 private:
     class Attached;
 
-    void serve(const std::shared_ptr<Attached>& interface);
-
     std::mutex mutex; ///< guards what follows
-    std::condition_variable threadEnded;
-    int threads = 0;
     std::map<int, std::vector<std::shared_ptr<Attached>>> ports;
+
+    BackgroundTasks servers;
 };

@@ -60,7 +60,7 @@ int Verdict::commits(const std::vector<std::uint8_t>& image)
 std::int64_t Verdict::programmingDelaysMs(DeviceType type, const std::vector<std::uint8_t>& image)
 {
     const bool isTransmitter = type == DeviceType::Transmitter;
-    const std::uint32_t sectorBytes = SimulatedChip::hardwareFor(type, 0, 0, image).sectorSize;
+    const std::uint32_t sectorBytes = SimulatedChip::geometryOf(type, image).sectorSize;
     std::int64_t sum = piecesOf(image, packetBytes) * packetDelayMs + lastCommitDelayMs +
                        commits(image) * (isTransmitter ? transmitterCommitDelayMs : headsetCommitDelayMs);
     if (sectorBytes > 0)

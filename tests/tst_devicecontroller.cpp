@@ -99,8 +99,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes()
     Detection c;
     const auto kind = static_cast<DeviceType>(type);
     LayerBus bus(c.tree);
-    SimulatedDevice device(bus, sleepOn(c.clock),
-                           {SimulatedChip::hardwareFor(kind, 13, 3, image), image, 1, {}});
+    SimulatedDevice device(bus, sleepOn(c.clock), {kind, 13, 3, image, 1, {}});
     device.plugIn();
     if (isProgramming)
         enterProgrammingMode(device, bus.channelPath(1));

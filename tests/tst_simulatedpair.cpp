@@ -197,8 +197,7 @@ void TestSimulatedPair::aTransferNeverReachesTheNextStay()
     VirtualClock clock;
     KeepingBus bus;
     const auto image = ImageBuilder::build(ImageBuilder::headset());
-    SimulatedDevice device(bus, sleepOn(clock),
-                           {SimulatedChip::hardwareFor(Headset, 12, 2, image), image, 1, {}});
+    SimulatedDevice device(bus, sleepOn(clock), {Headset, 12, 2, image, 1, {}});
     device.plugIn();
     const auto earlier = bus.channel;
     device.unplug();

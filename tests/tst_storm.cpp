@@ -34,7 +34,7 @@ SimulatedDevice::Setup deviceOf(DeviceType type)
 {
     const auto image =
         ImageBuilder::build(type == Transmitter ? ImageBuilder::transmitter(2) : ImageBuilder::headset());
-    return {SimulatedChip::hardwareFor(type, 12, 3, image), image, type, {}};
+    return {type, 12, 3, image, type, {}};
 }
 
 int threadCount()

@@ -87,9 +87,8 @@ private:
         ImageOptions installed = ImageBuilder::forMemoryOf(wanted, image);
         installed.version = "1.0.0.20240131.1207"; // in two rows of an answer
         installed.seed = 99;
-        const std::vector<std::uint8_t> memory = ImageBuilder::build(installed);
         const int port = type == DeviceType::Transmitter ? 1 : 2;
-        return {SimulatedChip::hardwareFor(type, chipId, revision, memory), memory, port, tell};
+        return {type, chipId, revision, ImageBuilder::build(installed), port, tell};
     }
 
     const std::vector<std::uint8_t> before; ///< the memory
@@ -98,10 +97,10 @@ private:
 class Pair
 {
 public:
-    Pair(Bus& bus, int generation, int chipId, int revision, int bytes)
-        : transmitter(bus, DeviceType::Transmitter, sized(ImageBuilder::transmitter(generation), bytes),
-                      chipId, revision)
-        , headset(bus, DeviceType::Headset, sized(ImageBuilder::headset(), bytes), chipId, revision)
+    Pair(Bus& bus, int generation, int chipId, int revision, std::size_t bytes)
+        : transmitter(bus, DeviceType::Transmitter, ImageBuilder::transmitter(generation, bytes), chipId,
+                      revision)
+        , headset(bus, DeviceType::Headset, ImageBuilder::headset(bytes), chipId, revision)
     {
     }
 
@@ -134,12 +133,6 @@ public:
     }
 
 private:
-    static ImageOptions sized(ImageOptions options, int bytes)
-    {
-        options.size = bytes;
-        return options;
-    }
-
     static bool arm(SimulatedDevice& device, std::istream& words)
     {
         std::string name;
@@ -189,7 +182,7 @@ int wmain(int argc, wchar_t* argv[])
         std::puts("wrong arguments, or no bus");
         return 1;
     }
-    Pair pair(bus, std::stoi(argv[1]), std::stoi(argv[2]), std::stoi(argv[3]), std::stoi(argv[4]));
+    Pair pair(bus, std::stoi(argv[1]), std::stoi(argv[2]), std::stoi(argv[3]), std::stoul(argv[4]));
     if (!pair.writeImages()) {
         std::puts("the images cannot be written");
         return 1;
