@@ -16,8 +16,6 @@ constexpr std::uint16_t revisionC0Patch = 0xC0A7;
 constexpr std::uint8_t unknownChipId = 0x0E;
 
 // Frames.
-constexpr std::uint8_t commandReportId = 0xFF;
-constexpr std::uint8_t dataReportId = 0xE4;
 constexpr std::size_t frameHeaderBytes = 3;
 constexpr std::size_t dataHeaderBytes = 7;
 constexpr std::size_t dataBytes = 256;
@@ -25,7 +23,6 @@ constexpr std::size_t chunkBytes = 4096;
 constexpr std::size_t rowBytes = 16;
 constexpr std::uint16_t rowStep = 0x1000; // the loader lays the rows of a load apart
 constexpr std::size_t answerDataOffset = 11;
-constexpr std::uint8_t noData = 0x01;
 
 // Control block offsets.
 enum {
@@ -39,8 +36,6 @@ enum {
     PageSize = 18,
     SectorSize = 20
 };
-
-constexpr std::uint8_t leaveApplication = 0x0A;
 
 /// Each code from 1 on stands for twice the size before.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
@@ -171,7 +166,7 @@ std::vector<std::uint8_t> SimulatedChip::answer(std::size_t size)
     std::vector<std::uint8_t> report(std::max(size, answerDataOffset + rowBytes));
     report[0] = commandReportId;
     if (prepared.empty())
-        report[1] = noData;
+        report[statusOffset] = noData;
     std::copy(prepared.begin(), prepared.end(), report.begin() + answerDataOffset);
     prepared.clear();
     return report;

@@ -22,6 +22,13 @@ const char* phaseName(Phase phase);
 class SimulatedChip
 {
 public:
+    static constexpr std::uint8_t commandReportId = 0xFF;
+    static constexpr std::uint8_t dataReportId = 0xE4;
+    static constexpr int leaveApplication = 0x0A; ///< a control request, like the next
+    static constexpr int endOfProgramming = 0x05;
+    static constexpr std::size_t statusOffset = 1; ///< in an answer
+    static constexpr std::uint8_t noData = 0x01;   ///< the status where nothing is prepared
+
     /// The memory that an image announces in its first two bytes. The sizes are in bytes.
     struct Geometry
     {

@@ -25,16 +25,13 @@ constexpr std::uint16_t firstUsage = 0x0001;
 constexpr int consumerInterface = 2; // those before are the audio functions
 constexpr int channelInterface = 3;
 
-constexpr FeatureReportFormat applicationReport{0xFF, 63};
-constexpr FeatureReportFormat loaderReports[] = {{0xFF, 263}, {0xE4, 263}};
+const std::vector<FeatureReportFormat> applicationReports{{SimulatedChip::commandReportId, 63}};
+const std::vector<FeatureReportFormat> loaderReports{{SimulatedChip::commandReportId, 263},
+                                                     {SimulatedChip::dataReportId, 263}};
 
 constexpr int portStep = 2; // past the port of the pair's other device
 
-constexpr int leaveApplication = 0x0A;
-constexpr int endOfProgramming = 0x05;
 constexpr std::size_t shortAnswerBytes = 8;
-constexpr std::size_t statusOffset = 1;
-constexpr std::uint8_t noData = 0x01;
 
 /// Whether the fault keeps a transfer from the chip.
 bool isPrevented(Fault striking)
@@ -89,48 +86,6 @@ void SimulatedDevice::clearFault()
     chip.setWrongIdentity(false);
 }
 
-Transfers SimulatedDevice::transfers() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return faults.transfers();
-}
-
-std::optional<Transfers> SimulatedDevice::struckAt() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return faults.struckAt();
-}
-
-bool SimulatedDevice::isPluggedIn() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return isPresent;
-}
-
-bool SimulatedDevice::isProgramming() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return programming;
-}
-
-int SimulatedDevice::port() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return lastPort;
-}
-
-std::vector<std::uint8_t> SimulatedDevice::memory() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return chip.memory();
-}
-
-std::vector<std::string> SimulatedDevice::refusals() const
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    return chip.refusals();
-}
-
 Transfer SimulatedDevice::set(int ofStay, const std::uint8_t* report, std::size_t size)
 {
     std::unique_lock<std::mutex> lock(mutex);
@@ -169,7 +124,7 @@ Transfer SimulatedDevice::get(int ofStay, std::uint8_t* report, std::size_t size
     std::vector<std::uint8_t> answer = chip.answer(size);
     lock.unlock();
     if (striking == Fault::NoData)
-        answer[statusOffset] = noData;
+        answer[SimulatedChip::statusOffset] = SimulatedChip::noData;
     received = std::min(size, striking == Fault::ShortAnswer ? shortAnswerBytes : answer.size());
     std::copy_n(answer.begin(), received, report);
     return Transfer::Done;
@@ -193,21 +148,15 @@ Transfer SimulatedDevice::suffer(Fault fault, const Transfers& made)
         return Transfer::Failed;
     }
     tell((fault == Fault::PowerLost ? "fault: power lost" : "fault: vanished") + at);
-    vanish();
-    if (fault == Fault::PowerLost)
-        later({{powerLossMs, &SimulatedDevice::connectToBus}});
-    return Transfer::Gone;
-}
-
-/// Takes the device away in the middle of a transfer.
-void SimulatedDevice::vanish()
-{
     {
         const std::lock_guard<std::mutex> move(moving);
         disconnectFromBus();
     }
     if (onVanished)
         onVanished();
+    if (fault == Fault::PowerLost)
+        later({{powerLossMs, &SimulatedDevice::connectToBus}});
+    return Transfer::Gone;
 }
 
 /// What a control request brings about.
@@ -216,9 +165,9 @@ void SimulatedDevice::restart(int controlRequest)
     Fault striking = Fault::None;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (controlRequest == leaveApplication)
+        if (controlRequest == SimulatedChip::leaveApplication)
             programming = true;
-        else if (controlRequest == endOfProgramming)
+        else if (controlRequest == SimulatedChip::endOfProgramming)
             programming = !ImageBuilder::identityOf(chip.memory());
         else
             return;
@@ -285,19 +234,17 @@ BusDevice SimulatedDevice::face()
         shown.vendorId = loaderVendorId;
         shown.productId = isTransmitter ? transmitterLoaderProductId : headsetLoaderProductId;
         shown.name = "VYNT loader";
-        shown.interfaces = {
-            {0, vendorPage, firstUsage, {std::begin(loaderReports), std::end(loaderReports)}, serves}};
+        shown.interfaces = {{0, vendorPage, firstUsage, loaderReports, serves}};
         return shown;
     }
     const auto identity = ImageBuilder::identityOf(chip.memory());
+    const std::uint16_t usualProductId = isTransmitter ? usualTransmitterProductId : headsetProductId;
     shown.vendorId = normalVendorId;
-    shown.productId = identity        ? identity->productId
-                      : isTransmitter ? usualTransmitterProductId
-                                      : headsetProductId;
+    shown.productId = identity ? identity->productId : usualProductId;
     shown.name = isTransmitter ? "VYNT transmitter" : "VYNT headset";
     shown.isComposite = true;
     shown.interfaces = {{consumerInterface, consumerPage, firstUsage, {}, nullptr},
-                        {channelInterface, vendorPage, firstUsage, {applicationReport}, serves}};
+                        {channelInterface, vendorPage, firstUsage, applicationReports, serves}};
     return shown;
 }
 

@@ -60,18 +60,30 @@ public:
 
     // What it recorded.
 
-    Transfers transfers() const; ///< since a fault was armed or cleared
+    /// Since a fault was armed or cleared.
+    Transfers transfers() const { return copyOf(faults.transfers()); }
     /// The transfers up to the one at which the fault struck, if it did.
-    std::optional<Transfers> struckAt() const;
-    bool isPluggedIn() const; ///< false also while it restarts
-    bool isProgramming() const;
+    std::optional<Transfers> struckAt() const { return copyOf(faults.struckAt()); }
+    /// False also while it restarts.
+    bool isPluggedIn() const { return copyOf(isPresent); }
+    bool isProgramming() const { return copyOf(programming); }
     /// Whether nothing is under way: no restart.
     bool isSettled() const { return restarts.areOver(); }
-    int port() const; ///< at which it is or was last
-    std::vector<std::uint8_t> memory() const;
-    std::vector<std::string> refusals() const; ///< commands that the chip did not take, and why
+    /// At which it is or was last.
+    int port() const { return copyOf(lastPort); }
+    std::vector<std::uint8_t> memory() const { return copyOf(chip.memory()); }
+    /// Commands that the chip did not take, and why.
+    std::vector<std::string> refusals() const { return copyOf(chip.refusals()); }
 
 private:
+    /// What @p member is, unchanged meanwhile.
+    template <typename Member>
+    Member copyOf(const Member& member) const
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return member;
+    }
+
     struct Move
     {
         std::uint32_t delayMs; ///< after the one before
@@ -85,7 +97,6 @@ private:
     // What a fault does to it.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
     Transfer suffer(Fault fault, const Transfers& made);
-    void vanish();
 
     // How it comes, goes and restarts.
     BusDevice face();
