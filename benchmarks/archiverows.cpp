@@ -65,7 +65,7 @@ Pair archivePair()
 }
 
 [[maybe_unused]] const bool added =
-    add({"archive of two 128 KiB images, s, beside inflating it", 2, 101}, archivePair<128 * kib>) &&
-    add({"archive of two 2 MiB images, s, beside inflating it", 2, 21}, archivePair<2048 * kib>);
+    add("archive of two 128 KiB images, s, beside inflating it", 2, 101, archivePair<128 * kib>) &&
+    add("archive of two 2 MiB images, s, beside inflating it", 2, 21, archivePair<2048 * kib>);
 
 } // namespace

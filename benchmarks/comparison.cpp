@@ -31,9 +31,9 @@ public:
 
 } // namespace
 
-bool add(const Row& row, const std::function<Pair()>& makePair)
+bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair)
 {
-    const auto run = [bound = row.bound, makePair](benchmark::State& state) {
+    const auto run = [bound, makePair](benchmark::State& state) {
         for ([[maybe_unused]] auto once : state) {
             const Pair pair = makePair();
             state.SetIterationTime(pair.work);
@@ -43,8 +43,8 @@ bool add(const Row& row, const std::function<Pair()>& makePair)
                               {"bound", bound}};
         }
     };
-    auto* const registered = benchmark::RegisterBenchmark(row.what, run);
-    registered->Iterations(1)->Repetitions(row.pairs)->ReportAggregatesOnly()->UseManualTime();
+    auto* const registered = benchmark::RegisterBenchmark(what, run);
+    registered->Iterations(1)->Repetitions(pairs)->ReportAggregatesOnly()->UseManualTime();
     return true;
 }
 

@@ -14,16 +14,12 @@ struct Pair
     double reference;
 };
 
-struct Row
-{
-    const char* what; ///< and beside what; without '/'
-    double bound;     ///< how many times the reference the work may be
-    int pairs;        ///< how many are made
-};
-
 /// Adds a row. It shows the medians of both figures and the median of the pairs' ratios, on which a machine
 /// that is disturbed now and then leaves no mark.
-bool add(const Row& row, const std::function<Pair()>& makePair);
+/// @param what   and beside what; without '/'.
+/// @param bound  how many times the reference the work may be.
+/// @param pairs  how many are made.
+bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair);
 
 double seconds(const std::function<void()>& work);
 

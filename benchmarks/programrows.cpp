@@ -79,7 +79,7 @@ Pair memoryPair()
 /// Adds a row of two figures of an update in real time, which the rows share because it takes minutes.
 bool addUpdate(const char* what, double bound, const char* work, const char* reference)
 {
-    return add({what, bound, 1}, [work, reference] {
+    return add(what, bound, 1, [work, reference] {
         constexpr int idleSeconds = 80; // about as long as the update
         static const Figures figures = update(64 * kib, 1, idleSeconds);
         return Pair{figures.at(QLatin1String(work)), figures.at(QLatin1String(reference))};
@@ -87,8 +87,8 @@ bool addUpdate(const char* what, double bound, const char* work, const char* ref
 }
 
 [[maybe_unused]] const bool added =
-    add({"start to the first painted window, s, beside an empty window", 1.5, 31}, startPair) &&
-    add({"peak memory of updating two 2 MiB images, KiB, beside the images", 1.3, 1}, memoryPair) &&
+    add("start to the first painted window, s, beside an empty window", 1.5, 31, startPair) &&
+    add("peak memory of updating two 2 MiB images, KiB, beside the images", 1.3, 1, memoryPair) &&
     addUpdate("update of a 64 KiB transmitter image, ms, beside its delays", 1.01, "transmitter-ms",
               "transmitter-delays-ms") &&
     addUpdate("update of a 64 KiB headset image, ms, beside its delays", 1.01, "headset-ms",

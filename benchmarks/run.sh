@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what is missing, builds, and shows what the updater takes for its work beside the least that the same can
-# cost; about six minutes, best on a machine that does nothing else. Exit status 1: a row is beyond its bound.
+# cost; about four minutes, best on a machine that does nothing else. Exit status 1: a row is beyond its bound.
 # Arguments go to the program, such as --benchmark_filter=archive for some of the rows.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh

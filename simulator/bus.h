@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,7 @@ struct FeatureReportFormat
 /// A USB interface of the HID class with its one top-level collection.
 struct HidInterface
 {
-    int number = 0;              ///< the USB interface's
+    std::optional<int> number;   ///< where it is a function of a composite device (USB 2.0 section 5.2.3)
     std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
     std::vector<FeatureReportFormat> featureReports; ///< empty where there are none
@@ -47,10 +48,8 @@ struct BusDevice
 {
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
-    std::string name; ///< for people
-    int port = 0;     ///< one device a port
-    /// Whether the interfaces are functions of a composite device (USB 2.0 section 5.2.3).
-    bool isComposite = false;
+    std::string name;         ///< for people
+    int port = 0;             ///< one device a port
     bool refusesOpen = false; ///< no program may open it
     std::vector<HidInterface> interfaces;
 };

@@ -112,7 +112,8 @@ Bytes build(const ImageOptions& options)
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
         image.insert(image.end(), entry.begin(), entry.end());
     image.resize(image.size() + 5, endOfTable); // an entry's header is read with a byte of what follows it
-    std::mt19937 generator(options.seed);       // its sequence is the same on every system
+    image.reserve(options.size);
+    std::mt19937 generator(options.seed); // its sequence is the same on every system
     while (image.size() < options.size)
         image.push_back(static_cast<std::uint8_t>(generator()));
     if ((image[0] & sizeCodeBits) == 0)

@@ -53,9 +53,8 @@ private:
 
 DeviceNode nodeOf(const BusDevice& device, const HidInterface& hidInterface)
 {
-    HidIdentity identity{device.vendorId, device.productId, {}, {}, hidInterface.usagePage};
-    if (device.isComposite)
-        identity.interfaceNumber = hidInterface.number;
+    const HidIdentity identity{
+        device.vendorId, device.productId, hidInterface.number, {}, hidInterface.usagePage};
     return hidNode(identity, placeOf(device.port), std::make_shared<LayerFunction>(hidInterface));
 }
 

@@ -234,7 +234,7 @@ BusDevice SimulatedDevice::face()
         shown.vendorId = loaderVendorId;
         shown.productId = isTransmitter ? transmitterLoaderProductId : headsetLoaderProductId;
         shown.name = "VYNT loader";
-        shown.interfaces = {{0, vendorPage, firstUsage, loaderReports, serves}};
+        shown.interfaces = {{std::nullopt, vendorPage, firstUsage, loaderReports, serves}};
         return shown;
     }
     const auto identity = ImageBuilder::identityOf(chip.memory());
@@ -242,7 +242,6 @@ BusDevice SimulatedDevice::face()
     shown.vendorId = normalVendorId;
     shown.productId = identity ? identity->productId : usualProductId;
     shown.name = isTransmitter ? "VYNT transmitter" : "VYNT headset";
-    shown.isComposite = true;
     shown.interfaces = {{consumerInterface, consumerPage, firstUsage, {}, nullptr},
                         {channelInterface, vendorPage, firstUsage, applicationReports, serves}};
     return shown;

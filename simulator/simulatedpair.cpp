@@ -8,30 +8,25 @@ constexpr DWORD serviceStopMs = 300;
 constexpr DWORD serviceStartMs = 400;
 constexpr DWORD serviceWaitHintMs = 100;
 
-SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, ImageOptions installed,
-                                   const std::vector<std::uint8_t>& wanted, DeviceType type)
+SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, DeviceType type)
 {
-    installed = ImageBuilder::forMemoryOf(installed, wanted);
+    const bool isTransmitter = type == DeviceType::Transmitter;
+    ImageOptions installed = ImageBuilder::forMemoryOf(
+        isTransmitter ? ImageBuilder::transmitter(setup.generation) : ImageBuilder::headset(),
+        isTransmitter ? setup.transmitterImage : setup.headsetImage);
     installed.version = "1.0.0";
     installed.seed = 99;
-    const int port = type == DeviceType::Transmitter ? 1 : 2;
+    const int port = isTransmitter ? 1 : 2;
     return {type, setup.chipId, setup.revision, ImageBuilder::build(installed), port, setup.report};
-}
-
-Bus& busOf(const SimulatedPair::Setup& setup, LayerBus& layerBus)
-{
-    return setup.bus ? *setup.bus : layerBus;
 }
 
 } // namespace
 
 SimulatedPair::SimulatedPair(SimulatedMachine& machine, const Setup& setup)
     : layerBus(machine.deviceTree())
-    , transmitter(busOf(setup, layerBus), sleepOn(machine.clock()),
-                  deviceSetup(setup, ImageBuilder::transmitter(setup.generation), setup.transmitterImage,
-                              DeviceType::Transmitter))
-    , headset(busOf(setup, layerBus), sleepOn(machine.clock()),
-              deviceSetup(setup, ImageBuilder::headset(), setup.headsetImage, DeviceType::Headset))
+    , bus(setup.bus ? *setup.bus : layerBus)
+    , transmitter(bus, sleepOn(machine.clock()), deviceSetup(setup, DeviceType::Transmitter))
+    , headset(bus, sleepOn(machine.clock()), deviceSetup(setup, DeviceType::Headset))
 {
     SimulatedServiceManager::Service audio;
     audio.name = L"audiosrv";

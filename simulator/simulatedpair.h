@@ -39,6 +39,7 @@ public:
 
 private:
     LayerBus layerBus;
+    Bus& bus;
     SimulatedDevice transmitter;
     SimulatedDevice headset;
 };

@@ -42,7 +42,8 @@ public:
         const std::vector<std::uint8_t> descriptor = reportDescriptorOf(interface);
         copyText(device.name, request.name);
         // As the kernel's own USB driver names it.
-        copyText("usb-simulated-" + std::to_string(device.port) + "/input" + std::to_string(interface.number),
+        copyText("usb-simulated-" + std::to_string(device.port) + "/input" +
+                     std::to_string(interface.number.value_or(0)),
                  request.phys);
         request.bus = BUS_USB;
         request.vendor = device.vendorId;

@@ -24,8 +24,8 @@ std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
     wchar_t text[BusProtocol::maxIdLength];
     std::swprintf(text, std::size(text), L"VID_%04X&PID_%04X", device.vendorId, device.productId);
     std::wstring id = text;
-    if (device.isComposite) {
-        std::swprintf(text, std::size(text), L"&MI_%02X", hid.number);
+    if (hid.number) {
+        std::swprintf(text, std::size(text), L"&MI_%02X", *hid.number);
         id += text;
     }
     return id;
