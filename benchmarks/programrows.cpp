@@ -40,7 +40,7 @@ QString archiveIn(const QTemporaryDir& folder, std::size_t imageBytes)
     const auto entries =
         ArchiveBuilder::release(ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes)),
                                 ImageBuilder::build(ImageBuilder::headset(imageBytes)), "Notes");
-    const QString path = folder.filePath(QStringLiteral("sample.zip"));
+    QString path = folder.filePath(QStringLiteral("sample.zip"));
     require(ArchiveBuilder::write(path, entries), "cannot write the archive");
     return path;
 }

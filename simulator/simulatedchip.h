@@ -29,7 +29,7 @@ public:
     static constexpr std::size_t statusOffset = 1; ///< in an answer
     static constexpr std::uint8_t noData = 0x01;   ///< the status where nothing is prepared
 
-    /// The memory that an image announces in its first two bytes. The sizes are in bytes.
+    /// The memory that an image announces in its first two bytes, the sizes in bytes; all 0 where they lack.
     struct Geometry
     {
         std::uint32_t memorySize = 0;
