@@ -10,15 +10,9 @@
 #include "scopedaudioservicestopper.h"
 #include "ui_flashingdialog.h"
 
-namespace {
-
-constexpr Qt::WindowFlags dialogFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint |
-                                        Qt::WindowMinimizeButtonHint | Qt::CustomizeWindowHint;
-
-} // namespace
-
 FlashingDialog::FlashingDialog(QWidget* parent)
-    : QDialog(parent, dialogFlags)
+    : QDialog(parent, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint |
+                          Qt::WindowMinimizeButtonHint | Qt::CustomizeWindowHint)
     , ui(std::make_unique<Ui::FlashingDialogClass>())
 {
     ui->setupUi(this);

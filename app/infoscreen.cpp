@@ -6,16 +6,11 @@
 
 #include "ui_infoscreen.h"
 
-namespace {
-
-constexpr qreal titleSizeRatio = 1.4; // to the text's size
-
-} // namespace
-
 InfoScreen::InfoScreen(QWidget* parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::InfoScreenClass>())
 {
+    constexpr qreal titleSizeRatio = 1.4; // to the text's size
     ui->setupUi(this);
     titleTemplate = ui->title->text();
     QFont titleFont = ui->title->font();

@@ -19,13 +19,12 @@ namespace {
 
 using OwnedHandle = std::unique_ptr<void, decltype(&CloseHandle)>;
 
-constexpr DWORD unknownProcessId = 0;
-
+/// 0 where it cannot be told.
 DWORD parentProcessId()
 {
     const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     if (handle == INVALID_HANDLE_VALUE)
-        return unknownProcessId;
+        return 0;
     const OwnedHandle snapshot(handle, &CloseHandle);
 
     PROCESSENTRY32W entry{};
@@ -33,12 +32,12 @@ DWORD parentProcessId()
     const DWORD ownProcessId = GetCurrentProcessId();
     // The first entry is the system's idle process, never this one.
     if (!Process32FirstW(snapshot.get(), &entry))
-        return unknownProcessId;
+        return 0;
     while (Process32NextW(snapshot.get(), &entry)) {
         if (entry.th32ProcessID == ownProcessId)
             return entry.th32ParentProcessID;
     }
-    return unknownProcessId;
+    return 0;
 }
 
 } // namespace

@@ -41,11 +41,11 @@ Identity readPidAndVersion(std::shared_ptr<AbstractHidDevice>&& device, const Ca
 /// The headset has one normal-mode identity, whichever generation it belongs to.
 unsigned short normalHeadsetPid()
 {
-    const auto& known = Utilities::knownDevices();
-    const auto headset = std::find_if(known.begin(), known.end(), [](const Utilities::KnownDevice& device) {
-        return device.type == DeviceType::Headset;
-    });
-    return headset == known.end() ? 0 : headset->id.productId;
+    for (const Utilities::KnownDevice& device : Utilities::knownDevices()) {
+        if (device.type == DeviceType::Headset)
+            return device.id.productId;
+    }
+    return 0;
 }
 
 bool isKnownPid(unsigned short pid)

@@ -2,15 +2,9 @@
 
 #include <QCoreApplication>
 
-namespace {
-
-constexpr EXECUTION_STATE awake = ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED;
-
-} // namespace
-
 KeepAwake::KeepAwake(HWND mainWindow, const QString& reason)
     : window(mainWindow)
-    , previousState(SetThreadExecutionState(awake))
+    , previousState(SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED))
     , hasReason(ShutdownBlockReasonCreate(window, reason.toStdWString().c_str()) != FALSE)
 {
     if (previousState == 0)
