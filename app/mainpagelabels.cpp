@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr QLatin1String unverifiedStyle("QLabel{color: #E9AB17;}");
-constexpr QLatin1String incompatibleStyle("QLabel{color: crimson;}");
+const QLatin1String unverifiedStyle("QLabel{color: #E9AB17;}");
+const QLatin1String incompatibleStyle("QLabel{color: crimson;}");
 
 void showVersion(QLabel* label, const QString& text, bool italic)
 {

@@ -110,7 +110,7 @@ std::shared_ptr<const DeviceNode> DeviceTree::remove(const std::wstring& path)
     if (found == state->present.end())
         return nullptr;
     (*found)->isConnected = false;
-    const auto node = (*found)->node;
+    auto node = (*found)->node;
     state->present.erase(found);
     return node;
 }
