@@ -48,7 +48,8 @@ unsigned char lengthOf(const Bytes& bytes)
 bool sendFrame(const Device& device, const Bytes& payload)
 {
     Bytes report{reportId, lengthOf(payload), 0x00};
-    report.insert(report.end(), payload.begin(), payload.end());
+    for (const unsigned char byte : payload)
+        report.push_back(byte);
     report.resize(reportBytes);
     return device->setFeatureBlocking(&report);
 }
