@@ -110,8 +110,9 @@ void DriverBus::detach(int port)
 bool DriverBus::request(std::uint32_t code, const void* input, DWORD inputSize, void* output,
                         DWORD outputSize) const
 {
-    const thread_local std::unique_ptr<void, decltype(&CloseHandle)> done(
-        CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle);
+    // Not one for each thread: the compiler's run-time frees a thread's objects before it destroys them.
+    const std::unique_ptr<void, decltype(&CloseHandle)> done(CreateEventW(nullptr, TRUE, FALSE, nullptr),
+                                                             &CloseHandle);
     OVERLAPPED overlapped{};
     overlapped.hEvent = done.get();
     DWORD received = 0;
