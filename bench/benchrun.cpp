@@ -202,6 +202,12 @@ void BenchRun::endUpdate(const Outcome& outcome)
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
+    // A device that is still restarting would be found in programming mode, and leave it during the update.
+    if (!pair->device(DeviceType::Transmitter).isSettled() ||
+        !pair->device(DeviceType::Headset).isSettled()) {
+        QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
+        return;
+    }
     fault.reset();
     SimulatedDevice& device = pair->device(options.faultDevice);
     device.clearFault();
