@@ -138,8 +138,7 @@ QString BenchWindow::memoryState(DeviceType type) const
     const std::vector<std::uint8_t> memory = run.device(type).memory();
     const std::vector<std::uint8_t> image =
         bytesOf(run.updater().findChild<FirmwareController*>()->firmware(type));
-    const auto identity = ImageBuilder::identityOf(memory);
-    const QString version = identity ? QString::fromStdString(identity->version) : tr("(no valid firmware)");
+    const QString version = QString::fromStdString(Verdict::versionOf(memory));
     if (image.empty())
         return tr("%1, no image in the archive").arg(version);
     const auto place = Verdict::firstDifference(memory, image);

@@ -4,10 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -17,13 +15,6 @@ constexpr unsigned base = 16;
 
 /// QChar::isSpace() of the Latin-1 characters; the last two are NEXT LINE and NO-BREAK SPACE.
 constexpr std::string_view whiteSpace = " \t\n\v\f\r\x85\xA0";
-
-/// The place after the next end of a line; @p end where there is none.
-const char* afterLine(const char* position, const char* end)
-{
-    const void* const found = std::memchr(position, lineEnd, static_cast<std::size_t>(end - position));
-    return found ? static_cast<const char*>(found) + 1 : end;
-}
 
 constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
@@ -114,19 +105,24 @@ QByteArray Decoder::takeImage()
 
 void Decoder::decodeLines(const char* position, const char* end)
 {
-    std::string bytes; // of the image
+    const int decoded = image.size();
+    // A byte takes a digit and an end of line at least.
+    image.resize(decoded + static_cast<int>(end - position) / 2 + 1);
+    char* next = image.data() + decoded;
     while (position != end && !isMalformed) {
         std::uint32_t number = 0;
         if (!readPlainLine(position, end, number)) {
-            const char* const line = std::exchange(position, afterLine(position, end));
-            const std::string_view token = tokenOf({line, static_cast<std::size_t>(position - line)});
+            const std::string_view rest(position, static_cast<std::size_t>(end - position));
+            const std::string_view line = rest.substr(0, rest.find(lineEnd));
+            position += std::min(line.size() + 1, rest.size());
+            const std::string_view token = tokenOf(line);
             if (token.empty())
                 continue;
             isMalformed = !readNumber(token, number);
         }
-        bytes.push_back(static_cast<char>(number & 0xFF));
+        *next++ = static_cast<char>(number & 0xFF);
     }
-    image.append(bytes.data(), static_cast<int>(bytes.size()));
+    image.resize(static_cast<int>(next - image.constData()));
 }
 
 } // namespace ImageText

@@ -1,7 +1,6 @@
 #include "layerbus.h"
 
 #include <algorithm>
-#include <climits>
 #include <memory>
 
 #include "hidnode.h"
@@ -25,8 +24,9 @@ std::wstring placeOf(int port)
 class LayerFunction : public HidFunction
 {
 public:
-    explicit LayerFunction(const HidInterface& hidInterface)
+    LayerFunction(const HidInterface& hidInterface, bool isRefused)
         : face(hidInterface)
+        , refusesOpen(isRefused)
     {
     }
 
@@ -38,6 +38,7 @@ public:
                 std::max<std::uint16_t>(capabilities.featureReportBytes, report.dataBytes + 1);
         return capabilities;
     }
+    DWORD open(const ShareMode&) override { return refusesOpen ? ERROR_ACCESS_DENIED : ERROR_SUCCESS; }
     DWORD setFeature(const std::uint8_t* report, std::size_t size) override
     {
         return face.serves ? errorOf(face.serves->set(report, size)) : ERROR_INVALID_FUNCTION;
@@ -49,13 +50,15 @@ public:
 
 private:
     const HidInterface face;
+    const bool refusesOpen;
 };
 
 DeviceNode nodeOf(const BusDevice& device, const HidInterface& hidInterface)
 {
     const HidIdentity identity{
         device.vendorId, device.productId, hidInterface.number, {}, hidInterface.usagePage};
-    return hidNode(identity, placeOf(device.port), std::make_shared<LayerFunction>(hidInterface));
+    return hidNode(identity, placeOf(device.port),
+                   std::make_shared<LayerFunction>(hidInterface, device.refusesOpen));
 }
 
 } // namespace
@@ -67,12 +70,8 @@ LayerBus::LayerBus(SimulatedDeviceTree& deviceTree)
 
 void LayerBus::attach(const BusDevice& device)
 {
-    for (const HidInterface& hidInterface : device.interfaces) {
-        DeviceNode node = nodeOf(device, hidInterface);
-        tree.refuseOpen(node.interfacePath, device.refusesOpen ? ERROR_ACCESS_DENIED : ERROR_SUCCESS,
-                        device.refusesOpen ? INT_MAX : 0);
-        tree.plug(std::move(node));
-    }
+    for (const HidInterface& hidInterface : device.interfaces)
+        tree.plug(nodeOf(device, hidInterface));
 }
 
 void LayerBus::detach(int port)

@@ -20,13 +20,13 @@ std::int64_t piecesOf(const std::vector<std::uint8_t>& image, std::int64_t piece
     return (static_cast<std::int64_t>(image.size()) + pieceBytes - 1) / pieceBytes;
 }
 
-std::string versionOf(const std::vector<std::uint8_t>& memory)
+} // namespace
+
+std::string Verdict::versionOf(const std::vector<std::uint8_t>& memory)
 {
     const auto identity = ImageBuilder::identityOf(memory);
     return identity ? identity->version : "(no valid firmware)";
 }
-
-} // namespace
 
 std::optional<std::size_t> Verdict::firstDifference(const std::vector<std::uint8_t>& memory,
                                                     const std::vector<std::uint8_t>& image)

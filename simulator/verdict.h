@@ -16,6 +16,9 @@ namespace Verdict {
 std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memory,
                                            const std::vector<std::uint8_t>& image);
 
+/// Of the firmware in @p memory, such as "1.2.3"; "(no valid firmware)" where there is none.
+std::string versionOf(const std::vector<std::uint8_t>& memory);
+
 /// Such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
 /// @param before  the memory before the update.
 std::string text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,

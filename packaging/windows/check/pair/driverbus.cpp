@@ -86,7 +86,7 @@ void DriverBus::attach(const BusDevice& device)
                 slot.server = std::thread([this, number] { serve(number); });
         }
         const BusProtocol::Plug plug = plugFor(device, hid, number);
-        if (!request(BusProtocol::plugCode, &plug, sizeof(plug)))
+        if (!request(makeEvent(), BusProtocol::plugCode, &plug, sizeof(plug)))
             std::printf("The bus refuses a device: error %lu\n", GetLastError());
     }
 }
@@ -101,18 +101,20 @@ void DriverBus::detach(int port)
                 continue;
             slots.at(number).isTaken = false;
         }
-        if (!request(BusProtocol::unplugCode, &number, sizeof(number)))
+        if (!request(makeEvent(), BusProtocol::unplugCode, &number, sizeof(number)))
             std::printf("The bus holds a device back: error %lu\n", GetLastError());
     }
 }
 
-/// Waits until the driver has done @p code.
-bool DriverBus::request(std::uint32_t code, const void* input, DWORD inputSize, void* output,
-                        DWORD outputSize) const
+DriverBus::Event DriverBus::makeEvent()
 {
-    // Not one for each thread: the compiler's run-time frees a thread's objects before it destroys them.
-    const std::unique_ptr<void, decltype(&CloseHandle)> done(CreateEventW(nullptr, TRUE, FALSE, nullptr),
-                                                             &CloseHandle);
+    return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
+}
+
+/// Waits until the driver has done @p code, which signals @p done.
+bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
+                        void* output, DWORD outputSize) const
+{
     OVERLAPPED overlapped{};
     overlapped.hEvent = done.get();
     DWORD received = 0;
@@ -124,10 +126,12 @@ bool DriverBus::request(std::uint32_t code, const void* input, DWORD inputSize, 
 
 void DriverBus::serve(std::uint32_t number)
 {
+    const Event done = makeEvent(); // for all transfers, which the others have to wait for
     BusProtocol::Request wanted{};
     BusProtocol::Answer answer{};
     answer.port = number;
-    while (!ending && request(BusProtocol::answerCode, &answer, sizeof(answer), &wanted, sizeof(wanted)))
+    while (!ending &&
+           request(done, BusProtocol::answerCode, &answer, sizeof(answer), &wanted, sizeof(wanted)))
         answer = serveOne(number, wanted);
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -38,8 +39,11 @@ private:
         std::thread server;
     };
 
-    bool request(std::uint32_t code, const void* input, DWORD inputSize, void* output = nullptr,
-                 DWORD outputSize = 0) const;
+    using Event = std::unique_ptr<void, decltype(&CloseHandle)>;
+
+    static Event makeEvent();
+    bool request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
+                 void* output = nullptr, DWORD outputSize = 0) const;
     void serve(std::uint32_t number);
     BusProtocol::Answer serveOne(std::uint32_t number, const BusProtocol::Request& wanted);
 
