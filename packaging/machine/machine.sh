@@ -1,0 +1,121 @@
+# Sourced at the root of the sources, after scripts/packages.sh, by the scripts that check the packages. Makes Debian
+# systems in folders and boots them with Debian's own kernel in a virtual machine, which needs no support from the
+# processor, hence runs 32-bit programs on any.
+#
+# machine_install                      Installs what the functions below need on this computer, and fetches the kernel.
+# machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
+#       Makes a Debian of this computer's release in FOLDER, unless the same call already did. The shell commands BEFORE
+#       and AFTER run in it before and after PACKAGES are installed. Messages go to FOLDER.log.
+# machine_enter FOLDER COMMAND...      Runs a command in such a folder, in namespaces of its own: when it ends, all that
+#                                      it started ends too.
+# machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
+# machine_boot IMAGE LOG LIMIT_S FIRST [PARAMETER...]
+#       Boots the disk. Its program FIRST (no systemd needed: /sbin/init or a script with execute permission) runs as
+#       process 1, with only the root file system and /dev mounted; PARAMETER... go to the kernel. The machine stops when
+#       it powers off or process 1 exits, or after LIMIT_S seconds. What is printed on /dev/console (/dev/ttyS0) goes to
+#       LOG; the lines of checks.sh and those that start with "| " also go to the standard output.
+#       Succeeds if exactly one line of LOG is "checks: all hold".
+# machine_take IMAGE FOLDER TARGET     Copies a folder out of the image of a stopped machine, to TARGET/basename.
+# machine_modules FOLDER               Copies the kernel's modules into a Debian in FOLDER, for modprobe.
+
+machine_cache=${UPDATER_MACHINE_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-machine}
+
+machine_install() {
+    # shellcheck disable=SC2154,SC2086
+    install_packages debootstrap e2fsprogs busybox-static cpio kmod $machine_packages
+    mkdir -p "$machine_cache" || fail "Cannot create the folder $machine_cache"
+    [ -n "$(apt-cache depends linux-image-amd64 2>/dev/null)" ] || as_root apt-get update -qq
+    (
+        flock 9
+        [ -d "$machine_cache/kernel" ] || machine_fetch_kernel >"$machine_cache/kernel.log" 2>&1 || exit 1
+        machine_make_initial_disk >>"$machine_cache/kernel.log" 2>&1
+    ) 9>"$machine_cache/lock" || fail "Could not get a kernel; see $machine_cache/kernel.log"
+}
+
+machine_fetch_kernel() (
+    set -e
+    cd "$machine_cache"
+    rm -rf new
+    mkdir new
+    package=$(apt-cache depends linux-image-amd64 | sed -n 's/.*Depends: //p')
+    (cd new && apt-get -o APT::Sandbox::User=root download "$package")
+    dpkg-deb --extract new/*.deb new/kernel
+    /sbin/depmod -b new/kernel "$(ls new/kernel/lib/modules)"
+    mv new/kernel kernel
+    rm -r new
+)
+
+# The initial RAM disk finds the real one.
+machine_make_initial_disk() (
+    set -e
+    disk=$machine_cache/disk
+    rm -rf "$disk"
+    mkdir -p "$disk/bin" "$disk/dev" "$disk/root" "$disk/modules"
+    cp packaging/machine/init "$disk"
+    cp /bin/busybox "$disk/bin"
+    version=$(ls "$machine_cache/kernel/lib/modules")
+    for module in virtio_pci virtio_blk ext4 crc32c_generic; do
+        /sbin/modprobe -d "$machine_cache/kernel" -S "$version" --show-depends $module
+    done | sed -n 's/^insmod //p' | cat -n | sort -uk2 | sort -n | while read -r number file; do
+        cp "$file" "$disk/modules/$(printf %03d "$number")"
+    done
+    cd "$disk"
+    find . | cpio -o -H newc -R 0:0 --quiet | gzip -1 >"$machine_cache/initrd.new"
+    mv "$machine_cache/initrd.new" "$machine_cache/initrd"
+)
+
+machine_modules() {
+    as_root mkdir -p "$1/usr/lib/modules"
+    as_root cp -r "$machine_cache/kernel/lib/modules/." "$1/usr/lib/modules"
+}
+
+machine_enter() {
+    entered=$1
+    shift
+    as_root unshare --mount --pid --fork --kill-child chroot "$entered" \
+        sh -c 'mount -t proc proc /proc; mount -t tmpfs tmpfs /tmp; exec "$@"' sh "$@"
+}
+
+machine_debian() {
+    [ "$(cat "$1/ready" 2>/dev/null)" != "$2;$3;$4" ] || return 0
+    echo "Making a Debian in $1; messages go to $1.log"
+    as_root rm -rf "$1"
+    # shellcheck disable=SC1091
+    release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    # shellcheck disable=SC2016
+    repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
+        "Codename: $release" | head -n 1)
+    # This Debian follows the release only, without later updates, so that the lists of two architectures match.
+    as_root debootstrap --variant=minbase "$release" "$1" "$repository" >"$1.log" 2>&1 &&
+        machine_enter "$1" sh -ec "$3
+            apt-get update
+            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
+                -o Dpkg::Options::=--force-unsafe-io $2
+            apt-get clean
+            $4" >>"$1.log" 2>&1 ||
+        fail "Could not make a Debian; see $1.log"
+    printf '%s;%s;%s\n' "$2" "$3" "$4" | as_root tee "$1/ready" >/dev/null
+}
+
+machine_disk() {
+    size=$(as_root du -sm "$2" | cut -f 1)
+    as_root rm -f "$1"
+    as_root mke2fs -q -t ext4 -O ^has_journal -d "$2" "$1" "$((size * 11 / 10 + $3))M"
+}
+
+machine_boot() {
+    image=$1 log=$2 limit_s=$3 first=$4
+    shift 4
+    # shellcheck disable=SC2094
+    timeout "$limit_s" qemu-system-x86_64 -accel tcg,thread=multi -cpu qemu64 -smp 2 -m 2048 -no-reboot -nic none \
+        -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \
+        -drive file="$image",format=raw,if=virtio,cache=unsafe \
+        -append "console=ttyS0 quiet panic=-1 no_timer_check mitigations=off first=$first $*" </dev/null |
+        tr -d '\r' | tee "$log" | grep -a -E '^(holds|FAILED|checks):|^\| ' || true
+    [ "$(grep -a -c '^checks: all hold$' "$log")" -eq 1 ]
+}
+
+machine_take() {
+    mkdir -p "$3"
+    as_root /sbin/debugfs -R "rdump $2 $3" "$1" 2>/dev/null
+}
