@@ -4,9 +4,11 @@
 #include <QMutexLocker>
 #include <QTextStream>
 
+#include "logfolder.h"
+
 namespace {
 
-constexpr char lineEnd[] = "\r\n"; // also where the system has another one
+constexpr char lineEnd[] = "\r\n"; // on every system
 
 Q_GLOBAL_STATIC(QTextStream, logStream)
 Q_GLOBAL_STATIC(QMutex, logLock)
@@ -25,15 +27,14 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
         return;
     stream << QString(text).replace(QLatin1Char('\n'), QLatin1String(lineEnd)) << lineEnd;
     stream.flush();
-    stream.resetStatus(); // on a full disk messages are lost, and not kept in memory
+    stream.resetStatus(); // on a full disk messages are lost, not kept in memory
 }
 
 } // namespace
 
-LogFile::LogFile(const QString& path)
-    : file(path)
+LogFile::LogFile(const QDateTime& start)
 {
-    static_cast<void>(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    static_cast<void>(LogFolder::createLog(file, start));
     attachLogStream(&file);
     previousHandler = qInstallMessageHandler(writeMessage);
 }
@@ -41,6 +42,6 @@ LogFile::LogFile(const QString& path)
 LogFile::~LogFile()
 {
     qInstallMessageHandler(previousHandler);
-    // A thread may still be inside the handler; it finds no device once this has the lock.
+    // A thread may still be inside the handler. Once this has the lock, that thread finds no device.
     attachLogStream(nullptr);
 }

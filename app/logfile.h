@@ -3,20 +3,26 @@
 #include <QFile>
 #include <QString>
 
-/// The log of one run: while an object lives, every message of Qt's message logger, from whatever thread,
-/// becomes one line of its file, ended by CR LF and flushed at once. A line holds the message text only,
-/// without type or source context.
+class QDateTime;
+
+/// The log of one run: while an object lives, every message of Qt's message logger, from any thread, becomes
+/// one line of its file, ended by CR LF and flushed at once. A line holds the message text only, without type
+/// or source context.
 ///
-/// A file that cannot be opened, or a full disk, loses the messages silently. There is one log per process at
-/// a time; create and destroy it on the main thread.
+/// If no file can be created, or while the disk is full, messages are lost silently. There is one log per
+/// process at a time; create and destroy it on the main thread.
 class LogFile
 {
 public:
-    /// Truncates the file at the absolute path @p path and installs the message handler.
-    explicit LogFile(const QString& path);
+    /// Creates the log of a run that started at local time @p start, see LogFolder, and installs the message
+    /// handler.
+    explicit LogFile(const QDateTime& start);
 
-    /// Gives messages back to the handler of before and closes the file. Threads may go on logging meanwhile.
+    /// Restores the previous message handler and closes the file. Other threads may go on logging meanwhile.
     ~LogFile();
+
+    /// The file's absolute path, or "" if there is none.
+    QString path() const { return file.isOpen() ? file.fileName() : QString(); }
 
 private:
     QFile file;

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QDateTime>
 #include <QDebug>
 #include <QIcon>
 #include <QTranslator>
@@ -25,7 +26,7 @@ int main(int argc, char* argv[])
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
     // Destroyed after the window and the translators, so that their last messages are logged too.
-    const LogFile logFile(Startup::logFilePath(QDateTime::currentDateTime()));
+    const LogFile logFile(QDateTime::currentDateTime());
     qDebug() << "Application path: " << QCoreApplication::applicationDirPath();
 
     QTranslator qtTranslator;

@@ -12,7 +12,6 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLocale>
-#include <QStandardPaths>
 #include <QTranslator>
 
 namespace {
@@ -47,15 +46,6 @@ void Startup::enableHighDpiScaling()
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-}
-
-QString Startup::logFilePath(const QDateTime& start)
-{
-    const QString folder = QStringLiteral("ZEFO_VYNT_Firmware_Update_Logs");
-    const QDir temporary(QStandardPaths::writableLocation(QStandardPaths::TempLocation));
-    static_cast<void>(temporary.mkdir(folder));
-    return temporary.absoluteFilePath(
-        QStringLiteral("%1/%2.txt").arg(folder, start.toString(QStringLiteral("yyyyMMdd-HHmm"))));
 }
 
 void Startup::installTranslator(QTranslator& translator, const QString& prefix)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDateTime>
 #include <QDir>
 #include <QString>
 #include <QStringList>
@@ -13,10 +12,6 @@ namespace Startup {
 /// Lets Qt scale the fixed-size window with the screen's resolution. Call before the application object
 /// exists.
 void enableHighDpiScaling();
-
-/// The absolute path of the log of a run that started at local time @p start, in the user's temporary
-/// directory. Its folder is created where it is missing; runs that start within one minute share the path.
-QString logFilePath(const QDateTime& start);
 
 /// Loads the catalogue named @p prefix and the system locale's name ("de_DE", else "de") from the resources
 /// and installs @p translator in the application. Without such a catalogue the texts stay English.

@@ -218,11 +218,13 @@ void TestFlashingDialog::theLogTellsWhereADeviceWasLost()
     QFETCH(const int, transfer);
     QFETCH(const QByteArray, place);
     Run run(type == Transmitter ? "T" : "H");
-    const QString path = run.folder.filePath("log.txt"_s);
+    qputenv("TMPDIR", QFile::encodeName(run.folder.path()));
+    QString path;
     std::promise<void> heard;
     connect(this, &TestFlashingDialog::deviceVanished, run.dialog.get(), [&heard] { heard.set_value(); });
     {
-        const LogFile log(path);
+        const LogFile log(QDateTime::currentDateTime());
+        path = log.path();
         if (transfer == 0) {
             run.startInVain(1);
             for (auto* const timer : run.updaters().first()->findChildren<QTimer*>()) {
