@@ -1,10 +1,12 @@
 #include "benchoptions.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QRandomGenerator>
 
 #include "clock.h"
 
@@ -12,12 +14,13 @@ namespace {
 
 constexpr int usageError = 2;
 constexpr int minImageBytes = 1024;             // room for the headers and the descriptors
-constexpr int maxImageBytes = 16 * 1024 * 1024; // the loader's addresses carry more; nobody's flash does
+constexpr int maxImageBytes = 16 * 1024 * 1024; // larger than any chip's flash
+constexpr int maxSample = 1000000;
 
 struct Switch
 {
     const char* name;
-    const char* value; ///< what the help calls it; empty where there is none
+    const char* value; ///< its name in the help; empty if the switch takes none
     const char* byDefault;
     const char* description;
 };
@@ -28,19 +31,21 @@ constexpr Switch switches[] = {
     {"chip", "ID", "12", "The chip's identifier, 12 or 13."},
     {"revision", "N", "2", "The chip's revision, 2 or 3."},
     {"image-size", "BYTES", "8192", "The size of each sample image."},
-    {"fault", "NAME[@K]", "", "A fault, at the device's K-th transfer (default 1)."},
+    {"fault", "NAME[@K]", "", "A fault, from the device's K-th transfer on (default 1)."},
     {"fault-device", "DEVICE", "headset", "The device with the fault, transmitter or headset."},
     {"fast", "", "", "Virtual time: no delay is waited for."},
-    {"speed", "N", "1", "Time that runs N times as fast as on the wall."},
+    {"speed", "N", "1", "Time runs N times as fast as real time."},
     {"bus", "NAME", "layer",
      "What the devices are plugged into: layer, the simulated computer, or uhid, this computer's kernel, "
-     "which takes root."},
-    {"dark", "", "", "Light text on dark ground."},
-    {"drive", "", "", "Drive itself although there is a display."},
+     "which needs root."},
+    {"dark", "", "", "Light text on a dark background."},
+    {"drive", "", "", "Drive itself even if there is a display."},
     {"screenshots", "FOLDER", "", "Save a picture of every screen."},
     {"fault-matrix", "", "", "Every fault at every transfer of every device, chip and revision."},
     {"family", "NAME", "", "Of the fault matrix, only this family, such as headset-12-2."},
-    {"sample", "N", "1", "Of the fault matrix, only every N-th fault."},
+    {"sample", "N", "0",
+     "Of the fault matrix, only N faults, drawn at random over kinds and families; 0: all."},
+    {"seed", "S", "", "The seed of the draw; without it a random one is taken. It is printed."},
 };
 
 QString description()
@@ -72,7 +77,7 @@ int number(const QCommandLineParser& parser, const QString& name, int min, int m
     return value;
 }
 
-/// @return whether it is the first one.
+/// @return whether the value is the first of the two.
 bool choice(const QCommandLineParser& parser, const QString& name, const QString& first,
             const QString& second)
 {
@@ -95,12 +100,39 @@ void readFault(const QString& text, BenchOptions& options)
 
 void checkKernelBus(const BenchOptions& options)
 {
-    if (options.fast || options.faultMatrix)
-        fail(QStringLiteral("the kernel's time is neither virtual nor repeatable"));
+    if (options.fast)
+        fail(QStringLiteral("the kernel's time is not virtual"));
     if (options.takesTour)
         fail(QStringLiteral("the tour of the screens needs the simulated computer"));
     if (options.fault == Fault::RefuseOpen)
-        fail(QStringLiteral("the kernel refuses root nothing"));
+        fail(QStringLiteral("refuse-open has no effect with --bus uhid: root may open anything"));
+    if (options.fault && descriptionOf(*options.fault).needsLayer)
+        fail(QStringLiteral("the kernel knows no orderly removal"));
+}
+
+void readChip(const QCommandLineParser& parser, BenchOptions& options)
+{
+    constexpr int maxByte = 255;
+    options.chipId = number(parser, QStringLiteral("chip"), 0, maxByte);
+    options.revision = number(parser, QStringLiteral("revision"), 0, maxByte);
+    const auto& known = SimulatedChip::models();
+    if (std::none_of(known.begin(), known.end(), [&](const SimulatedChip::Model& model) {
+            return model.chipId == options.chipId && model.revision == options.revision;
+        }))
+        fail(QStringLiteral("no such chip: %1, revision %2").arg(options.chipId).arg(options.revision));
+}
+
+void readFaultMatrix(const QCommandLineParser& parser, BenchOptions& options)
+{
+    options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
+    options.family = parser.value(QStringLiteral("family"));
+    options.sample = number(parser, QStringLiteral("sample"), 0, maxSample);
+    bool isNumber = true;
+    options.seed = parser.isSet(QStringLiteral("seed"))
+                       ? parser.value(QStringLiteral("seed")).toUInt(&isNumber)
+                       : QRandomGenerator::system()->generate();
+    if (!isNumber)
+        fail(QStringLiteral("--seed takes a number"));
 }
 
 } // namespace
@@ -124,8 +156,7 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     BenchOptions options;
     options.archivePath = parser.value(QStringLiteral("archive"));
     options.generation = number(parser, QStringLiteral("generation"), 1, 2);
-    options.chipId = number(parser, QStringLiteral("chip"), 12, 13);
-    options.revision = number(parser, QStringLiteral("revision"), 2, 3);
+    readChip(parser, options);
     options.imageBytes = number(parser, QStringLiteral("image-size"), minImageBytes, maxImageBytes);
     options.fast = parser.isSet(QStringLiteral("fast"));
     options.speed = number(parser, QStringLiteral("speed"), 1, static_cast<int>(ScaledClock::atOnce));
@@ -135,9 +166,7 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     if (options.takesTour && !QDir().mkpath(options.screenshotsFolder))
         fail(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
     options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
-    options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
-    options.family = parser.value(QStringLiteral("family"));
-    options.sample = number(parser, QStringLiteral("sample"), 1, maxImageBytes);
+    readFaultMatrix(parser, options);
     const bool isHeadsets = choice(parser, QStringLiteral("fault-device"), QStringLiteral("headset"),
                                    QStringLiteral("transmitter"));
     options.faultDevice = isHeadsets ? DeviceType::Headset : DeviceType::Transmitter;

@@ -24,6 +24,7 @@ constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset
 
 BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     : options(benchOptions)
+    , isHurried(options.fast || options.speed > 1)
     , lookIntervalMs(options.fast ? 1 : 20)
     , fault(options.fault)
     , log(eventLog)
@@ -105,12 +106,16 @@ void BenchRun::preparePair()
     setup.bus = kernelComputer ? &kernelComputer->bus() : nullptr;
     pair = std::make_unique<SimulatedPair>(machine, setup);
     judge = std::make_unique<Judge>(Judge::Scene{machine, *pair, images, options.fast, log});
-    virtualClock.onSleep = [this](std::uint32_t ms) { judge->noteSleep(ms); };
+    virtualClock.onSleep = [this](std::uint32_t ms) { noteSleep(ms); };
     for (const DeviceType type : bothTypes) {
         SimulatedDevice& device = pair->device(type);
         device.onPhase = [this, type](Phase phase) { judge->notePhase(type, phase); };
-        if (options.fast || options.speed > 1)
-            device.onVanished = [this] { letEverybodyHear(); };
+        device.onRemovalRequested = [this](const std::shared_future<void>& requested) {
+            const std::lock_guard<std::mutex> guard(removalMutex);
+            removal = requested;
+        };
+        if (isHurried)
+            device.onVanished = [this] { letGuiHandleEvents(); };
     }
 }
 
@@ -129,10 +134,10 @@ void BenchRun::drive()
     for (const DeviceType type : bothTypes)
         longestMs += 2 * (Verdict::programmingDelaysMs(type, images[type]) + Verdict::restartDelayMs);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
-        log.add(QStringLiteral("verdict: the update does not come to an end"));
+        log.add(QStringLiteral("verdict: the update timed out"));
         Q_EMIT finished(unexpected);
     });
-    if (options.fast)
+    if (isHurried)
         vainWaits.start(lookIntervalMs);
     if (options.takesTour)
         takeTour();
@@ -192,9 +197,13 @@ void BenchRun::endUpdate(const Outcome& outcome)
         Q_EMIT finished(complaints.isEmpty() ? 0 : unexpected);
         return;
     }
-    const bool wasStruck = pair->device(options.faultDevice).struckAt().has_value();
+    if (const auto struck = pair->device(options.faultDevice).struckAt())
+        faultPhase = QLatin1String(phaseName(struck->phase));
+    faultException = judge->exception(outcome);
     log.add(QStringLiteral("verdict: the expected outcome of the fault%1")
-                .arg(wasStruck ? QString() : QStringLiteral(" (no transfer was hit)")));
+                .arg(faultPhase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
+    if (!faultException.isEmpty())
+        log.add(QStringLiteral("verdict: documented exception: ") + faultException);
     // From the pairing instructions there is no way back.
     tryAgain(!outcome.report.isEmpty());
 }
@@ -229,8 +238,8 @@ void BenchRun::updateAnew()
     driveUpdater();
 }
 
-/// In virtual time: the 30 s for which an updater waits for its device are over as soon as that has come to
-/// rest outside its programming mode, for it will not get there any more.
+/// Ends the 30 s for which an updater waits for its device if time does not run as usual: as soon as the
+/// device has come to rest outside its programming mode, as it will not get there any more.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -245,15 +254,26 @@ void BenchRun::endVainWaits()
     }
 }
 
-/// In virtual time no delay gives the updater the time to hear that a device is gone, so that time is given
-/// here: the report of the removal stands in the event queue before the answer to this call.
-void BenchRun::letEverybodyHear()
+/// In virtual time an orderly removal that is under way gets the time of the first delay after it.
+void BenchRun::noteSleep(std::uint32_t ms)
+{
+    judge->noteSleep(ms);
+    std::unique_lock<std::mutex> lock(removalMutex);
+    const std::shared_future<void> underWay = removal;
+    lock.unlock();
+    if (underWay.valid())
+        underWay.wait();
+}
+
+/// If time does not run as usual, no delay gives the updater the time to notice that a device is gone, so
+/// this function gives it: the report of the removal is in the event queue before the answer to this call.
+void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())
         return;
     constexpr auto longest = std::chrono::seconds(5); // the GUI thread may be waiting for this one
-    const auto heard = std::make_shared<std::promise<void>>();
+    const auto handled = std::make_shared<std::promise<void>>();
     QMetaObject::invokeMethod(
-        this, [heard] { heard->set_value(); }, Qt::QueuedConnection);
-    heard->get_future().wait_for(longest);
+        this, [handled] { handled->set_value(); }, Qt::QueuedConnection);
+    handled->get_future().wait_for(longest);
 }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 
 #include <QMap>
 #include <QObject>
@@ -38,6 +40,10 @@ public:
     /// Lets time run @p speed times as fast as on the wall; virtual time knows no speed. Any thread.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
+    /// The phase in which the fault struck; empty if it met no transfer.
+    QString struckIn() const { return faultPhase; }
+    /// As Judge::exception(), of the update with the fault.
+    QString exception() const { return faultException; }
 
     /// Writes an archive at @p path whose images fit the devices' memories.
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
@@ -60,11 +66,15 @@ private:
     void tryAgain(bool isUpdaterUsable);
     void updateAnew();
     void endVainWaits();
-    void letEverybodyHear();
+    void noteSleep(std::uint32_t ms);
+    void letGuiHandleEvents();
 
     const BenchOptions options;
+    const bool isHurried; ///< time runs faster than real time
     const int lookIntervalMs;
-    std::optional<Fault> fault; ///< of the next update; none of the one that repairs
+    std::optional<Fault> fault; ///< of the next update; the repair has none
+    QString faultPhase;
+    QString faultException;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread
     QTemporaryDir folder;
@@ -75,7 +85,9 @@ private:
     SimulatedMachine machine;
     std::unique_ptr<KernelComputer> kernelComputer; ///< null where the computer is the simulated one
     ScopedMachine scope;
-    std::unique_ptr<Judge> judge; ///< outlives the pair, which sleeps
+    std::mutex removalMutex;
+    std::shared_future<void> removal; ///< the last orderly one, guarded by `removalMutex`
+    std::unique_ptr<Judge> judge;     ///< outlives the pair, whose threads sleep
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;

@@ -1,63 +1,114 @@
 #include "expectation.h"
 
+#include <limits>
+
 #include "flashingerror.h"
 
 namespace {
 
-constexpr Expectation success{0, true, 0};
-constexpr Expectation lost{FlashingError::DeviceLost, false, 0};
-constexpr Expectation unknownChip{FlashingError::UnknownChip, false, 0};
+constexpr int anyNumber = std::numeric_limits<int>::max();
 
-// Chip identifier and revision, a request and its answer each; all are made, whatever becomes of one.
+constexpr char failedTransfer[] = "a transfer failed, the device stayed";
+constexpr char lostAtLastCommit[] = "the device was lost at the last commit";
+
+// Chip identifier and revision, a request and its answer each. The updater makes all four, even if one fails.
 constexpr int identificationTransfers = 4;
 
-/// @param isGone  whether the device is, and not only one transfer.
-Expectation whenTransferFails(const Transfers& at, bool isGone, int commits)
+constexpr Expectation failsWith(int code, int lostTransfers = 0)
+{
+    return {code, lostTransfers, lostTransfers};
+}
+
+constexpr Expectation succeeds(int lostTransfers = 0, const char* exception = nullptr)
+{
+    return {0, lostTransfers, lostTransfers, exception};
+}
+
+int transfersLeftToIdentify(const Transfers& at)
+{
+    return identificationTransfers - at.inPhase.at(Phase::Identify);
+}
+
+bool isAtLastCommit(const Transfers& at, int commits)
+{
+    return at.phase == Phase::Commit && at.inPhase.at(Phase::Commit) == commits;
+}
+
+Expectation whenTransferFails(const Transfers& at)
 {
     switch (at.phase) {
     case Phase::Leave:
-        return lost; // it never comes back in programming mode
-    case Phase::Identify: {
-        const int later = identificationTransfers - at.inPhase.at(Phase::Identify);
-        return {FlashingError::UnknownChip, false, isGone ? 1 + later : 1};
-    }
+        return failsWith(FlashingError::DeviceLost); // it never enters programming mode
+    case Phase::Identify:
+        return failsWith(FlashingError::UnknownChip, 1);
     case Phase::FinalWait:
-        return {0, true, 1};
+        return succeeds(1);
+    default:
+        return succeeds(1, failedTransfer);
+    }
+}
+
+Expectation whenLost(const Transfers& at, int commits, bool isHeardLate)
+{
+    switch (at.phase) {
+    case Phase::Leave:
+        return failsWith(FlashingError::DeviceLost);
+    case Phase::Identify:
+        return failsWith(FlashingError::UnknownChip, 1 + transfersLeftToIdentify(at));
+    case Phase::FinalWait:
+        return succeeds(1);
     default:
         break;
     }
-    if (!isGone)
-        return {0, false, 1};
-    if (at.phase == Phase::Commit && at.inPhase.at(Phase::Commit) == commits)
-        return {0, false, 2}; // the end of programming is announced all the same
-    return {FlashingError::DeviceLost, false, 1};
+    if (isAtLastCommit(at, commits))
+        return succeeds(2, lostAtLastCommit); // the updater announces the end of programming all the same
+    return {FlashingError::DeviceLost, 1, isHeardLate ? anyNumber : 1};
+}
+
+/// The detector closed the device after the transfers @p at.
+Expectation whenWithdrawn(const Transfers& at, int commits)
+{
+    if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)
+        return succeeds(); // the device is not lent out then
+    if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
+        return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
+    if (isAtLastCommit(at, commits))
+        return succeeds(1); // all is written; only the end of programming cannot be announced
+    return {FlashingError::DeviceLost, 0, 1};
 }
 
 } // namespace
 
-Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits)
+Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits,
+                           bool isHeardLate)
 {
     if (!fault || !struckAt)
-        return success;
+        return succeeds();
+    const bool isAtLeave = struckAt->phase == Phase::Leave;
     const bool isBeforeIdentification =
-        struckAt->phase == Phase::Leave ||
-        (struckAt->phase == Phase::Identify && struckAt->inPhase.at(Phase::Identify) == 1);
+        isAtLeave || (struckAt->phase == Phase::Identify && struckAt->inPhase.at(Phase::Identify) == 1);
     switch (*fault) {
     case Fault::TransferFails:
-        return whenTransferFails(*struckAt, false, commits);
+        return whenTransferFails(*struckAt);
     case Fault::Vanish:
     case Fault::PowerLost:
-        return whenTransferFails(*struckAt, true, commits);
+        return whenLost(*struckAt, commits, isHeardLate);
     case Fault::WrongIdentity:
-        return isBeforeIdentification ? unknownChip : success;
+        return isBeforeIdentification ? failsWith(FlashingError::UnknownChip) : succeeds();
     case Fault::RefuseOpen:
     case Fault::NeverBack:
-        return struckAt->phase == Phase::Leave ? lost : success; // the last restart is nobody's business
+        return isAtLeave ? failsWith(FlashingError::DeviceLost)
+                         : succeeds(); // nobody waits for the last restart
+    case Fault::ShortAnswer:           // counts as a failed transfer; answers are read in identification only
+        return failsWith(FlashingError::UnknownChip, 1);
+    case Fault::NoData:
+        return failsWith(FlashingError::UnknownChip);
+    case Fault::Removed:
+    case Fault::RemovalRefused:
+        return whenWithdrawn(*struckAt, commits);
     case Fault::OtherPort:
-        return success;
-    case Fault::ShortAnswer: // counts as a transfer that failed; answers are asked for in identification only
-        return {FlashingError::UnknownChip, false, 1};
-    default:
-        return unknownChip;
+    case Fault::None:
+        break;
     }
+    return succeeds();
 }

@@ -4,17 +4,22 @@
 
 #include "faults.h"
 
-/// How the update of a device has to end.
+/// How the update of a device must end.
 struct Expectation
 {
-    int errorCode = 0;         ///< 0: the updater reports success
-    bool isMemoryWhole = true; ///< whether a success means that the memory equals the image
-    /// Transfers that do not get through while the device is programmed. They are told in the updater's log;
-    /// each beyond the one at which the fault struck was sent to a device known to be lost.
+    int errorCode = 0; ///< 0: the updater reports success
+    /// Transfers that fail while the device is programmed, the one at which the fault struck included. The
+    /// updater's log names them.
     int lostTransfers = 0;
+    int mostLostTransfers = lostTransfers; ///< if the fault races with the transfers
+    /// Why the updater may report success over a memory that differs from the image; null if it must not.
+    const char* exception = nullptr;
 };
 
 /// The outcome that the protocol prescribes when @p fault was armed for an update and struck at @p struckAt.
-/// A single transfer's failure is not acted on while the device stays, and nothing is asked after the last of
-/// @p commits commits, so there a success is reported over a memory that the next update has to put right.
-Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits);
+/// The protocol ignores a single failed transfer if the device stays, and checks nothing after the last of
+/// @p commits commits. These are the two exceptions: the updater reports success, and the next update repairs
+/// the memory.
+/// @param isHeardLate  whether the updater may go on for a while with a device that is lost.
+Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits,
+                           bool isHeardLate);

@@ -4,7 +4,6 @@
 #include <QThreadPool>
 
 #include "eventlog.h"
-#include "expectation.h"
 #include "verdict.h"
 
 namespace {
@@ -12,6 +11,12 @@ namespace {
 QString windowText(const char* text)
 {
     return QCoreApplication::translate("MainWindow", text);
+}
+
+/// Whether the fault strikes after its transfer, which succeeds.
+bool isWithdrawal(std::optional<Fault> fault)
+{
+    return fault == Fault::Removed || fault == Fault::RemovalRefused;
 }
 
 QString resultText(bool isSuccess)
@@ -39,7 +44,7 @@ void Judge::begin(std::optional<Fault> fault, DeviceType faulty)
     linesBefore = scene.log.lines().size();
     restoredBefore = scene.machine.audioEndpoints().defaultsSet().size();
     const std::lock_guard<std::mutex> guard(mutex);
-    begunMs.clear();
+    startedMs.clear();
     programmedMs.clear();
 }
 
@@ -54,14 +59,14 @@ void Judge::notePhase(DeviceType type, Phase phase)
     const std::lock_guard<std::mutex> guard(mutex);
     const std::int64_t nowMs = sleptMs[std::this_thread::get_id()];
     if (phase == Phase::Configure)
-        begunMs[type] = nowMs;
-    else if (phase == Phase::FinalWait && begunMs.count(type) > 0)
-        programmedMs[type] = nowMs - begunMs[type];
+        startedMs[type] = nowMs;
+    else if (phase == Phase::FinalWait && startedMs.count(type) > 0)
+        programmedMs[type] = nowMs - startedMs[type];
 }
 
 QStringList Judge::complaints(const Outcome& outcome) const
 {
-    QThreadPool::globalInstance()->waitForDone(); // the sound comes back on a thread of its own
+    QThreadPool::globalInstance()->waitForDone(); // a thread of its own restores the sound
     QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
@@ -78,22 +83,37 @@ QStringList Judge::complaints(const Outcome& outcome) const
     return all;
 }
 
+QString Judge::exception(const Outcome& outcome) const
+{
+    for (auto device = outcome.devices.begin(); device != outcome.devices.end(); ++device) {
+        if (device->errorCode == 0 && !isMemoryWhole(device.key()))
+            return QLatin1String(expectationFor(device.key()).exception);
+    }
+    return QString();
+}
+
+Expectation Judge::expectationFor(DeviceType type) const
+{
+    return ::expectationFor(type == faultyType ? armed : std::nullopt, scene.pair.device(type).struckAt(),
+                            Verdict::commits(scene.images[type]), !scene.isTimeVirtual);
+}
+
+bool Judge::isMemoryWhole(DeviceType type) const
+{
+    return !Verdict::firstDifference(scene.pair.device(type).memory(), scene.images[type]);
+}
+
 QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& device) const
 {
-    SimulatedDevice& simulated = scene.pair.device(type);
-    const std::vector<std::uint8_t> image = scene.images[type];
     const bool isSuccess = device.errorCode == 0;
-    const Expectation expected = expectationFor(type == faultyType ? armed : std::nullopt,
-                                                simulated.struckAt(), Verdict::commits(image));
-    QStringList all{complaintAboutLog(type, expected.lostTransfers)};
+    const Expectation expected = expectationFor(type);
+    QStringList all{complaintAboutLog(type, expected), complaintAboutTruth(type, isSuccess)};
     const auto require = [&](bool isRight, const QString& complaint) {
         if (!isRight)
             all << nameOf(type) + QStringLiteral(": ") + complaint;
     };
     require(device.errorCode == expected.errorCode, QStringLiteral("not the expected error code"));
-    require(!isSuccess || !expected.isMemoryWhole || !Verdict::firstDifference(simulated.memory(), image),
-            QStringLiteral("the memory is not the image"));
-    require(device.isBarFull == isSuccess, QStringLiteral("the progress bar does not tell how it went"));
+    require(device.isBarFull == isSuccess, QStringLiteral("the progress bar does not match the outcome"));
     require(device.text == resultText(isSuccess), QStringLiteral("the dialog says: ") + device.text);
     if (!scene.isTimeVirtual)
         return all;
@@ -102,30 +122,41 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
     const bool isAnnounced = time != programmedMs.end();
     require(isAnnounced || !isSuccess || expected.lostTransfers > 0,
             QStringLiteral("the end of programming was not announced"));
-    require(!isAnnounced || time->second == Verdict::programmingDelaysMs(type, image),
-            QStringLiteral("%1 ms were waited").arg(isAnnounced ? time->second : 0));
+    require(!isAnnounced || time->second == Verdict::programmingDelaysMs(type, scene.images[type]),
+            QStringLiteral("the delays total %1 ms").arg(isAnnounced ? time->second : 0));
     return all;
 }
 
-/// Every transfer that did not get through while the device was programmed is told, by its number there.
-QString Judge::complaintAboutLog(DeviceType type, int lostTransfers) const
+/// A success must mean that the memory equals the image, but for the documented exceptions. A failure must
+/// not be shown for a device that runs the new firmware.
+QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
 {
-    const QString told = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
-                                                         : QStringLiteral("Headset: Transfer ");
-    const QStringList lines = scene.log.lines().mid(linesBefore).filter(told);
-    // In real time some may still be under way when the loss is told.
-    const bool areMoreUnderWay = !scene.isTimeVirtual && lostTransfers > 0 && lines.size() > lostTransfers;
-    if (lines.size() != lostTransfers && !areMoreUnderWay)
-        return QStringLiteral("%1: %2 transfers did not get through").arg(nameOf(type)).arg(lines.size());
-    if (lines.isEmpty())
-        return QString();
-    const int number = scene.pair.device(type).struckAt()->count - 1; // the first made it leave its mode
-    const bool isFirstTold = lines.first().contains(told + QStringLiteral("%1 did not").arg(number));
-    return isFirstTold ? QString()
-                       : nameOf(type) + QStringLiteral(": another transfer is told than the one that failed");
+    const bool isWhole = isMemoryWhole(type);
+    if (isSuccess && !isWhole && !expectationFor(type).exception)
+        return QStringLiteral("%1: the memory is not the image").arg(nameOf(type));
+    if (!isSuccess && isWhole && !scene.pair.device(type).isProgramming())
+        return QStringLiteral("%1: the device needs no repair").arg(nameOf(type));
+    return QString();
 }
 
-/// Every failure that a fault can bring about is one of the connection.
+/// The log names every transfer that failed while the device was programmed, by its number there.
+QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) const
+{
+    const QString logged = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
+                                                           : QStringLiteral("Headset: Transfer ");
+    const QStringList lines = scene.log.lines().mid(linesBefore).filter(logged);
+    if (lines.size() < expected.lostTransfers || lines.size() > expected.mostLostTransfers)
+        return QStringLiteral("%1: %2 transfers failed").arg(nameOf(type)).arg(lines.size());
+    if (lines.isEmpty())
+        return QString();
+    const int leaving = 1; // transfers before programming mode
+    const int number = scene.pair.device(type).struckAt()->count - leaving + (isWithdrawal(armed) ? 1 : 0);
+    return lines.first().contains(logged + QStringLiteral("%1 did not").arg(number))
+               ? QString()
+               : nameOf(type) + QStringLiteral(": the log names the wrong transfer");
+}
+
+/// Every failure that a fault can cause is one of the connection.
 QString Judge::complaintAboutReport(const Outcome& outcome) const
 {
     const bool isFailed = std::any_of(outcome.devices.begin(), outcome.devices.end(),
@@ -140,7 +171,7 @@ QString Judge::complaintAboutReport(const Outcome& outcome) const
     return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
-/// The sound is as it was, and nothing is open any more.
+/// The sound is as before, and no device is open.
 QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)

@@ -8,43 +8,51 @@
 #include <QMap>
 #include <QStringList>
 
+#include "expectation.h"
 #include "simulatedpair.h"
 #include "userdriver.h"
 
 class EventLog;
 
-/// Tells whether an update ended as it had to: the devices' bytes, the outcome told to the user, what was
-/// still sent to a lost device, how long was waited, the progress, and the computer's sound. GUI thread,
-/// unless said otherwise.
+/// Checks whether an update ended as it must: the devices' bytes, the outcome that the user sees and whether
+/// it is true, transfers to a lost device, delays, progress, and the computer's sound. GUI thread, unless
+/// said otherwise.
 class Judge
 {
 public:
-    /// What is judged; it has to live as long as the judge.
+    /// What is judged; it must outlive the judge.
     struct Scene
     {
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< every wait is told to noteSleep(), and counts to the millisecond
+        bool isTimeVirtual; ///< noteSleep() gets every wait, so that delays are checked to the millisecond
         EventLog& log;
     };
     explicit Judge(const Scene& judged);
 
-    /// An update begins, with @p fault armed for @p faulty.
+    /// An update starts, with @p fault armed for @p faulty.
     void begin(std::optional<Fault> fault, DeviceType faulty);
 
     /// The calling thread sleeps. Any thread.
     void noteSleep(std::uint32_t ms);
-    /// The calling thread has begun a phase of the device's update. Any thread.
+    /// The calling thread has started a phase of the device's update. Any thread.
     void notePhase(DeviceType type, Phase phase);
 
-    /// Looks at the update that has ended.
-    /// @return what is not as it had to be; the verdicts are logged.
+    /// Judges the update that has ended, and logs the verdicts.
+    /// @return what is not as it must be.
     QStringList complaints(const Outcome& outcome) const;
 
+    /// The documented exception by which the update that has ended shows success over a memory that differs
+    /// from the image; empty if what is shown is true of both devices.
+    QString exception(const Outcome& outcome) const;
+
 private:
+    Expectation expectationFor(DeviceType type) const;
+    bool isMemoryWhole(DeviceType type) const;
     QStringList complaintsAbout(DeviceType type, const Outcome::Device& device) const;
-    QString complaintAboutLog(DeviceType type, int lostTransfers) const;
+    QString complaintAboutTruth(DeviceType type, bool isSuccess) const;
+    QString complaintAboutLog(DeviceType type, const Expectation& expected) const;
     QString complaintAboutReport(const Outcome& outcome) const;
     QString complaintAboutComputer() const;
     QStringList defaultEndpoints() const;
@@ -59,6 +67,6 @@ private:
 
     mutable std::mutex mutex; ///< guards what follows
     std::map<std::thread::id, std::int64_t> sleptMs;
-    std::map<DeviceType, std::int64_t> begunMs; ///< what its thread had slept when its chip was configured
+    std::map<DeviceType, std::int64_t> startedMs; ///< what its thread had slept when its chip was configured
     std::map<DeviceType, std::int64_t> programmedMs; ///< slept from then to the end-of-programming request
 };

@@ -78,5 +78,5 @@ int main(int argc, char* argv[])
         options.fast = false; // nobody could watch
         options.speed = static_cast<int>(ScaledClock::atOnce);
     }
-    return options.faultMatrix ? FaultMatrix::run(options.family, options.sample) : runBench(options);
+    return options.faultMatrix ? FaultMatrix::run(options) : runBench(options);
 }

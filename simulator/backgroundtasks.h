@@ -8,15 +8,18 @@
 #include <mutex>
 #include <utility>
 
-/// Tasks on threads of their own; its end waits for theirs. All operations may be called on any thread.
+/// Runs each task on a thread of its own; the destructor waits for all. All operations may be called on any
+/// thread.
 class BackgroundTasks
 {
 public:
-    void start(std::function<void()> task)
+    /// @return ready when the task has ended.
+    std::shared_future<void> start(std::function<void()> task)
     {
         const std::lock_guard<std::mutex> guard(mutex);
         tasks.remove_if(isOver);
-        tasks.push_back(std::async(std::launch::async, std::move(task)));
+        tasks.push_back(std::async(std::launch::async, std::move(task)).share());
+        return tasks.back();
     }
 
     bool areOver() const
@@ -26,11 +29,11 @@ public:
     }
 
 private:
-    static bool isOver(const std::future<void>& task)
+    static bool isOver(const std::shared_future<void>& task)
     {
         return task.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     }
 
     mutable std::mutex mutex; ///< guards what follows
-    std::list<std::future<void>> tasks;
+    std::list<std::shared_future<void>> tasks;
 };

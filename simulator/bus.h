@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// What becomes of a feature-report transfer.
+/// The outcome of a feature-report transfer.
 enum class [[nodiscard]] Transfer{
     Done,
     Failed, ///< the device stays, the report did not get through
@@ -22,7 +22,7 @@ struct FeatureReports
     std::function<Transfer(const std::uint8_t* report, std::size_t size)> set;
 
     /// Answers the report whose ID is in @p report[0] with at most @p size bytes, the report ID included, and
-    /// tells how many they are.
+    /// sets @p received to their number.
     std::function<Transfer(std::uint8_t* report, std::size_t size, std::size_t& received)> get;
 };
 
@@ -36,11 +36,11 @@ struct FeatureReportFormat
 /// A USB interface of the HID class with its one top-level collection.
 struct HidInterface
 {
-    std::optional<int> number;   ///< where it is a function of a composite device (USB 2.0 section 5.2.3)
+    std::optional<int> number;   ///< if it is a function of a composite device (USB 2.0 section 5.2.3)
     std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
-    std::vector<FeatureReportFormat> featureReports; ///< empty where there are none
-    std::shared_ptr<FeatureReports> serves;          ///< null where there are none
+    std::vector<FeatureReportFormat> featureReports;
+    std::shared_ptr<FeatureReports> serves; ///< null if there are no feature reports
 };
 
 /// A device as a bus shows it to the computer.
@@ -61,10 +61,16 @@ class Bus
 public:
     virtual ~Bus() = default;
 
-    /// The device comes. Returns when the computer has been told of it.
+    /// Connects the device. Returns when the computer knows of it.
     virtual void attach(const BusDevice& device) = 0;
 
-    /// The device at @p port goes, whatever is open on it: no transfer begins any more. Returns when the
-    /// computer has been told of it and, where the bus can know, everybody who listens has handled that.
+    /// Disconnects the device at @p port, whatever is open on it: no transfer starts any more. Returns when
+    /// the computer knows of it and, if the bus can know, every listener has handled it.
     virtual void detach(int port) = 0;
+
+    /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that
+    /// is asked has answered.
+    /// @param isHeld  whether another program keeps the device open, so that the computer refuses.
+    /// @return whether the device is removed; always false if the computer knows no such request.
+    virtual bool requestRemoval(int /*port*/, bool /*isHeld*/) { return false; }
 };

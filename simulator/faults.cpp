@@ -3,37 +3,31 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-bool isOfRestarts(Fault fault)
-{
-    return fault == Fault::RefuseOpen || fault == Fault::NeverBack || fault == Fault::OtherPort;
-}
-
-bool isOfAnswers(Fault fault)
-{
-    return fault == Fault::NoData || fault == Fault::ShortAnswer;
-}
-
-} // namespace
-
 const std::vector<FaultDescription>& faultDescriptions()
 {
+    using D = FaultDescription;
     static const std::vector<FaultDescription> descriptions{
-        {Fault::Vanish, "vanish", "the cable is pulled at transfer K"},
-        {Fault::PowerLost, "power-lost", "power is lost at transfer K, and comes back"},
-        {Fault::NoData, "no-data", "from transfer K, one answer says \"no data\""},
-        {Fault::TransferFails, "transfer-fails", "transfer K fails"},
-        {Fault::ShortAnswer, "short-answer", "from transfer K, one answer is too short"},
-        {Fault::WrongIdentity, "wrong-identity", "from transfer K the chip identifies itself wrongly"},
-        {Fault::RefuseOpen, "refuse-open",
+        {Fault::Vanish, D::Transfer, false, "vanish", "the cable is pulled at transfer K"},
+        {Fault::PowerLost, D::Transfer, false, "power-lost", "power is lost at transfer K, and comes back"},
+        {Fault::NoData, D::Answer, false, "no-data", "from transfer K, one answer says \"no data\""},
+        {Fault::TransferFails, D::Transfer, false, "transfer-fails", "transfer K fails"},
+        {Fault::ShortAnswer, D::Answer, false, "short-answer", "from transfer K, one answer is too short"},
+        {Fault::WrongIdentity, D::Transfer, false, "wrong-identity",
+         "from transfer K the chip identifies itself wrongly"},
+        {Fault::RefuseOpen, D::Restart, true, "refuse-open",
          "after the next restart from transfer K the device cannot be opened"},
-        {Fault::NeverBack, "never-back",
+        {Fault::NeverBack, D::Restart, false, "never-back",
          "from the next restart from transfer K the device does not come back"},
-        {Fault::OtherPort, "other-port",
+        {Fault::OtherPort, D::Restart, false, "other-port",
          "from the next restart from transfer K the device comes back on another port"},
     };
     return descriptions;
+}
+
+const FaultDescription& descriptionOf(Fault fault)
+{
+    const auto& all = faultDescriptions();
+    return *std::find_if(all.begin(), all.end(), [&](const auto& one) { return one.fault == fault; });
 }
 
 std::optional<Fault> faultByName(const std::string& name)
@@ -55,18 +49,14 @@ Fault FaultPlan::countTransfer(std::optional<Phase> phase, bool isAnswer)
     ++made.count;
     made.phase = phase.value_or(made.phase);
     ++made.inPhase[made.phase];
-    return strike(!isOfRestarts(armed) && (isAnswer || !isOfAnswers(armed)));
+    const Fault striking = strike(FaultDescription::Transfer);
+    return striking == Fault::None && isAnswer ? strike(FaultDescription::Answer) : striking;
 }
 
-Fault FaultPlan::restart()
+/// @return the armed fault, if it strikes at @p event, which happens now.
+Fault FaultPlan::strike(FaultDescription::Event event)
 {
-    return strike(isOfRestarts(armed));
-}
-
-/// @param isTime  whether what the armed fault is about happens now.
-Fault FaultPlan::strike(bool isTime)
-{
-    if (armed == Fault::None || !isTime || made.count < atTransfer)
+    if (armed == Fault::None || descriptionOf(armed).strikesAt != event || made.count < atTransfer)
         return Fault::None;
     struck = made;
     return std::exchange(armed, Fault::None);

@@ -7,29 +7,37 @@
 
 #include "simulatedchip.h"
 
-/// What can go wrong with a simulated device. A fault strikes once, at a feature-report transfer counted from
-/// 1, or at what it is about when that next happens from that transfer on.
+/// What can go wrong with a simulated device. A fault strikes once.
 enum class Fault {
     None,
-    Vanish,        ///< the cable is pulled; the device stays away until it is plugged in
-    PowerLost,     ///< it loses power and RAM, and comes back by itself
-    NoData,        ///< the next answer tells that nothing is prepared
-    TransferFails, ///< the transfer fails and does not reach the chip
-    ShortAnswer,   ///< the next answer is cut short
-    WrongIdentity, ///< from then on the chip's identifier is none that is known
-    RefuseOpen,    ///< it restarts and can then not be opened until it is plugged in anew
-    NeverBack,     ///< it restarts and stays away until it is plugged in
-    OtherPort,     ///< it restarts and comes back on another port
+    Vanish,         ///< the cable is pulled; the device stays away until it is plugged in
+    PowerLost,      ///< it loses power and RAM, and comes back by itself
+    NoData,         ///< the answer says that nothing is prepared
+    TransferFails,  ///< the transfer fails and does not reach the chip
+    ShortAnswer,    ///< the answer is cut short
+    WrongIdentity,  ///< from then on the chip's identifier is unknown
+    RefuseOpen,     ///< it restarts and cannot be opened until it is plugged in again
+    NeverBack,      ///< it restarts and stays away until it is plugged in
+    OtherPort,      ///< it restarts and comes back on another port
+    Removed,        ///< the computer removes it in an orderly way, unless a program keeps it open
+    RemovalRefused, ///< the same, but another program keeps it open
 };
 
 struct FaultDescription
 {
+    /// What a fault strikes at: the first of these events from the given transfer on.
+    enum Event { Transfer, Answer, Restart };
+
     Fault fault;
-    const char* name; ///< as on the command line
+    Event strikesAt;
+    bool needsLayer;  ///< only the layer's model of a computer can do it
+    const char* name; ///< on the command line
     const char* explanation;
 };
 
-const std::vector<FaultDescription>& faultDescriptions();
+const std::vector<FaultDescription>& faultDescriptions(); ///< of every fault but `None`
+
+const FaultDescription& descriptionOf(Fault fault); ///< @p fault must not be `None`
 
 std::optional<Fault> faultByName(const std::string& name);
 
@@ -41,27 +49,31 @@ struct Transfers
     std::map<Phase, int> inPhase; ///< how many of them, for each phase that was reached
 };
 
-/// Counts a device's transfers and tells when its armed fault strikes. Not thread-safe: its device guards it.
+/// Counts a device's transfers and decides when its armed fault strikes. Not thread-safe: its device guards
+/// it.
 class FaultPlan
 {
 public:
     FaultPlan() = default;
-    /// @param transfer  at which the fault is to strike; 1 is the next.
+    /// @param transfer  from which on the fault strikes; 1 is the next.
     FaultPlan(Fault fault, int transfer);
 
-    /// Counts a transfer. @p phase is nothing where it belongs to that of the last.
+    /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the last one.
     /// @return the fault that strikes at it.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
 
-    /// @return the fault that strikes at a restart that begins now.
-    Fault restart();
+    /// @return the fault that strikes at a restart that starts now.
+    Fault restart() { return strike(FaultDescription::Restart); }
+
+    /// A fault that took its time has taken effect now.
+    void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }
     /// The transfers up to the one at which the fault struck.
     const std::optional<Transfers>& struckAt() const { return struck; }
 
 private:
-    Fault strike(bool isTime);
+    Fault strike(FaultDescription::Event event);
 
     Fault armed = Fault::None;
     int atTransfer = 0;

@@ -14,26 +14,26 @@ DWORD errorOf(Transfer outcome)
     return outcome == Transfer::Failed ? ERROR_GEN_FAILURE : ERROR_DEVICE_NOT_CONNECTED;
 }
 
-/// What tells the names of the devices at @p port apart from others'.
-std::wstring placeOf(int port)
+/// The part of an instance identifier that differs from port to port.
+std::wstring locationOf(int port)
 {
     return L"7&1a2b3c" + std::to_wstring(port) + L"&0&0000";
 }
 
-/// One HID interface. Opened files keep it alive beyond its time in the tree.
+/// One HID intershown. Open files keep it alive after it has left the tree.
 class LayerFunction : public HidFunction
 {
 public:
     LayerFunction(const HidInterface& hidInterface, bool isRefused)
-        : face(hidInterface)
+        : shown(hidInterface)
         , refusesOpen(isRefused)
     {
     }
 
     HidCapabilities capabilities() const override
     {
-        HidCapabilities capabilities{face.usagePage, face.usage, 0};
-        for (const FeatureReportFormat& report : face.featureReports)
+        HidCapabilities capabilities{shown.usagePage, shown.usage, 0};
+        for (const FeatureReportFormat& report : shown.featureReports)
             capabilities.featureReportBytes =
                 std::max<std::uint16_t>(capabilities.featureReportBytes, report.dataBytes + 1);
         return capabilities;
@@ -41,15 +41,15 @@ public:
     DWORD open(const ShareMode&) override { return refusesOpen ? ERROR_ACCESS_DENIED : ERROR_SUCCESS; }
     DWORD setFeature(const std::uint8_t* report, std::size_t size) override
     {
-        return face.serves ? errorOf(face.serves->set(report, size)) : ERROR_INVALID_FUNCTION;
+        return shown.serves ? errorOf(shown.serves->set(report, size)) : ERROR_INVALID_FUNCTION;
     }
     DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) override
     {
-        return face.serves ? errorOf(face.serves->get(report, size, received)) : ERROR_INVALID_FUNCTION;
+        return shown.serves ? errorOf(shown.serves->get(report, size, received)) : ERROR_INVALID_FUNCTION;
     }
 
 private:
-    const HidInterface face;
+    const HidInterface shown;
     const bool refusesOpen;
 };
 
@@ -57,7 +57,7 @@ DeviceNode nodeOf(const BusDevice& device, const HidInterface& hidInterface)
 {
     const HidIdentity identity{
         device.vendorId, device.productId, hidInterface.number, {}, hidInterface.usagePage};
-    return hidNode(identity, placeOf(device.port),
+    return hidNode(identity, locationOf(device.port),
                    std::make_shared<LayerFunction>(hidInterface, device.refusesOpen));
 }
 
@@ -80,6 +80,18 @@ void LayerBus::detach(int port)
         tree.unplugAndWait(path);
 }
 
+/// The last interface is the only one that programs open, so it answers for the others.
+bool LayerBus::requestRemoval(int port, bool isHeld)
+{
+    DWORD error = ERROR_SUCCESS;
+    const std::wstring path = channelPath(port);
+    const auto heldFile = isHeld ? tree.open(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE, error) : nullptr;
+    if (!tree.requestRemoval(path))
+        return false;
+    detach(port);
+    return true;
+}
+
 std::wstring LayerBus::channelPath(int port) const
 {
     const std::vector<std::wstring> paths = pathsAt(port);
@@ -91,7 +103,7 @@ std::vector<std::wstring> LayerBus::pathsAt(int port) const
 {
     std::vector<std::wstring> paths;
     for (const auto& node : tree.presentNodes(hidInterfaceClass)) {
-        if (node->interfacePath.find(placeOf(port)) != std::wstring::npos)
+        if (node->interfacePath.find(locationOf(port)) != std::wstring::npos)
             paths.push_back(node->interfacePath);
     }
     return paths;

@@ -11,13 +11,15 @@
 class LayerBus : public Bus
 {
 public:
-    /// @param deviceTree  has to live as long as the bus.
+    /// @param deviceTree  must outlive the bus.
     explicit LayerBus(SimulatedDeviceTree& deviceTree);
 
     void attach(const BusDevice& device) override;
     void detach(int port) override;
+    bool requestRemoval(int port, bool isHeld) override;
 
-    /// The path that opens the last interface of the device at @p port; empty while there is none.
+    /// The path that opens the last interface of the device at @p port; empty while nothing is attached
+    /// there.
     std::wstring channelPath(int port) const;
 
 private:
@@ -26,7 +28,7 @@ private:
     SimulatedDeviceTree& tree;
 };
 
-/// SleepFunction on @p clock, which has to live as long as what sleeps.
+/// SleepFunction on @p clock, which must outlive the sleeping objects.
 inline SleepFunction sleepOn(Clock& clock)
 {
     return [&clock](std::uint32_t ms) { clock.sleep(ms); };

@@ -5,7 +5,7 @@
 namespace {
 
 constexpr std::size_t ramBytes = 0x10000;
-constexpr std::uint8_t powerUpPattern = 0xA5; // nothing that was not written passes for set up
+constexpr std::uint8_t powerUpPattern = 0xA5; // differs from every set-up value
 constexpr std::uint8_t erased = 0xFF;
 
 constexpr std::uint16_t chipRevisionRegister = 0xF002;
@@ -21,7 +21,7 @@ constexpr std::size_t dataHeaderBytes = 7;
 constexpr std::size_t dataBytes = 256;
 constexpr std::size_t chunkBytes = 4096;
 constexpr std::size_t rowBytes = 16;
-constexpr std::uint16_t rowStep = 0x1000; // the loader lays the rows of a load apart
+constexpr std::uint16_t rowStep = 0x1000; // between the rows of a load in RAM
 constexpr std::size_t answerDataOffset = 11;
 
 // Control block offsets.
@@ -37,13 +37,33 @@ enum {
     SectorSize = 20
 };
 
-/// Each code from 1 on stands for twice the size before.
+const SimulatedChip::Model* modelOf(int chipId, int revision)
+{
+    for (const SimulatedChip::Model& model : SimulatedChip::models()) {
+        if (model.chipId == chipId && model.revision == revision)
+            return &model;
+    }
+    return nullptr;
+}
+
+/// Each code from 1 on means twice the size of the one before.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
     return code == 0 ? 0 : unit << code;
 }
 
 } // namespace
+
+const std::vector<SimulatedChip::Model>& SimulatedChip::models()
+{
+    static const std::vector<Model> all{
+        {12, 2, 0xC44A, 0xC764, 0xC060, true, pinmux2, 0x0A},
+        {12, 3, 0xC42D, 0xD312, 0xC060, false, pinmux2, 0x0A},
+        {13, 2, 0xC451, 0xC771, 0xB0A0, true, pinmux1, 0xA0},
+        {13, 3, 0xB53A, 0xBB5C, 0xB0A0, false, pinmux1, 0xA0},
+    };
+    return all;
+}
 
 const char* phaseName(Phase phase)
 {
@@ -70,8 +90,9 @@ SimulatedChip::Geometry SimulatedChip::geometryOf(DeviceType device, const std::
 SimulatedChip::SimulatedChip(DeviceType device, int chipId, int chipRevision,
                              const std::vector<std::uint8_t>& image)
     : type(device)
-    , chip(chipId)
+    , id(chipId)
     , revision(chipRevision)
+    , model(modelOf(chipId, chipRevision))
     , geometry(geometryOf(device, image))
     , flash(std::max<std::size_t>(geometry.memorySize, image.size()), erased)
 {
@@ -142,9 +163,9 @@ void SimulatedChip::takeData(const std::uint8_t* report, std::size_t size)
     const bool isFormed = size >= dataHeaderBytes + dataBytes && report[3] == 0 && report[4] == 0 &&
                           report[5] == 0 && report[6] == 1;
     const std::size_t offset = isFormed ? report[1] | report[2] << 8u : 0;
-    if (!isProgramming || !isFormed || offset % dataBytes != 0 || offset >= chunkBytes)
+    if (!model || !isProgramming || !isFormed || offset % dataBytes != 0 || offset >= chunkBytes)
         return refuse("data packet refused");
-    writeRam(static_cast<std::uint16_t>(ramBase() + offset), report + dataHeaderBytes, dataBytes);
+    writeRam(static_cast<std::uint16_t>(model->downloadBuffer + offset), report + dataHeaderBytes, dataBytes);
 }
 
 void SimulatedChip::read(std::uint16_t address, std::size_t count)
@@ -153,7 +174,7 @@ void SimulatedChip::read(std::uint16_t address, std::size_t count)
     for (std::size_t i = 0; i < count; ++i) {
         const auto at = static_cast<std::uint16_t>(address + i);
         if (at == chipIdRegister)
-            prepared.push_back(hasWrongIdentity ? unknownChipId : static_cast<std::uint8_t>(chip));
+            prepared.push_back(hasWrongIdentity ? unknownChipId : static_cast<std::uint8_t>(id));
         else if (at == chipRevisionRegister)
             prepared.push_back(static_cast<std::uint8_t>(revision));
         else
@@ -180,11 +201,12 @@ void SimulatedChip::writeRam(std::uint16_t address, const std::uint8_t* data, st
 
 void SimulatedChip::load()
 {
+    if (!model)
+        return refuse("load refused: unknown chip");
     const std::uint32_t from = field(FlashAddress, 4);
     const std::uint32_t to = field(RamAddress, 2);
     const std::uint32_t length = field(Length, 2);
-    const std::uint32_t buffer = chip == 12 ? 0xC060 : 0xB0A0;
-    if (to != buffer || length > 2 * rowBytes || from + length > flash.size())
+    if (to != model->loadBuffer || length > 2 * rowBytes || from + length > flash.size())
         return refuse("load refused");
     for (std::uint32_t i = 0; i < length; ++i)
         ram[static_cast<std::uint16_t>(to + i / rowBytes * rowStep + i % rowBytes)] = flash[from + i];
@@ -192,25 +214,25 @@ void SimulatedChip::load()
 
 void SimulatedChip::commit()
 {
-    const std::uint32_t address = field(FlashAddress, 4);
-    const std::uint32_t length = field(Length, 2);
     if (!isLoaderSetUp("commit"))
         return;
-    if (field(RamAddress, 2) != ramBase() || field(Cleared, 2) != 0 || length == 0 || length > chunkBytes ||
-        address >= flash.size())
+    const std::uint32_t address = field(FlashAddress, 4);
+    const std::uint32_t length = field(Length, 2);
+    if (field(RamAddress, 2) != model->downloadBuffer || field(Cleared, 2) != 0 || length == 0 ||
+        length > chunkBytes || address >= flash.size())
         return refuse("commit refused: target");
     const std::size_t end = std::min<std::size_t>(address + length, flash.size());
     for (std::size_t at = address; at < end; ++at) {
-        const std::uint8_t byte = ram[static_cast<std::uint16_t>(ramBase() + (at - address))];
+        const std::uint8_t byte = ram[static_cast<std::uint16_t>(model->downloadBuffer + (at - address))];
         flash[at] = type == DeviceType::Transmitter ? flash[at] & byte : byte;
     }
 }
 
 void SimulatedChip::erase()
 {
-    const std::uint32_t address = field(FlashAddress, 4);
     if (!isLoaderSetUp("erase"))
         return;
+    const std::uint32_t address = field(FlashAddress, 4);
     if (geometry.sectorSize == 0 || field(Length, 2) != 1 || address % geometry.sectorSize != 0 ||
         address >= flash.size())
         return refuse("erase refused: target");
@@ -222,11 +244,13 @@ void SimulatedChip::erase()
 bool SimulatedChip::isLoaderSetUp(const char* operation)
 {
     const char* missing = nullptr;
-    if (!isProgramming)
+    if (!model)
+        missing = "unknown chip";
+    else if (!isProgramming)
         missing = "programming mode";
     else if (!arePinsSet())
         missing = "pin multiplexer";
-    else if (revision == 2 && ram[revisionC0Patch] != 0x00)
+    else if (model->needsPatch && ram[revisionC0Patch] != 0x00)
         missing = "C0 patch";
     else if (field(NvmemType, 1) != static_cast<std::uint32_t>(type))
         missing = "memory type";
@@ -241,7 +265,7 @@ bool SimulatedChip::arePinsSet() const
 {
     if (type == DeviceType::Transmitter)
         return ram[pinmux1] == 0x50 && ram[pinmux1 + 1] == 0x05;
-    return chip == 12 ? ram[pinmux2] == 0x0A : ram[pinmux1] == 0xA0;
+    return ram[model->headsetPins] == model->headsetPinSetting;
 }
 
 bool SimulatedChip::isGeometrySet() const
@@ -256,26 +280,12 @@ void SimulatedChip::refuse(std::string reason)
     refused.push_back(std::move(reason));
 }
 
-/// A little-endian field of the control block.
+/// A little-endian field of the control block; `model` is not null.
 std::uint32_t SimulatedChip::field(int offset, int bytes) const
 {
     std::uint32_t value = 0;
     for (int i = 0; i < bytes; ++i)
-        value |= static_cast<std::uint32_t>(ram[static_cast<std::uint16_t>(smData() + offset + i)])
+        value |= static_cast<std::uint32_t>(ram[static_cast<std::uint16_t>(model->controlBlock + offset + i)])
                  << (8 * i);
     return value;
-}
-
-std::uint16_t SimulatedChip::smData() const
-{
-    if (chip == 12)
-        return revision == 2 ? 0xC44A : 0xC42D;
-    return revision == 2 ? 0xC451 : 0xB53A;
-}
-
-std::uint16_t SimulatedChip::ramBase() const
-{
-    if (chip == 12)
-        return revision == 2 ? 0xC764 : 0xD312;
-    return revision == 2 ? 0xC771 : 0xBB5C;
 }

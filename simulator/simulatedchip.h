@@ -17,8 +17,8 @@ const char* phaseName(Phase phase);
 /// block, and the non-volatile memory with the firmware image.
 ///
 /// The transmitter's memory is NOR flash: programming only clears bits, an erase sets one sector to 0xFF. The
-/// headset's is overwritten in place. A command that is malformed, or comes before what it needs was set up,
-/// is refused and the reason is kept. Not thread-safe: its device guards it.
+/// headset's is overwritten in place. The chip refuses a command that is malformed or that comes before its
+/// set-up, and keeps the reason. Not thread-safe: its device guards it.
 class SimulatedChip
 {
 public:
@@ -29,7 +29,22 @@ public:
     static constexpr std::size_t statusOffset = 1; ///< in an answer
     static constexpr std::uint8_t noData = 0x01;   ///< the status where nothing is prepared
 
-    /// The memory that an image announces in its first two bytes, the sizes in bytes; all 0 where they lack.
+    /// What differs from chip to chip, from the chips' documentation and not from the updater's table.
+    struct Model
+    {
+        int chipId;
+        int revision;
+        std::uint16_t controlBlock;
+        std::uint16_t downloadBuffer;
+        std::uint16_t loadBuffer;
+        bool needsPatch; ///< the loader works only after a write to the patch register
+        std::uint16_t headsetPins;
+        std::uint8_t headsetPinSetting;
+    };
+    static const std::vector<Model>& models();
+
+    /// The memory that an image announces in its first two bytes, the sizes in bytes; all 0 without these
+    /// bytes.
     struct Geometry
     {
         std::uint32_t memorySize = 0;
@@ -39,12 +54,13 @@ public:
     };
     static Geometry geometryOf(DeviceType device, const std::vector<std::uint8_t>& image);
 
-    /// @param device  which the chip is built into, with the memory that @p image announces.
+    /// A chip that is not among `models()` answers reads and refuses everything that needs its loader.
+    /// @param device  the chip is built into it, with the memory that @p image announces.
     /// @param image   what the memory holds; the rest is erased.
     SimulatedChip(DeviceType device, int chipId, int revision, const std::vector<std::uint8_t>& image);
 
     /// RAM and control block lose their content.
-    /// @param inLoader  whether the loader runs from then on, which takes data packets, commits and erases,
+    /// @param inLoader  whether the loader, which accepts data packets, commits and erases, runs from then on
     ///                  instead of the application.
     void powerUp(bool inLoader);
 
@@ -53,9 +69,9 @@ public:
     /// A report as the chip understands it.
     struct Command
     {
-        std::optional<Phase> phase; ///< nothing where the report belongs to no phase in particular
-        int controlRequest = 0;     ///< its code, for the device, whose business it is; 0: none
-        std::function<void()> obey; ///< carries the command out, or refuses it; reads the report
+        std::optional<Phase> phase;    ///< empty if the report belongs to no particular phase
+        int controlRequest = 0;        ///< its code, which the device handles; 0: none
+        std::function<void()> execute; ///< carries the command out, or refuses it; reads the report
     };
     Command understand(const std::uint8_t* report, std::size_t size);
 
@@ -80,16 +96,15 @@ private:
     bool isGeometrySet() const;
     void refuse(std::string reason);
     std::uint32_t field(int offset, int bytes) const;
-    std::uint16_t smData() const;
-    std::uint16_t ramBase() const;
 
     const DeviceType type;
-    const int chip;
+    const int id;
     const int revision;
+    const Model* const model; ///< null if unknown
     const Geometry geometry;
     std::vector<std::uint8_t> ram;
     std::vector<std::uint8_t> flash;
-    std::vector<std::uint8_t> prepared; ///< the bytes asked for
+    std::vector<std::uint8_t> prepared; ///< the next answer
     bool isProgramming = false;
     bool hasWrongIdentity = false;
     std::vector<std::string> refused;

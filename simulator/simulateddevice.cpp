@@ -33,12 +33,6 @@ constexpr int portStep = 2; // past the port of the pair's other device
 
 constexpr std::size_t shortAnswerBytes = 8;
 
-/// Whether the fault keeps a transfer from the chip.
-bool isPrevented(Fault striking)
-{
-    return striking == Fault::TransferFails || striking == Fault::Vanish || striking == Fault::PowerLost;
-}
-
 } // namespace
 
 SimulatedDevice::SimulatedDevice(Bus& deviceBus, SleepFunction clockSleep, const Setup& setup)
@@ -86,22 +80,24 @@ void SimulatedDevice::clearFault()
     chip.setWrongIdentity(false);
 }
 
-Transfer SimulatedDevice::set(int ofStay, const std::uint8_t* report, std::size_t size)
+Transfer SimulatedDevice::set(int ofConnection, const std::uint8_t* report, std::size_t size)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    if (!isPresent || ofStay != stay)
+    if (!isPresent || ofConnection != connection)
         return Transfer::Gone;
     const SimulatedChip::Command command = chip.understand(report, size);
-    const Fault striking = countTransfer(command.phase, false);
+    const Fault striking = faults.countTransfer(command.phase, false);
     const Transfers made = faults.transfers();
-    if (isPrevented(striking)) {
+    if (striking != Fault::None) {
         lock.unlock();
-        return suffer(striking, made);
+        if (const auto outcome = strike(striking, made))
+            return *outcome;
+        lock.lock();
     }
-    command.obey();
+    command.execute();
     lock.unlock();
     if (made.inPhase.at(made.phase) == 1) {
-        tell(std::string(phaseName(made.phase)) + " from transfer " + std::to_string(made.count));
+        log(std::string(phaseName(made.phase)) + " from transfer " + std::to_string(made.count));
         if (onPhase)
             onPhase(made.phase);
     }
@@ -110,16 +106,18 @@ Transfer SimulatedDevice::set(int ofStay, const std::uint8_t* report, std::size_
     return Transfer::Done;
 }
 
-Transfer SimulatedDevice::get(int ofStay, std::uint8_t* report, std::size_t size, std::size_t& received)
+Transfer SimulatedDevice::get(int ofConnection, std::uint8_t* report, std::size_t size, std::size_t& received)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    if (!isPresent || ofStay != stay)
+    if (!isPresent || ofConnection != connection)
         return Transfer::Gone;
-    const Fault striking = countTransfer(std::nullopt, true);
-    if (isPrevented(striking)) {
-        const Transfers made = faults.transfers();
+    const Fault striking = faults.countTransfer(std::nullopt, true);
+    const Transfers made = faults.transfers();
+    if (striking != Fault::None) {
         lock.unlock();
-        return suffer(striking, made);
+        if (const auto outcome = strike(striking, made))
+            return *outcome;
+        lock.lock();
     }
     std::vector<std::uint8_t> answer = chip.answer(size);
     lock.unlock();
@@ -130,36 +128,65 @@ Transfer SimulatedDevice::get(int ofStay, std::uint8_t* report, std::size_t size
     return Transfer::Done;
 }
 
-/// @return the fault that strikes at this transfer. `mutex` is held.
-Fault SimulatedDevice::countTransfer(std::optional<Phase> phase, bool isAnswer)
-{
-    const Fault striking = faults.countTransfer(phase, isAnswer);
-    if (striking == Fault::WrongIdentity)
-        chip.setWrongIdentity(true);
-    return striking;
-}
-
-/// @return what becomes of the transfer that a fault prevents.
-Transfer SimulatedDevice::suffer(Fault fault, const Transfers& made)
+/// Lets @p fault strike at the transfer under way, the last of @p made.
+/// @return the transfer's outcome; nothing if the chip gets it.
+std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& made)
 {
     const std::string at = " at transfer " + std::to_string(made.count) + " (" + phaseName(made.phase) + ")";
-    if (fault == Fault::TransferFails) {
-        tell("fault: failed" + at);
+    switch (fault) {
+    case Fault::TransferFails:
+        log("fault: failed" + at);
         return Transfer::Failed;
+    case Fault::Vanish:
+    case Fault::PowerLost:
+        log((fault == Fault::PowerLost ? "fault: power lost" : "fault: vanished") + at);
+        return vanish(fault == Fault::PowerLost);
+    case Fault::Removed:
+    case Fault::RemovalRefused:
+        log("fault: orderly removal requested" + at);
+        requestRemoval(fault == Fault::RemovalRefused);
+        return std::nullopt;
+    case Fault::WrongIdentity: {
+        const std::lock_guard<std::mutex> guard(mutex);
+        chip.setWrongIdentity(true);
+        return std::nullopt;
     }
-    tell((fault == Fault::PowerLost ? "fault: power lost" : "fault: vanished") + at);
+    default:
+        return std::nullopt; // it concerns the answer or a restart
+    }
+}
+
+Transfer SimulatedDevice::vanish(bool comesBack)
+{
     {
         const std::lock_guard<std::mutex> move(moving);
         disconnectFromBus();
     }
     if (onVanished)
         onVanished();
-    if (fault == Fault::PowerLost)
+    if (comesBack)
         later({{powerLossMs, &SimulatedDevice::connectToBus}});
     return Transfer::Gone;
 }
 
-/// What a control request brings about.
+/// The request is on a thread of its own, as a program may end the transfer under way before it answers.
+void SimulatedDevice::requestRemoval(bool isHeld)
+{
+    const std::shared_future<void> removal = background.start([this, isHeld] {
+        const std::lock_guard<std::mutex> move(moving);
+        const bool isRemoved = bus.requestRemoval(port(), isHeld);
+        {
+            const std::lock_guard<std::mutex> changing(mutex);
+            faults.noteEffect();
+            isPresent = isPresent && !isRemoved;
+        }
+        log(isRemoved ? "removed" : "removal refused");
+    });
+    if (onRemovalRequested)
+        onRemovalRequested(removal);
+}
+
+/// Does what a control request asks for.
 void SimulatedDevice::restart(int controlRequest)
 {
     Fault striking = Fault::None;
@@ -177,17 +204,17 @@ void SimulatedDevice::restart(int controlRequest)
             nextPort += portStep;
     }
     if (striking == Fault::OtherPort)
-        tell("fault: comes back on another port");
+        log("fault: comes back on another port");
     std::vector<Move> moves{{disconnectMs, &SimulatedDevice::disconnectFromBus}};
     if (striking != Fault::NeverBack)
         moves.push_back({reenumerationMs, &SimulatedDevice::connectToBus});
     later(moves);
 }
 
-/// Moves the device in time, unless its cable is moved meanwhile.
+/// Makes the moves after their delays, unless the cable is moved meanwhile.
 void SimulatedDevice::later(const std::vector<Move>& moves)
 {
-    restarts.start([this, moves, planned = cableMoves.load()] {
+    background.start([this, moves, planned = cableMoves.load()] {
         for (const Move& move : moves) {
             sleep(move.delayMs);
             const std::lock_guard<std::mutex> mover(moving);
@@ -206,24 +233,24 @@ void SimulatedDevice::connectToBus()
         if (isPresent)
             return;
         isPresent = true;
-        ++stay;
+        ++connection;
         lastPort = nextPort;
         chip.powerUp(programming);
-        shown = face();
+        shown = busDevice();
     }
     bus.attach(shown);
-    tell(isProgramming() ? "connected, in programming mode" : "connected");
+    log(isProgramming() ? "connected, in programming mode" : "connected");
 }
 
-/// How it shows itself to a computer: in programming mode as its chip's loader, otherwise under the identity
-/// of the firmware in its memory, or its usual one where that is not valid. `mutex` is held.
-BusDevice SimulatedDevice::face()
+/// The device as a computer sees it: in programming mode its chip's loader, otherwise under the identity of
+/// the firmware in its memory, or its usual one if that is not valid. `mutex` is held.
+BusDevice SimulatedDevice::busDevice()
 {
     auto serves = std::make_shared<FeatureReports>();
-    serves->set = [this, now = stay](const std::uint8_t* report, std::size_t size) {
+    serves->set = [this, now = connection](const std::uint8_t* report, std::size_t size) {
         return set(now, report, size);
     };
-    serves->get = [this, now = stay](std::uint8_t* report, std::size_t size, std::size_t& received) {
+    serves->get = [this, now = connection](std::uint8_t* report, std::size_t size, std::size_t& received) {
         return get(now, report, size, received);
     };
     const bool isTransmitter = chip.device() == DeviceType::Transmitter;
@@ -257,10 +284,10 @@ void SimulatedDevice::disconnectFromBus()
         isPresent = false;
     }
     bus.detach(port());
-    tell("disconnected");
+    log("disconnected");
 }
 
-void SimulatedDevice::tell(const std::string& text) const
+void SimulatedDevice::log(const std::string& text) const
 {
     if (reportTo)
         reportTo((chip.device() == DeviceType::Transmitter ? "transmitter: " : "headset: ") + text);
