@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QImage>
 #include <QTranslator>
 
 #include "benchoptions.h"
@@ -10,7 +11,6 @@
 #include "eventlog.h"
 #include "faultmatrix.h"
 #include "looks.h"
-#include "photographer.h"
 #include "startup.h"
 
 namespace {
@@ -36,8 +36,10 @@ int runBench(const BenchOptions& options)
     EventLog log;
     BenchRun run(options, log);
     QObject::connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
+        constexpr int mostCompressed = 0;
         const QString path = QStringLiteral("%1/%2.png").arg(options.screenshotsFolder, name);
-        if (!Photographer::save(path, *screen))
+        const QImage picture = screen->grab().toImage().convertToFormat(QImage::Format_RGB888);
+        if (!picture.save(path, "PNG", mostCompressed))
             log.add(QStringLiteral("could not save %1").arg(path));
     });
     if (!run.prepare())

@@ -1,6 +1,7 @@
-// What Qt does on Windows only: it initialises COM on the GUI thread, and its windows are the system's. And a
-// window's system menu, shown where the desktop has none: on Alt+Space, and on a right click on the window's
-// status bar or, while that is hidden, on its free area. The choice reaches the window as WM_SYSCOMMAND.
+// What Qt does only on Windows: it initialises COM on the GUI thread, and its windows are the system's. Also
+// a window's system menu, for desktops that have none: a QMenu, opened with Alt+Space, the Menu key or a
+// right click on the window's status bar or, while that is hidden, on its free area. It sends WM_SYSCOMMAND
+// to the window. The functions for menus may be called on the GUI thread only.
 
 #include <QApplication>
 #include <QHash>
@@ -11,6 +12,7 @@
 
 #include <ole2.h>
 
+#include "lasterror.h"
 #include "toolkitwindow.h"
 
 namespace {
@@ -33,27 +35,60 @@ struct NativeEvents : QWidget
 
 void choose(QWidget* window, UINT command)
 {
-    constexpr WPARAM noise = 0x3; // the low four bits are the system's own
+    constexpr WPARAM noise = 0x3; // the system uses the low four bits
     MSG message = {};
     message.hwnd = handleOf(window);
     message.message = WM_SYSCOMMAND;
     message.wParam = command | noise;
-    if (NativeEvents::deliver(window, message))
-        return;
-    switch (command) {
-    case SC_CLOSE:
+    if (!NativeEvents::deliver(window, message) && command == SC_CLOSE)
         window->close();
-        break;
-    case SC_MINIMIZE:
-        window->showMinimized();
-        break;
-    case SC_RESTORE:
-        window->showNormal();
-        break;
-    default:
-        break; // moving and sizing are the desktop's own business
-    }
 }
+
+/// The menu's handle is its address.
+class SystemMenu : public QMenu
+{
+public:
+    explicit SystemMenu(QWidget* window)
+        : QMenu(window)
+    {
+        // Windows are moved, sized and minimised by the desktop. The program's catalogues translate this
+        // text.
+        addSeparator();
+        insert(1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
+    }
+
+    static SystemMenu* of(const QWidget* window)
+    {
+        for (QObject* const child : window->children()) {
+            if (auto* const menu = dynamic_cast<SystemMenu*>(child))
+                return menu;
+        }
+        return nullptr;
+    }
+
+    /// Null with the last error set if there is no such menu.
+    static SystemMenu* at(HMENU handle)
+    {
+        for (QWidget* const widget : QApplication::topLevelWidgets()) {
+            auto* const menu = dynamic_cast<SystemMenu*>(widget);
+            if (menu && reinterpret_cast<HMENU>(menu) == handle)
+                return menu;
+        }
+        return fail(ERROR_INVALID_MENU_HANDLE);
+    }
+
+    void insert(int position, UINT command, const QString& text)
+    {
+        auto* const item = new QAction(text, this);
+        item->setData(command);
+        QWidget* const window = parentWidget();
+        // Queued, as the command may take long: the menu is closed first.
+        connect(
+            item, &QAction::triggered, window, [window, command] { choose(window, command); },
+            Qt::QueuedConnection);
+        insertAction(actions().value(position), item);
+    }
+};
 
 class SystemMenuHelper : public QObject
 {
@@ -79,7 +114,7 @@ public:
     }
 
 private:
-    /// The widget has another window, or none any more.
+    /// The widget has got another window, or has lost its own.
     void follow(QWidget* widget)
     {
         if (const HWND closed = handles.take(widget))
@@ -90,28 +125,13 @@ private:
         ToolkitWindow::opened(handleOf(widget));
     }
 
-    /// @return whether the window has a system menu of its own, which is then shown.
-    static bool popUp(QWidget* window, const QPoint& position)
+    /// @return whether the program has asked for the window's system menu, which is then shown.
+    static bool popUp(const QWidget* window, const QPoint& position)
     {
-        const auto items = ToolkitWindow::systemMenu(handleOf(window));
-        if (items.empty())
-            return false;
-        auto* const menu = new QMenu(window);
-        menu->setObjectName(QStringLiteral("systemMenu"));
-        menu->setAttribute(Qt::WA_DeleteOnClose);
-        for (const ToolkitWindow::MenuItem& item : items) {
-            if (item.id == 0) {
-                menu->addSeparator();
-                continue;
-            }
-            const UINT command = item.id;
-            // Queued: what is chosen may take long, and the menu is to be gone by then.
-            connect(
-                menu->addAction(QString::fromStdWString(item.text)), &QAction::triggered, window,
-                [window, command] { choose(window, command); }, Qt::QueuedConnection);
-        }
-        menu->popup(position);
-        return true;
+        SystemMenu* const menu = SystemMenu::of(window);
+        if (menu)
+            menu->popup(position);
+        return menu != nullptr;
     }
 
     QHash<QWidget*, HWND> handles;
@@ -119,11 +139,49 @@ private:
 
 void install()
 {
-    static_cast<void>(OleInitialize(nullptr));                          // nothing that it does can fail
-    QCoreApplication* const application = QCoreApplication::instance(); // of no kind of its own yet
+    static_cast<void>(OleInitialize(nullptr));                          // it cannot fail here
+    QCoreApplication* const application = QCoreApplication::instance(); // not yet a QApplication
     application->installEventFilter(new SystemMenuHelper(application));
 }
 
 Q_COREAPP_STARTUP_FUNCTION(install)
 
 } // namespace
+
+HMENU WINAPI GetSystemMenu(HWND handle, BOOL revert)
+{
+    if (revert)
+        return fail(ERROR_INVALID_PARAMETER); // resetting the menu is not modelled
+    QWidget* const window = QWidget::find(reinterpret_cast<WId>(handle));
+    if (!window)
+        return fail(ERROR_INVALID_WINDOW_HANDLE);
+    SystemMenu* const menu = SystemMenu::of(window);
+    return reinterpret_cast<HMENU>(menu ? menu : new SystemMenu(window));
+}
+
+int WINAPI GetMenuItemCount(HMENU handle)
+{
+    const SystemMenu* const menu = SystemMenu::at(handle);
+    return menu ? menu->actions().size() : -1;
+}
+
+UINT WINAPI GetMenuItemID(HMENU handle, int position)
+{
+    constexpr UINT none = 0xFFFFFFFF;
+    const SystemMenu* const menu = SystemMenu::at(handle);
+    const QAction* const item = menu ? menu->actions().value(position) : nullptr;
+    if (!item)
+        return none;
+    return item->data().toUInt(); // 0 for a separator
+}
+
+BOOL WINAPI InsertMenuW(HMENU handle, UINT position, UINT flags, UINT_PTR newItemId, LPCWSTR newItem)
+{
+    SystemMenu* const menu = SystemMenu::at(handle);
+    if (!menu)
+        return FALSE;
+    if (flags != (MF_BYPOSITION | MF_STRING))
+        return fail(ERROR_INVALID_PARAMETER); // other kinds of item are not modelled
+    menu->insert(static_cast<int>(position), static_cast<UINT>(newItemId), QString::fromWCharArray(newItem));
+    return TRUE;
+}
