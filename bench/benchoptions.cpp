@@ -62,18 +62,12 @@ QString description()
     return text;
 }
 
-[[noreturn]] void fail(const QString& mistake)
-{
-    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(mistake));
-    std::exit(usageError);
-}
-
 int number(const QCommandLineParser& parser, const QString& name, int min, int max)
 {
     bool isNumber = false;
     const int value = parser.value(name).toInt(&isNumber);
     if (!isNumber || value < min || value > max)
-        fail(QStringLiteral("--%1 takes %2 to %3").arg(name).arg(min).arg(max));
+        rejectArguments(QStringLiteral("--%1 takes %2 to %3").arg(name).arg(min).arg(max));
     return value;
 }
 
@@ -82,7 +76,7 @@ bool choice(const QCommandLineParser& parser, const QString& name, const QString
             const QString& second)
 {
     if (parser.value(name) != first && parser.value(name) != second)
-        fail(QStringLiteral("--%1 is %2 or %3").arg(name, first, second));
+        rejectArguments(QStringLiteral("--%1 is %2 or %3").arg(name, first, second));
     return parser.value(name) == first;
 }
 
@@ -95,19 +89,19 @@ void readFault(const QString& text, BenchOptions& options)
     if (parts.size() == 2)
         options.faultTransfer = parts.last().toInt(&isNumber);
     if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || !options.fault)
-        fail(QStringLiteral("no such fault: %1").arg(text));
+        rejectArguments(QStringLiteral("no such fault: %1").arg(text));
 }
 
 void checkKernelBus(const BenchOptions& options)
 {
     if (options.fast)
-        fail(QStringLiteral("the kernel's time is not virtual"));
+        rejectArguments(QStringLiteral("the kernel's time is not virtual"));
     if (options.takesTour)
-        fail(QStringLiteral("the tour of the screens needs the simulated computer"));
+        rejectArguments(QStringLiteral("the tour of the screens needs the simulated computer"));
     if (options.fault == Fault::RefuseOpen)
-        fail(QStringLiteral("refuse-open has no effect with --bus uhid: root may open anything"));
+        rejectArguments(QStringLiteral("refuse-open has no effect with --bus uhid: root may open anything"));
     if (options.fault && descriptionOf(*options.fault).needsLayer)
-        fail(QStringLiteral("the kernel knows no orderly removal"));
+        rejectArguments(QStringLiteral("the kernel knows no orderly removal"));
 }
 
 void readChip(const QCommandLineParser& parser, BenchOptions& options)
@@ -119,7 +113,8 @@ void readChip(const QCommandLineParser& parser, BenchOptions& options)
     if (std::none_of(known.begin(), known.end(), [&](const SimulatedChip::Model& model) {
             return model.chipId == options.chipId && model.revision == options.revision;
         }))
-        fail(QStringLiteral("no such chip: %1, revision %2").arg(options.chipId).arg(options.revision));
+        rejectArguments(
+            QStringLiteral("no such chip: %1, revision %2").arg(options.chipId).arg(options.revision));
 }
 
 void readFaultMatrix(const QCommandLineParser& parser, BenchOptions& options)
@@ -132,10 +127,16 @@ void readFaultMatrix(const QCommandLineParser& parser, BenchOptions& options)
                        ? parser.value(QStringLiteral("seed")).toUInt(&isNumber)
                        : QRandomGenerator::system()->generate();
     if (!isNumber)
-        fail(QStringLiteral("--seed takes a number"));
+        rejectArguments(QStringLiteral("--seed takes a number"));
 }
 
 } // namespace
+
+void rejectArguments(const QString& mistake)
+{
+    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(mistake));
+    std::exit(usageError);
+}
 
 BenchOptions parseBenchOptions(const QStringList& arguments)
 {
@@ -149,9 +150,9 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     if (parser.isSet(help))
         parser.showHelp();
     if (!isParsed)
-        fail(parser.errorText());
+        rejectArguments(parser.errorText());
     if (!parser.positionalArguments().isEmpty())
-        fail(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
+        rejectArguments(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
 
     BenchOptions options;
     options.archivePath = parser.value(QStringLiteral("archive"));
@@ -164,7 +165,7 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     options.takesTour = parser.isSet(QStringLiteral("screenshots"));
     options.screenshotsFolder = parser.value(QStringLiteral("screenshots"));
     if (options.takesTour && !QDir().mkpath(options.screenshotsFolder))
-        fail(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
+        rejectArguments(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
     options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
     readFaultMatrix(parser, options);
     const bool isHeadsets = choice(parser, QStringLiteral("fault-device"), QStringLiteral("headset"),

@@ -35,3 +35,6 @@ struct BenchOptions
 /// Parses the program's arguments (its name first). Ends the program after --help, and with exit code 2 and a
 /// message on the standard error after a mistake.
 BenchOptions parseBenchOptions(const QStringList& arguments);
+
+/// Ends the program with exit code 2, and a message on the standard error.
+[[noreturn]] void rejectArguments(const QString& mistake);

@@ -1,5 +1,7 @@
 #include "benchwindow.h"
 
+#include <algorithm>
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -13,6 +15,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QSpinBox>
 #include <QWindow>
 
@@ -48,9 +51,7 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     : run(benchRun)
 {
     constexpr int refreshIntervalMs = 50;
-    constexpr int gap = 16;
     setWindowTitle(tr("Bench"));
-    resize(860, 640);
     auto* const devices = new QHBoxLayout;
     devices->addWidget(makeDeviceBox(DeviceType::Transmitter));
     devices->addWidget(makeDeviceBox(DeviceType::Headset));
@@ -62,11 +63,26 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     all->addLayout(settings);
     all->addWidget(makeLogBox(eventLog), 1);
 
-    connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::stayUsable);
+    connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::remainUsable);
     connect(&refreshTimer, &QTimer::timeout, this, &BenchWindow::endAfterClosing);
     refreshTimer.start(refreshIntervalMs);
-    const QRect updater = run.updater().frameGeometry();
-    move(updater.right() + gap, updater.top());
+    placeWindows();
+}
+
+/// Side by side, centred. The position that the window manager gives the updater is not known yet.
+void BenchWindow::placeWindows()
+{
+    constexpr int gap = 16; // more than the frames
+    constexpr int titleBar = 40;
+    constexpr QSize usualSize(860, 640);
+    QWidget& updater = run.updater();
+    const QRect desktop = screen()->availableGeometry();
+    const int mostWidth = desktop.width() - updater.width() - 3 * gap;
+    resize(std::min(usualSize.width(), mostWidth), usualSize.height());
+    const int left = desktop.left() + std::max(0, (desktop.width() - updater.width() - gap - width()) / 2);
+    const int top = desktop.top() + std::max(titleBar, (desktop.height() - height()) / 2);
+    updater.move(left, top);
+    move(left + updater.width() + gap, top);
 }
 
 QWidget* BenchWindow::makeDeviceBox(DeviceType type)
@@ -75,6 +91,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     const bool isTransmitter = type == DeviceType::Transmitter;
     auto* const box = new QGroupBox(isTransmitter ? tr("Transmitter") : tr("Headset"));
     auto* const rows = new QFormLayout(box);
+    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // some styles give fields no width
     addState(*rows, tr("State:"), [&device] { return modeOf(device); });
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });
@@ -98,7 +115,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
 void BenchWindow::addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state)
 {
     auto* const label = new QLabel;
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // whatever its text is
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // the text does not resize the window
     rows.addRow(name, label);
     connect(&refreshTimer, &QTimer::timeout, label, [=] { label->setText(state()); });
 }
@@ -148,7 +165,7 @@ QString BenchWindow::memoryState(DeviceType type) const
 
 QWidget* BenchWindow::makeTimeBox(int speed)
 {
-    constexpr int tenTimes = 10;
+    const int fasterSpeed = speed > 1 && speed < ScaledClock::atOnce ? speed : 10;
     auto* const box = new QGroupBox(tr("Time"));
     auto* const layout = new QHBoxLayout(box);
     const auto add = [&](const QString& text, double buttonSpeed, bool isChosen) {
@@ -158,7 +175,7 @@ QWidget* BenchWindow::makeTimeBox(int speed)
         layout->addWidget(button);
     };
     add(tr("&Real"), 1, speed == 1);
-    add(tr("&10 times as fast"), tenTimes, speed > 1 && speed < ScaledClock::atOnce);
+    add(tr("&%1 times as fast").arg(fasterSpeed), fasterSpeed, speed == fasterSpeed);
     add(tr("At &once"), ScaledClock::atOnce, speed >= ScaledClock::atOnce);
     return box;
 }
@@ -214,7 +231,7 @@ void BenchWindow::makeArchive(const QString& version, int generation)
 }
 
 /// A modal dialog blocks all windows but those that belong to it, so the bench belongs to it.
-void BenchWindow::stayUsable()
+void BenchWindow::remainUsable()
 {
     const QWidget* const modal = QApplication::activeModalWidget();
     const bool isOwn = modal && modal->parentWidget() && modal->parentWidget()->window() == this;

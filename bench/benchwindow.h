@@ -33,7 +33,8 @@ private:
     void addFault(QFormLayout& rows, SimulatedDevice& device);
     QString memoryState(DeviceType type) const;
     void makeArchive(const QString& version, int generation);
-    void stayUsable();
+    void placeWindows();
+    void remainUsable();
     void endAfterClosing();
 
     BenchRun& run;

@@ -76,8 +76,10 @@ int main(int argc, char* argv[])
         Looks::setFont();
         options.drivesItself = true;
     }
+    if (options.fault && !options.drivesItself)
+        rejectArguments(QStringLiteral("--fault needs --drive; the bench's window has its own faults"));
     if (options.fast && !options.drivesItself) {
-        options.fast = false; // nobody could watch
+        options.fast = false; // too fast to watch
         options.speed = static_cast<int>(ScaledClock::atOnce);
     }
     return options.faultMatrix ? FaultMatrix::run(options) : runBench(options);
