@@ -9,6 +9,7 @@
 #include <QRandomGenerator>
 
 #include "clock.h"
+#include "imagebuilder.h"
 
 namespace {
 
@@ -27,9 +28,9 @@ struct Switch
 
 constexpr Switch switches[] = {
     {"archive", "FILE", "", "The firmware archive to load; without it a sample archive is built."},
-    {"generation", "N", "1", "The product generation, 1 or 2."},
-    {"chip", "ID", "12", "The chip's identifier, 12 or 13."},
-    {"revision", "N", "2", "The chip's revision, 2 or 3."},
+    {"generation", "N", "1", "The product generation, from 1 on."},
+    {"chip", "ID", "12", "The chip's identifier, such as 12."},
+    {"revision", "N", "2", "The chip's revision, such as 2."},
     {"image-size", "BYTES", "8192", "The size of each sample image."},
     {"fault", "NAME[@K]", "", "A fault, from the device's K-th transfer on (default 1)."},
     {"fault-device", "DEVICE", "headset", "The device with the fault, transmitter or headset."},
@@ -156,7 +157,8 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
 
     BenchOptions options;
     options.archivePath = parser.value(QStringLiteral("archive"));
-    options.generation = number(parser, QStringLiteral("generation"), 1, 2);
+    options.generation = number(parser, QStringLiteral("generation"), 1,
+                                static_cast<int>(ImageBuilder::transmitterProductIds().size()));
     readChip(parser, options);
     options.imageBytes = number(parser, QStringLiteral("image-size"), minImageBytes, maxImageBytes);
     options.fast = parser.isSet(QStringLiteral("fast"));

@@ -11,10 +11,10 @@
 /// What the bench's command line asks for.
 struct BenchOptions
 {
-    QString archivePath;   ///< empty: a sample archive is built
-    int generation = 1;    ///< 1 ("VYNT1") or 2 ("VYNT2")
-    int chipId = 12;       ///< 12 or 13
-    int revision = 2;      ///< 2 or 3
+    QString archivePath; ///< empty: the bench builds a sample archive
+    int generation = 1;
+    int chipId = 12;
+    int revision = 2;
     int imageBytes = 8192; ///< of each sample image
     std::optional<Fault> fault;
     int faultTransfer = 1; ///< the transfer from which on the fault strikes, counted from 1

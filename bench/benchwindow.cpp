@@ -24,6 +24,7 @@
 #include "eventlog.h"
 #include "firmwarecontroller.h"
 #include "mainwindow.h"
+#include "utilities.h"
 #include "verdict.h"
 
 namespace {
@@ -187,7 +188,8 @@ QWidget* BenchWindow::makeArchiveBox(int generation)
     auto* const versionLabel = new QLabel(tr("&Version:"));
     versionLabel->setBuddy(version);
     auto* const generations = new QComboBox;
-    generations->addItems({QStringLiteral("VYNT1"), QStringLiteral("VYNT2")});
+    for (const std::uint16_t productId : ImageBuilder::transmitterProductIds())
+        generations->addItem(Utilities::deviceNameForPid(productId));
     generations->setAccessibleName(tr("Generation"));
     generations->setCurrentIndex(generation - 1);
     auto* const button = new QPushButton(tr("&New archive..."));

@@ -10,7 +10,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
-constexpr std::size_t unreadTailBytes = 4; // a version file is read up to its length, its header included
+constexpr std::size_t unreadTailBytes = 4; // the updater counts the header into a version file's length
 
 constexpr std::size_t memoryUnit = 64;
 constexpr std::uint8_t sizeCodeBits = 0x0F; // of the geometry's first byte
@@ -35,7 +35,7 @@ std::vector<Bytes> usualEntries(const ImageOptions& options)
     };
 }
 
-/// Of the smallest memory that holds so many bytes.
+/// The code of the smallest memory that holds so many bytes.
 std::uint8_t memorySizeCode(std::size_t bytes)
 {
     constexpr std::uint8_t maxCode = 15;
@@ -76,11 +76,20 @@ std::optional<Identity> identityOf(const Bytes& memory)
     return identity;
 }
 
+const std::vector<std::uint16_t>& transmitterProductIds()
+{
+    static const std::vector<std::uint16_t> ids{
+        0x0004,
+        0x0003,
+    };
+    return ids;
+}
+
 ImageOptions transmitter(int generation, std::size_t size)
 {
     ImageOptions options;
     options.size = size;
-    options.productId = generation == 1 ? 0x0004 : 0x0003;
+    options.productId = transmitterProductIds().at(static_cast<std::size_t>(generation) - 1);
     options.geometry = {0x70, 0x26}; // pages of 256 bytes, sectors of 4096
     return options;
 }
@@ -111,7 +120,7 @@ Bytes build(const ImageOptions& options)
     image.resize(image.size() + options.headerBlockBytes, 0x33);
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
         image.insert(image.end(), entry.begin(), entry.end());
-    image.resize(image.size() + 5, endOfTable); // an entry's header is read with a byte of what follows it
+    image.resize(image.size() + 5, endOfTable); // readers of an entry's header read one byte more
     image.reserve(options.size);
     std::mt19937 generator(options.seed); // its sequence is the same on every system
     while (image.size() < options.size)
@@ -136,7 +145,7 @@ Bytes versionEntry(const std::string& text)
 Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
     const Bytes contents{
-        // What comes before the records; their length and 9.
+        // Ahead of the records: their length plus 9.
         0x15, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
         // A record for each descriptor: type, 0, offset from the first record, length.
         0x01, 0x00, 0x0C, 0x00, 0x12, 0x00, //

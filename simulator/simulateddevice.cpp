@@ -12,9 +12,6 @@ constexpr std::uint32_t disconnectMs = 100;
 constexpr std::uint32_t reenumerationMs = 700;
 constexpr std::uint32_t powerLossMs = 500;
 
-constexpr std::uint16_t normalVendorId = 0x7A31;
-constexpr std::uint16_t usualTransmitterProductId = 0x0004;
-constexpr std::uint16_t headsetProductId = 0x0006;
 constexpr std::uint16_t loaderVendorId = 0x170D;
 constexpr std::uint16_t transmitterLoaderProductId = 0x0100;
 constexpr std::uint16_t headsetLoaderProductId = 0x0101;
@@ -22,14 +19,14 @@ constexpr std::uint16_t headsetLoaderProductId = 0x0101;
 constexpr std::uint16_t consumerPage = 0x000C;
 constexpr std::uint16_t vendorPage = 0xFF00;
 constexpr std::uint16_t firstUsage = 0x0001;
-constexpr int consumerInterface = 2; // those before are the audio functions
+constexpr int consumerInterface = 2; // after the audio functions
 constexpr int channelInterface = 3;
 
 const std::vector<FeatureReportFormat> applicationReports{{SimulatedChip::commandReportId, 63}};
 const std::vector<FeatureReportFormat> loaderReports{{SimulatedChip::commandReportId, 263},
                                                      {SimulatedChip::dataReportId, 263}};
 
-constexpr int portStep = 2; // past the port of the pair's other device
+constexpr int portStep = 2; // skips the port of the pair's other device
 
 constexpr std::size_t shortAnswerBytes = 8;
 
@@ -265,9 +262,9 @@ BusDevice SimulatedDevice::busDevice()
         return shown;
     }
     const auto identity = ImageBuilder::identityOf(chip.memory());
-    const std::uint16_t usualProductId = isTransmitter ? usualTransmitterProductId : headsetProductId;
-    shown.vendorId = normalVendorId;
-    shown.productId = identity ? identity->productId : usualProductId;
+    const ImageOptions usual = isTransmitter ? ImageBuilder::transmitter() : ImageBuilder::headset();
+    shown.vendorId = usual.vendorId;
+    shown.productId = identity ? identity->productId : usual.productId;
     shown.name = isTransmitter ? "VYNT transmitter" : "VYNT headset";
     shown.interfaces = {{consumerInterface, consumerPage, firstUsage, {}, nullptr},
                         {channelInterface, vendorPage, firstUsage, applicationReports, serves}};

@@ -1,8 +1,10 @@
 // The simulated devices are honest: what comes in a wrong order leaves wrong bytes, or is refused and told.
 
 #include "hidnode.h"
+#include "literals.h"
 #include "pairedcomputer.h"
 #include "simulatedchannel.h"
+#include "utilities.h"
 
 Q_DECLARE_METATYPE(Fault)
 
@@ -97,6 +99,8 @@ private Q_SLOTS:
     void faultsStrikeAtTheirTransfer();
     void faultsOfTheRestartStrikeAtTheNextOne();
     void waitsUnderWayFollowAChangeOfSpeed();
+    void anUnknownChipWritesNothing();
+    void identitiesAreTheSameEverywhere();
 };
 
 void TestSimulatedPair::theModeIsKeptWithoutPower()
@@ -314,6 +318,58 @@ void TestSimulatedPair::waitsUnderWayFollowAChangeOfSpeed()
     sleeper.join();
     waiter.join();
     QVERIFY(clock.tickCount() - start >= waitMs);
+}
+
+void TestSimulatedPair::anUnknownChipWritesNothing()
+{
+    SimulatedChip chip(Transmitter, 12, 4, ImageBuilder::build(ImageBuilder::transmitter()));
+    chip.powerUp(true);
+    const std::vector<std::uint8_t> before = chip.memory();
+    for (const QByteArray& report : {QByteArray(commit), QByteArray(erase), QByteArray("FF0700FF0400000284"),
+                                     "E4000000000001" + QByteArray(512, '0')}) {
+        const std::vector<std::uint8_t> bytes = bytesOf(QByteArray::fromHex(report));
+        chip.understand(bytes.data(), bytes.size()).execute();
+    }
+    const std::vector<std::string> refusals{"commit refused: unknown chip", "erase refused: unknown chip",
+                                            "load refused: unknown chip", "data packet refused"};
+    QCOMPARE(chip.refusals(), refusals);
+    QVERIFY(chip.memory() == before);
+}
+
+/// A new generation needs a row in each of these.
+void TestSimulatedPair::identitiesAreTheSameEverywhere()
+{
+    const auto nameOf = [](int vendorId, int productId) {
+        return QString::asprintf("%04X:%04X", unsigned(vendorId), unsigned(productId));
+    };
+    QStringList expected;
+    for (const DeviceId& id : Utilities::allDeviceIds())
+        expected << nameOf(id.vendorId, id.productId);
+    expected.sort();
+    const QMap<QString, QString> patterns{
+        {"70-zefo-vynt-firmware-update.rules"_s, "0003:(\\w{4}):(\\w{4})\\.\\*"_s},
+        {"metainfo.xml.in"_s, "<modalias>usb:v(\\w{4})p(\\w{4})d\\*</modalias>"_s},
+    };
+    for (auto pattern = patterns.begin(); pattern != patterns.end(); ++pattern) {
+        QFile file(LINUX_PACKAGING_FOLDER "/"_s + pattern.key());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QStringList found;
+        for (auto match = QRegularExpression(*pattern).globalMatch(QString::fromUtf8(file.readAll()));
+             match.hasNext();) {
+            const QStringList parts = match.next().capturedTexts();
+            found << parts[1] + QLatin1Char(':') + parts[2];
+        }
+        found.sort();
+        QCOMPARE(found, expected);
+    }
+    QList<int> simulated;
+    for (const std::uint16_t productId : ImageBuilder::transmitterProductIds())
+        simulated << productId;
+    simulated << ImageBuilder::headset().productId;
+    QList<int> known;
+    for (const Utilities::KnownDevice& device : Utilities::knownDevices())
+        known << device.id.productId;
+    QCOMPARE(simulated, known);
 }
 
 QTEST_GUILESS_MAIN(TestSimulatedPair)
