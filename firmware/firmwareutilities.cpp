@@ -29,6 +29,7 @@ constexpr unsigned char endOfTable = 0x55;
 constexpr unsigned short versionFileId = 5;
 constexpr int versionTextOffset = 4;
 constexpr char versionTextEnd = ',';
+constexpr int maxVersionLength = 64;
 
 // USB descriptor file.
 constexpr unsigned short usbDescriptorFileIds[] = {0x0C, 0x35, 0x0D};
@@ -61,6 +62,14 @@ std::uint16_t wordAt(const QByteArray& data, int offset)
 unsigned char identifierOf(const QByteArray& entryHeader)
 {
     return byteAt(entryHeader, 0) & identifierMask;
+}
+
+/// Whether @p version can be shown as it is; what claims to be one comes from a stranger.
+bool isShowable(const QString& version)
+{
+    return version.size() <= maxVersionLength &&
+           std::none_of(version.begin(), version.end(),
+                        [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
 /// Reads @p size bytes, of which at least @p needed have to come.
@@ -183,20 +192,21 @@ unsigned short getPid(ReadDataFunction reader)
 
 QString getVersion(ReadDataFunction reader)
 {
-    QString version = QStringLiteral("");
+    const QString none = QStringLiteral("");
     const auto [found, address, header] = findFile(versionFileId, reader);
     if (!found || header.size() < entryLengthEnd)
-        return version;
+        return none;
     const std::uint16_t length = wordAt(header, entryLengthOffset);
     qDebug("File located at address: 0x%.4X", address);
     qDebug("Bytes to read: 0x%.4X", static_cast<unsigned int>(length));
     QByteArray file;
     if (!reader(file, address, length))
-        return version;
+        return none;
+    QString version = none;
     const int available = std::min<int>(file.size(), length);
     for (int i = versionTextOffset; i < available && file.at(i) != versionTextEnd; ++i)
         version += QLatin1Char(file.at(i));
-    return version;
+    return isShowable(version) ? version : none;
 }
 
 } // namespace FirmwareUtilities

@@ -51,7 +51,8 @@ namespace FirmwareUtilities {
 /// vendor identifier; 0 where there is none.
 unsigned short getPid(ReadDataFunction reader);
 
-/// The version text; empty, not null, where there is none.
+/// The version text; empty, not null, if there is none. A text with control characters (Latin-1's) or of more
+/// than 64 characters counts as none.
 QString getVersion(ReadDataFunction reader);
 
 } // namespace FirmwareUtilities

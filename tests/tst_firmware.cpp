@@ -139,6 +139,14 @@ private Q_SLOTS:
         table("version without comma", {fileEntry(5, "2.3----")}, "2.3/0");
         table("version shorter than its header", {fileEntry(5, "12"), usb}, "/4");
         table("first of two versions", {versionEntry("1,"), versionEntry("2,")}, "1/0");
+        for (const char control : {'\0', '\t', '\n', '\x1F', '\x7F', '\x80', '\x9F'}) {
+            const QByteArray name = "version with control character " + QByteArray::number(control & 0xFF);
+            table(name.constData(), {versionEntry(std::string("1.2") + control + "3,"), usb}, "/4");
+        }
+        table("version with characters beside those", {versionEntry(" ~\xA0\xAD,"), usb}, " ~\xA0\xAD/4");
+        const std::string longest(64, '<');
+        table("version of 64 characters", {versionEntry(longest + ','), usb}, (longest + "/4").c_str());
+        table("version of 65 characters", {versionEntry(longest + "<,"), usb}, "/4");
         table("version beyond the image", {patched(versionEntry("1,"), 1, "\xFF\xFF")}, "/0");
         table("first of two files alike", {foreign, other}, "/0");
         table("order of the table", {other, usb}, "/3");
