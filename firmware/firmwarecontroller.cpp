@@ -1,9 +1,9 @@
 #include "firmwarecontroller.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 
-#include <QDataStream>
 #include <QDebug>
 #include <QFileInfo>
 #include <QPair>
@@ -22,12 +22,16 @@ namespace {
 
 constexpr int copyChunkBytes = 4064;
 
-// What an archive may cost at most. The memory of the largest device is 2 MiB, about 6 MiB of image text.
+// Limits on what an archive may cost. The memory of the largest device has 2 MiB, which make about 6 MiB of
+// image text and a few MiB in the archive.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;
-constexpr quint64 maxReleaseNotesBytes = mebibyte; // the window lays out a line per byte at worst
-constexpr quint64 maxArchiveBytes = 2 * maxEntryBytes + maxReleaseNotesBytes; // entries may share their bytes
-constexpr quint64 maxDirectoryBytes = 16 * mebibyte; // QuaZip takes four times as much to remember it
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // at worst the window lays out a line per byte
+constexpr quint64 maxUnpackedBytes =
+    maxEntryBytes + maxReleaseNotesBytes; // of all entries, which may share bytes
+constexpr quint64 maxPackedBytes =
+    16 * mebibyte; // of all entries; empty blocks take time and unpack to nothing
+constexpr quint64 maxDirectoryBytes = mebibyte;
 
 constexpr quint64 directoryHeaderBytes = 46; // of an entry, ZIP application note 4.3.12
 
@@ -42,7 +46,8 @@ class FirmwareArchive : public QuaZip
 public:
     using QuaZip::QuaZip;
 
-    quint64 bytesLeft = maxArchiveBytes;
+    quint64 packedBytesLeft = maxPackedBytes;
+    quint64 unpackedBytesLeft = maxUnpackedBytes;
 };
 
 bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
@@ -51,22 +56,34 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Leaves the entries' names in @p names, in their order. QuaZip remembers every name, so it is asked for
-/// none beyond the limit; of a name longer than it has room for it delivers the rest arbitrarily.
-/// @return false where the directory is too large.
+/// A damaged directory ends at its first entry that cannot be read.
+void logMissingEntries(QuaZip& archive, quint64 found)
+{
+    unz_global_info64 endRecord;
+    if (unzGetGlobalInfo64(archive.getUnzFile(), &endRecord) == UNZ_OK && endRecord.number_entry > found)
+        qWarning("The firmware archive should have %llu entries, but only %llu can be read",
+                 static_cast<unsigned long long>(endRecord.number_entry),
+                 static_cast<unsigned long long>(found));
+}
+
+/// Lists the entries' names in @p names, in the archive's order. QuaZip keeps every name in memory, so this
+/// asks for none beyond the limit. It leaves out names for which QuaZip has no room.
+/// @return false if the directory is too large.
 bool readNames(QuaZip& archive, QStringList& names)
 {
     quint64 bytes = 0;
-    for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
-        unz_file_info64 entry;
-        if (!getCurrentEntry(archive, entry))
-            return false;
+    quint64 entries = 0;
+    unz_file_info64 entry;
+    for (bool more = archive.goToFirstFile(); more && getCurrentEntry(archive, entry);
+         more = archive.goToNextFile()) {
         bytes += directoryHeaderBytes + entry.size_filename + entry.size_file_extra + entry.size_file_comment;
         if (bytes > maxDirectoryBytes)
             return false;
         if (entry.size_filename <= QuaZip::MAX_FILE_NAME_LENGTH)
             names.append(archive.getCurrentFileName());
+        ++entries;
     }
+    logMissingEntries(archive, entries);
     return true;
 }
 
@@ -78,13 +95,17 @@ QStringList listFiles(const QStringList& names, const QString& suffix)
     return files;
 }
 
-/// Copies chunk by chunk, so that no more memory is taken than bytes have really come.
-bool copyData(QIODevice& source, QDataStream& target)
+/// Takes some of an entry's bytes. @return false if it wants no more.
+using Target = std::function<bool(const char* bytes, int count)>;
+
+/// Copies chunk by chunk, so that memory grows only with the bytes that have really come.
+/// @return whether @p target took them all.
+bool copyData(QIODevice& source, const Target& target)
 {
     char chunk[copyChunkBytes];
     while (!source.atEnd()) {
         const auto count = static_cast<int>(source.read(chunk, copyChunkBytes));
-        if (count <= 0 || target.writeRawData(chunk, count) < count)
+        if (count <= 0 || !target(chunk, count))
             return false;
     }
     return true;
@@ -97,22 +118,23 @@ bool isReadable(const unz_file_info64& entry)
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Takes the current entry's share of what may be read; false where it is refused. An entry never delivers
-/// more than it declares, and packed bytes count because empty blocks unpack to nothing.
+/// Charges the current entry to what may still be read. An entry never delivers more than it declares.
+/// @return false if it is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
     unz_file_info64 entry;
     if (!getCurrentEntry(archive, entry) || !isReadable(entry))
         return false;
-    const quint64 bytes = std::max<quint64>(entry.uncompressed_size, entry.compressed_size);
-    if (bytes > maxBytes || bytes > archive.bytesLeft)
+    if (entry.compressed_size > archive.packedBytesLeft || entry.uncompressed_size > maxBytes ||
+        entry.uncompressed_size > archive.unpackedBytesLeft)
         return false;
-    archive.bytesLeft -= bytes;
+    archive.packedBytesLeft -= entry.compressed_size;
+    archive.unpackedBytesLeft -= entry.uncompressed_size;
     return true;
 }
 
 /// @return whether the whole entry has come and its checksum is right.
-bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, QDataStream& target)
+bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, const Target& target)
 {
     if (name.isEmpty() || !archive.setCurrentFile(name, QuaZip::csInsensitive))
         return false;
@@ -129,35 +151,20 @@ bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, 
 
 QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBytes)
 {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    return readEntry(archive, name, maxBytes, stream) ? bytes : QByteArray();
+    QByteArray contents;
+    const auto append = [&contents](const char* bytes, int count) {
+        contents.append(bytes, count);
+        return true;
+    };
+    return readEntry(archive, name, maxBytes, append) ? contents : QByteArray();
 }
 
-/// Decodes the image text that is written to it, which is several times as large as the image and need not be
-/// kept.
-class ImageTextDevice : public QIODevice
-{
-public:
-    ImageTextDevice() { open(QIODevice::WriteOnly | QIODevice::Unbuffered); }
-
-    bool isSequential() const override { return true; }
-
-    ImageText::Decoder decoder;
-
-protected:
-    qint64 readData(char*, qint64) override { return -1; }
-    qint64 writeData(const char* text, qint64 bytes) override
-    {
-        return decoder.feed(text, static_cast<int>(bytes)) ? bytes : -1;
-    }
-};
-
+/// Decodes the text while it is read: it is several times as large as the image.
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {
-    ImageTextDevice text;
-    QDataStream stream(&text);
-    return readEntry(archive, name, maxEntryBytes, stream) ? text.decoder.takeImage() : QByteArray();
+    ImageText::Decoder decoder;
+    const auto decode = [&decoder](const char* text, int count) { return decoder.feed(text, count); };
+    return readEntry(archive, name, maxEntryBytes, decode) ? decoder.takeImage() : QByteArray();
 }
 
 QPair<DeviceType, FirmwareData> getFirmwareData(FirmwareArchive& archive, const QString& name)
@@ -228,7 +235,7 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
-    // The text's byte order mark tells its encoding; without one it is the system's.
+    // The stream decodes by the byte order mark; without one, from the system's encoding.
     if (!texts.isEmpty())
         releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =

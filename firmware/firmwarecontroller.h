@@ -15,11 +15,12 @@ class FirmwareControllerPrivate;
 /// the GUI thread; no exception leaves. The queries answer with copies, at any time, and with the neutral
 /// value where the archive has nothing or none is loaded.
 ///
-/// Archives come from anywhere, so what one may cost is bounded before it is paid. An entry of more than
-/// 64 MiB, packed or unpacked, counts as unreadable (release notes: 1 MiB), as does one that is encrypted or
-/// neither stored nor deflated, one whose checksum is wrong, and every entry that would bring what was read
-/// of the archive to more than 129 MiB. An entry with a name of more than 256 bytes is passed over. An
-/// archive is refused whose directory has more than 16 MiB, and so is a path that is not a regular file's.
+/// Archives come from strangers, so limits keep a load from blocking the window. These entries count as
+/// unreadable: an image of more than 64 MiB of text; release notes of more than 1 MiB; an entry that is
+/// encrypted, neither stored nor deflated, or whose checksum is wrong; every entry with which all that were
+/// read would exceed 16 MiB packed or 65 MiB unpacked. An entry with a name of more than 256 bytes is
+/// ignored. An archive is refused if its directory has more than 1 MiB, and so is a path that is not a
+/// regular file's.
 class FirmwareController : public QObject
 {
     Q_OBJECT

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -78,17 +77,6 @@ bool read(ReadDataFunction& reader, QByteArray& buffer, unsigned int address, un
     return reader(buffer, address, size) && buffer.size() >= needed;
 }
 
-/// The address of the entry after the one at @p address; an image cannot reach past 4 GiB.
-bool advance(unsigned int& address, const QByteArray& entryHeader)
-{
-    if (entryHeader.size() < entryLengthEnd)
-        return false;
-    const std::uint64_t next =
-        std::uint64_t{address} + wordAt(entryHeader, entryLengthOffset) + entryHeaderBytes;
-    address = static_cast<unsigned int>(next);
-    return next <= std::numeric_limits<unsigned int>::max();
-}
-
 std::vector<FileEntry> findFiles(std::vector<unsigned short> fileIds, ReadDataFunction& reader)
 {
     std::vector<FileEntry> found;
@@ -104,8 +92,9 @@ std::vector<FileEntry> findFiles(std::vector<unsigned short> fileIds, ReadDataFu
             found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address); // not a view
             fileIds.erase(match);
         }
-        if (byteAt(buffer, 0) == endOfTable || !advance(address, buffer))
+        if (byteAt(buffer, 0) == endOfTable || buffer.size() < entryLengthEnd)
             return found;
+        address += wordAt(buffer, entryLengthOffset) + entryHeaderBytes;
     }
     return found;
 }

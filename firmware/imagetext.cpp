@@ -14,7 +14,20 @@ constexpr char separator = ' ';
 constexpr unsigned base = 16;
 
 /// QChar::isSpace() of the Latin-1 characters; the last two are NEXT LINE and NO-BREAK SPACE.
-constexpr std::string_view whiteSpace = " \t\n\v\f\r\x85\xA0";
+constexpr std::array<bool, 256> makeWhiteSpace()
+{
+    std::array<bool, 256> isWhite{};
+    for (const char character : {' ', '\t', '\n', '\v', '\f', '\r', '\x85', '\xA0'})
+        isWhite[static_cast<unsigned char>(character)] = true;
+    return isWhite;
+}
+
+constexpr std::array<bool, 256> whiteSpace = makeWhiteSpace();
+
+bool isWhiteSpace(char character)
+{
+    return whiteSpace[static_cast<unsigned char>(character)];
+}
 
 constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
@@ -30,18 +43,25 @@ constexpr std::array<std::uint8_t, 256> makeDigitValues()
 
 constexpr std::array<std::uint8_t, 256> digitValues = makeDigitValues();
 
-/// Passes a line of two digits and nothing else, as nearly all are; other lines are left alone.
+bool hasPrefix(const char* token)
+{
+    return token[0] == '0' && (token[1] == 'x' || token[1] == 'X');
+}
+
+/// Reads a line of two digits, with or without the prefix, and nothing else, as nearly all are.
+/// @return false, with @p line as it was, if the line has another form or may be cut short by @p end.
 bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
 {
-    constexpr int digits = 2;
-    if (end - line < digits + 2)
+    constexpr int longest = 6; // "0x12\r\n"
+    if (end - line < longest)
         return false;
-    const unsigned high = digitValues[static_cast<unsigned char>(line[0])];
-    const unsigned low = digitValues[static_cast<unsigned char>(line[1])];
+    const char* const digits = hasPrefix(line) ? line + 2 : line;
+    const unsigned high = digitValues[static_cast<unsigned char>(digits[0])];
+    const unsigned low = digitValues[static_cast<unsigned char>(digits[1])];
     if ((high | low) >= base)
         return false;
     number = high * base + low;
-    const char* const tail = line + digits;
+    const char* const tail = digits + 2;
     if (tail[0] == lineEnd) // branches, so that the next line need not wait for this one's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
@@ -51,14 +71,17 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
     return true;
 }
 
-/// What counts of a line; empty where nothing does.
+/// The part of a line that counts; empty if none does.
 std::string_view tokenOf(std::string_view line)
 {
-    line.remove_prefix(std::min(line.find_first_not_of(whiteSpace), line.size()));
+    while (!line.empty() && isWhiteSpace(line.front()))
+        line.remove_prefix(1);
     if (line.substr(0, 2) == "//")
         return {};
     line = line.substr(0, line.find(separator));
-    return line.substr(0, line.find_last_not_of(whiteSpace) + 1); // as the conversion does at a token's end
+    while (!line.empty() && isWhiteSpace(line.back())) // as the conversion does at a token's end
+        line.remove_suffix(1);
+    return line;
 }
 
 /// Reads the number that @p token is, as QString::toInt() would.
@@ -68,7 +91,7 @@ bool readNumber(std::string_view token, std::uint32_t& number)
     const bool negative = token.front() == '-';
     if (negative || token.front() == '+')
         token.remove_prefix(1);
-    if (token.substr(0, 2) == "0x" || token.substr(0, 2) == "0X")
+    if (token.size() >= 2 && hasPrefix(token.data()))
         token.remove_prefix(2);
     const char* const end = token.data() + token.size();
     const auto [digitsEnd, error] = std::from_chars(token.data(), end, number, int{base});
@@ -112,6 +135,10 @@ void Decoder::decodeLines(const char* position, const char* end)
     while (position != end && !isMalformed) {
         std::uint32_t number = 0;
         if (!readPlainLine(position, end, number)) {
+            if (*position == lineEnd) { // a text of nothing else is soon read
+                ++position;
+                continue;
+            }
             const std::string_view rest(position, static_cast<std::size_t>(end - position));
             const std::string_view line = rest.substr(0, rest.find(lineEnd));
             position += std::min(line.size() + 1, rest.size());

@@ -19,13 +19,25 @@ namespace {
 
 // A sanitizer's shadow memory and quarantine count as the process's own.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
-constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 10;
+constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
 constexpr int endsWithinMs = 120000; // where it waits for something that does not come
 constexpr char childSwitch[] = "--load";
 
-/// Loads an archive. The outcome in one line, both PIDs, base name, release notes; "failed" after a failure.
+QString logged; ///< complaints about the archive, each after a '|'
+
+void keepComplaint(QtMsgType, const QMessageLogContext&, const QString& message)
+{
+    if (message.startsWith(QStringLiteral("The firmware archive")))
+        logged += QLatin1Char('|') + message;
+}
+
+/// Loads an archive. @return the base name, both PIDs, release notes, or "failed"; then what is logged of the
+/// archive.
 QString load(FirmwareController& controller, const QString& path)
 {
+    logged.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(keepComplaint);
+    const auto restoring = qScopeGuard([=] { qInstallMessageHandler(previous); });
     const QSignalSpy failed(&controller, &FirmwareController::loadingFailed);
     const QSignalSpy loaded(&controller, &FirmwareController::loadedSuccessfully);
     controller.setFilePath(path);
@@ -37,7 +49,7 @@ QString load(FirmwareController& controller, const QString& path)
     const bool isEmpty = state == QStringLiteral(" 0 0");
     if (failed.count() + loaded.count() != 1 || isEmpty != (failed.count() == 1))
         return QStringLiteral("wrong signals");
-    return isEmpty ? QStringLiteral("failed") : state;
+    return (isEmpty ? QStringLiteral("failed") : state) + logged;
 }
 
 /// The largest part of this process that was ever in memory. getrusage() would count the parent's as well.

@@ -19,8 +19,11 @@ namespace ArchiveRows {
 using RawZip::Deflated;
 using RawZip::Stored;
 
-constexpr int entryLimit = 64 * 1024 * 1024;
+constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked
 constexpr int notesLimit = 1024 * 1024;
+constexpr int restLimit = 1024 * 1024;        ///< unpacked, of all entries beside one at its limit
+constexpr int packedLimit = 16 * 1024 * 1024; ///< of all entries
+constexpr int directoryLimit = 1024 * 1024;
 
 inline RawEntry changed(RawEntry entry, const std::function<void(RawEntry&)>& change)
 {
@@ -143,20 +146,35 @@ inline void addReleaseNotes()
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
 
+/// A transmitter's image whose packed bytes are @p packedBytes, most of them blocks that unpack to nothing.
+inline RawEntry behindEmptyBlocks(int packedBytes)
+{
+    const QByteArray block("\0\0\0\xFF\xFF", 5);
+    RawEntry entry = RawZip::entry("e.ff", transmitterText(), Deflated);
+    entry.packed.prepend(block.repeated((packedBytes - entry.packed.size()) / block.size()));
+    entry.packed = entry.packed.leftJustified(packedBytes, '\0');
+    entry.packedBytes = static_cast<std::uint32_t>(packedBytes);
+    return entry;
+}
+
 inline void addLargeImages()
 {
-    const auto lines = [](int size) {
-        return RawZip::entry("l.ff", transmitterText().leftJustified(size, '\n'), Deflated);
+    const QString both = QStringLiteral("fw 4 6"), transmitterOnly = QStringLiteral("fw 4 0");
+    const auto text = [](const char* name, unsigned short pid, int size) {
+        return RawZip::entry(name, imageText(pid).leftJustified(size, '\n'), Deflated);
     };
-    addRow("image at the limit", QStringLiteral("fw 4 6"), [=] {
-        return RawZip::archive({lines(entryLimit), headsetEntry()});
+    addRow("image at the limit", both, [=] {
+        return RawZip::archive({text("l.ff", 4, entryLimit), text("h.ef", 6, restLimit)});
+    });
+    addRow("images above the limit together", transmitterOnly, [=] {
+        return RawZip::archive({text("l.ff", 4, entryLimit), text("h.ef", 6, restLimit + 1)});
     });
     addRow("image above the limit", headsetOnly(), [=] {
-        return RawZip::archive({lines(entryLimit + 1), headsetEntry()});
+        return RawZip::archive({text("l.ff", 4, entryLimit + 1), headsetEntry()});
     });
-    addRow("bomb of digits, stored", headsetOnly(), [] {
+    addRow("bomb of digits", headsetOnly(), [] {
         const QByteArray digits = QByteArray("1\n").repeated(entryLimit / 2);
-        return RawZip::archive({RawZip::entry("d.ff", digits), headsetEntry()});
+        return RawZip::archive({RawZip::entry("d.ff", digits, Deflated), headsetEntry()});
     });
     addRow("bomb: 1000 entries share 64 MiB", headsetOnly(), [] {
         RawEntry bomb = RawZip::entry("0000.ff", QByteArray(entryLimit, '\n'), Deflated);
@@ -167,39 +185,80 @@ inline void addLargeImages()
                 bomb, [i](RawEntry& e) { e.name = QByteArray::number(i).rightJustified(4, '0') + ".ff"; }));
         return RawZip::archive(all);
     });
-    addRow("65 MiB of empty blocks before an image", headsetOnly(), [] {
-        RawEntry blocks = RawZip::entry("e.ff", transmitterText(), Deflated);
-        blocks.packed.prepend(QByteArray("\0\0\0\xFF\xFF", 5).repeated(13 * 1024 * 1024));
-        blocks.packedBytes = static_cast<std::uint32_t>(blocks.packed.size());
-        return RawZip::archive({blocks, headsetEntry()});
-    });
+    const auto packed = [](int bytes) {
+        return [=] { return RawZip::archive({behindEmptyBlocks(bytes), headsetEntry()}); };
+    };
+    const int headsetBytes = headsetEntry().packed.size();
+    addRow("packed at the limit", both, packed(packedLimit - headsetBytes));
+    addRow("packed above the limit together", transmitterOnly, packed(packedLimit - headsetBytes + 1));
+    addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
 
-/// @p count entries of no use, whose names end with @p suffix, and a headset's image.
-inline QByteArray manyEntries(int count, const QByteArray& suffix)
+/// Entries of no use, whose names end with @p suffix, and a headset's image. The directory has @p bytes
+/// bytes.
+inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
 {
-    std::vector<RawEntry> all{RawZip::entry("000000" + suffix, "")};
-    all.reserve(static_cast<std::size_t>(count) + 1);
-    for (int i = 1; i < count; ++i) {
-        all.push_back(all.front());
-        all.back().name = QByteArray::number(i).rightJustified(6, '0') + suffix;
-        all.back().sharesBytes = true;
+    constexpr int headerBytes = 46;
+    RawEntry last = headsetEntry();
+    RawEntry next = RawZip::entry("000000" + suffix, "");
+    const int entryBytes = headerBytes + next.name.size();
+    bytes -= headerBytes + last.name.size();
+    last.name.prepend(QByteArray(bytes % entryBytes, 'h'));
+    std::vector<RawEntry> all;
+    for (int i = 0; i < bytes / entryBytes; ++i) {
+        next.name = QByteArray::number(i).rightJustified(6, '0') + suffix;
+        all.push_back(next);
+        next.sharesBytes = true;
     }
+    all.push_back(last);
+    return RawZip::archive(all);
+}
+
+/// Entries that each have as many extra fields as there is room for, which take long to walk.
+inline QByteArray manyExtraFields()
+{
+    std::vector<RawEntry> all(253, changed(RawZip::entry("e", ""), [](RawEntry& e) {
+                                  e.extra = QByteArray("\1\2\0\0", 4).repeated(0x3FFF);
+                              }));
+    for (std::size_t i = 1; i < all.size(); ++i)
+        all[i].sharesBytes = true;
     all.push_back(headsetEntry());
     return RawZip::archive(all);
+}
+
+/// An archive of two images, with the directory's record of one of them destroyed.
+inline Archive withoutRecord(int number)
+{
+    return [=] {
+        QByteArray zip = RawZip::archive({headsetEntry(), RawZip::entry("t.ff", transmitterText())});
+        int at = zip.indexOf("PK\1\2");
+        for (int i = 0; i < number; ++i)
+            at = zip.indexOf("PK\1\2", at + 1);
+        zip[at] = 'Q';
+        return zip;
+    };
 }
 
 inline void addDirectories()
 {
     const QString failed = QStringLiteral("failed");
-    addRow("100,000 entries", headsetOnly(), [] { return manyEntries(100000, ""); });
-    addRow("100,000 images", headsetOnly(), [] { return manyEntries(100000, ".ff"); });
-    addRow("directory of more than 16 MiB", failed, [] { return manyEntries(400000, ""); });
-    addRow("directory that tells 2^63 entries", headsetOnly(),
+    const QString tooLarge = failed + QStringLiteral("|The firmware archive's directory is too large");
+    const auto missing = [](const char* entries) {
+        return QStringLiteral("|The firmware archive should have %1 entries, but only 1 can be read")
+            .arg(QLatin1String(entries));
+    };
+    addRow("directory at the limit", headsetOnly(), [] { return manyEntries(directoryLimit, ""); });
+    addRow("directory at the limit, all images", headsetOnly(),
+           [] { return manyEntries(directoryLimit, ".ff"); });
+    addRow("directory above the limit", tooLarge, [] { return manyEntries(directoryLimit + 1, ""); });
+    addRow("directory of 4 million extra fields", tooLarge, manyExtraFields);
+    addRow("directory that counts 2^63 entries", headsetOnly() + missing("9223372036854775807"),
            [] { return RawZip::archive({headsetEntry()}, std::numeric_limits<qint64>::max()); });
-    addRow("directory that tells too few entries", headsetOnly(), [] {
+    addRow("directory that counts too few entries", headsetOnly(), [] {
         return RawZip::archive({headsetEntry(), RawZip::entry("t.ff", transmitterText())}, 1);
     });
+    addRow("directory without its first record", failed, withoutRecord(0));
+    addRow("directory without its second record", headsetOnly() + missing("2"), withoutRecord(1));
     addRow("no archive", failed, [] { return QByteArray(100000, 'P'); });
     addRow("end record only", failed, [] { return QByteArray("PK\5\6"); });
     addRow("nothing", failed, [] { return QByteArray(); });
