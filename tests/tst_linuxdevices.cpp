@@ -8,6 +8,7 @@
 #include <sys/file.h>
 
 #include "hidrawinterface.h"
+#include "lockholder.h"
 #include "reportdescriptor.h"
 
 namespace {
@@ -16,7 +17,7 @@ using Lock = HidrawDevice::Lock;
 
 ReportDescriptor parse(const QByteArray& bytes)
 {
-    // In memory of its own, so that a byte read past the end is seen.
+    // In separate memory, so that the sanitizer reports a read past the end.
     const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
     return ReportDescriptor::parse(own.data(), own.size());
 }
@@ -50,7 +51,7 @@ QByteArray namesOf(const std::vector<DeviceNode>& nodes)
     return names.join(QLatin1Char(' ')).toLatin1();
 }
 
-/// A file that another program has locked; its transfers are those of no HID device.
+/// A file that another open file has locked. It is no HID device, so transfers fail.
 struct LockedFile
 {
     explicit LockedFile(int lockOfOther)
@@ -114,9 +115,9 @@ void addFaultyDescriptors()
     addDescriptor("cut after a long item's prefix", vendorCollection(field) + "FE",
                   fault + "ends within an item");
     addDescriptor("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
-    addDescriptor("end without begin", vendorCollection(field) + "C0",
-                  fault + "ends a collection that was not begun");
-    addDescriptor("pop without push", vendorCollection(field) + "B4", fault + "pops what was not pushed");
+    addDescriptor("End Collection without Collection", vendorCollection(field) + "C0",
+                  fault + "has an End Collection without a Collection");
+    addDescriptor("pop without push", vendorCollection(field) + "B4", fault + "has a Pop without a Push");
     addDescriptor("report ID 0", vendorCollection("8500" + field),
                   fault + "has a report ID that is not one of 1 to 255");
     addDescriptor("report ID 256", vendorCollection("860001" + field),
@@ -132,7 +133,7 @@ void addFaultyDescriptors()
                   vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
                   fault + "nests collections more than 32 deep");
     addDescriptor("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
-                  fault + "pushes more than 32 states");
+                  fault + "has more than 32 nested Pushes");
     addDescriptor("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
                   "ff00:1 0, has no feature report");
     addDescriptor("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
@@ -277,6 +278,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms_data()
     row("shared, exclusive", LOCK_SH, Lock::Exclusive, ERROR_SHARING_VIOLATION);
     row("exclusive, shared", LOCK_EX, Lock::Shared, ERROR_SHARING_VIOLATION);
     row("exclusive, queries only", LOCK_EX, Lock::None, ERROR_SUCCESS);
+    row("free, queries only", LOCK_UN, Lock::None, ERROR_SUCCESS);
 }
 
 void TestLinuxDevices::locksHoldAgainstOtherPrograms()
@@ -285,9 +287,13 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QFETCH(int, wanted);
     QFETCH(int, error);
     LockedFile f(lockOfOther);
+    const QString thisProcess = QStringLiteral("tst_linuxdevice (process %1)").arg(::getpid());
+    const auto holder = [&] { return QString::fromStdString(lockHolder(f.device->path).value_or("nobody")); };
+    QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // With the other program gone the device is to be had, by several users, until all have released it.
+        // When the other file is closed, several users can have the device. The lock holds until all release
+        // it.
         f.other = FileDescriptor();
         f.other = FileDescriptor(::open(f.device->path.c_str(), O_RDWR | O_CLOEXEC));
         QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(ERROR_SUCCESS));
@@ -295,8 +301,17 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
         f.device->release();
         QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
     }
+    if (Lock(wanted) == Lock::Exclusive && error == ERROR_SUCCESS) {
+        // A second user who wants less does not loosen the lock, neither when it comes nor when it goes.
+        for (const Lock weaker : {Lock::None, Lock::Shared}) {
+            QCOMPARE(f.device->acquire(weaker), DWORD(ERROR_SUCCESS));
+            QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
+            f.device->release();
+            QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
+        }
+    }
     if (lockOfOther == LOCK_SH && error == ERROR_SUCCESS) {
-        // A user who cannot have the device does not cost the others their lock.
+        // A user who is refused does not cost the others their lock.
         QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
         QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), -1);
     }

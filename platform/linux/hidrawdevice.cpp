@@ -12,12 +12,12 @@
 
 namespace {
 
-/// A transfer that is under way when the cable is pulled fails at once; the device is gone a moment later.
+/// If the cable is pulled during a transfer, the transfer fails at once; the device is gone a moment later.
 constexpr int removalDelayMs = 100;
 
-// Codes of the Windows documentation that nothing else here needs.
+// Windows error codes that are used here only.
 constexpr DWORD tooManyOpenFiles = 4;
-constexpr DWORD timedOut = 121; // ERROR_SEM_TIMEOUT, with which a transfer ends to which nobody answers
+constexpr DWORD timedOut = 121; // ERROR_SEM_TIMEOUT: the device did not answer the transfer
 
 struct Pair
 {
@@ -32,7 +32,7 @@ constexpr Pair pairs[] = {
     {EACCES, ERROR_ACCESS_DENIED},
     {EPERM, ERROR_ACCESS_DENIED},
     {EBUSY, ERROR_SHARING_VIOLATION},
-    {EWOULDBLOCK, ERROR_SHARING_VIOLATION}, // of flock
+    {EWOULDBLOCK, ERROR_SHARING_VIOLATION}, // from flock
     {ENOENT, ERROR_FILE_NOT_FOUND},
     {EINVAL, ERROR_INVALID_PARAMETER},
     {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
@@ -114,7 +114,7 @@ DWORD HidrawDevice::tighten(Lock wanted)
         return ERROR_SUCCESS;
     }
     const DWORD error = windowsError(errno);
-    // The attempt has cost the lock that was held.
+    // The failed attempt has released the lock that was held.
     if (held == Lock::Shared && ::flock(file.get(), LOCK_SH | LOCK_NB) != 0)
         held = Lock::None;
     return error;
@@ -128,7 +128,7 @@ void HidrawDevice::close()
 
 bool HidrawDevice::isGoneWithin(int timeoutMs) const
 {
-    pollfd polled{file.get(), 0, 0}; // POLLERR and POLLHUP come without being asked for
+    pollfd polled{file.get(), 0, 0}; // POLLERR and POLLHUP need no request
     return uninterrupted([&] { return ::poll(&polled, 1, timeoutMs); }) > 0;
 }
 

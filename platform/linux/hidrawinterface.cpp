@@ -44,7 +44,7 @@ private:
     const std::shared_ptr<HidrawDevice> device;
 };
 
-/// The number after the last @p mark.
+/// @return the number after the last @p mark.
 std::optional<int> numberAfter(const std::string& text, const std::string& mark, int base)
 {
     const std::size_t found = text.rfind(mark);
@@ -53,8 +53,9 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
     return static_cast<int>(std::strtol(text.c_str() + found + mark.size(), nullptr, base));
 }
 
-/// The USB interface's number, where Windows puts it into names: where the device has several interfaces. A
-/// device that is made by a program has no USB device to ask; its interface 0 counts as its only one.
+/// The USB interface's number if Windows puts it into names, that is, if the device has several interfaces. A
+/// device that a program makes (uhid) has no USB device that could say so; its interface 0 counts as its only
+/// one.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

@@ -10,24 +10,24 @@
 #include "hidrawdevice.h"
 #include "reportdescriptor.h"
 
-/// What the kernel and udev tell of a HID interface with a hidraw node.
+/// What the kernel and udev report about a HID interface with a hidraw node.
 struct HidrawInterface
 {
     std::string systemPath; ///< of the hidraw node in sysfs
     std::string devicePath; ///< such as /dev/hidraw3
-    std::string hidName;    ///< the kernel's for the interface, such as 0003:7A31:0004.0007
+    std::string hidName;    ///< the kernel's name for the interface, such as 0003:7A31:0004.0007
     std::string hidId;      ///< HID_ID: bus, vendor and product, such as 0003:00007A31:00000004
-    std::string phys;       ///< HID_PHYS: where it is plugged in, such as usb-0000:00:14.0-1/input3
-    std::string interfaces; ///< bNumInterfaces of its USB device; empty where there is no such device
-    std::string revision;   ///< bcdDevice of its USB device, such as 0100; empty likewise
+    std::string phys;       ///< HID_PHYS: the port, such as usb-0000:00:14.0-1/input3
+    std::string interfaces; ///< bNumInterfaces of its USB device; empty if there is no such device
+    std::string revision;   ///< bcdDevice of its USB device, such as 0100; empty if there is none
     std::vector<std::uint8_t> reportDescriptor;
 };
 
-/// The nodes that Windows would make for the interface: one for each top-level collection. Their hid
-/// functions transfer through @p device, whose user each file that is open on them is.
+/// The nodes that Windows would make for the interface: one for each top-level collection. Their HID
+/// functions transfer through @p device; each file that is open on a node is a user of @p device.
 ///
-/// The place in a node's names is made of the kernel's number for the interface, which is another one at each
-/// arrival, and the collection's.
-/// @return nothing where the interface is not one of a USB device.
+/// A node's names contain the kernel's number for the interface, which is different at each arrival, and the
+/// collection's number.
+/// @return nothing if the interface does not belong to a USB device.
 std::vector<DeviceNode> nodesOf(const HidrawInterface& interface, const ReportDescriptor& descriptor,
                                 const std::shared_ptr<HidrawDevice>& device);

@@ -1,16 +1,31 @@
 #include "linuxdevicetree.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include <dbt.h>
 
 #include "hidrawinterface.h"
+#include "lockholder.h"
 
 namespace {
 
 std::string textOf(const std::wstring& text)
 {
     return std::filesystem::path(text).string();
+}
+
+/// Whether what refused an interface is over. Looks at the locks instead of trying one, which could
+/// make another program's attempt fail.
+bool canBeOpened(const std::string& devicePath, DWORD refusal)
+{
+    if (refusal == ERROR_SHARING_VIOLATION)
+        return !lockHolder(devicePath);
+    HidrawDevice device(devicePath);
+    if (device.acquire(HidrawDevice::Lock::None) != ERROR_SUCCESS)
+        return false;
+    device.release();
+    return true;
 }
 
 } // namespace
@@ -24,9 +39,8 @@ std::unique_ptr<DeviceFile> LinuxDeviceTree::open(const std::wstring& path, DWOR
                                                   DWORD& error)
 {
     auto file = DeviceTree::open(path, access, share, error);
-    const std::string denial = error == ERROR_ACCESS_DENIED ? takeDenial(path) : std::string();
-    if (!denial.empty())
-        log(denial);
+    if (error == ERROR_SUCCESS || error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION)
+        noteOutcome(path, error);
     return file;
 }
 
@@ -34,32 +48,42 @@ void LinuxDeviceTree::start()
 {
     std::call_once(started, [this] {
         std::string problem;
-        const UdevMonitor::Listener listener{[this](const HidrawInterface& interface) { arrived(interface); },
-                                             [this](const std::string& systemPath) { left(systemPath); }};
+        const UdevMonitor::Listener listener{
+            [this](const HidrawInterface& description) { arrived(description); },
+            [this](const std::string& systemPath) { left(systemPath); },
+            [this] { return retryRefused(); },
+        };
         monitor = std::make_unique<UdevMonitor>(listener, problem);
         if (!problem.empty())
             log("No device can be seen: " + problem + ".");
     });
 }
 
-void LinuxDeviceTree::arrived(const HidrawInterface& interface)
+void LinuxDeviceTree::arrived(const HidrawInterface& description)
 {
     const auto descriptor =
-        ReportDescriptor::parse(interface.reportDescriptor.data(), interface.reportDescriptor.size());
-    const auto device = std::make_shared<HidrawDevice>(interface.devicePath);
+        ReportDescriptor::parse(description.reportDescriptor.data(), description.reportDescriptor.size());
+    const auto device = std::make_shared<HidrawDevice>(description.devicePath);
+    Interface interface {
+        description, {}
+    };
     std::vector<std::shared_ptr<const DeviceNode>> added;
-    for (DeviceNode& node : nodesOf(interface, descriptor, device)) {
+    for (DeviceNode& node : nodesOf(description, descriptor, device)) {
         const auto newcomer = add(std::move(node));
         if (!newcomer)
             return;
         added.push_back(newcomer);
-        arrivals[interface.systemPath].push_back(newcomer->interfacePath);
-        const std::lock_guard<std::mutex> guard(mutex);
-        denials[enumeratedPath(newcomer->interfacePath)] =
-            "You may not open " + interface.devicePath + ", which is " + textOf(newcomer->instanceId) +
-            ". Install this program's package, whose udev rule lets you, and plug the device in again.";
+        interface.paths.push_back(newcomer->interfacePath);
     }
-    if (!added.empty() && !descriptor.fault.empty())
+    if (added.empty())
+        return;
+    bool isRetry = false;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        interfaces[description.systemPath] = std::move(interface);
+        isRetry = loggedRefusals.count(description.systemPath) > 0;
+    }
+    if (!descriptor.fault.empty() && !isRetry)
         log("The report descriptor of " + textOf(added.front()->instanceId) + " " + descriptor.fault);
     for (const auto& newcomer : added) {
         for (const auto& observer : listening())
@@ -69,22 +93,93 @@ void LinuxDeviceTree::arrived(const HidrawInterface& interface)
 
 void LinuxDeviceTree::left(const std::string& systemPath)
 {
-    std::vector<std::shared_ptr<const DeviceNode>> gone;
-    for (const std::wstring& path : std::exchange(arrivals[systemPath], {})) {
-        takeDenial(path);
-        gone.push_back(remove(path));
+    std::vector<std::wstring> paths;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        loggedRefusals.erase(systemPath);
+        if (const auto gone = interfaces.extract(systemPath))
+            paths = gone.mapped().paths;
     }
-    arrivals.erase(systemPath);
-    for (const auto& former : gone) {
+    removeNodes(paths);
+}
+
+void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
+{
+    std::vector<std::shared_ptr<const DeviceNode>> removed;
+    for (const std::wstring& path : paths)
+        removed.push_back(remove(path));
+    for (const auto& former : removed) {
         for (const auto& observer : listening())
             static_cast<void>(observer->hear(DBT_DEVICEREMOVECOMPLETE, *former));
     }
 }
 
-/// @return what to tell of a denial at @p path, once for each node; empty where that has been told.
-std::string LinuxDeviceTree::takeDenial(const std::wstring& path)
+/// @return whether an interface remains refused.
+bool LinuxDeviceTree::retryRefused()
 {
-    const std::lock_guard<std::mutex> guard(mutex);
-    const auto denial = denials.extract(enumeratedPath(path));
-    return denial ? denial.mapped() : std::string();
+    std::vector<Interface> ready;
+    bool remains = false;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        for (const auto& [systemPath, interface] : interfaces) {
+            if (interface.refusal == ERROR_SUCCESS)
+                continue;
+            if (canBeOpened(interface.description.devicePath, interface.refusal))
+                ready.push_back(interface);
+            else
+                remains = true;
+        }
+    }
+    for (const Interface& interface : ready) {
+        if (isOpen(interface))
+            continue; // opened meanwhile
+        removeNodes(interface.paths);
+        arrived(interface.description);
+    }
+    return remains;
+}
+
+bool LinuxDeviceTree::isOpen(const Interface& interface) const
+{
+    return std::any_of(interface.paths.begin(), interface.paths.end(), [this](const std::wstring& path) {
+        const auto node = find(path);
+        return node && countOpenFiles(node.get()) > 0;
+    });
+}
+
+void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
+{
+    const auto node = find(path);
+    // If this program has the node open, it is this program's share mode that refuses.
+    if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
+        return;
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        const auto opened = std::find_if(interfaces.begin(), interfaces.end(), [&](const auto& entry) {
+            const auto& paths = entry.second.paths;
+            return std::find(paths.begin(), paths.end(), node->interfacePath) != paths.end();
+        });
+        if (opened == interfaces.end())
+            return;
+        opened->second.refusal = error;
+        if (error == ERROR_SUCCESS)
+            return;
+        logOnce(opened->second, node->instanceId);
+    }
+    monitor->retry();
+}
+
+/// Logs a refusal unless it is the same as the interface's last one. The mutex is held.
+void LinuxDeviceTree::logOnce(const Interface& interface, const std::wstring& instanceId)
+{
+    DWORD& logged = loggedRefusals[interface.description.systemPath];
+    if (std::exchange(logged, interface.refusal) == interface.refusal)
+        return;
+    const std::string& device = interface.description.devicePath;
+    if (interface.refusal == ERROR_ACCESS_DENIED)
+        log("You may not open " + device + ", which is " + textOf(instanceId) +
+            ". Install this program's package: its udev rule gives you the permission.");
+    else
+        log(device + ", which is " + textOf(instanceId) + ", is in use by " +
+            lockHolder(device).value_or("another program") + ". Close that program.");
 }

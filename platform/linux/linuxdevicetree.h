@@ -10,30 +10,45 @@
 #include "devicetree.h"
 #include "udevmonitor.h"
 
-/// The HID interfaces of the USB devices that are connected to this computer, over udev and hidraw. A node is
-/// there when the rules of udev have run for it, so that none is ever being installed.
+/// The HID interfaces of the USB devices that are connected to this computer, from udev and hidraw. A node
+/// appears after udev has run its rules for it, so no driver installation is ever pending.
+///
+/// A node that the system refuses to open, because the user lacks the permission or another program has
+/// locked it, is tried again once a second. When it can be opened, the tree reports a removal and an arrival.
 class LinuxDeviceTree : public DeviceTree
 {
 public:
-    /// Nothing is looked for before the first use.
-    /// @param log  gets what keeps a device from being used, a sentence each, on any thread.
+    /// Does not look for devices before the first use.
+    /// @param log  gets a sentence for each reason why a device cannot be used, on any thread.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
 
-    /// Where two of this program's files are open on one interface, the stricter lock of the two holds
+    /// If two of this program's files are open on one interface, the stricter lock of the two holds
     /// against other programs until both are closed.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
 
 private:
+    /// An interface that is plugged in.
+    struct Interface
+    {
+        HidrawInterface description;
+        std::vector<std::wstring> paths; ///< of its nodes
+        DWORD refusal = ERROR_SUCCESS;   ///< with which the system last refused to open it
+    };
+
     void start() override;
-    void arrived(const HidrawInterface& interface);
+    void arrived(const HidrawInterface& description);
     void left(const std::string& systemPath);
-    std::string takeDenial(const std::wstring& path);
+    void removeNodes(const std::vector<std::wstring>& paths);
+    bool retryRefused();
+    bool isOpen(const Interface& interface) const;
+    void noteOutcome(const std::wstring& path, DWORD error);
+    void logOnce(const Interface& interface, const std::wstring& instanceId);
 
     const std::function<void(const std::string&)> log;
-    std::map<std::string, std::vector<std::wstring>> arrivals; ///< interface paths by system path
-    std::mutex mutex;                                          ///< guards the denials
-    std::map<std::wstring, std::string> denials; ///< what to tell once, by interface path as enumerated
+    std::mutex mutex;                            ///< guards the next two
+    std::map<std::string, Interface> interfaces; ///< by system path
+    std::map<std::string, DWORD> loggedRefusals; ///< by system path; each interface's last
     std::once_flag started;
     std::unique_ptr<UdevMonitor> monitor; ///< reports to this
 };

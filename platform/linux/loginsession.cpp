@@ -27,10 +27,14 @@ LoginSession::LoginSession(std::function<void(const std::string&)> sessionLog)
 
 bool LoginSession::require(EXECUTION_STATE required)
 {
-    if (required == 0)
+    if (required == 0) {
         wakefulness = FileDescriptor();
-    else if (!wakefulness.isOpen())
-        wakefulness = inhibit("sleep:idle", "Work that must not be interrupted");
+        lid = FileDescriptor();
+    } else if (!wakefulness.isOpen()) {
+        const char* const reason = "Work that must not be interrupted";
+        wakefulness = inhibit("sleep:idle", reason);
+        lid = inhibit("handle-lid-switch", reason); // by itself, since a user may lack this permission only
+    }
     return required == 0 || wakefulness.isOpen();
 }
 
@@ -50,7 +54,7 @@ bool LoginSession::removeBlockReason(HWND window)
     return blocks.erase(window) > 0;
 }
 
-/// The lock holds until what is returned is closed.
+/// @return holds the lock until it is closed; none if logind refuses.
 FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) const
 {
     sd_bus* openedBus = nullptr;
@@ -70,7 +74,7 @@ FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) c
     if (result >= 0)
         result = sd_bus_message_read(reply.get(), "h", &lock);
     if (result < 0) {
-        log(std::string("logind gives no lock against ") + what + ": " +
+        log(std::string("logind refused to inhibit ") + what + ": " +
             (error.message ? error.message : std::generic_category().message(-result)));
         return FileDescriptor();
     }

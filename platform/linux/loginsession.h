@@ -6,13 +6,13 @@
 #include "filedescriptor.h"
 #include "session.h"
 
-/// The user's session, kept from ending and the computer from sleeping by inhibitor locks of systemd-logind
-/// (org.freedesktop.login1(5)). Without logind, or where it refuses, each request fails. A request blocks for
+/// Keeps the user's session from ending and the computer from sleeping, by inhibitor locks of systemd-logind
+/// (org.freedesktop.login1(5)). If there is no logind, or it refuses, the request fails. A request blocks for
 /// at most 2 s.
 class LoginSession : public Session
 {
 public:
-    /// @param log  gets why a lock was not to be had, on any thread.
+    /// @param log  gets a sentence for each refused lock, on any thread.
     explicit LoginSession(std::function<void(const std::string&)> log);
 
     bool setBlockReason(HWND window, const std::wstring& reason) override;
@@ -24,6 +24,7 @@ private:
 
     const std::function<void(const std::string&)> log;
     FileDescriptor wakefulness; ///< held while a thread requires the system or the display
-    std::mutex mutex;           ///< guards what follows
+    FileDescriptor lid; ///< likewise; without it, closing a laptop's lid suspends in spite of the other
+    std::mutex mutex;   ///< guards what follows
     std::map<HWND, FileDescriptor> blocks;
 };

@@ -1,4 +1,4 @@
-// Gives the program that this is linked into the real devices and the real session.
+// Gives the real devices and the real session to the program that links this file.
 
 #include <QtGlobal>
 

@@ -30,13 +30,13 @@ enum Item : std::uint8_t {
     UsageItem = 0x08,
 };
 
-/// What holds until another item sets it, and is kept by a push.
+/// The state that global items set, and that Push and Pop save and restore.
 struct Globals
 {
     std::uint16_t usagePage = 0;
     std::uint32_t reportSize = 0; ///< bits of a field
     std::uint32_t reportCount = 0;
-    std::uint32_t reportId = 0; ///< 0 where reports have none
+    std::uint32_t reportId = 0; ///< 0 if reports have none
 };
 
 class Parser
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    /// The first fault counts: what follows it may be its consequence.
+    /// Keeps the first fault: later ones may follow from it.
     void fail(const char* what)
     {
         if (result.fault.empty())
@@ -86,7 +86,7 @@ private:
             return available;
         }
         if (isLong)
-            return length; // none is defined
+            return length; // no long item is defined
         std::uint32_t value = 0;
         for (std::size_t i = length; i > 1; --i)
             value = value << bitsPerByte | bytes[i - 1];
@@ -127,7 +127,7 @@ private:
     {
         switch (item) {
         case CollectionItem:
-            beginCollection();
+            startCollection();
             break;
         case EndCollectionItem:
             endCollection();
@@ -139,7 +139,7 @@ private:
         case OutputItem:
             break;
         default:
-            return; // other items change nothing that is of interest here, and leave the usage in force
+            return; // the result does not depend on other items, and they keep the usage
         }
         hasUsage = false; // local items end with a main item
     }
@@ -151,7 +151,7 @@ private:
         globals.reportId = id;
     }
 
-    /// The first one names a collection. In its long form the usage page comes with it.
+    /// The first usage names a collection. Its long form includes the usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
         if (hasUsage)
@@ -164,7 +164,7 @@ private:
     void push()
     {
         if (pushed.size() == maxDepth)
-            fail("pushes more than 32 states");
+            fail("has more than 32 nested Pushes");
         else
             pushed.push_back(globals);
     }
@@ -172,14 +172,14 @@ private:
     void pop()
     {
         if (pushed.empty()) {
-            fail("pops what was not pushed");
+            fail("has a Pop without a Push");
             return;
         }
         globals = pushed.back();
         pushed.pop_back();
     }
 
-    void beginCollection()
+    void startCollection()
     {
         if (depth == maxDepth) {
             fail("nests collections more than 32 deep");
@@ -198,7 +198,7 @@ private:
     void endCollection()
     {
         if (depth == 0)
-            fail("ends a collection that was not begun");
+            fail("has an End Collection without a Collection");
         else
             --depth;
     }
@@ -225,10 +225,10 @@ private:
     Globals globals;
     std::vector<Globals> pushed;
     std::size_t depth = 0;
-    std::map<std::uint32_t, std::uint64_t> featureBits; ///< by report ID, of the present top-level collection
+    std::map<std::uint32_t, std::uint64_t> featureBits; ///< by report ID, of the current top-level collection
     bool hasUsage = false;
     std::uint16_t usage = 0;
-    std::uint32_t pageOfUsage = 0; ///< 0: the page in force
+    std::uint32_t pageOfUsage = 0; ///< 0: the current usage page
 };
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "udevmonitor.h"
 
+#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -12,6 +12,7 @@
 namespace {
 
 constexpr char subsystem[] = "hidraw";
+constexpr int retryIntervalMs = 1000;
 
 struct Unreference
 {
@@ -56,28 +57,41 @@ HidrawInterface interfaceOf(udev_device* device)
 UdevMonitor::UdevMonitor(Listener reportTo, std::string& problem)
     : listener(std::move(reportTo))
     , context(udev_new())
-    , stop(eventfd(0, EFD_CLOEXEC))
+    , wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (!context || !stop.isOpen() || access("/run/udev/control", F_OK) != 0) {
+    if (!context || !wakeUp.isOpen() || access("/run/udev/control", F_OK) != 0) {
         problem = "udev is not running";
         return;
     }
     listen();
-    if (!monitor)
-        problem = "udev does not tell of devices that come and go";
-    else if (!enumerate())
+    if (!monitor) {
+        problem = "udev does not report devices that come and go";
+        return;
+    }
+    enumerate();
+    if (reported.empty())
         problem = "there is no hidraw device";
-    if (monitor)
-        thread = std::thread([this] { run(); });
+    thread = std::thread([this] { run(); });
 }
 
 UdevMonitor::~UdevMonitor()
 {
     if (!thread.joinable())
         return;
-    const std::uint64_t once = 1;
-    static_cast<void>(!::write(stop.get(), &once, sizeof(once))); // fails only where it is set already
+    isEnding = true;
+    wake();
     thread.join();
+}
+
+void UdevMonitor::retry()
+{
+    wake();
+}
+
+void UdevMonitor::wake()
+{
+    const std::uint64_t once = 1;
+    static_cast<void>(!::write(wakeUp.get(), &once, sizeof(once))); // fails only if it is set already
 }
 
 void UdevMonitor::listen()
@@ -88,41 +102,66 @@ void UdevMonitor::listen()
         monitor.reset();
 }
 
-/// @return whether there is any node.
-bool UdevMonitor::enumerate()
+/// Reports the difference between the nodes that are present and those that were reported.
+void UdevMonitor::enumerate()
 {
     const Enumeration enumeration(udev_enumerate_new(context.get()));
-    // A node whose rules have not run yet is going to be heard of.
+    // An event follows for a node whose rules have not run yet.
     udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
     udev_enumerate_add_match_is_initialized(enumeration.get());
     udev_enumerate_scan_devices(enumeration.get());
-    bool isAny = false;
+    std::vector<Device> present;
+    std::set<std::string> gone = reported;
     udev_list_entry* entry = udev_enumerate_get_list_entry(enumeration.get());
     for (; entry; entry = udev_list_entry_get_next(entry)) {
-        const Device device(udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
+        Device device(udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
         if (!device || !udev_device_get_devnode(device.get()))
             continue; // it has gone already
-        isAny = true;
-        listener.arrived(interfaceOf(device.get()));
+        gone.erase(textOf(udev_device_get_syspath(device.get())));
+        present.push_back(std::move(device));
     }
-    return isAny;
+    for (const std::string& systemPath : gone) {
+        reported.erase(systemPath);
+        listener.left(systemPath);
+    }
+    for (const Device& device : present)
+        report("add", device.get());
 }
 
 void UdevMonitor::run()
 {
-    pollfd polled[] = {{stop.get(), POLLIN, 0}, {udev_monitor_get_fd(monitor.get()), POLLIN, 0}};
-    while (polled[0].revents == 0) {
-        if (poll(polled, std::size(polled), -1) > 0 && polled[1].revents != 0)
+    pollfd polled[] = {{wakeUp.get(), POLLIN, 0}, {udev_monitor_get_fd(monitor.get()), POLLIN, 0}};
+    int timeoutMs = -1;
+    while (!isEnding) {
+        const int ready = poll(polled, std::size(polled), timeoutMs);
+        if (ready > 0 && polled[1].revents != 0)
             receive();
+        std::uint64_t wakeUps = 0;
+        const bool isWoken = ::read(wakeUp.get(), &wakeUps, sizeof(wakeUps)) > 0;
+        if (isWoken)
+            timeoutMs = retryIntervalMs;
+        else if (ready == 0 && !listener.retry())
+            timeoutMs = -1;
     }
 }
 
 void UdevMonitor::receive()
 {
     const Device device(udev_monitor_receive_device(monitor.get()));
-    const std::string action = device ? textOf(udev_device_get_action(device.get())) : "";
-    if (action == "add")
-        listener.arrived(interfaceOf(device.get()));
-    else if (action == "remove")
-        listener.left(textOf(udev_device_get_syspath(device.get())));
+    if (device)
+        report(textOf(udev_device_get_action(device.get())), device.get());
+    else if (errno == ENOBUFS) // more events came than the socket holds
+        enumerate();
+}
+
+void UdevMonitor::report(const std::string& action, udev_device* device)
+{
+    const std::string systemPath = textOf(udev_device_get_syspath(device));
+    if (action == "add") {
+        reported.insert(systemPath);
+        listener.arrived(interfaceOf(device));
+    } else if (action == "remove") {
+        reported.erase(systemPath);
+        listener.left(systemPath);
+    }
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -10,23 +12,28 @@
 #include "filedescriptor.h"
 #include "hidrawinterface.h"
 
-/// Hears from udev of the hidraw nodes that come and go, after its rules have run for them.
+/// Reports the hidraw nodes that come and go, after udev has run its rules for them.
 class UdevMonitor
 {
 public:
     struct Listener
     {
-        std::function<void(const HidrawInterface&)> arrived; ///< may come twice for one node
+        std::function<void(const HidrawInterface&)> arrived; ///< may be called twice for one node
         std::function<void(const std::string& systemPath)> left;
+        std::function<bool()> retry; ///< see UdevMonitor::retry(); @return whether to call it again
     };
 
-    /// Reports the nodes that are there, then those that come and go, on a thread of its own.
-    /// @param problem  what keeps devices from being seen, for a log; empty where nothing does.
+    /// Reports the nodes that are present, then those that come and go, on a thread of its own. If udev's
+    /// events were lost, it compares the nodes it has reported with those that are present.
+    /// @param problem  why no device can be seen, for a log; empty if there is no problem.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.
     ~UdevMonitor();
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
+
+    /// Has Listener::retry called on the monitor's thread, once a second until it returns false.
+    void retry();
 
 private:
     struct Release
@@ -36,13 +43,17 @@ private:
     };
 
     void listen();
-    bool enumerate();
+    void wake();
+    void enumerate();
     void run();
     void receive();
+    void report(const std::string& action, udev_device* device);
 
     const Listener listener;
     std::unique_ptr<udev, Release> context;
     std::unique_ptr<udev_monitor, Release> monitor;
-    FileDescriptor stop;
+    std::set<std::string> reported; ///< system paths of the nodes that are present
+    FileDescriptor wakeUp;
+    std::atomic<bool> isEnding{false};
     std::thread thread;
 };

@@ -1,0 +1,46 @@
+#include "lockholder.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+namespace {
+
+/// The file's name in /proc/locks (proc(5)): major and minor number of its file system, and its inode.
+std::string nameInLocks(const struct stat& file)
+{
+    char name[64];
+    std::snprintf(name, sizeof(name), "%02x:%02x:%llu", major(file.st_dev), minor(file.st_dev),
+                  static_cast<unsigned long long>(file.st_ino));
+    return name;
+}
+
+} // namespace
+
+std::optional<std::string> lockHolder(const std::string& path)
+{
+    struct stat file = {};
+    if (::stat(path.c_str(), &file) != 0)
+        return std::nullopt;
+    const std::string wanted = nameInLocks(file);
+    std::ifstream locks("/proc/locks");
+    std::string line;
+    while (std::getline(locks, line)) {
+        // A process that waits for a lock has "->" in place of the kind.
+        std::string number;
+        std::string kind;
+        std::string strictness;
+        std::string mode;
+        std::string process;
+        std::string name;
+        std::istringstream(line) >> number >> kind >> strictness >> mode >> process >> name;
+        if (kind != "FLOCK" || name != wanted)
+            continue;
+        std::string program;
+        std::getline(std::ifstream("/proc/" + process + "/comm"), program);
+        return program.empty() ? "process " + process : program + " (process " + process + ")";
+    }
+    return std::nullopt;
+}
