@@ -48,6 +48,12 @@ unsigned short normalHeadsetPid()
     return 0;
 }
 
+std::shared_ptr<AbstractHidDevice> openForReading(const std::shared_ptr<DeviceDetector>& detector,
+                                                  DeviceInstance* instance)
+{
+    return Utilities::openHidDevice(detector, instance, AbstractHidDevice::ReadWriteBits, shareRead);
+}
+
 bool isKnownPid(unsigned short pid)
 {
     const auto& ids = Utilities::knownDeviceIds();
@@ -103,6 +109,8 @@ DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
     , q(controller)
 {
     listen(&DeviceControllerPrivate::onDeviceArrived, &DeviceControllerPrivate::onDeviceRemoved);
+    connect(listener, &DeviceListener::deviceHandleChanged, this,
+            &DeviceControllerPrivate::onDeviceHandleChanged);
 }
 
 DeviceControllerPrivate::~DeviceControllerPrivate()
@@ -149,7 +157,7 @@ void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
     const DeviceType type = Utilities::deviceTypeOf(*instance);
     if (devices.contains(type))
         return;
-    auto device = Utilities::openHidDevice(detector, instance, AbstractHidDevice::ReadWriteBits, shareRead);
+    auto device = openForReading(detector, instance);
     if (!device)
         return;
     const int usagePage = device->usagePage();
@@ -198,11 +206,28 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
     Q_EMIT q->deviceArrived(type);
 }
 
+/// An orderly removal was refused. What it cut short is done again.
+void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
+{
+    const auto changed = find(instance);
+    if (changed == devices.end()) {
+        onDeviceArrived(instance);
+        return;
+    }
+    if (!changed->version.isEmpty())
+        return;
+    auto device = openForReading(detector, instance);
+    if (!device)
+        return;
+    const DeviceType type = changed.key();
+    pendingReads.remove(pendingReads.key(type, nullptr)); // its device was closed
+    *changed = {instance, 0, QString()};
+    identify(*instance, type, std::move(device));
+}
+
 void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
 {
-    const auto removed =
-        std::find_if(devices.begin(), devices.end(),
-                     [instance](const ConnectedDevice& device) { return device.instance == instance; });
+    const auto removed = find(instance);
     if (removed == devices.end())
         return;
     const DeviceType type = removed.key();
@@ -210,6 +235,12 @@ void DeviceControllerPrivate::onDeviceRemoved(DeviceInstance* instance)
         endRead(watcher);
     devices.remove(type);
     Q_EMIT q->deviceRemoved(type);
+}
+
+QMap<DeviceType, ConnectedDevice>::iterator DeviceControllerPrivate::find(const DeviceInstance* instance)
+{
+    return std::find_if(devices.begin(), devices.end(),
+                        [instance](const ConnectedDevice& device) { return device.instance == instance; });
 }
 
 void DeviceControllerPrivate::endRead(IdentityWatcher* watcher)

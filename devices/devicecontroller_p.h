@@ -42,6 +42,8 @@ private Q_SLOTS:
     void onDeviceVersionAndPidDetected();
 
 private:
+    void onDeviceHandleChanged(DeviceInstance* instance);
+    QMap<DeviceType, ConnectedDevice>::iterator find(const DeviceInstance* instance);
     void identify(const DeviceInstance& instance, DeviceType type,
                   std::shared_ptr<AbstractHidDevice>&& device);
     void endRead(IdentityWatcher* watcher);

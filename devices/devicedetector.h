@@ -1,7 +1,10 @@
 #pragma once
 
+#include <memory>
+
 #include <windows.h>
 
+#include "devicehandle.h"
 #include "deviceinstance.h"
 
 class DeviceDetectorListener;
@@ -28,21 +31,39 @@ public:
     virtual void stop() {}
 
     /// Opens a known device and watches the handle until closeDevice().
+    ///
+    /// When the system asks for an orderly removal of the device, the detector closes the handle at once. Its
+    /// value may then belong to something else: borrow the handle by lendDevice() instead where that can
+    /// happen.
     /// @param access  bit 0 read, bit 1 write.   @param share  bit 0 read, bit 1 write; 0 is exclusive.
-    /// @return INVALID_HANDLE_VALUE where the device is not known (any more) or cannot be opened.
+    /// @return INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
                               SECURITY_ATTRIBUTES* /*security*/, DWORD /*flagsAndAttributes*/)
     {
         return INVALID_HANDLE_VALUE;
     }
 
-    /// Ends the watching of a handle; the caller closes it. Nothing for a handle that is not watched.
+    /// Ends the watching of a handle; the caller closes it. Does nothing for a handle that is not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
     /// Tells that the receiver of the reports has handled the removal of @p removed and every report
     /// before it. The record is deleted then and its address may be used for another. Nothing for a
     /// record that is not removed.
     virtual void forget(DeviceInstance* /*removed*/) {}
+
+    /// Opens a known device, as openDevice(), and shares the handle with the caller until takeBack().
+    ///
+    /// When the system asks for an orderly removal of the device, the detector closes the handle, for both,
+    /// as soon as a transfer in progress has ended. It stays closed even if the removal is refused.
+    /// @return null if the device is not known (any more) or cannot be opened.
+    virtual std::shared_ptr<DeviceHandle> lendDevice(DeviceInstance* device, int access, int share)
+    {
+        const HANDLE handle = openDevice(device, access, share, nullptr, 0);
+        return handle == INVALID_HANDLE_VALUE ? nullptr : std::make_shared<DeviceHandle>(handle);
+    }
+
+    /// Ends the watching of a lent handle; the borrower closes it.
+    virtual void takeBack(const DeviceHandle& handle) { closeDevice(handle.value()); }
 
 protected:
     DeviceDetectorListener* listener = nullptr; ///< not owned; null until start()

@@ -8,6 +8,7 @@
 
 #include "abstracthiddevice.h"
 #include "devicedetectorlistener.h"
+#include "devicehandle.h"
 #include "interfaceclass_p.h"
 
 namespace {
@@ -106,6 +107,19 @@ void DeviceDetectorWindows::stop()
 HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int share,
                                          SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes)
 {
+    const auto handle = open(device, access, share, security, flagsAndAttributes, false);
+    return handle ? handle->release() : INVALID_HANDLE_VALUE;
+}
+
+std::shared_ptr<DeviceHandle> DeviceDetectorWindows::lendDevice(DeviceInstance* device, int access, int share)
+{
+    return open(device, access, share, nullptr, 0, false);
+}
+
+std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device, int access, int share,
+                                                          SECURITY_ATTRIBUTES* security,
+                                                          DWORD flagsAndAttributes, bool isReopened)
+{
     const DWORD desiredAccess = (access & AccessBits::ReadBit ? GENERIC_READ : 0u) |
                                 (access & AccessBits::WriteBit ? GENERIC_WRITE : 0u);
     const DWORD shareMode = (share & AccessBits::ReadBit ? FILE_SHARE_READ : 0u) |
@@ -114,13 +128,16 @@ HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int
     const auto known = knownDevices.find(toLowerAscii(device->path));
     // A removed record's path may be that of the device's next arrival, which is reported for itself.
     if (known == knownDevices.end() || removedDevices.count(device))
-        return INVALID_HANDLE_VALUE;
-    const HANDLE handle = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
-                                      flagsAndAttributes, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-        return INVALID_HANDLE_VALUE;
-    handleNotifications.add(window, handle,
-                            {nullptr, known->second.get(), desiredAccess, shareMode, flagsAndAttributes});
+        return nullptr;
+    const HANDLE value = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
+                                     flagsAndAttributes, nullptr);
+    if (value == INVALID_HANDLE_VALUE)
+        return nullptr;
+    const auto handle = std::make_shared<DeviceHandle>(value);
+    DeviceInstance* const record = known->second.get();
+    handleNotifications.removeReopenedOf(record); // the new handle is watched in its stead
+    handleNotifications.add(window,
+                            {handle, isReopened, record, desiredAccess, shareMode, flagsAndAttributes});
     return handle;
 }
 
@@ -128,6 +145,14 @@ void DeviceDetectorWindows::closeDevice(HANDLE handle)
 {
     const Guard guard(lock);
     handleNotifications.remove(handle);
+}
+
+void DeviceDetectorWindows::takeBack(const DeviceHandle& handle)
+{
+    const Guard guard(lock);
+    // A withdrawn one stays watched until the outcome of the removal is known.
+    if (handle.isOpen())
+        handleNotifications.remove(handle);
 }
 
 void DeviceDetectorWindows::forget(DeviceInstance* removed)
@@ -271,31 +296,43 @@ void DeviceDetectorWindows::interfaceChange(WPARAM event, const DEV_BROADCAST_DE
 void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast)
 {
     if (event == DBT_DEVICEQUERYREMOVE) {
-        CloseHandle(broadcast.dbch_handle); // at once, so that the removal can proceed
+        withdraw(broadcast);
         return;
     }
     if (event != DBT_DEVICEQUERYREMOVEFAILED && event != DBT_DEVICEREMOVECOMPLETE)
         return;
     const Guard guard(lock);
-    const auto record = handleNotifications.take(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    if (!record)
+    const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
+    // A handle that was opened after the query is still good when the removal is refused.
+    if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
+    const HandleRecord record = handleNotifications.take(*handle);
     if (event == DBT_DEVICEQUERYREMOVEFAILED)
-        reopenDevice(broadcast.dbch_handle, *record);
+        reopenDevice(record);
     else
-        removeDevice(std::wstring(record->device->path)); // a copy: the device's record is about to go
+        removeDevice(std::wstring(record.device->path)); // a copy: the device's record is about to go
+}
+
+/// Closes the handle at once, so that the removal can proceed.
+void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
+{
+    std::shared_ptr<DeviceHandle> handle;
+    {
+        const Guard guard(lock);
+        handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
+    }
+    // Without the lock, because this waits for a transfer in progress.
+    if (handle)
+        handle->close();
 }
 
 void DeviceDetectorWindows::workerThread()
 {
     const HANDLE events[] = {stopEvent, workEvent};
     for (;;) {
+        // A wait that fails would fail again.
         const DWORD result = WaitForMultipleObjects(2, events, FALSE, INFINITE);
-        if (result == WAIT_OBJECT_0)
-            return;
-        if (result != WAIT_OBJECT_0 + 1)
-            continue;
-        if (!waitInstallationSettled())
+        if (result != WAIT_OBJECT_0 + 1 || !waitInstallationSettled())
             return;
         examineArrivals();
     }
@@ -375,13 +412,12 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
     }
 }
 
-/// The old record is gone by then: the new handle may get the old one's value.
-void DeviceDetectorWindows::reopenDevice(HANDLE closed, const HandleRecord& record)
+/// The record is no longer among the others, so the new handle may get the value of the old one.
+void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
     // The stored masks are Win32's, whose two low bits are clear: the device is opened for queries only.
-    const HANDLE reopened =
-        openDevice(record.device, static_cast<int>(record.desiredAccess), static_cast<int>(record.shareMode),
-                   nullptr, record.flagsAndAttributes);
-    if (reopened != INVALID_HANDLE_VALUE)
-        listener->deviceHandleChanged(record.device, closed, reopened);
+    const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
+                               static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
+    if (reopened)
+        listener->deviceHandleChanged(closed.device, closed.handle->value(), reopened->value());
 }

@@ -11,24 +11,9 @@
 
 #include <dbt.h>
 
+#include "criticalsection.h"
 #include "devicedetector.h"
 #include "handlenotifications_p.h"
-
-/// The system's recursive lock, for std::lock_guard and std::unique_lock.
-class CriticalSection
-{
-public:
-    CriticalSection() { InitializeCriticalSection(&section); }
-    ~CriticalSection() { DeleteCriticalSection(&section); }
-    CriticalSection(const CriticalSection&) = delete;
-    CriticalSection& operator=(const CriticalSection&) = delete;
-
-    void lock() { EnterCriticalSection(&section); }
-    void unlock() { LeaveCriticalSection(&section); }
-
-private:
-    CRITICAL_SECTION section;
-};
 
 /// Device detection by SetupAPI enumeration and device-change broadcasts.
 ///
@@ -45,6 +30,8 @@ public:
                       DWORD flagsAndAttributes) override;
     void closeDevice(HANDLE handle) override;
     void forget(DeviceInstance* removed) override;
+    std::shared_ptr<DeviceHandle> lendDevice(DeviceInstance* device, int access, int share) override;
+    void takeBack(const DeviceHandle& handle) override;
 
 private:
     /// An arrival or enumeration result not examined yet; all-zero class and empty path mark the
@@ -73,16 +60,21 @@ private:
     void deviceChange(WPARAM event, const DEV_BROADCAST_HDR* header);
     void interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast);
     void handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast);
+    void withdraw(const DEV_BROADCAST_HANDLE& broadcast);
 
     void workerThread();
     bool waitInstallationSettled();
     void examineArrivals();
 
+    std::shared_ptr<DeviceHandle> open(DeviceInstance* device, int access, int share,
+                                       SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes,
+                                       bool isReopened);
+
     // To be called with the lock held.
     void addDevice(const PendingArrival& arrival);
     bool isWanted(const DeviceInstance& device) const;
     void removeDevice(const std::wstring& path);
-    void reopenDevice(HANDLE closed, const HandleRecord& record);
+    void reopenDevice(const HandleRecord& closed);
 
     HWND window = nullptr;
     HANDLE notificationThreadHandle = nullptr;

@@ -1,38 +1,68 @@
 #include "handlenotifications_p.h"
 
 #include <algorithm>
-#include <iterator>
 
-void HandleNotifications::add(HWND window, HANDLE handle, HandleRecord record)
+#include "devicehandle.h"
+
+namespace {
+
+auto isOf(const DeviceHandle& handle)
+{
+    return [&handle](const HandleRecord& record) { return record.handle.get() == &handle; };
+}
+
+} // namespace
+
+template <typename Matches>
+void HandleNotifications::removeIf(Matches matches)
+{
+    records.erase(std::remove_if(records.begin(), records.end(), matches), records.end());
+}
+
+void HandleNotifications::add(HWND window, HandleRecord record)
 {
     DEV_BROADCAST_HANDLE filter = {};
     filter.dbch_size = sizeof(filter);
     filter.dbch_devicetype = DBT_DEVTYP_HANDLE;
-    filter.dbch_handle = handle;
+    filter.dbch_handle = record.handle->value();
     record.notification.reset(RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE));
-    if (record.notification)
-        records.emplace(handle, std::move(record));
+    records.push_back(std::move(record));
 }
 
-std::optional<HandleRecord> HandleNotifications::take(HANDLE handle, HDEVNOTIFY notification)
+std::shared_ptr<DeviceHandle> HandleNotifications::find(HANDLE value, HDEVNOTIFY notification) const
 {
-    const auto [first, last] = records.equal_range(handle);
-    const auto found = std::find_if(
-        first, last, [&](const auto& entry) { return entry.second.notification.get() == notification; });
-    if (found == last)
-        return std::nullopt;
-    return std::move(records.extract(found).mapped());
+    const auto found = std::find_if(records.begin(), records.end(), [&](const HandleRecord& record) {
+        return record.handle->value() == value && record.notification.get() == notification;
+    });
+    return found == records.end() ? nullptr : found->handle;
 }
 
-void HandleNotifications::remove(HANDLE handle)
+HandleRecord HandleNotifications::take(const DeviceHandle& handle)
 {
-    const auto [first, last] = records.equal_range(handle);
-    if (first != last)
-        records.erase(std::prev(last)); // of several the newest: only that one's handle can be open
+    const auto found = std::find_if(records.begin(), records.end(), isOf(handle));
+    HandleRecord taken = std::move(*found);
+    records.erase(found);
+    return taken;
+}
+
+void HandleNotifications::remove(const DeviceHandle& handle)
+{
+    removeIf(isOf(handle));
+}
+
+void HandleNotifications::remove(HANDLE value)
+{
+    removeIf([value](const HandleRecord& record) {
+        return record.handle->value() == value && record.handle->isOpen();
+    });
+}
+
+void HandleNotifications::removeReopenedOf(const DeviceInstance* device)
+{
+    removeIf([device](const HandleRecord& record) { return record.isReopened && record.device == device; });
 }
 
 void HandleNotifications::removeAllOf(const DeviceInstance* device)
 {
-    for (auto record = records.begin(); record != records.end();)
-        record = record->second.device == device ? records.erase(record) : std::next(record);
+    removeIf([device](const HandleRecord& record) { return record.device == device; });
 }

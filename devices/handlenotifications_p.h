@@ -1,13 +1,13 @@
 #pragma once
 
-#include <map>
 #include <memory>
-#include <optional>
+#include <vector>
 
 #include <windows.h>
 
 #include <dbt.h>
 
+class DeviceHandle;
 class DeviceInstance;
 
 struct NotificationDeleter
@@ -19,33 +19,47 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    DeviceNotification notification;
+    std::shared_ptr<DeviceHandle>
+        handle; ///< shared with its borrower; a reopened one is the detector's alone
+    bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
     DWORD desiredAccess;    ///< as CreateFileW takes them
     DWORD shareMode;
     DWORD flagsAndAttributes;
+    DeviceNotification notification = {}; ///< null if the system refused to watch the handle
 };
 
-/// The handles that a detector has lent out and watches. Not guarded: the detector's lock does that.
+/// The handles that a detector has lent out or reopened, and watches. Not guarded: the detector's lock does
+/// that.
 ///
-/// Two records may stand under one value: the system closes a handle for an orderly removal, and gives its
-/// value away while the outcome of that removal has not been told yet.
+/// Two records may have handles of one value, because the system gives the value of a closed handle away
+/// before it reports whether the removal was refused. At most one of them is open.
 class HandleNotifications
 {
 public:
-    /// Has broadcasts about @p handle sent to @p window. A handle that cannot be watched gets no record.
-    void add(HWND window, HANDLE handle, HandleRecord record);
+    /// Has broadcasts about the record's handle sent to @p window.
+    void add(HWND window, HandleRecord record);
 
-    /// Takes the record out that a broadcast with these two values is about, if there is one.
-    std::optional<HandleRecord> take(HANDLE handle, HDEVNOTIFY notification);
+    /// The handle that a broadcast with these two values is about; null if there is none.
+    std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
-    /// Ends the watching of an open handle.
-    void remove(HANDLE handle);
+    /// Takes out the record of @p handle, which has one.
+    HandleRecord take(const DeviceHandle& handle);
+
+    /// Ends the watching of a handle, or of the open handle with a value.
+    void remove(const DeviceHandle& handle);
+    void remove(HANDLE value);
+
+    /// Closes what was reopened for @p device.
+    void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);
 
     void clear() { records.clear(); }
 
 private:
-    std::multimap<HANDLE, HandleRecord> records;
+    template <typename Matches>
+    void removeIf(Matches matches);
+
+    std::vector<HandleRecord> records;
 };

@@ -1,7 +1,5 @@
 #include "utilities.h"
 
-#include <windows.h>
-
 #include <QtGlobal>
 
 #include "abstracthiddevice.h"
@@ -97,17 +95,17 @@ QString deviceNameForPid(unsigned short pid)
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share)
 {
-    const HANDLE handle = detector->openDevice(device, access, share, nullptr, 0);
-    if (handle == INVALID_HANDLE_VALUE) {
+    const auto handle = detector->lendDevice(device, access, share);
+    if (!handle) {
         qWarning("Cannot open device VID: 0x%.4X, PID: 0x%.4X", static_cast<unsigned int>(device->vendorId),
                  static_cast<unsigned int>(device->productId));
         return nullptr;
     }
-    const auto unwatchAndClose = [detector, handle](AbstractHidDevice* opened) {
-        detector->closeDevice(handle); // before the handle's value can stand for something else
+    const auto giveBackAndClose = [detector, handle](AbstractHidDevice* opened) {
+        detector->takeBack(*handle); // first, so that nothing that gets its value is taken for it
         closeAndDelete(opened);
     };
-    return {AbstractHidDevice::create(handle, HidDeviceDescriptor()), unwatchAndClose};
+    return {AbstractHidDevice::create(handle), giveBackAndClose};
 }
 
 std::shared_ptr<AbstractHidDevice> openHidDeviceByPath(const std::wstring& path, const int access,

@@ -99,7 +99,8 @@ void Flasher::program()
     startProgramming();
     advance();
     // Sent once and not confirmed: the device restarts, or stays in programming mode for the next attempt.
-    sendControlRequest(device, EndProgramming);
+    if (!sendControlRequest(device, EndProgramming))
+        checkOpen(); // of what was sent last, something may be missing
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -263,6 +264,14 @@ void Flasher::eraseTransmitterFlash()
 void Flasher::checkAborted() const
 {
     if (aborted.load(std::memory_order_relaxed))
+        throw FlashingError(FlashingError::DeviceLost);
+    checkOpen();
+}
+
+/// The device is closed from outside when the system asks for its orderly removal.
+void Flasher::checkOpen() const
+{
+    if (!device->isOpen())
         throw FlashingError(FlashingError::DeviceLost);
 }
 

@@ -58,6 +58,7 @@ private:
     std::unique_ptr<std::vector<unsigned char>> createPacket();
     void commitChunk(std::uint32_t address, std::uint32_t chunkSize);
     void checkAborted() const;
+    void checkOpen() const;
     void advance();
     bool isTransmitter() const;
     std::uint32_t imageSize() const;

@@ -1,35 +1,9 @@
 // The handles that the detector opens and watches, on a simulated device tree: they are told apart, given up
 // when a removal is asked for, and opened again when it is refused.
 
-#include <functional>
-#include <future>
-
-#include <dbt.h>
-
+#include "bystander.h"
 #include "detectorfixture.h"
 #include "leavesnothing.h"
-
-namespace {
-
-/// Is told of the tree's events after the detector, on the thread that makes them.
-class LateObserver final : public DeviceTreeObserver
-{
-public:
-    bool watchesFile() const override { return true; }
-    std::future<void> hear(WPARAM event, const DeviceNode&) override
-    {
-        if (event == DBT_DEVICEREMOVECOMPLETE)
-            onRemoved();
-        else if (event == DBT_DEVICEQUERYREMOVE)
-            onQuery();
-        return std::promise<void>().get_future(); // a broken promise is ready at once
-    }
-
-    std::function<void()> onRemoved = [] {};
-    std::function<void()> onQuery = [] {};
-};
-
-} // namespace
 
 class TestDetectorHandles : public LeavesNothing
 {
@@ -89,11 +63,15 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
         QCOMPARE(f.tree.openings().back().access, DWORD(0));
         QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     }
-    f.detector->closeDevice(f.recorder.reopened);
-    QVERIFY(!f.tree.requestRemoval(path));
+    // Who opens the device makes the reopened handle needless.
+    const auto lent = f.detector->lendDevice(f.recorder.last, 1, 3);
+    QCOMPARE(f.tree.openFileCount(), std::size_t(2));
+    f.detector->takeBack(*lent);
+    QVERIFY(!f.tree.requestRemoval(path)); // nothing is watched any more
+    QVERIFY(lent->isOpen());
+    lent->close();
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(6).size(), 6);
-    QVERIFY(CloseHandle(f.recorder.reopened));
 }
 
 /// Between the request of a removal and its refusal the system gives the closed handle's value away.
@@ -109,20 +87,18 @@ void TestDetectorHandles::aHandleIsToldFromAnotherOfTheSameValue()
     DeviceInstance* const second = f.recorder.last;
     const HANDLE closed = f.detector->openDevice(first, 3, 1, nullptr, 0);
     QVERIFY(closed != INVALID_HANDLE_VALUE);
-    const auto observer = std::make_shared<LateObserver>();
+    const auto observer = std::make_shared<Bystander>();
     HANDLE other = INVALID_HANDLE_VALUE;
     observer->onQuery = [&] { other = f.detector->openDevice(second, 3, 1, nullptr, 0); };
     f.tree.observe(observer);
     const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
     QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
-    observer->onQuery = [] {};
+    observer->onQuery = nullptr;
     QCOMPARE(f.recorder.waitFor(4).last(), QStringLiteral("reopened 4"));
     QCOMPARE(other, closed);
-    QVERIFY(CloseHandle(f.recorder.reopened));
     const auto anyone = f.tree.open(path, 0, 0, error);
     QVERIFY(!f.tree.requestRemoval(path));
     QCOMPARE(f.recorder.waitFor(5).last(), QStringLiteral("reopened 6"));
-    QVERIFY(CloseHandle(f.recorder.reopened));
 }
 
 void TestDetectorHandles::anOrderlyRemovalClosesTheHandle()
@@ -155,7 +131,7 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     f.tree.setBroadcasts({filesFirst, removals, changesFirst});
     QVERIFY(f.detected({transmitter}));
     const HANDLE handle = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
-    const auto observer = std::make_shared<LateObserver>();
+    const auto observer = std::make_shared<Bystander>();
     QString heard; // when those who watch a file have been told: whoever else is not needed
     observer->onRemoved = [&] { heard = f.recorder.waitFor(3).last(); };
     f.tree.observe(observer);

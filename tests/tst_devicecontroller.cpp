@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include "bystander.h"
 #include "detection.h"
 #include "imagebuilder.h"
 #include "layerbus.h"
@@ -38,6 +39,44 @@ struct HeldChip : ScriptedChip
     QSemaphore goOn;
 };
 
+/// A computer with a transmitter, whose read is held between two transfers, and a headset at hand.
+struct HeldRead : Detection
+{
+    HeldRead()
+    {
+        clock.onSleep = [this](std::uint32_t ms) {
+            gate.pass(ms);
+            second.pass(ms);
+        };
+    }
+    ~HeldRead()
+    {
+        second.open();
+        letThreadsEnd();
+    }
+
+    bool isHeld()
+    {
+        transmitter.plugIn();
+        gate.close(100);
+        controller.startDetection();
+        return QTest::qWaitFor([this] { return gate.isReached(); }, patienceMs);
+    }
+    std::wstring path() const { return bus.channelPath(Transmitter); }
+
+    static SimulatedDevice::Setup deviceOf(DeviceType type, const ImageOptions& image)
+    {
+        return {type, 12, 3, ImageBuilder::build(image), type, {}};
+    }
+
+    Gate second; ///< for another thread, once the read is held
+    LayerBus bus{tree};
+    SimulatedDevice transmitter{bus, sleepOn(clock), deviceOf(Transmitter, ImageBuilder::transmitter())};
+    SimulatedDevice headset{bus, sleepOn(clock), deviceOf(Headset, ImageBuilder::headset())};
+    Stranger stranger; ///< gets the value of the handle that the read used
+    const std::shared_ptr<Bystander> bystander = std::make_shared<Bystander>();
+};
+
 } // namespace
 
 class TestDeviceController : public LeavesNothing
@@ -53,6 +92,9 @@ private Q_SLOTS:
     void startedAndFinishedBracketAllReads();
     void aRemovalEndsTheReadWithoutArrival();
     void aDeviceThatWasGoneForAMomentIsReadAnew();
+    void aReadOfADisabledDeviceReachesNoOther();
+    void aDeviceWhoseRemovalIsRefusedIsReadAgain();
+    void aQueryThatIsLateClosesNothing();
     void detectionStartedAgainReportsWhatIsThere();
     void stopCutsReadsShort();
     void stopWaitsForTheReadOfADeviceThatIsGone();
@@ -220,6 +262,66 @@ void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAnew()
     TRY_COMPARE(c.text(), "started finished +2");
     c.tree.unplugAndWait(path);
     TRY_COMPARE(c.text(), "started finished +2 -2");
+}
+
+void TestDeviceController::aReadOfADisabledDeviceReachesNoOther()
+{
+    HeldRead c;
+    QVERIFY(c.isHeld());
+    QVERIFY(c.tree.requestRemoval(c.path()));
+    TRY_COMPARE(c.text(), "started finished -1");
+    c.second.close(100);
+    c.headset.plugIn();
+    TRY_VERIFY(c.second.isReached());
+    c.gate.open();
+    TRY_COMPARE(QThreadPool::globalInstance()->activeThreadCount(), 1); // the read has ended
+    c.second.open();
+    TRY_COMPARE(c.text(), "started finished -1 started finished +2");
+    QCOMPARE(c.controller.version(Headset), QStringLiteral("1.2.3"));
+    const int transfers = c.headset.transfers().count;
+    c.headset.clearFault(); // counts from 0
+    c.headset.unplug();
+    c.headset.plugIn();
+    TRY_COMPARE(c.reports.mid(6).join(' '), "-2 started finished +2");
+    QCOMPARE(transfers, c.headset.transfers().count);
+}
+
+void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()
+{
+    HeldRead c;
+    QVERIFY(c.isHeld());
+    DWORD error = 0;
+    auto someoneElse = c.tree.open(c.path(), 0, 0, error);
+    c.bystander->onQuery = [&] { c.stranger.open(); };
+    c.tree.observe(c.bystander);
+    QVERIFY(!c.tree.requestRemoval(c.path()));
+    c.bystander->onQuery = nullptr;
+    TRY_COMPARE(c.text(), "started started");
+    c.gate.open();
+    TRY_COMPARE(c.text(), "started started finished +1");
+    QCOMPARE(c.controller.version(Transmitter), QStringLiteral("1.2.3"));
+    QVERIFY(c.stranger.close());
+    QVERIFY(!c.tree.requestRemoval(c.path())); // what was read stays
+    someoneElse.reset();
+    QCOMPARE(c.tree.openFileCount(), std::size_t(0));
+    QVERIFY(c.tree.requestRemoval(c.path()));
+    TRY_COMPARE(c.text(), "started started finished +1 -1");
+}
+
+void TestDeviceController::aQueryThatIsLateClosesNothing()
+{
+    HeldRead c;
+    c.bystander->onQuery = [&] {
+        c.gate.open();
+        while (c.tree.openFileCount() > 0)
+            std::this_thread::yield();
+        c.stranger.open();
+    };
+    c.tree.observe(c.bystander); // asked before the detector
+    QVERIFY(c.isHeld());
+    QVERIFY(c.tree.requestRemoval(c.path()));
+    TRY_COMPARE(c.reports.last(), "-1");
+    QVERIFY(c.stranger.close());
 }
 
 void TestDeviceController::detectionStartedAgainReportsWhatIsThere()

@@ -4,6 +4,7 @@
 #include <future>
 
 #include "attempt.h"
+#include "bystander.h"
 #include "hidnode.h"
 #include "leavesnothing.h"
 #include "openobjects.h"
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
+constexpr std::uint32_t packetDelayMs = 20;
 
 /// Both devices are plugged in, and a download stops at its begin until it is let go on.
 struct HeldComputer : PairedComputer
@@ -53,6 +55,8 @@ private Q_SLOTS:
     void everyDeviceEndsWithTheImage();
     void aDeviceLostWhileProgrammedEndsTheAttempt_data();
     void aDeviceLostWhileProgrammedEndsTheAttempt();
+    void aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone();
+    void aRefusedRemovalEndsTheAttempt();
     void theDeviceThatArrivedLastCounts();
     void destructionWaitsForTheProgramming();
 };
@@ -142,6 +146,53 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");
     QVERIFY(computer.isUpdated(kind));
+}
+
+/// The headset gets the value of the transmitter's handle, and the transmitter's flasher ends before it.
+void TestUpdater::aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone()
+{
+    HeldComputer computer;
+    const auto letGo = qScopeGuard([&] { computer.goOn.release(2); });
+    computer.goOn.release();
+    computer.gate.close(packetDelayMs);
+    Attempt transmitter(computer.pair.channelPath(Transmitter), Transmitter, computer.images[Transmitter]);
+    transmitter.updater->flashDevice();
+    TRY_VERIFY(computer.gate.isReached() && computer.downloading.tryAcquire());
+    QVERIFY(computer.tree.requestRemoval(computer.pair.channelPath(Transmitter)));
+    Attempt headset(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
+    headset.updater->flashDevice();
+    TRY_VERIFY(computer.downloading.tryAcquire());
+    computer.gate.open();
+    TRY_COMPARE(transmitter.text(), "range 0, error 1");
+    computer.goOn.release();
+    TRY_COMPARE(headset.text(), "range 0, finished");
+    QVERIFY(computer.isUpdated(Headset));
+}
+
+void TestUpdater::aRefusedRemovalEndsTheAttempt()
+{
+    PairedComputer computer;
+    computer.pair.plugIn();
+    computer.gate.close(packetDelayMs);
+    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
+    attempt.updater->flashDevice();
+    TRY_VERIFY(computer.gate.isReached());
+    const std::wstring path = computer.pair.channelPath(Headset);
+    DWORD error = 0;
+    auto someoneElse = computer.tree.open(path, 0, 0, error);
+    Stranger stranger;
+    const auto bystander = std::make_shared<Bystander>();
+    bystander->onQuery = [&] { stranger.open(); };
+    computer.tree.observe(bystander);
+    QVERIFY(!computer.tree.requestRemoval(path));
+    computer.gate.open();
+    TRY_COMPARE(attempt.text(), "range 0, error 1");
+    QVERIFY(stranger.close());
+    Attempt again(path, Headset,
+                  computer.images[Headset]); // beside the handle that the detector has reopened
+    again.updater->flashDevice();
+    TRY_COMPARE(again.text(), "range 0, finished");
+    QVERIFY(computer.isUpdated(Headset));
 }
 
 /// Of two devices in programming mode the removal of the one that came last ends the run, also where the

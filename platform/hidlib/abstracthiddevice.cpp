@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include <windows.h>
 
@@ -13,9 +14,17 @@ extern "C" {
 #include <hidclass.h>
 }
 
+#include "devicehandle.h"
 #include "hiddevicedescriptor.h"
 
 namespace {
+
+/// @return null if @p handle is none.
+std::shared_ptr<DeviceHandle> ownerOf(HANDLE handle)
+{
+    const bool isOne = handle != INVALID_HANDLE_VALUE && handle != nullptr;
+    return isOne ? std::make_shared<DeviceHandle>(handle) : nullptr;
+}
 
 /// A HID device over the Windows HID class driver.
 class WindowsHidDevice : public AbstractHidDevice
@@ -26,9 +35,8 @@ public:
         : path(std::move(interfacePath))
     {
     }
-    /// Takes over an open handle.
-    explicit WindowsHidDevice(HANDLE openHandle)
-        : handle(openHandle)
+    explicit WindowsHidDevice(std::shared_ptr<DeviceHandle> openHandle)
+        : handle(std::move(openHandle))
     {
     }
     ~WindowsHidDevice() override { WindowsHidDevice::close(); }
@@ -43,19 +51,19 @@ public:
             (access & ReadBit ? GENERIC_READ : 0u) | (access & WriteBit ? GENERIC_WRITE : 0u);
         const DWORD shareMode =
             (share & ReadBit ? FILE_SHARE_READ : 0u) | (share & WriteBit ? FILE_SHARE_WRITE : 0u);
-        handle = CreateFileW(path.c_str(), desiredAccess, shareMode, nullptr, OPEN_EXISTING, 0, nullptr);
+        handle =
+            ownerOf(CreateFileW(path.c_str(), desiredAccess, shareMode, nullptr, OPEN_EXISTING, 0, nullptr));
         return isOpen();
     }
 
     void close() override
     {
-        if (isOpen())
-            CloseHandle(handle);
-        handle = INVALID_HANDLE_VALUE;
+        if (handle)
+            handle->close();
         capabilitiesKnown = false;
     }
 
-    bool isOpen() const override { return handle != INVALID_HANDLE_VALUE && handle != nullptr; }
+    bool isOpen() const override { return handle && handle->isOpen(); }
 
     int usagePage() override { return capabilities().UsagePage; }
 
@@ -65,7 +73,9 @@ public:
             return false;
         std::vector<unsigned char> padded(*report);
         padded.resize(capabilities().FeatureReportByteLength);
-        return HidD_SetFeature(handle, padded.data(), static_cast<ULONG>(padded.size())) != FALSE;
+        return handle->use([&padded](HANDLE opened) {
+            return HidD_SetFeature(opened, padded.data(), static_cast<ULONG>(padded.size())) != FALSE;
+        });
     }
 
     bool getFeatureBlocking(std::vector<unsigned char>* report) override
@@ -77,10 +87,11 @@ public:
         const auto bytes = static_cast<DWORD>(answer.size());
         // Unlike HidD_GetFeature this tells how many bytes came.
         DWORD received = 0;
-        if (!DeviceIoControl(handle, IOCTL_HID_GET_FEATURE, answer.data(), bytes, answer.data(), bytes,
-                             &received, nullptr))
-            return false;
-        if (received < report->size())
+        const bool isAnswered = handle->use([&](HANDLE opened) {
+            return DeviceIoControl(opened, IOCTL_HID_GET_FEATURE, answer.data(), bytes, answer.data(), bytes,
+                                   &received, nullptr) != FALSE;
+        });
+        if (!isAnswered || received < report->size())
             return false;
         std::copy_n(answer.begin(), report->size(), report->begin());
         return true;
@@ -107,7 +118,10 @@ private:
             return known;
         known = {};
         PHIDP_PREPARSED_DATA preparsedData = nullptr;
-        if (!isOpen() || !HidD_GetPreparsedData(handle, &preparsedData))
+        const auto read = [&](HANDLE opened) {
+            return HidD_GetPreparsedData(opened, &preparsedData) != FALSE;
+        };
+        if (!handle || !handle->use(read))
             return known;
         HIDP_CAPS caps = {};
         capabilitiesKnown = HidP_GetCaps(preparsedData, &caps) == HIDP_STATUS_SUCCESS;
@@ -124,7 +138,7 @@ private:
     }
 
     const std::wstring path;
-    HANDLE handle = INVALID_HANDLE_VALUE;
+    std::shared_ptr<DeviceHandle> handle; ///< null until the device was opened
     bool capabilitiesKnown = false;
     HIDP_CAPS known = {};
 };
@@ -133,7 +147,12 @@ private:
 
 AbstractHidDevice* AbstractHidDevice::create(void* handle, const HidDeviceDescriptor&)
 {
-    return new WindowsHidDevice(handle);
+    return create(ownerOf(handle));
+}
+
+AbstractHidDevice* AbstractHidDevice::create(std::shared_ptr<DeviceHandle> handle)
+{
+    return new WindowsHidDevice(std::move(handle));
 }
 
 AbstractHidDevice* AbstractHidDevice::create(const HidDeviceDescriptor& descriptor)

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+class DeviceHandle;
 class HidDeviceDescriptor;
 
 /// One HID device (top-level collection) and its feature reports.
@@ -13,7 +14,7 @@ class HidDeviceDescriptor;
 /// answer is cut back to the length asked for, and a longer vector is refused. With a feature report length
 /// of 264, a 64-byte vector is sent as 264 bytes, of which the last 200 are 0.
 ///
-/// One thread at a time may use a device; the transfers block it.
+/// One thread at a time may use a device; the transfers block it. isOpen() may be called on any thread.
 class AbstractHidDevice
 {
 public:
@@ -24,6 +25,10 @@ public:
 
     /// Wraps a device handle that is already open, and owns it from then on.
     static AbstractHidDevice* create(void* handle, const HidDeviceDescriptor& descriptor);
+
+    /// Shares @p handle with others. Once one of them has closed it, the device is closed: every transfer
+    /// fails.
+    static AbstractHidDevice* create(std::shared_ptr<DeviceHandle> handle);
 
     /// A closed device, to be opened with open(). The caller owns it.
     static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);

@@ -1,0 +1,23 @@
+#include "devicehandle.h"
+
+#include <utility>
+
+DeviceHandle::~DeviceHandle()
+{
+    if (!isReleased)
+        close();
+}
+
+void DeviceHandle::close()
+{
+    usable = false; // before the lock, so that only a transfer in progress is waited for
+    const std::lock_guard<CriticalSection> guard(inUse);
+    if (!std::exchange(isClosed, true))
+        CloseHandle(handle);
+}
+
+HANDLE DeviceHandle::release()
+{
+    isReleased = true;
+    return handle;
+}

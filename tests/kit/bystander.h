@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <future>
+#include <utility>
+
+#include <dbt.h>
+
+#include "devicetree.h"
+
+/// Another program that watches a device: it hears the tree's events on the thread that makes them, after
+/// those who were there before it.
+class Bystander final : public DeviceTreeObserver
+{
+public:
+    bool watchesFile() const override { return true; }
+    std::future<void> hear(WPARAM event, const DeviceNode&) override
+    {
+        if (event == DBT_DEVICEREMOVECOMPLETE && onRemoved)
+            onRemoved();
+        if (event == DBT_DEVICEQUERYREMOVE && onQuery)
+            onQuery();
+        return std::promise<void>().get_future(); // a broken promise is ready at once
+    }
+
+    std::function<void()> onRemoved;
+    std::function<void()> onQuery;
+};
+
+/// An event that gets the value of a handle that was closed just before, and can tell whether it was closed
+/// by one who took it for that handle.
+class Stranger
+{
+public:
+    ~Stranger() { close(); }
+
+    void open() { event = CreateEventW(nullptr, FALSE, FALSE, nullptr); }
+    /// @return whether it was open.
+    bool close() { return event && CloseHandle(std::exchange(event, nullptr)); }
+
+private:
+    HANDLE event = nullptr;
+};
