@@ -1,5 +1,6 @@
 #include "flashingdialog.h"
 
+#include <QApplication>
 #include <QIcon>
 #include <QtConcurrent>
 
@@ -7,8 +8,22 @@
 #include "firmwareupdater.h"
 #include "flashingerror.h"
 #include "keepawake.h"
+#include "plaintext.h"
 #include "scopedaudioservicestopper.h"
 #include "ui_flashingdialog.h"
+
+namespace {
+
+/// An empty label would take its accessible name from its box.
+void hideUntilFilled(QLabel* label)
+{
+    QSizePolicy policy = label->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    label->setSizePolicy(policy);
+    label->hide();
+}
+
+} // namespace
 
 FlashingDialog::FlashingDialog(QWidget* parent)
     : QDialog(parent, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint |
@@ -16,11 +31,16 @@ FlashingDialog::FlashingDialog(QWidget* parent)
     , ui(std::make_unique<Ui::FlashingDialogClass>())
 {
     ui->setupUi(this);
+    showAsPlainText(*this);
+    for (QLabel* const label :
+         {ui->transmitterResultIcon, ui->transmitterInfoLabel, ui->headsetResultIcon, ui->headsetInfoLabel})
+        hideUntilFilled(label);
+    connect(ui->closeButton, &QPushButton::clicked, this, &FlashingDialog::closeWithResult);
 }
 
 FlashingDialog::~FlashingDialog()
 {
-    // From here on nobody takes the updaters' reports.
+    // The reports of their ends no longer count.
     const QList<FirmwareUpdater*> allUpdaters =
         findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
     for (FirmwareUpdater* updater : allUpdaters)
@@ -28,13 +48,13 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // The task that is still stopping the service keeps the stopper alive and starts the service again when
-    // it is through; until then this start is all that the user gets.
+    // A task that is still stopping the service keeps the stopper alive, and starts the service again only at
+    // its end.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
-    // As child objects they would outlive keepAwake.
+    // Left to the base class, they would outlive keepAwake.
     qDeleteAll(allUpdaters);
 }
 
@@ -49,6 +69,7 @@ bool FlashingDialog::addDeviceToUpdate(const DeviceInstance& instance, const QBy
 
 void FlashingDialog::start()
 {
+    stage = Stage::StoppingService;
     qDebug("Phase prepare, number of devices = %d", devices.size());
     const QWidget* const mainWindow = parentWidget() ? parentWidget()->window() : this;
     keepAwake = std::make_unique<KeepAwake>(reinterpret_cast<HWND>(mainWindow->winId()),
@@ -63,8 +84,6 @@ void FlashingDialog::start()
     auto* const stopWatcher = new QFutureWatcher<void>(this);
     connect(stopWatcher, &QFutureWatcher<void>::finished, this, &FlashingDialog::createAndStartUpdaters);
     connect(stopWatcher, &QFutureWatcher<void>::finished, stopWatcher, &QObject::deleteLater);
-    // A run that was cancelled before it reached a device leaves the devices alone.
-    connect(this, &QDialog::finished, stopWatcher, [this, stopWatcher] { stopWatcher->disconnect(this); });
     stopTask = QtConcurrent::run([stopper = audioServiceStopper]() mutable {
         stopper->stop();
         stopper.reset();
@@ -81,16 +100,33 @@ QMap<DeviceType, int> FlashingDialog::errors() const
     return errorCodes;
 }
 
+void FlashingDialog::reject()
+{
+    switch (stage) {
+    case Stage::Starting:
+    case Stage::Updating:
+        return;
+    case Stage::Reported:
+    case Stage::Ended:
+        closeWithResult();
+        return;
+    default:
+        stage = Stage::Cancelled;
+        QDialog::reject();
+    }
+}
+
 void FlashingDialog::createAndStartUpdaters()
 {
-    startedDevices = 0;
-    for (auto device = devices.cbegin(); device != devices.cend(); ++device) {
+    if (stage == Stage::Cancelled)
+        return;
+    stage = Stage::Starting;
+    for (auto device = devices.cbegin(); device != devices.cend(); ++device)
         createAndStartUpdater(device.key(), device.value());
-        ++startedDevices;
-    }
     restartAudioService();
-    // A device can fail while it is being started, when the others still have to be.
-    checkEndOfRun();
+    stage = Stage::Updating;
+    // Devices that fail while they are being started report before this.
+    endRunAfterLastReport();
 }
 
 void FlashingDialog::createAndStartUpdater(DeviceType type, const DeviceToUpdate& device)
@@ -101,34 +137,36 @@ void FlashingDialog::createAndStartUpdater(DeviceType type, const DeviceToUpdate
                                                            : QStringLiteral("headsetUpdater"));
     connect(updater, &FirmwareUpdater::progressRangeChanged, progressBar, &QProgressBar::setRange);
     connect(updater, &FirmwareUpdater::progressValueChanged, progressBar, &QProgressBar::setValue);
-    connect(updater, &FirmwareUpdater::flashingError, this, &FlashingDialog::onFlashingError);
-    connect(updater, &FirmwareUpdater::flashingFinished, this, &FlashingDialog::onFlashingFinished);
+    connect(updater, &FirmwareUpdater::flashingError, this,
+            [this, updater](int code) { onFlashingError(updater, code); });
+    connect(updater, &FirmwareUpdater::flashingFinished, this,
+            [this, updater] { onFlashingFinished(updater); });
     updaters.insert(updater, type);
     updater->flashDevice();
 }
 
 void FlashingDialog::restartAudioService()
 {
-    // Held through a second pointer: the copies of the task's functor that die on this thread must not be the
-    // ones that end the stopper, for that blocks until the service runs.
-    const auto owner =
-        std::make_shared<std::shared_ptr<ScopedAudioServiceStopper>>(std::move(audioServiceStopper));
     restartWatcher = new QFutureWatcher<void>(this);
-    connect(restartWatcher, &QFutureWatcher<void>::finished, this, &FlashingDialog::checkEndOfRun);
-    restartWatcher->setFuture(QtConcurrent::run([owner] { owner->reset(); }));
+    connect(restartWatcher, &QFutureWatcher<void>::finished, this, [this] {
+        if (stage == Stage::Reported)
+            restore();
+    });
+    // Only this task uses the stopper now; the destructor waits for it.
+    restartWatcher->setFuture(QtConcurrent::run([this] { audioServiceStopper.reset(); }));
 }
 
-void FlashingDialog::onFlashingError(int code)
+void FlashingDialog::onFlashingError(FirmwareUpdater* updater, int code)
 {
-    const DeviceType type = takeReportingUpdater();
+    const DeviceType type = updaters.take(updater);
     qDebug("Update failed with code %d, device type = %d", code, type);
     errorCodes.insert(type, code);
     endDevice(type, errorText(type, code), QStringLiteral(":/icons/process-stop.png"));
 }
 
-void FlashingDialog::onFlashingFinished()
+void FlashingDialog::onFlashingFinished(FirmwareUpdater* updater)
 {
-    const DeviceType type = takeReportingUpdater();
+    const DeviceType type = updaters.take(updater);
     qDebug("Update finished, device type = %d", type);
     endDevice(type, tr("Device has been successfully updated."), QStringLiteral(":/icons/doneandnext.png"));
 }
@@ -148,12 +186,6 @@ FlashingDialog::ResultWidgets FlashingDialog::widgetsOf(DeviceType type) const
     return {ui->headsetBox, ui->headsetProgressBar, ui->headsetResultIcon, ui->headsetInfoLabel};
 }
 
-DeviceType FlashingDialog::takeReportingUpdater()
-{
-    // Gives DeviceType::Unknown for a sender that has reported before.
-    return updaters.take(qobject_cast<FirmwareUpdater*>(sender()));
-}
-
 QString FlashingDialog::errorText(DeviceType type, int code) const
 {
     if (isConnectionFailure(code))
@@ -168,34 +200,47 @@ void FlashingDialog::endDevice(DeviceType type, const QString& text, const QStri
 {
     const ResultWidgets widgets = widgetsOf(type);
     widgets.text->setText(text);
+    widgets.text->show();
     widgets.icon->setPixmap(QIcon(iconPath).pixmap(widgets.icon->minimumSize()));
     widgets.icon->setAccessibleName(text);
+    widgets.icon->show();
     widgets.progressBar->setAccessibleDescription(text);
-    // Close gets the focus at the end, so this is where a screen reader tells how the run went.
+    // Close gets the focus at the end, so a screen reader reads the results with it.
     ui->closeButton->setAccessibleDescription(ui->closeButton->accessibleDescription() +
                                               QStringLiteral("%1\n%2\n").arg(widgets.box->title(), text));
     fixProgressBar(type);
-    checkEndOfRun();
+    endRunAfterLastReport();
 }
 
-void FlashingDialog::checkEndOfRun()
+void FlashingDialog::endRunAfterLastReport()
 {
-    if (!updaters.isEmpty() || startedDevices < devices.size())
+    if (stage != Stage::Updating || !updaters.isEmpty())
         return;
-
-    ui->closeButton->disconnect(this);
-    if (errorCodes.isEmpty())
-        connect(ui->closeButton, &QPushButton::clicked, this, &QDialog::accept);
-    else
-        connect(ui->closeButton, &QPushButton::clicked, this, &QDialog::reject);
+    stage = Stage::Reported;
+    ui->doNotDisconnectDevicesLabel->setEnabled(false);
     ui->closeButton->setEnabled(true);
     ui->closeButton->setFocus();
+    callUser();
+    // Endpoints cannot be restored without the audio service.
+    if (restartWatcher->isFinished())
+        restore();
+}
 
-    // Without the audio service there are no endpoints to restore. Its return leads here once more.
-    if (restartWatcher && !restartWatcher->isFinished())
-        return;
-    if (audioEndpointsKeeper)
-        qDebug("Phase restore");
+void FlashingDialog::callUser()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    QApplication::alert(this);
+}
+
+void FlashingDialog::restore()
+{
+    stage = Stage::Ended;
+    qDebug("Phase restore");
     audioEndpointsKeeper.reset();
     keepAwake.reset();
+}
+
+void FlashingDialog::closeWithResult()
+{
+    done(errorCodes.isEmpty() ? QDialog::Accepted : QDialog::Rejected);
 }

@@ -23,13 +23,15 @@ class FlashingDialogClass;
 }
 
 /// The modal dialog that carries out one update run and shows its progress: add the devices, call start(),
-/// then exec(). The result is QDialog::Accepted exactly when every device was updated and the user pressed
-/// Close.
+/// then exec().
 ///
-/// A run stops the audio service on a pool thread, starts the updaters of all devices, restarts the service
-/// on a pool thread while they work, and restores the default audio endpoints when all have reported and the
-/// service is back. Until then the computer stays awake. Escape rejects the dialog at any time; destroying it
-/// then restores service and endpoints and ends the updaters.
+/// A run stops the audio service on a pool thread, starts the updaters of all devices, and restarts the
+/// service on a pool thread while they work. When all updaters have reported and the service is back, it
+/// restores the default audio endpoints. The computer stays awake until then.
+///
+/// Escape and the window's X cancel the run while no device has been touched, do nothing while devices are
+/// being programmed, and do what Close does after the last report. The result is QDialog::Accepted if every
+/// device was updated; a cancelled run is rejected without an error code.
 ///
 /// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
 /// and the updaters' worker threads have ended: a device that is being programmed is programmed to its end.
@@ -42,23 +44,35 @@ public:
     ~FlashingDialog() override;
 
     /// Adds a device to the run; call before start().
-    /// @return false, with nothing changed, when a device of @p type is there already or @p instance is
-    /// empty.
+    /// @return false, with nothing changed, if a device of @p type was added before or @p instance is empty.
     bool addDeviceToUpdate(const DeviceInstance& instance, const QByteArray& firmware, DeviceType type);
 
-    /// Shows the dialog and begins the run.
+    /// Shows the dialog and starts the run.
     void start();
 
     /// The error code of each device that has failed so far.
     QMap<DeviceType, int> errors() const;
 
+public Q_SLOTS:
+    /// What Escape and the window's X ask for.
+    void reject() override;
+
 private Q_SLOTS:
-    void onFlashingError(int code);
-    void onFlashingFinished();
     void createAndStartUpdaters();
     void fixProgressBar(DeviceType type);
 
 private:
+    /// How far the run has come.
+    enum class Stage {
+        Prepared,        ///< devices can be added
+        StoppingService, ///< no device has been touched
+        Starting,        ///< some updaters may still have to be created
+        Updating,        ///< an updater still has to report
+        Reported,        ///< the audio service may still have to come back
+        Ended,           ///< the audio endpoints are restored
+        Cancelled,       ///< before a device was touched
+    };
+
     struct DeviceToUpdate
     {
         DeviceInstance instance;
@@ -76,20 +90,24 @@ private:
     ResultWidgets widgetsOf(DeviceType type) const;
     void createAndStartUpdater(DeviceType type, const DeviceToUpdate& device);
     void restartAudioService();
-    DeviceType takeReportingUpdater();
+    void onFlashingError(FirmwareUpdater* updater, int code);
+    void onFlashingFinished(FirmwareUpdater* updater);
     QString errorText(DeviceType type, int code) const;
     void endDevice(DeviceType type, const QString& text, const QString& iconPath);
-    void checkEndOfRun();
+    void endRunAfterLastReport();
+    void callUser();
+    void restore();
+    void closeWithResult();
 
+    Stage stage = Stage::Prepared;
     const std::unique_ptr<Ui::FlashingDialogClass> ui;
-    std::unique_ptr<KeepAwake> keepAwake; ///< from the begin of the run to its end
+    std::unique_ptr<KeepAwake> keepAwake; ///< while a run lasts
     QMap<DeviceType, DeviceToUpdate> devices;
     QMap<FirmwareUpdater*, DeviceType> updaters;
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
-    /// Shared with the task that stops the service.
+    /// Shared with the tasks that stop and start the service.
     std::shared_ptr<ScopedAudioServiceStopper> audioServiceStopper;
     QFutureWatcher<void>* restartWatcher = nullptr;
     QFuture<void> stopTask;
-    int startedDevices = 0;
 };

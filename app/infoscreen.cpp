@@ -4,6 +4,7 @@
 #include <QIcon>
 #include <QPixmap>
 
+#include "plaintext.h"
 #include "ui_infoscreen.h"
 
 InfoScreen::InfoScreen(QWidget* parent)
@@ -12,16 +13,18 @@ InfoScreen::InfoScreen(QWidget* parent)
 {
     constexpr qreal titleSizeRatio = 1.4; // to the text's size
     ui->setupUi(this);
+    showAsPlainText(*this);
     titleTemplate = ui->title->text();
     QFont titleFont = ui->title->font();
     titleFont.setPointSizeF(QFontInfo(titleFont).pointSizeF() * titleSizeRatio);
     ui->title->setFont(titleFont);
 
-    // The hidden picture keeps its place, so that a page without one starts at the top as well.
+    // A hidden picture keeps its room, so that the text of a page without one is at the top as well.
     QSizePolicy imagePolicy = ui->image->sizePolicy();
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);
 
+    setFocusProxy(ui->text);
     ui->closeButton->hide();
     ui->backButton->hide();
     ui->image->hide();
@@ -65,7 +68,7 @@ void InfoScreen::setImage(const QString& path)
     }
 
     ui->image->show();
-    // Only an icon takes the "@2x" variant on a dense screen.
+    // Unlike QPixmap, QIcon loads the "@2x" variant on a dense screen.
     const QIcon icon(path);
     QPixmap picture = icon.pixmap(icon.availableSizes().value(0));
     const QMargins margins = ui->verticalLayout->contentsMargins();

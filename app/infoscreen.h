@@ -12,8 +12,8 @@ class InfoScreenClass;
 }
 
 /// A full-window page: a title naming the product generation, a text, an optional picture and the buttons
-/// Back and Close. It holds no logic; whoever shows it sets everything, shows the buttons wanted and connects
-/// to them.
+/// Back and Close. It holds no logic: its owner sets everything, shows the buttons and connects to them. The
+/// focus of the page goes to its text.
 class InfoScreen : public QWidget
 {
 public:
@@ -26,12 +26,12 @@ public:
 
     void setDeviceName(const QString& name);
 
-    /// Plain or rich @p text. Assistive technology also reads it as the description of both buttons, so it is
-    /// heard when the page comes up with the focus on one of them.
+    /// Plain @p text, which the user can select. Screen readers also read it as the description of both
+    /// buttons, so they read it whichever widget of the page has the focus.
     void setText(const QString& text);
 
-    /// Shows the picture at @p path, shrunk in proportion where it is wider than the page is now; an empty
-    /// path hides the picture. The path shown last is not loaded again.
+    /// Shows the picture at @p path, shrunk in proportion if it is wider than the page is now; an empty path
+    /// hides the picture. The path set last is not loaded again.
     void setImage(const QString& path);
 
 private:

@@ -1,10 +1,14 @@
 #include "mainpagelabels.h"
 
+#include <initializer_list>
+#include <utility>
+
 #include "compatibility.h"
 #include "devicecontroller.h"
 #include "firmwarecontroller.h"
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
+#include "utilities.h"
 
 namespace {
 
@@ -24,6 +28,16 @@ void setExplanation(QLabel* label, const QString& text)
 {
     label->setToolTip(text);
     label->setAccessibleDescription(text);
+}
+
+/// The title of @p box and below it a line for each of the headings with its value.
+QStringList linesOf(const QGroupBox& box,
+                    std::initializer_list<std::pair<const QLabel*, const QLabel*>> headingsAndValues)
+{
+    QStringList lines(box.title());
+    for (const auto& [heading, value] : headingsAndValues)
+        lines << heading->text() + QLatin1Char(' ') + value->text();
+    return lines;
 }
 
 } // namespace
@@ -51,10 +65,7 @@ void MainPageLabels::showDisconnected(DeviceType type)
 
 void MainPageLabels::showArchive()
 {
-    const QString name = firmwareController.fileBaseName();
-    ui.firmwareFileName->setText(name);
-    ui.firmwareFileName->setToolTip(name);
-    ui.openFileButton->setAccessibleDescription(name);
+    ui.firmwareFileName->setText(firmwareController.fileBaseName());
     ui.releaseNotes->setPlainText(firmwareController.releaseNotes());
 }
 
@@ -64,6 +75,7 @@ void MainPageLabels::showOutlook(const Compatibility& rules)
     showTargetVersion(DeviceType::Headset, rules);
     showObstacle(rules);
     showDeviceName();
+    describeUpdate();
 }
 
 QLabel* MainPageLabels::currentVersionLabel(DeviceType type) const
@@ -104,7 +116,17 @@ void MainPageLabels::showObstacle(const Compatibility& rules)
     }
     if (!rules.isAnyConnected())
         label->setText(MainWindow::tr("Please connect devices"));
-    label->setVisible(!rules.isAnyConnected());
+    else if (isAnyInProgrammingMode())
+        label->setText(MainWindow::tr("Last update was not completed. Please update again."));
+    label->setVisible(!rules.isAnyConnected() || isAnyInProgrammingMode());
+}
+
+bool MainPageLabels::isAnyInProgrammingMode() const
+{
+    const auto isInProgrammingMode = [this](DeviceType type) {
+        return deviceController.deviceInstance(type).vendorId == Utilities::programmingVendorId();
+    };
+    return isInProgrammingMode(DeviceType::Transmitter) || isInProgrammingMode(DeviceType::Headset);
 }
 
 void MainPageLabels::showDeviceName()
@@ -117,4 +139,19 @@ void MainPageLabels::showDeviceName()
         label->setText(name);
     else
         label->setText(unknownDevice ? MainWindow::tr("Unknown device") : MainWindow::tr("(NONE)"));
+}
+
+void MainPageLabels::describeUpdate()
+{
+    QStringList lines;
+    if (!ui.devicesErrorInfoLabel->isHidden())
+        lines << ui.devicesErrorInfoLabel->text();
+    lines << linesOf(*ui.devicesVersionBox,
+                     {{ui.transmitterLabel, ui.transmitterVersion}, {ui.headsetLabel, ui.headsetVersion}});
+    lines << linesOf(*ui.firmwareVersionsBox, {{ui.transmitterLabel_2, ui.transmitterFirmwareVersion},
+                                               {ui.headsetLabel_2, ui.headsetFirmwareVersion}});
+    const QString description = lines.join(QLatin1Char('\n'));
+    ui.updateButton->setAccessibleDescription(description);
+    ui.openFileButton->setAccessibleDescription(ui.firmwareFileName->text() + QLatin1Char('\n') +
+                                                description);
 }

@@ -25,14 +25,18 @@ public:
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();
-    /// Shows what an update would do, as @p rules have it, and what stands in its way.
+    /// Shows what an update would do by the rules @p rules, and what prevents it.
     void showOutlook(const Compatibility& rules);
 
 private:
     QLabel* currentVersionLabel(DeviceType type) const;
     void showTargetVersion(DeviceType type, const Compatibility& rules);
     void showObstacle(const Compatibility& rules);
+    bool isAnyInProgrammingMode() const;
     void showDeviceName();
+    /// Lets a screen reader read the outlook with Update, and with the button that has the focus when the
+    /// page appears.
+    void describeUpdate();
 
     const Ui::MainWindowClass& ui;
     const DeviceController& deviceController;

@@ -12,8 +12,10 @@
 #include "flashingdialog.h"
 #include "flashingerror.h"
 #include "infoscreen.h"
+#include "keyguard.h"
 #include "mainpagelabels.h"
 #include "messageboxes.h"
+#include "plaintext.h"
 #include "systemmenuitems.h"
 #include "ui_mainwindow.h"
 
@@ -27,7 +29,7 @@ QString lines(std::initializer_list<QString> texts)
     return QStringList(texts).join(QLatin1Char('\n'));
 }
 
-/// A page without a parent is nobody else's; the central one is deleted by the window.
+/// A page without a parent is ours to delete; the window deletes its central page.
 void deleteUnlessOwnedByWidget(QWidget* page)
 {
     if (!page->parent())
@@ -42,8 +44,10 @@ MainWindow::MainWindow(QWidget* parent)
     , deviceController(new DeviceController(this))
     , firmwareController(new FirmwareController(this))
     , labels(std::make_unique<MainPageLabels>(*ui, *deviceController, *firmwareController))
+    , keyGuard(new KeyGuard(this))
 {
     ui->setupUi(this);
+    showAsPlainText(*this);
     setFixedSize(size());
     SystemMenuItems::add(*this, tr("Override"), tr("About..."));
 
@@ -119,11 +123,16 @@ Compatibility MainWindow::compatibility() const
     return {candidate(DeviceType::Transmitter), candidate(DeviceType::Headset)};
 }
 
-void MainWindow::refresh()
+void MainWindow::refreshMainPage()
 {
     const Compatibility rules = compatibility();
     labels->showOutlook(rules);
     ui->updateButton->setEnabled(rules.isUpdateOffered());
+}
+
+void MainWindow::refresh()
+{
+    refreshMainPage();
     if (!infoScreenLocked)
         showMainPageOrStartScreen();
 }
@@ -177,7 +186,7 @@ bool MainWindow::isUpdateConfirmed()
         return false;
     if (!compatibility().canBothBeUpdated() && !MessageBoxes::confirmSingleDevice(this))
         return false;
-    // A device that was plugged in while a question was open must not slip in unasked.
+    // Covers a device that was plugged in while a question was open.
     return confirmUnknownIdentities(confirmed);
 }
 
@@ -196,23 +205,39 @@ void MainWindow::on_updateButton_clicked()
     auto dialog = std::make_unique<FlashingDialog>(this);
     const bool transmitterAdded = addToUpdate(*dialog, DeviceType::Transmitter);
     const bool headsetAdded = addToUpdate(*dialog, DeviceType::Headset);
-    // Devices and archives come and go while a question is open.
+    // Devices and archives can change while a question is open.
     if (!ui->updateButton->isEnabled() || !(transmitterAdded || headsetAdded))
         return;
 
-    deviceController->stopDetection();
-    dialog->start();
-    if (dialog->exec() == QDialog::Accepted) {
-        showPairingInstructions();
-    } else {
-        deviceController->startDetection();
-        showFailureReport(dialog->errors());
-    }
-    // The dialog may have to wait for the audio service, and for a device that is being programmed.
+    runUpdate(*dialog);
+    // The dialog may have to wait for the audio service.
     repaint();
     QApplication::setOverrideCursor(Qt::WaitCursor);
     dialog.reset();
     QApplication::restoreOverrideCursor();
+}
+
+void MainWindow::runUpdate(FlashingDialog& dialog)
+{
+    deviceController->stopDetection();
+    dialog.start();
+    if (dialog.exec() == QDialog::Accepted) {
+        showPairingInstructions();
+        return;
+    }
+    deviceController->startDetection();
+    if (dialog.errors().isEmpty())
+        returnFromCancelledUpdate();
+    else
+        showFailureReport(dialog.errors());
+}
+
+/// Keeps the main page, on which the restarted detection shows the devices again.
+void MainWindow::returnFromCancelledUpdate()
+{
+    labels->showDisconnected(DeviceType::Transmitter);
+    labels->showDisconnected(DeviceType::Headset);
+    refreshMainPage();
 }
 
 void MainWindow::setCentralPage(QWidget* page)
@@ -221,6 +246,7 @@ void MainWindow::setCentralPage(QWidget* page)
         return;
     takeCentralWidget()->hide();
     setCentralWidget(page);
+    keyGuard->noteNewScreen();
 }
 
 void MainWindow::showMainPageOrStartScreen()
@@ -243,6 +269,7 @@ void MainWindow::showMainPage()
 
 void MainWindow::showInfoScreen(const QString& deviceName, const QString& text, const QString& imagePath)
 {
+    const bool pageChanges = centralWidget() != infoScreen.get();
     setCentralPage(infoScreen.get());
     infoScreen->backButton()->hide();
     infoScreen->closeButton()->hide();
@@ -251,6 +278,8 @@ void MainWindow::showInfoScreen(const QString& deviceName, const QString& text, 
     infoScreen->setImage(imagePath);
     ui->statusBar->hide();
     centralWidget()->show();
+    if (pageChanges)
+        infoScreen->setFocus();
 }
 
 void MainWindow::showGenerationScreen(const QString& text, const QString& imagePattern)
@@ -309,6 +338,7 @@ void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
 void MainWindow::leaveFailureReport()
 {
     infoScreenLocked = false;
+    infoScreen->setFocus(); // the button that had it goes
     showMainPageOrStartScreen();
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         if (!deviceController->isConnected(type)) {

@@ -12,6 +12,7 @@ class DeviceController;
 class FirmwareController;
 class FlashingDialog;
 class InfoScreen;
+class KeyGuard;
 class MainPageLabels;
 struct Compatibility;
 
@@ -55,10 +56,13 @@ private:
 
     Compatibility compatibility() const;
     void refresh();
+    void refreshMainPage();
 
     bool confirmUnknownIdentities(std::set<DeviceType>& confirmed);
     bool isUpdateConfirmed();
     bool addToUpdate(FlashingDialog& dialog, DeviceType type) const;
+    void runUpdate(FlashingDialog& dialog);
+    void returnFromCancelledUpdate();
 
     void showMainPageOrStartScreen();
     void showMainPage();
@@ -74,6 +78,7 @@ private:
     DeviceController* const deviceController;
     FirmwareController* const firmwareController;
     const std::unique_ptr<MainPageLabels> labels;
+    KeyGuard* const keyGuard;
     bool overrideMode = false;
     bool infoScreenLocked = false;
     std::shared_ptr<QWidget> mainPage;

@@ -5,6 +5,7 @@
 #include <QPushButton>
 
 #include "mainwindow.h"
+#include "plaintext.h"
 
 namespace {
 
@@ -17,13 +18,14 @@ constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialog
 
 constexpr QSize aboutIconSize(64, 64);
 
-/// @return questionAccepted or questionRejected, or the box's own result where a button's text is empty.
+/// @return questionAccepted or questionRejected, or the box's own result if a button's text is empty.
 int askQuestion(QWidget* window, const QString& title, const QString& text, const QString& informativeText,
                 const QString& acceptText, const QString& rejectText)
 {
     QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, window);
     box.setWindowFlags(questionFlags); // the constructor would add a close button
     box.setInformativeText(informativeText);
+    showAsPlainText(box);
     if (acceptText.isEmpty() || rejectText.isEmpty())
         return box.exec();
 
@@ -56,10 +58,12 @@ bool MessageBoxes::confirmSingleDevice(QWidget* window)
 
 void MessageBoxes::reportLoadingFailure(QWidget* window)
 {
+    // Without a visible parent the box is placed in the middle of the screen.
     QMessageBox box(QMessageBox::Warning, MainWindow::tr("Error while loading firmware"),
                     MainWindow::tr("Firmware cannot be loaded. File may be corrupted or not supported.\n"
                                    "Try to download it once again."),
-                    QMessageBox::NoButton, window);
+                    QMessageBox::NoButton, window->isVisible() ? window : nullptr);
+    showAsPlainText(box);
     box.exec();
 }
 
@@ -71,6 +75,7 @@ void MessageBoxes::showAbout(QWidget* window)
         MainWindow::tr("\n%1\nVersion %2\n").arg(window->windowTitle(), QStringLiteral(UPDATER_VERSION)),
         QMessageBox::NoButton, window, aboutFlags);
     box->setAttribute(Qt::WA_DeleteOnClose);
+    showAsPlainText(*box);
     box->setIconPixmap(logo.pixmap(logo.actualSize(aboutIconSize)));
     box->exec();
 }

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int paddingPixels = 3; // also the radius of the ground's corners
-constexpr double requiredContrast = 3;
+constexpr int paddingPixels = 3; // also the radius of the background's corners
+constexpr double requiredContrast = 4.5;
 
 /// WCAG 2.1, "relative luminance".
 double luminance(const QColor& colour)
@@ -27,12 +27,18 @@ double contrast(const QColor& a, const QColor& b)
     return std::max(ratio, 1 / ratio);
 }
 
-QColor lightestGround(const QColor& text)
+/// Black or white has the contrast with any colour, so that the search ends.
+QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
 {
-    int shade = 255;
-    while (shade > 0 && contrast(text, QColor(shade, shade, shade)) < requiredContrast)
-        --shade;
-    return QColor(shade, shade, shade);
+    const int desktopShade = qGray(desktop.rgb());
+    for (int distance = 0;; ++distance) {
+        for (const int shade : {desktopShade - distance, desktopShade + distance}) {
+            const int inRange = std::clamp(shade, 0, 255);
+            const QColor background(inRange, inRange, inRange);
+            if (contrast(text, background) >= requiredContrast)
+                return background;
+        }
+    }
 }
 
 } // namespace
@@ -40,20 +46,37 @@ QColor lightestGround(const QColor& text)
 StatusLabel::StatusLabel(QWidget* parent)
     : QLabel(parent)
 {
-    setContentsMargins(paddingPixels, 0, paddingPixels, 0);
+}
+
+std::optional<QColor> StatusLabel::textBackground() const
+{
+    const QColor colour = palette().color(foregroundRole());
+    const QColor desktop = palette().color(backgroundRole());
+    const bool hasOwnColour = colour != parentWidget()->palette().color(foregroundRole());
+    if (!hasOwnColour || !isEnabled() || contrast(colour, desktop) >= requiredContrast)
+        return std::nullopt;
+    return nearestSufficientShade(colour, desktop);
+}
+
+void StatusLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    // A text without a background starts where the texts above and below it do.
+    const int margin = textBackground() ? paddingPixels : 0;
+    setContentsMargins(margin, 0, margin, 0);
 }
 
 void StatusLabel::paintEvent(QPaintEvent* event)
 {
-    const QColor colour = palette().color(foregroundRole());
-    if (!text().isEmpty() && colour != parentWidget()->palette().color(foregroundRole())) {
+    const std::optional<QColor> background = textBackground();
+    if (background && !text().isEmpty()) {
         const int flags = static_cast<int>(alignment()) | (wordWrap() ? Qt::TextWordWrap : 0);
         const QRect textRect =
             style()->itemTextRect(fontMetrics(), contentsRect(), flags, isEnabled(), text());
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
-        painter.setBrush(lightestGround(colour));
+        painter.setBrush(*background);
         painter.drawRoundedRect(textRect.adjusted(-paddingPixels, 0, paddingPixels, 0), paddingPixels,
                                 paddingPixels);
     }

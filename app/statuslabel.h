@@ -1,15 +1,21 @@
 #pragma once
 
+#include <optional>
+
 #include <QLabel>
 
-/// A label whose text may be set off by a colour of its own. Amber does not stand out from a light desktop
-/// nor crimson from a dark one, so such a text gets a ground, as wide as the text and as light as a contrast
-/// of 3 to 1 allows (WCAG 2.1, 1.4.11). A text in the desktop's colour stands on the desktop's ground.
+/// A label whose text may have a colour of its own. Where that colour has less than the contrast of 4.5 to 1
+/// that text needs (WCAG 2.1, 1.4.3), the label paints a background behind the text: the shade of grey
+/// nearest to the desktop's that has this contrast. Disabled text needs none.
 class StatusLabel : public QLabel
 {
 public:
-    explicit StatusLabel(QWidget* parent = nullptr);
+    explicit StatusLabel(QWidget* parent);
 
 protected:
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    std::optional<QColor> textBackground() const;
 };

@@ -16,7 +16,7 @@
 
 namespace {
 
-QWidget* messageBox()
+QMessageBox* messageBox()
 {
     return qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
 }
@@ -24,8 +24,8 @@ QWidget* messageBox()
 /// Answers no to a question, and closes a message.
 void dismissBox()
 {
-    if (QWidget* const box = messageBox())
-        QApplication::postEvent(box, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+    if (QMessageBox* const box = messageBox())
+        box->reject();
 }
 
 } // namespace

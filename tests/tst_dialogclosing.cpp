@@ -48,8 +48,8 @@ private Q_SLOTS:
     void closingBeforeADeviceIsReachedLeavesThemAlone_data();
     void closingBeforeADeviceIsReachedLeavesThemAlone();
     void closingWaitsForTheServiceBeforeItEndsTheUpdaters();
-    void closingEndsADeviceThatDoesNotComeBack_data();
-    void closingEndsADeviceThatDoesNotComeBack();
+    void escapeAndXWaitForTheLastReportAndThenClose_data();
+    void escapeAndXWaitForTheLastReportAndThenClose();
     void closingWaitsForADeviceThatIsBeingProgrammed();
 };
 
@@ -97,7 +97,10 @@ void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone()
     run.dialog->start();
     TRY_VERIFY(run.gate.isReached());
     QVERIFY(run.isAwake());
-    QTest::keyClick(run.dialog.get(), Qt::Key_Escape);
+    run.ask(isStoppedBefore);
+    QVERIFY(run.dialog->isHidden());
+    QCOMPARE(run.dialog->result(), int(QDialog::Rejected));
+    QVERIFY(run.dialog->errors().isEmpty());
     if (isStoppedBefore) {
         run.gate.open();
         QThreadPool::globalInstance()->waitForDone();
@@ -118,40 +121,47 @@ void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone()
 void TestDialogClosing::closingWaitsForTheServiceBeforeItEndsTheUpdaters()
 {
     Run run("TH");
-    BusyPool pool; // which keeps the service from coming back, until somebody waits for it
+    BusyPool pool; // keeps the service from coming back until the dialog waits for it
     for (const DeviceType type : bothTypes)
         run.pair.device(type).setFault(Fault::NeverBack, 1);
     run.dialog->start();
     pool.occupy();
     TRY_COMPARE(run.updaters().size(), 2);
     QCOMPARE(run.audioServiceState(), DWORD(SERVICE_STOPPED));
-    run.dialog->close();
     QCOMPARE(run.destroyDialog(), 2);
     QVERIFY(run.isAtRest());
 }
 
-void TestDialogClosing::closingEndsADeviceThatDoesNotComeBack_data()
+void TestDialogClosing::escapeAndXWaitForTheLastReportAndThenClose_data()
 {
-    QTest::addColumn<int>("reported"); // devices, of which the first has failed
-    QTest::newRow("leaving") << 0;
-    QTest::newRow("one reported") << 1;
-    QTest::newRow("done") << 2;
+    QTest::addColumn<QByteArray>("reports"); // of the updaters in order, by code, 0 for success
+    QTest::addColumn<bool>("byX");
+    for (const bool byX : {false, true}) {
+        for (const char* const reports : {"", "0", "5", "00", "50"})
+            QTest::addRow("%s %s", byX ? "X" : "Escape", reports) << QByteArray(reports) << byX;
+    }
 }
 
-void TestDialogClosing::closingEndsADeviceThatDoesNotComeBack()
+void TestDialogClosing::escapeAndXWaitForTheLastReportAndThenClose()
 {
-    QFETCH(const int, reported);
+    QFETCH(const QByteArray, reports);
+    QFETCH(const bool, byX);
     Run run("TH");
     run.startInVain(2);
-    if (reported > 0)
-        Q_EMIT run.updaters().first()->flashingError(5);
-    if (reported > 1)
-        Q_EMIT run.updaters().last()->flashingFinished();
-    TRY_VERIFY(run.isAtRest() == (reported == 2));
-    QTest::keyClick(run.dialog.get(), Qt::Key_Escape);
-    QVERIFY(run.dialog->isHidden());
-    QCOMPARE(run.dialog->result(), int(QDialog::Rejected));
-    QCOMPARE(run.dialog->errors().size(), reported > 0 ? 1 : 0);
+    for (int i = 0; i < reports.size(); ++i) {
+        if (reports[i] == '0')
+            Q_EMIT run.updaters()[i]->flashingFinished();
+        else
+            Q_EMIT run.updaters()[i]->flashingError(reports[i] - '0');
+    }
+    const bool hasEnded = reports.size() == 2;
+    const bool hasFailed = reports.contains('5');
+    TRY_VERIFY(run.isAtRest() == hasEnded);
+    run.ask(byX);
+    QCOMPARE(run.dialog->isHidden(), hasEnded);
+    if (hasEnded)
+        QCOMPARE(run.dialog->result(), int(hasFailed ? QDialog::Rejected : QDialog::Accepted));
+    QCOMPARE(run.dialog->errors().size(), hasFailed ? 1 : 0);
     QCOMPARE(run.destroyDialog(), 2);
     QVERIFY(run.isAtRest());
     for (const DeviceType type : bothTypes)
@@ -164,10 +174,9 @@ void TestDialogClosing::closingWaitsForADeviceThatIsBeingProgrammed()
     run.gate.close(sectorEraseMs);
     run.dialog->start();
     TRY_VERIFY(run.gate.isReached());
-    // The headset, too, has done more than to leave its application.
+    // The headset, too, is in programming mode.
     TRY_VERIFY(run.pair.device(Headset).transfers().count > 1);
     QVERIFY(run.isAwake());
-    QTest::keyClick(run.dialog.get(), Qt::Key_Escape);
     std::thread opener([&run] { run.gate.open(); });
     QCOMPARE(run.destroyDialog(), 2);
     opener.join();

@@ -7,6 +7,7 @@
 #include "dialogrun.h"
 #include "leavesnothing.h"
 #include "logfile.h"
+#include "windowstate.h"
 
 using Errors = QMap<DeviceType, int>;
 Q_DECLARE_METATYPE(Errors)
@@ -19,11 +20,6 @@ constexpr int reenumerationTimeoutMs = 30000;
 
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
-
-QImage iconImage(const char* name)
-{
-    return QIcon(":/icons/"_s + text(name)).pixmap(32, 32).toImage();
-}
 
 } // namespace
 
@@ -109,7 +105,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
     for (const DeviceType type : bothTypes) {
         QVERIFY(run.isUpdated(type));
         QVERIFY(run.pair.device(type).refusals().empty());
-        QCOMPARE(run.icon(type), iconImage("doneandnext.png"));
+        QCOMPARE(WindowState::pictureOf(*run.of(type, "ResultIcon")), "doneandnext"_s);
         QVERIFY(run.bar(type)->value() > 100); // the updater's own range and value
     }
     QTest::keyClick(run.dialog.get(), Qt::Key_Return);
@@ -135,7 +131,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     row("H9", QString(), code + "2/9"_s, {{Headset, 9}});
     row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}});
     row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}});
-    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}); // a report too many is nobody's
+    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}); // a report too many belongs to no device
     row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}});
     row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}});
 }
@@ -148,13 +144,18 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     Run run(reports);
     run.startInVain(devices);
     const QList<FirmwareUpdater*> updaters = run.updaters();
+    const auto* const warning = find(*run.dialog, "doNotDisconnectDevicesLabel");
+    run.dialog->showMinimized();
     for (const QByteArray& report : reports.split(' ')) {
         const bool isFirst = report.startsWith('T') || devices == 1;
         FirmwareUpdater* const updater = isFirst ? updaters.first() : updaters.last();
         const DeviceType type = report.startsWith('T') ? Transmitter : Headset;
         if (reports.startsWith(report)) {
             QVERIFY(!run.closeButton()->isEnabled());
-            QVERIFY(run.icon(type).isNull());
+            QVERIFY(warning->isEnabled());
+            QVERIFY(run.dialog->isMinimized());
+            QVERIFY(run.of(type, "ResultIcon")->isHidden());
+            QVERIFY(run.of(type, "InfoLabel")->isHidden());
             QVERIFY(run.isAwake());
             QCOMPARE(run.bar(type)->maximum(), 0);
         }
@@ -164,13 +165,21 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
             Q_EMIT updater->flashingError(report.mid(1).toInt());
         QCOMPARE(run.bar(type)->maximum(), 100);
     }
+    QCOMPARE(warning->palette().color(warning->foregroundRole()), QColor(120, 120, 120));
+    QVERIFY(run.dialog->isVisible() && !run.dialog->isMinimized());
+    QCOMPARE(WindowState::oddities(*run.dialog), QString());
+    QCOMPARE(WindowState::focusOf(*run.dialog), "@closeButton"_s);
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");
     QCOMPARE(run.dialog->errors(), errors);
     for (const DeviceType type : bothTypes) {
-        const bool isSuccess = run.result(type) == updated;
-        if (!run.result(type).isEmpty())
-            QCOMPARE(run.icon(type), iconImage(isSuccess ? "doneandnext.png" : "process-stop.png"));
+        const QString result = run.result(type);
+        const auto* const icon = run.of(type, "ResultIcon");
+        QCOMPARE(WindowState::pictureOf(*icon), text(result.isEmpty()    ? ""
+                                                     : result == updated ? "doneandnext"
+                                                                         : "process-stop"));
+        QCOMPARE(icon->accessibleName(), result);
+        QVERIFY(run.closeButton()->accessibleDescription().contains(result));
     }
     TRY_VERIFY(run.isAtRest());
     QTest::mouseClick(run.closeButton(), Qt::LeftButton);

@@ -70,7 +70,7 @@
     </message>
     <message>
         <source>Detecting device...</source>
-        <translation>Gerät wird erkannt...</translation>
+        <translation>Geräte werden gesucht...</translation>
     </message>
     <message>
         <source>Cannot determine if firmware is compatible with the connected device.</source>
@@ -91,6 +91,10 @@
     <message>
         <source>Please connect devices</source>
         <translation>Bitte Geräte anschließen</translation>
+    </message>
+    <message>
+        <source>Last update was not completed. Please update again.</source>
+        <translation>Die letzte Aktualisierung wurde nicht abgeschlossen. Bitte aktualisieren Sie erneut.</translation>
     </message>
     <message>
         <source>Unknown device</source>
@@ -152,11 +156,11 @@ Versuchen Sie, sie erneut herunterzuladen.</translation>
     </message>
     <message>
         <source>Proceed and update one device</source>
-        <translation>Fortfahren und ein Gerät aktualisieren</translation>
+        <translation>Fortfahren und nur ein Gerät aktualisieren</translation>
     </message>
     <message>
         <source>Unknown</source>
-        <translation>Unbekanntes Modell:</translation>
+        <translation>Unbekanntes Modell –</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
@@ -176,7 +180,7 @@ Versuchen Sie, sie erneut herunterzuladen.</translation>
     </message>
     <message>
         <source>2. Press and hold the Power/Pairing buttons on both Transmitter and Headset for 3 seconds until LEDs begin to flash.</source>
-        <translation>2. Halten Sie die Einschalt-/Kopplungstasten an Sender und Headset 3 Sekunden lang gedrückt, bis die LEDs zu blinken beginnen.</translation>
+        <translation>2. Halten Sie die Einschalt-/Kopplungstasten an Sender und Headset 3&#xa0;Sekunden lang gedrückt, bis die LEDs zu blinken beginnen.</translation>
     </message>
     <message>
         <source>3. Once pairing is successful, Power/Pairing LEDs will stop flashing and turn solid.</source>

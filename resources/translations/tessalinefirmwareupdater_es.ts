@@ -93,6 +93,10 @@
         <translation>Conecte los dispositivos</translation>
     </message>
     <message>
+        <source>Last update was not completed. Please update again.</source>
+        <translation>La última actualización no se completó. Vuelva a actualizar.</translation>
+    </message>
+    <message>
         <source>Unknown device</source>
         <translation>Dispositivo desconocido</translation>
     </message>
@@ -106,7 +110,7 @@
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>No conectado</translation>
+        <translation>Sin conectar</translation>
     </message>
     <message>
         <source>Error while loading firmware</source>
@@ -156,7 +160,7 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>Unknown</source>
-        <translation>Modelo desconocido:</translation>
+        <translation>Modelo desconocido –</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
@@ -164,7 +168,7 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>Success! Please pair devices.</source>
-        <translation>¡Actualización correcta! Empareje los dispositivos.</translation>
+        <translation>¡Actualización completada! Empareje los dispositivos.</translation>
     </message>
     <message>
         <source>Pairing Instructions</source>
@@ -176,7 +180,7 @@ Intente descargarlo de nuevo.</translation>
     </message>
     <message>
         <source>2. Press and hold the Power/Pairing buttons on both Transmitter and Headset for 3 seconds until LEDs begin to flash.</source>
-        <translation>2. Mantenga pulsados los botones de encendido/emparejamiento de ambos dispositivos durante 3 segundos, hasta que los LED empiecen a parpadear.</translation>
+        <translation>2. Mantenga pulsados los botones de encendido/emparejamiento de ambos dispositivos durante 3&#xa0;segundos, hasta que los LED empiecen a parpadear.</translation>
     </message>
     <message>
         <source>3. Once pairing is successful, Power/Pairing LEDs will stop flashing and turn solid.</source>
@@ -245,7 +249,7 @@ Versión %2
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>No conectado</translation>
+        <translation>Sin conectar</translation>
     </message>
     <message>
         <source>Headset:</source>

@@ -62,7 +62,7 @@
     <name>MainWindow</name>
     <message>
         <source>Override</source>
-        <translation>Ignorer l&apos;écran d&apos;accueil</translation>
+        <translation>Passer l&apos;écran d&apos;accueil</translation>
     </message>
     <message>
         <source>About...</source>
@@ -93,6 +93,10 @@
         <translation>Veuillez brancher les appareils</translation>
     </message>
     <message>
+        <source>Last update was not completed. Please update again.</source>
+        <translation>La dernière mise à jour n&apos;a pas été terminée. Veuillez recommencer.</translation>
+    </message>
+    <message>
         <source>Unknown device</source>
         <translation>Appareil inconnu</translation>
     </message>
@@ -115,7 +119,7 @@
     <message>
         <source>Firmware cannot be loaded. File may be corrupted or not supported.
 Try to download it once again.</source>
-        <translation>Impossible de charger le firmware. Le fichier est peut-être endommagé ou non pris en charge.
+        <translation>Impossible de charger le firmware. Le fichier est peut-être endommagé ou n&apos;est pas pris en charge.
 Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
@@ -156,7 +160,7 @@ Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
         <source>Unknown</source>
-        <translation>Modèle inconnu&#xa0;:</translation>
+        <translation>Modèle inconnu –</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
@@ -176,7 +180,7 @@ Essayez de le télécharger à nouveau.</translation>
     </message>
     <message>
         <source>2. Press and hold the Power/Pairing buttons on both Transmitter and Headset for 3 seconds until LEDs begin to flash.</source>
-        <translation>2. Maintenez enfoncés les boutons Marche/Appairage de l&apos;émetteur et du casque pendant 3 secondes, jusqu&apos;à ce que les LED commencent à clignoter.</translation>
+        <translation>2. Maintenez enfoncés les boutons Marche/Appairage de l&apos;émetteur et du casque pendant 3&#xa0;secondes, jusqu&apos;à ce que les LED commencent à clignoter.</translation>
     </message>
     <message>
         <source>3. Once pairing is successful, Power/Pairing LEDs will stop flashing and turn solid.</source>

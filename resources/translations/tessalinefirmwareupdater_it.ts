@@ -13,7 +13,7 @@
     </message>
     <message>
         <source>Update was unsuccessful.</source>
-        <translation>L&apos;aggiornamento non è riuscito.</translation>
+        <translation>Aggiornamento non riuscito.</translation>
     </message>
     <message>
         <source>Error code:</source>
@@ -93,6 +93,10 @@
         <translation>Collegare i dispositivi</translation>
     </message>
     <message>
+        <source>Last update was not completed. Please update again.</source>
+        <translation>L&apos;ultimo aggiornamento non è stato completato. Aggiornare di nuovo.</translation>
+    </message>
+    <message>
         <source>Unknown device</source>
         <translation>Dispositivo sconosciuto</translation>
     </message>
@@ -106,7 +110,7 @@
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Non collegato</translation>
+        <translation>Nessun collegamento</translation>
     </message>
     <message>
         <source>Error while loading firmware</source>
@@ -156,7 +160,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>Unknown</source>
-        <translation>Modello sconosciuto:</translation>
+        <translation>Modello sconosciuto –</translation>
     </message>
     <message>
         <source>No device detected. Connect your headset and transmitter to two separate USB ports on your computer.</source>
@@ -176,7 +180,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>2. Press and hold the Power/Pairing buttons on both Transmitter and Headset for 3 seconds until LEDs begin to flash.</source>
-        <translation>2. Tenere premuti i pulsanti di accensione/abbinamento del trasmettitore e delle cuffie per 3 secondi, finché i LED non iniziano a lampeggiare.</translation>
+        <translation>2. Tenere premuti i pulsanti di accensione/abbinamento del trasmettitore e delle cuffie per 3&#xa0;secondi, finché i LED non iniziano a lampeggiare.</translation>
     </message>
     <message>
         <source>3. Once pairing is successful, Power/Pairing LEDs will stop flashing and turn solid.</source>
@@ -192,7 +196,7 @@ Provare a scaricarlo di nuovo.</translation>
     </message>
     <message>
         <source>Update was unsuccessful.</source>
-        <translation>L&apos;aggiornamento non è riuscito.</translation>
+        <translation>Aggiornamento non riuscito.</translation>
     </message>
     <message>
         <source>About</source>
@@ -245,7 +249,7 @@ Versione %2
     </message>
     <message>
         <source>Disconnected</source>
-        <translation>Non collegato</translation>
+        <translation>Nessun collegamento</translation>
     </message>
     <message>
         <source>Headset:</source>

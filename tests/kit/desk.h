@@ -3,27 +3,21 @@
 #include <QAction>
 #include <QMenu>
 
+#include "abstracthiddevice.h"
 #include "archivebuilder.h"
 #include "hidnode.h"
+#include "hidutilities.h"
 #include "infoscreen.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "pairedcomputer.h"
 #include "scriptedhid.h"
 #include "user.h"
+#include "utilities.h"
+#include "windowstate.h"
 
 /// How long a thread that reads a device sleeps between two queries.
 constexpr std::uint32_t memoryReadMs = 100;
-
-/// A label's text after "*" for italics and "~" or "!" for its colour.
-inline QString shown(const QWidget& page, const char* name)
-{
-    const auto* const label = find(page, name);
-    const QMap<QString, QString> colours{
-        {QString(), QString()}, {"QLabel{color: #E9AB17;}"_s, "~"_s}, {"QLabel{color: crimson;}"_s, "!"_s}};
-    return colours.value(label->styleSheet(), "?"_s) + text(label->font().italic() ? "*" : "") +
-           label->text();
-}
 
 /// The updater on a computer that has nothing plugged in yet.
 struct Desk : PairedComputer
@@ -35,17 +29,22 @@ struct Desk : PairedComputer
             take(step);
     }
 
-    ~Desk() { gate.open(); } // the window waits for whom it holds
+    ~Desk() { gate.open(); } // the window waits for the threads that the gate holds
 
     /// A1, A2, At, Ah: loads an archive for the first or second generation, with one image only; Ax: a
     /// damaged one. +T, -T, +H, -H: plugs a device in or out, and U, a transmitter that cannot be identified.
-    /// O: override.
+    /// PT, PH: takes a device into programming mode, as an update that is cut short does. O: override. Tab:
+    /// that key.
     void take(const QByteArray& step)
     {
         if (step.startsWith('A')) {
             load(step);
         } else if (step == "O") {
             choose("Override"_s, false);
+        } else if (step.startsWith('P')) {
+            breakOffUpdate(step == "PT" ? Transmitter : Headset);
+        } else if (step == "Tab") {
+            QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
         } else if (!step.isEmpty()) {
             plug(step[1], step[0] == '+');
             const char* const label = step[1] == 'H' ? "headsetVersion" : "transmitterVersion";
@@ -88,6 +87,14 @@ struct Desk : PairedComputer
         window.setFirmwareFilePath(path);
         QCOMPARE(nameInBox, QString());
         QCOMPARE(user.boxes.join(QString()), text(step == "Ax" ? failure : ""));
+    }
+
+    void breakOffUpdate(DeviceType type)
+    {
+        const auto hid = Utilities::openHidDeviceByPath(
+            pair.channelPath(type), AbstractHidDevice::ReadWriteBits, AbstractHidDevice::ReadWriteBits);
+        QVERIFY(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
+        TRY_VERIFY(pair.device(type).isProgramming() && pair.device(type).isSettled());
     }
 
     void plug(char letter, bool in)
@@ -143,33 +150,37 @@ struct Desk : PairedComputer
         return user.isDone();
     }
 
-    /// "page|connected|error|transmitter now>then|headset now>then|button"
+    /// "page|connected|error|transmitter now>then|headset now>then|button@focus", and all oddities. The page
+    /// is "start" and its picture's generation, or "main".
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
-        const auto versions = [this](const char* now, const char* then) {
-            return shown(*mainPage, now) + QLatin1Char('>') + shown(*mainPage, then);
-        };
-        return QStringList{text(screen() ? "start" : "main"),
-                           shown(*mainPage, "connectedDeviceNameLabel"),
+        const auto label = [this](const char* name) { return WindowState::shown(*find(*mainPage, name)); };
+        const auto* const button = find<QPushButton>(*mainPage, "updateButton");
+        const QString picture = screen() ? WindowState::pictureOf(*find(*screen(), "image")) : QString();
+        const QString page = screen() ? "start"_s + picture.mid(4, 1) : "main"_s;
+        return QStringList{page,
+                           label("connectedDeviceNameLabel"),
                            error->isHidden() ? QString() : error->text(),
-                           versions("transmitterVersion", "transmitterFirmwareVersion"),
-                           versions("headsetVersion", "headsetFirmwareVersion"),
-                           text(find<QPushButton>(*mainPage, "updateButton")->isEnabled() ? "Update" : "-")}
-            .join(QLatin1Char('|'));
+                           label("transmitterVersion") + QLatin1Char('>') +
+                               label("transmitterFirmwareVersion"),
+                           label("headsetVersion") + QLatin1Char('>') + label("headsetFirmwareVersion"),
+                           text(button->isEnabled() ? "Update" : "-") + WindowState::focusOf(window)}
+                   .join(QLatin1Char('|')) +
+               WindowState::oddities(window);
     }
 
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
-    /// Of the info screen: "title|text|image, buttons".
+    /// Of the info screen: "title|text|picture, buttons@focus", and all oddities.
     QString screenState() const
     {
-        const auto* const image = find(*screen(), "image");
-        const bool hasImage = !image->isHidden() && !image->pixmap(Qt::ReturnByValue).isNull();
-        const QString parts = text(hasImage ? "image" : "") +
+        const QString parts = WindowState::pictureOf(*find(*screen(), "image")) +
                               text(screen()->backButton()->isHidden() ? "" : " Back") +
-                              text(screen()->closeButton()->isHidden() ? "" : " Close");
+                              text(screen()->closeButton()->isHidden() ? "" : " Close") +
+                              WindowState::focusOf(window);
         return QStringList{find(*screen(), "title")->text(), find(*screen(), "text")->text(), parts}.join(
-            QLatin1Char('|'));
+                   QLatin1Char('|')) +
+               WindowState::oddities(window);
     }
 
     const QTemporaryDir folder;

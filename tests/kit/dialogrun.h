@@ -36,7 +36,7 @@ struct Run : PairedComputer
         }
     }
 
-    ~Run() { gate.open(); } // the dialog waits for whom it holds
+    ~Run() { gate.open(); } // the dialog waits for the threads that the gate holds
 
     DeviceInstance instance(DeviceType type)
     {
@@ -47,7 +47,16 @@ struct Run : PairedComputer
         return result;
     }
 
-    /// Starts devices that will never be back.
+    /// Asks the dialog to go, by Escape or by the X of its window.
+    void ask(bool byX)
+    {
+        if (byX)
+            dialog->close();
+        else
+            QTest::keyClick(dialog.get(), Qt::Key_Escape);
+    }
+
+    /// Starts devices that do not come back.
     void startInVain(int deviceCount)
     {
         for (const DeviceType type : bothTypes)
@@ -67,7 +76,6 @@ struct Run : PairedComputer
         return find<Widget>(*dialog, QByteArray(type == Transmitter ? "transmitter" : "headset") + role);
     }
     QString result(DeviceType type) const { return of(type, "InfoLabel")->text(); }
-    QImage icon(DeviceType type) const { return of(type, "ResultIcon")->pixmap(Qt::ReturnByValue).toImage(); }
     QProgressBar* bar(DeviceType type) const { return of<QProgressBar>(type, "ProgressBar"); }
     QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
 

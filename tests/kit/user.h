@@ -10,13 +10,21 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <windows.h>
+
 #include "waiting.h"
 
-/// Acts for the user on the modal windows that come up, one after the other, from the event loop.
+/// Lets the computer's clock run on until a new screen takes keys.
+inline void letScreenSettle()
+{
+    Sleep(500);
+}
+
+/// Acts for the user on the modal windows that open, one after the other, from the event loop.
 class User : public QObject
 {
 public:
-    /// What is to be done with a modal window; false while it is not time for it.
+    /// Does something with a modal window; returns false to be called again.
     using Act = std::function<bool(QWidget& modal)>;
 
     explicit User(std::vector<Act> actsInOrder)
@@ -46,7 +54,10 @@ public:
     }
     static Act type(Qt::Key key)
     {
-        return [key](QWidget& modal) { return QTest::keyClick(&modal, key), true; };
+        return [key](QWidget& modal) {
+            letScreenSettle();
+            return QTest::keyClick(&modal, key), true;
+        };
     }
 
     QStringList boxes; ///< what the message boxes said

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <windows.h>
+
+#include <QObject>
+
+class QKeyEvent;
+class QWidget;
+
+/// Keeps a key that was meant for one screen from pressing a button of the next: a key that is held presses
+/// nothing, nor does one within half a second of a screen's appearance. Covers every window of the program
+/// but menus, while the object lives. GUI thread only.
+class KeyGuard : public QObject
+{
+public:
+    explicit KeyGuard(QObject* parent);
+
+    /// Call when a window shows another page; the guard notices by itself when a window opens.
+    void noteNewScreen();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    bool mayPress(const QKeyEvent& key) const;
+
+    DWORD newScreenTick;
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <algorithm>
+
+#include <QLabel>
+#include <QPainter>
+#include <QStyle>
+
+/// A label of plain text that is always shown whole: it breaks lines between any two characters, and takes a
+/// smaller font if it has too little room.
+class WrappedLabel : public QLabel
+{
+public:
+    explicit WrappedLabel(QWidget* parent)
+        : QLabel(parent)
+    {
+        setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+        setWordWrap(true); // gives the label a height for its width
+    }
+
+    QSize minimumSizeHint() const override
+    {
+        constexpr int usefulWidth = 250; // of a text that takes several lines
+        return {std::min(fontMetrics().horizontalAdvance(text()), usefulWidth), fontMetrics().height()};
+    }
+    int heightForWidth(int width) const override { return textHeight(font(), width); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        constexpr qreal smallestPoints = 4;
+        QFont fitting = font();
+        while (textHeight(fitting, width()) > height() && fitting.pointSizeF() > smallestPoints)
+            fitting.setPointSizeF(fitting.pointSizeF() - 0.5);
+        QPainter painter(this);
+        painter.setFont(fitting);
+        style()->drawItemText(&painter, contentsRect(), flags(), palette(), isEnabled(), text(),
+                              foregroundRole());
+    }
+
+private:
+    int textHeight(const QFont& textFont, int width) const
+    {
+        return QFontMetrics(textFont).boundingRect(QRect(0, 0, width, 0), flags(), text()).height();
+    }
+    int flags() const { return static_cast<int>(alignment()) | Qt::TextWrapAnywhere; }
+};
