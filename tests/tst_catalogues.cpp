@@ -75,7 +75,7 @@ void TestCatalogues::theCataloguesAreComplete()
     QFETCH(const QString, language);
     const QString name = QStringLiteral("tessalinefirmwareupdater_") + language;
     const Texts texts = readCatalogue(CATALOGUE_FOLDER + QLatin1Char('/') + name + QStringLiteral(".ts"));
-    QCOMPARE(texts.size(), 61);
+    QVERIFY(!texts.isEmpty());
     QCOMPARE(texts.keys(), textsInTheSources().keys());
 
     QTranslator translator;
