@@ -171,14 +171,13 @@ private:
         print("stall-ms", probe.longest());
         printPeakMemory();
         print("run-ms", static_cast<double>(outcome.runMs));
+        print("transmitter-delays-ms",
+              static_cast<double>(
+                  Verdict::programmingDelaysMs(DeviceType::Transmitter, setup.transmitterImage) +
+                  Verdict::restartDelayMs));
         bool areEqual = outcome.report.isEmpty();
         for (const DeviceType type : outcome.devices.keys()) {
-            const bool isTransmitter = type == DeviceType::Transmitter;
-            const auto& image = isTransmitter ? setup.transmitterImage : setup.headsetImage;
-            const std::string name = isTransmitter ? "transmitter" : "headset";
-            print(name + "-ms", static_cast<double>(outcome.devices[type].programmingMs));
-            print(name + "-delays-ms",
-                  static_cast<double>(Verdict::programmingDelaysMs(type, image) + Verdict::restartDelayMs));
+            const auto& image = type == DeviceType::Transmitter ? setup.transmitterImage : setup.headsetImage;
             areEqual = areEqual && !Verdict::firstDifference(pair.device(type).memory(), image);
         }
         QCoreApplication::exit(areEqual ? 0 : failure);
