@@ -121,6 +121,8 @@ inline void addUnusualEntries()
     addRow("names alike but for case, the first of no use", failed,
            {RawZip::entry("H.EF", "word"), RawZip::entry("h.ef", imageText(6))});
     addRow("names that are no text", headsetOnly(), {RawZip::entry("\xFF\xC0\n.ff", ""), headset});
+    addRow("name of 256 bytes", QStringLiteral("fw 4 6"),
+           {RawZip::entry(QByteArray(253, 'n') + ".ff", transmitter), headset});
     addRow("no names", headsetOnly(), {RawZip::entry("", transmitter), headset});
     addRow("folders only", failed, {RawZip::entry("a/", ""), RawZip::entry("t.ff/", transmitter)});
     addRow("no entries", failed, std::vector<RawEntry>());
@@ -142,6 +144,11 @@ inline void addReleaseNotes()
     addNotes("notes in UTF-16, little end first", notes(QByteArray("\xFF\xFE\xE9\0", 4)), accented);
     addNotes("notes in UTF-16, big end first", notes(QByteArray("\xFE\xFF\0\xE9", 4)), accented);
     addNotes("notes of half a character", notes(QByteArray("\xFF\xFE\xE9", 3)));
+    for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // around the chunks in which entries are read
+        const QByteArray text = "begin" + QByteArray(bytes - 8, 'n') + "end";
+        addNotes(QByteArray("notes of " + QByteArray::number(bytes) + " bytes").constData(), notes(text),
+                 QString::fromLatin1(text));
+    }
     addNotes("notes at the limit", notes(QByteArray(notesLimit, 'n')), QString(notesLimit, QLatin1Char('n')));
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
