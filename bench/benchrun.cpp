@@ -198,12 +198,13 @@ void BenchRun::endUpdate(const Outcome& outcome)
         return;
     }
     if (const auto struck = pair->device(options.faultDevice).struckAt())
-        faultPhase = QLatin1String(phaseName(struck->phase));
-    faultException = judge->exception(outcome);
+        outcomeOfFault.phase = QLatin1String(phaseName(struck->phase));
+    outcomeOfFault.errorCode = outcome.devices[options.faultDevice].errorCode;
+    outcomeOfFault.exception = judge->exception(outcome);
     log.add(QStringLiteral("verdict: the expected outcome of the fault%1")
-                .arg(faultPhase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
-    if (!faultException.isEmpty())
-        log.add(QStringLiteral("verdict: documented exception: ") + faultException);
+                .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
+    if (!outcomeOfFault.exception.isEmpty())
+        log.add(QStringLiteral("verdict: documented exception: ") + outcomeOfFault.exception);
     // From the pairing instructions there is no way back.
     tryAgain(!outcome.report.isEmpty());
 }

@@ -40,10 +40,14 @@ public:
     /// Lets time run @p speed times as fast as on the wall; virtual time knows no speed. Any thread.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
-    /// The phase in which the fault struck; empty if it met no transfer.
-    QString struckIn() const { return faultPhase; }
-    /// As Judge::exception(), of the update with the fault.
-    QString exception() const { return faultException; }
+    /// The outcome of the update with the fault.
+    struct FaultOutcome
+    {
+        QString phase; ///< in which the fault struck; empty if it met no transfer
+        int errorCode = 0;
+        QString exception; ///< as Judge::exception()
+    };
+    const FaultOutcome& faultOutcome() const { return outcomeOfFault; }
 
     /// Writes an archive at @p path whose images fit the devices' memories.
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
@@ -73,8 +77,7 @@ private:
     const bool isHurried; ///< time runs faster than real time
     const int lookIntervalMs;
     std::optional<Fault> fault; ///< of the next update; the repair has none
-    QString faultPhase;
-    QString faultException;
+    FaultOutcome outcomeOfFault;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread
     QTemporaryDir folder;

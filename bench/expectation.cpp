@@ -9,7 +9,7 @@ namespace {
 constexpr int anyNumber = std::numeric_limits<int>::max();
 
 constexpr char failedTransfer[] = "a transfer failed, the device stayed";
-constexpr char lostAtLastCommit[] = "the device was lost at the last commit";
+constexpr char lostAtLastCommit[] = "the device was lost, noticed after the last commit";
 
 // Chip identifier and revision, a request and its answer each. The updater makes all four, even if one fails.
 constexpr int identificationTransfers = 4;
@@ -48,7 +48,7 @@ Expectation whenTransferFails(const Transfers& at)
     }
 }
 
-Expectation whenLost(const Transfers& at, int commits, bool isHeardLate)
+Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
 {
     switch (at.phase) {
     case Phase::Leave:
@@ -62,7 +62,9 @@ Expectation whenLost(const Transfers& at, int commits, bool isHeardLate)
     }
     if (isAtLastCommit(at, commits))
         return succeeds(2, lostAtLastCommit); // the updater announces the end of programming all the same
-    return {FlashingError::DeviceLost, 1, isHeardLate ? anyNumber : 1};
+    if (isNoticedLate)
+        return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
+    return failsWith(FlashingError::DeviceLost, 1);
 }
 
 /// The detector closed the device after the transfers @p at.
@@ -73,14 +75,14 @@ Expectation whenWithdrawn(const Transfers& at, int commits)
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
-        return succeeds(1); // all is written; only the end of programming cannot be announced
+        return failsWith(FlashingError::DeviceLost, 1); // the end of programming cannot be announced
     return {FlashingError::DeviceLost, 0, 1};
 }
 
 } // namespace
 
 Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits,
-                           bool isHeardLate)
+                           bool isNoticedLate)
 {
     if (!fault || !struckAt)
         return succeeds();
@@ -92,7 +94,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
         return whenTransferFails(*struckAt);
     case Fault::Vanish:
     case Fault::PowerLost:
-        return whenLost(*struckAt, commits, isHeardLate);
+        return whenLost(*struckAt, commits, isNoticedLate);
     case Fault::WrongIdentity:
         return isBeforeIdentification ? failsWith(FlashingError::UnknownChip) : succeeds();
     case Fault::RefuseOpen:

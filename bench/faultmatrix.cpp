@@ -117,8 +117,7 @@ private:
     struct Result
     {
         Transfers transfers; ///< of the last update
-        QString struckIn;    ///< the phase; empty if the fault met no transfer
-        QString exception;   ///< as Judge::exception()
+        BenchRun::FaultOutcome fault;
     };
     static std::optional<Result> runOne(const BenchOptions& options, const QString& name);
     void runFault(Family& family, const FaultDescription& fault, int transfer);
@@ -153,7 +152,7 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
     if (run.prepare()) {
         run.drive();
         if (loop.exec() == 0)
-            return Result{run.device(options.faultDevice).transfers(), run.struckIn(), run.exception()};
+            return Result{run.device(options.faultDevice).transfers(), run.faultOutcome()};
     }
     print(name + QLatin1Char('\n') + log.lines().join(QLatin1Char('\n')));
     return std::nullopt;
@@ -213,16 +212,18 @@ void Matrix::runFault(Family& family, const FaultDescription& fault, int transfe
         QStringLiteral("%1: %2@%3").arg(family.name, QLatin1String(fault.name)).arg(transfer);
     const std::optional<Result> result = runOne(faulty, name);
     ++family.faults;
-    if (result) {
-        ++family.survived;
-        if (!result->exception.isEmpty())
-            ++exceptions[result->exception];
+    if (!result) {
+        print(name + QStringLiteral(": not survived"));
+        return;
     }
+    ++family.survived;
+    const BenchRun::FaultOutcome& outcome = result->fault;
+    if (!outcome.exception.isEmpty())
+        ++exceptions[outcome.exception];
     if (options.sample > 0)
-        print(
-            QStringLiteral("%1: %2 (%3)")
-                .arg(name, result ? QStringLiteral("survived") : QStringLiteral("not survived"),
-                     !result || result->struckIn.isEmpty() ? QStringLiteral("no phase") : result->struckIn));
+        print(QStringLiteral("%1: survived (%2, error code %3)")
+                  .arg(name, outcome.phase.isEmpty() ? QStringLiteral("no phase") : outcome.phase)
+                  .arg(outcome.errorCode));
 }
 
 std::vector<const FaultDescription*> Matrix::kinds() const

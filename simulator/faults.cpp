@@ -20,6 +20,10 @@ const std::vector<FaultDescription>& faultDescriptions()
          "from the next restart from transfer K the device does not come back"},
         {Fault::OtherPort, D::Restart, false, "other-port",
          "from the next restart from transfer K the device comes back on another port"},
+        {Fault::Removed, D::Transfer, true, "removed",
+         "the computer removes the device in an orderly way at transfer K"},
+        {Fault::RemovalRefused, D::Transfer, true, "removal-refused",
+         "the same, but another program refuses the removal"},
     };
     return descriptions;
 }

@@ -45,6 +45,7 @@ struct KeepingBus : Bus
 {
     void attach(const BusDevice& device) override { channel = device.interfaces.back().serves; }
     void detach(int) override {}
+    bool requestRemoval(int, bool isHeld) override { return !isHeld; }
 
     std::shared_ptr<FeatureReports> channel;
 };
@@ -98,6 +99,7 @@ private Q_SLOTS:
     void faultsStrikeAtTheirTransfer_data();
     void faultsStrikeAtTheirTransfer();
     void faultsOfTheRestartStrikeAtTheNextOne();
+    void anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice();
     void waitsUnderWayFollowAChangeOfSpeed();
     void anUnknownChipWritesNothing();
     void identitiesAreTheSameEverywhere();
@@ -301,6 +303,35 @@ void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
     }
 }
 
+void TestSimulatedPair::anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice()
+{
+    Workbench computer(Headset);
+    LayerBus layer(computer.tree);
+    const int port = computer.tested.port();
+    QVERIFY(!layer.requestRemoval(port, true));
+    {
+        Channel opened(computer.channel());
+        QVERIFY(opened.isOpen() && !layer.requestRemoval(port, false));
+    }
+    QCOMPARE(computer.usagePages().size(), std::size_t(2));
+    QVERIFY(layer.requestRemoval(port, false) && computer.usagePages().empty());
+    for (const Fault fault : {Fault::Removed, Fault::RemovalRefused}) {
+        VirtualClock clock;
+        KeepingBus bus;
+        SimulatedDevice device(bus, sleepOn(clock), {Headset, 12, 2, computer.tested.memory(), 1, {}});
+        device.plugIn();
+        device.setFault(fault, 2);
+        const std::vector<std::uint8_t> request = bytesOf(QByteArray::fromHex("FF0A00FD0400000581"));
+        for (int transfer = 1; transfer <= 2; ++transfer) {
+            QVERIFY(device.isPluggedIn() && !device.struckAt());
+            QCOMPARE(int(bus.channel->set(request.data(), request.size())), int(Transfer::Done));
+        }
+        TRY_VERIFY(device.isSettled());
+        QCOMPARE(device.struckAt()->count, 2);
+        QCOMPARE(device.isPluggedIn(), fault == Fault::RemovalRefused);
+    }
+}
+
 /// It would take ten minutes otherwise.
 void TestSimulatedPair::waitsUnderWayFollowAChangeOfSpeed()
 {
@@ -339,12 +370,9 @@ void TestSimulatedPair::anUnknownChipWritesNothing()
 /// A new generation needs a row in each of these.
 void TestSimulatedPair::identitiesAreTheSameEverywhere()
 {
-    const auto nameOf = [](int vendorId, int productId) {
-        return QString::asprintf("%04X:%04X", unsigned(vendorId), unsigned(productId));
-    };
     QStringList expected;
     for (const DeviceId& id : Utilities::allDeviceIds())
-        expected << nameOf(id.vendorId, id.productId);
+        expected << QString::asprintf("%04X%04X", unsigned(id.vendorId), unsigned(id.productId));
     expected.sort();
     const QMap<QString, QString> patterns{
         {"70-zefo-vynt-firmware-update.rules"_s, "0003:(\\w{4}):(\\w{4})\\.\\*"_s},
@@ -352,24 +380,18 @@ void TestSimulatedPair::identitiesAreTheSameEverywhere()
     };
     for (auto pattern = patterns.begin(); pattern != patterns.end(); ++pattern) {
         QFile file(LINUX_PACKAGING_FOLDER "/"_s + pattern.key());
-        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
         QStringList found;
-        for (auto match = QRegularExpression(*pattern).globalMatch(QString::fromUtf8(file.readAll()));
-             match.hasNext();) {
-            const QStringList parts = match.next().capturedTexts();
-            found << parts[1] + QLatin1Char(':') + parts[2];
-        }
+        for (auto all = QRegularExpression(*pattern).globalMatch(text); all.hasNext();)
+            found << all.next().capturedTexts().mid(1).join(QString());
         found.sort();
         QCOMPARE(found, expected);
     }
-    QList<int> simulated;
-    for (const std::uint16_t productId : ImageBuilder::transmitterProductIds())
-        simulated << productId;
-    simulated << ImageBuilder::headset().productId;
-    QList<int> known;
+    std::vector<std::uint16_t> simulated = ImageBuilder::transmitterProductIds();
+    simulated.push_back(ImageBuilder::headset().productId);
     for (const Utilities::KnownDevice& device : Utilities::knownDevices())
-        known << device.id.productId;
-    QCOMPARE(simulated, known);
+        QCOMPARE(device.id.productId, simulated.at(std::size_t(&device - Utilities::knownDevices().data())));
+    QCOMPARE(simulated.size(), Utilities::knownDevices().size());
 }
 
 QTEST_GUILESS_MAIN(TestSimulatedPair)

@@ -140,7 +140,7 @@ private:
         words >> name >> transfer;
         const auto fault = faultByName(name);
         // Who may open a device is decided by the HID class driver, not by the bus.
-        if (!fault || *fault == Fault::RefuseOpen || transfer < 1)
+        if (!fault || descriptionOf(*fault).needsLayer || transfer < 1)
             return false;
         device.setFault(*fault, transfer);
         return true;
