@@ -43,7 +43,7 @@ bool BenchRun::prepare()
 {
     const std::string obstacle = kernelComputer ? UhidBus::obstacle() : std::string();
     if (!obstacle.empty()) {
-        logLine("no device can be plugged into the kernel: " + obstacle);
+        logLine("cannot plug devices into the kernel: " + obstacle);
         return false;
     }
     if (!prepareArchive())
@@ -154,7 +154,7 @@ void BenchRun::takeTour()
     }
     tour = std::make_unique<ScreenTour>(*window, *pair, archivePath, otherArchive);
     connect(tour.get(), &ScreenTour::screenSeen, this, &BenchRun::seeScreen);
-    connect(tour.get(), &ScreenTour::finished, this, &BenchRun::updateAnew);
+    connect(tour.get(), &ScreenTour::finished, this, &BenchRun::updateAgain);
     tour->start(lookIntervalMs);
 }
 
@@ -174,16 +174,16 @@ void BenchRun::driveUpdater()
     driver = std::make_unique<UserDriver>(*window);
     connect(driver.get(), &UserDriver::happened, &log, &EventLog::add);
     connect(driver.get(), &UserDriver::screenSeen, this, &BenchRun::seeScreen);
-    connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::beginUpdate);
+    connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::prepareUpdate);
     connect(driver.get(), &UserDriver::ended, this, &BenchRun::endUpdate);
     driver->start(lookIntervalMs);
 }
 
-void BenchRun::beginUpdate()
+void BenchRun::prepareUpdate()
 {
     for (const DeviceType type : bothTypes)
         pair->device(type).clearFault();
-    judge->begin(fault, options.faultDevice);
+    judge->start(fault, options.faultDevice);
     if (fault)
         pair->device(options.faultDevice).setFault(*fault, options.faultTransfer);
 }
@@ -205,14 +205,15 @@ void BenchRun::endUpdate(const Outcome& outcome)
                 .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
     if (!outcomeOfFault.exception.isEmpty())
         log.add(QStringLiteral("verdict: documented exception: ") + outcomeOfFault.exception);
-    // From the pairing instructions there is no way back.
+    // The pairing instructions have no Back button.
     tryAgain(!outcome.report.isEmpty());
 }
 
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    // A device that is still restarting would be found in programming mode, and leave it during the update.
+    // The updater would find a device that still restarts in programming mode, and the device would leave it
+    // during the update.
     if (!pair->device(DeviceType::Transmitter).isSettled() ||
         !pair->device(DeviceType::Headset).isSettled()) {
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
@@ -230,17 +231,17 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
     }
     log.add(QStringLiteral("user: start the updater again"));
     // Not from within the driver's own signal.
-    QMetaObject::invokeMethod(this, &BenchRun::updateAnew, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &BenchRun::updateAgain, Qt::QueuedConnection);
 }
 
-void BenchRun::updateAnew()
+void BenchRun::updateAgain()
 {
     startUpdater();
     driveUpdater();
 }
 
-/// Ends the 30 s for which an updater waits for its device if time does not run as usual: as soon as the
-/// device has come to rest outside its programming mode, as it will not get there any more.
+/// An updater waits 30 s for its device. If time runs fast this ends the wait as soon as the device rests
+/// outside programming mode, because it will not enter it any more.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -255,7 +256,7 @@ void BenchRun::endVainWaits()
     }
 }
 
-/// In virtual time an orderly removal that is under way gets the time of the first delay after it.
+/// In virtual time the first delay after an orderly removal waits until the removal is over.
 void BenchRun::noteSleep(std::uint32_t ms)
 {
     judge->noteSleep(ms);
@@ -266,8 +267,8 @@ void BenchRun::noteSleep(std::uint32_t ms)
         underWay.wait();
 }
 
-/// If time does not run as usual, no delay gives the updater the time to notice that a device is gone, so
-/// this function gives it: the report of the removal is in the event queue before the answer to this call.
+/// If time runs fast the delays are too short for the updater to notice that a device is gone. This function
+/// waits until the GUI thread has handled the report of the removal, which is in its event queue already.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())

@@ -18,9 +18,9 @@ class KernelComputer;
 class MainWindow;
 class ScreenTour;
 
-/// The updater at work on the simulated computer. Driven by itself, it updates both devices; where a fault
-/// was asked for, it checks that the update ends as it should, plugs the device in again and updates once
-/// more. GUI thread.
+/// Runs the updater on the simulated computer. When it drives itself it updates both devices. After an update
+/// with a fault it checks that the update ended as expected, plugs the device in again and updates once more.
+/// GUI thread.
 class BenchRun : public QObject
 {
     Q_OBJECT
@@ -30,14 +30,14 @@ public:
     ~BenchRun() override;
 
     /// Makes the archive, unless one was given, the computer and the updater's window.
-    /// @return false, with the reason logged, where there is no usable archive.
+    /// @return false, with the reason logged, if the archive or the bus is not usable.
     [[nodiscard]] bool prepare();
 
-    /// Begins to drive; finished() tells the end.
+    /// Starts to drive; finished() reports the end.
     void drive();
 
     SimulatedDevice& device(DeviceType type) { return pair->device(type); }
-    /// Lets time run @p speed times as fast as on the wall; virtual time knows no speed. Any thread.
+    /// Lets time run @p speed times as fast as real time; without effect on virtual time. Any thread.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
     /// The outcome of the update with the fault.
@@ -53,9 +53,9 @@ public:
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
 Q_SIGNALS:
-    /// On the tour of the screens: each, once by its name, fully laid out.
+    /// On the tour of the screens: each screen once, laid out.
     void screenSeen(const QString& name, QWidget* screen);
-    /// @param exitCode  0 where everything ended as expected, otherwise 1.
+    /// @param exitCode  0 if everything ended as expected, otherwise 1.
     void finished(int exitCode);
 
 private:
@@ -65,10 +65,10 @@ private:
     void takeTour();
     void driveUpdater();
     void seeScreen(const QString& name, QWidget* screen);
-    void beginUpdate();
+    void prepareUpdate();
     void endUpdate(const Outcome& outcome);
     void tryAgain(bool isUpdaterUsable);
-    void updateAnew();
+    void updateAgain();
     void endVainWaits();
     void noteSleep(std::uint32_t ms);
     void letGuiHandleEvents();
@@ -82,11 +82,11 @@ private:
     const std::function<void(const std::string&)> logLine; ///< any thread
     QTemporaryDir folder;
     QString archivePath;
-    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< of the first archive; empty: it has none
+    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< of the first archive; empty if it has none
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;
-    std::unique_ptr<KernelComputer> kernelComputer; ///< null where the computer is the simulated one
+    std::unique_ptr<KernelComputer> kernelComputer; ///< null: the computer is the simulated one
     ScopedMachine scope;
     std::mutex removalMutex;
     std::shared_future<void> removal; ///< the last orderly one, guarded by `removalMutex`
@@ -96,5 +96,5 @@ private:
     std::unique_ptr<UserDriver> driver;
     std::unique_ptr<ScreenTour> tour;
     QSet<QString> seenScreens;
-    QTimer vainWaits; ///< looks for them
+    QTimer vainWaits; ///< polls for them
 };

@@ -97,7 +97,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });
     addFault(*rows, device);
-    // The mnemonics tell the two boxes apart.
+    // The device's name gives each box a mnemonic of its own.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
     connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
@@ -112,7 +112,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     return box;
 }
 
-/// Adds a line that follows a state of the device.
+/// Adds a line that shows a state of the device.
 void BenchWindow::addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state)
 {
     auto* const label = new QLabel;
@@ -159,9 +159,9 @@ QString BenchWindow::memoryState(DeviceType type) const
     const QString version = QString::fromStdString(Verdict::versionOf(memory));
     if (image.empty())
         return tr("%1, no image in the archive").arg(version);
-    const auto place = Verdict::firstDifference(memory, image);
-    return place ? tr("%1, first difference at 0x%2").arg(version).arg(*place, 4, 16, QLatin1Char('0'))
-                 : tr("%1, %2 bytes equal").arg(version).arg(image.size());
+    const auto offset = Verdict::firstDifference(memory, image);
+    return offset ? tr("%1, first difference at 0x%2").arg(version).arg(*offset, 4, 16, QLatin1Char('0'))
+                  : tr("%1, %2 bytes equal").arg(version).arg(image.size());
 }
 
 QWidget* BenchWindow::makeTimeBox(int speed)
@@ -232,7 +232,7 @@ void BenchWindow::makeArchive(const QString& version, int generation)
     run.updater().setFirmwareFilePath(path);
 }
 
-/// A modal dialog blocks all windows but those that belong to it, so the bench belongs to it.
+/// A modal dialog blocks all windows except its own children, so the bench becomes its child.
 void BenchWindow::remainUsable()
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -242,7 +242,7 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// An update that is under way ends before the program does.
+/// The program waits for an update that is under way.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

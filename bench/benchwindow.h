@@ -14,8 +14,8 @@ class SimulatedDevice;
 struct BenchOptions;
 
 /// The bench's own small window, beside the updater's: shows the simulated devices and plugs, unplugs and
-/// breaks them, changes the speed of time, makes archives, and shows the log. It stays usable while the
-/// updater waits for an answer. Closing it, or the updater's window, ends the program. GUI thread.
+/// breaks them, changes the speed of time, makes archives, and shows the log. It is usable while the updater
+/// waits for an answer. Closing it, or the updater's window, ends the program. GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
@@ -38,5 +38,5 @@ private:
     void endAfterClosing();
 
     BenchRun& run;
-    QTimer refreshTimer; ///< what shows a state follows it
+    QTimer refreshTimer; ///< updates everything that shows a state
 };

@@ -8,11 +8,11 @@
 
 #include "deviceinstance.h"
 
-/// A device's name in the protocol.
+/// A device's name in the log.
 QString nameOf(DeviceType type);
 
-/// The bench's protocol: a line per event with the seconds since the start. While it lives, what the updater
-/// logs is among them. One at a time; any thread.
+/// The bench's log: a line per event with the seconds since the start. While the object exists it also
+/// receives the updater's own log. Only one may exist at a time. Any thread.
 class EventLog : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ class EventLog : public QObject
 public:
     enum class Output { Printed, Kept };
 
-    /// @param logOutput  whether the lines go to the standard output too.
+    /// @param logOutput  `Printed`: the lines go to the standard output too.
     explicit EventLog(Output logOutput = Output::Printed);
     ~EventLog() override;
 

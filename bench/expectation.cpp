@@ -100,7 +100,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
     case Fault::RefuseOpen:
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
-                         : succeeds(); // nobody waits for the last restart
+                         : succeeds(); // the updater does not wait for the last restart
     case Fault::ShortAnswer:           // counts as a failed transfer; answers are read in identification only
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:

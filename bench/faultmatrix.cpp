@@ -49,7 +49,7 @@ std::vector<Family> allFamilies()
     return all;
 }
 
-/// Nobody looks at the windows, so they need not be painted.
+/// Keeps all windows unpainted, to save time.
 class Unpainted : public QObject
 {
 public:

@@ -34,7 +34,7 @@ Judge::Judge(const Scene& judged)
 {
 }
 
-void Judge::begin(std::optional<Fault> fault, DeviceType faulty)
+void Judge::start(std::optional<Fault> fault, DeviceType faulty)
 {
     armed = fault;
     faultyType = faulty;

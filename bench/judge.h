@@ -32,7 +32,7 @@ public:
     explicit Judge(const Scene& judged);
 
     /// An update starts, with @p fault armed for @p faulty.
-    void begin(std::optional<Fault> fault, DeviceType faulty);
+    void start(std::optional<Fault> fault, DeviceType faulty);
 
     /// The calling thread sleeps. Any thread.
     void noteSleep(std::uint32_t ms);
@@ -40,7 +40,7 @@ public:
     void notePhase(DeviceType type, Phase phase);
 
     /// Judges the update that has ended, and logs the verdicts.
-    /// @return what is not as it must be.
+    /// @return what differs from the expected outcome.
     QStringList complaints(const Outcome& outcome) const;
 
     /// The documented exception by which the update that has ended shows success over a memory that differs

@@ -15,9 +15,9 @@ void Looks::setFont()
 
 QPalette Looks::darkPalette()
 {
-    const QColor ground(53, 53, 53);
+    const QColor background(53, 53, 53);
     const QColor highlight(42, 130, 218);
-    QPalette palette(ground, ground);
+    QPalette palette(background, background);
     palette.setColor(QPalette::Link, highlight);
     palette.setColor(QPalette::Highlight, highlight);
     return palette;

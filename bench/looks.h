@@ -2,14 +2,13 @@
 
 class QPalette;
 
-/// How the windows look where there is no desktop that tells. To be called when the application object
-/// exists.
+/// Font and colours for windows without a desktop. Call these when the application object exists.
 namespace Looks {
 
-/// Text of a size that is usual on desktops, without colour fringes, which suit one kind of screen only.
+/// Text of the usual size, without colour fringes, which are right for one kind of screen only.
 void setFont();
 
-/// Light text on dark ground.
+/// Light text on a dark background.
 QPalette darkPalette();
 
 } // namespace Looks

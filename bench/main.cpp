@@ -17,7 +17,7 @@ namespace {
 
 constexpr int failure = 1;
 
-/// Without a display the windows live in memory, on a desktop of 96 dots per inch. To be called before the
+/// Without a display the windows live in memory, on a desktop of 96 dots per inch. Call it before the
 /// application object exists.
 void chooseDisplay()
 {
@@ -58,7 +58,7 @@ int runBench(const BenchOptions& options)
 
 int main(int argc, char* argv[])
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // whoever follows a log file sees each line at once
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // each line appears at once in a log file
     chooseDisplay();
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);

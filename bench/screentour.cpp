@@ -74,7 +74,7 @@ ScreenTour::ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, con
              Q_EMIT finished();
          }},
     };
-    // It does not last, so it is not waited for.
+    // It is too short for a stop.
     connect(controller, &DeviceController::deviceDetectionStarted, this, [this] {
         if (isShown(false))
             Q_EMIT screenSeen(QStringLiteral("main-page-detecting"), &window);
@@ -94,7 +94,7 @@ void ScreenTour::look()
     stop.leave();
 }
 
-/// From the event loop, for the window may open a box and wait for its answer.
+/// From the event loop, as the window may open a box and wait for its answer.
 void ScreenTour::loadArchive(const QString& path)
 {
     dismissBox();
@@ -117,7 +117,7 @@ void ScreenTour::chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Leaves the transmitter in programming mode, and what its memory holds unreadable.
+/// Leaves the transmitter in programming mode with unreadable memory.
 void ScreenTour::breakOffTransmitterUpdate()
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);

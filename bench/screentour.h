@@ -11,9 +11,9 @@ class DeviceController;
 class MainWindow;
 class SimulatedPair;
 
-/// Opens the screens that an update does not come past: from the start screen by the system menu, the boxes
-/// and the questions to the main page with devices that do not fit. It begins with both devices unplugged and
-/// ends with both plugged in, and with an updater that shows the main page whatever comes. GUI thread.
+/// Opens the screens that an update does not show: from the start screen by the system menu, the boxes and
+/// the questions to the main page with devices that do not fit. Both devices are unplugged at the start and
+/// plugged in at the end. The updater then shows the main page in every state. GUI thread.
 class ScreenTour : public QObject
 {
     Q_OBJECT
@@ -33,11 +33,11 @@ Q_SIGNALS:
     void finished();
 
 private:
-    /// A screen on the way.
+    /// A screen of the tour.
     struct Stop
     {
         const char* name;
-        std::function<QWidget*()> screen; ///< null until it is there
+        std::function<QWidget*()> screen; ///< null until it is shown
         std::function<void()> leave;
     };
 

@@ -22,7 +22,7 @@ QString labelText(const QWidget& parent, const QByteArray& name)
     return label ? label->text() : QString();
 }
 
-/// Whether every device that is being updated has come a good part of the way, and none to its end.
+/// Whether every device has a good part of its update behind it, and none has finished.
 bool isWellUnderWay(const FlashingDialog& dialog)
 {
     constexpr int goodPart = 4;
@@ -33,7 +33,7 @@ bool isWellUnderWay(const FlashingDialog& dialog)
            });
 }
 
-/// A click that is made when the event loop is back in charge: it may open a modal dialog.
+/// Clicks from the event loop, as the click may open a modal dialog.
 void clickLater(QPushButton* button)
 {
     QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
@@ -95,11 +95,11 @@ void UserDriver::follow(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
-    constexpr int fullPercent = 95; // of the five steps announced for a transmitter's sector four are taken
+    constexpr int fullPercent = 95; // a transmitter takes four of the five announced steps per sector
     const QByteArray name = nameOf(type).toLatin1();
     const QString text = labelText(dialog, name + "InfoLabel");
     if (text.isEmpty())
-        return; // it takes no part
+        return; // it is not part of the update
     Outcome::Device& device = outcome.devices[type];
     device.errorCode = dialog.errors().value(type);
     device.text = text;
@@ -118,11 +118,11 @@ void UserDriver::watchUpdaters(const FlashingDialog& dialog)
         connect(updater, &FirmwareUpdater::progressRangeChanged, this, [this, type] {
             if (!runTimer.isValid())
                 runTimer.start();
-            begunMs[type] = runTimer.elapsed();
+            startedMs[type] = runTimer.elapsed();
         });
         connect(updater, &FirmwareUpdater::flashingFinished, this, [this, type] {
             outcome.runMs = runTimer.elapsed();
-            outcome.devices[type].programmingMs = outcome.runMs - begunMs[type];
+            outcome.devices[type].programmingMs = outcome.runMs - startedMs[type];
         });
     }
 }

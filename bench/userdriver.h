@@ -14,19 +14,19 @@ class InfoScreen;
 class MainWindow;
 class QMessageBox;
 
-/// What an update came to, as far as a user can see it.
+/// The outcome of an update, as the user sees it.
 struct Outcome
 {
     struct Device
     {
         int errorCode = 0;
-        QString text; ///< what the dialog said of it
+        QString text; ///< its result in the dialog
         bool isBarFull = false;
         qint64 programmingMs = 0; ///< from its announced progress range to the report of its end
     };
     QMap<DeviceType, Device> devices; ///< those that took part
-    QString report;   ///< the failure report on the screen; empty where it shows the pairing instructions
-    qint64 runMs = 0; ///< from the first announced progress range to the last report
+    QString report;                   ///< the failure report; empty if the pairing instructions are shown
+    qint64 runMs = 0;                 ///< from the first announced progress range to the last report
 };
 
 /// Uses the updater as a user would, by its widgets: waits for both devices, presses Update, answers the
@@ -45,9 +45,9 @@ public:
     void tryAgain();
 
 Q_SIGNALS:
-    /// For the protocol.
+    /// A line for the log.
     void happened(const QString& event);
-    /// @p screen is shown, by that name; again each time that it is looked at.
+    /// @p screen is shown; emitted again at each look.
     void screenSeen(const QString& name, QWidget* screen);
     /// Update is about to be pressed.
     void updateRequested();
@@ -65,9 +65,9 @@ private:
 
     MainWindow& window;
     QTimer timer;
-    bool isUpdating = false;                ///< from the press on Update to the screen that tells the end
+    bool isUpdating = false;                ///< from the press on Update to the screen with the result
     QSet<FirmwareUpdater*> watchedUpdaters; ///< of the dialog that is open
     QElapsedTimer runTimer;                 ///< from the first announced progress range on
-    QMap<DeviceType, qint64> begunMs;       ///< on it, each device's own range
+    QMap<DeviceType, qint64> startedMs;     ///< on it, when each device announced its range
     Outcome outcome;                        ///< of the last update
 };

@@ -8,8 +8,8 @@
 #include "simulatedmachine.h"
 #include "uhidbus.h"
 
-/// A simulated computer, but for its devices and its user's session, which are those of the Linux system that
-/// the program really runs on. What is attached to its bus is plugged into the kernel.
+/// A simulated computer with the devices and the user's session of the Linux system that the program runs on.
+/// Its bus plugs devices into the kernel.
 class KernelComputer : public Machine
 {
 public:

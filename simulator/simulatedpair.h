@@ -7,8 +7,8 @@
 #include "simulateddevice.h"
 #include "simulatedmachine.h"
 
-/// A transmitter and a headset on the ports of a simulated computer, which gets an audio service and audio
-/// endpoints with them. What uses the devices has to be gone before.
+/// A transmitter and a headset on the ports of a simulated computer, and the computer's audio service and
+/// audio endpoints. Whoever uses the devices must be gone before the pair is destroyed.
 class SimulatedPair
 {
 public:
@@ -17,11 +17,11 @@ public:
         int generation = 1; ///< of the installed transmitter firmware, 1 or 2
         int chipId = 12;
         int revision = 2;
-        /// The devices are built with the memory that these two are for.
+        /// The devices get the memory for which these two are built.
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< as SimulatedDevice::Setup::report
-        Bus* bus = nullptr; ///< borrowed; null: that of the computer's device tree
+        Bus* bus = nullptr; ///< borrowed; null: the bus of the computer's device tree
     };
 
     /// Both devices hold an older firmware and are not plugged in.
@@ -33,8 +33,8 @@ public:
     }
     void plugIn();
 
-    /// The path that opens a device's vendor-defined interface; empty while there is none, and on a bus of
-    /// one's own.
+    /// The path that opens a device's vendor-defined interface; empty if it is not plugged in or on another
+    /// bus.
     std::wstring channelPath(DeviceType type) { return layerBus.channelPath(device(type).port()); }
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr char devicePath[] = "/dev/uhid";
 constexpr std::uint32_t deviceVersion = 0x0100;
-constexpr int lookIntervalMs = 100; // how long a thread outlives its interface
+constexpr int lookIntervalMs = 100; // a thread ends at most so long after its interface
 
 template <std::size_t Size>
 void copyText(const std::string& text, __u8 (&field)[Size])
@@ -28,7 +28,7 @@ void copyText(const std::string& text, __u8 (&field)[Size])
 
 } // namespace
 
-/// One interface, as the kernel knows it. The kernel takes it away when its file is closed.
+/// One interface in the kernel, which removes it when its file is closed.
 class UhidBus::Attached
 {
 public:
@@ -41,7 +41,7 @@ public:
         uhid_create2_req& request = event.u.create2;
         const std::vector<std::uint8_t> descriptor = reportDescriptorOf(interface);
         copyText(device.name, request.name);
-        // As the kernel's own USB driver names it.
+        // The kernel's own USB driver uses such names.
         copyText("usb-simulated-" + std::to_string(device.port) + "/input" +
                      std::to_string(interface.number.value_or(0)),
                  request.phys);
@@ -112,7 +112,7 @@ private:
         send(reply);
     }
 
-    /// With its report ID; 0 where there is no such report.
+    /// The report's length with its ID; 0 if there is no such report.
     std::size_t reportBytes(std::uint8_t id) const
     {
         for (const FeatureReportFormat& format : interface.featureReports) {
@@ -124,7 +124,7 @@ private:
 
     static __u16 errorOf(Transfer outcome) { return outcome == Transfer::Done ? 0 : EIO; }
 
-    /// Fails once the interface has left, when nobody waits for it any more.
+    /// Failures are ignored: they happen after the interface has left, when nobody waits for an answer.
     void send(const uhid_event& event) const { static_cast<void>(!::write(file, &event, sizeof(event))); }
 
     const HidInterface interface;

@@ -9,15 +9,15 @@
 #include "backgroundtasks.h"
 #include "bus.h"
 
-/// The HID bus of the Linux kernel that the program runs on: each interface is a USB HID device that the
-/// kernel is told of through /dev/uhid. It does not keep anybody from opening a device:
-/// BusDevice::refusesOpen is of no effect.
+/// The HID bus of the Linux kernel that the program runs on: each interface is a USB HID device that is
+/// created through /dev/uhid. BusDevice::refusesOpen has no effect: root may open every device.
 ///
-/// A device's reports are served on threads of the bus's own, one for each interface.
+/// The bus serves the reports of each interface on a thread of its own.
 class UhidBus : public Bus
 {
 public:
-    /// Why no device can be attached, such as "/dev/uhid: Permission denied"; empty where one can.
+    /// Why no device can be attached, such as "/dev/uhid: Permission denied"; empty if devices can be
+    /// attached.
     static std::string obstacle();
 
     UhidBus() = default;

@@ -31,10 +31,10 @@ std::string Verdict::versionOf(const std::vector<std::uint8_t>& memory)
 std::optional<std::size_t> Verdict::firstDifference(const std::vector<std::uint8_t>& memory,
                                                     const std::vector<std::uint8_t>& image)
 {
-    const auto place = std::mismatch(image.begin(), image.end(), memory.begin(), memory.end()).first;
-    if (place == image.end())
+    const auto difference = std::mismatch(image.begin(), image.end(), memory.begin(), memory.end()).first;
+    if (difference == image.end())
         return std::nullopt;
-    return static_cast<std::size_t>(place - image.begin());
+    return static_cast<std::size_t>(difference - image.begin());
 }
 
 std::string Verdict::text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
@@ -43,9 +43,9 @@ std::string Verdict::text(const std::vector<std::uint8_t>& before, const std::ve
     if (image.empty())
         return versionOf(memory) + ", no image in the archive";
     std::string comparison = "equal";
-    if (const auto place = firstDifference(memory, image)) {
+    if (const auto offset = firstDifference(memory, image)) {
         char text[40];
-        std::snprintf(text, sizeof text, "first difference at 0x%04lx", static_cast<unsigned long>(*place));
+        std::snprintf(text, sizeof text, "first difference at 0x%04lx", static_cast<unsigned long>(*offset));
         comparison = text;
     }
     return versionOf(before) + " -> " + versionOf(memory) + ", " + std::to_string(image.size()) +

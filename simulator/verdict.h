@@ -8,15 +8,14 @@
 
 #include "simulatedchip.h"
 
-/// How a device's memory stands against the image that it was to get, and what the protocol's fixed delays
-/// come to for that image.
+/// Compares a device's memory with the image for it, and totals the protocol's fixed delays for that image.
 namespace Verdict {
 
-/// The place of the first byte of @p image that @p memory has otherwise; nothing where it has them all.
+/// The offset of the first byte in which @p memory differs from @p image; nothing if they are equal.
 std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memory,
                                            const std::vector<std::uint8_t>& image);
 
-/// Of the firmware in @p memory, such as "1.2.3"; "(no valid firmware)" where there is none.
+/// The version of the firmware in @p memory, such as "1.2.3", or "(no valid firmware)".
 std::string versionOf(const std::vector<std::uint8_t>& memory);
 
 /// Such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
@@ -29,7 +28,7 @@ int commits(const std::vector<std::uint8_t>& image); ///< of a whole update
 /// From the configuration of the chip to the end-of-programming request, in milliseconds.
 std::int64_t programmingDelaysMs(DeviceType type, const std::vector<std::uint8_t>& image);
 
-/// For which the updater waits after that request, in milliseconds.
+/// How long the updater waits after that request, in milliseconds.
 constexpr std::int64_t restartDelayMs = 10000;
 
 } // namespace Verdict

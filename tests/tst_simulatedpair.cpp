@@ -1,4 +1,5 @@
-// The simulated devices are honest: what comes in a wrong order leaves wrong bytes, or is refused and told.
+// The simulated devices are honest: commands in a wrong order leave wrong bytes, or are refused with a
+// reason.
 
 #include "hidnode.h"
 #include "literals.h"
@@ -40,7 +41,7 @@ bool download(Channel& channel, char byte)
     return channel.send(QByteArray::fromHex("E4000000000001") + QByteArray(256, byte));
 }
 
-/// Keeps what it was shown last, as a computer does whose transfer is on its way.
+/// Keeps the last connection, like a computer with a transfer under way.
 struct KeepingBus : Bus
 {
     void attach(const BusDevice& device) override { channel = device.interfaces.back().serves; }
@@ -53,7 +54,7 @@ struct KeepingBus : Bus
 const char commit[] = "FF0700FF0400000203";
 const char erase[] = "FF0A00FF040000050C000000";
 
-/// What has to be written before a commit of the first 256 bytes, and what is said where it was not.
+/// A write that a commit of the first 256 bytes needs, and the refusal without it.
 struct Preparation
 {
     unsigned address;
@@ -94,11 +95,11 @@ private Q_SLOTS:
     void aCommitNeedsWhatComesBeforeIt_data();
     void aCommitNeedsWhatComesBeforeIt();
     void norFlashIsErasedBeforeItIsProgrammed();
-    void aTransferNeverReachesTheNextStay();
+    void aTransferNeverReachesTheNextConnection();
     void loadedRowsLieApart();
     void faultsStrikeAtTheirTransfer_data();
     void faultsStrikeAtTheirTransfer();
-    void faultsOfTheRestartStrikeAtTheNextOne();
+    void restartFaultsStrikeAtTheNextRestart();
     void anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice();
     void waitsUnderWayFollowAChangeOfSpeed();
     void anUnknownChipWritesNothing();
@@ -121,8 +122,8 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
     computer.tested.plugIn();
     QCOMPARE(computer.usagePages(), programming);
     {
-        Channel afresh(computer.channel());
-        QVERIFY(afresh.ask(0x2000, 1) && !afresh.answer().startsWith('\x77')); // RAM is not
+        Channel again(computer.channel());
+        QVERIFY(again.ask(0x2000, 1) && !again.answer().startsWith('\x77')); // RAM is not
     }
 
     // An image that is none is no way out of programming mode, a valid one is.
@@ -198,7 +199,7 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
     }
 }
 
-void TestSimulatedPair::aTransferNeverReachesTheNextStay()
+void TestSimulatedPair::aTransferNeverReachesTheNextConnection()
 {
     VirtualClock clock;
     KeepingBus bus;
@@ -232,7 +233,7 @@ void TestSimulatedPair::loadedRowsLieApart()
     QCOMPARE(channel.answer().left(16), image.mid(22, 16));
     QVERIFY(channel.ask(0xC070, 16));
     QVERIFY(channel.answer().left(16) != image.mid(22, 16));
-    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer is there once
+    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer can be read once
 }
 
 void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
@@ -281,7 +282,7 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
     QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // lost power comes back
 }
 
-void TestSimulatedPair::faultsOfTheRestartStrikeAtTheNextOne()
+void TestSimulatedPair::restartFaultsStrikeAtTheNextRestart()
 {
     for (const Fault fault : {Fault::NeverBack, Fault::RefuseOpen, Fault::OtherPort}) {
         Workbench computer(Transmitter);
