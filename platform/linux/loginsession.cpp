@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint64_t callTimeoutUs = 2'000'000;
+constexpr std::uint64_t callTimeoutUs = 5'000'000; // logind may have to wait until polkit has started
 
 struct Release
 {

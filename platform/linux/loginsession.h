@@ -7,8 +7,8 @@
 #include "session.h"
 
 /// Keeps the user's session from ending and the computer from sleeping, by inhibitor locks of systemd-logind
-/// (org.freedesktop.login1(5)). If there is no logind, or it refuses, the request fails. A request blocks for
-/// at most 2 s.
+/// (org.freedesktop.login1(5)). If there is no logind, or it refuses, the request fails. A request for a lock
+/// blocks for at most 5 s.
 class LoginSession : public Session
 {
 public:
