@@ -1,19 +1,38 @@
 #!/bin/sh
-# Builds the Debian package into build/linux and has it looked at: by lintian, by the desktop's own validators.
+# Builds the Debian package into build/linux and checks it with lintian, the desktop's validators and readelf. From the
+# same sources comes the same package, byte for byte, in whatever folder they are.
 set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
 
 # shellcheck disable=SC2086
 install_packages $build_packages $package_packages
-build release
-rm -rf build/linux
-cpack --config build/release/CPackConfig.cmake -B build/linux
+# The date of all files: that of the last commit, or of the sources if they come without their history.
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
+export SOURCE_DATE_EPOCH
+export CCACHE_BASEDIR= # ccache would compile with relative paths, which the prefix map does not replace
+rm -rf build/package build/linux # the date is part of what is compiled
+cmake --preset package
+cmake --build --preset package
+cpack --config build/package/CPackConfig.cmake -B build/linux
 rm -rf build/linux/_CPack_Packages
 package=$(echo build/linux/*.deb)
 
-dpkg-deb --extract "$package" build/linux/contents
-desktop-file-validate build/linux/contents/usr/share/applications/*.desktop
-appstreamcli validate --no-net build/linux/contents/usr/share/metainfo/*.xml
-lintian --fail-on error "$package"
+contents=build/linux/contents
+dpkg-deb --extract "$package" $contents
+desktop-file-validate $contents/usr/share/applications/*.desktop
+appstreamcli validate --no-net $contents/usr/share/metainfo/*.xml
+lintian --fail-on error,warning "$package"
+
+program=$(echo $contents/usr/bin/*)
+symbols=$(readelf --dyn-syms --wide "$program")
+dynamic=$(readelf --dynamic --wide "$program")
+echo "$dynamic" | grep -q 'BIND_NOW' || fail "$program is not linked with -z now."
+echo "$dynamic" | grep -q 'FLAGS_1.*PIE' || fail "$program is not position-independent."
+echo "$symbols" | grep -q ' __stack_chk_fail@' || fail "$program has no stack protector."
+echo "$symbols" | grep -q '_chk@' || fail "$program is not built with _FORTIFY_SOURCE."
+! strings -a "$program" | grep -F "$PWD" || fail "$program contains paths of this computer."
+for library in $(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(lib[^.]*\)\.so.*/\1/p'); do
+    grep -qF "$library" packaging/linux/copyright || fail "packaging/linux/copyright does not name $library."
+done
 wc -c "$package"
