@@ -111,7 +111,7 @@ machine_boot() {
         -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \
         -drive file="$image",format=raw,if=virtio,cache=unsafe \
         -append "console=ttyS0 quiet panic=-1 no_timer_check mitigations=off first=$first $*" </dev/null |
-        tr -d '\r' | tee "$log" | grep -a -E '^(holds|FAILED|checks):|^\| ' || true
+        stdbuf -oL tr -d '\r' | tee "$log" | grep -a --line-buffered -E '^(holds|FAILED|checks):|^\| ' || true
     [ "$(grep -a -c '^checks: all hold$' "$log")" -eq 1 ]
 }
 

@@ -1,0 +1,88 @@
+# What a user does with the package and the program, by keyboard.
+
+key() { as_user "xdotool key --clearmodifiers $1"; }
+window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }
+picture() { import -window root "pictures/$1.png"; }
+
+# press CONDITION...: moves the focus from button to button and presses, until the condition holds.
+press() {
+    for _ in 1 2 3 4 5 6; do
+        sleep 2 # keys that come at once with a new screen press nothing
+        key space
+        within 20 "$@" && return 0
+        ! window Open || key Escape
+        key Tab
+    done
+    return 1
+}
+
+choose_archive() {
+    press window Open || return 1
+    sleep 2
+    as_user "xdotool type --delay 50 /home/user/firmware.zip; xdotool key Return"
+    within 60 logged first 'Firmware successfully loaded'
+}
+is_updating() { logged "$1" 'Phase prepare'; }
+both_are_written() { grep -q 'transmitter: download from' pair.log && grep -q 'headset: download from' pair.log; }
+inhibited() { systemd-inhibit --list --no-pager --no-legend | grep zefo-vynt-firmw | grep -q "$1"; }
+inhibits_nothing() { ! inhibited .; }
+is_unfinished() { ! logged "$1" 'Update finished'; }
+succeeded() { [ "$(grep -c 'Update finished, device type' "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt)" -eq 2 ]; }
+memories_are_equal() {
+    echo compare >&3
+    within 20 [ "$(grep -c 'memory equals the image' pair.log)" -eq 2 ]
+}
+suspended() { [ -s /run/check/suspended ]; }
+suspended_after_both() { [ "$(sort -n /run/check/suspended | head -n 1)" = 2 ]; }
+# Installs the package with a higher version, as the next release has it.
+upgrade() {
+    dpkg-deb --raw-extract /check/*.deb next &&
+        sed -i 's/^Version: .*/&+1/' next/DEBIAN/control &&
+        dpkg-deb --build -Znone next next.deb >/dev/null &&
+        dpkg --install --force-unsafe-io next.deb >>install.log &&
+        dpkg-query -W -f '${Version}' $program | grep -q '+1$' && runs first
+}
+
+check "the pair is plugged in before the package is installed: four interfaces" plug
+check "the user may not open them" user_may_not_open
+install() { dpkg --install --force-unsafe-io /check/*.deb >install.log; }
+check "the package is installed" install
+check "now the user may open them, without plugging them in again" within 30 user_may_open
+
+# Another program has the devices at first.
+for node in $(nodes); do
+    flock --exclusive --no-fork "$node" sleep infinity &
+    holders="$holders $!"
+done
+start_program first
+check "while another program holds the devices, the log names it" \
+    within 120 logged first '^/dev/hidraw[0-9]+, which is .*VID_7A31.*, is in use by sleep \(process [0-9]+\)'
+kill $holders
+check "once it has ended, both devices are identified" within 60 both_identified 1
+
+check "the user chooses the firmware archive by keyboard" choose_archive
+picture main-page
+check "the user starts the update by keyboard" press is_updating first
+note "the update has started"
+start_program second
+check "the user may open the devices in programming mode" within 120 user_may_open
+check "both devices are written" within 120 both_are_written
+echo close >&3
+for what in sleep:idle shutdown handle-lid-switch; do
+    check "meanwhile $what is inhibited" inhibited $what
+done
+check "a second program logs that the first holds the devices" \
+    within 120 logged second "is in use by zefo-vynt-firmw \(process $(process_of first)\)"
+check "the package is upgraded under the running program" upgrade
+end_program second
+check "the update has not ended yet" is_unfinished first
+picture updating
+check "with the lid closed the update succeeds" within 900 succeeded first
+note "the update has ended"
+picture updated
+check "both memories equal the images" memories_are_equal
+check "nothing is inhibited any more" within 30 inhibits_nothing
+check "then the closed lid suspends the computer" within 60 suspended
+check "it did not while a device was updated" suspended_after_both
+echo open >&3
+check "the user closes the report and the instructions by keyboard" press ended first
