@@ -33,7 +33,9 @@ bool LoginSession::require(EXECUTION_STATE required)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        lid = inhibit("handle-lid-switch", reason); // by itself, since a user may lack this permission only
+        // By itself, since a user may lack this permission only; a request that fails must hold nothing.
+        if (wakefulness.isOpen())
+            lid = inhibit("handle-lid-switch", reason);
     }
     return required == 0 || wakefulness.isOpen();
 }
