@@ -18,7 +18,7 @@ namespace {
 
 using OwnedHandle = std::unique_ptr<void, decltype(&CloseHandle)>;
 
-/// 0 where it cannot be told.
+/// @return 0 if it is unknown.
 DWORD parentProcessId()
 {
     const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);

@@ -22,25 +22,24 @@ namespace {
 
 constexpr int copyChunkBytes = 4064;
 
-// Limits on what an archive may cost. The memory of the largest device has 2 MiB, which make about 6 MiB of
-// image text and a few MiB in the archive.
+// Limits on what an archive may cost. The largest device has 2 MiB of memory: about 6 MiB of image text, and
+// a few MiB in the archive. The two limits on all entries together also stop entries that share their bytes,
+// and packed blocks that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
-constexpr quint64 maxEntryBytes = 64 * mebibyte;
-constexpr quint64 maxReleaseNotesBytes = mebibyte; // at worst the window lays out a line per byte
-constexpr quint64 maxUnpackedBytes =
-    maxEntryBytes + maxReleaseNotesBytes; // of all entries, which may share bytes
-constexpr quint64 maxPackedBytes =
-    16 * mebibyte; // of all entries; empty blocks take time and unpack to nothing
+constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; at worst the window lays out a line per byte
+constexpr quint64 maxUnpackedBytes = maxEntryBytes + maxReleaseNotesBytes;
+constexpr quint64 maxPackedBytes = 16 * mebibyte;
 constexpr quint64 maxDirectoryBytes = mebibyte;
 
-constexpr quint64 directoryHeaderBytes = 46; // of an entry, ZIP application note 4.3.12
+constexpr quint64 directoryHeaderBytes = 46; // per entry, ZIP application note 4.3.12
 
-// ZIP application note 4.4.4 and 4.4.5
+// ZIP application note, 4.4.4 and 4.4.5
 constexpr uLong encryptedFlag = 1;
 constexpr uLong storedMethod = 0;
 constexpr uLong deflatedMethod = 8;
 
-/// An archive that knows how much of it may still be read.
+/// An archive that counts how much of it may still be read.
 class FirmwareArchive : public QuaZip
 {
 public:
@@ -56,7 +55,7 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// A damaged directory ends at its first entry that cannot be read.
+/// The list of entries ends at the first one that cannot be read.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -98,7 +97,8 @@ QStringList listFiles(const QStringList& names, const QString& suffix)
 /// Takes some of an entry's bytes. @return false if it wants no more.
 using Target = std::function<bool(const char* bytes, int count)>;
 
-/// Copies chunk by chunk, so that memory grows only with the bytes that have really come.
+/// Copies chunk by chunk: memory grows with the bytes that are read, not with the size that an entry
+/// declares.
 /// @return whether @p target took them all.
 bool copyData(QIODevice& source, const Target& target)
 {
@@ -111,14 +111,15 @@ bool copyData(QIODevice& source, const Target& target)
     return true;
 }
 
-/// The ZIP library may know more methods, but not all of them end where the packed bytes end too early.
+/// QuaZip supports more methods, but for some of them it never returns if the packed bytes end too early.
 bool isReadable(const unz_file_info64& entry)
 {
     return (entry.flag & encryptedFlag) == 0 &&
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Charges the current entry to what may still be read. An entry never delivers more than it declares.
+/// Subtracts the current entry from what may still be read. QuaZip never delivers more than an entry
+/// declares.
 /// @return false if it is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
@@ -133,7 +134,7 @@ bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
     return true;
 }
 
-/// @return whether the whole entry has come and its checksum is right.
+/// @return whether the whole entry was read and its checksum is right.
 bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, const Target& target)
 {
     if (name.isEmpty() || !archive.setCurrentFile(name, QuaZip::csInsensitive))
@@ -159,7 +160,7 @@ QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBy
     return readEntry(archive, name, maxBytes, append) ? contents : QByteArray();
 }
 
-/// Decodes the text while it is read: it is several times as large as the image.
+/// Decodes the text while reading it, because the text is several times as large as the image.
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {
     ImageText::Decoder decoder;
@@ -221,7 +222,7 @@ void FirmwareControllerPrivate::clear()
 
 bool FirmwareControllerPrivate::load(const QString& path)
 {
-    if (!QFileInfo(path).isFile()) // opening or reading anything else may never end
+    if (!QFileInfo(path).isFile()) // opening or reading anything else may block for ever
         return false;
     FirmwareArchive archive(path);
     if (!archive.open(QuaZip::mdUnzip) || !archive.goToFirstFile())
@@ -235,7 +236,7 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
-    // The stream decodes by the byte order mark; without one, from the system's encoding.
+    // The stream decodes by the byte order mark, or without one from the system's encoding.
     if (!texts.isEmpty())
         releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =

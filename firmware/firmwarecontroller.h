@@ -11,9 +11,8 @@ class FirmwareControllerPrivate;
 /// Holds the firmware archive in use: an image per device kind, and the release notes.
 ///
 /// An archive is a ZIP with images (entries ending in ".ff" or ".ef", hexadecimal text) and at most one text
-/// (".txt"). Which device an image is for is read out of the image. Everything runs on the calling thread,
-/// the GUI thread; no exception leaves. The queries answer with copies, at any time, and with the neutral
-/// value where the archive has nothing or none is loaded.
+/// (".txt"). The image itself says which device it is for. Everything runs on the calling thread, the GUI
+/// thread, and throws nothing. The queries return copies, or an empty value if there is nothing to return.
 ///
 /// Archives come from strangers, so limits keep a load from blocking the window. These entries count as
 /// unreadable: an image of more than 64 MiB of text; release notes of more than 1 MiB; an entry that is
@@ -28,20 +27,20 @@ class FirmwareController : public QObject
 public:
     explicit FirmwareController(QObject* parent = nullptr);
 
-    /// Loads the archive at @p path in place of the one held. Emits one of the signals before it returns.
+    /// Loads the archive at @p path instead of the present one. Emits one of the signals before it returns.
     void setFilePath(const QString& path);
 
     QByteArray firmware(DeviceType type) const; ///< the image, address 0 first
     QString version(DeviceType type) const;     ///< the image's version text
     unsigned short pid(DeviceType type) const;  ///< the image's USB product identifier, or 0
-    QString deviceTypeName() const;             ///< "VYNT1", "VYNT2", after the transmitter's image
+    QString deviceTypeName() const;             ///< "VYNT1" or "VYNT2", by the transmitter's image
     QString fileBaseName() const;               ///< "fw.1.2" of "fw.1.2.zip"
     QString releaseNotes() const;
 
 Q_SIGNALS:
-    /// The archive could not be loaded, or has no usable image, or two for one kind; none is held now.
+    /// The archive cannot be read, has no usable image, or has two for one kind. No archive is loaded now.
     void loadingFailed();
-    /// The archive is held, with at least one image.
+    /// The archive is loaded and has at least one image.
     void loadedSuccessfully();
 
 private:

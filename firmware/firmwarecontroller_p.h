@@ -9,7 +9,7 @@
 
 class FirmwareController;
 
-/// One device kind's firmware out of an archive; a default one stands for "the archive has none".
+/// An archive's firmware for one kind of device. A default one means that the archive has none.
 struct FirmwareData
 {
     QByteArray image; ///< address 0 first
@@ -25,7 +25,7 @@ class FirmwareControllerPrivate : public QObject
 public:
     explicit FirmwareControllerPrivate(FirmwareController* controller);
 
-    /// Loads the archive at @p path and has the controller tell the outcome.
+    /// Loads the archive at @p path and makes the controller emit the outcome.
     void setFilePath(const QString& path);
 
     FirmwareController* q;

@@ -18,7 +18,7 @@ constexpr unsigned short imageHeaderBytes = 5;
 constexpr int headerBlockLengthOffset = 3;
 
 // File entry.
-constexpr unsigned short entryHeaderReadBytes = 5; // as many as are read of each; the header itself has 4
+constexpr unsigned short entryHeaderReadBytes = 5; // one more than the header has
 constexpr unsigned int entryHeaderBytes = 4;
 constexpr int entryLengthOffset = 1;
 constexpr int entryLengthEnd = entryLengthOffset + 2;
@@ -63,7 +63,7 @@ unsigned char identifierOf(const QByteArray& entryHeader)
     return byteAt(entryHeader, 0) & identifierMask;
 }
 
-/// Whether @p version can be shown as it is; what claims to be one comes from a stranger.
+/// Versions come from strangers: whether @p version can be shown as it is.
 bool isShowable(const QString& version)
 {
     return version.size() <= maxVersionLength &&
@@ -71,7 +71,7 @@ bool isShowable(const QString& version)
                         [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
-/// Reads @p size bytes, of which at least @p needed have to come.
+/// Reads @p size bytes. @return false if fewer than @p needed were delivered.
 bool read(ReadDataFunction& reader, QByteArray& buffer, unsigned int address, unsigned short size, int needed)
 {
     return reader(buffer, address, size) && buffer.size() >= needed;
@@ -107,7 +107,7 @@ std::tuple<bool, unsigned int, QByteArray> findFile(unsigned short fileId, ReadD
     return {true, found.back().second, found.back().first};
 }
 
-/// Leaves the first record of a device descriptor in @p record; that one alone counts.
+/// Leaves the first record of a device descriptor in @p record. Later ones do not count.
 bool findDeviceDescriptorRecord(unsigned int fileAddress, ReadDataFunction& reader, QByteArray& record)
 {
     if (!read(reader, record, fileAddress, descriptorFileHeaderBytes, descriptorFileHeaderBytes))

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-/// The memory that a firmware image is built for. Sizes are in bytes, 0 where none is told.
+/// The memory that a firmware image is built for. Sizes are in bytes; 0 means that the image gives none.
 struct ImageGeometry
 {
     std::uint32_t deviceSize;
-    std::uint32_t transmitterPageSize; ///< 1 where none is told
+    std::uint32_t transmitterPageSize; ///< 1 if the image gives none
     std::uint32_t headsetPageSize;
     std::uint32_t transmitterSectorSize;
     std::uint32_t configBits; ///< 0 to 3, for the loader
@@ -14,7 +14,7 @@ struct ImageGeometry
     /// Decodes the first two bytes of an image:
     ///
     ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, doubled with each step
-    ///             bits 4 to 7  page size: 1 is 4 bytes; the headset leaves bit 7 out
+    ///             bits 4 to 7  page size: 1 is 4 bytes; the headset ignores bit 7
     ///     byte 1  bits 0 to 3  size of the transmitter's sectors, as the memory size
     ///             bits 4 to 5  configuration bits
     static constexpr ImageGeometry decode(unsigned byte0, unsigned byte1)
@@ -26,7 +26,7 @@ struct ImageGeometry
     }
 
 private:
-    /// The size that @p code stands for, where code 1 is @p first.
+    /// The size with the code @p code. Code 1 is @p first, and each further code doubles it.
     static constexpr std::uint32_t sizeOf(unsigned code, std::uint32_t first)
     {
         return code == 0 ? 0 : first << (code - 1);

@@ -62,7 +62,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // branches, so that the next line need not wait for this one's length
+    if (tail[0] == lineEnd) // branches, so that the next line does not wait for this length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;
@@ -79,12 +79,12 @@ std::string_view tokenOf(std::string_view line)
     if (line.substr(0, 2) == "//")
         return {};
     line = line.substr(0, line.find(separator));
-    while (!line.empty() && isWhiteSpace(line.back())) // as the conversion does at a token's end
+    while (!line.empty() && isWhiteSpace(line.back())) // as QString::toInt() does
         line.remove_suffix(1);
     return line;
 }
 
-/// Reads the number that @p token is, as QString::toInt() would.
+/// Reads @p token as QString::toInt() would.
 bool readNumber(std::string_view token, std::uint32_t& number)
 {
     constexpr std::uint32_t maxPositive = std::numeric_limits<std::int32_t>::max();
@@ -109,7 +109,7 @@ namespace ImageText {
 bool Decoder::feed(const char* text, int bytes)
 {
     unfinished.append(text, static_cast<std::size_t>(bytes));
-    const auto pieceEnd = unfinished.crbegin() + bytes; // what stood before has no end of a line
+    const auto pieceEnd = unfinished.crbegin() + bytes; // there is no end of a line before this piece
     const auto lastEnd = std::find(unfinished.crbegin(), pieceEnd, lineEnd);
     if (lastEnd != pieceEnd) {
         const auto decodable = static_cast<std::size_t>(unfinished.crend() - lastEnd);
@@ -129,13 +129,13 @@ QByteArray Decoder::takeImage()
 void Decoder::decodeLines(const char* position, const char* end)
 {
     const int decoded = image.size();
-    // A byte takes a digit and an end of line at least.
+    // Each byte takes at least a digit and an end of line.
     image.resize(decoded + static_cast<int>(end - position) / 2 + 1);
     char* next = image.data() + decoded;
     while (position != end && !isMalformed) {
         std::uint32_t number = 0;
         if (!readPlainLine(position, end, number)) {
-            if (*position == lineEnd) { // a text of nothing else is soon read
+            if (*position == lineEnd) { // keeps a text of empty lines cheap
                 ++position;
                 continue;
             }
