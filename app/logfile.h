@@ -14,7 +14,7 @@ class QDateTime;
 class LogFile
 {
 public:
-    /// Creates the log of a run that started at local time @p start, see LogFolder, and installs the message
+    /// Creates the log of a run that started at local time @p start (see LogFolder), and installs the
     /// handler.
     explicit LogFile(const QDateTime& start);
 

@@ -9,8 +9,7 @@ class QTranslator;
 /// The steps of program start-up. Main thread only.
 namespace Startup {
 
-/// Lets Qt scale the fixed-size window with the screen's resolution. Call it before the application object
-/// exists.
+/// Lets Qt scale the fixed-size window with the screen's resolution. Call it before creating the application.
 void enableHighDpiScaling();
 
 /// Loads the catalogue named @p prefix and the system locale's name ("de_DE", else "de") from the resources

@@ -97,8 +97,7 @@ QStringList listFiles(const QStringList& names, const QString& suffix)
 /// Takes some of an entry's bytes. @return false if it wants no more.
 using Target = std::function<bool(const char* bytes, int count)>;
 
-/// Copies chunk by chunk: memory grows with the bytes that are read, not with the size that an entry
-/// declares.
+/// Copies chunk by chunk: memory grows with the bytes that are read, not with an entry's declared size.
 /// @return whether @p target took them all.
 bool copyData(QIODevice& source, const Target& target)
 {
@@ -118,8 +117,7 @@ bool isReadable(const unz_file_info64& entry)
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Subtracts the current entry from what may still be read. QuaZip never delivers more than an entry
-/// declares.
+/// Subtracts the current entry's declared sizes from what may still be read. QuaZip never delivers more.
 /// @return false if it is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {

@@ -30,7 +30,7 @@ private:
     const QByteArray* image; // not owned
 };
 
-/// Reads the version and the product identifier from a firmware image's table of typed files. All numbers are
+/// Reads version and product identifier from a firmware image's table of typed files. Numbers are
 /// little-endian.
 ///
 ///     image   offset  size

@@ -1,5 +1,4 @@
-// Archives that are damaged, hostile or no archives at all. Each is loaded in a process of its own, in which
-// what loading cost is measured.
+// Archives that are damaged, hostile or no archives at all. A child process loads each and measures the cost.
 
 #include <array>
 #include <limits>
@@ -17,13 +16,13 @@
 
 namespace {
 
-// A sanitizer's shadow memory and quarantine count as the process's own.
+// A sanitizer's own memory counts as the process's.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
 constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
-constexpr int endsWithinMs = 120000; // where it waits for something that does not come
+constexpr int endsWithinMs = 120000; // a child that still runs then waits for ever
 constexpr char childSwitch[] = "--load";
 
-QString logged; ///< complaints about the archive, each after a '|'
+QString logged; ///< complaints about the archive, each preceded by '|'
 
 void keepComplaint(QtMsgType, const QMessageLogContext&, const QString& message)
 {
@@ -31,8 +30,7 @@ void keepComplaint(QtMsgType, const QMessageLogContext&, const QString& message)
         logged += QLatin1Char('|') + message;
 }
 
-/// Loads an archive. @return the base name, both PIDs, release notes, or "failed"; then what is logged of the
-/// archive.
+/// Loads an archive. @return base name, both PIDs and release notes, or "failed"; then the complaints logged.
 QString load(FirmwareController& controller, const QString& path)
 {
     logged.clear();
@@ -52,7 +50,7 @@ QString load(FirmwareController& controller, const QString& path)
     return (isEmpty ? QStringLiteral("failed") : state) + logged;
 }
 
-/// The largest part of this process that was ever in memory. getrusage() would count the parent's as well.
+/// This process's peak memory. getrusage() would include the parent's.
 int peakKiB()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -63,11 +61,11 @@ int peakKiB()
     return text.mid(at + 6, text.indexOf("kB", at) - at - 6).trimmed().toInt();
 }
 
-/// The child: prints peak memory, processor time and the outcome of loading the archive at @p path.
+/// The child's work: loads the archive at @p path and prints peak memory, processor time and outcome.
 int loadInChild(const QString& path)
 {
     const rlimit none{0, 0};
-    setrlimit(RLIMIT_FSIZE, &none); // a byte written to a file ends the process
+    setrlimit(RLIMIT_FSIZE, &none); // writing a byte to a file ends the process
     const rlimit time{cpuLimitSeconds, cpuLimitSeconds};
     setrlimit(RLIMIT_CPU, &time);
     constexpr uid_t nobody = 65534;
@@ -82,7 +80,7 @@ int loadInChild(const QString& path)
     return 0;
 }
 
-/// Every file and folder below @p folder, with what writing to it would change.
+/// Every file and folder below @p folder, with its size and time, so that a write shows.
 QStringList listing(const QString& folder)
 {
     QStringList files;
@@ -91,7 +89,7 @@ QStringList listing(const QString& folder)
     while (all.hasNext()) {
         const QFileInfo file(all.next());
         const bool isMarked =
-            !isSanitized || !file.isDir(); // a sanitizer's own short-lived files are no news
+            !isSanitized || !file.isDir(); // a sanitizer creates and removes files of its own
         const QString time = file.lastModified().toString(Qt::ISODateWithMs);
         files << QStringLiteral("%1 %2 %3")
                      .arg(file.filePath())
@@ -117,7 +115,7 @@ private Q_SLOTS:
     void noCutAndNoFlippedBitYieldsAnotherImage();
 
 private:
-    void loadApart(const QString& place, const QString& expected);
+    void loadInOwnProcess(const QString& archive, const QString& expected);
     void write(const QByteArray& bytes);
 
     QTemporaryDir folder;
@@ -127,7 +125,7 @@ private:
 void TestArchives::initTestCase()
 {
     QVERIFY(folder.isValid());
-    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // for the child, see there
+    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child is another user
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("home")));
     path = folder.filePath(QStringLiteral("fw.zip"));
 }
@@ -140,8 +138,8 @@ void TestArchives::write(const QByteArray& bytes)
     QCOMPARE(file.write(bytes), static_cast<qint64>(bytes.size()));
 }
 
-/// Loads the archive at @p place in a child, in a folder where a file that it writes is found.
-void TestArchives::loadApart(const QString& place, const QString& expected)
+/// Loads the archive at @p archive in a child whose folders are checked for files that it writes.
+void TestArchives::loadInOwnProcess(const QString& archive, const QString& expected)
 {
     const QString home = folder.filePath(QStringLiteral("home"));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -151,18 +149,18 @@ void TestArchives::loadApart(const QString& place, const QString& expected)
     QProcess child;
     child.setProcessEnvironment(environment);
     child.setWorkingDirectory(home);
-    child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(childSwitch), place});
-    QVERIFY2(child.waitForFinished(endsWithinMs), "it does not end");
+    child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(childSwitch), archive});
+    QVERIFY2(child.waitForFinished(endsWithinMs), "the child does not end");
     const QByteArray errors = child.readAllStandardError().right(3000);
-    QVERIFY2(child.exitStatus() == QProcess::NormalExit, "it was ended, by a limit or a fault\n" + errors);
+    QVERIFY2(child.exitStatus() == QProcess::NormalExit, "a limit or a fault ended the child\n" + errors);
     QVERIFY2(child.exitCode() == 0, errors.constData());
     QCOMPARE(listing(folder.path()), before);
-    const QByteArrayList told = child.readAllStandardOutput().split(' ');
-    QCOMPARE(told.size(), 3);
-    QCOMPARE(QString::fromUtf8(QByteArray::fromHex(told.at(2))), expected);
-    QVERIFY2(told.at(0).toInt() > 0, told.at(0).constData());
-    QVERIFY2(told.at(0).toInt() < peakLimitKiB, told.at(0).constData());
-    qInfo("%s KiB, %s ms", told.at(0).constData(), told.at(1).constData());
+    const QByteArrayList output = child.readAllStandardOutput().split(' ');
+    QCOMPARE(output.size(), 3);
+    QCOMPARE(QString::fromUtf8(QByteArray::fromHex(output.at(2))), expected);
+    QVERIFY2(output.at(0).toInt() > 0, output.at(0).constData());
+    QVERIFY2(output.at(0).toInt() < peakLimitKiB, output.at(0).constData());
+    qInfo("%s KiB, %s ms", output.at(0).constData(), output.at(1).constData());
 }
 
 void TestArchives::archivesEndInTheirSignal_data()
@@ -181,12 +179,12 @@ void TestArchives::archivesEndInTheirSignal()
     QFETCH(Archive, archive);
     QFETCH(QString, outcome);
     write(archive());
-    loadApart(path, outcome);
+    loadInOwnProcess(path, outcome);
 }
 
 void TestArchives::placesThatAreNoArchivesAreRefused_data()
 {
-    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("file");
     const auto make = [this](const char* name) { return folder.filePath(QString::fromLatin1(name)); };
     QTest::newRow("no permission") << path;
     QTest::newRow("folder") << folder.path();
@@ -202,13 +200,13 @@ void TestArchives::placesThatAreNoArchivesAreRefused_data()
 
 void TestArchives::placesThatAreNoArchivesAreRefused()
 {
-    QFETCH(QString, place);
+    QFETCH(QString, file);
     write(RawZip::archive({RawZip::entry("h.ef", imageText(6))}));
     mkfifo(QFile::encodeName(folder.filePath(QStringLiteral("fifo"))).constData(), 0666);
     QFile::link(QStringLiteral("link"), folder.filePath(QStringLiteral("link")));
-    if (place == path)
+    if (file == path)
         QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
-    loadApart(place, QStringLiteral("failed"));
+    loadInOwnProcess(file, QStringLiteral("failed"));
 }
 
 void TestArchives::noCutAndNoFlippedBitYieldsAnotherImage()
@@ -239,7 +237,7 @@ void TestArchives::noCutAndNoFlippedBitYieldsAnotherImage()
             }
         }
     }
-    QVERIFY(lost > 2 * archive.size()); // both by a cut, one by most bits
+    QVERIFY(lost > 2 * archive.size()); // a cut loses both images, most bits one
 }
 
 int main(int argc, char** argv)

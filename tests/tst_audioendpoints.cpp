@@ -98,7 +98,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
     QTest::addColumn<AudioFunction>("function");
-    QTest::addColumn<QByteArrayList>("lost"); // per call: defaults that begin so
+    QTest::addColumn<QByteArrayList>("lost"); // per call, the start of the defaults that are lost
     const auto row = [](const char* name, AudioFunction function, const QByteArray& lost) {
         QTest::newRow(name) << function << lost.split(' ');
     };
@@ -136,7 +136,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
     QCOMPARE(healthy.endpoints.faults.counted(function), lost.size());
     QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
 
-    // S_FALSE is a success that delivers nothing; OleRun has nothing to deliver.
+    // S_FALSE is a success without a result. OleRun() has no result anyway.
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
         for (int nth = 1; nth <= lost.size(); ++nth) {
             AudioComputer computer;

@@ -53,7 +53,7 @@ QByteArray textOf(const Manager::Call& call)
     return call.argument ? text + ' ' + QByteArray::number(call.argument, 16) : text;
 }
 
-/// What is logged of a call that fails with ERROR_GEN_FAILURE.
+/// The message for a call that fails with ERROR_GEN_FAILURE.
 QString messageOf(Manager::Function function)
 {
     static const char* const messages[] = {
@@ -207,7 +207,7 @@ void TestAudioService::theServiceIsTakenToItsEnd()
 {
     QFETCH(Operation, operation);
     QFETCH(Services, services);
-    // The tick count wraps never, during the first wait, and during a later one.
+    // The tick count does not wrap, wraps during the first wait, or during a later one.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
         HostComputer computer(startTick);
         for (const Service& service : services)
@@ -278,7 +278,7 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         stopAndStart(computer);
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
-        // A dependent fails without a message of its own. The last one is stopping all the same.
+        // A dependent's failure has no message of its own. The last one stops in spite of it.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()

@@ -1,4 +1,4 @@
-// The firmware package: identities, image inspection, image text, archives.
+// Device identities, image inspection, image text, archives.
 
 #include <random>
 #include <vector>
@@ -42,16 +42,16 @@ ArchiveEntry file(const char* name, const QByteArray& contents)
     return {QString::fromLatin1(name), contents};
 }
 
-/// The image that @p text is, fed in two pieces.
+/// Decodes @p text, fed in two pieces.
 QByteArray decoded(const QByteArray& text, int cut = 0)
 {
     ImageText::Decoder decoder;
-    const bool isWell =
+    const bool isAccepted =
         decoder.feed(text.constData(), cut) && decoder.feed(text.constData() + cut, text.size() - cut);
-    return isWell ? decoder.takeImage() : QByteArray();
+    return isAccepted ? decoder.takeImage() : QByteArray();
 }
 
-/// Loads an archive. The outcome in one line, both PIDs, generation, release notes; empty after a failure.
+/// Loads an archive. @return both PIDs, generation and release notes in one line, or "" if loading fails.
 QString load(FirmwareController& controller, const QString& path)
 {
     const QSignalSpy failed(&controller, &FirmwareController::loadingFailed);
@@ -83,7 +83,7 @@ private Q_SLOTS:
     }
     void cleanup() { logLines.clear(); }
 
-    void identitiesAreToldApartByAllThreeFields()
+    void allThreeFieldsDistinguishIdentities()
     {
         const auto hid = InterfaceKind::Hid;
         struct Known
@@ -112,7 +112,7 @@ private Q_SLOTS:
         QCOMPARE(Utilities::deviceNameForPid(0), QString());
     }
 
-    void imagesTellTheirVersionAndProduct_data()
+    void versionAndProductAreReadFromImages_data()
     {
         using namespace ImageBuilder;
         QTest::addColumn<QByteArray>("image");
@@ -161,7 +161,7 @@ private Q_SLOTS:
         table("descriptor ends within the product", {patched(usb, 18, "\x0B")}, "/0");
         table("descriptor of no length", {patched(usb, 18, std::string(1, '\0'))}, "/0");
     }
-    void imagesTellTheirVersionAndProduct()
+    void versionAndProductAreReadFromImages()
     {
         QFETCH(QByteArray, image);
         const ReadVersionDataHelper_FromFile reader(&image);
@@ -170,7 +170,7 @@ private Q_SLOTS:
         QTEST(version + QStringLiteral("/%1").arg(FirmwareUtilities::getPid(reader)), "versionAndPid");
     }
 
-    void aReadThatFailsGivesTheNeutralResult()
+    void aFailedReadGivesNoVersionAndNoProduct()
     {
         const QByteArray image = toByteArray(ImageBuilder::build(ImageBuilder::transmitter()));
         int reads = 0;
@@ -181,7 +181,7 @@ private Q_SLOTS:
         };
         const int pidReads = 5 + 1 + 4; // header, entries up to the end mark; file, record, descriptor
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
-            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // 6: the end mark
+            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // 6 is the end mark
             QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);
         }
         for (failing = 1; failing <= 4; ++failing, reads = 0) // header, two entries, file
@@ -211,7 +211,7 @@ private Q_SLOTS:
             {"-1\n+0X7f\n-80000000\n7FFFFFFF\n", QByteArray("\xFF\x7F\x00\xFF", 4)},
             {"000000000000000000000000000000000000000012", "\x12"},
             {"\x85\xA0\v\f12\x85\xA0\r\r\n", "\x12"},
-            {"12\t remark", "\x12"}, // the conversion passes over white space at the end of a token
+            {"12\t remark", "\x12"}, // the conversion ignores white space at the end of a token
         };
         for (const auto& [text, image] : good) {
             QCOMPARE(ImageTextReference::decode(text), image);
@@ -244,7 +244,7 @@ private Q_SLOTS:
             good += image.isEmpty() ? 0 : 1;
             QVERIFY2(image == ImageTextReference::decode(text), text.toHex().constData());
         }
-        QVERIFY2(good > 10000 && good < 90000, "the texts do not try both outcomes");
+        QVERIFY2(good > 10000 && good < 90000, "the texts do not cover both outcomes");
     }
 
     void archivesLoadOrFail_data()
@@ -286,7 +286,7 @@ private Q_SLOTS:
         QCOMPARE(controller.fileBaseName(), outcome.isEmpty() ? QString() : QStringLiteral("fw.1.2"));
     }
 
-    void everyLoadReplacesWhatWasHeld()
+    void everyLoadReplacesThePreviousArchive()
     {
         FirmwareController controller;
         QVERIFY(ArchiveBuilder::write(path, {file("t.ff", imageText(4)), file("n.txt", "Old.")}));
@@ -315,7 +315,7 @@ private Q_SLOTS:
         FirmwareController controller;
         load(controller, path);
         QVERIFY(ArchiveBuilder::write(path, {file("x.ff", ""), file("a.txt", ""), file("b.txt", "")}));
-        load(controller, path); // its images are not looked at
+        load(controller, path); // two notes: no image is read
         const QString expected =
             QStringLiteral("Loading firmware:  \"%1\"\nProcessing  \"x.ff\"\nProcessing  \"y.ff\"\n"
                            "Processing  \"t\\n.ef\"\nFile located at address: 0x0010\nBytes to read: 0x0006\n"

@@ -1,4 +1,4 @@
-// The start of the program: its log, its language, and where it looks for an archive.
+// The start of the program: its log, its language, and the folder in which it looks for an archive.
 
 #include <csignal>
 #include <thread>
@@ -54,10 +54,10 @@ QMap<QString, QByteArray> filesIn(const QString& folder)
     return files;
 }
 
-bool isProgram = false; ///< this process is one that the test has started
+bool isProgram = false; ///< this process is the program, started by the test
 
-/// What the user of the program reads, of the window, the code and Qt itself, once the window is there; then
-/// it is closed. Its end is logged.
+/// In the program, prints a text of the window, one of the code and one of Qt itself once the window is open.
+/// Then closes the window and logs its destruction.
 void printTextsAndClose()
 {
     if (!isProgram)
@@ -356,29 +356,29 @@ void TestStartup::theFirstReadableArchiveIsTaken()
 {
     QFETCH(const QStringList, files);
     QFETCH(const bool, isFound);
-    const QTemporaryDir place;
-    for (const QString& path : {folder->path(), place.path()})
-        QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x7755))); // somebody else is to look into it
+    const QTemporaryDir searched;
+    for (const QString& path : {folder->path(), searched.path()})
+        QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x7755))); // another user reads it below
     for (const QString& name : files) {
-        const QString path = place.filePath(name);
+        const QString path = searched.filePath(name);
         QVERIFY(name.endsWith(QLatin1Char('/')) ? QDir().mkpath(path) : makeFile(path));
         if (name.startsWith("unreadable"_s))
             QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
     }
     QString first;
-    DIR* const directory = opendir(QFile::encodeName(place.path()).constData());
+    DIR* const directory = opendir(QFile::encodeName(searched.path()).constData());
     while (const dirent* const entry = readdir(directory)) {
         if (first.isEmpty() && isFound && entry->d_name[0] != '.')
-            first = place.filePath(QFile::decodeName(entry->d_name));
+            first = searched.filePath(QFile::decodeName(entry->d_name));
     }
     closedir(directory);
 
-    // The superuser may read everything; whether a file can be read is asked for the real user.
+    // Root may read everything. Qt checks permissions for the real user, so change that one.
     const bool isSuperuser = geteuid() == 0;
     constexpr uid_t somebody = 65534;
     if (isSuperuser)
         QCOMPARE(setresuid(somebody, uid_t(-1), uid_t(-1)), 0);
-    const QString found = Startup::findFirmwareArchive(QDir(place.path()));
+    const QString found = Startup::findFirmwareArchive(QDir(searched.path()));
     if (isSuperuser)
         QCOMPARE(setresuid(0, uid_t(-1), uid_t(-1)), 0);
     QCOMPARE(found, first);
@@ -419,7 +419,7 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
 {
     QFETCH(const bool, isPackage);
     const QString programFolder = QFileInfo(UPDATER_PROGRAM).absolutePath();
-    const QTemporaryDir package; // a shell that starts the program, and an archive beside it
+    const QTemporaryDir package; // with a shell that starts the program, and an archive
     const QString shell = package.filePath("setup"_s);
     const QString archive = package.filePath("Firmware.ZIP"_s);
     QVERIFY(QFile::copy("/bin/sh"_s, shell));
@@ -444,15 +444,15 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
         const QStringList names = logs.entryList({"*.txt"_s}, QDir::Files);
         QByteArrayList lines =
             names.isEmpty() ? QByteArrayList() : contentsOf(logs.filePath(names.first())).split('\n');
-        // Whether devices can be seen depends on the computer that the test runs on.
+        // Whether the program can see devices depends on the computer that runs the test.
         lines.erase(
             std::remove_if(lines.begin(), lines.end(),
                            [](const QByteArray& each) { return each.startsWith("No device can be"); }),
             lines.end());
         return lines.join('\n');
     };
-    const auto line = [](const char* begin, const QString& path, const char* end) {
-        return begin + QByteArray(" \"") + QFile::encodeName(path) + '"' + end;
+    const auto line = [](const char* text, const QString& path, const char* end) {
+        return text + QByteArray(" \"") + QFile::encodeName(path) + '"' + end;
     };
     const QByteArray looking =
         line("Application path: ", programFolder, "\r\n") +

@@ -12,8 +12,7 @@
 using Archive = std::function<QByteArray()>; // built when its row is run
 Q_DECLARE_METATYPE(Archive)
 
-/// Rows for a test of columns "archive" and "outcome": damaged, hostile and unusual archives, and what of
-/// them loads.
+/// Rows for a test with the columns "archive" and "outcome": damaged, hostile and unusual archives.
 namespace ArchiveRows {
 
 using RawZip::Deflated;
@@ -56,7 +55,7 @@ inline RawEntry headsetEntry()
     return RawZip::entry("h.ef", imageText(6), Deflated);
 }
 
-/// Has @p packed be what an entry's bytes were packed to with bzip2.
+/// Changes an entry to one that is packed with bzip2, as @p packed.
 inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
 {
     return [=](RawEntry& e) {
@@ -73,7 +72,7 @@ inline QByteArray bzip2OfNew()
                                "020000802000219A68334D133C5DC914E14241E6FD2154");
 }
 
-/// A transmitter's image that is not to be used once @p change was made to it, beside a headset's that is.
+/// Adds a transmitter's image that must not load once @p change was made to it, and a headset's that must.
 inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
 {
     addRow(name, headsetOnly(), [=] {
@@ -98,11 +97,11 @@ inline void addDamagedEntries()
     addDamaged("declared 2 GiB", [](RawEntry& e) { e.bytes = 0x80000000; });
     addDamaged("declared 2 GiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, 0x80000000); });
     addDamaged("declared 16 EiB in ZIP64", [](RawEntry& e) { e = RawZip::inZip64(e, ~quint64{0}); });
-    addDamaged("declared in ZIP64 that is not there", [](RawEntry& e) { e.bytes = 0xFFFFFFFF; });
+    addDamaged("declared in a missing ZIP64 field", [](RawEntry& e) { e.bytes = 0xFFFFFFFF; });
     addDamaged("bzip2 that ends early", bzip2(bzip2OfNew().chopped(1)));
     addDamaged("bzip2 of 1 byte", bzip2("B"));
     addDamaged("bzip2 of 0 bytes", bzip2(""));
-    addDamaged("nothing in it", [](RawEntry& e) { e = RawZip::entry(e.name, "", RawZip::Method(e.method)); });
+    addDamaged("no bytes", [](RawEntry& e) { e = RawZip::entry(e.name, "", RawZip::Method(e.method)); });
     addDamaged("name of more than 256 bytes", [](RawEntry& e) { e.name.prepend(QByteArray(253, 'n')); });
 }
 
@@ -116,9 +115,9 @@ inline void addUnusualEntries()
            {changed(headset, [](RawEntry& e) { e.extra = QByteArray("\1\0\xFF\xFF", 4); })});
     addRow("absolute and upward names", QStringLiteral("fw 4 6"),
            {RawZip::entry("/etc/t.ff", transmitter), RawZip::entry("../../h.ef", imageText(6))});
-    addRow("names alike but for case stand for the first", failed,
+    addRow("names that differ in case mean the first", failed,
            {RawZip::entry("H.ef", imageText(6)), RawZip::entry("h.ef", "word")});
-    addRow("names alike but for case, the first of no use", failed,
+    addRow("names that differ in case, the first of no use", failed,
            {RawZip::entry("H.EF", "word"), RawZip::entry("h.ef", imageText(6))});
     addRow("names that are no text", headsetOnly(), {RawZip::entry("\xFF\xC0\n.ff", ""), headset});
     addRow("name of 256 bytes", QStringLiteral("fw 4 6"),
@@ -145,7 +144,7 @@ inline void addReleaseNotes()
     addNotes("notes in UTF-16, big end first", notes(QByteArray("\xFE\xFF\0\xE9", 4)), accented);
     addNotes("notes of half a character", notes(QByteArray("\xFF\xFE\xE9", 3)));
     for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // around the chunks in which entries are read
-        const QByteArray text = "begin" + QByteArray(bytes - 8, 'n') + "end";
+        const QByteArray text = "start" + QByteArray(bytes - 8, 'n') + "end";
         addNotes(QByteArray("notes of " + QByteArray::number(bytes) + " bytes").constData(), notes(text),
                  QString::fromLatin1(text));
     }
@@ -201,8 +200,7 @@ inline void addLargeImages()
     addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
 
-/// Entries of no use, whose names end with @p suffix, and a headset's image. The directory has @p bytes
-/// bytes.
+/// Useless entries, whose names end with @p suffix, and a headset's image. The directory takes @p bytes.
 inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
 {
     constexpr int headerBytes = 46;
@@ -221,7 +219,7 @@ inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
     return RawZip::archive(all);
 }
 
-/// Entries that each have as many extra fields as there is room for, which take long to walk.
+/// Entries with as many extra fields as they have room for. Walking those takes long.
 inline QByteArray manyExtraFields()
 {
     std::vector<RawEntry> all(253, changed(RawZip::entry("e", ""), [](RawEntry& e) {
@@ -233,7 +231,7 @@ inline QByteArray manyExtraFields()
     return RawZip::archive(all);
 }
 
-/// An archive of two images, with the directory's record of one of them destroyed.
+/// An archive of two images, one of whose records in the directory is destroyed.
 inline Archive withoutRecord(int number)
 {
     return [=] {

@@ -6,7 +6,7 @@
 
 namespace ImageTextReference {
 
-/// The image text's grammar in terms of QString, whatever it costs.
+/// Decodes an image's text with QString: slow, but close to the definition of the format.
 inline QByteArray decode(const QByteArray& text)
 {
     QTextStream stream(text);

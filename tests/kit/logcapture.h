@@ -3,7 +3,7 @@
 #include <QByteArrayList>
 #include <QString>
 
-/// Keeps what is logged on this thread, with "!" before critical messages and "?" before warnings.
+/// Keeps the messages of this thread, with "!" before critical ones and "?" before warnings.
 class LogCapture
 {
 public:

@@ -8,7 +8,7 @@
 
 #include <zlib.h>
 
-/// An entry of a ZIP archive with its fields as they are to stand there, right or wrong.
+/// An entry of a ZIP archive. Its fields are written as they are, right or wrong.
 struct RawEntry
 {
     QByteArray name;
@@ -19,10 +19,10 @@ struct RawEntry
     std::uint32_t packedBytes = 0;
     std::uint32_t bytes = 0; ///< unpacked
     QByteArray extra;
-    bool sharesBytes = false; ///< has no local header and data of its own, but those of the entry before it
+    bool sharesBytes = false; ///< uses the local header and the data of the entry before it
 };
 
-/// Writes archives that no tool would write.
+/// Writes archives, also such as no tool would write.
 namespace RawZip {
 
 enum Method : std::uint16_t { Stored = 0, Deflated = 8, Bzip2 = 12 };
@@ -35,7 +35,7 @@ inline std::uint32_t checksumOf(const QByteArray& bytes)
 
 inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method method = Stored)
 {
-    constexpr int before = 6; // length and header that qCompress() puts before the deflated bytes
+    constexpr int before = 6; // Qt's length and zlib's header, before the deflated bytes
     constexpr int after = 4;
     RawEntry made;
     made.name = name;
@@ -51,7 +51,7 @@ inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method
     return made;
 }
 
-/// The same entry as an archive beyond 4 GiB has it: the sizes stand in an extra field.
+/// The same entry in the form of archives beyond 4 GiB: an extra field has the sizes.
 inline RawEntry inZip64(RawEntry entry, quint64 bytes)
 {
     QDataStream extra(&entry.extra, QIODevice::WriteOnly);
@@ -61,7 +61,7 @@ inline RawEntry inZip64(RawEntry entry, quint64 bytes)
     return entry;
 }
 
-/// The fields that a local header and the directory have in common.
+/// Writes the fields that a local header and the directory share.
 inline void writeCommon(QDataStream& stream, const RawEntry& entry)
 {
     constexpr std::uint16_t versionNeeded = 45;
@@ -71,9 +71,9 @@ inline void writeCommon(QDataStream& stream, const RawEntry& entry)
            << static_cast<std::uint16_t>(entry.extra.size());
 }
 
-/// @param entriesTold  number of entries that the end record tells; -1: the right one. Where it is not below
-///                     65535 there is a ZIP64 end record as well.
-inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 entriesTold = -1)
+/// @param declaredEntries  number of entries in the end record; -1 means the right one. From 65535 on there
+///                         is a ZIP64 end record as well.
+inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 declaredEntries = -1)
 {
     constexpr std::uint32_t localSignature = 0x04034B50;
     constexpr std::uint32_t directorySignature = 0x02014B50;
@@ -105,7 +105,7 @@ inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 entriesTo
     }
     const auto directoryOffset = static_cast<std::uint32_t>(zip.size());
     const auto directoryBytes = static_cast<std::uint32_t>(directory.size());
-    const auto count = entriesTold < 0 ? quint64{entries.size()} : static_cast<quint64>(entriesTold);
+    const auto count = declaredEntries < 0 ? quint64{entries.size()} : static_cast<quint64>(declaredEntries);
     const bool isZip64 = count >= inZip64;
     append(files, directory);
     if (isZip64) {
