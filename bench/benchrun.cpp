@@ -152,10 +152,11 @@ void BenchRun::takeTour()
         Q_EMIT finished(unexpected);
         return;
     }
-    tour = std::make_unique<ScreenTour>(*window, *pair, archivePath, otherArchive);
-    connect(tour.get(), &ScreenTour::screenSeen, this, &BenchRun::seeScreen);
-    connect(tour.get(), &ScreenTour::finished, this, &BenchRun::updateAgain);
-    tour->start(lookIntervalMs);
+    makeDriver();
+    driver->takeTour(screenTour(*driver, *pair, archivePath, otherArchive));
+    // Queued, as the slot replaces the driver.
+    connect(driver.get(), &UserDriver::tourEnded, this, &BenchRun::updateAgain, Qt::QueuedConnection);
+    driver->start(lookIntervalMs);
 }
 
 void BenchRun::seeScreen(const QString& name, QWidget* screen)
@@ -169,13 +170,18 @@ void BenchRun::seeScreen(const QString& name, QWidget* screen)
     Q_EMIT screenSeen(name, screen);
 }
 
-void BenchRun::driveUpdater()
+void BenchRun::makeDriver()
 {
     driver = std::make_unique<UserDriver>(*window);
     connect(driver.get(), &UserDriver::happened, &log, &EventLog::add);
     connect(driver.get(), &UserDriver::screenSeen, this, &BenchRun::seeScreen);
     connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::prepareUpdate);
     connect(driver.get(), &UserDriver::ended, this, &BenchRun::endUpdate);
+}
+
+void BenchRun::driveUpdater()
+{
+    makeDriver();
     driver->start(lookIntervalMs);
 }
 

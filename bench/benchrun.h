@@ -16,7 +16,6 @@
 
 class KernelComputer;
 class MainWindow;
-class ScreenTour;
 
 /// Runs the updater on the simulated computer. When it drives itself it updates both devices. After an update
 /// with a fault it checks that the update ended as expected, plugs the device in again and updates once more.
@@ -63,6 +62,7 @@ private:
     void preparePair();
     void startUpdater();
     void takeTour();
+    void makeDriver();
     void driveUpdater();
     void seeScreen(const QString& name, QWidget* screen);
     void prepareUpdate();
@@ -94,7 +94,6 @@ private:
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
-    std::unique_ptr<ScreenTour> tour;
     QSet<QString> seenScreens;
     QTimer vainWaits; ///< polls for them
 };

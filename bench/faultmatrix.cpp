@@ -1,5 +1,6 @@
 #include "faultmatrix.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
 
@@ -77,30 +78,17 @@ int lastEffective(const FaultDescription& fault, const Transfers& transfers)
     }
 }
 
-/// Deals its cards in random order, and then all of them again.
+/// @return at least @p count cards: all of them in random order, again and again.
 template <typename Card>
-class Deck
+std::vector<Card> deal(std::vector<Card> cards, int count, std::mt19937& random)
 {
-public:
-    explicit Deck(std::vector<Card> cards)
-        : all(std::move(cards))
-    {
+    std::vector<Card> dealt;
+    while (dealt.size() < static_cast<std::size_t>(count)) {
+        std::shuffle(cards.begin(), cards.end(), random);
+        dealt.insert(dealt.end(), cards.begin(), cards.end());
     }
-
-    Card draw(std::mt19937& random)
-    {
-        if (left.empty())
-            left = all;
-        const auto drawn = left.begin() + static_cast<std::ptrdiff_t>(random() % left.size());
-        const Card card = *drawn;
-        left.erase(drawn);
-        return card;
-    }
-
-private:
-    const std::vector<Card> all;
-    std::vector<Card> left;
-};
+    return dealt;
+}
 
 class Matrix
 {
@@ -190,13 +178,12 @@ void Matrix::runSample()
     std::vector<Family*> cards;
     for (Family& family : families)
         cards.push_back(&family);
-    Deck<Family*> familyDeck(cards);
-    Deck<const FaultDescription*> kindDeck(kinds());
-    for (int i = 0; i < options.sample; ++i) {
-        Family& family = *familyDeck.draw(random);
-        const FaultDescription& fault = *kindDeck.draw(random);
-        const auto last = static_cast<unsigned>(lastEffective(fault, family.transfers));
-        runFault(family, fault, static_cast<int>(random() % last) + 1);
+    const auto drawnFamilies = deal(cards, options.sample, random);
+    const auto drawnKinds = deal(kinds(), options.sample, random);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(options.sample); ++i) {
+        Family& family = *drawnFamilies[i];
+        const auto last = static_cast<unsigned>(lastEffective(*drawnKinds[i], family.transfers));
+        runFault(family, *drawnKinds[i], static_cast<int>(random() % last) + 1);
     }
 }
 

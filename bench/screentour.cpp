@@ -4,110 +4,36 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMessageBox>
-#include <QProgressBar>
-#include <QPushButton>
 
 #include "devicecontroller.h"
 #include "hidutilities.h"
-#include "infoscreen.h"
 #include "mainwindow.h"
 #include "simulatedpair.h"
 #include "utilities.h"
 
 namespace {
 
-QMessageBox* messageBox()
-{
-    return qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-}
-
 /// Answers no to a question, and closes a message.
 void dismissBox()
 {
-    if (QMessageBox* const box = messageBox())
+    if (QMessageBox* const box = UserDriver::messageBox())
         box->reject();
 }
 
-} // namespace
-
-ScreenTour::ScreenTour(MainWindow& mainWindow, SimulatedPair& simulatedPair, const QString& archivePath,
-                       const QString& otherArchive)
-    : window(mainWindow)
-    , pair(simulatedPair)
-    , controller(window.findChild<DeviceController*>())
-{
-    const auto start = [this] { return isShown(true) ? &window : nullptr; };
-    const auto menu = [] { return QApplication::activePopupWidget(); };
-    const auto isConnected = [this](DeviceType type) { return controller->isConnected(type); };
-    stops = {
-        {"start-screen", start, [this] { openSystemMenu(); }},
-        {"system-menu", menu, [] { chooseInSystemMenu("About..."); }},
-        {"about", messageBox, [=] { loadArchive(archivePath + QStringLiteral(".missing")); }},
-        {"loading-error", messageBox, dismissBox},
-        {"start-screen-no-archive", start, [=] { loadArchive(archivePath); }},
-        {nullptr, start, [this] { openSystemMenu(); }},
-        {nullptr, menu, [] { chooseInSystemMenu("Override"); }},
-        {"main-page-no-device", [this] { return mainPageIf(true); },
-         [this] { pair.device(DeviceType::Headset).plugIn(); }},
-        {"main-page-one-device", [=] { return mainPageIf(isConnected(DeviceType::Headset)); },
-         [this] { pressUpdate(); }},
-        {"question-one-device", messageBox,
-         [this] {
-             dismissBox();
-             pair.device(DeviceType::Transmitter).plugIn();
-         }},
-        {nullptr, [=] { return mainPageIf(isConnected(DeviceType::Transmitter)); },
-         [this] { breakOffTransmitterUpdate(); }},
-        {"main-page-unknown-device",
-         [=] {
-             return mainPageIf(isConnected(DeviceType::Transmitter) && controller->deviceName().isEmpty());
-         },
-         [this] { pressUpdate(); }},
-        {"question-unknown-device", messageBox,
-         [=] {
-             loadArchive(otherArchive);
-             sendToTransmitter(HidUtilities::EndProgramming);
-         }},
-        {"main-page-incompatible", [=] { return mainPageIf(!controller->deviceName().isEmpty()); },
-         [this] {
-             timer.stop();
-             Q_EMIT finished();
-         }},
-    };
-    // It is too short for a stop.
-    connect(controller, &DeviceController::deviceDetectionStarted, this, [this] {
-        if (isShown(false))
-            Q_EMIT screenSeen(QStringLiteral("main-page-detecting"), &window);
-    });
-    connect(&timer, &QTimer::timeout, this, &ScreenTour::look);
-}
-
-void ScreenTour::look()
-{
-    const Stop& stop = stops[reached];
-    QWidget* const screen = stop.screen();
-    if (!screen)
-        return;
-    if (stop.name)
-        Q_EMIT screenSeen(QLatin1String(stop.name), screen);
-    ++reached;
-    stop.leave();
-}
-
 /// From the event loop, as the window may open a box and wait for its answer.
-void ScreenTour::loadArchive(const QString& path)
+void loadArchive(MainWindow& window, const QString& path)
 {
     dismissBox();
     QMetaObject::invokeMethod(
-        &window, [this, path] { window.setFirmwareFilePath(path); }, Qt::QueuedConnection);
+        &window, [&window, path] { window.setFirmwareFilePath(path); }, Qt::QueuedConnection);
 }
 
-void ScreenTour::openSystemMenu()
+void openSystemMenu(MainWindow& window)
 {
     QApplication::postEvent(&window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Space, Qt::AltModifier));
 }
 
-void ScreenTour::chooseInSystemMenu(const char* text)
+void chooseInSystemMenu(const char* text)
 {
     auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     for (QAction* const action : menu->actions()) {
@@ -117,14 +43,7 @@ void ScreenTour::chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Leaves the transmitter in programming mode with unreadable memory.
-void ScreenTour::breakOffTransmitterUpdate()
-{
-    pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
-    sendToTransmitter(HidUtilities::LeaveApplication);
-}
-
-void ScreenTour::sendToTransmitter(int controlRequest)
+void sendToTransmitter(SimulatedPair& pair, int controlRequest)
 {
     constexpr int readWrite = 3;
     constexpr int shared = 3;
@@ -133,22 +52,62 @@ void ScreenTour::sendToTransmitter(int controlRequest)
         HidUtilities::sendControlRequest(hid, controlRequest);
 }
 
-void ScreenTour::pressUpdate()
+/// Leaves the transmitter in programming mode with unreadable memory.
+void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
-    auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
-    QMetaObject::invokeMethod(updateButton, &QPushButton::click, Qt::QueuedConnection);
+    pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
+    sendToTransmitter(pair, HidUtilities::LeaveApplication);
 }
 
-/// @return whether no box hides the start screen, or else the main page.
-bool ScreenTour::isShown(bool isStartScreen) const
-{
-    const bool isInfoScreen = dynamic_cast<InfoScreen*>(window.centralWidget()) != nullptr;
-    return isInfoScreen == isStartScreen && !messageBox();
-}
+} // namespace
 
-/// The main page, once all devices are identified and @p condition holds.
-QWidget* ScreenTour::mainPageIf(bool condition) const
+std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QString& archivePath,
+                             const QString& otherArchive)
 {
-    const bool isBusy = window.findChild<QProgressBar*>()->isVisible();
-    return condition && !isBusy && isShown(false) ? &window : nullptr;
+    MainWindow& window = user.updater();
+    auto* const controller = window.findChild<DeviceController*>();
+    const auto start = [&user] { return user.isStartScreen() ? &user.updater() : nullptr; };
+    const auto menu = [] { return QApplication::activePopupWidget(); };
+    const auto openMenu = [&window] { openSystemMenu(window); };
+    const auto pressUpdate = [&user] { user.pressUpdate(); };
+    const auto mainPageWith = [&user, controller](DeviceType type) {
+        return
+            [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
+    };
+    // Too short for a stop.
+    QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
+        if (!user.isStartScreen())
+            Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);
+    });
+    return {
+        {"start-screen", start, openMenu},
+        {"system-menu", menu, [] { chooseInSystemMenu("About..."); }},
+        {"about", UserDriver::messageBox,
+         [=, &window] { loadArchive(window, archivePath + QStringLiteral(".missing")); }},
+        {"loading-error", UserDriver::messageBox, dismissBox},
+        {"start-screen-no-archive", start, [=, &window] { loadArchive(window, archivePath); }},
+        {nullptr, start, openMenu},
+        {nullptr, menu, [] { chooseInSystemMenu("Override"); }},
+        {"main-page-no-device", [&user] { return user.mainPage(); },
+         [&pair] { pair.device(DeviceType::Headset).plugIn(); }},
+        {"main-page-one-device", mainPageWith(DeviceType::Headset), pressUpdate},
+        {"question-one-device", UserDriver::messageBox,
+         [&pair] {
+             dismissBox();
+             pair.device(DeviceType::Transmitter).plugIn();
+         }},
+        {nullptr, mainPageWith(DeviceType::Transmitter), [&pair] { breakOffTransmitterUpdate(pair); }},
+        {"main-page-unknown-device",
+         [=] {
+             return controller->deviceName().isEmpty() ? mainPageWith(DeviceType::Transmitter)() : nullptr;
+         },
+         pressUpdate},
+        {"question-unknown-device", UserDriver::messageBox,
+         [=, &window, &pair] {
+             loadArchive(window, otherArchive);
+             sendToTransmitter(pair, HidUtilities::EndProgramming);
+         }},
+        {"main-page-incompatible",
+         [=, &user] { return controller->deviceName().isEmpty() ? nullptr : user.mainPage(); }, [] {}},
+    };
 }

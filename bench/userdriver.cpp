@@ -39,10 +39,38 @@ void clickLater(QPushButton* button)
     QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
 }
 
+FlashingDialog* flashingDialog()
+{
+    return qobject_cast<FlashingDialog*>(QApplication::activeModalWidget());
+}
+
+/// The dialog in which every device has ended, and any has failed or none.
+FlashingDialog* endedDialog(bool isFailed)
+{
+    FlashingDialog* const dialog = flashingDialog();
+    const bool isEnded =
+        dialog && dialog->findChild<QPushButton*>(QStringLiteral("closeButton"))->isEnabled();
+    return isEnded && dialog->errors().isEmpty() != isFailed ? dialog : nullptr;
+}
+
 } // namespace
 
 UserDriver::UserDriver(MainWindow& mainWindow)
     : window(mainWindow)
+    , stops{
+          {nullptr, messageBox, [this] { answer(); }},
+          {"updating",
+           [] { return flashingDialog() && isWellUnderWay(*flashingDialog()) ? flashingDialog() : nullptr; },
+           [] {}},
+          {"updated", [] { return endedDialog(false); }, [this] { closeDialog(*flashingDialog()); }},
+          {"update-failed", [] { return endedDialog(true); }, [this] { closeDialog(*flashingDialog()); }},
+          {"start-screen", [this] { return isStartScreen() ? &window : nullptr; }, [] {}},
+          {"pairing-instructions", [this] { return resultScreen(false) ? &window : nullptr; },
+           [this] { end(false); }},
+          {"failure-report", [this] { return resultScreen(true) ? &window : nullptr; },
+           [this] { end(true); }},
+          {"main-page", [this] { return readyMainPage(); }, [this] { requestUpdate(); }},
+      }
 {
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
@@ -53,44 +81,88 @@ void UserDriver::tryAgain()
     window.findChild<QPushButton*>(QStringLiteral("backButton"))->click();
 }
 
-void UserDriver::look()
+QMessageBox* UserDriver::messageBox()
 {
-    QWidget* const modal = QApplication::activeModalWidget();
-    if (auto* const box = qobject_cast<QMessageBox*>(modal))
-        answer(*box);
-    else if (auto* const dialog = qobject_cast<FlashingDialog*>(modal))
-        follow(*dialog);
-    else if (modal)
-        return;
-    else if (const auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget()))
-        lookAtInfoScreen(*screen);
-    else
-        lookAtMainPage();
+    return qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
 }
 
-void UserDriver::answer(QMessageBox& box)
+bool UserDriver::isStartScreen() const
 {
+    const auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
+    return screen && screen->closeButton()->isHidden() && !QApplication::activeModalWidget();
+}
+
+/// @return null unless an update has just ended that way.
+InfoScreen* UserDriver::resultScreen(bool isFailed) const
+{
+    auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
+    const bool isResult = screen && isUpdating && !screen->closeButton()->isHidden();
+    return isResult && screen->backButton()->isHidden() != isFailed && !QApplication::activeModalWidget()
+               ? screen
+               : nullptr;
+}
+
+QWidget* UserDriver::mainPage() const
+{
+    const bool isInfoScreen = dynamic_cast<InfoScreen*>(window.centralWidget()) != nullptr;
+    const bool isBusy = window.findChild<QProgressBar*>()->isVisible();
+    return isInfoScreen || isBusy || QApplication::activeModalWidget() ? nullptr : &window;
+}
+
+QWidget* UserDriver::readyMainPage() const
+{
+    const auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
+    return updateButton && updateButton->isEnabled() && !isUpdating ? mainPage() : nullptr;
+}
+
+void UserDriver::pressUpdate()
+{
+    clickLater(window.findChild<QPushButton*>(QStringLiteral("updateButton")));
+}
+
+void UserDriver::look()
+{
+    if (const FlashingDialog* const dialog = flashingDialog())
+        watchUpdaters(*dialog);
+    if (tour.empty()) {
+        const auto stop =
+            std::find_if(stops.begin(), stops.end(), [this](const Stop& one) { return isAt(one); });
+        if (stop != stops.end())
+            stop->act();
+        return;
+    }
+    if (!isAt(tour[reached]))
+        return;
+    tour[reached].act();
+    if (++reached < tour.size())
+        return;
+    timer.stop();
+    Q_EMIT tourEnded();
+}
+
+bool UserDriver::isAt(const Stop& stop)
+{
+    QWidget* const screen = stop.screen();
+    if (screen && stop.name)
+        Q_EMIT screenSeen(QLatin1String(stop.name), screen);
+    return screen != nullptr;
+}
+
+void UserDriver::answer()
+{
+    QMessageBox& box = *messageBox();
     auto* const button = box.defaultButton() ? box.defaultButton() : box.buttons().first();
     Q_EMIT happened(QStringLiteral("message: %1 | answer: %2").arg(box.text(), button->text()));
     button->click();
 }
 
-void UserDriver::follow(FlashingDialog& dialog)
+void UserDriver::closeDialog(FlashingDialog& dialog)
 {
-    watchUpdaters(dialog);
-    auto* const closeButton = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
-    if (!closeButton->isEnabled()) {
-        if (isWellUnderWay(dialog))
-            Q_EMIT screenSeen(QStringLiteral("updating"), &dialog);
-        return;
-    }
-    const bool isFailed = !dialog.errors().isEmpty();
-    Q_EMIT screenSeen(isFailed ? QStringLiteral("update-failed") : QStringLiteral("updated"), &dialog);
     noteResult(dialog, DeviceType::Transmitter);
     noteResult(dialog, DeviceType::Headset);
     Q_EMIT happened(QStringLiteral("user: Close"));
     watchedUpdaters.clear();
-    clickLater(closeButton);
+    clickLater(dialog.findChild<QPushButton*>(QStringLiteral("closeButton")));
 }
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
@@ -127,31 +199,18 @@ void UserDriver::watchUpdaters(const FlashingDialog& dialog)
     }
 }
 
-void UserDriver::lookAtInfoScreen(const InfoScreen& screen)
+void UserDriver::end(bool isFailed)
 {
-    if (screen.closeButton()->isHidden()) {
-        Q_EMIT screenSeen(QStringLiteral("start-screen"), &window);
-        return;
-    }
-    if (!isUpdating)
-        return;
     isUpdating = false;
-    const bool isFailed = !screen.backButton()->isHidden();
-    outcome.report = isFailed ? labelText(screen, "text") : QString();
-    Q_EMIT screenSeen(isFailed ? QStringLiteral("failure-report") : QStringLiteral("pairing-instructions"),
-                      &window);
+    if (isFailed)
+        outcome.report = labelText(*window.centralWidget(), "text");
     Q_EMIT happened(isFailed ? QStringLiteral("screen: failure report: ") + outcome.report.simplified()
                              : QStringLiteral("screen: pairing instructions"));
     Q_EMIT ended(outcome);
 }
 
-void UserDriver::lookAtMainPage()
+void UserDriver::requestUpdate()
 {
-    auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
-    auto* const busyIndicator = window.findChild<QProgressBar*>();
-    if (isUpdating || !updateButton->isEnabled() || busyIndicator->isVisible())
-        return;
-    Q_EMIT screenSeen(QStringLiteral("main-page"), &window);
     Q_EMIT happened(
         QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
             .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
@@ -160,5 +219,5 @@ void UserDriver::lookAtMainPage()
     runTimer.invalidate();
     outcome = {};
     Q_EMIT updateRequested();
-    clickLater(updateButton);
+    pressUpdate();
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <vector>
+
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
@@ -13,6 +16,7 @@ class FlashingDialog;
 class InfoScreen;
 class MainWindow;
 class QMessageBox;
+class QWidget;
 
 /// The outcome of an update, as the user sees it.
 struct Outcome
@@ -29,6 +33,14 @@ struct Outcome
     qint64 runMs = 0;                 ///< from the first announced progress range to the last report
 };
 
+/// A screen of the updater, and what the user does there.
+struct Stop
+{
+    const char* name;                 ///< of its picture; null: none
+    std::function<QWidget*()> screen; ///< null while it is not shown
+    std::function<void()> act;
+};
+
 /// Uses the updater as a user would, by its widgets: waits for both devices, presses Update, answers the
 /// questions, follows the progress bars, closes the dialog, and reports how the run ended. GUI thread.
 class UserDriver : public QObject
@@ -41,8 +53,20 @@ public:
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs) { timer.start(intervalMs); }
 
+    /// Visits @p tourStops one after the other, and does nothing else; tourEnded() reports the end.
+    void takeTour(std::vector<Stop> tourStops) { tour = std::move(tourStops); }
+
     /// Presses Back on the failure report and goes on to the next update.
     void tryAgain();
+
+    // For stops.
+
+    MainWindow& updater() const { return window; }
+    static QMessageBox* messageBox();
+    bool isStartScreen() const; ///< without a box in front of it
+    /// The main page, once all devices are identified and no box is in front of it.
+    QWidget* mainPage() const;
+    void pressUpdate();
 
 Q_SIGNALS:
     /// A line for the log.
@@ -53,17 +77,24 @@ Q_SIGNALS:
     void updateRequested();
     /// The pairing instructions or the failure report are shown.
     void ended(const Outcome& outcome);
+    void tourEnded();
 
 private:
     void look();
-    void answer(QMessageBox& box);
-    void follow(FlashingDialog& dialog);
+    bool isAt(const Stop& stop);
+    InfoScreen* resultScreen(bool isFailed) const;
+    QWidget* readyMainPage() const;
+    void answer();
+    void requestUpdate();
+    void closeDialog(FlashingDialog& dialog);
     void watchUpdaters(const FlashingDialog& dialog);
     void noteResult(const FlashingDialog& dialog, DeviceType type);
-    void lookAtInfoScreen(const InfoScreen& screen);
-    void lookAtMainPage();
+    void end(bool isFailed);
 
     MainWindow& window;
+    const std::vector<Stop> stops; ///< of an update
+    std::vector<Stop> tour;        ///< empty: updates
+    std::size_t reached = 0;       ///< stops of the tour
     QTimer timer;
     bool isUpdating = false;                ///< from the press on Update to the screen with the result
     QSet<FirmwareUpdater*> watchedUpdaters; ///< of the dialog that is open
