@@ -1,4 +1,4 @@
-// Loading a firmware archive, beside inflating what it holds.
+// Loading a firmware archive, compared with inflating its entries.
 
 #include <cctype>
 #include <ctime>
@@ -56,7 +56,7 @@ void inflateEntry(PackedEntry& entry)
     inflateInit2(&stream, -MAX_WBITS);
     const int result = inflate(&stream, Z_FINISH);
     inflateEnd(&stream);
-    require(result == Z_STREAM_END && stream.avail_out == 0, "an entry cannot be unpacked");
+    require(result == Z_STREAM_END && stream.avail_out == 0, "cannot unpack an entry");
 }
 
 /// An archive of two images, and its images' entries alone.
@@ -81,8 +81,7 @@ struct Sample
     const QString path;
 };
 
-/// The processor's seconds. Both figures are of one thread that never waits, and other programs leave no
-/// mark.
+/// Processor time, which other programs do not change. The work is done by one thread that never waits.
 double processorSeconds(const std::function<void()>& work)
 {
     const std::clock_t start = std::clock();

@@ -50,9 +50,9 @@ bool add(const char* what, double bound, int pairs, const std::function<Pair()>&
 
 double seconds(const std::function<void()>& work)
 {
-    const auto begin = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 void require(bool condition, const char* failure)

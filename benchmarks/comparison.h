@@ -2,28 +2,27 @@
 
 #include <functional>
 
-/// What the updater takes for something, beside the least that the same can cost. Rows are added before
-/// main(), which runs them under Google Benchmark and returns 1 where one is beyond its bound or cannot be
-/// measured.
+/// Compares what the updater takes for a task with the least that the task can cost. Rows are added before
+/// main(), which runs them under Google Benchmark. It returns 1 if a row fails or exceeds its bound.
 namespace Comparison {
 
-/// Two figures of one kind, taken one right after the other: seconds, or any other unit.
+/// Two figures in the same unit, measured right after each other.
 struct Pair
 {
     double work;
     double reference;
 };
 
-/// Adds a row. It shows the medians of both figures and the median of the pairs' ratios, on which a machine
-/// that is disturbed now and then leaves no mark.
-/// @param what   and beside what; without '/'.
-/// @param bound  how many times the reference the work may be.
-/// @param pairs  how many are made.
+/// Adds a row. It shows the medians of both figures and of the pairs' ratios, which short disturbances of the
+/// machine do not change.
+/// @param what   the work and the reference, without '/'.
+/// @param bound  the largest ratio of work to reference.
+/// @param pairs  the number of pairs to measure.
 bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair);
 
 double seconds(const std::function<void()>& work);
 
-/// For what has to hold before a figure means anything: otherwise the program ends with exit status 1.
+/// Ends the program with exit status 1 if @p condition, without which a figure means nothing, is false.
 void require(bool condition, const char* failure);
 
 } // namespace Comparison

@@ -1,4 +1,4 @@
-// Detection on a crowded computer, beside the system calls that it cannot do without.
+// Detection on a computer with many devices, compared with the system calls that it needs.
 
 #include <algorithm>
 #include <cwchar>
@@ -19,11 +19,11 @@ using namespace Comparison;
 
 namespace {
 
-constexpr int interfaceCount = 1000; ///< present, and as many that arrive
-constexpr int ownInterfaces = 5;     ///< of each thousand
+constexpr int interfaceCount = 1000; ///< that are present, and again that arrive
+constexpr int ownInterfaces = 5;     ///< of each thousand that are a transmitter's
 constexpr std::size_t maxTextLength = 260;
 
-/// Plugs in a thousand interfaces, the last of them one of ours. @return their paths.
+/// Plugs in a thousand interfaces, the last of them a transmitter's. @return their paths.
 std::vector<std::wstring> plugIn(SimulatedDeviceTree& tree, int first)
 {
     std::vector<std::wstring> paths;
@@ -56,8 +56,8 @@ public:
     std::promise<void> allArrived;
 };
 
-/// From the start of detection to the report of the last device present, and from the end of a driver
-/// installation, during which as many more have arrived, to the report of the last of these.
+/// @return the seconds from the start of detection to the report of the last device present, plus the seconds
+///         from the end of a driver installation to the report of the last device that arrived during it.
 double detect()
 {
     SimulatedMachine machine(nullptr);
@@ -89,7 +89,7 @@ void lower(wchar_t* text)
     }
 }
 
-/// Looks the device of an interface path up among those present, and reads what identifies it.
+/// Finds the device of an interface path among those present, and reads its identifying properties.
 void walkTo(const std::wstring& path)
 {
     wchar_t idPath[maxTextLength];
@@ -116,7 +116,7 @@ void walkTo(const std::wstring& path)
     require(isFound, "a device is missing");
 }
 
-/// The same without threads, and nothing but the calls that look a device up.
+/// The same task without threads, by the calls that find and identify a device alone.
 double walk()
 {
     SimulatedMachine machine(nullptr);

@@ -1,4 +1,4 @@
-// The whole program: its start, its memory, and updates in real time. Measured by program "updaterun".
+// The whole program: start, memory, and an update in real time. The program "updaterun" measures them.
 
 #include <map>
 #include <string>
@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kib = 1024;
 using Figures = std::map<std::string, double>;
 
-/// Runs updaterun to its end. @return what it printed: lines of a name and a figure.
+/// Runs updaterun. @return the figures that it prints, by their names.
 Figures figuresOf(const QStringList& arguments, const char* platform)
 {
     qputenv("QT_QPA_PLATFORM", platform);
@@ -46,7 +46,7 @@ QString archiveIn(const QTemporaryDir& folder, std::size_t imageBytes)
     return path;
 }
 
-/// Updates both devices; the time runs @p speed times as fast as on the wall.
+/// Updates both devices. The program's clock runs @p speed times as fast as real time.
 Figures update(std::size_t imageBytes, int speed, int idleSeconds)
 {
     const QTemporaryDir folder;
@@ -77,10 +77,10 @@ Pair memoryPair()
     return {update(imageBytes, speed, 0).at(peak), empty};
 }
 
-/// One update in real time, for all rows that need one: it takes minutes.
+/// One update in real time for all rows that need it, because it takes minutes.
 const Figures& update64()
 {
-    constexpr int idleSeconds = 80; // about as long as the update
+    constexpr int idleSeconds = 80; // about as long as an update
     static const Figures figures = update(64 * kib, 1, idleSeconds);
     return figures;
 }

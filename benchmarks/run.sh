@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what is missing, builds, and shows what the updater takes for its work beside the least that the same can
-# cost; about four minutes, best on a machine that does nothing else. Exit status 1: a row is beyond its bound.
+# Installs missing packages, builds, and compares what the updater takes for its work with the least that the work
+# can cost. Takes about four minutes; the figures of a busy machine mean less. Exit status 1: a row exceeds its bound.
 # Arguments go to the program, such as --benchmark_filter=archive for some of the rows.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh

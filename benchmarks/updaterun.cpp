@@ -1,11 +1,11 @@
-// The updater, for the rows about the whole program; prints lines of a name and a figure.
+// The updater, for the rows about the whole program. Prints lines of a name and a figure.
 //
 //     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
 //         a whole update of the simulated pair
 //     updaterun start ARCHIVE
 //         starts, and ends when its window is painted
 //     updaterun empty IMAGE_BYTES
-//         the same with an empty window, beside the simulation of an update, and the images once
+//         the same with an empty window; the process also holds the simulated devices and both images
 
 #include <chrono>
 #include <fstream>
@@ -48,8 +48,8 @@ void printPeakMemory()
     }
 }
 
-/// Tells how long the GUI thread leaves a timer of 5 ms waiting. What it waits for a processor does not
-/// count: that is other programs' doing.
+/// Measures the longest time that the GUI thread leaves a timer of 5 ms waiting. Time in which the thread
+/// waits for a processor does not count: other programs cause that.
 class StallProbe : public QObject
 {
 public:
@@ -63,7 +63,7 @@ public:
     double longest() const { return longestMs; }
 
 private:
-    /// The time, less what the thread has waited for a processor since its start.
+    /// The time, less the time that the thread has waited for a processor since its start.
     static double now()
     {
         std::ifstream statistics("/proc/thread-self/schedstat");
@@ -93,7 +93,7 @@ SimulatedPair::Setup pairFor(std::size_t imageBytes)
     return setup;
 }
 
-/// Ends the program when the window, and all that is in it, has been painted.
+/// Ends the program when the window and all its widgets have been painted.
 class PaintProbe : public QObject
 {
 public:
@@ -136,7 +136,7 @@ public:
     showUntilPainted(window);
 }
 
-/// The updater with both devices plugged in, and its user.
+/// The updater with both devices plugged in, and a simulated user.
 class Update : public QObject
 {
 public:
@@ -148,7 +148,7 @@ public:
         window.setFirmwareFilePath(archivePath);
         window.show();
         connect(&driver, &UserDriver::updateRequested, this, [this] { probe.start(); });
-        // The pairing instructions are not painted yet.
+        // Waits until the pairing instructions are painted.
         connect(&driver, &UserDriver::ended, this, [this](const Outcome& outcome) {
             QTimer::singleShot(lookIntervalMs, this, [this, outcome] { finish(outcome); });
         });
@@ -197,7 +197,7 @@ private:
 
 int main(int argc, char* argv[])
 {
-    // Otherwise the blocks that the simulation frees would decide where the updater's come from.
+    // Returns large blocks to the system at once, so that what the simulation frees does not count.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Startup::enableHighDpiScaling();

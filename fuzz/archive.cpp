@@ -1,4 +1,4 @@
-// The archive loader: one signal, and what is held afterwards is all or nothing.
+// The archive loader: emits one signal, and afterwards holds whole images only.
 
 #include "fuzztarget.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr int maxReleaseNotes = 1024 * 1024;
 
-/// A file in memory that is loaded by its path.
+/// A file in memory that has a path.
 class MemoryFile
 {
 public:
@@ -26,7 +26,7 @@ public:
     {
         FuzzTarget::require(ftruncate(file, 0) == 0 &&
                                 pwrite(file, data, size, 0) == static_cast<ssize_t>(size),
-                            "the input cannot be written");
+                            "cannot write the input");
     }
 
     QString path() const { return QStringLiteral("/proc/self/fd/%1").arg(file); }
@@ -35,23 +35,23 @@ private:
     const int file;
 };
 
-/// Whether there is an image of that kind, whole.
+/// Whether an image of that kind is loaded. Ends the process if it is not whole.
 bool holds(const FirmwareController& controller, DeviceType type)
 {
     const QByteArray image = controller.firmware(type);
     const QString version = controller.version(type);
     const unsigned short pid = controller.pid(type);
     const bool isHeld = !image.isEmpty();
-    FuzzTarget::require(isHeld == !version.isEmpty() && isHeld == (pid != 0), "half an image is held");
+    FuzzTarget::require(isHeld == !version.isEmpty() && isHeld == (pid != 0), "half an image is loaded");
     if (!isHeld)
         return false;
     const ReadVersionDataHelper_FromFile reader(&image);
     FuzzTarget::require(version == FirmwareUtilities::getVersion(reader) &&
                             pid == FirmwareUtilities::getPid(reader),
-                        "the image is not what it is said to be");
+                        "version or product differ from the image's");
     FuzzTarget::require(Utilities::deviceTypeOf({Utilities::normalVendorId(), pid, InterfaceKind::Hid}) ==
                             type,
-                        "the image is held for another kind of device");
+                        "the image is stored for another kind of device");
     return true;
 }
 
@@ -68,14 +68,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     QObject::connect(&controller, &FirmwareController::loadingFailed, [&failed] { ++failed; });
     QObject::connect(&controller, &FirmwareController::loadedSuccessfully, [&loaded] { ++loaded; });
     controller.setFilePath(file.path());
-    FuzzTarget::require(failed + loaded == 1, "not one signal");
+    FuzzTarget::require(failed + loaded == 1, "not exactly one signal");
 
     const bool holdsTransmitter = holds(controller, DeviceType::Transmitter);
     const bool holdsHeadset = holds(controller, DeviceType::Headset);
-    FuzzTarget::require((holdsTransmitter || holdsHeadset) == (loaded == 1), "the signal is not true");
+    FuzzTarget::require((holdsTransmitter || holdsHeadset) == (loaded == 1),
+                        "the signal does not match what is loaded");
     FuzzTarget::require(controller.fileBaseName().isEmpty() == (failed == 1),
-                        "the name is of another archive");
+                        "the archive's name does not match the signal");
     const int notes = controller.releaseNotes().size();
-    FuzzTarget::require(notes <= (loaded == 1 ? maxReleaseNotes : 0), "release notes too many");
+    FuzzTarget::require(notes <= (loaded == 1 ? maxReleaseNotes : 0), "too many release notes");
     return 0;
 }

@@ -1,5 +1,5 @@
-// Inspection of the image in a device that answers whatever it likes: it ends in bounded time, and nothing
-// but requests to load and to read is sent.
+// Inspection of the image in a device that answers with arbitrary bytes: it ends in bounded time and sends
+// only requests to load and to read.
 
 #include "fuzztarget.h"
 
@@ -16,8 +16,8 @@ constexpr int operationOffset = 8;
 constexpr int countOffset = 11; // in the request for an answer
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
-/// Answers out of the fuzz input. Its first byte tells what comes after its end: all answers zero, or none.
-/// For each answer there is a byte that tells its kind, then the bytes that were asked for.
+/// Answers from the fuzz input. Its first byte decides what happens after its end: answers of zeros, or none.
+/// Each answer takes a byte for its kind, then as many bytes as were requested.
 class LyingChip
 {
 public:
@@ -27,18 +27,18 @@ public:
         , end(data + size)
     {
         answersOn = take() % 2 == 0;
-        hid.onSet = [this](const QByteArray& report) { hear(report); };
+        hid.onSet = [this](const QByteArray& report) { accept(report); };
         hid.answer = [this](const QByteArray& entry) { return answer(entry); };
     }
 
 private:
     enum Kind : std::uint8_t { Fails, NoData, Short, Oversized, Whole };
 
-    void hear(const QByteArray& report)
+    void accept(const QByteArray& report)
     {
         const auto operation = static_cast<std::uint8_t>(report.at(operationOffset));
         FuzzTarget::require(operation == 0x00 || operation == 0x81 || operation == 0x84,
-                            "a device that is looked at is told to do something");
+                            "inspection sends more than requests to load and read");
         asked = static_cast<std::uint8_t>(report.at(countOffset));
     }
 
@@ -76,10 +76,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     HidFixture f;
     const LyingChip chip(*f.hid, data, size);
     const auto device = Utilities::openHidDeviceByPath(f.path, 3, 1);
-    FuzzTarget::require(device != nullptr, "the device cannot be opened");
+    FuzzTarget::require(device != nullptr, "cannot open the device");
     const ReadDataHelper_FromDevice reader(device, std::make_shared<const std::atomic<bool>>(false));
     FirmwareUtilities::getPid(reader);
     FuzzTarget::require(!FirmwareUtilities::getVersion(reader).isNull(), "a null version");
-    FuzzTarget::require(f.clock.tickCount() < enoughMs, "a device keeps the updater busy");
+    FuzzTarget::require(f.clock.tickCount() < enoughMs, "inspection takes too long");
     return 0;
 }

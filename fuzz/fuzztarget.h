@@ -6,25 +6,25 @@
 #include <QByteArray>
 #include <QLoggingCategory>
 
-/// One run of a fuzz target. It ends the process where the input shows a fault.
+/// One run of a fuzz target. It ends the process if the input reveals a fault.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace FuzzTarget {
 
-/// Ends the process with @p what where @p isRight is false.
+/// Ends the process with the message @p what if @p isRight is false.
 inline void require(bool isRight, const char* what)
 {
     if (!isRight)
         qFatal("%s", what);
 }
 
-/// The input without a copy, so that a sanitizer sees a byte read past its end.
+/// The input without a copy, so that the sanitizer sees overruns.
 inline QByteArray lend(const std::uint8_t* data, std::size_t size)
 {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<int>(size));
 }
 
-/// Keeps the log off the terminal while it lives; messages are still put together.
+/// Keeps the log off the terminal.
 class SilentLog
 {
 public:

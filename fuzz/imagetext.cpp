@@ -1,4 +1,4 @@
-// The image text decoder: it gives what its grammar gives, however the text is cut.
+// The decoder of image text: the result is the reference's, wherever the text is cut.
 
 #include "fuzztarget.h"
 
@@ -10,8 +10,7 @@
 
 namespace {
 
-/// Decodes the text in pieces of @p pieceBytes, each in memory of its own, so that a byte read past it is
-/// seen.
+/// Decodes the text in pieces of @p pieceBytes. Each has its own memory, so that the sanitizer sees overruns.
 QByteArray decodePieces(const QByteArray& text, int pieceBytes)
 {
     ImageText::Decoder decoder;
@@ -26,7 +25,7 @@ QByteArray decodePieces(const QByteArray& text, int pieceBytes)
 
 } // namespace
 
-/// The first byte tells where the text, which follows it, is cut.
+/// The first byte is the size of the pieces; the text follows it.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0)
@@ -34,7 +33,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const QByteArray text = FuzzTarget::lend(data + 1, size - 1);
     const QByteArray image = ImageTextReference::decode(text);
     FuzzTarget::require(decodePieces(text, std::max(text.size(), 1)) == image,
-                        "the decoder and its grammar differ");
+                        "decoder and reference differ");
     FuzzTarget::require(decodePieces(text, std::max<int>(data[0], 1)) == image, "a cut changes the image");
     return 0;
 }

@@ -1,5 +1,5 @@
-// Inspection of an image in memory: it stays within the image, ends, and does not depend on whether its
-// reader lends or copies.
+// Inspection of an image in memory: it reads only the image, ends, and has the same result with a reader that
+// lends the bytes and one that copies them.
 
 #include "fuzztarget.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Reads an image into blocks of exactly what was asked for, or of at most @c maxBytes as devices deliver.
+/// Copies the requested bytes into a block of that size, at most @c maxBytes, as devices deliver.
 class CopyingReader
 {
 public:
@@ -49,7 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const FuzzTarget::SilentLog silence;
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // of the headers, and of three files for either
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // two headers; three files, twice
     constexpr int devicesDeliver = 32;
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);

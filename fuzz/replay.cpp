@@ -1,5 +1,5 @@
-// Runs a fuzz target over files, and over the files of folders, where there is no fuzzer. A file that cannot
-// be read fails it, as does a folder without any.
+// Runs a fuzz target without a fuzzer, over files and over the files of folders. It fails if it cannot read a
+// file or finds none.
 
 #include "fuzztarget.h"
 
@@ -19,7 +19,7 @@ bool replay(const QString& path)
         return false;
     }
     const QByteArray input = file.readAll();
-    std::printf("%s\n", qPrintable(path)); // the last one is the one that ended the process
+    std::printf("%s\n", qPrintable(path)); // if the process ends, this was the input
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.constData()),
                            static_cast<std::size_t>(input.size()));

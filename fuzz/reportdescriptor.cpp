@@ -1,5 +1,4 @@
-// The report descriptor parser: what it tells keeps within its bounds, and what changes nothing in a
-// descriptor changes nothing in it.
+// The parser of report descriptors: its results are within bounds, and items without effect change nothing.
 
 #include "fuzztarget.h"
 
@@ -29,23 +28,23 @@ void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
 {
     FuzzTarget::require(!descriptor.collections.empty(), "no collection");
     FuzzTarget::require(descriptor.collections.size() <= std::max<std::size_t>(size, 1),
-                        "collections of nothing");
+                        "more collections than bytes");
     for (const HidCapabilities& collection : descriptor.collections) {
         FuzzTarget::require(collection.featureReportBytes <= maxReportBytes,
-                            "a report beyond the kernel's bounds");
+                            "a report longer than the kernel accepts");
         FuzzTarget::require(collection.featureReportBytes != 1, "a feature report without data");
         FuzzTarget::require(descriptor.fault.empty() || collection.featureReportBytes == 0,
                             "feature reports of a faulty descriptor");
     }
 }
 
-/// A push takes no data, but may come with some.
+/// A Push item needs no data but may have some.
 bool mayPush(std::uint8_t byte)
 {
     return (byte & 0xFC) == push;
 }
 
-/// A good descriptor stays the same behind an item that nobody knows, and between a push and a pop.
+/// Parses a good descriptor again, behind an unknown item and between Push and Pop. The result is the same.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {
     std::vector<std::uint8_t> decorated{0xFE, 0x02, 0x55, push, pop, push};
@@ -53,7 +52,7 @@ void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const Repo
     decorated.push_back(pop);
     const bool isFull =
         decorated.size() > maxDescriptorBytes ||
-        std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // there may be no room to push once more
+        std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // another Push might not fit
     const ReportDescriptor again = ReportDescriptor::parse(decorated.data(), decorated.size());
     FuzzTarget::require(isFull || isSame(again, descriptor), "decoration changes the descriptor");
 }

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fuzzes each target for SECONDS, one after the other, and tells what that came to. What it learns is kept in
-# build/fuzz/corpus, a finding's input in build/fuzz/findings; exit status 1 where there is one.
+# Fuzzes each target for SECONDS, one after the other, and prints executions and coverage. Keeps new inputs in
+# build/fuzz/corpus, and the inputs of findings in build/fuzz/findings. Exit status 1 means a finding.
 # Usage: fuzz/run.sh [SECONDS [TARGET...]]
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
@@ -13,7 +13,7 @@ seconds=${1:-60}
 install_packages $build_packages $fuzz_packages
 build fuzz >build/fuzz.log || fail "$(cat build/fuzz.log)"
 
-# sources_of TARGET: what it is to cover.
+# sources_of TARGET: the sources under test.
 sources_of() {
     case $1 in
         imagetext) echo firmware/imagetext.cpp ;;
@@ -24,7 +24,7 @@ sources_of() {
     esac
 }
 
-# run TARGET: fuzzes it; the log is left beside its corpus.
+# run TARGET: fuzzes it and writes a log to build/fuzz/findings.
 run() {
     program=build/fuzz/fuzz/fuzz_$1
     log=build/fuzz/findings/$1.log

@@ -1,6 +1,6 @@
-// Mutates archives so that the loader gets past the frame often enough: three times of four the directory,
-// the sizes and the checksums are brought in line with what the mutated entries contain, and one time of
-// four an entry's bytes are then said to be packed by any method that there is a number for.
+// Mutates archives so that the loader often reads the entries: in three of four mutations it corrects
+// directory, sizes and checksums for the mutated bytes. In one of these three it also gives an entry an
+// arbitrary method.
 
 #include <algorithm>
 #include <array>
@@ -26,7 +26,7 @@ std::uint16_t wordAt(const QByteArray& bytes, int offset)
     return qFromLittleEndian<quint16>(bytes.constData() + offset);
 }
 
-/// Where the next header of any kind begins.
+/// The offset of the next header of any kind.
 int nextHeader(const QByteArray& zip, int from)
 {
     int next = zip.size();
@@ -37,7 +37,7 @@ int nextHeader(const QByteArray& zip, int from)
     return next;
 }
 
-/// Sets size and checksum to those of what a deflated entry's bytes unpack to, as far as they do.
+/// Sets a deflated entry's size and checksum to those of the bytes that it unpacks to before an error.
 void measure(RawEntry& entry)
 {
     z_stream stream{};
@@ -60,11 +60,10 @@ void measure(RawEntry& entry)
     inflateEnd(&stream);
 }
 
-/// Has one entry's bytes packed by any method that there is a number for, and mostly cut short. Its sizes
-/// stay true: what is not deflated unpacks to as much as there is.
+/// Gives one entry an arbitrary method and mostly cuts its bytes short. Its sizes are those of what is left.
 void setMethod(std::vector<RawEntry>& entries, unsigned int random)
 {
-    // ZIP application note 4.4.5
+    // ZIP application note, 4.4.5
     constexpr std::uint16_t methods[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9, 10,
                                          11, 12, 13, 14, 93, 95, 96, 97, 98, 99};
     constexpr unsigned int longestCut = 64;
@@ -75,7 +74,7 @@ void setMethod(std::vector<RawEntry>& entries, unsigned int random)
     const std::uint16_t method = methods[random % std::size(methods)];
     random /= std::size(methods);
     if (method == RawZip::Bzip2)
-        entry.packed.prepend("BZh91AY&SY"); // without its beginning a stream is refused at the first byte
+        entry.packed.prepend("BZh91AY&SY"); // otherwise the first byte is refused
     entry = RawZip::entry(entry.name, entry.packed.left(static_cast<int>(random % longestCut)));
     entry.method = method;
     if (method == RawZip::Deflated)
@@ -93,14 +92,14 @@ std::vector<RawEntry> entriesOf(const QByteArray& zip)
          at = zip.indexOf("PK\3\4", at + 4)) {
         const int nameBytes = wordAt(zip, at + nameBytesOffset);
         const int extraBytes = wordAt(zip, at + extraBytesOffset);
-        const int begin = at + localHeaderBytes + nameBytes + extraBytes;
-        if (begin > zip.size())
+        const int data = at + localHeaderBytes + nameBytes + extraBytes;
+        if (data > zip.size())
             continue;
         RawEntry entry = RawZip::entry(zip.mid(at + localHeaderBytes, nameBytes),
-                                       zip.mid(begin, nextHeader(zip, begin) - begin));
+                                       zip.mid(data, nextHeader(zip, data) - data));
         entry.flags = wordAt(zip, at + flagsOffset);
         entry.method = wordAt(zip, at + methodOffset);
-        entry.extra = zip.mid(begin - extraBytes, extraBytes);
+        entry.extra = zip.mid(data - extraBytes, extraBytes);
         if (entry.method == RawZip::Deflated)
             measure(entry);
         entries.push_back(entry);
