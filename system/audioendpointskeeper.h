@@ -3,37 +3,35 @@
 #include <map>
 #include <string>
 
-/// Remembers on creation which audio endpoints are the system's defaults, and makes them the defaults again
-/// on destruction. An endpoint is known by the friendly name of its audio adapter, which outlives its
-/// identifier when the device comes back on another port.
+/// Records on creation which audio endpoints are the system's defaults, and makes them the defaults again on
+/// destruction. It identifies an endpoint by the friendly name of its audio adapter, because the endpoint's
+/// identifier changes when the device comes back on another port.
 ///
 /// Names are recorded without a leading number ("2- USB Audio Device") and only up to the first character
-/// that is neither a Latin letter nor a blank, but are looked up exactly as the system gives them: only an
-/// adapter whose whole name consists of letters and blanks gets its endpoints back. Of several with the same
-/// name the first in the system's order does.
+/// that is neither a Latin letter nor a blank, but are compared with the whole names in the system. So only
+/// an adapter whose whole name consists of letters and blanks gets its endpoints back. If several have the
+/// same name, the first in the system's order gets them.
 ///
-/// Nothing is reported and nothing is thrown: a role, endpoint or direction that cannot be read or set is
-/// passed over.
+/// A role, endpoint or direction that cannot be read or set is skipped. Nothing is reported or thrown.
 ///
-/// To be used on one thread, with COM initialised there. Every operation blocks for some calls to the audio
-/// service.
+/// Use it on one thread, with COM initialised there. Every operation blocks for calls to the audio service.
 class AudioEndpointsKeeper
 {
 public:
     /// Records the default endpoints of playback, then of recording.
     AudioEndpointsKeeper();
-    /// Does what restore() does.
+    /// Calls restore().
     ~AudioEndpointsKeeper();
     AudioEndpointsKeeper(const AudioEndpointsKeeper&) = delete;
     AudioEndpointsKeeper& operator=(const AudioEndpointsKeeper&) = delete;
 
-    /// Makes the recorded endpoints the defaults again, playback first. What is recorded stays so.
+    /// Makes the recorded endpoints the defaults again, playback first. Keeps the record.
     void restore();
 
 private:
-    /// From an adapter's name to the roles in which its endpoint is the default, ascending within a name:
-    /// 0 eConsole, 1 eMultimedia, 2 eCommunications. Plain numbers, because <mmdeviceapi.h> has names that
-    /// clash with the updater's own.
+    /// Maps an adapter's name to the roles in which its endpoint is the default, ascending within a name:
+    /// 0 eConsole, 1 eMultimedia, 2 eCommunications. These are plain numbers because names in
+    /// <mmdeviceapi.h> clash with the updater's own.
     using Defaults = std::multimap<std::wstring, int>;
 
     Defaults renderDefaults;

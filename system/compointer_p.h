@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object. Where there is none, every call is answered with E_POINTER: a call can
-/// succeed without delivering an interface (S_FALSE), and that is found out here instead of at each caller.
+/// Owns one reference to a COM object, or none. Without one every call returns E_POINTER: a call can succeed
+/// without delivering an interface (S_FALSE), and this class checks for that instead of each caller.
 template <typename Interface>
 class ComPointer
 {
@@ -25,7 +25,7 @@ public:
         object = other;
     }
 
-    /// Where a call stores the reference that it hands out.
+    /// The pointer in which a call stores the reference that it returns.
     Interface** receive()
     {
         reset(nullptr);

@@ -10,7 +10,7 @@ KeepAwake::KeepAwake(HWND mainWindow, const QString& reason)
     if (previousState == 0)
         qWarning("The computer may go to sleep");
     if (!hasReason)
-        qWarning("The end of the session is refused without a reason");
+        qWarning("Could not set the reason for blocking shutdown");
     QCoreApplication::instance()->installNativeEventFilter(this);
 }
 
@@ -26,7 +26,7 @@ bool KeepAwake::nativeEventFilter(const QByteArray& eventType, void* message, lo
 {
     if (eventType != "windows_generic_MSG" || static_cast<const MSG*>(message)->message != WM_QUERYENDSESSION)
         return false;
-    // The first answer counts: without it Qt would close the windows one by one.
+    // The first answer counts. Without it Qt would close the windows one by one.
     qDebug("The end of the session is refused");
     *result = FALSE;
     return true;

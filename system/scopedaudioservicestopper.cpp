@@ -28,20 +28,19 @@ int lastError()
     return static_cast<int>(GetLastError());
 }
 
-/// The tick count wraps at 2^32, which the difference of two outlives.
+/// The tick count wraps at 2^32. The unsigned difference is right in spite of it.
 DWORD elapsedMs(DWORD sinceTick)
 {
     return GetTickCount() - sinceTick;
 }
 
-/// A service that takes INFINITE for a wait hint would make Sleep() and the watch of its progress last for
-/// ever.
+/// The wait hint in milliseconds. A service that reports INFINITE would make the updater wait for ever.
 DWORD waitHintMs(const SERVICE_STATUS_PROCESS& status)
 {
     return status.dwWaitHint == INFINITE ? stopLimitMs : status.dwWaitHint;
 }
 
-/// As the Windows documentation advises: a tenth of the wait hint, within reason.
+/// A tenth of the wait hint, within bounds, as the Windows documentation advises.
 DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
 {
     constexpr DWORD shortestMs = 1000;
@@ -49,7 +48,7 @@ DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
     return std::clamp(waitHintMs(status) / 10, shortestMs, longestMs);
 }
 
-/// Opens the service control manager too, and leaves it in @p manager.
+/// Opens the service control manager as @p manager, then the audio service.
 ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
 {
     manager = owned(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -78,7 +77,7 @@ ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
     return false;
 }
 
-/// Sends the stop control. On success the state and the wait hint in @p status are those of the reply.
+/// Sends the stop control. On success @p status gets the state and the wait hint of the reply.
 [[nodiscard]] bool sendStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     SERVICE_STATUS reply = {};
@@ -89,11 +88,11 @@ ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
     return true;
 }
 
-/// Gives a stop that is under way the time to end.
-/// @return whether the service is left to be stopped.
+/// Waits for a stop that is already in progress.
+/// @return whether the service still has to be stopped.
 bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
-    const DWORD beginTick = GetTickCount();
+    const DWORD startTick = GetTickCount();
     while (status.dwCurrentState == SERVICE_STOP_PENDING) {
         qDebug("Service stop pending...");
         Sleep(clampedWaitMs(status));
@@ -103,7 +102,7 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
             qDebug("Service stopped successfully.");
             return false;
         }
-        if (elapsedMs(beginTick) > stopLimitMs) {
+        if (elapsedMs(startTick) > stopLimitMs) {
             qDebug("Service stop timed out.");
             return false;
         }
@@ -111,8 +110,8 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @p beginTick is where the time for all dependents began.
-bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD beginTick)
+/// @param startTick  the start of the time limit for all dependents.
+bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {
     const ServiceHandle service =
         owned(OpenServiceW(manager.get(), name, SERVICE_STOP | SERVICE_QUERY_STATUS));
@@ -121,16 +120,16 @@ bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD beginTick)
         return false;
     while (status.dwCurrentState != SERVICE_STOPPED) {
         Sleep(waitHintMs(status));
-        if (!queryStatus(service, status) || elapsedMs(beginTick) > stopLimitMs)
+        if (!queryStatus(service, status) || elapsedMs(startTick) > stopLimitMs)
             return false;
     }
     return true;
 }
 
-/// @return whether no service that depends on @p service is active any more.
+/// @return whether all services that depend on @p service have stopped.
 bool stopDependentServices(const ServiceHandle& manager, const ServiceHandle& service)
 {
-    const DWORD beginTick = GetTickCount();
+    const DWORD startTick = GetTickCount();
     DWORD bytes = 0;
     DWORD count = 0;
     if (EnumDependentServicesW(service.get(), SERVICE_ACTIVE, nullptr, 0, &bytes, &count))
@@ -142,13 +141,13 @@ bool stopDependentServices(const ServiceHandle& manager, const ServiceHandle& se
     if (!EnumDependentServicesW(service.get(), SERVICE_ACTIVE, dependents, bytes, &bytes, &count))
         return false;
     return std::all_of(dependents, dependents + count, [&](const ENUM_SERVICE_STATUSW& dependent) {
-        return stopDependent(manager, dependent.lpServiceName, beginTick);
+        return stopDependent(manager, dependent.lpServiceName, startTick);
     });
 }
 
 void stopAudioService(const ServiceHandle& service)
 {
-    const DWORD beginTick = GetTickCount();
+    const DWORD startTick = GetTickCount();
     SERVICE_STATUS_PROCESS status = {};
     if (!sendStop(service, status)) {
         qDebug("ControlService failed (%d)", lastError());
@@ -160,7 +159,7 @@ void stopAudioService(const ServiceHandle& service)
             return;
         if (status.dwCurrentState == SERVICE_STOPPED)
             break;
-        if (elapsedMs(beginTick) > stopLimitMs) {
+        if (elapsedMs(startTick) > stopLimitMs) {
             qDebug("Wait timed out");
             return;
         }
@@ -168,7 +167,7 @@ void stopAudioService(const ServiceHandle& service)
     qDebug("Service stopped successfully");
 }
 
-/// Tells whether a service in a pending state gets on: its check point is to grow within its wait hint.
+/// Watches the progress of a service in a pending state: its check point must grow within its wait hint.
 class ProgressWatch
 {
 public:
@@ -191,7 +190,7 @@ private:
     DWORD checkPoint;
 };
 
-/// @return whether the service is past its pending stop.
+/// @return whether the pending stop has ended.
 bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     ProgressWatch watch(status);
@@ -199,7 +198,7 @@ bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& stat
         Sleep(clampedWaitMs(status));
         if (!queryAudioStatus(service, status))
             return false;
-        // A service that has stopped has nothing pending, hence no wait hint to keep to.
+        // A stopped service has no wait hint, so only a pending stop can stall.
         if (status.dwCurrentState == SERVICE_STOP_PENDING && watch.hasStalled(status)) {
             qDebug("Timeout waiting for service to stop");
             return false;
@@ -208,8 +207,8 @@ bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& stat
     return true;
 }
 
-/// Waits until the service has started or gets no further.
-/// @return false where its status cannot be told.
+/// Waits until the service has started or makes no more progress.
+/// @return false if its status cannot be queried.
 bool awaitPendingStart(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     ProgressWatch watch(status);
@@ -257,7 +256,7 @@ void ScopedAudioServiceStopper::stop()
     }
     if (!outlastPendingStop(service, status))
         return;
-    // Where they do not stop, the system's answer to the stop control tells.
+    // If a dependent service still runs, the stop control fails, and that failure is logged.
     static_cast<void>(stopDependentServices(manager, service));
     stopAudioService(service);
 }
