@@ -167,7 +167,7 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     options.takesTour = parser.isSet(QStringLiteral("screenshots"));
     options.screenshotsFolder = parser.value(QStringLiteral("screenshots"));
     if (options.takesTour && !QDir().mkpath(options.screenshotsFolder))
-        rejectArguments(QStringLiteral("cannot make the folder %1").arg(options.screenshotsFolder));
+        rejectArguments(QStringLiteral("cannot create the folder %1").arg(options.screenshotsFolder));
     options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
     readFaultMatrix(parser, options);
     const bool isHeadsets = choice(parser, QStringLiteral("fault-device"), QStringLiteral("headset"),

@@ -164,7 +164,7 @@ void BenchRun::seeScreen(const QString& name, QWidget* screen)
     if (!options.takesTour || seenScreens.contains(name))
         return;
     seenScreens.insert(name);
-    constexpr int layoutsDeep = 3; // each asks its parent's to follow
+    constexpr int layoutsDeep = 3; // each layout asks the one around it to follow
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     Q_EMIT screenSeen(name, screen);
@@ -218,8 +218,7 @@ void BenchRun::endUpdate(const Outcome& outcome)
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    // The updater would find a device that still restarts in programming mode, and the device would leave it
-    // during the update.
+    // A device that still restarts would leave programming mode in the middle of the next update.
     if (!pair->device(DeviceType::Transmitter).isSettled() ||
         !pair->device(DeviceType::Headset).isSettled()) {
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });

@@ -18,8 +18,7 @@ class KernelComputer;
 class MainWindow;
 
 /// Runs the updater on the simulated computer. When it drives itself it updates both devices. After an update
-/// with a fault it checks that the update ended as expected, plugs the device in again and updates once more.
-/// GUI thread.
+/// with a fault it checks the outcome, plugs the device in again and updates once more. GUI thread.
 class BenchRun : public QObject
 {
     Q_OBJECT

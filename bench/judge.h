@@ -15,8 +15,7 @@
 class EventLog;
 
 /// Checks whether an update ended as it must: the devices' bytes, the outcome that the user sees and whether
-/// it is true, transfers to a lost device, delays, progress, and the computer's sound. GUI thread, unless
-/// said otherwise.
+/// it is true, failed transfers, delays, progress, and the computer's sound. GUI thread by default.
 class Judge
 {
 public:

@@ -44,7 +44,7 @@ FlashingDialog* flashingDialog()
     return qobject_cast<FlashingDialog*>(QApplication::activeModalWidget());
 }
 
-/// The dialog in which every device has ended, and any has failed or none.
+/// The dialog after the end of all devices; null if it is not open, or if the run ended the other way.
 FlashingDialog* endedDialog(bool isFailed)
 {
     FlashingDialog* const dialog = flashingDialog();
@@ -92,7 +92,7 @@ bool UserDriver::isStartScreen() const
     return screen && screen->closeButton()->isHidden() && !QApplication::activeModalWidget();
 }
 
-/// @return null unless an update has just ended that way.
+/// @return null unless an update has ended that way and its screen is shown.
 InfoScreen* UserDriver::resultScreen(bool isFailed) const
 {
     auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());

@@ -7,7 +7,7 @@
 
 #include "imagebuilder.h"
 
-/// Bytes as Qt has them.
+/// Converts bytes to Qt's type.
 inline QByteArray toByteArray(const std::vector<std::uint8_t>& bytes)
 {
     return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
@@ -25,7 +25,7 @@ struct ArchiveEntry
     QByteArray contents;
 };
 
-/// Writes firmware archives as releases have them.
+/// Writes firmware archives like those of a release.
 ///
 ///     const auto entries = ArchiveBuilder::release(ImageBuilder::build(ImageBuilder::transmitter(1)),
 ///                                                  ImageBuilder::build(ImageBuilder::headset()), "Notes");
@@ -35,13 +35,13 @@ namespace ArchiveBuilder {
 /// The image as hexadecimal text: a byte per line in different spellings, with comment lines and remarks.
 QByteArray imageText(const std::vector<std::uint8_t>& image);
 
-/// Both images and the release notes, under the names that a release gives them.
+/// Both images and the release notes, under the names of a release.
 std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterImage,
                                   const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes);
 
 /// Writes a ZIP archive; the same entries give the same bytes.
-/// @return false where the file could not be written whole.
+/// @return false if the file could not be written completely.
 [[nodiscard]] bool write(const QString& path, const std::vector<ArchiveEntry>& entries);
 
 } // namespace ArchiveBuilder

@@ -8,8 +8,7 @@
 #include <mutex>
 #include <utility>
 
-/// Runs each task on a thread of its own; the destructor waits for all. All operations may be called on any
-/// thread.
+/// Runs each task on a thread of its own; the destructor waits for all. Any thread may call all operations.
 class BackgroundTasks
 {
 public:

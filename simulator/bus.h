@@ -11,11 +11,11 @@
 /// The outcome of a feature-report transfer.
 enum class [[nodiscard]] Transfer{
     Done,
-    Failed, ///< the device stays, the report did not get through
+    Failed, ///< the device remains, but the report was lost
     Gone,   ///< the device went away during the transfer
 };
 
-/// What serves the feature reports of one HID interface. Called on any thread, also on several at a time.
+/// Serves the feature reports of one HID interface. Any thread may call it, several at a time.
 struct FeatureReports
 {
     /// Takes one report; @p report[0] is the report ID.

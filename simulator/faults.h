@@ -25,7 +25,7 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// What a fault strikes at: the first of these events from the given transfer on.
+    /// A fault strikes at the first such event from the given transfer on.
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
@@ -49,8 +49,7 @@ struct Transfers
     std::map<Phase, int> inPhase; ///< how many of them, for each phase that was reached
 };
 
-/// Counts a device's transfers and decides when its armed fault strikes. Not thread-safe: its device guards
-/// it.
+/// Counts a device's transfers and decides when its armed fault strikes. Its device guards it with a lock.
 class FaultPlan
 {
 public:

@@ -65,8 +65,7 @@ std::vector<std::uint8_t> build(const ImageOptions& options);
 /// A file entry: identifier, length of the contents, contents.
 std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
-/// The version file with the text @p text (version, comma, remark). The updater does not read its last four
-/// bytes.
+/// The version file with the text @p text (version, comma, remark). Its last four bytes are never read.
 std::vector<std::uint8_t> versionEntry(const std::string& text);
 
 /// A USB descriptor file with a device and a configuration descriptor.

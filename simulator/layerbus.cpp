@@ -20,7 +20,7 @@ std::wstring locationOf(int port)
     return L"7&1a2b3c" + std::to_wstring(port) + L"&0&0000";
 }
 
-/// One HID intershown. Open files keep it alive after it has left the tree.
+/// One HID interface. Open files keep it alive after it has left the tree.
 class LayerFunction : public HidFunction
 {
 public:
@@ -80,7 +80,7 @@ void LayerBus::detach(int port)
         tree.unplugAndWait(path);
 }
 
-/// The last interface is the only one that programs open, so it answers for the others.
+/// Programs open the last interface only, so it answers for the others.
 bool LayerBus::requestRemoval(int port, bool isHeld)
 {
     DWORD error = ERROR_SUCCESS;
@@ -98,7 +98,7 @@ std::wstring LayerBus::channelPath(int port) const
     return paths.empty() ? std::wstring() : paths.back();
 }
 
-/// The paths of the interfaces at @p port, in the order in which they came.
+/// The paths of the interfaces at @p port, in the order of their arrival.
 std::vector<std::wstring> LayerBus::pathsAt(int port) const
 {
     std::vector<std::wstring> paths;

@@ -27,9 +27,9 @@ public:
     static constexpr int leaveApplication = 0x0A; ///< a control request, like the next
     static constexpr int endOfProgramming = 0x05;
     static constexpr std::size_t statusOffset = 1; ///< in an answer
-    static constexpr std::uint8_t noData = 0x01;   ///< the status where nothing is prepared
+    static constexpr std::uint8_t noData = 0x01;   ///< the status if nothing is prepared
 
-    /// What differs from chip to chip, from the chips' documentation and not from the updater's table.
+    /// A known chip. The table is independent of the updater's, so that it can check that one.
     struct Model
     {
         int chipId;
@@ -43,8 +43,7 @@ public:
     };
     static const std::vector<Model>& models();
 
-    /// The memory that an image announces in its first two bytes, the sizes in bytes; all 0 without these
-    /// bytes.
+    /// The memory that an image announces in its first two bytes; sizes in bytes, 0 if there is none.
     struct Geometry
     {
         std::uint32_t memorySize = 0;

@@ -125,7 +125,7 @@ Transfer SimulatedDevice::get(int ofConnection, std::uint8_t* report, std::size_
     return Transfer::Done;
 }
 
-/// Lets @p fault strike at the transfer under way, the last of @p made.
+/// Does what @p fault does to the transfer under way, the last of @p made.
 /// @return the transfer's outcome; nothing if the chip gets it.
 std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& made)
 {
@@ -166,7 +166,7 @@ Transfer SimulatedDevice::vanish(bool comesBack)
     return Transfer::Gone;
 }
 
-/// The request is on a thread of its own, as a program may end the transfer under way before it answers.
+/// On a thread of its own, because a program may wait for the transfer under way before it answers.
 void SimulatedDevice::requestRemoval(bool isHeld)
 {
     const std::shared_future<void> removal = background.start([this, isHeld] {

@@ -14,7 +14,7 @@ class SimulatedPair
 public:
     struct Setup
     {
-        int generation = 1; ///< of the installed transmitter firmware, 1 or 2
+        int generation = 1; ///< of the installed transmitter firmware, from 1 on
         int chipId = 12;
         int revision = 2;
         /// The devices get the memory for which these two are built.
@@ -33,8 +33,7 @@ public:
     }
     void plugIn();
 
-    /// The path that opens a device's vendor-defined interface; empty if it is not plugged in or on another
-    /// bus.
+    /// The path that opens a device's vendor-defined interface; empty if it is unplugged or on another bus.
     std::wstring channelPath(DeviceType type) { return layerBus.channelPath(device(type).port()); }
 
 private:

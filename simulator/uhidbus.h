@@ -16,8 +16,7 @@
 class UhidBus : public Bus
 {
 public:
-    /// Why no device can be attached, such as "/dev/uhid: Permission denied"; empty if devices can be
-    /// attached.
+    /// Why no device can be attached, such as "/dev/uhid: Permission denied"; empty if nothing prevents it.
     static std::string obstacle();
 
     UhidBus() = default;

@@ -51,8 +51,7 @@ public:
     explicit SystemMenu(QWidget* window)
         : QMenu(window)
     {
-        // Windows are moved, sized and minimised by the desktop. The program's catalogues translate this
-        // text.
+        // The desktop moves, sizes and minimises windows. The program's catalogues have this text.
         addSeparator();
         insert(1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
     }

@@ -10,8 +10,7 @@ void opened(HWND window);
 /// @p window is gone; its identifier may be used again.
 void closed(HWND window);
 
-/// On false the last error is ERROR_INVALID_WINDOW_HANDLE, or ERROR_ACCESS_DENIED for another thread's
-/// window.
+/// If not, the last error is ERROR_INVALID_WINDOW_HANDLE or, for another thread's, ERROR_ACCESS_DENIED.
 bool isOfCurrentThread(HWND window);
 
 } // namespace ToolkitWindow
