@@ -24,6 +24,8 @@ InfoScreen::InfoScreen(QWidget* parent)
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);
 
+    // Screen readers read what has the focus.
+    ui->text->setFocusPolicy(Qt::StrongFocus);
     setFocusProxy(ui->text);
     ui->closeButton->hide();
     ui->backButton->hide();

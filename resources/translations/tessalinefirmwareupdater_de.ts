@@ -94,7 +94,7 @@
     </message>
     <message>
         <source>Last update was not completed. Please update again.</source>
-        <translation>Die letzte Aktualisierung wurde nicht abgeschlossen. Bitte aktualisieren Sie erneut.</translation>
+        <translation>Letzte Aktualisierung nicht abgeschlossen. Bitte erneut aktualisieren.</translation>
     </message>
     <message>
         <source>Unknown device</source>
