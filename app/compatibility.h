@@ -4,12 +4,12 @@
 
 #include "deviceinstance.h"
 
-/// What decides whether the archive's image for one kind of device may be written into it.
+/// What decides whether the archive's image for one kind of device may be written to it.
 struct UpdateCandidate
 {
     bool isConnected = false;
-    unsigned short devicePid = 0; ///< 0 where the device's identity is unknown
-    unsigned short imagePid = 0;  ///< 0 where the image's identity is unknown or there is no image
+    unsigned short devicePid = 0; ///< 0 if the device's identity is unknown
+    unsigned short imagePid = 0;  ///< 0 if the image's identity is unknown or there is no image
     bool hasImage = false;
 
     /// Whether device and image are known to be of different kinds.
@@ -18,25 +18,25 @@ struct UpdateCandidate
         return isConnected && imagePid != 0 && devicePid != 0 && devicePid != imagePid;
     }
 
-    /// Whether there is an image for the device that is not known to be for another one. A device of known
-    /// identity is not given an image of unknown identity.
+    /// Whether the archive has an image for the device. A device whose identity is known takes only an image
+    /// of the same identity.
     [[nodiscard]] bool canBeUpdated() const
     {
         return isConnected && (devicePid == 0 || devicePid == imagePid) && hasImage;
     }
 
-    /// Whether the user has to be asked before the device is updated.
+    /// Whether the user must confirm the update of the device.
     [[nodiscard]] bool isIdentityUnknown() const { return isConnected && devicePid == 0; }
 };
 
-/// The rules by which an update is offered, for a transmitter and a headset and the images that an archive
-/// holds for them.
+/// The rules that decide which updates the window offers, for a transmitter and a headset and the archive's
+/// images for them.
 struct Compatibility
 {
     UpdateCandidate transmitter;
     UpdateCandidate headset;
 
-    /// A device type that is neither stands for the headset.
+    /// Any type but the transmitter selects the headset.
     [[nodiscard]] const UpdateCandidate& of(DeviceType type) const
     {
         return type == DeviceType::Transmitter ? transmitter : headset;
@@ -63,7 +63,7 @@ struct Compatibility
         return transmitter.canBeUpdated() && headset.canBeUpdated();
     }
 
-    /// Whether an update is offered: one incompatible device forbids it for both.
+    /// Whether the window offers an update: one incompatible device forbids it for both.
     [[nodiscard]] bool isUpdateOffered() const
     {
         return !isAnyIncompatible() && (transmitter.canBeUpdated() || headset.canBeUpdated());

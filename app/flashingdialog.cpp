@@ -40,7 +40,7 @@ FlashingDialog::FlashingDialog(QWidget* parent)
 
 FlashingDialog::~FlashingDialog()
 {
-    // The reports of their ends no longer count.
+    // What they report while they end no longer counts.
     const QList<FirmwareUpdater*> allUpdaters =
         findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
     for (FirmwareUpdater* updater : allUpdaters)
@@ -48,13 +48,13 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // A task that is still stopping the service keeps the stopper alive, and starts the service again only at
-    // its end.
+    // A task that is still stopping the service has a copy of the stopper, and so starts the service only
+    // when it ends.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
-    // Left to the base class, they would outlive keepAwake.
+    // They must end before keepAwake does.
     qDeleteAll(allUpdaters);
 }
 
@@ -125,7 +125,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // Devices that fail while they are being started report before this.
+    // Devices that fail while they are being started have reported by now.
     endRunAfterLastReport();
 }
 

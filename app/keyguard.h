@@ -7,9 +7,9 @@
 class QKeyEvent;
 class QWidget;
 
-/// Keeps a key that was meant for one screen from pressing a button of the next: a key that is held presses
-/// nothing, nor does one within half a second of a screen's appearance. Covers every window of the program
-/// but menus, while the object lives. GUI thread only.
+/// Keeps a key that the user meant for one screen from pressing a button of the next: neither a key that is
+/// held nor one within half a second of a screen's appearance presses anything. While the object lives, it
+/// covers every window of the program except menus. GUI thread only.
 class KeyGuard : public QObject
 {
 public:

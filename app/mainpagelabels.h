@@ -11,17 +11,16 @@ namespace Ui {
 class MainWindowClass;
 }
 
-/// What the labels of the main page say about the connected devices and the archive. GUI thread only; form
-/// and controllers outlive the object.
+/// Writes the labels of the main page. GUI thread only; form and controllers must outlive the object.
 class MainPageLabels
 {
 public:
     MainPageLabels(const Ui::MainWindowClass& form, const DeviceController& devices,
                    const FirmwareController& archive);
 
-    /// Shows the version that the device of @p type runs, or that it cannot be read.
+    /// Shows the version that the device of @p type runs, or that the version is unknown.
     void showCurrentVersion(DeviceType type);
-    /// Shows that the device of @p type is gone; a colour of its label stays until the next arrival.
+    /// Shows that the device of @p type is gone. Its label keeps its colour until the next arrival.
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();

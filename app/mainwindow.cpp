@@ -157,7 +157,7 @@ void MainWindow::onFirmwareLoadedSuccessfully()
 
 void MainWindow::onFirmwareLoadingFailed()
 {
-    onFirmwareLoadedSuccessfully(); // shows what the controller now holds
+    onFirmwareLoadedSuccessfully(); // shows that no archive is loaded
     MessageBoxes::reportLoadingFailure(this);
 }
 
@@ -186,7 +186,7 @@ bool MainWindow::isUpdateConfirmed()
         return false;
     if (!compatibility().canBothBeUpdated() && !MessageBoxes::confirmSingleDevice(this))
         return false;
-    // Covers a device that was plugged in while a question was open.
+    // Also asks about a device that was plugged in while a question was open.
     return confirmUnknownIdentities(confirmed);
 }
 
@@ -338,7 +338,7 @@ void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
 void MainWindow::leaveFailureReport()
 {
     infoScreenLocked = false;
-    infoScreen->setFocus(); // the button that had it goes
+    infoScreen->setFocus(); // the button that has it is hidden next
     showMainPageOrStartScreen();
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         if (!deviceController->isConnected(type)) {

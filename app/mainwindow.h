@@ -23,9 +23,9 @@ class MainWindowClass;
 /// The application's only top-level window.
 ///
 /// Its central widget is one of two pages. The main page compares the connected devices with the loaded
-/// archive and starts an update; the info screen asks for devices, and after an update gives the pairing
-/// instructions or the failure report. The window's system menu offers "Override", which keeps the main page
-/// whatever is connected, and "About...". GUI thread only; device detection starts with the construction.
+/// archive and starts an update; the info screen asks for devices, and after an update shows the pairing
+/// instructions or the failure report. The window's system menu has the items "Override", which keeps the
+/// main page whatever is connected, and "About...". GUI thread only. The constructor starts device detection.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -34,8 +34,8 @@ public:
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    /// Loads the firmware archive at @p path before it returns and shows what it holds, or a warning box.
-    /// An empty path changes nothing.
+    /// Loads the firmware archive at @p path and shows its contents, or a warning box, before it returns. An
+    /// empty path changes nothing.
     void setFirmwareFilePath(const QString& path);
 
 protected:

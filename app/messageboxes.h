@@ -5,15 +5,15 @@ class QWidget;
 /// The boxes that the main window opens. Each call returns when the user has answered. GUI thread only.
 namespace MessageBoxes {
 
-/// Asks whether a device that cannot be identified is to be updated. @return whether it is.
+/// Asks whether to update a device that cannot be identified. @return whether the user agrees.
 [[nodiscard]] bool confirmUnknownIdentity(QWidget* window);
 
-/// Asks whether one device is to be updated alone. @return whether it is.
+/// Asks whether to update one device alone. @return whether the user agrees.
 [[nodiscard]] bool confirmSingleDevice(QWidget* window);
 
 void reportLoadingFailure(QWidget* window);
 
-/// Names the program and its version.
+/// Shows the program's name and version.
 void showAbout(QWidget* window);
 
 } // namespace MessageBoxes

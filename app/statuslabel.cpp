@@ -27,7 +27,7 @@ double contrast(const QColor& a, const QColor& b)
     return std::max(ratio, 1 / ratio);
 }
 
-/// Black or white has the contrast with any colour, so that the search ends.
+/// The search ends because black or white has this contrast with any colour.
 QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
 {
     const int desktopShade = qGray(desktop.rgb());

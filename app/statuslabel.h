@@ -4,7 +4,7 @@
 
 #include <QLabel>
 
-/// A label whose text may have a colour of its own. Where that colour has less than the contrast of 4.5 to 1
+/// A label whose text may have a colour of its own. If that colour has less than the contrast of 4.5 to 1
 /// that text needs (WCAG 2.1, 1.4.3), the label paints a background behind the text: the shade of grey
 /// nearest to the desktop's that has this contrast. Disabled text needs none.
 class StatusLabel : public QLabel

@@ -15,7 +15,7 @@ UINT insertPosition(HMENU menu)
 {
     const int count = GetMenuItemCount(menu);
     for (int position = 0; position < count; ++position) {
-        // One above Close is the separator that stands before it.
+        // The item above Close is a separator.
         if (GetMenuItemID(menu, position) == SC_CLOSE)
             return static_cast<UINT>(std::max(position - 1, 0));
     }

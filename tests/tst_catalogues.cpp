@@ -8,7 +8,7 @@
 
 namespace {
 
-/// From context and English text to the translation, which is empty where it is not finished.
+/// Maps context and English text to the translation, which is empty if it is not finished.
 using Texts = QMap<QPair<QString, QString>, QString>;
 
 Texts readCatalogue(const QString& path)
@@ -34,7 +34,7 @@ Texts readCatalogue(const QString& path)
     return texts;
 }
 
-/// What a translator would be given to translate.
+/// The texts that a translator gets.
 Texts textsInTheSources()
 {
     const QTemporaryDir folder;

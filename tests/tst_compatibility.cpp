@@ -1,4 +1,4 @@
-// The rules by which an update is offered.
+// The rules that decide which updates the window offers.
 
 #include <QtTest>
 

@@ -1,4 +1,4 @@
-// The end of an update at every moment: what the dialog waits for, and in which order it cleans up.
+// Closing the dialog at every moment of an update: what it waits for, and in which order it cleans up.
 
 #include <thread>
 
@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::uint32_t serviceWaitMs = 100;
 
-/// While it lives, the global pool has one thread. Occupied, it runs a task only for somebody who waits for
-/// it.
+/// While it lives, the global pool has one thread. While that is occupied, a task runs only when somebody
+/// waits for it.
 class BusyPool
 {
 public:
@@ -24,7 +24,7 @@ public:
         pool.setMaxThreadCount(QThread::idealThreadCount());
     }
 
-    /// Occupies the thread when it is through with the tasks it has.
+    /// Occupies the thread after the tasks that it has.
     void occupy()
     {
         pool.start([this] { end.acquire(); });
@@ -66,7 +66,7 @@ void TestDialogClosing::theEndpointsWaitForTheService()
     Run run("TH");
     BusyPool pool;
     for (const DeviceType type : bothTypes)
-        run.pair.device(type).unplug(); // fails at its start
+        run.pair.device(type).unplug(); // so that it fails at its start
     run.dialog->start();
     pool.occupy();
     TRY_VERIFY(run.closeButton()->isEnabled());

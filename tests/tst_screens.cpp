@@ -26,7 +26,7 @@ namespace {
 
 const QChar pseudoMark(0x014F);
 
-/// Every text half as long again.
+/// Makes every text half as long again.
 class PseudoLanguage : public QTranslator
 {
 public:
@@ -76,7 +76,7 @@ bool isTabStop(const QWidget& widget)
     return (widget.focusPolicy() & Qt::TabFocus) == Qt::TabFocus && widget.isEnabled() && widget.isVisible();
 }
 
-/// Looks a screen over and keeps what is wrong with it.
+/// Inspects screens and collects what is wrong with them.
 class Inspector
 {
 public:
@@ -89,7 +89,7 @@ public:
         screen = &inspected;
         isBox = qobject_cast<QMessageBox*>(screen);
         if (qobject_cast<QMenu*>(screen))
-            return; // it is as large as its texts by itself
+            return; // Qt makes it large enough for its texts
         for (auto* const widget : screen->findChildren<QWidget*>()) {
             if (widget->isVisible())
                 inspectWidget(*widget);
@@ -125,7 +125,7 @@ private:
         requireTranslation(text);
     }
 
-    /// In the pseudo-language: words that are neither names nor versions nor Qt's went through a translator.
+    /// Requires that in the pseudo-language all texts but names, versions and Qt's own are translated.
     void requireTranslation(const QString& text)
     {
         static const QRegularExpression isName(
@@ -151,7 +151,7 @@ private:
         }
         if (isTabStop(widget))
             require(!accessibleText(&widget, QAccessible::Name).isEmpty(), widget.objectName() + noName);
-        else if (qobject_cast<QProgressBar*>(&widget)) // whose value would pass for a name
+        else if (qobject_cast<QProgressBar*>(&widget)) // Qt takes its value for the name
             require(!widget.accessibleName().isEmpty(), widget.objectName() + noName);
     }
 
@@ -181,7 +181,7 @@ private:
             if (isTabStop(*stop))
                 places << std::make_pair(place.y(), place.x());
         }
-        require(std::is_sorted(places.begin(), places.end()), "the tab order is not that of reading");
+        require(std::is_sorted(places.begin(), places.end()), "the tab order is not the reading order");
     }
 
     void inspectButtons()
@@ -192,15 +192,15 @@ private:
         if (!close || !close->isVisible())
             return;
         require(close->isDefault() && close->autoDefault(), "Close is not the default");
-        require(!close->isEnabled() || screen->focusWidget() == close, "Enter does not lead on");
+        require(!close->isEnabled() || screen->focusWidget() == close, "Close does not have the focus");
         auto* const back = screen->findChild<QPushButton*>(QStringLiteral("backButton"));
         require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default");
 
-        // What the run came to is told with the button that has the focus.
-        const QString told = accessibleText(close, QAccessible::Description);
+        // A screen reader reads the result with the button that has the focus.
+        const QString description = accessibleText(close, QAccessible::Description);
         for (const char* const name : {"text", "transmitterInfoLabel", "headsetInfoLabel"}) {
             const auto* const label = screen->findChild<QLabel*>(QLatin1String(name));
-            require(!label || told.contains(label->text()), "the outcome is not told");
+            require(!label || description.contains(label->text()), "Close does not describe the result");
         }
     }
 
@@ -285,7 +285,7 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
     run.drive();
     QVERIFY2(loop.exec() == 0, qPrintable(log.lines().join(QLatin1Char('\n'))));
     QVERIFY2(inspector.complaints.isEmpty(), qPrintable(inspector.complaints.join(QLatin1Char('\n'))));
-    screens.remove(QStringLiteral("updating")); // in virtual time it may pass unseen
+    screens.remove(QStringLiteral("updating")); // in virtual time it may be over before it is seen
     QCOMPARE(screens.size(), 17);
 }
 

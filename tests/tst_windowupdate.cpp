@@ -1,4 +1,4 @@
-// An update in the main window, from the questions before it to the screen after it.
+// An update from the main window, with the questions before it and the screen after it.
 
 #include <thread>
 
@@ -159,7 +159,7 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
     QTimer::singleShot(0, &desk.window,
                        [&] { QTest::mouseClick(desk.screen()->closeButton(), Qt::LeftButton); });
-    QCOMPARE(QApplication::exec(), 0); // which ends with the window
+    QCOMPARE(QApplication::exec(), 0); // ends with the window
     QVERIFY(desk.window.isHidden());
 }
 
@@ -204,7 +204,7 @@ void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
         "VYNT1 FIRMWARE|Update was unsuccessful.\n"_s + reason + "\n| Back Close@closeButton"_s;
     QCOMPARE(desk.screenState(), state);
 
-    // Whatever comes and goes, the report stays until the user leaves it.
+    // The report is shown until the user leaves it, whatever is plugged in or out.
     for (const DeviceType type : bothTypes)
         desk.pair.device(type).clearFault();
     desk.plug('H', true);

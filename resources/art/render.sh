@@ -1,6 +1,6 @@
 #!/bin/sh
-# Renders the drawings of this folder to the pictures that are compiled into the program. Each picture also gets
-# a variant of twice the size ("@2x"), which Qt takes on screens with two device pixels per pixel.
+# Renders the drawings of this folder as the pictures that are compiled into the program. Each picture also gets
+# a variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel.
 # Run it after changing a drawing and commit the results.
 set -eu
 cd "$(dirname "$0")"
@@ -33,6 +33,6 @@ for scene in startscreen pairinginstructions; do
     render_scene "$scene" vynt1 VYNT1
     render_scene "$scene" vynt2 VYNT2
 done
-# Without row filters, drawings as flat as these take two thirds of the bytes and half of the time to decode, which
-# the user waits for when the program starts.
+# Without row filters these flat drawings take two thirds of the bytes and half of the time to decode, which shortens
+# the start of the program.
 optipng -quiet -strip all -f0 -zc9 -zm9 -zs0,1 ../images/*.png ../icons/*.png ../MarovexLogo.png

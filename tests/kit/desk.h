@@ -16,10 +16,10 @@
 #include "utilities.h"
 #include "windowstate.h"
 
-/// How long a thread that reads a device sleeps between two queries.
+/// The sleep between two queries of a thread that reads a device.
 constexpr std::uint32_t memoryReadMs = 100;
 
-/// The updater on a computer that has nothing plugged in yet.
+/// The updater on a computer with nothing plugged in yet.
 struct Desk : PairedComputer
 {
     explicit Desk(const QByteArray& steps = QByteArray())
@@ -53,8 +53,8 @@ struct Desk : PairedComputer
         }
     }
 
-    /// An archive with an image for a transmitter of that generation, 0 for none, and maybe one for a
-    /// headset.
+    /// Writes an archive with an image for a transmitter of @p generation, 0 for none, and maybe one for a
+    /// headset. @return its path.
     QString archive(int generation, bool hasHeadset)
     {
         std::vector<ArchiveEntry> entries{{"ReleaseNotes.txt"_s, "<b>New</b>\nand better"}};
@@ -79,7 +79,7 @@ struct Desk : PairedComputer
         const char* const failure =
             "Error while loading firmware|Firmware cannot be loaded. File may be corrupted or "
             "not supported.\nTry to download it once again.||";
-        QString nameInBox; // the page already shows what there is
+        QString nameInBox; // empty, because the page is refreshed before
         User user({[&](QWidget& modal) {
             nameInBox = find(*mainPage, "firmwareFileName")->text();
             return User::press("OK"_s)(modal);
@@ -138,7 +138,7 @@ struct Desk : PairedComputer
         return items.join(QLatin1Char(' '));
     }
 
-    /// Presses Update as soon as possible and acts from then on. @return whether all was done.
+    /// Presses Update as soon as possible, then does the acts. @return whether all were done.
     bool update(const std::vector<User::Act>& acts)
     {
         auto* const button = find<QPushButton>(*mainPage, "updateButton");
@@ -189,7 +189,7 @@ struct Desk : PairedComputer
     QWidget* const mainPage = findMainPage();
 
 private:
-    /// It is the window's child only while it is shown.
+    /// The page is the window's child only while it is shown.
     static QWidget* findMainPage()
     {
         const QWidgetList all = QApplication::allWidgets();

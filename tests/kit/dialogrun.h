@@ -23,7 +23,7 @@ inline bool canSessionEnd()
     return answer != FALSE;
 }
 
-/// A dialog with devices that are plugged in, on a window of its own.
+/// A dialog with devices that are plugged in, and a window as its parent.
 struct Run : PairedComputer
 {
     explicit Run(const QByteArray& letters)
@@ -80,7 +80,7 @@ struct Run : PairedComputer
     QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
 
     bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
-    /// Whether the computer is kept awake, and a user who wants to end the session is told why not.
+    /// Whether the computer is kept awake, and a user who wants to end the session sees the reason.
     bool isAwake()
     {
         const SimulatedSession& session = machine.session();

@@ -13,6 +13,7 @@
 #include <windows.h>
 
 #include "waiting.h"
+#include "windowstate.h"
 
 /// Lets the computer's clock run on until a new screen takes keys.
 inline void letScreenSettle()
@@ -60,7 +61,7 @@ public:
         };
     }
 
-    QStringList boxes; ///< what the message boxes said
+    QStringList boxes; ///< texts of the message boxes, with oddities
 
 private:
     void look()
@@ -73,7 +74,8 @@ private:
             lastBox = modal;
             boxes << QStringList{box->windowTitle(), box->text(), box->informativeText(),
                                  box->defaultButton() ? box->defaultButton()->text() : QString()}
-                         .join(QLatin1Char('|'));
+                             .join(QLatin1Char('|')) +
+                         WindowState::oddities(*box);
         }
         if (isDone() || watch.elapsed() > patienceMs) {
             boxes << QStringLiteral("nobody acts on: %1").arg(modal->windowTitle());

@@ -14,8 +14,8 @@
 
 #include "literals.h"
 
-/// What a user and a screen reader get of a window, as text. What is as it always is on every screen is left
-/// out; `oddities` reports where it is not.
+/// What a user and a screen reader get of a window, as text. Features that are the same on every screen are
+/// left out; `oddities` reports those that are not.
 namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
@@ -99,12 +99,13 @@ inline QStringList odditiesOf(const QLabel& label)
 /// Lays out what has changed in a window.
 inline void layOut()
 {
-    constexpr int layoutsDeep = 4; // each asks its parent's to follow
+    constexpr int layoutsDeep = 4; // each posts a request to the one around it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
 
-/// What is not as it always is on @p widget and below it.
+/// Reports children of @p widget, at any depth, whose geometry, background, accessible name or description is
+/// not as it must be on every screen.
 inline QString oddities(const QWidget& widget)
 {
     layOut();
