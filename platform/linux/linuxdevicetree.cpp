@@ -63,32 +63,40 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
 {
     const auto descriptor =
         ReportDescriptor::parse(description.reportDescriptor.data(), description.reportDescriptor.size());
-    const auto device = std::make_shared<HidrawDevice>(description.devicePath);
-    Interface interface {
-        description, {}
-    };
     std::vector<std::shared_ptr<const DeviceNode>> added;
-    for (DeviceNode& node : nodesOf(description, descriptor, device)) {
-        const auto newcomer = add(std::move(node));
-        if (!newcomer)
-            return;
-        added.push_back(newcomer);
-        interface.paths.push_back(newcomer->interfacePath);
+    bool isRetry = false;
+    {
+        // As soon as a node is added, it may be opened; noteOutcome() then waits for the interface.
+        const std::lock_guard<std::mutex> guard(mutex);
+        added = addNodes(description, descriptor);
+        isRetry = loggedRefusals.count(description.systemPath) > 0;
     }
     if (added.empty())
         return;
-    bool isRetry = false;
-    {
-        const std::lock_guard<std::mutex> guard(mutex);
-        interfaces[description.systemPath] = std::move(interface);
-        isRetry = loggedRefusals.count(description.systemPath) > 0;
-    }
     if (!descriptor.fault.empty() && !isRetry)
         log("The report descriptor of " + textOf(added.front()->instanceId) + " " + descriptor.fault);
     for (const auto& newcomer : added) {
         for (const auto& observer : listening())
             static_cast<void>(observer->hear(DBT_DEVICEARRIVAL, *newcomer));
     }
+}
+
+/// The mutex is held. @return nothing if the interface's nodes are present already.
+std::vector<std::shared_ptr<const DeviceNode>> LinuxDeviceTree::addNodes(const HidrawInterface& description,
+                                                                         const ReportDescriptor& descriptor)
+{
+    const auto device = std::make_shared<HidrawDevice>(description.devicePath);
+    std::vector<std::shared_ptr<const DeviceNode>> added;
+    std::vector<std::wstring> paths;
+    for (DeviceNode& node : nodesOf(description, descriptor, device)) {
+        const auto newcomer = add(std::move(node));
+        if (!newcomer)
+            return {};
+        added.push_back(newcomer);
+        paths.push_back(newcomer->interfacePath);
+    }
+    interfaces[description.systemPath] = {description, paths};
+    return added;
 }
 
 void LinuxDeviceTree::left(const std::string& systemPath)
@@ -162,8 +170,10 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
         if (opened == interfaces.end())
             return;
         opened->second.refusal = error;
-        if (error == ERROR_SUCCESS)
+        if (error == ERROR_SUCCESS) {
+            loggedRefusals.erase(opened->first);
             return;
+        }
         logOnce(opened->second, node->instanceId);
     }
     monitor->retry();

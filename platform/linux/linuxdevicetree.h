@@ -38,6 +38,8 @@ private:
 
     void start() override;
     void arrived(const HidrawInterface& description);
+    std::vector<std::shared_ptr<const DeviceNode>> addNodes(const HidrawInterface& description,
+                                                            const ReportDescriptor& descriptor);
     void left(const std::string& systemPath);
     void removeNodes(const std::vector<std::wstring>& paths);
     bool retryRefused();
