@@ -13,7 +13,7 @@ target_compile_options(updater_options INTERFACE
     -Wall -Wextra -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual)
 target_compile_definitions(updater_options INTERFACE
     UNICODE _UNICODE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_MESSAGELOGCONTEXT
-    QT_DEPRECATED_WARNINGS)
+    QT_DEPRECATED_WARNINGS _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN)
 if(WIN32)
     # Programs do not tell where and when they were built.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
@@ -21,7 +21,7 @@ if(WIN32)
     add_link_options(-Wl,--no-insert-timestamp)
     # Otherwise zlib would be a DLL to ship.
     set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
-    target_compile_definitions(updater_options INTERFACE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN QT_STATIC QUAZIP_STATIC)
+    target_compile_definitions(updater_options INTERFACE QT_STATIC QUAZIP_STATIC)
 endif()
 if(UPDATER_SANITIZE)
     target_compile_options(updater_options INTERFACE

@@ -5,8 +5,12 @@
 
 #include <windows.h>
 
+#include <winioctl.h>
+
+extern "C" {
 #include <hidclass.h>
 #include <hidsdi.h>
+}
 
 #include "abstracthiddevice.h"
 #include "devicedetector.h"

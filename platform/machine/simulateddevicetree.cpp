@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <windows.h>
+
 #include <dbt.h>
 
 namespace {

@@ -1,5 +1,7 @@
 // The service control manager.
 
+#include <windows.h>
+
 #include <winsvc.h>
 
 #include <cstring>

@@ -1,8 +1,14 @@
 // HID class and parser; device control.
 
+#include <windows.h>
+
+#include <winioctl.h>
+
+extern "C" {
 #include <hidsdi.h>
 
 #include <hidclass.h>
+}
 
 #include <algorithm>
 #include <mutex>

@@ -1,5 +1,7 @@
 // Processes.
 
+#include <windows.h>
+
 #include <tlhelp32.h>
 
 #include <psapi.h>

@@ -4,6 +4,8 @@
 #include <future>
 #include <utility>
 
+#include <windows.h>
+
 #include <dbt.h>
 
 #include "devicetree.h"

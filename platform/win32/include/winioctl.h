@@ -1,3 +1,8 @@
-// Device control codes. The one that the program uses is the HID class driver's; the genuine header of that
-// one needs this one before it.
 #pragma once
+#pragma GCC system_header
+
+#include <windows.h>
+
+#define Unknown UnknownMediaType // the devices have an enumerator of that name
+#include_next <winioctl.h>
+#undef Unknown

@@ -1,4 +1,0 @@
-// Control codes of the HID class driver.
-#pragma once
-
-#define IOCTL_HID_GET_FEATURE 0x000B0192
