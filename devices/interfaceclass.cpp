@@ -10,6 +10,9 @@
 extern "C" {
 #include <hidsdi.h>
 }
+#include <initguid.h>
+
+#include <usbiodef.h>
 
 namespace {
 
@@ -17,9 +20,6 @@ namespace {
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
-
-constexpr GUID usbDeviceInterfaceClass = {
-    0xA5DCBF10, 0x6530, 0x11D2, {0x90, 0x1F, 0x00, 0xC0, 0x4F, 0xB9, 0x51, 0xED}};
 
 constexpr std::size_t maxTextLength = 260; // device instance identifiers and the properties read here
 
@@ -101,7 +101,7 @@ InterfaceKind interfaceKindOf(const GUID& guid)
 {
     if (guid == interfaceClassGuid(InterfaceKind::Hid))
         return InterfaceKind::Hid;
-    return guid == usbDeviceInterfaceClass ? InterfaceKind::UsbDevice : InterfaceKind::None;
+    return guid == GUID_DEVINTERFACE_USB_DEVICE ? InterfaceKind::UsbDevice : InterfaceKind::None;
 }
 
 } // namespace
@@ -111,7 +111,7 @@ GUID interfaceClassGuid(InterfaceKind kind)
     GUID guid = {};
     if (kind == InterfaceKind::Hid)
         HidD_GetHidGuid(&guid);
-    return kind == InterfaceKind::UsbDevice ? usbDeviceInterfaceClass : guid;
+    return kind == InterfaceKind::UsbDevice ? GUID_DEVINTERFACE_USB_DEVICE : guid;
 }
 
 std::wstring toLowerAscii(std::wstring text)

@@ -11,57 +11,25 @@
 
 #include <mmdeviceapi.h>
 
+#include <initguid.h>
+
+#include <functiondiscoverykeys_devpkey.h>
+
 #include "compointer_p.h"
-
-// A COM interface has no destructor: a virtual one would take places in its method table.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-
-/// The system's undocumented interface to its sound settings: of its operations only the thirteenth, counting
-/// those of IUnknown, is of use here. The others hold their places in the method table.
-struct IPolicyConfiguration : public IUnknown
-{
-    virtual HRESULT STDMETHODCALLTYPE operation4() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation5() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation6() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation7() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation8() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation9() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation10() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation11() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation12() = 0;
-    virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) = 0;
-};
-
-#pragma GCC diagnostic pop
+#include "policyconfiguration.h"
 
 namespace {
 
 using Defaults = std::multimap<std::wstring, int>;
 
-constexpr IID unknownInterface = {
-    0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
-constexpr CLSID enumeratorClass = {
-    0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
-constexpr IID enumeratorInterface = {
-    0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
-constexpr CLSID policyConfigurationClass = {
-    0x294935CE, 0xF637, 0x4E7C, {0xA4, 0x1B, 0xAB, 0x25, 0x54, 0x60, 0xB8, 0x62}};
-constexpr IID policyConfigurationInterface = {
-    0x568B9108, 0x44BF, 0x40B4, {0x90, 0x06, 0x86, 0xAF, 0xE5, 0xB5, 0xA6, 0x20}};
-
-/// The friendly name of a device interface, which is the audio adapter's.
-constexpr PROPERTYKEY adapterFriendlyName = {
-    {0x026E516E, 0xB814, 0x414B, {0x83, 0xCD, 0x85, 0x6D, 0x6F, 0xEF, 0x48, 0x22}}, 2};
-
 /// Everything but endpoints whose adapter is not there.
 constexpr DWORD presentStates = DEVICE_STATE_ACTIVE | DEVICE_STATE_DISABLED | DEVICE_STATE_UNPLUGGED;
 
 template <typename Interface>
-[[nodiscard]] HRESULT createObject(REFCLSID classId, REFIID interfaceId, ComPointer<Interface>& object)
+[[nodiscard]] HRESULT createObject(REFCLSID classId, ComPointer<Interface>& object)
 {
     void* created = nullptr;
-    HRESULT result = CoCreateInstance(classId, nullptr, CLSCTX_ALL, unknownInterface, &created);
+    HRESULT result = CoCreateInstance(classId, nullptr, CLSCTX_ALL, __uuidof(IUnknown), &created);
     ComPointer<IUnknown> unknown;
     unknown.reset(static_cast<IUnknown*>(created));
     if (SUCCEEDED(result))
@@ -69,7 +37,7 @@ template <typename Interface>
     if (FAILED(result))
         return result;
     void* queried = nullptr;
-    result = unknown.get()->QueryInterface(interfaceId, &queried);
+    result = unknown.get()->QueryInterface(__uuidof(Interface), &queried);
     object.reset(static_cast<Interface*>(queried));
     return result;
 }
@@ -81,7 +49,7 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
         return std::nullopt;
     PROPVARIANT name = {};
     const std::unique_ptr<PROPVARIANT, decltype(&PropVariantClear)> clearing(&name, &PropVariantClear);
-    if (FAILED(properties.call(&IPropertyStore::GetValue, adapterFriendlyName, &name)))
+    if (FAILED(properties.call(&IPropertyStore::GetValue, PKEY_DeviceInterface_FriendlyName, &name)))
         return std::nullopt;
     if (name.vt != VT_LPWSTR || !name.pwszVal)
         return std::nullopt;
@@ -99,7 +67,7 @@ std::wstring normalised(const std::wstring& name)
 void makeDefault(LPCWSTR endpointId, ERole role)
 {
     ComPointer<IPolicyConfiguration> policy;
-    if (FAILED(createObject(policyConfigurationClass, policyConfigurationInterface, policy)))
+    if (FAILED(createObject(__uuidof(PolicyConfigurationClient), policy)))
         return;
     // Nothing can be done about a failure: the user's choice in the sound settings remains.
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
@@ -129,7 +97,7 @@ Defaults record(EDataFlow flow)
 {
     Defaults defaults;
     ComPointer<IMMDeviceEnumerator> enumerator;
-    if (FAILED(createObject(enumeratorClass, enumeratorInterface, enumerator)))
+    if (FAILED(createObject(__uuidof(MMDeviceEnumerator), enumerator)))
         return defaults;
     for (const ERole role : {eConsole, eMultimedia, eCommunications}) {
         ComPointer<IMMDevice> endpoint;
@@ -145,7 +113,7 @@ Defaults record(EDataFlow flow)
 void apply(EDataFlow flow, Defaults defaults)
 {
     ComPointer<IMMDeviceEnumerator> enumerator;
-    if (FAILED(createObject(enumeratorClass, enumeratorInterface, enumerator)))
+    if (FAILED(createObject(__uuidof(MMDeviceEnumerator), enumerator)))
         return;
     ComPointer<IMMDeviceCollection> endpoints;
     if (FAILED(enumerator.call(&IMMDeviceEnumerator::EnumAudioEndpoints, flow, presentStates,

@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <cfgmgr32.h>
 #include <dbt.h>
 #include <mmdeviceapi.h>
 #include <psapi.h>
@@ -15,23 +14,16 @@
 #include "hidnode.h"
 #include "leavesnothing.h"
 #include "literals.h"
+#include "policyconfiguration.h"
 #include "toolkitwindow.h"
 #include "waiting.h"
 
 using Broadcasts = SimulatedDeviceTree::Broadcasts;
-using Call = bool (*)();
 Q_DECLARE_METATYPE(Broadcasts)
-Q_DECLARE_METATYPE(Call)
-Q_DECLARE_METATYPE(SystemCall)
 
 namespace {
 
 constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
-constexpr CLSID enumeratorClass = {
-    0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
-constexpr IID enumeratorInterface = {
-    0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
-
 /// What the windows of this test got.
 QStringList messages;
 UINT refused; ///< this message
@@ -96,25 +88,8 @@ HANDLE open(const std::wstring& path)
 
 HRESULT createEnumerator(IMMDeviceEnumerator** enumerator)
 {
-    return CoCreateInstance(enumeratorClass, nullptr, CLSCTX_ALL, enumeratorInterface,
+    return CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL, __uuidof(IMMDeviceEnumerator),
                             reinterpret_cast<void**>(enumerator));
-}
-
-/// Runs @p read with the one device of the set of all HID devices.
-template <typename Read>
-bool readDevice(Read read)
-{
-    const HDEVINFO set =
-        SetupDiGetClassDevsW(&hidInterfaceClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
-    if (set == INVALID_HANDLE_VALUE)
-        return false;
-    SP_DEVINFO_DATA device = {};
-    device.cbSize = sizeof(device);
-    const bool isRead = SetupDiEnumDeviceInfo(set, 0, &device) && read(set, device);
-    const DWORD error = GetLastError();
-    SetupDiDestroyDeviceInfoList(set);
-    SetLastError(error);
-    return isRead;
 }
 
 } // namespace
@@ -137,11 +112,10 @@ private Q_SLOTS:
     void broadcastsComeInAnyOrderAndNumber();
     void aBroadcastUnderWayKeepsItsNotificationsValue();
     void pathsAreEnumeratedInLowerCaseOnly();
-    void theNthCallFails_data();
-    void theNthCallFails();
     void processesShowWhatTheAccessAllows();
     void windowsBelongToTheirThreads();
     void comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService();
+    void theThirteenthOperationSetsTheDefaultEndpoint();
 };
 
 void TestLayer::theLowestFreeHandleValueIsUsedNext()
@@ -241,76 +215,20 @@ void TestLayer::pathsAreEnumeratedInLowerCaseOnly()
     QCOMPARE(hidNode(identity).interfacePath,
              std::wstring(L"\\\\?\\HID#VID_7A31&PID_0006&MI_03&Col01#7&1a2b3c&0&0000#"
                           L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
-    std::wstring path(200, L'\0');
-    const bool isRead = readDevice([&](HDEVINFO set, SP_DEVINFO_DATA&) {
-        SP_DEVICE_INTERFACE_DATA data = {};
-        data.cbSize = sizeof(data);
-        std::vector<BYTE> buffer(sizeof(DWORD) + path.size() * sizeof(wchar_t));
-        auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
-        detail->cbSize = sizeof(*detail);
-        const auto bytes = static_cast<DWORD>(buffer.size());
-        if (!SetupDiEnumDeviceInterfaces(set, nullptr, &hidInterfaceClass, 0, &data) ||
-            !SetupDiGetDeviceInterfaceDetailW(set, &data, detail, bytes, nullptr, nullptr))
-            return false;
-        path = reinterpret_cast<const wchar_t*>(buffer.data() + sizeof(DWORD));
-        return true;
-    });
-    QVERIFY(isRead);
+    const HDEVINFO set =
+        SetupDiGetClassDevsW(&hidInterfaceClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    SP_DEVICE_INTERFACE_DATA data = {};
+    data.cbSize = sizeof(data);
+    QVERIFY(SetupDiEnumDeviceInterfaces(set, nullptr, &hidInterfaceClass, 0, &data));
+    std::vector<BYTE> buffer(1000);
+    auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
+    detail->cbSize = sizeof(*detail);
+    QVERIFY(SetupDiGetDeviceInterfaceDetailW(set, &data, detail, static_cast<DWORD>(buffer.size()), nullptr,
+                                             nullptr));
+    const std::wstring path = reinterpret_cast<const wchar_t*>(buffer.data() + sizeof(DWORD));
+    QVERIFY(SetupDiDestroyDeviceInfoList(set));
     QCOMPARE(path, std::wstring(L"\\\\?\\hid#vid_7a31&pid_0006&mi_03&col01#7&1a2b3c&0&0000#"
                                 L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
-}
-
-void TestLayer::theNthCallFails_data()
-{
-    QTest::addColumn<SystemCall>("call");
-    QTest::addColumn<Call>("succeeds"); // leaves nothing open
-    const auto row = [](const char* name, SystemCall call, Call succeeds) {
-        QTest::newRow(name) << call << succeeds;
-    };
-    row("CreateEventW", SystemCall::CreateEventW,
-        [] { return CloseHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr)) != FALSE; });
-    row("CreateThread", SystemCall::CreateThread, [] {
-        const auto run = [](LPVOID) -> DWORD { return 0; };
-        const HANDLE thread = CreateThread(nullptr, 0, run, nullptr, 0, nullptr);
-        return thread && WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0 && CloseHandle(thread);
-    });
-    row("CreateWindowExW", SystemCall::CreateWindowExW, [] { return DestroyWindow(newWindow()) != FALSE; });
-    row("RegisterDeviceNotificationW", SystemCall::RegisterDeviceNotificationW, [] {
-        const HWND window = newWindow();
-        const HDEVNOTIFY notification = watchHid(window);
-        DestroyWindow(window);
-        return notification && UnregisterDeviceNotification(notification);
-    });
-    row("SetupDiGetClassDevsW", SystemCall::SetupDiGetClassDevsW,
-        [] { return readDevice([](HDEVINFO, SP_DEVINFO_DATA&) { return true; }); });
-    row("SetupDiGetDeviceInstanceIdW", SystemCall::SetupDiGetDeviceInstanceIdW, [] {
-        return readDevice([](HDEVINFO set, SP_DEVINFO_DATA& device) {
-            wchar_t text[200];
-            return SetupDiGetDeviceInstanceIdW(set, &device, text, 200, nullptr) != FALSE;
-        });
-    });
-    row("SetupDiGetDeviceRegistryPropertyW", SystemCall::SetupDiGetDeviceRegistryPropertyW, [] {
-        return readDevice([](HDEVINFO set, SP_DEVINFO_DATA& device) {
-            BYTE text[800];
-            return SetupDiGetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID, nullptr, text,
-                                                     sizeof(text), nullptr) != FALSE;
-        });
-    });
-    row("CMP_WaitNoPendingInstallEvents", SystemCall::CMP_WaitNoPendingInstallEvents,
-        [] { return CMP_WaitNoPendingInstallEvents(0) == WAIT_OBJECT_0; });
-}
-
-void TestLayer::theNthCallFails()
-{
-    QFETCH(SystemCall, call);
-    QFETCH(Call, succeeds);
-    Computer computer;
-    computer.tree.plug(hidNode(identity));
-    computer.machine.faults.fail(call, 2, ERROR_GEN_FAILURE);
-    QVERIFY(succeeds());
-    QVERIFY(!succeeds());
-    QVERIFY(succeeds());
-    QCOMPARE(computer.machine.faults.counted(call), 3);
 }
 
 void TestLayer::processesShowWhatTheAccessAllows()
@@ -357,6 +275,25 @@ void TestLayer::comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService()
     QCOMPARE(computer.machine.serviceManager().start(L"audiosrv"), DWORD(ERROR_SUCCESS));
     QCOMPARE(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, &endpoint), E_NOTFOUND);
     enumerator->Release();
+    OleUninitialize();
+}
+
+void TestLayer::theThirteenthOperationSetsTheDefaultEndpoint()
+{
+    using SetDefault = HRESULT(STDMETHODCALLTYPE*)(void* object, LPCWSTR id, ERole role);
+    Computer computer;
+    computer.machine.audioEndpoints().add({L"speakers", L"Adapter"});
+    QCOMPARE(OleInitialize(nullptr), S_OK);
+    void* object = nullptr;
+    QCOMPARE(CoCreateInstance(__uuidof(PolicyConfigurationClient), nullptr, CLSCTX_ALL,
+                              __uuidof(IPolicyConfiguration), &object),
+             S_OK);
+    const auto* const methods = *static_cast<SetDefault**>(object);
+    QCOMPARE(methods[12](object, L"speakers", eCommunications), S_OK);
+    const auto set = computer.machine.audioEndpoints().defaultsSet();
+    QCOMPARE(set.size(), std::size_t(1));
+    QCOMPARE(set[0].role, eCommunications);
+    static_cast<IPolicyConfiguration*>(object)->Release();
     OleUninitialize();
 }
 

@@ -1,6 +1,12 @@
 // COM, and the audio system's objects.
 
+#include <windows.h>
+
 #include <mmdeviceapi.h>
+
+#include <initguid.h>
+
+#include <functiondiscoverykeys_devpkey.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -8,48 +14,12 @@
 
 #include "machine.h"
 #include "openobjects.h"
+#include "policyconfiguration.h"
 
 // COM's interfaces have no destructor: a virtual one would take places in their method tables.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// The system's undocumented interface to the default endpoints. Callers have to declare it themselves; word
-/// for word alike, or the types differ for the undefined-behaviour sanitizer.
-struct IPolicyConfiguration : public IUnknown
-{
-    virtual HRESULT STDMETHODCALLTYPE operation4() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation5() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation6() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation7() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation8() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation9() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation10() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation11() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation12() = 0;
-    virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) = 0;
-};
-
 namespace {
-
-constexpr GUID unknownInterface = {
-    0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
-constexpr GUID enumeratorClass = {
-    0xBCDE0395, 0xE52F, 0x467C, {0x8E, 0x3D, 0xC4, 0x57, 0x92, 0x91, 0x69, 0x2E}};
-constexpr GUID enumeratorInterface = {
-    0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
-constexpr GUID collectionInterface = {
-    0x0BD7A1BE, 0x7A1A, 0x44DB, {0x83, 0x97, 0xCC, 0x53, 0x92, 0x38, 0x7B, 0x5E}};
-constexpr GUID deviceInterface = {
-    0xD666063F, 0x1587, 0x4E43, {0x81, 0xF1, 0xB9, 0x48, 0xE8, 0x07, 0x36, 0x3F}};
-constexpr GUID propertyStoreInterface = {
-    0x886D8EEB, 0x8CF2, 0x4446, {0x8D, 0x02, 0xCD, 0xBA, 0x1D, 0xBD, 0xCF, 0x99}};
-constexpr GUID policyConfigurationClass = {
-    0x294935CE, 0xF637, 0x4E7C, {0xA4, 0x1B, 0xAB, 0x25, 0x54, 0x60, 0xB8, 0x62}};
-constexpr GUID policyConfigurationInterface = {
-    0x568B9108, 0x44BF, 0x40B4, {0x90, 0x06, 0x86, 0xAF, 0xE5, 0xB5, 0xA6, 0x20}};
-
-/// The friendly name of a device interface, here of the audio adapter's.
-constexpr PROPERTYKEY interfaceFriendlyName = {
-    {0x026E516E, 0xB814, 0x414B, {0x83, 0xCD, 0x85, 0x6D, 0x6F, 0xEF, 0x48, 0x22}}, 2};
 
 std::atomic<std::size_t> liveObjects{0};
 thread_local int initialisations = 0; // of COM, on this thread
@@ -80,7 +50,7 @@ HRESULT begin(AudioFunction function, Output* output)
 
 /// An object with one interface beside IUnknown, and what it shows of the audio system. It begins with one
 /// reference, the creator's.
-template <typename Interface, const IID& interfaceId, typename Shown = std::nullptr_t>
+template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {
 public:
@@ -110,7 +80,7 @@ public:
 
     HRESULT give(REFIID riid, void** object)
     {
-        if (riid != unknownInterface && riid != interfaceId)
+        if (riid != __uuidof(IUnknown) && riid != __uuidof(Interface))
             return E_NOINTERFACE;
         AddRef();
         *object = static_cast<Interface*>(this);
@@ -127,7 +97,7 @@ private:
 };
 
 /// The properties of one endpoint, to be read only.
-class PropertyStore final : public ComObject<IPropertyStore, propertyStoreInterface, AudioEndpoint>
+class PropertyStore final : public ComObject<IPropertyStore, AudioEndpoint>
 {
 public:
     using ComObject::ComObject;
@@ -140,7 +110,7 @@ public:
         const HRESULT admitted = begin(AudioFunction::GetValue, value);
         if (admitted != S_OK)
             return admitted;
-        if (key.fmtid != interfaceFriendlyName.fmtid || key.pid != interfaceFriendlyName.pid)
+        if (key != PKEY_DeviceInterface_FriendlyName)
             return S_OK; // a property that the endpoint does not have is empty
         value->vt = VT_LPWSTR;
         value->pwszVal = newTaskString(shown.adapterName);
@@ -151,7 +121,7 @@ public:
     HRESULT STDMETHODCALLTYPE Commit() override { return E_ACCESSDENIED; }
 };
 
-class Device final : public ComObject<IMMDevice, deviceInterface, AudioEndpoint>
+class Device final : public ComObject<IMMDevice, AudioEndpoint>
 {
 public:
     using ComObject::ComObject;
@@ -182,8 +152,7 @@ public:
 };
 
 /// The endpoints that there were when it was made.
-class DeviceCollection final
-    : public ComObject<IMMDeviceCollection, collectionInterface, std::vector<AudioEndpoint>>
+class DeviceCollection final : public ComObject<IMMDeviceCollection, std::vector<AudioEndpoint>>
 {
 public:
     using ComObject::ComObject;
@@ -208,7 +177,7 @@ public:
     }
 };
 
-class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator, enumeratorInterface>
+class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator>
 {
 public:
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD stateMask,
@@ -250,7 +219,7 @@ public:
     }
 };
 
-class PolicyConfiguration final : public ComObject<IPolicyConfiguration, policyConfigurationInterface>
+class PolicyConfiguration final : public ComObject<IPolicyConfiguration>
 {
 public:
     HRESULT STDMETHODCALLTYPE operation4() override { return E_NOTIMPL; }
@@ -317,9 +286,9 @@ HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN outer, DWORD classCon
         return CLASS_E_NOAGGREGATION;
     if (!(classContext & CLSCTX_INPROC_SERVER))
         return REGDB_E_CLASSNOTREG;
-    if (rclsid == enumeratorClass)
+    if (rclsid == __uuidof(MMDeviceEnumerator))
         return create<DeviceEnumerator>(AudioFunction::CreateEnumerator, riid, object);
-    if (rclsid == policyConfigurationClass)
+    if (rclsid == __uuidof(PolicyConfigurationClient))
         return create<PolicyConfiguration>(AudioFunction::CreatePolicyConfiguration, riid, object);
     return REGDB_E_CLASSNOTREG;
 }

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <mmdeviceapi.h>
+
+// COM interfaces have no destructor: a virtual one would take an entry of the method table.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
+/// Windows' interface to its sound settings, which no header declares. Only its thirteenth operation,
+/// counting those of IUnknown, is of use here; the others keep their entries in the method table.
+struct IPolicyConfiguration : public IUnknown
+{
+    virtual HRESULT STDMETHODCALLTYPE operation4() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation5() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation6() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation7() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation8() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation9() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation10() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation11() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation12() = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) = 0;
+};
+
+#pragma GCC diagnostic pop
+
+__CRT_UUID_DECL(IPolicyConfiguration, 0x568B9108, 0x44BF, 0x40B4, 0x90, 0x06, 0x86, 0xAF, 0xE5, 0xB5, 0xA6,
+                0x20)
+
+/// The class of objects with that interface.
+class PolicyConfigurationClient;
+
+__CRT_UUID_DECL(PolicyConfigurationClient, 0x294935CE, 0xF637, 0x4E7C, 0xA4, 0x1B, 0xAB, 0x25, 0x54, 0x60,
+                0xB8, 0x62)
