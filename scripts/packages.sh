@@ -1,8 +1,8 @@
 # Sourced by the scripts at the root: installs the Debian packages that are missing.
 
-build_packages="g++ mingw-w64-common cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttools5-dev qttools5-dev-tools
-    qttranslations5-l10n libquazip1-qt5-dev zlib1g-dev libudev-dev libsystemd-dev
-    fontconfig fonts-dejavu-core"
+build_packages="g++ mingw-w64-common cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttools5-dev
+    qttools5-dev-tools qttranslations5-l10n libquazip1-qt5-dev zlib1g-dev libudev-dev libsystemd-dev
+    fontconfig fonts-dejavu-core git python3"
 windows_packages="g++-mingw-w64-i686-posix libz-mingw-w64-dev"
 fuzz_packages="clang libclang-rt-dev llvm"
 benchmark_packages="libbenchmark-dev xvfb xauth"

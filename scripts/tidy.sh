@@ -1,6 +1,6 @@
 #!/bin/sh
-# clang-tidy over the given sources of the ordinary build, which has to be there; without any, over all sources. Exit
-# status 1 where it finds something.
+# clang-tidy over the given sources of the ordinary build; without any, over all sources. What was found clean once is
+# remembered, see scripts/tidycached.py. Exit status 1 if clang-tidy finds something.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
@@ -17,9 +17,8 @@ sources_of() {
 tidy() {
     preset=$1
     shift
-    echo "clang-tidy: $# sources of build/$preset"
     # shellcheck disable=SC2086
-    printf '%s\n' "$@" | xargs -P "$(nproc)" -n 1 clang-tidy -p "build/$preset" --quiet $extra 2>/dev/null
+    python3 scripts/tidycached.py "build/$preset" "$@" -- $extra
 }
 
 extra=
@@ -34,12 +33,12 @@ tidy release $ordinary || status=1
 # shellcheck disable=SC2046
 tidy fuzz $(sources_of fuzz | grep -Fxv "$ordinary") || status=1
 
-# The compiler for Windows tells where its library is; its own intrinsics are not for clang. A macro of the driver kit
-# drops a volatile.
-extra="--extra-arg=--target=i686-w64-mingw32 --extra-arg=-nostdinc++ --extra-arg=-Wno-cast-qual"
+# clang takes the standard library of the compiler for Windows, but not its intrinsics. A macro of the driver kit drops a
+# volatile.
+extra="--target=i686-w64-mingw32 -nostdinc++ -Wno-cast-qual"
 for folder in $(i686-w64-mingw32-g++-posix -xc++ -E -v /dev/null 2>&1 |
     sed -n '/search starts/,/End of search/s/^ //p' | grep -v 'posix/include$\|include-fixed$'); do
-    extra="$extra --extra-arg=-isystem$folder"
+    extra="$extra -isystem$folder"
 done
 # shellcheck disable=SC2046
 tidy windows-check $(sources_of windows-check | grep '^packaging/') || status=1
