@@ -22,7 +22,7 @@ namespace {
 
 using Defaults = std::multimap<std::wstring, int>;
 
-/// Everything but endpoints whose adapter is not there.
+/// All states except that of an endpoint whose adapter is missing.
 constexpr DWORD presentStates = DEVICE_STATE_ACTIVE | DEVICE_STATE_DISABLED | DEVICE_STATE_UNPLUGGED;
 
 template <typename Interface>
@@ -56,7 +56,7 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
     return name.pwszVal;
 }
 
-/// @p name without the number that the system puts before the names of like adapters.
+/// Removes the number that the system puts before a name that several adapters have.
 std::wstring normalised(const std::wstring& name)
 {
     const QRegExp words(QStringLiteral("(?:\\d*[- ]*)([A-Za-z ]+)"), Qt::CaseInsensitive, QRegExp::RegExp2);
@@ -69,12 +69,12 @@ void makeDefault(LPCWSTR endpointId, ERole role)
     ComPointer<IPolicyConfiguration> policy;
     if (FAILED(createObject(__uuidof(PolicyConfigurationClient), policy)))
         return;
-    // Nothing can be done about a failure: the user's choice in the sound settings remains.
+    // A failure cannot be mended here. The user can still choose in the sound settings.
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
 }
 
-/// Makes @p endpoint the default for the roles recorded under its adapter's name, and takes those out of
-/// @p defaults.
+/// Makes @p endpoint the default for the roles recorded under its adapter's name. @p defaults keeps the
+/// others.
 void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
 {
     const std::optional<std::wstring> name = adapterName(endpoint);

@@ -108,10 +108,10 @@ class TestArchives : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void archivesEndInTheirSignal_data();
-    void archivesEndInTheirSignal();
-    void placesThatAreNoArchivesAreRefused_data();
-    void placesThatAreNoArchivesAreRefused();
+    void everyArchiveEmitsItsSignal_data();
+    void everyArchiveEmitsItsSignal();
+    void unreadablePathsAreRefused_data();
+    void unreadablePathsAreRefused();
     void noCutAndNoFlippedBitYieldsAnotherImage();
 
 private:
@@ -163,7 +163,7 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     qInfo("%s KiB, %s ms", output.at(0).constData(), output.at(1).constData());
 }
 
-void TestArchives::archivesEndInTheirSignal_data()
+void TestArchives::everyArchiveEmitsItsSignal_data()
 {
     QTest::addColumn<Archive>("archive");
     QTest::addColumn<QString>("outcome");
@@ -174,7 +174,7 @@ void TestArchives::archivesEndInTheirSignal_data()
     ArchiveRows::addDirectories();
 }
 
-void TestArchives::archivesEndInTheirSignal()
+void TestArchives::everyArchiveEmitsItsSignal()
 {
     QFETCH(Archive, archive);
     QFETCH(QString, outcome);
@@ -182,7 +182,7 @@ void TestArchives::archivesEndInTheirSignal()
     loadInOwnProcess(path, outcome);
 }
 
-void TestArchives::placesThatAreNoArchivesAreRefused_data()
+void TestArchives::unreadablePathsAreRefused_data()
 {
     QTest::addColumn<QString>("file");
     const auto make = [this](const char* name) { return folder.filePath(QString::fromLatin1(name)); };
@@ -198,7 +198,7 @@ void TestArchives::placesThatAreNoArchivesAreRefused_data()
     QTest::newRow("path of 100,000 characters") << QString(100000, QLatin1Char('p'));
 }
 
-void TestArchives::placesThatAreNoArchivesAreRefused()
+void TestArchives::unreadablePathsAreRefused()
 {
     QFETCH(QString, file);
     write(RawZip::archive({RawZip::entry("h.ef", imageText(6))}));

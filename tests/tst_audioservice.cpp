@@ -182,15 +182,15 @@ class TestAudioService : public LeavesNothing
     Q_OBJECT
 
 private Q_SLOTS:
-    void theServiceIsTakenToItsEnd_data();
-    void theServiceIsTakenToItsEnd();
+    void theServiceStopsAndStarts_data();
+    void theServiceStopsAndStarts();
     void oneStopperServesTwice();
     void everyFailingServiceCallIsLoggedAndTheServiceComesBack();
     void startMayOvertakeAStopOnAnotherThread();
-    void serviceHandlesKeepToTheirKindsAndRights();
+    void serviceHandlesCheckKindAndRights();
 };
 
-void TestAudioService::theServiceIsTakenToItsEnd_data()
+void TestAudioService::theServiceStopsAndStarts_data()
 {
     QTest::addColumn<Operation>("operation");
     QTest::addColumn<Services>("services"); // the audio service first
@@ -203,7 +203,7 @@ void TestAudioService::theServiceIsTakenToItsEnd_data()
     addStarts();
 }
 
-void TestAudioService::theServiceIsTakenToItsEnd()
+void TestAudioService::theServiceStopsAndStarts()
 {
     QFETCH(Operation, operation);
     QFETCH(Services, services);
@@ -318,7 +318,7 @@ void TestAudioService::startMayOvertakeAStopOnAnotherThread()
     QCOMPARE(computer.services.state(L"audiosrv"), running);
 }
 
-void TestAudioService::serviceHandlesKeepToTheirKindsAndRights()
+void TestAudioService::serviceHandlesCheckKindAndRights()
 {
     HostComputer computer;
     computer.services.add(audio(running, {INFINITE, 700}));
