@@ -14,8 +14,7 @@ class QDateTime;
 class LogFile
 {
 public:
-    /// Creates the log of a run that started at local time @p start (see LogFolder), and installs the
-    /// handler.
+    /// Creates the log of a run that started at local time @p start (see LogFolder) and logs into it.
     explicit LogFile(const QDateTime& start);
 
     /// Restores the previous message handler and closes the file. Other threads may go on logging meanwhile.

@@ -12,8 +12,7 @@ namespace {
 
 constexpr int keptLogs = 20;
 
-/// Whether this user owns @p folder. The system has no call for the user's own identifier that Qt offers, so
-/// a new file answers for it.
+/// Whether this user owns @p folder. Qt cannot query the user's identifier, so a new file supplies it.
 bool isOwn(const QFileInfo& folder)
 {
     QTemporaryFile ownFile;

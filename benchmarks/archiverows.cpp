@@ -112,7 +112,7 @@ bool addArchive(const char* what, bool hasPrefix)
 }
 
 [[maybe_unused]] const bool added =
-    addArchive("archive of two 2 MiB images, bare digits, s, beside inflating it", false) &&
-    addArchive("archive of two 2 MiB images, prefix 0x, s, beside inflating it", true);
+    addArchive("archive of two 2 MiB images, bare digits, s, against inflating it", false) &&
+    addArchive("archive of two 2 MiB images, prefix 0x, s, against inflating it", true);
 
 } // namespace

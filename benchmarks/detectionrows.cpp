@@ -129,7 +129,7 @@ double walk()
 }
 
 [[maybe_unused]] const bool added =
-    add("detection, 1,000 interfaces and 1,000 arrivals, s, beside the bare walk", 1.2, 9, [] {
+    add("detection, 1,000 interfaces and 1,000 arrivals, s, against the bare walk", 1.2, 9, [] {
         const double detecting = detect();
         return Pair{detecting, walk()};
     });

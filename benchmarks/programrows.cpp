@@ -86,13 +86,13 @@ const Figures& update64()
 }
 
 [[maybe_unused]] const bool added =
-    add("start to the first painted window, s, beside an empty window", 1.5, 31, startPair) &&
-    add("peak memory of updating two 2 MiB images, KiB, beside the images", 1.3, 1, memoryPair) &&
-    add("update of both devices, 64 KiB images, ms, beside the transmitter's delays", 1.01, 1,
+    add("start to the first painted window, s, against an empty window", 1.5, 31, startPair) &&
+    add("peak memory of updating two 2 MiB images, KiB, against the images", 1.3, 1, memoryPair) &&
+    add("update of both devices, 64 KiB images, ms, against the transmitter's delays", 1.01, 1,
         [] {
             return Pair{update64().at("run-ms"), update64().at("transmitter-delays-ms")};
         }) &&
-    add("longest stall of the window in it, ms, beside the idle window's and a frame", 1, 1, [] {
+    add("longest stall of the window in it, ms, against the idle window's and a frame", 1, 1, [] {
         constexpr double frameMs = 1000.0 / 60; // more than one is what a user can see
         return Pair{update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
     });

@@ -73,8 +73,7 @@ void makeDefault(LPCWSTR endpointId, ERole role)
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
 }
 
-/// Makes @p endpoint the default for the roles recorded under its adapter's name. @p defaults keeps the
-/// others.
+/// Makes @p endpoint the default for its adapter's roles, and removes those from @p defaults.
 void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
 {
     const std::optional<std::wstring> name = adapterName(endpoint);

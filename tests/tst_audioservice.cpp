@@ -168,10 +168,10 @@ void addStarts()
     addStart("refused", audio(stopped, {}, refuses), "StartService failed (1052)", {}, stopped, asked);
     addStart("while running", audio(running, {}), runsAlready, {}, running, {});
     addStart("while starting", audio(starting, {}, {INFINITE}), runsAlready, {}, starting, {});
-    addStart("stopping yet", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
-    addStart("stopping yet, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
+    addStart("still stopping", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
+    addStart("still stopping, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
              running, asked);
-    addStart("stopping yet, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
+    addStart("still stopping, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
              "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
 }
 

@@ -143,7 +143,8 @@ private Q_SLOTS:
             const QByteArray name = "version with control character " + QByteArray::number(control & 0xFF);
             table(name.constData(), {versionEntry(std::string("1.2") + control + "3,"), usb}, "/4");
         }
-        table("version with characters beside those", {versionEntry(" ~\xA0\xAD,"), usb}, " ~\xA0\xAD/4");
+        table("version with the characters next to those", {versionEntry(" ~\xA0\xAD,"), usb},
+              " ~\xA0\xAD/4");
         const std::string longest(64, '<');
         table("version of 64 characters", {versionEntry(longest + ','), usb}, (longest + "/4").c_str());
         table("version of 65 characters", {versionEntry(longest + "<,"), usb}, "/4");
@@ -260,11 +261,11 @@ private Q_SLOTS:
         row("release", {file("t.ff", tx), headset, file("n.txt", "New.\r\n")}, "4 6 VYNT1 New.\r\n");
         row("generation 2 alone", {file("a/b.ef", tx2)}, "3 0 VYNT2 ");
         row("notes in a folder, marked", {file("d/n.txt", "\xEF\xBB\xBF\xC3\xA9"), headset}, "0 6  \xE9");
-        row("notes of another suffix beside", {file("x.TXT", "no"), file("n.txt", "yes"), headset},
+        row("notes with another suffix as well", {file("x.TXT", "no"), file("n.txt", "yes"), headset},
             "0 6  yes");
         row("two notes", {file("n.txt", ""), file("d/n.txt", ""), headset}, "");
         row("two transmitters", {file("a.ff", tx), file("b.ef", tx2), headset}, "");
-        row("unknown product beside", {file("x.ff", imageText(5)), headset}, "0 6  ");
+        row("unknown product as well", {file("x.ff", imageText(5)), headset}, "0 6  ");
         row("unknown product alone", {file("x.ff", imageText(5))}, "");
         row("bad line", {file("t.ff", "word\n" + tx), headset}, "0 6  ");
         row("other suffixes", {file("t.FF", tx), file("t.ff/", ""), file("t.ff.bak", tx), headset}, "0 6  ");

@@ -20,7 +20,7 @@ using RawZip::Stored;
 
 constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked
 constexpr int notesLimit = 1024 * 1024;
-constexpr int restLimit = 1024 * 1024;        ///< unpacked, of all entries beside one at its limit
+constexpr int restLimit = 1024 * 1024;        ///< unpacked, of all further entries after one of that size
 constexpr int packedLimit = 16 * 1024 * 1024; ///< of all entries
 constexpr int directoryLimit = 1024 * 1024;
 
