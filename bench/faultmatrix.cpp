@@ -110,6 +110,7 @@ private:
     static std::optional<Result> runOne(const BenchOptions& options, const QString& name);
     void runFault(Family& family, const FaultDescription& fault, int transfer);
     std::vector<const FaultDescription*> kinds() const;
+    void printFamily(const Family& family) const;
 
     const BenchOptions options;
     std::vector<Family> families;
@@ -167,6 +168,7 @@ void Matrix::runAll()
             for (int transfer = 1; transfer <= family.transfers.count; ++transfer)
                 runFault(family, *fault, transfer);
         }
+        printFamily(family);
     }
 }
 
@@ -185,6 +187,8 @@ void Matrix::runSample()
         const auto last = static_cast<unsigned>(lastEffective(*drawnKinds[i], family.transfers));
         runFault(family, *drawnKinds[i], static_cast<int>(random() % last) + 1);
     }
+    for (const Family& family : families)
+        printFamily(family);
 }
 
 void Matrix::runFault(Family& family, const FaultDescription& fault, int transfer)
@@ -223,18 +227,22 @@ std::vector<const FaultDescription*> Matrix::kinds() const
     return all;
 }
 
+void Matrix::printFamily(const Family& family) const
+{
+    print(QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
+              .arg(family.name)
+              .arg(family.transfers.count)
+              .arg(kinds().size())
+              .arg(family.survived)
+              .arg(family.faults));
+}
+
 bool Matrix::printTotals() const
 {
     constexpr double msPerSecond = 1000;
     int survived = 0;
     int faults = 0;
     for (const Family& family : families) {
-        print(QStringLiteral("%1: %2 transfers, %3 kinds of faults: survived %4 of %5")
-                  .arg(family.name)
-                  .arg(family.transfers.count)
-                  .arg(kinds().size())
-                  .arg(family.survived)
-                  .arg(family.faults));
         survived += family.survived;
         faults += family.faults;
     }

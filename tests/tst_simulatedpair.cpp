@@ -1,5 +1,4 @@
-// The simulated devices are honest: commands in a wrong order leave wrong bytes, or are refused with a
-// reason.
+// The simulated devices are honest: a wrong order of commands leaves wrong bytes or is refused.
 
 #include "hidnode.h"
 #include "literals.h"
@@ -92,8 +91,8 @@ class TestSimulatedPair : public QObject
 
 private Q_SLOTS:
     void theModeIsKeptWithoutPower();
-    void aCommitNeedsWhatComesBeforeIt_data();
-    void aCommitNeedsWhatComesBeforeIt();
+    void aCommitNeedsItsSetUp_data();
+    void aCommitNeedsItsSetUp();
     void norFlashIsErasedBeforeItIsProgrammed();
     void aTransferNeverReachesTheNextConnection();
     void loadedRowsLieApart();
@@ -101,7 +100,7 @@ private Q_SLOTS:
     void faultsStrikeAtTheirTransfer();
     void restartFaultsStrikeAtTheNextRestart();
     void anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice();
-    void waitsUnderWayFollowAChangeOfSpeed();
+    void aChangeOfSpeedShortensWaitsUnderWay();
     void anUnknownChipWritesNothing();
     void identitiesAreTheSameEverywhere();
 };
@@ -123,10 +122,10 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
     QCOMPARE(computer.usagePages(), programming);
     {
         Channel again(computer.channel());
-        QVERIFY(again.ask(0x2000, 1) && !again.answer().startsWith('\x77')); // RAM is not
+        QVERIFY(again.ask(0x2000, 1) && !again.answer().startsWith('\x77')); // RAM is cleared
     }
 
-    // An image that is none is no way out of programming mode, a valid one is.
+    // Only a valid image lets the device leave programming mode.
     const auto image = computer.tested.memory();
     for (const bool isValid : {false, true}) {
         Channel programmed(computer.channel());
@@ -140,7 +139,7 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
     QVERIFY(computer.tested.memory() == image);
 }
 
-void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt_data()
+void TestSimulatedPair::aCommitNeedsItsSetUp_data()
 {
     QTest::addColumn<bool>("isTransmitter");
     QTest::addColumn<int>("without");
@@ -156,7 +155,7 @@ void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt_data()
     }
 }
 
-void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
+void TestSimulatedPair::aCommitNeedsItsSetUp()
 {
     QFETCH(const bool, isTransmitter);
     QFETCH(const int, without);
@@ -164,7 +163,7 @@ void TestSimulatedPair::aCommitNeedsWhatComesBeforeIt()
     Workbench computer(isTransmitter ? Transmitter : Headset);
     Channel normal(computer.channel());
     prepare(normal, isTransmitter, nothing);
-    QVERIFY(normal.send(commit)); // the application takes none
+    QVERIFY(normal.send(commit)); // the application accepts none
     QCOMPARE(computer.tested.refusals(), std::vector<std::string>{"commit refused: programming mode"});
     enterProgrammingMode(computer.tested, computer.channel());
     Channel channel(computer.channel());
@@ -299,7 +298,7 @@ void TestSimulatedPair::restartFaultsStrikeAtTheNextRestart()
         computer.tested.plugIn();
         QVERIFY(computer.tested.isProgramming() && Channel(computer.channel()).isOpen());
         QVERIFY(fault != Fault::OtherPort || computer.channel() == path);
-        computer.pair.device(Headset).unplug(); // it was on none of the ports
+        computer.pair.device(Headset).unplug(); // it was on a port of its own
         QCOMPARE(computer.usagePages(), std::vector<int>{0xFF00});
     }
 }
@@ -333,8 +332,8 @@ void TestSimulatedPair::anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice()
     }
 }
 
-/// It would take ten minutes otherwise.
-void TestSimulatedPair::waitsUnderWayFollowAChangeOfSpeed()
+/// Without the change of speed the waits take ten minutes.
+void TestSimulatedPair::aChangeOfSpeedShortensWaitsUnderWay()
 {
     constexpr std::uint32_t waitMs = 600000;
     ScaledClock clock;
