@@ -1,6 +1,5 @@
 #include <QtTest>
 
-#include <QAccessible>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QGroupBox>
@@ -21,6 +20,7 @@
 #include "looks.h"
 #include "mainwindow.h"
 #include "startup.h"
+#include "windowstate.h"
 
 namespace {
 
@@ -64,12 +64,6 @@ const Desktop desktops[] = {
     {"2", false, {"fr"}},
     {"1", true, {"de"}},
 };
-
-QString accessibleText(QWidget* widget, QAccessible::Text kind)
-{
-    const auto* const interface = QAccessible::queryAccessibleInterface(widget);
-    return interface ? interface->text(kind) : QString();
-}
 
 bool isTabStop(const QWidget& widget)
 {
@@ -150,7 +144,8 @@ private:
                     "no room for notes");
         }
         if (isTabStop(widget))
-            require(!accessibleText(&widget, QAccessible::Name).isEmpty(), widget.objectName() + noName);
+            require(!WindowState::accessibleText(&widget, QAccessible::Name).isEmpty(),
+                    widget.objectName() + noName);
         else if (qobject_cast<QProgressBar*>(&widget)) // Qt takes its value for the name
             require(!widget.accessibleName().isEmpty(), widget.objectName() + noName);
     }
@@ -197,7 +192,7 @@ private:
         require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default");
 
         // A screen reader reads the result with the button that has the focus.
-        const QString description = accessibleText(close, QAccessible::Description);
+        const QString description = WindowState::accessibleText(close, QAccessible::Description);
         for (const char* const name : {"text", "transmitterInfoLabel", "headsetInfoLabel"}) {
             const auto* const label = screen->findChild<QLabel*>(QLatin1String(name));
             require(!label || description.contains(label->text()), "Close does not describe the result");

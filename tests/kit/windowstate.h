@@ -20,8 +20,8 @@ namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
 {
-    const auto* const interface = QAccessible::queryAccessibleInterface(const_cast<QWidget*>(widget));
-    return interface ? interface->text(kind) : QString();
+    const auto* const accessible = QAccessible::queryAccessibleInterface(const_cast<QWidget*>(widget));
+    return accessible ? accessible->text(kind) : QString();
 }
 
 /// "*" for italics, "~" for amber, "!" for crimson, "?" for the tool tip that explains amber, then the text.
