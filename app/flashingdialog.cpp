@@ -8,6 +8,7 @@
 #include "firmwareupdater.h"
 #include "flashingerror.h"
 #include "keepawake.h"
+#include "phase.h"
 #include "plaintext.h"
 #include "scopedaudioservicestopper.h"
 #include "ui_flashingdialog.h"
@@ -70,7 +71,7 @@ bool FlashingDialog::addDeviceToUpdate(const DeviceInstance& instance, const QBy
 void FlashingDialog::start()
 {
     stage = Stage::StoppingService;
-    qDebug("Phase prepare, number of devices = %d", devices.size());
+    qDebug("Phase %s, number of devices = %d", phaseName(Phase::Prepare), devices.size());
     const QWidget* const mainWindow = parentWidget() ? parentWidget()->window() : this;
     keepAwake = std::make_unique<KeepAwake>(reinterpret_cast<HWND>(mainWindow->winId()),
                                             ui->doNotDisconnectDevicesLabel->text());
@@ -235,7 +236,7 @@ void FlashingDialog::callUser()
 void FlashingDialog::restore()
 {
     stage = Stage::Ended;
-    qDebug("Phase restore");
+    qDebug("Phase %s", phaseName(Phase::Restore));
     audioEndpointsKeeper.reset();
     keepAwake.reset();
 }

@@ -19,6 +19,7 @@ namespace {
 
 constexpr int unexpected = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
+constexpr int reenumerationTimeoutMs = 30000; // the updater's
 
 } // namespace
 
@@ -252,12 +253,14 @@ void BenchRun::endVainWaits()
     for (const DeviceType type : bothTypes) {
         const auto* const updater =
             window->findChild<FirmwareUpdater*>(nameOf(type) + QStringLiteral("Updater"));
-        auto* const timeout =
-            updater ? updater->findChild<QTimer*>(QStringLiteral("reenumerationTimer")) : nullptr;
         const SimulatedDevice& device = pair->device(type);
-        if (timeout && timeout->isActive() && device.isSettled() &&
-            !(device.isPluggedIn() && device.isProgramming()))
-            timeout->start(0);
+        if (!updater || !device.isSettled() || (device.isPluggedIn() && device.isProgramming()))
+            continue;
+        const auto timers = updater->findChildren<QTimer*>();
+        for (QTimer* const timer : timers) {
+            if (timer->isActive() && timer->interval() == reenumerationTimeoutMs)
+                timer->start(0);
+        }
     }
 }
 

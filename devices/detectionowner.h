@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include <QCoreApplication>
 #include <QObject>
@@ -8,45 +10,49 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// The life of one detection after the other, for a receiver of its reports on the GUI thread.
+/// Runs one detection after the other and passes its reports on. Lives on the GUI thread, as do the
+/// callbacks.
 class DetectionOwner : public QObject
 {
 public:
-    using QObject::QObject;
+    using Report = std::function<void(DeviceInstance*)>;
 
-    std::shared_ptr<DeviceDetector> detector; ///< null while no detection runs; an opened device shares it
-    DeviceListener* listener = nullptr;       ///< of the detector
-
-protected:
-    /// Gives the detections to come a new listener, whose reports reach two slots of this object, queued.
-    template <typename Receiver>
-    void listen(void (Receiver::*arrived)(DeviceInstance*), void (Receiver::*removed)(DeviceInstance*))
+    DetectionOwner(QObject* parent, const Report& arrived, const Report& removed)
+        : QObject(parent)
     {
-        auto* const receiver = static_cast<Receiver*>(this);
-        delete listener;
-        listener = new DeviceListener(this);
-        connect(listener, &DeviceListener::deviceArrived, receiver, arrived);
-        connect(listener, &DeviceListener::deviceRemoved, receiver, removed);
-        // Queued behind the slot above: by then nothing refers to the record any more.
-        connect(listener, &DeviceListener::deviceRemoved, this,
-                [this](DeviceInstance* gone) { detector->forget(gone); });
+        connect(&listener, &DeviceListener::deviceArrived, this, arrived);
+        connect(&listener, &DeviceListener::deviceRemoved, this, [this, removed](DeviceInstance* gone) {
+            removed(gone);
+            if (detector)
+                detector->forget(gone); // every report before it has been handled
+        });
     }
+    ~DetectionOwner() override { stop(); }
 
-    /// One that cannot start is one without devices.
-    void startDetector(const DeviceId* ids, unsigned int count)
+    /// Reports nothing if the detector cannot start.
+    void start(const DeviceId* ids, unsigned int count)
     {
         detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
-        static_cast<void>(detector->start(listener, ids, count));
+        static_cast<void>(detector->start(&listener, ids, count));
     }
 
-    /// Nothing that the detection reported reaches a slot any more.
-    void endDetector()
+    /// No report is passed on any more.
+    void stop()
     {
         if (!detector)
             return;
-        detector->stop(); // itself, not only this reference to it
+        detector->stop(); // explicitly, because opened devices share it
         detector.reset();
         // Reports that are still queued name records that are deleted now.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     }
+
+    /// Null unless a detection runs.
+    const std::shared_ptr<DeviceDetector>& running() const { return detector; }
+
+    DeviceListener* reports() { return &listener; }
+
+private:
+    std::shared_ptr<DeviceDetector> detector;
+    DeviceListener listener{this};
 };

@@ -21,8 +21,8 @@ constexpr int lastVendorUsagePage = 0xFFFF;
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// The tasks own the device while they run. It is closed before the result is reported: whoever hears of the
-// result may want to open the device for himself.
+// The tasks own the device while they run. They close it before the result is reported, because the receiver
+// may want to open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)
@@ -105,12 +105,14 @@ QString DeviceController::deviceName() const
 }
 
 DeviceControllerPrivate::DeviceControllerPrivate(DeviceController* controller)
-    : DetectionOwner(controller)
+    : QObject(controller)
     , q(controller)
+    , detection(
+          this, [this](DeviceInstance* instance) { onDeviceArrived(instance); },
+          [this](DeviceInstance* instance) { onDeviceRemoved(instance); })
 {
-    listen(&DeviceControllerPrivate::onDeviceArrived, &DeviceControllerPrivate::onDeviceRemoved);
-    connect(listener, &DeviceListener::deviceHandleChanged, this,
-            &DeviceControllerPrivate::onDeviceHandleChanged);
+    connect(detection.reports(), &DeviceListener::deviceHandleChanged, &detection,
+            [this](DeviceInstance* instance) { onDeviceHandleChanged(instance); });
 }
 
 DeviceControllerPrivate::~DeviceControllerPrivate()
@@ -120,28 +122,28 @@ DeviceControllerPrivate::~DeviceControllerPrivate()
 
 void DeviceControllerPrivate::startDetection()
 {
-    if (detector)
+    if (detection.running())
         return;
     forgetEarlierDetection();
     detectionEnded = std::make_shared<std::atomic<bool>>(false);
     const auto& ids = Utilities::allDeviceIds();
-    startDetector(ids.data(), static_cast<unsigned int>(ids.size()));
+    detection.start(ids.data(), static_cast<unsigned int>(ids.size()));
 }
 
-/// When it has returned nobody holds a device any more, so that an update can have them for itself.
+/// When it returns, no device is open any more, so an update can open them exclusively.
 void DeviceControllerPrivate::stopDetection()
 {
     devices = {};
-    if (!detector)
+    if (!detection.running())
         return;
     *detectionEnded = true;
-    endDetector();
+    detection.stop();
     const auto reads = findChildren<QFutureWatcherBase*>(); // also those whose device is gone
     for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }
 
-/// What reads left over from an earlier detection told, or would tell, is nothing to go by.
+/// Discards the results of reads that an earlier detection started.
 void DeviceControllerPrivate::forgetEarlierDetection()
 {
     const bool wasReading = !std::exchange(pendingReads, {}).isEmpty();
@@ -157,7 +159,7 @@ void DeviceControllerPrivate::onDeviceArrived(DeviceInstance* instance)
     const DeviceType type = Utilities::deviceTypeOf(*instance);
     if (devices.contains(type))
         return;
-    auto device = openForReading(detector, instance);
+    auto device = openForReading(detection.running(), instance);
     if (!device)
         return;
     const int usagePage = device->usagePage();
@@ -176,15 +178,15 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
             &DeviceControllerPrivate::onDeviceVersionAndPidDetected);
     Q_EMIT q->deviceDetectionStarted();
 
-    // In programming mode both transmitter generations look alike; the image on the device tells them apart.
+    // In programming mode both transmitter generations look alike, but their images differ.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
-    const bool tellsPid = !inProgrammingMode || type != DeviceType::Transmitter;
+    const bool isPidKnown = !inProgrammingMode || type != DeviceType::Transmitter;
     const unsigned short pid =
         inProgrammingMode && type == DeviceType::Headset ? normalHeadsetPid() : instance.productId;
     watcher->setFuture(QtConcurrent::run(
-        [device = std::move(device), cancelled = Cancelled(detectionEnded), tellsPid, pid]() mutable {
-            return tellsPid ? readVersion(std::move(device), cancelled, pid)
-                            : readPidAndVersion(std::move(device), cancelled);
+        [device = std::move(device), cancelled = Cancelled(detectionEnded), isPidKnown, pid]() mutable {
+            return isPidKnown ? readVersion(std::move(device), cancelled, pid)
+                              : readPidAndVersion(std::move(device), cancelled);
         }));
 }
 
@@ -216,7 +218,7 @@ void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
     }
     if (!changed->version.isEmpty())
         return;
-    auto device = openForReading(detector, instance);
+    auto device = openForReading(detection.running(), instance);
     if (!device)
         return;
     const DeviceType type = changed.key();

@@ -19,7 +19,7 @@ struct ConnectedDevice
     QString version;                    ///< empty until known
 };
 
-class DeviceControllerPrivate : public DetectionOwner
+class DeviceControllerPrivate : public QObject
 {
     Q_OBJECT
 
@@ -49,5 +49,6 @@ private:
     void endRead(IdentityWatcher* watcher);
     void forgetEarlierDetection();
 
-    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< tells the reads of a detection
+    DetectionOwner detection;
+    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< shared with the reads of a detection
 };

@@ -9,7 +9,7 @@
 #include "abstracthiddevice.h"
 #include "devicedetectorlistener.h"
 #include "devicehandle.h"
-#include "interfaceclass_p.h"
+#include "presentdevices_p.h"
 
 namespace {
 

@@ -72,15 +72,17 @@ void FirmwareUpdater::flashDevice()
 
 FirmwareUpdaterPrivate::FirmwareUpdaterPrivate(FirmwareUpdater* updater, const DeviceInstance& instance,
                                                DeviceType deviceType, const QByteArray& image)
-    : DetectionOwner(updater)
+    : QObject(updater)
     , q(updater)
     , thread(this)
     , type(deviceType)
     , firmware(image)
     , device(instance)
     , timer(this)
+    , detection(
+          this, [this](DeviceInstance* arrived) { flashingDeviceArrived(arrived); },
+          [this](DeviceInstance* removed) { flashingDeviceRemoved(removed); })
 {
-    timer.setObjectName(QStringLiteral("reenumerationTimer"));
     timer.setSingleShot(true);
     timer.setInterval(reenumerationTimeoutMs);
     connect(&timer, &QTimer::timeout, this, [this] {
@@ -94,7 +96,6 @@ FirmwareUpdaterPrivate::~FirmwareUpdaterPrivate()
     thread.quit();
     thread.wait();
     flasher.reset();
-    endDetector();
 }
 
 void FirmwareUpdaterPrivate::flashDevice()
@@ -120,18 +121,17 @@ void FirmwareUpdaterPrivate::flashDevice()
 
 void FirmwareUpdaterPrivate::startDetection()
 {
-    endDetector();
+    detection.stop();
     flashingDevice = nullptr;
-    listen(&FirmwareUpdaterPrivate::flashingDeviceArrived, &FirmwareUpdaterPrivate::flashingDeviceRemoved);
     const DeviceId filter = programmingModeId(type);
     qDebug("Starting listening for PID 0x%.4X, device type = %d", filter.productId, type);
-    startDetector(&filter, 1);
+    detection.start(&filter, 1);
 }
 
 void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)
 {
     qDebug("Exiting any running application... device type = %d", type);
-    // A device that does not obey is told by the time-out.
+    // The time-out notices a device that does not leave.
     static_cast<void>(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
     startUninstallTool(this, device.vendorId, device.productId);
     qDebug("Exited any running application... device type = %d", type);
@@ -153,7 +153,8 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
         return;
     }
     qDebug("Flashing Device Arrived... device type = %d", type);
-    const auto hid = Utilities::openHidDevice(detector, arrived, AbstractHidDevice::ReadWriteBits, exclusive);
+    const auto hid =
+        Utilities::openHidDevice(detection.running(), arrived, AbstractHidDevice::ReadWriteBits, exclusive);
     if (!hid) {
         flashingDeviceRemoved(flashingDevice);
         return;
@@ -169,8 +170,8 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();
-                qCritical("Failed in phase %s at transfer %d, code %d, device type = %d", end.phase,
-                          end.transfer, code, kind);
+                qCritical("Failed in phase %s %s transfer %d, code %d, device type = %d",
+                          phaseName(end.phase), end.isFailed ? "at" : "after", end.transfer, code, kind);
             });
     connect(flasher.get(), &Flasher::flashingStarted, q, &FirmwareUpdater::flashingStarted);
     connect(flasher.get(), &Flasher::flashingError, q, &FirmwareUpdater::flashingError);
@@ -197,6 +198,7 @@ void FirmwareUpdaterPrivate::giveUp()
         flasher->abort(); // it then fails with code 1 and reports that itself
         return;
     }
-    qCritical("Failed in phase leave, code %d, device type = %d", FlashingError::DeviceLost, type);
+    qCritical("Failed in phase %s, code %d, device type = %d", phaseName(Phase::Leave),
+              FlashingError::DeviceLost, type);
     Q_EMIT q->flashingError(FlashingError::DeviceLost);
 }

@@ -11,7 +11,7 @@
 class AbstractHidDevice;
 class Flasher;
 
-class FirmwareUpdaterPrivate : public DetectionOwner
+class FirmwareUpdaterPrivate : public QObject
 {
     Q_OBJECT
 
@@ -44,4 +44,6 @@ private:
     void leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid);
     void startFlasher(const std::shared_ptr<AbstractHidDevice>& hid);
     void giveUp();
+
+    DetectionOwner detection; ///< of the device in programming mode
 };

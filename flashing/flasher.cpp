@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t headerBytes = 2; // of the image, as its geometry needs them
 
-constexpr int transmitterPinmuxLow = 0xE1, transmitterPinmuxHigh = 0xF0;
+constexpr unsigned short transmitterPinmux = 0xF0E1;
 
 // Data packet: E4, offset within the chunk (2 bytes), 00 00 00, 01, up to 256 image bytes.
 constexpr int packetReportId = 0xE4;
@@ -46,9 +46,10 @@ Flasher::Flasher(std::shared_ptr<AbstractHidDevice> hidDevice)
 {
     if (!device)
         return;
-    // Not acted on; this line is all that tells of it where the run still ends well.
+    // The run goes on. If it ends well, only this line shows the failure.
     device->onFailure = [this](const Place& place) {
-        qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer, place.phase);
+        qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer,
+                 phaseName(place.phase));
     };
 }
 
@@ -81,14 +82,14 @@ void Flasher::program()
     if (image.isEmpty())
         throw FlashingError(FlashingError::EmptyImage);
     checkAborted();
-    chipId = getAvneraChipId(device);
-    chipRevision = getAvneraChipRevision(device);
+    const int chipId = getAvneraChipId(device);
+    const int chipRevision = getAvneraChipRevision(device);
     qDebug("Device type = %d, chip id = %d ", nvmemType, chipId);
     qDebug("Device type = %d, chip major revision = %d", nvmemType, chipRevision);
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
-    detectSizes();
-    // A device that takes no data is refused here, while its memory still holds what it runs.
+    detectSizes(chipId, chipRevision);
+    // A device that takes no data is refused here, while its memory is still intact.
     static_cast<void>(createPacket());
     setupProgressRange();
     advance();
@@ -108,7 +109,7 @@ void Flasher::program()
     }
 }
 
-void Flasher::detectSizes()
+void Flasher::detectSizes(int chipId, int chipRevision)
 {
     qDebug("%s: Firmware size is %u", name.c_str(), imageSize());
     qDebug("%s: Start programming at 0x%.4X", name.c_str(), 0u);
@@ -116,28 +117,24 @@ void Flasher::detectSizes()
         qCritical("%s: ERROR: File is too short to describe the device memory!", name.c_str());
         throw FlashingError(FlashingError::ImageDoesNotFit);
     }
-    const auto geometry = ImageGeometry::decode(static_cast<unsigned char>(image.at(0)),
-                                                static_cast<unsigned char>(image.at(1)));
-    deviceSize = geometry.deviceSize;
-    qDebug("%s device size = %u", name.c_str(), deviceSize);
-    if (imageSize() > deviceSize) {
+    geometry = ImageGeometry::decode(static_cast<unsigned char>(image.at(0)),
+                                     static_cast<unsigned char>(image.at(1)));
+    qDebug("%s device size = %u", name.c_str(), geometry.deviceSize);
+    if (imageSize() > geometry.deviceSize) {
         qCritical("%s: ERROR: File size is larger than available device memory!", name.c_str());
         throw FlashingError(FlashingError::ImageDoesNotFit);
     }
-    pageSize = isTransmitter() ? geometry.transmitterPageSize : geometry.headsetPageSize;
-    qDebug("%s: page size = %u", name.c_str(), pageSize);
-    sectorSize = isTransmitter() ? geometry.transmitterSectorSize : 0;
-    qDebug("%s: sector size = %u", name.c_str(), sectorSize);
-    configBits = geometry.configBits;
-    if (isTransmitter() && sectorSize == 0) {
-        qCritical("%s: ERROR: File announces no sector size!", name.c_str());
-        throw FlashingError(FlashingError::ImageDoesNotFit);
-    }
-    if (!getAvneraSmDataAndRamBase(smData, ramBase, chipId, chipRevision)) {
+    qDebug("%s: page size = %u", name.c_str(), pageSize());
+    qDebug("%s: sector size = %u", name.c_str(), sectorSize());
+    model = getAvneraChipModel(chipId, chipRevision);
+    if (!model) {
         qCritical("%s: ERROR: Unsupported chip", name.c_str());
         throw FlashingError(FlashingError::UnsupportedChip);
     }
-    model = findChipModel(chipId, chipRevision);
+    if (isTransmitter() && sectorSize() == 0) {
+        qCritical("%s: ERROR: File announces no sector size!", name.c_str());
+        throw FlashingError(FlashingError::ImageDoesNotFit);
+    }
 }
 
 void Flasher::setupProgressRange()
@@ -147,29 +144,30 @@ void Flasher::setupProgressRange()
     const std::uint32_t lastChunk = size - fullChunks * chunkBytes;
     std::uint32_t max = fixedSteps + fullChunks * stepsPerChunk + lastChunk / packetDataBytes;
     if (isTransmitter())
-        max += stepsPerSector * (size / sectorSize);
+        max += stepsPerSector * (size / sectorSize());
     Q_EMIT progressRangeChanged(0, static_cast<int>(max));
 }
 
 void Flasher::configurePinmux()
 {
-    device->enterPhase("configure");
+    device->enterPhase(Phase::Configure);
     qDebug("%s: Configuring the PINMUX ...", name.c_str());
     if (isTransmitter())
-        writeChipMemory(transmitterPinmuxLow, transmitterPinmuxHigh, 0x50, 0x05);
+        writeChipMemory(transmitterPinmux, {0x50, 0x05});
     else
-        writeRegister(model->headsetPinmux);
+        writeChipMemory(model->headsetPinmux.address, {model->headsetPinmux.value});
     advance();
     writeChipMemory({{NvmemType, static_cast<std::uint32_t>(nvmemType)}});
     advance();
-    writeChipMemory({{SectorSize, sectorSize}});
+    writeChipMemory({{SectorSize, sectorSize()}});
     advance();
-    writeChipMemory({{DeviceSize, deviceSize}, {ConfigBits, configBits}, {PageSize, pageSize}});
+    writeChipMemory(
+        {{DeviceSize, geometry.deviceSize}, {ConfigBits, geometry.configBits}, {PageSize, pageSize()}});
 }
 
 void Flasher::calculateRamSize()
 {
-    ramSize = ramEnd - ramBase;
+    const std::uint32_t ramSize = ramEnd - model->ramBase;
     qDebug("%s: Available RAM for download is %u bytes", name.c_str(), ramSize);
     if (imageSize() > ramSize)
         qDebug("%s: Splitting image into multiple downloads", name.c_str());
@@ -178,7 +176,7 @@ void Flasher::calculateRamSize()
 void Flasher::startProgramming()
 {
     if (model->patch)
-        writeRegister(*model->patch);
+        writeChipMemory(model->patch->address, {model->patch->value});
     if (isTransmitter())
         eraseTransmitterFlash();
     qDebug("%s: Start programming at address 0x%.4X", name.c_str(), 0u);
@@ -192,18 +190,18 @@ void Flasher::startProgramming()
         advance();
     }
     advance();
-    device->enterPhase("final wait");
+    device->enterPhase(Phase::FinalWait);
     qDebug("%s: Final wait", name.c_str());
     Sleep(lastCommitDelayMs);
 }
 
 void Flasher::commitChunk(std::uint32_t address, std::uint32_t chunkSize)
 {
-    device->enterPhase("commit");
+    device->enterPhase(Phase::Commit);
     qDebug("%s: Resetting structure parameters", name.c_str());
     writeChipMemory({{FlashAddress, address}});
     advance();
-    writeChipMemory({{RamAddress, ramBase}});
+    writeChipMemory({{RamAddress, model->ramBase}});
     advance();
     writeChipMemory({{Length, chunkSize}});
     advance();
@@ -227,7 +225,7 @@ std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
 
 void Flasher::downloadToRam(std::uint32_t chunkSize)
 {
-    device->enterPhase("download");
+    device->enterPhase(Phase::Download);
     // A short image ends the chunk early; the chunk's full length is committed all the same.
     for (std::uint32_t offset = 0; offset < chunkSize && bytesLeft() > 0; offset += packetDataBytes) {
         const std::uint32_t count = std::min(packetDataBytes, bytesLeft());
@@ -236,7 +234,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // A lost device is told by the abort flag, not by the result.
+        // The abort flag reports a lost device, not the result.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -246,8 +244,8 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
 
 void Flasher::eraseTransmitterFlash()
 {
-    device->enterPhase("erase");
-    for (std::uint32_t address = 0; address < imageSize(); address += sectorSize) {
+    device->enterPhase(Phase::Erase);
+    for (std::uint32_t address = 0; address < imageSize(); address += sectorSize()) {
         writeChipMemory({{FlashAddress, address}});
         advance();
         writeChipMemory({{Length, 1}});
@@ -296,22 +294,26 @@ std::uint32_t Flasher::bytesLeft() const
     return imageSize() - consumed;
 }
 
-// A lost device is told by the abort flag, not by the result of a write.
-
-template <typename... Bytes>
-void Flasher::writeChipMemory(int addressLow, int addressHigh, Bytes... data)
+std::uint32_t Flasher::pageSize() const
 {
-    checkAborted();
-    writeMemory(device, addressLow, addressHigh, data...);
+    return isTransmitter() ? geometry.transmitterPageSize : geometry.headsetPageSize;
 }
 
-void Flasher::writeRegister(const RegisterWrite& write)
+std::uint32_t Flasher::sectorSize() const
 {
-    writeChipMemory(lowByte(write.address), highByte(write.address), write.value);
+    return isTransmitter() ? geometry.transmitterSectorSize : 0;
+}
+
+// The abort flag reports a lost device, not the result of a write.
+
+void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
+{
+    checkAborted();
+    writeMemory(device, lowByte(address), highByte(address), data);
 }
 
 void Flasher::writeChipMemory(std::initializer_list<ControlValue> values)
 {
     checkAborted();
-    writeControlBlock(device, smData, values);
+    writeControlBlock(device, model->smData, values);
 }

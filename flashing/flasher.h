@@ -13,11 +13,13 @@
 #include "chipchannel.h"
 #include "chipmodel.h"
 #include "hidutilities.h"
+#include "imagegeometry.h"
 
 /// Writes one firmware image into one device that is in programming mode.
 ///
 /// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as the
-/// chip needs: fixed delays, not answers, set the pace. Use an object for one run.
+/// chip needs: fixed delays, not answers, set the pace. Use an object for one run. A run whose device is
+/// closed from outside, for an orderly removal, ends as an aborted one, also if the removal is refused.
 class Flasher : public QObject
 {
     Q_OBJECT
@@ -27,11 +29,13 @@ public:
 
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
-    /// Makes the sequence end with code 1 before its next transfer. Callable on any thread.
+    /// Makes the sequence end with code 1 at its next test of the flag: before each chip write, data packet,
+    /// erase and commit, but not before the identity queries and the end of programming. Callable on any
+    /// thread.
     void abort();
 
-    /// Where the run ended, and where it lost the device, if it did. To be asked in a slot that the run's
-    /// last signal calls directly: the device is released after it.
+    /// Where the run ended or lost the device. Call it in a slot that the run's last signal calls directly,
+    /// because the device is released after it.
     Place endOfRun() const { return device ? device->place() : Place(); }
 
 public Q_SLOTS:
@@ -40,7 +44,7 @@ public Q_SLOTS:
     void operate(QByteArray firmware, int memoryType);
 
 Q_SIGNALS:
-    void flashingStarted();
+    void flashingStarted();       ///< never emitted
     void flashingError(int code); ///< FlashingError::Code; the last signal of a run
     void flashingFinished();      ///< the last signal of a run
     void progressRangeChanged(int min, int max);
@@ -48,7 +52,7 @@ Q_SIGNALS:
 
 private:
     void program();
-    void detectSizes();
+    void detectSizes(int chipId, int chipRevision);
     void setupProgressRange();
     void configurePinmux();
     void calculateRamSize();
@@ -64,10 +68,10 @@ private:
     std::uint32_t imageSize() const;
     std::uint32_t bytesLeft() const;
 
-    template <typename... Bytes>
-    void writeChipMemory(int addressLow, int addressHigh, Bytes... data);
+    std::uint32_t pageSize() const;
+    std::uint32_t sectorSize() const;
+    void writeChipMemory(unsigned short address, const std::vector<unsigned char>& data);
     void writeChipMemory(std::initializer_list<HidUtilities::ControlValue> values);
-    void writeRegister(const RegisterWrite& write);
 
     std::shared_ptr<ChipChannel> device;
     QByteArray image;           ///< the caller's bytes, not a second copy of them
@@ -76,14 +80,6 @@ private:
     std::string name;
     std::atomic<bool> aborted{false};
     int progress = 0;
-    int chipId = 0;
-    int chipRevision = 0;
-    std::uint32_t deviceSize = 0;
-    std::uint32_t pageSize = 0;
-    std::uint32_t sectorSize = 0;
-    std::uint32_t configBits = 0;
-    const ChipModel* model = nullptr; ///< known from detectSizes() on
-    unsigned short smData = 0;
-    unsigned short ramBase = 0;
-    std::uint32_t ramSize = 0;
+    ImageGeometry geometry = {}; ///< known from detectSizes() on, as the next
+    const ChipModel* model = nullptr;
 };

@@ -18,7 +18,7 @@ sources_of() {
     case $1 in
         imagetext) echo firmware/imagetext.cpp ;;
         inspection) echo firmware/firmwareutilities.cpp ;;
-        devicereader) echo devices/devicereader.cpp firmware/firmwareutilities.cpp ;;
+        devicereader) echo flashing/chip/devicereader.cpp firmware/firmwareutilities.cpp ;;
         archive) echo firmware/firmwarecontroller.cpp firmware/imagetext.cpp firmware/firmwareutilities.cpp ;;
         reportdescriptor) echo platform/linux/reportdescriptor.cpp ;;
     esac

@@ -65,13 +65,6 @@ const std::vector<SimulatedChip::Model>& SimulatedChip::models()
     return all;
 }
 
-const char* phaseName(Phase phase)
-{
-    static const char* const names[] = {"leave",    "identify", "configure", "erase",
-                                        "download", "commit",   "final wait"};
-    return names[static_cast<int>(phase)];
-}
-
 SimulatedChip::Geometry SimulatedChip::geometryOf(DeviceType device, const std::vector<std::uint8_t>& image)
 {
     constexpr std::uint32_t memoryUnit = 64;

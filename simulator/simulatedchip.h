@@ -7,11 +7,7 @@
 #include <vector>
 
 #include "deviceinstance.h"
-
-/// The phases of an update as a device sees them, in their order.
-enum class Phase { Leave, Identify, Configure, Erase, Download, Commit, FinalWait };
-
-const char* phaseName(Phase phase);
+#include "phase.h"
 
 /// The audio chip behind a device's feature-report channel: registers, RAM, the loader with its control
 /// block, and the non-volatile memory with the firmware image.

@@ -249,6 +249,8 @@ void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data()
     row("no memory size", imageOf(300, 0x00, 0x06), 12, 2, identify + " error 4", tooLarge);
     row("no sector size", imageOf(300, 0x0B, 0x30), 12, 2, identify + " error 4",
         "!Transmitter: ERROR: File announces no sector size!");
+    row("no sector size, unknown revision", imageOf(300, 0x0B, 0x30), 12, 4, identify + " error 5",
+        "!Transmitter: ERROR: Unsupported chip");
     row("half a header", imageOf(1, 0x0B, 0), 12, 2, identify + " error 4",
         "!Transmitter: ERROR: File is too short to describe the device memory!");
     row("reports too short for data", good, shortReports, 2, identify + " error 5",
@@ -287,6 +289,8 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             const bool isComplete = k == 0 || k >= count - 1; // the last commit is on its way
             QVERIFY2(journal.endsWith(isComplete ? " ok" : " error 1"), journal);
             QCOMPARE(run.hid->transfers, isComplete ? count : std::max(k, queries));
+            QCOMPARE(run.place.transfer, run.hid->transfers); // after which the run ended
+            QVERIFY(!run.place.isFailed);
             QCOMPARE(run.tree.openFileCount(), std::size_t(0));
         }
     }
@@ -305,14 +309,14 @@ void TestFlasher::everyTransferThatFailsIsTold_data()
         QTest::newRow(name) << chip << revision << first << last << QByteArray(told) << QByteArray(outcome);
     };
     constexpr int never = 1000;
-    row("none", 12, 2, never, never, "", "ok, final wait 20");
-    row("none, foreign chip", 14, 2, never, never, "", "error 3, identify 4");
-    row("none, revision 0", 12, 0, never, never, "", "error 3, identify 4");
+    row("none", 12, 2, never, never, "", "ok, final wait after 20");
+    row("none, foreign chip", 14, 2, never, never, "", "error 3, identify after 4");
+    row("none, revision 0", 12, 0, never, never, "", "error 3, identify after 4");
     row("from the first on", 12, 2, 1, never, "1 identify|2 identify|3 identify|4 identify",
-        "error 3, identify 1");
-    row("a request whose answer comes", 12, 2, 3, 3, "3 identify", "ok, final wait 20");
-    row("from the last two on", 12, 2, 19, never, "19 commit|20 final wait", "ok, commit 19");
-    row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait 20");
+        "error 3, identify at 1");
+    row("a request whose answer comes", 12, 2, 3, 3, "3 identify", "ok, final wait after 20");
+    row("from the last two on", 12, 2, 19, never, "19 commit|20 final wait", "ok, commit at 19");
+    row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait after 20");
 }
 
 void TestFlasher::everyTransferThatFailsIsTold()
@@ -333,7 +337,8 @@ void TestFlasher::everyTransferThatFailsIsTold()
             told << line.mid(23).replace(" did not get through, phase", "");
     }
     QTEST(told.join('|'), "told");
-    QTEST(run.journal.last() + ", " + run.place.phase + ' ' + QByteArray::number(run.place.transfer),
+    QTEST(run.journal.last() + ", " + phaseName(run.place.phase) + (run.place.isFailed ? " at " : " after ") +
+              QByteArray::number(run.place.transfer),
           "outcome");
 }
 

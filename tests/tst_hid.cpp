@@ -69,8 +69,9 @@ private Q_SLOTS:
     void capabilitiesAreAskedForOncePerOpening();
     void openingsShareOnlyAsAllowed();
     void theLastHolderEndsTheWatchThenClosesTheDevice();
-    void framesFollowTheTables_data();
-    void framesFollowTheTables();
+    void operandsAreCutToBytes_data();
+    void operandsAreCutToBytes();
+    void anAnswerThatIsTooShortIsNone();
     void chipQueriesReadOneRegisterByte_data();
     void chipQueriesReadOneRegisterByte();
     void unknownChipsHaveNoLoaderAddresses();
@@ -244,30 +245,20 @@ void TestHid::theLastHolderEndsTheWatchThenClosesTheDevice()
     QCOMPARE(f.tree.openFileCount(), std::size_t(0));
 }
 
-void TestHid::framesFollowTheTables_data()
+void TestHid::operandsAreCutToBytes_data()
 {
     QTest::addColumn<Command>("command");
     QTest::addColumn<QByteArray>("frame");
     const auto row = [](const char* frame, const Command& command) {
         QTest::newRow(frame) << command << QByteArray(frame);
     };
-    row("ff02000a", [](Device d) { return sendControlRequest(d, LeaveApplication); });
-    row("ff020005", [](Device d) { return sendControlRequest(d, EndProgramming); });
-    row("ff0a00ff0400000500e2f00a",
-        [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, 0x30A); }); // cut to bytes
-    row("ff0b00ff0400000600e1f05005", [](Device d) { return writeMemory(d, 0xE1, 0xF0, 0x50, 5); });
-    row("ff0d00ff04000008004bc401020304", [](Device d) { return writeMemory(d, 0x4B, 0xC4, 1, 2, 3, 4); });
-    row("ff1000ff0400000b0057c401020304050607",
-        [](Device d) { return writeMemory(d, 0x57, 0xC4, 1, 2, 3, 4, 5, 6, 7); });
-    row("ff1100ff0400000c004bc40102030405060708",
-        [](Device d) { return writeMemory(d, 0x4B, 0xC4, 1, 2, 3, 4, 5, 6, 7, 8); });
-    row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x04, 0xF0, 1); });
-    row("ff0700ff0400000284", [](Device d) { return executeOperation(d, LoadOperation); });
-    row("ff0700ff0400000203", [](Device d) { return executeOperation(d, CommitOperation); });
-    row("ff0a00ff040000050c000000", [](Device d) { return sendEraseCommand(d); });
+    row("ff02000a", [](Device d) { return sendControlRequest(d, 0x10A); });
+    row("ff0a00ff0400000500e2f00a", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); });
+    row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); });
+    row("ff0700ff0400000284", [](Device d) { return executeOperation(d, 0x184); });
 }
 
-void TestHid::framesFollowTheTables()
+void TestHid::operandsAreCutToBytes()
 {
     QFETCH(const Command, command);
     QFETCH(const QByteArray, frame);
@@ -279,6 +270,36 @@ void TestHid::framesFollowTheTables()
     QCOMPARE(f.clock.tickCount(), frame.contains("fd04") ? 100u : 0u);
     f.tree.unplug(f.path);
     QVERIFY(!command(device));
+}
+
+/// Answers with fewer bytes than it was asked for, as AbstractHidDevice allows.
+void TestHid::anAnswerThatIsTooShortIsNone()
+{
+    struct ShortAnswers : AbstractHidDevice
+    {
+        bool open(int, int) override { return false; }
+        void close() override {}
+        bool isOpen() const override { return true; }
+        int usagePage() override { return 0; }
+        bool setFeatureBlocking(Bytes*) override { return true; }
+        bool getFeatureBlocking(Bytes* report) override
+        {
+            report->assign(bytes, 12);
+            return true;
+        }
+        Bytes* createReportBuffer(int) override { return nullptr; }
+
+        std::size_t bytes = 0;
+    };
+    const Computer computer;
+    const auto device = std::make_shared<ShortAnswers>();
+    for (; device->bytes < 14; ++device->bytes) {
+        QCOMPARE(getAvneraChipId(device), device->bytes < 12 ? 0 : 12);
+        Bytes two;
+        const Answer answer = readMemory(device, 0, 0, 2, two);
+        QCOMPARE(answer == Answer::Complete, device->bytes >= 13);
+        QCOMPARE(two.size(), std::size_t(device->bytes >= 13 ? 2 : 0));
+    }
 }
 
 void TestHid::chipQueriesReadOneRegisterByte_data()

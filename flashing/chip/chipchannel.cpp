@@ -10,22 +10,23 @@ ChipChannel::ChipChannel(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled
 
 bool ChipChannel::setFeatureBlocking(std::vector<unsigned char>* report)
 {
-    return !(cancelled && *cancelled) && count(device->setFeatureBlocking(report));
+    return !isCancelled() && count(device->setFeatureBlocking(report));
 }
 
 bool ChipChannel::getFeatureBlocking(std::vector<unsigned char>* report)
 {
-    return !(cancelled && *cancelled) && count(device->getFeatureBlocking(report));
+    return !isCancelled() && count(device->getFeatureBlocking(report));
 }
 
-bool ChipChannel::count(bool gotThrough)
+bool ChipChannel::count(bool isDone)
 {
     ++last.transfer;
-    if (gotThrough) {
+    last.isFailed = !isDone;
+    if (isDone) {
         lost = {};
         return true;
     }
-    if (lost.transfer == 0)
+    if (!lost.isFailed)
         lost = last;
     if (onFailure)
         onFailure(last);

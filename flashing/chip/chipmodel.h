@@ -9,7 +9,7 @@ struct RegisterWrite
     unsigned char value;
 };
 
-/// What the updater knows of a revision of a chip. To one that is not known it writes nothing at all.
+/// What the updater knows of a revision of a chip. It writes nothing at all to one that it does not know.
 struct ChipModel
 {
     int id;       ///< in the identifier register
@@ -19,11 +19,11 @@ struct ChipModel
     const char* revisionName;
     unsigned short smData;              ///< address of the loader's control block
     unsigned short ramBase;             ///< address of the buffer for downloads
-    unsigned short readBuffer;          ///< address to which image bytes are loaded to be read
+    unsigned short readBuffer;          ///< address of the buffer for reading image bytes
     RegisterWrite headsetPinmux;        ///< connects the headset's memory
-    std::optional<RegisterWrite> patch; ///< to be made before programming
+    std::optional<RegisterWrite> patch; ///< needed before programming
 };
 
-/// @param revision  without one, any will do.
-/// @return nullptr where the chip or the revision is not known.
+/// @param revision  without one, any revision matches.
+/// @return nullptr if the chip or the revision is not known.
 const ChipModel* findChipModel(int id, std::optional<int> revision = std::nullopt);

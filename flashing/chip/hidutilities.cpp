@@ -65,13 +65,13 @@ bool sendChipCommand(const Device& device, unsigned char group, const Bytes& ope
 bool getChipInfoCommand(int& value, Device device, const int addressLow, const int addressHigh,
                         const int count)
 {
+    using HidUtilities::Answer;
     Bytes data;
-    if (!HidUtilities::readMemory(std::move(device), addressLow, addressHigh, count, data))
-        return false;
-    if (data.empty()) {
+    const Answer answer = HidUtilities::readMemory(std::move(device), addressLow, addressHigh, count, data);
+    if (answer == Answer::NoData)
         qCritical("Error getting chip type: Device reported no data to send.");
+    if (answer != Answer::Complete)
         return false;
-    }
     value = data.front();
     return true;
 }
@@ -117,29 +117,34 @@ bool HidUtilities::requestMemoryRead(Device device, int addressLow, int addressH
     const bool isSent =
         sendChipCommand(device, memoryReadClass,
                         {memoryReadOperation, byteOf(addressLow), byteOf(addressHigh), byteOf(count)});
-    Sleep(memoryReadDelayMs);
+    if (isSent || device->isOpen())
+        Sleep(memoryReadDelayMs);
     return isSent;
 }
 
-bool HidUtilities::readMemory(Device device, int addressLow, int addressHigh, int count, Bytes& data)
+HidUtilities::Answer HidUtilities::readMemory(Device device, int addressLow, int addressHigh, int count,
+                                              Bytes& data)
 {
-    requestMemoryRead(device, addressLow, addressHigh, count);
-    data.clear();
+    requestMemoryRead(device, addressLow, addressHigh, count); // the answer says whether it got through
     Bytes report(reportBytes);
     report.front() = reportId;
-    if (!device->getFeatureBlocking(&report))
-        return false;
+    if (!device->getFeatureBlocking(&report) || report.size() <= answerStatusOffset)
+        return Answer::Missing;
+    if (report[answerStatusOffset] == answerNoData)
+        return Answer::NoData;
+    if (report.size() < answerDataOffset + static_cast<std::size_t>(count))
+        return Answer::Missing;
     const auto begin = report.begin() + answerDataOffset;
-    if (report[answerStatusOffset] != answerNoData)
-        data.assign(begin, begin + count);
-    return true;
+    data.assign(begin, begin + count);
+    return Answer::Complete;
 }
 
 int HidUtilities::getAvneraChipId(Device device)
 {
     int value = 0;
-    if (!getChipInfoCommand(value, std::move(device), lowByte(chipIdRegister), highByte(chipIdRegister), 1)) {
-        qCritical("Failed trying obtain chip ID");
+    if (!getChipInfoCommand(value, device, lowByte(chipIdRegister), highByte(chipIdRegister), 1)) {
+        if (device->isOpen())
+            qCritical("Failed trying obtain chip ID");
         return 0;
     }
     const ChipModel* const model = findChipModel(value);
@@ -154,24 +159,31 @@ int HidUtilities::getAvneraChipId(Device device)
 int HidUtilities::getAvneraChipRevision(Device device)
 {
     int value = 0;
-    if (!getChipInfoCommand(value, std::move(device), lowByte(chipRevisionRegister),
-                            highByte(chipRevisionRegister), 1)) {
-        qCritical("Failed trying obtain chip revision");
+    if (!getChipInfoCommand(value, device, lowByte(chipRevisionRegister), highByte(chipRevisionRegister),
+                            1)) {
+        if (device->isOpen())
+            qCritical("Failed trying obtain chip revision");
         return 0;
     }
     return value;
 }
 
+const ChipModel* HidUtilities::getAvneraChipModel(int chipId, int revision)
+{
+    const ChipModel* const model = findChipModel(chipId, revision);
+    if (model)
+        qDebug("%s VMI found", model->revisionName);
+    else if (const ChipModel* const chip = findChipModel(chipId))
+        qCritical("Unsupported %s chip version", chip->family);
+    return model;
+}
+
 bool HidUtilities::getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision)
 {
-    const ChipModel* const model = findChipModel(chipId, revision);
-    if (!model) {
-        if (const ChipModel* const chip = findChipModel(chipId))
-            qCritical("Unsupported %s chip version", chip->family);
+    const ChipModel* const model = getAvneraChipModel(chipId, revision);
+    if (!model)
         return false;
-    }
-    qDebug("%s VMI found", model->revisionName);
     smData = model->smData;
     ramBase = model->ramBase;
     return true;

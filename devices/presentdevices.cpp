@@ -1,4 +1,4 @@
-#include "interfaceclass_p.h"
+#include "presentdevices_p.h"
 
 #include <algorithm>
 #include <cwchar>

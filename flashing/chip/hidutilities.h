@@ -6,11 +6,12 @@
 #include <vector>
 
 class AbstractHidDevice;
+struct ChipModel;
 
 /// The commands to the audio chips: 64-byte feature reports on the vendor-defined HID interface.
 ///
-/// Every operation blocks the calling thread for its transfers. The results tell whether the transfer itself
-/// went through, not what the chip made of it. Of the operands that are named as int the low byte counts.
+/// Every operation blocks the calling thread for its transfers. The results say whether the transfer itself
+/// was done, not what the chip made of it. Of operands that are an int only the low byte is sent.
 namespace HidUtilities {
 
 /// One-byte requests to the device as a whole.
@@ -25,7 +26,7 @@ enum ChipOperation {
     LoadOperation = 0x84,   ///< copy image bytes into RAM, as the control block says
 };
 
-/// A field of the control block of the chip's loader, which stands at the chip's SmData address.
+/// A field of the control block of the chip's loader, which starts at the chip's SmData address.
 struct ControlField
 {
     unsigned char offset;
@@ -58,23 +59,11 @@ constexpr int highByte(unsigned address)
 
 bool sendControlRequest(std::shared_ptr<AbstractHidDevice> device, int code);
 
-/// Writes at most 8 bytes after the address.
+/// @param data  1, 2, 4, 7 or 8 bytes.
 bool writeMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                  const std::vector<unsigned char>& data);
 
-/// The same with 1, 2, 4, 7 or 8 bytes named one by one.
-template <typename... Bytes>
-bool writeMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh, int first,
-                 Bytes... more)
-{
-    constexpr auto count = 1 + sizeof...(more);
-    static_assert(count == 1 || count == 2 || count == 4 || count == 7 || count == 8);
-    return writeMemory(
-        std::move(device), addressLow, addressHigh,
-        std::vector<unsigned char>{static_cast<unsigned char>(first), static_cast<unsigned char>(more)...});
-}
-
-/// Writes fields that stand side by side, in one write, into the control block at @p smData.
+/// Writes adjacent fields, in one write, into the control block at @p smData.
 bool writeControlBlock(std::shared_ptr<AbstractHidDevice> device, unsigned short smData,
                        std::initializer_list<ControlValue> values);
 
@@ -83,23 +72,34 @@ bool executeOperation(std::shared_ptr<AbstractHidDevice> device, int operation);
 /// Erases the transmitter's flash sector at the control block's flash address.
 bool sendEraseCommand(std::shared_ptr<AbstractHidDevice> device);
 
-/// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that it needs for that.
+/// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that it needs. Does not
+/// wait if the device is closed.
 bool requestMemoryRead(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh, int count);
 
-/// Asks for @p count bytes, at most 53, and leaves them in @p data, which stays empty where the chip had
-/// nothing prepared. The answer alone tells whether the request got through.
-/// @return whether there was an answer.
-[[nodiscard]] bool readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
-                              int count, std::vector<unsigned char>& data);
+enum class Answer {
+    Missing, ///< or too short
+    NoData,  ///< the chip had nothing prepared
+    Complete,
+};
 
-/// 12 (AV6x01) or 13 (AV6x02); 0, with critical log lines, when unknown or unreadable.
+/// Asks for @p count bytes, at most 53, and puts them into @p data if the answer is complete.
+[[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
+                                int count, std::vector<unsigned char>& data);
+
+/// 12 (AV6x01) or 13 (AV6x02); 0 if unknown or unreadable, with critical log lines unless the device is
+/// closed.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
-/// The revision register's value, whatever it is; 0, with critical log lines, when unreadable.
+/// The revision register's value, whatever it is; 0 if unreadable, with critical log lines unless the device
+/// is closed.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
-/// Looks the loader's addresses up: its control block, and the buffer for downloads.
-/// @return false, with the outputs untouched, for a chip and revision that are not known.
+/// What is known of the chip and revision, with a log line.
+/// @return null for a chip or revision that is not known.
+[[nodiscard]] const ChipModel* getAvneraChipModel(int chipId, int revision);
+
+/// The loader's addresses in getAvneraChipModel(): its control block, and the buffer for downloads.
+/// @return false, with the outputs untouched, for a chip or revision that is not known.
 [[nodiscard]] bool getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision);
 

@@ -1,0 +1,12 @@
+#pragma once
+
+/// The phases of an update, in their order. Prepare and Restore concern the computer, the others a device.
+enum class Phase { Prepare, Leave, Identify, Configure, Erase, Download, Commit, FinalWait, Restore };
+
+/// As the log, the bench and the documentation call it.
+constexpr const char* phaseName(Phase phase)
+{
+    constexpr const char* names[] = {"prepare",  "leave",  "identify",   "configure", "erase",
+                                     "download", "commit", "final wait", "restore"};
+    return names[static_cast<int>(phase)];
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "abstracthiddevice.h"
+#include "phase.h"
+
+/// Forwards a chip's commands to its device and counts the transfers. Like the device, it is used by one
+/// thread at a time.
+class ChipChannel : public AbstractHidDevice
+{
+public:
+    /// Set once nobody waits for an answer any more. The channel then is closed: every transfer fails without
+    /// reaching the device.
+    using Cancelled = std::shared_ptr<const std::atomic<bool>>;
+
+    /// How far the work with the device got.
+    struct Place
+    {
+        Phase phase = Phase::Identify;
+        int transfer = 0;      ///< the last feature report, either way, counted from 1
+        bool isFailed = false; ///< whether that transfer failed
+    };
+
+    explicit ChipChannel(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled = nullptr);
+
+    void enterPhase(Phase phase) { last.phase = phase; }
+
+    /// The last transfer, or the first of the failed ones at the end.
+    Place place() const { return lost.isFailed ? lost : last; }
+
+    std::function<void(const Place&)> onFailure; ///< called after each transfer that failed
+
+    bool open(int access, int share) override { return device->open(access, share); }
+    void close() override { device->close(); }
+    bool isOpen() const override { return !isCancelled() && device->isOpen(); }
+    int usagePage() override { return device->usagePage(); }
+    bool setFeatureBlocking(std::vector<unsigned char>* report) override;
+    bool getFeatureBlocking(std::vector<unsigned char>* report) override;
+    std::vector<unsigned char>* createReportBuffer(int reportKind) override
+    {
+        return device->createReportBuffer(reportKind);
+    }
+
+private:
+    bool isCancelled() const { return cancelled && *cancelled; }
+    bool count(bool isDone);
+
+    const std::shared_ptr<AbstractHidDevice> device;
+    const Cancelled cancelled;
+    Place last;
+    Place lost; ///< the first failed transfer since the last that was done
+};
