@@ -14,6 +14,9 @@ target_compile_options(updater_options INTERFACE
 target_compile_definitions(updater_options INTERFACE
     UNICODE _UNICODE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_MESSAGELOGCONTEXT
     QT_DEPRECATED_WARNINGS _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN)
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    target_compile_options(updater_options INTERFACE -Wthread-safety)
+endif()
 if(WIN32)
     # Programs do not tell where and when they were built.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int shareRead = 1;
-
 constexpr int firstVendorUsagePage = 0xFF00; // HID Usage Tables: vendor-defined pages
 constexpr int lastVendorUsagePage = 0xFFFF;
 
@@ -51,7 +49,7 @@ unsigned short normalHeadsetPid()
 std::shared_ptr<AbstractHidDevice> openForReading(const std::shared_ptr<DeviceDetector>& detector,
                                                   DeviceInstance* instance)
 {
-    return Utilities::openHidDevice(detector, instance, AbstractHidDevice::ReadWriteBits, shareRead);
+    return Utilities::openHidDevice(detector, instance, Access::ReadWrite, Access::Read);
 }
 
 bool isKnownPid(unsigned short pid)

@@ -35,7 +35,7 @@ public:
     /// When the system asks for an orderly removal of the device, the detector closes the handle at once. Its
     /// value may then belong to something else: borrow the handle by lendDevice() instead where that can
     /// happen.
-    /// @param access  bit 0 read, bit 1 write.   @param share  bit 0 read, bit 1 write; 0 is exclusive.
+    /// @param access, share  Access::Bits.
     /// @return INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
                               SECURITY_ATTRIBUTES* /*security*/, DWORD /*flagsAndAttributes*/)

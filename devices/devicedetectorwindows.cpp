@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <mutex>
 
 #include <cfgmgr32.h>
 
-#include "abstracthiddevice.h"
+#include "accessbits.h"
 #include "devicedetectorlistener.h"
 #include "devicehandle.h"
 #include "presentdevices_p.h"
@@ -16,14 +15,10 @@ namespace {
 constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
 constexpr DWORD installationWaitMs = 1000;
 
-using AccessBits = AbstractHidDevice::AccessBits;
-
 // The record sizes of 32-bit Windows, which the system checks.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
-
-using Guard = std::lock_guard<CriticalSection>;
 
 void closeAndForget(HANDLE& handle)
 {
@@ -62,7 +57,10 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
     if (!reportTo || !ids || count == 0)
         return false;
     listener = reportTo;
-    filters.assign(ids, ids + count);
+    {
+        const Guard guard(lock); // a worker left over from a start that failed reads them
+        filters.assign(ids, ids + count);
+    }
     started = false;
     for (HANDLE* event : {&readyEvent, &stopEvent, &workEvent}) {
         if (!*event)
@@ -74,7 +72,6 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         CreateThread(nullptr, 0, runNotificationThread, this, 0, &notificationThreadId);
     if (!notificationThreadHandle)
         return false;
-    // A worker left over from a start that failed goes on serving.
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
     // In any case, because a thread can be told to quit only once it has a message queue.
@@ -120,10 +117,8 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
                                                           SECURITY_ATTRIBUTES* security,
                                                           DWORD flagsAndAttributes, bool isReopened)
 {
-    const DWORD desiredAccess = (access & AccessBits::ReadBit ? GENERIC_READ : 0u) |
-                                (access & AccessBits::WriteBit ? GENERIC_WRITE : 0u);
-    const DWORD shareMode = (share & AccessBits::ReadBit ? FILE_SHARE_READ : 0u) |
-                            (share & AccessBits::WriteBit ? FILE_SHARE_WRITE : 0u);
+    const DWORD desiredAccess = Access::desiredAccess(access);
+    const DWORD shareMode = Access::shareMode(share);
     const Guard guard(lock);
     const auto known = knownDevices.find(toLowerAscii(device->path));
     // A removed record's path may be that of the device's next arrival, which is reported for itself.
@@ -211,8 +206,7 @@ bool DeviceDetectorWindows::setUpNotifications()
     window = CreateWindowExW(0, windowClassName, nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, module, nullptr);
     if (!window)
         return false;
-    registerInterfaces();
-    if (interfaceNotifications.empty()) {
+    if (!registerInterfaces()) {
         DestroyWindow(window);
         window = nullptr;
         return false;
@@ -221,8 +215,10 @@ bool DeviceDetectorWindows::setUpNotifications()
     return true;
 }
 
-void DeviceDetectorWindows::registerInterfaces()
+/// @return whether there is a registration.
+bool DeviceDetectorWindows::registerInterfaces()
 {
+    const Guard guard(lock);
     for (const DeviceId& id : filters) {
         DEV_BROADCAST_DEVICEINTERFACE_W filter = {};
         filter.dbcc_size = sizeof(filter);
@@ -235,6 +231,7 @@ void DeviceDetectorWindows::registerInterfaces()
         if (notification)
             interfaceNotifications[filter.dbcc_classguid] = std::move(notification);
     }
+    return !interfaceNotifications.empty();
 }
 
 void DeviceDetectorWindows::tearDownNotifications()
@@ -350,19 +347,29 @@ bool DeviceDetectorWindows::waitInstallationSettled()
 
 void DeviceDetectorWindows::examineArrivals()
 {
-    std::unique_lock<CriticalSection> guard(lock);
-    while (!arrivalQueue.empty()) {
+    while (examineArrival()) {
+    }
+}
+
+/// Examines the arrival that is first in the queue.
+/// @return false if there is none.
+bool DeviceDetectorWindows::examineArrival()
+{
+    std::size_t count = 0;
+    {
+        const Guard guard(lock);
+        if (arrivalQueue.empty())
+            return false;
         const PendingArrival arrival = arrivalQueue.front();
-        const bool isComplete = arrival.isEndOfEnumeration();
-        if (!isComplete)
+        if (!arrival.isEndOfEnumeration())
             addDevice(arrival);
         arrivalQueue.erase(arrivalQueue.begin());
-        const std::size_t count = knownDevices.size();
-        guard.unlock();
-        if (isComplete)
-            listener->deviceEnumerationComplete(count);
-        guard.lock();
+        if (!arrival.isEndOfEnumeration())
+            return true;
+        count = knownDevices.size();
     }
+    listener->deviceEnumerationComplete(count);
+    return true;
 }
 
 void DeviceDetectorWindows::addDevice(const PendingArrival& arrival)
@@ -381,13 +388,15 @@ void DeviceDetectorWindows::addDevice(const PendingArrival& arrival)
 
 bool DeviceDetectorWindows::isWanted(const DeviceInstance& device) const
 {
-    return std::any_of(filters.begin(), filters.end(), [&](const DeviceId& filter) {
+    for (const DeviceId& filter : filters) {
         const GUID classGuid = interfaceClassGuid(filter.interfaceKind);
-        return interfaceNotifications.count(classGuid) != 0 &&
-               (filter.vendorId == 0 || filter.vendorId == device.vendorId) &&
-               (filter.productId == 0 || filter.productId == device.productId) &&
-               (classGuid == GUID{} || filter.interfaceKind == device.interfaceKind);
-    });
+        if (interfaceNotifications.count(classGuid) != 0 &&
+            (filter.vendorId == 0 || filter.vendorId == device.vendorId) &&
+            (filter.productId == 0 || filter.productId == device.productId) &&
+            (classGuid == GUID{} || filter.interfaceKind == device.interfaceKind))
+            return true;
+    }
+    return false;
 }
 
 void DeviceDetectorWindows::removeDevice(const std::wstring& path)

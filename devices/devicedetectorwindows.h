@@ -17,8 +17,8 @@
 
 /// Device detection by SetupAPI enumeration and device-change broadcasts.
 ///
-/// A notification thread owns a hidden window, enumerates what is present and hears of arrivals and removals;
-/// a worker thread turns queued arrivals into records once driver installation has settled.
+/// A notification thread owns a hidden window, enumerates what is present and gets the broadcasts of arrivals
+/// and removals; a worker thread turns queued arrivals into records once driver installation has settled.
 class DeviceDetectorWindows : public DeviceDetector
 {
 public:
@@ -54,9 +54,9 @@ private:
 
     void notificationThread();
     bool setUpNotifications();
-    void registerInterfaces();
+    bool registerInterfaces();
     void tearDownNotifications();
-    unsigned int enumerateInterfaces();
+    unsigned int enumerateInterfaces() THREAD_SAFETY(requires_capability(lock));
     void deviceChange(WPARAM event, const DEV_BROADCAST_HDR* header);
     void interfaceChange(WPARAM event, const DEV_BROADCAST_DEVICEINTERFACE_W& broadcast);
     void handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast);
@@ -65,16 +65,16 @@ private:
     void workerThread();
     bool waitInstallationSettled();
     void examineArrivals();
+    bool examineArrival();
 
     std::shared_ptr<DeviceHandle> open(DeviceInstance* device, int access, int share,
                                        SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes,
                                        bool isReopened);
 
-    // To be called with the lock held.
-    void addDevice(const PendingArrival& arrival);
-    bool isWanted(const DeviceInstance& device) const;
-    void removeDevice(const std::wstring& path);
-    void reopenDevice(const HandleRecord& closed);
+    void addDevice(const PendingArrival& arrival) THREAD_SAFETY(requires_capability(lock));
+    bool isWanted(const DeviceInstance& device) const THREAD_SAFETY(requires_capability(lock));
+    void removeDevice(const std::wstring& path) THREAD_SAFETY(requires_capability(lock));
+    void reopenDevice(const HandleRecord& closed) THREAD_SAFETY(requires_capability(lock));
 
     HWND window = nullptr;
     HANDLE notificationThreadHandle = nullptr;
@@ -84,11 +84,12 @@ private:
     HANDLE workerThreadHandle = nullptr;
     HANDLE workEvent = nullptr;
     bool started = false;
-    CriticalSection lock; ///< recursive; guards everything below and the reports made under it
-    std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices;
-    std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>> removedDevices; ///< until forget()
-    std::vector<DeviceId> filters;
-    std::vector<PendingArrival> arrivalQueue;
-    std::map<GUID, DeviceNotification, GuidOrder> interfaceNotifications;
-    HandleNotifications handleNotifications;
+    CriticalSection lock; ///< recursive; also held for most reports
+    std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices THREAD_SAFETY(guarded_by(lock));
+    std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>>
+        removedDevices THREAD_SAFETY(guarded_by(lock)); ///< until forget()
+    std::vector<DeviceId> filters THREAD_SAFETY(guarded_by(lock));
+    std::vector<PendingArrival> arrivalQueue THREAD_SAFETY(guarded_by(lock));
+    std::map<GUID, DeviceNotification, GuidOrder> interfaceNotifications THREAD_SAFETY(guarded_by(lock));
+    HandleNotifications handleNotifications THREAD_SAFETY(guarded_by(lock));
 };

@@ -57,8 +57,7 @@ DeviceType deviceTypeOf(const DeviceId& id);
 QString deviceNameForPid(unsigned short pid);
 
 /// Opens @p device through @p detector, which from then on watches the handle for surprise removal.
-/// @param access  bit 0 read, bit 1 write.
-/// @param share   bit 0 others may read, bit 1 others may write; 0 is exclusive.
+/// @param access, share  Access::Bits.
 /// @return empty on failure, with a warning in the log. The last holder, on whatever thread, ends the
 ///         watching and closes the device; until then the detector is kept alive.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int exclusive = 0;
 constexpr int reenumerationTimeoutMs = 30000;
 
 /// What a device of @p type looks like in programming mode; matches nothing for any other type.
@@ -107,7 +106,7 @@ void FirmwareUpdaterPrivate::flashDevice()
         Q_EMIT q->flashingFinished();
         return;
     }
-    const auto hid = Utilities::openHidDeviceByPath(device.path, AbstractHidDevice::ReadWriteBits, exclusive);
+    const auto hid = Utilities::openHidDeviceByPath(device.path, Access::ReadWrite, Access::None);
     if (!hid) {
         if (!flashingDevice)
             giveUp();
@@ -153,8 +152,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
         return;
     }
     qDebug("Flashing Device Arrived... device type = %d", type);
-    const auto hid =
-        Utilities::openHidDevice(detection.running(), arrived, AbstractHidDevice::ReadWriteBits, exclusive);
+    const auto hid = Utilities::openHidDevice(detection.running(), arrived, Access::ReadWrite, Access::None);
     if (!hid) {
         flashingDeviceRemoved(flashingDevice);
         return;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "accessbits.h"
 #include "devicereader_p.h"
 #include "firmwareutilities.h"
 #include "scriptedhid.h"
@@ -75,7 +76,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     static const FuzzTarget::SilentLog silence;
     HidFixture f;
     const LyingChip chip(*f.hid, data, size);
-    const auto device = Utilities::openHidDeviceByPath(f.path, 3, 1);
+    const auto device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::Read);
     FuzzTarget::require(device != nullptr, "cannot open the device");
     const ReadDataHelper_FromDevice reader(device, std::make_shared<const std::atomic<bool>>(false));
     FirmwareUtilities::getPid(reader);

@@ -47,12 +47,8 @@ public:
     {
         if (isOpen() || path.empty())
             return false;
-        const DWORD desiredAccess =
-            (access & ReadBit ? GENERIC_READ : 0u) | (access & WriteBit ? GENERIC_WRITE : 0u);
-        const DWORD shareMode =
-            (share & ReadBit ? FILE_SHARE_READ : 0u) | (share & WriteBit ? FILE_SHARE_WRITE : 0u);
-        handle =
-            ownerOf(CreateFileW(path.c_str(), desiredAccess, shareMode, nullptr, OPEN_EXISTING, 0, nullptr));
+        handle = ownerOf(CreateFileW(path.c_str(), Access::desiredAccess(access), Access::shareMode(share),
+                                     nullptr, OPEN_EXISTING, 0, nullptr));
         return isOpen();
     }
 

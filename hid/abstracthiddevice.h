@@ -3,6 +3,8 @@
 #include <memory>
 #include <vector>
 
+#include "accessbits.h"
+
 class DeviceHandle;
 class HidDeviceDescriptor;
 
@@ -18,9 +20,6 @@ class HidDeviceDescriptor;
 class AbstractHidDevice
 {
 public:
-    /// Bits of access and of sharing, wherever a device is opened.
-    enum AccessBits { ReadBit = 1, WriteBit = 2, ReadWriteBits = ReadBit | WriteBit };
-
     virtual ~AbstractHidDevice() = default;
 
     /// Wraps a device handle that is already open, and owns it from then on.
@@ -34,8 +33,7 @@ public:
     static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);
 
     /// Opens the device that the descriptor names.
-    /// @param access  bit 0 read, bit 1 write.
-    /// @param share   bit 0 others may read, bit 1 others may write; 0 is exclusive.
+    /// @param access, share  Access::Bits.
     /// @return whether it is open now; false also when it was open before.
     virtual bool open(int access, int share) = 0;
 

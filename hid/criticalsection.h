@@ -2,8 +2,10 @@
 
 #include <windows.h>
 
-/// The system's recursive lock, for std::lock_guard and std::unique_lock.
-class CriticalSection
+#include "threadsafety.h"
+
+/// The system's recursive lock.
+class THREAD_SAFETY(capability("lock")) CriticalSection
 {
 public:
     CriticalSection() { InitializeCriticalSection(&section); }
@@ -11,9 +13,26 @@ public:
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
 
-    void lock() { EnterCriticalSection(&section); }
-    void unlock() { LeaveCriticalSection(&section); }
+    void lock() THREAD_SAFETY(acquire_capability()) { EnterCriticalSection(&section); }
+    void unlock() THREAD_SAFETY(release_capability()) { LeaveCriticalSection(&section); }
 
 private:
     CRITICAL_SECTION section;
+};
+
+/// Holds a lock until the end of its scope. Like std::unique_lock, but clang can check it.
+class THREAD_SAFETY(scoped_lockable) Guard
+{
+public:
+    explicit Guard(CriticalSection& toHold) THREAD_SAFETY(acquire_capability(toHold))
+        : held(toHold)
+    {
+        held.lock();
+    }
+    ~Guard() THREAD_SAFETY(release_capability()) { held.unlock(); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    CriticalSection& held;
 };

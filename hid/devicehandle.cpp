@@ -11,7 +11,7 @@ DeviceHandle::~DeviceHandle()
 void DeviceHandle::close()
 {
     usable = false; // before the lock, so that only a transfer in progress is waited for
-    const std::lock_guard<CriticalSection> guard(inUse);
+    const Guard guard(inUse);
     if (!std::exchange(isClosed, true))
         CloseHandle(handle);
 }

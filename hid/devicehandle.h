@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 
 #include <windows.h>
 
@@ -39,7 +38,7 @@ public:
     template <typename Transfer>
     bool use(Transfer transfer)
     {
-        const std::lock_guard<CriticalSection> guard(inUse);
+        const Guard guard(inUse);
         return usable && transfer(handle);
     }
 
@@ -50,7 +49,7 @@ public:
 private:
     const HANDLE handle;
     std::atomic<bool> usable{true};
-    CriticalSection inUse;
-    bool isClosed = false; ///< guarded by `inUse`
+    CriticalSection inUse; ///< guards the use of the handle
+    bool isClosed THREAD_SAFETY(guarded_by(inUse)) = false;
     std::atomic<bool> isReleased{false};
 };

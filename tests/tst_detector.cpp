@@ -21,8 +21,9 @@ private Q_SLOTS:
     void aFailedStartLeavesNothingBehind();
     void presentDevicesAreReportedBeforeCompletion();
     void completionIsReportedAgainWithTheFirstLaterBatch();
-    void onlyMatchingReadableDevicesAreReported_data();
-    void onlyMatchingReadableDevicesAreReported();
+    void theWorkerRests();
+    void aWaitThatFailsEndsTheWorker();
+    void eachStartHasItsOwnIdentities();
     void aDeviceIsReportedOnceWhateverTheCase();
     void anArrivalStillQueuedIsErasedByItsRemoval();
     void stopDoesNotWaitForAnInstallation();
@@ -128,50 +129,44 @@ void TestDetector::completionIsReportedAgainWithTheFirstLaterBatch()
                                                  QStringLiteral("+7a31:4"), QStringLiteral("-4")}));
 }
 
-void TestDetector::onlyMatchingReadableDevicesAreReported_data()
+void TestDetector::theWorkerRests()
 {
-    QTest::addColumn<QString>("hardwareId");
-    QTest::addColumn<QString>("enumerator");
-    QTest::addColumn<QString>("expected");
-    const QString hid = QStringLiteral("HID");
-    QTest::newRow("known") << "HID\\VID_7A31&PID_0003" << hid << "+7a31:3";
-    QTest::newRow("programming mode") << "HID\\VID_170D&PID_0101" << hid << "+170d:257";
-    QTest::newRow("enumerator in lower case") << "hid\\vid_7a31&pid_0003"
-                                              << "usb"
-                                              << "+7a31:3";
-    QTest::newRow("not a digit counts 0") << "HID\\VID_7A31&PID_000g" << hid << "";
-    QTest::newRow("foreign product") << "HID\\VID_7A31&PID_0005" << hid << "";
-    QTest::newRow("foreign vendor") << "HID\\VID_170D&PID_0004" << hid << "";
-    QTest::newRow("no pid") << "HID\\VID_7A31&MI_0004" << hid << "";
-    QTest::newRow("other bus") << "HID\\VID_7A31&PID_0003"
-                               << "BTHENUM"
-                               << "";
-    QTest::newRow("no enumerator") << "HID\\VID_7A31&PID_0003"
-                                   << ""
-                                   << "";
-    QTest::newRow("no hardware id") << "" << hid << "";
+    DetectorFixture f;
+    QVERIFY(f.start());
+    f.recorder.waitFor(1);
+    constexpr int arrivals = 20;
+    for (int i = 0; i < arrivals; ++i) {
+        f.tree.plug(hidNode(transmitter, L"7&1a2b3c&0&00" + std::to_wstring(10 + i)));
+        f.recorder.waitFor(3 + i); // completion came twice
+    }
+    const int waits = f.machine.faults.counted(SystemCall::WaitForMultipleObjects);
+    QVERIFY2(waits <= 1 + arrivals, QByteArray::number(waits));
 }
 
-void TestDetector::onlyMatchingReadableDevicesAreReported()
+void TestDetector::aWaitThatFailsEndsTheWorker()
 {
-    QFETCH(const QString, hardwareId);
-    QFETCH(const QString, enumerator);
-    QFETCH(const QString, expected);
     DetectorFixture f;
-    DeviceNode examined = hidNode({0x1234, 0x0001}); // identity comes from the hardware id alone
-    examined.hardwareIds.clear();
-    if (!hardwareId.isEmpty())
-        examined.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0004"};
-    examined.enumerator = enumerator.toStdWString();
-    examined.friendlyName = L"Friendly";
-    f.tree.plug(examined);
+    f.machine.faults.fail(SystemCall::WaitForMultipleObjects, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
-    const QStringList reports = f.recorder.waitFor(expected.isEmpty() ? 1 : 2);
-    QCOMPARE(reports.first(), expected.isEmpty() ? QStringLiteral("complete 0") : expected);
-    if (expected.isEmpty())
-        return;
-    QVERIFY(f.recorder.last->hasFriendlyName);
-    QCOMPARE(f.recorder.last->name, std::wstring(L"Friendly"));
+    TRY_VERIFY(runningThreadCount() == 1); // the notification thread
+    f.tree.plug(hidNode(transmitter));
+    f.detector->stop();
+    QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));
+    QVERIFY(f.start());
+    QVERIFY(f.recorder.waitFor(3).contains(QStringLiteral("+7a31:4"))); // after two completions
+}
+
+void TestDetector::eachStartHasItsOwnIdentities()
+{
+    DetectorFixture f;
+    f.tree.plug(hidNode(transmitter));
+    f.tree.plug(hidNode(headset));
+    QVERIFY(f.start({{0x7A31, 0x0004, InterfaceKind::Hid}}));
+    f.recorder.waitFor(2);
+    f.detector->stop();
+    QVERIFY(f.start({{0x7A31, 0x0006, InterfaceKind::Hid}}));
+    QCOMPARE(f.recorder.waitFor(4), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("complete 1"),
+                                                 QStringLiteral("+7a31:6"), QStringLiteral("complete 1")}));
 }
 
 void TestDetector::aDeviceIsReportedOnceWhateverTheCase()
@@ -223,8 +218,9 @@ void TestDetector::completionHoldsNobodyUp()
     f.recorder.onReport = [&](const QString& report) {
         if (!report.startsWith(QLatin1String("complete")))
             return;
-        opening = std::async(std::launch::async,
-                             [&] { return f.detector->openDevice(f.recorder.last, 1, 1, nullptr, 0); });
+        opening = std::async(std::launch::async, [&] {
+            return f.detector->openDevice(f.recorder.last, Access::Read, Access::Read, nullptr, 0);
+        });
         wasHeldUp = opening.wait_for(std::chrono::milliseconds(patienceMs)) != std::future_status::ready;
     };
     QVERIFY(f.detected({transmitter}));

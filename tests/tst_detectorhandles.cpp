@@ -23,22 +23,24 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     DetectorFixture f;
     DeviceInstance* const device = f.detected({transmitter});
     QVERIFY(device);
-    const HANDLE first = f.detector->openDevice(device, 3, 1, nullptr, 0);
+    const HANDLE first = f.detector->openDevice(device, Access::ReadWrite, Access::Read, nullptr, 0);
     QVERIFY(first != INVALID_HANDLE_VALUE);
-    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
+    QCOMPARE(f.detector->openDevice(device, Access::ReadWrite, Access::None, nullptr, 0),
+             INVALID_HANDLE_VALUE);
     QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
     QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
     QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
     f.detector->closeDevice(device); // no handle of its own: nothing happens
     f.detector->closeDevice(first);
     QVERIFY(CloseHandle(first));
-    const HANDLE second = f.detector->openDevice(device, 1, 2, nullptr, 0);
+    const HANDLE second = f.detector->openDevice(device, Access::Read, Access::Write, nullptr, 0);
     QVERIFY(second != INVALID_HANDLE_VALUE);
     QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
     QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
     f.tree.unplug(hidNode(transmitter).interfacePath); // with the handle open: the removal is reported once
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
-    QCOMPARE(f.detector->openDevice(device, 3, 0, nullptr, 0), INVALID_HANDLE_VALUE);
+    QCOMPARE(f.detector->openDevice(device, Access::ReadWrite, Access::None, nullptr, 0),
+             INVALID_HANDLE_VALUE);
     QVERIFY(CloseHandle(second));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(3).size(), 3);
@@ -50,10 +52,11 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     const std::wstring path = hidNode(headset).interfacePath;
     DWORD error = 0;
     QVERIFY(f.detected({transmitter}));
-    const HANDLE gone = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
+    const HANDLE gone = f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
     f.tree.plug(hidNode(headset));
     f.recorder.waitFor(3);
-    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
+    QVERIFY(f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0) !=
+            INVALID_HANDLE_VALUE);
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the other handle stays watched
     QVERIFY(CloseHandle(gone));
     const auto someoneElse = f.tree.open(path, 0, 0, error);
@@ -64,7 +67,7 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
         QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     }
     // Who opens the device makes the reopened handle needless.
-    const auto lent = f.detector->lendDevice(f.recorder.last, 1, 3);
+    const auto lent = f.detector->lendDevice(f.recorder.last, Access::Read, Access::ReadWrite);
     QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     f.detector->takeBack(*lent);
     QVERIFY(!f.tree.requestRemoval(path)); // nothing is watched any more
@@ -85,11 +88,13 @@ void TestDetectorHandles::aHandleIsToldFromAnotherOfTheSameValue()
     f.tree.plug(hidNode(headset));
     f.recorder.waitFor(3);
     DeviceInstance* const second = f.recorder.last;
-    const HANDLE closed = f.detector->openDevice(first, 3, 1, nullptr, 0);
+    const HANDLE closed = f.detector->openDevice(first, Access::ReadWrite, Access::Read, nullptr, 0);
     QVERIFY(closed != INVALID_HANDLE_VALUE);
     const auto observer = std::make_shared<Bystander>();
     HANDLE other = INVALID_HANDLE_VALUE;
-    observer->onQuery = [&] { other = f.detector->openDevice(second, 3, 1, nullptr, 0); };
+    observer->onQuery = [&] {
+        other = f.detector->openDevice(second, Access::ReadWrite, Access::Read, nullptr, 0);
+    };
     f.tree.observe(observer);
     const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
     QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
@@ -105,7 +110,8 @@ void TestDetectorHandles::anOrderlyRemovalClosesTheHandle()
 {
     DetectorFixture f;
     QVERIFY(f.detected({transmitter}));
-    QVERIFY(f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0) != INVALID_HANDLE_VALUE);
+    QVERIFY(f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0) !=
+            INVALID_HANDLE_VALUE);
     QVERIFY(f.tree.requestRemoval(hidNode(transmitter).interfacePath));
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
     QCOMPARE(f.tree.openFileCount(), std::size_t(0));
@@ -130,7 +136,8 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     DetectorFixture f;
     f.tree.setBroadcasts({filesFirst, removals, changesFirst});
     QVERIFY(f.detected({transmitter}));
-    const HANDLE handle = f.detector->openDevice(f.recorder.last, 3, 1, nullptr, 0);
+    const HANDLE handle =
+        f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
     const auto observer = std::make_shared<Bystander>();
     QString heard; // when those who watch a file have been told: whoever else is not needed
     observer->onRemoved = [&] { heard = f.recorder.waitFor(3).last(); };

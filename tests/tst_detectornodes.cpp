@@ -82,13 +82,17 @@ void TestDetectorNodes::theHardwareIdTellsWhoItIs()
     QFETCH(const GUID, interfaceClass);
     DetectorFixture f;
     DeviceNode node = hidNode(transmitter);
-    node.hardwareIds = {hardwareId.toStdWString()};
+    node.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0003"}; // the first counts
     node.interfaceClass = interfaceClass;
+    node.friendlyName = L"Friendly";
     f.tree.plug(node);
     QVERIFY(f.start({{0, 0, InterfaceKind::Hid}, {0, 0, InterfaceKind::UsbDevice}}));
     QTEST(f.recorder.waitFor(1).first(), "report");
-    if (f.recorder.last)
-        QCOMPARE(f.recorder.last->interfaceKind == InterfaceKind::Hid, interfaceClass == hidInterfaceClass);
+    if (!f.recorder.last)
+        return;
+    QCOMPARE(f.recorder.last->interfaceKind == InterfaceKind::Hid, interfaceClass == hidInterfaceClass);
+    QVERIFY(f.recorder.last->hasFriendlyName);
+    QCOMPARE(f.recorder.last->name, std::wstring(L"Friendly"));
 }
 
 void TestDetectorNodes::aNodeThatCannotBeReadIsPassedOver_data()

@@ -68,7 +68,8 @@ void TestDeviceReader::theReaderAsksByTheProtocol()
     scripted->revision = revision;
     HidFixture f(scripted);
     f.clock.onSleep = [&](std::uint32_t ms) { scripted->journal << "s" + QByteArray::number(ms); };
-    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None),
+                                   notCancelled);
     QByteArray expected = "FF0A00FD040000058104F001 s100 A FF0A00FD040000058102F001 s100 A "
                           "FF1100FF0400000C00<mailbox>00000000<row1>0100 FF0700FF0400000284 "
                           "FF0A00FD0400000581<row1>01 s100 A";
@@ -117,7 +118,8 @@ void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory()
         return isMute ? "\xFF\x01" + honest.mid(2) : honest;
     };
     const HidFixture f(chip);
-    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), notCancelled);
+    ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None),
+                                   notCancelled);
     QCOMPARE(chip->transfers, firstByte == -2 ? 4 : 8);
     const int before = chip->transfers;
     const auto end = static_cast<unsigned>(capacity);
@@ -144,7 +146,8 @@ void TestDeviceReader::aCancelledReaderBeginsNoTransfer()
                 cancelledAt = f.clock.tickCount();
             }
         };
-        ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, 3, 0), cancelled);
+        ReadDataHelper_FromDevice read(
+            Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None), cancelled);
         QByteArray data;
         QCOMPARE(read(data, 5, 20), k == allTransfers);
         QCOMPARE(chip->transfers, k);

@@ -30,7 +30,8 @@ struct Run : HidFixture
 {
     Run(const QByteArray& firmware, int chip, int revision)
         : image(firmware)
-        , flasher(chip == noDevice ? nullptr : Utilities::openHidDeviceByPath(path, 3, 0))
+        , flasher(chip == noDevice ? nullptr
+                                   : Utilities::openHidDeviceByPath(path, Access::ReadWrite, Access::None))
     {
         hid->onSet = [this](const QByteArray& report) { journal << notationOf(report); };
         hid->answer = [this, chip, revision](const QByteArray&) {

@@ -158,7 +158,7 @@ void TestHid::aDeviceMovesVectorsUpToItsReportLength()
     f.hid->answer = [&](const QByteArray& entry) {
         return (entry.left(1) + answerOf(0, 7).mid(1)).left(answered);
     };
-    const Device device = Utilities::openHidDeviceByPath(f.path, 3, 0);
+    const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);
     Bytes report(static_cast<std::size_t>(bytes), 0x55);
     QCOMPARE(device->setFeatureBlocking(&report), isSent);
     QCOMPARE(f.hid->sent,
@@ -186,8 +186,8 @@ void TestHid::capabilitiesAreAskedForOncePerOpening()
     const std::unique_ptr<AbstractHidDevice> device(AbstractHidDevice::create(descriptor));
     QCOMPARE(device->usagePage(), 0);
     QVERIFY(!device->isOpen());
-    QVERIFY(device->open(3, 0));
-    QVERIFY(!device->open(3, 0));
+    QVERIFY(device->open(Access::ReadWrite, Access::None));
+    QVERIFY(!device->open(Access::ReadWrite, Access::None));
     QCOMPARE(device->usagePage(), 0xFF00);
     QList<int> bufferBytes;
     for (const int kind : {-1, 0, 1, 2, 3})
@@ -196,7 +196,7 @@ void TestHid::capabilitiesAreAskedForOncePerOpening()
     QCOMPARE(f.hid->queries, 1);
     device->close();
     f.hid->caps.usagePage = 0x000C;
-    QVERIFY(device->open(3, 0));
+    QVERIFY(device->open(Access::ReadWrite, Access::None));
     QCOMPARE(device->usagePage(), 0x000C);
 }
 
@@ -206,23 +206,23 @@ void TestHid::openingsShareOnlyAsAllowed()
     const auto open = [&](int access, int share) {
         return Utilities::openHidDeviceByPath(f.path, access, share);
     };
-    Device device = open(3, 0);
+    Device device = open(Access::ReadWrite, Access::None);
     QVERIFY(device);
-    QVERIFY(!open(3, 0));
-    QVERIFY(!open(1, 3));
+    QVERIFY(!open(Access::ReadWrite, Access::None));
+    QVERIFY(!open(Access::Read, Access::ReadWrite));
     device.reset();
-    device = open(1, 1);
+    device = open(Access::Read, Access::Read);
     QVERIFY(device);
-    QVERIFY(!open(3, 1));
-    QVERIFY(!open(1, 2));
-    QVERIFY(open(1, 1));
+    QVERIFY(!open(Access::ReadWrite, Access::Read));
+    QVERIFY(!open(Access::Read, Access::Write));
+    QVERIFY(open(Access::Read, Access::Read));
     device.reset();
     f.tree.refuseOpen(f.path, ERROR_ACCESS_DENIED, 1);
-    QVERIFY(!open(3, 0));
-    QVERIFY(open(3, 0));
-    QVERIFY(!Utilities::openHidDeviceByPath({}, 3, 0));
+    QVERIFY(!open(Access::ReadWrite, Access::None));
+    QVERIFY(open(Access::ReadWrite, Access::None));
+    QVERIFY(!Utilities::openHidDeviceByPath({}, Access::ReadWrite, Access::None));
     f.tree.unplug(f.path);
-    QVERIFY(!open(3, 0));
+    QVERIFY(!open(Access::ReadWrite, Access::None));
 }
 
 void TestHid::theLastHolderEndsTheWatchThenClosesTheDevice()
@@ -234,9 +234,9 @@ void TestHid::theLastHolderEndsTheWatchThenClosesTheDevice()
     instance.productId = 0x010A;
     instance.path = f.path;
     const auto detector = std::make_shared<CountingDetector>();
-    Device first = Utilities::openHidDevice(detector, &instance, 3, 0);
+    Device first = Utilities::openHidDevice(detector, &instance, Access::ReadWrite, Access::None);
     QVERIFY(first);
-    QVERIFY(!Utilities::openHidDevice(detector, &instance, 3, 0));
+    QVERIFY(!Utilities::openHidDevice(detector, &instance, Access::ReadWrite, Access::None));
     QCOMPARE(log.text(), QByteArray("?Cannot open device VID: 0x170D, PID: 0x010A"));
     Device last = std::move(first);
     QVERIFY(detector->closed.isEmpty());
@@ -264,7 +264,7 @@ void TestHid::operandsAreCutToBytes()
     QFETCH(const QByteArray, frame);
     HidFixture f;
     f.hid->caps.featureReportBytes = 64; // nothing is padded: what arrives is what was handed over
-    const Device device = Utilities::openHidDeviceByPath(f.path, 3, 0);
+    const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);
     QVERIFY(command(device));
     QCOMPARE(f.hid->sent.toHex(), frame.leftJustified(128, '0'));
     QCOMPARE(f.clock.tickCount(), frame.contains("fd04") ? 100u : 0u);
@@ -333,7 +333,7 @@ void TestHid::chipQueriesReadOneRegisterByte()
     LogCapture log;
     f.hid->setError = ERROR_GEN_FAILURE; // only the answer counts
     f.hid->answer = [&](const QByteArray& entry) { return entry[0] == '\xFF' ? answer : QByteArray(); };
-    QTEST(query(Utilities::openHidDeviceByPath(f.path, 3, 0)), "value");
+    QTEST(query(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None)), "value");
     QTEST(log.text(), "log");
 }
 

@@ -13,6 +13,7 @@
 enum class SystemCall {
     CreateEventW,
     CreateThread,
+    WaitForMultipleObjects, ///< of several objects
     RegisterClassW,
     CreateWindowExW,
     RegisterDeviceNotificationW,

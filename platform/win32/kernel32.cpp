@@ -193,6 +193,8 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wai
 {
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1))
         return fail(ERROR_INVALID_PARAMETER, WAIT_FAILED); // waiting for all is not modelled
+    if (count > 1 && !isServed(SystemCall::WaitForMultipleObjects))
+        return WAIT_FAILED;
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
     for (DWORD i = 0; i < count; ++i) {
         objects[i] = HandleTable::get<Waitable>(handles[i]);

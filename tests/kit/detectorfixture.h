@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "accessbits.h"
 #include "computer.h"
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"

@@ -10,7 +10,7 @@ class Channel
 {
 public:
     explicit Channel(const std::wstring& path)
-        : hid(Utilities::openHidDeviceByPath(path, 3, 3))
+        : hid(Utilities::openHidDeviceByPath(path, Access::ReadWrite, Access::ReadWrite))
     {
     }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <windows.h>
+
+/// How a device is opened, and what others may do with it meanwhile.
+namespace Access {
+
+enum Bits { None = 0, Read = 1, Write = 2, ReadWrite = Read | Write };
+
+/// As CreateFileW takes them.
+constexpr DWORD desiredAccess(int access)
+{
+    return (access & Read ? DWORD{GENERIC_READ} : 0) | (access & Write ? DWORD{GENERIC_WRITE} : 0);
+}
+constexpr DWORD shareMode(int share)
+{
+    return (share & Read ? DWORD{FILE_SHARE_READ} : 0) | (share & Write ? DWORD{FILE_SHARE_WRITE} : 0);
+}
+
+} // namespace Access
