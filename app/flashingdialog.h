@@ -106,7 +106,7 @@ private:
     QMap<FirmwareUpdater*, DeviceType> updaters;
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
-    /// Shared with the tasks that stop and start the service.
+    /// Shared with the task that stops the service. The task that restarts the service destroys it.
     std::shared_ptr<ScopedAudioServiceStopper> audioServiceStopper;
     QFutureWatcher<void>* restartWatcher = nullptr;
     QFuture<void> stopTask;

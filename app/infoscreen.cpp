@@ -24,9 +24,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);
 
-    // Screen readers read what has the focus.
-    ui->text->setFocusPolicy(Qt::StrongFocus);
-    setFocusProxy(ui->text);
+    setFocusProxy(ui->text); // screen readers read what has the focus
     ui->closeButton->hide();
     ui->backButton->hide();
     ui->image->hide();

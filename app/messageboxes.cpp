@@ -58,7 +58,8 @@ bool MessageBoxes::confirmSingleDevice(QWidget* window)
 
 void MessageBoxes::reportLoadingFailure(QWidget* window)
 {
-    // Without a visible parent the box is placed in the middle of the screen.
+    // A box without a parent appears in the middle of the screen; an invisible parent would move it
+    // elsewhere.
     QMessageBox box(QMessageBox::Warning, MainWindow::tr("Error while loading firmware"),
                     MainWindow::tr("Firmware cannot be loaded. File may be corrupted or not supported.\n"
                                    "Try to download it once again."),

@@ -104,8 +104,8 @@ inline void layOut()
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
 
-/// Reports children of @p widget, at any depth, whose geometry, background, accessible name or description is
-/// not as it must be on every screen.
+/// Reports widgets inside @p widget whose geometry, background, accessible name or description is wrong for
+/// any screen.
 inline QString oddities(const QWidget& widget)
 {
     layOut();
