@@ -1,4 +1,4 @@
-# What every target of the project shares.
+# Options and functions for all targets of the project.
 
 option(UPDATER_COMPILE_ONLY "Compile the product's sources and link nothing" OFF)
 set(UPDATER_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
@@ -18,11 +18,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     target_compile_options(updater_options INTERFACE -Wthread-safety)
 endif()
 if(WIN32)
-    # Programs do not tell where and when they were built.
+    # Programs do not contain the folder or the time of their build.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
         $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
     add_link_options(-Wl,--no-insert-timestamp)
-    # Otherwise zlib would be a DLL to ship.
+    # Otherwise the program would need a DLL of zlib.
     set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
     target_compile_definitions(updater_options INTERFACE QT_STATIC QUAZIP_STATIC)
 endif()
@@ -33,7 +33,7 @@ if(UPDATER_SANITIZE)
 endif()
 
 # updater_library(<name> SOURCES <file>... [LINK <target>...])
-# A folder's library; its headers are included as "<file>.h" by whoever links it.
+# A folder's library. Targets that link it include its headers as "<file>.h".
 function(updater_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
     if(UPDATER_COMPILE_ONLY)
@@ -47,8 +47,8 @@ function(updater_library name)
 endfunction()
 
 # updater_find_declarations(<package>)
-# A package of the building system where only its headers are wanted: libraries for another processor and system are
-# as good as none. As nothing is linked, any file that exists may stand for the import libraries that CMake wants.
+# Finds the headers of a package that is installed on the building system for another processor and system. CMake
+# requires import libraries; since nothing is linked, any existing file will do.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

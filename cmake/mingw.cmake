@@ -6,7 +6,7 @@ set(CMAKE_RC_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-windres)
 set(CMAKE_FIND_ROOT_PATH /usr/${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
-# CMake looks for the building system's packages (Qt's translation tools; for the compile check also the
-# declarations of Qt and QuaZip) in that system's own library folder.
+# CMake searches for packages of the building system (Qt's translation tools; for the compile check also the headers
+# of Qt and QuaZip) in that system's library folder.
 execute_process(COMMAND gcc -print-multiarch OUTPUT_VARIABLE CMAKE_LIBRARY_ARCHITECTURE
     OUTPUT_STRIP_TRAILING_WHITESPACE)

@@ -10,8 +10,8 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// Windows' interface to its sound settings, which no header declares. Only its thirteenth operation,
-/// counting those of IUnknown, is of use here; the others keep their entries in the method table.
+/// Windows' interface to its sound settings, which no header declares. The program uses the thirteenth
+/// operation, counting those of IUnknown; the others fill the method table.
 struct IPolicyConfiguration : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE operation4() = 0;

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Runs every function of the given test programs, by default of all, in a process of its own: none may need another
-# that ran before. Exit status 1 where one fails. The build has to be there; see ./test.sh.
+# Runs every function of the given test programs, by default of all programs, in its own process, since no function may
+# depend on another that ran before. Run ./test.sh first. Exit status 1 if a function fails.
 # Usage: scripts/each-alone.sh [TEST...], such as tst_flasher
 cd "$(dirname "$0")/../build/release/tests" || exit 1
 [ $# -gt 0 ] || set -- tst_*

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over sources of a build and remembers those that it found clean.
+"""Runs clang-tidy over sources of a build, and remembers those that it found clean.
 
 Usage: tidycached.py BUILD_FOLDER SOURCE... [-- ARGUMENT...], the arguments for the compiler.
 
@@ -21,7 +21,7 @@ DAYS_KEPT = 30
 
 
 def files_read(compiler_arguments, folder):
-    """The source and everything that it includes, by clang's own account; None if it does not compile."""
+    """The source and all files that it includes, as clang lists them; None if it does not compile."""
     rule = subprocess.run(["clang++", *compiler_arguments, "-M", "-MT", "rule"], cwd=folder, text=True,
                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     if rule.returncode != 0:

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Uses the bench by hand, so to speak, on a display of its own: makes an archive, updates, pulls the headset's cable in
-# the middle, plugs it in again and updates once more. Saves a picture of both windows at each step; these are the
-# pictures in docs/images/walkthrough. Fails where a step does not lead to the next.
-# Usage: scripts/walkthrough.sh FOLDER, in a checkout that is built.
+# Drives the bench with keys on its own display: makes an archive, updates, pulls the headset's cable during the update,
+# plugs it in again and updates again. Saves a picture of both windows at each step, for docs/images/walkthrough. Fails if
+# a step does not lead to the next.
+# Usage: scripts/walkthrough.sh FOLDER. Needs a build (./run.sh).
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
@@ -32,15 +32,15 @@ bench_pid=$!
 until [ -s "$work/log" ]; do sleep 0.1; done
 
 steps=0
-seen=0 # lines of the log, when the last step was reached
-step() { # what is shown then, words of the log that tell so, how many lines of the log since the last step have them
+seen=0 # lines of the log at the last step
+step() { # name of the picture, pattern in the log, how many lines since the last step must match it
     tries=0
     until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
         tries=$((tries + 1))
         [ "$tries" -lt 300 ] || fail "Not reached: $1"
         sleep 0.1
     done
-    sleep 0.5 # for the windows to paint themselves
+    sleep 0.5 # until the windows are painted
     seen=$(wc -l <"$work/log")
     steps=$((steps + 1))
     import -window root +dither -colors 128 "PNG8:$folder/$steps-$1.png" || exit 1

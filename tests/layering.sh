@@ -1,11 +1,11 @@
 #!/bin/sh
-# Fails where a source includes what its row in docs/architecture.md, "Who may use whom", does not allow.
-# Usage: layering.sh [FOLDER], the project's root, by default the one that this script lies in.
+# Fails if a source includes a header that its row in docs/architecture.md, "Who may use whom", does not allow.
+# Usage: layering.sh [FOLDER], the project's root; by default the root of this tree.
 cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# The most particular row that a file belongs to: of several whose names it begins with, the longest.
+# The most specific row for a file: the longest one that its name starts with.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))
@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# What a row calls an included name: another row, or a name from outside; empty for the standard library.
+# The name for an included header in the table: a row, or a library; empty for the standard library.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)

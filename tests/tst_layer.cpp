@@ -1,4 +1,4 @@
-// What the layer refuses and repeats as Windows does.
+// Calls that the layer refuses, and broadcasts that it repeats, as Windows does.
 
 #include <QtTest>
 
@@ -24,9 +24,9 @@ Q_DECLARE_METATYPE(Broadcasts)
 namespace {
 
 constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
-/// What the windows of this test got.
-QStringList messages;
-UINT refused; ///< this message
+
+QStringList messages; ///< that this test's windows received
+UINT refused;         ///< the message that they refuse
 
 LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -54,7 +54,7 @@ HWND newWindow()
                            nullptr);
 }
 
-/// Handles what was sent to this thread's windows up to now.
+/// Handles all messages that were sent to this thread's windows up to now.
 void handleMessages()
 {
     PostThreadMessageW(CurrentThread::id, WM_QUIT, 0, 0);
@@ -106,15 +106,15 @@ private Q_SLOTS:
     }
 
     void theLowestFreeHandleValueIsUsedNext();
-    void aWindowIsToldOfItsLife_data();
-    void aWindowIsToldOfItsLife();
+    void aWindowReceivesTheMessagesOfItsLife_data();
+    void aWindowReceivesTheMessagesOfItsLife();
     void broadcastsComeInAnyOrderAndNumber_data();
     void broadcastsComeInAnyOrderAndNumber();
-    void aBroadcastUnderWayKeepsItsNotificationsValue();
+    void aBroadcastInProgressReservesTheHandleOfItsNotification();
     void pathsAreEnumeratedInLowerCaseOnly();
-    void processesShowWhatTheAccessAllows();
+    void theImageNameOfAProcessNeedsBothRights();
     void windowsBelongToTheirThreads();
-    void comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService();
+    void comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService();
     void theThirteenthOperationSetsTheDefaultEndpoint();
 };
 
@@ -135,16 +135,16 @@ void TestLayer::theLowestFreeHandleValueIsUsedNext()
         QVERIFY(CloseHandle(event));
 }
 
-void TestLayer::aWindowIsToldOfItsLife_data()
+void TestLayer::aWindowReceivesTheMessagesOfItsLife_data()
 {
     QTest::addColumn<UINT>("refusedMessage");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("to its end") << UINT(WM_QUIT) << "81 1 2 82";
-    QTest::newRow("refused before it is there") << UINT(WM_NCCREATE) << "81 2 82";
-    QTest::newRow("refused") << UINT(WM_CREATE) << "81 1 2 82";
+    QTest::newRow("created and destroyed") << UINT(WM_QUIT) << "81 1 2 82";
+    QTest::newRow("WM_NCCREATE refused") << UINT(WM_NCCREATE) << "81 2 82";
+    QTest::newRow("WM_CREATE refused") << UINT(WM_CREATE) << "81 1 2 82";
 }
 
-void TestLayer::aWindowIsToldOfItsLife()
+void TestLayer::aWindowReceivesTheMessagesOfItsLife()
 {
     QFETCH(UINT, refusedMessage);
     refused = refusedMessage;
@@ -158,10 +158,11 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
 {
     QTest::addColumn<Broadcasts>("broadcasts");
     QTest::addColumn<QString>("expected"); // of a removal
-    QTest::newRow("as on most days") << Broadcasts{} << "8004 interface,8004 handle";
+    QTest::newRow("usual") << Broadcasts{} << "8004 interface,8004 handle";
     QTest::newRow("file first") << Broadcasts{true} << "8004 handle,8004 interface";
     QTest::newRow("twice") << Broadcasts{false, 2} << "8004 interface,8004 handle,8004 interface,8004 handle";
-    QTest::newRow("with preludes") << Broadcasts{true, 1, true} << "7,8004 handle,7,8004 interface";
+    QTest::newRow("each after DBT_DEVNODES_CHANGED")
+        << Broadcasts{true, 1, true} << "7,8004 handle,7,8004 interface";
 }
 
 void TestLayer::broadcastsComeInAnyOrderAndNumber()
@@ -190,7 +191,7 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
     QVERIFY(DestroyWindow(window));
 }
 
-void TestLayer::aBroadcastUnderWayKeepsItsNotificationsValue()
+void TestLayer::aBroadcastInProgressReservesTheHandleOfItsNotification()
 {
     Computer computer;
     const HWND window = newWindow();
@@ -231,7 +232,7 @@ void TestLayer::pathsAreEnumeratedInLowerCaseOnly()
                                 L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
 }
 
-void TestLayer::processesShowWhatTheAccessAllows()
+void TestLayer::theImageNameOfAProcessNeedsBothRights()
 {
     constexpr DWORD query = PROCESS_QUERY_INFORMATION, read = PROCESS_VM_READ;
     wchar_t name[MAX_PATH];
@@ -258,7 +259,7 @@ void TestLayer::windowsBelongToTheirThreads()
     ToolkitWindow::closed(window);
 }
 
-void TestLayer::comIsOfTheThreadThatInitialisedItAndEndpointsOfTheirService()
+void TestLayer::comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService()
 {
     Computer computer;
     IMMDeviceEnumerator* enumerator = nullptr;

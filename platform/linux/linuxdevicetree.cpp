@@ -77,7 +77,7 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
         log("The report descriptor of " + textOf(added.front()->instanceId) + " " + descriptor.fault);
     for (const auto& newcomer : added) {
         for (const auto& observer : listening())
-            static_cast<void>(observer->hear(DBT_DEVICEARRIVAL, *newcomer));
+            static_cast<void>(observer->onEvent(DBT_DEVICEARRIVAL, *newcomer));
     }
 }
 
@@ -118,7 +118,7 @@ void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
         removed.push_back(remove(path));
     for (const auto& former : removed) {
         for (const auto& observer : listening())
-            static_cast<void>(observer->hear(DBT_DEVICEREMOVECOMPLETE, *former));
+            static_cast<void>(observer->onEvent(DBT_DEVICEREMOVECOMPLETE, *former));
     }
 }
 

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <optional>
 
-/// Counts the calls of a fake's functions and fails those that it was told to. Callable on any thread.
+/// Counts the calls of a fake's functions, and fails those that a test chooses. Callable on any thread.
 template <typename Function, typename Result>
 class CallFaults
 {
@@ -18,7 +18,7 @@ public:
         faults[{function, nth}] = result;
     }
 
-    /// Counts a call. @return the result with which it is to end at once, if it is.
+    /// Counts a call. @return the result that it must end with at once, if any.
     std::optional<Result> count(Function function)
     {
         const std::lock_guard<std::mutex> guard(mutex);

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Waits are made against the system clock: thread sanitizer does not know the steady clock's variant.
+/// Waits use the system clock, since thread sanitizer does not know the wait on a steady clock.
 template <typename Duration>
 std::chrono::system_clock::time_point systemTimeIn(Duration duration)
 {
@@ -48,13 +48,13 @@ void ScaledClock::setSpeed(double clockSpeed)
     speedChanged.notify_all();
 }
 
-/// The lock is held.
+/// Call it with the lock held.
 double ScaledClock::now() const
 {
     return changeTime + Duration(Wall::now() - changeWallTime).count() * speed;
 }
 
-/// The lock is held.
+/// Call it with the lock held.
 ScaledClock::Duration ScaledClock::untilWallShows(double time) const
 {
     return Duration((time - now()) / speed);
@@ -83,7 +83,7 @@ std::uint32_t ScaledClock::tickCount()
 bool ScaledClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                           std::uint32_t timeoutMs, const std::function<bool()>& condition)
 {
-    constexpr Duration patience(20); // after which it looks whether the speed has changed
+    constexpr Duration patience(20); // then it checks whether the speed has changed
     const auto left = [this](double end) {
         const std::lock_guard<std::mutex> guard(mutex);
         return untilWallShows(end);

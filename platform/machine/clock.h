@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-/// The machine's time; itself the clock on the wall. All operations may be called on any thread.
+/// The machine's time; this implementation uses real time. All operations may be called on any thread.
 class Clock
 {
 public:
@@ -21,25 +21,25 @@ public:
     virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is asked; @p changed is notified after every change of it.
+    /// return and whenever @p condition is called; @p changed is notified after every change of it.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);
 };
 
-/// A clock that runs @p speed times as fast as the one on the wall. Waits that are under way when the speed
-/// changes follow it.
+/// A clock that runs @p speed times as fast as real time. A change of speed also applies to waits in
+/// progress.
 class ScaledClock : public Clock
 {
 public:
-    /// At this speed an update is over in a moment, and can still be seen to go step by step.
+    /// At this speed an update takes a moment, and its steps can still be seen.
     static constexpr double atOnce = 1000;
 
     explicit ScaledClock(double clockSpeed = 1);
 
     void setSpeed(double clockSpeed);
 
-    /// However fast the clock runs, a sleep of more than 0 lasts a millisecond on the wall.
+    /// A sleep of more than 0 takes at least a millisecond of real time, at any speed.
     void sleep(std::uint32_t ms) override;
     std::uint32_t tickCount() override;
     bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
@@ -59,15 +59,15 @@ private:
     Wall::time_point changeWallTime = Wall::now();
 };
 
-/// A clock on which every wait is over at once: sleeping moves the tick and is recorded. A sleep of 0 moves
-/// it by 1, so that polling without a pause comes to its time limit as well.
+/// A clock on which every wait ends at once: a sleep advances the tick and is recorded. A sleep of 0 advances
+/// it by 1, so that polling without a pause reaches its time limit too.
 class VirtualClock : public Clock
 {
 public:
     // How to script it.
 
     explicit VirtualClock(std::uint32_t startTick = 0);
-    /// Called on the sleeping thread at the begin of each sleep; to be set before any thread sleeps.
+    /// Called on the sleeping thread at the start of each sleep. Set it before any thread sleeps.
     std::function<void(std::uint32_t ms)> onSleep;
 
     // What it recorded.

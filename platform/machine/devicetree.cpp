@@ -6,7 +6,7 @@
 
 struct DeviceTree::Present
 {
-    std::wstring key; ///< the path as it is enumerated
+    std::wstring key; ///< the path as an enumeration spells it
     std::shared_ptr<const DeviceNode> node;
     bool isConnected = true;
 };
@@ -19,7 +19,7 @@ struct DeviceTree::State
                             [key = enumeratedPath(path)](const auto& p) { return p->key == key; });
     }
 
-    std::mutex mutex; ///< guards what follows; never held while an observer is told
+    std::mutex mutex; ///< guards what follows; never held while an observer is called
     std::vector<std::shared_ptr<Present>> present;
     std::vector<const DeviceFile*> files;
     std::vector<std::weak_ptr<DeviceTreeObserver>> observers;

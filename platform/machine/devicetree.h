@@ -12,21 +12,21 @@
 constexpr GUID hidInterfaceClass = {
     0x4D1E55B2, 0xF16F, 0x11CF, {0x88, 0xCB, 0x00, 0x11, 0x11, 0x00, 0x00, 0x30}};
 
-/// What a HID interface's report descriptor tells of it.
+/// The properties of a HID interface, from its report descriptor.
 struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes = 0; ///< of the longest, report ID included; 0 where there is none
+    std::uint16_t featureReportBytes = 0; ///< of the longest, report ID included; 0 if there is none
 };
 
-/// How a file is open.
+/// The access with which a file is open, and what it lets others do.
 struct ShareMode
 {
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
-    DWORD share;  ///< what others may have: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
+    DWORD share;  ///< the access of others: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
 
-    /// Whether somebody else may have the file open as @p other. Queries take no part in sharing.
+    /// Whether another user may have the file open with @p other. A file opened for queries never conflicts.
     bool admits(const ShareMode& other) const;
 };
 
@@ -38,20 +38,20 @@ public:
 
     virtual HidCapabilities capabilities() const = 0;
 
-    /// A file is being opened on it, or was closed; these come one at a time.
+    /// Called when a file is opened on it, and when one was closed; never by two threads at once.
     /// @return 0, or the Windows error code with which the opening fails.
     virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
     virtual void close() {}
 
-    /// May tell earlier than the tree that the device is gone.
+    /// May report earlier than the tree that the device is gone.
     virtual bool isConnected() const { return true; }
 
     /// Takes one feature report; @p report[0] is the report ID.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD setFeature(const std::uint8_t* report, std::size_t size) = 0;
 
-    /// Fills @p report, whose byte 0 names the report ID, with at most @p size bytes and tells how
-    /// many they are.
+    /// Fills @p report, whose byte 0 is the report ID, with at most @p size bytes and sets @p received to
+    /// their number.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
 };
@@ -60,19 +60,19 @@ public:
 struct DeviceNode
 {
     std::wstring instanceId;               ///< such as HID\VID_7A31&PID_0004&MI_03\7&1A2B3C4D&0&0000
-    std::vector<std::wstring> hardwareIds; ///< most specific first; empty when the property cannot be read
-    std::wstring description;              ///< empty when the property cannot be read
-    std::wstring friendlyName;             ///< empty when the node has none
-    std::wstring enumerator;               ///< such as HID; empty when the property cannot be read
+    std::vector<std::wstring> hardwareIds; ///< most specific first; empty if the property cannot be read
+    std::wstring description;              ///< empty if the property cannot be read
+    std::wstring friendlyName;             ///< empty if the node has none
+    std::wstring enumerator;               ///< such as HID; empty if the property cannot be read
     GUID interfaceClass = {};
-    std::wstring interfacePath; ///< opens the device; as it is broadcast, in mixed case
+    std::wstring interfacePath; ///< opens the device; in mixed case, as in broadcasts
     std::shared_ptr<HidFunction> hid;
 };
 
 /// An interface path as an enumeration spells it: in lower case.
 std::wstring enumeratedPath(std::wstring interfacePath);
 
-/// Hears of the device tree's events, on the thread that makes them.
+/// Is called with the device tree's events, on the thread that causes them.
 class DeviceTreeObserver
 {
 public:
@@ -81,16 +81,16 @@ public:
     /// Whether it watches an open file rather than an interface class.
     virtual bool watchesFile() const = 0;
 
-    /// @param event  as of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: something is about to be reported.
-    ///     DBT_DEVICEQUERYREMOVE: the device is about to be removed in an orderly way;
-    ///     DBT_DEVICEQUERYREMOVEFAILED: it stays. Of these two the node's users have heard on return.
+    /// @param event  as of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
+    ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device; DBT_DEVICEQUERYREMOVEFAILED: the
+    ///     device stays. The node's users have handled these two when the function returns.
     /// @return ready when the node's users have handled the report; the device does not wait for them.
-    virtual std::future<void> hear(WPARAM event, const DeviceNode& node) = 0;
+    virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
 };
 
 class DeviceFile;
 
-/// The computer's devices; itself a tree without any. Every operation may be called on any thread.
+/// The computer's devices; this implementation has none. Every operation may be called on any thread.
 class DeviceTree
 {
 public:
@@ -109,23 +109,24 @@ public:
     virtual std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                              DWORD& error);
 
-    /// Waits until no driver is being installed, but at most @p timeoutMs. @return whether none is.
+    /// Waits until no driver is being installed, but at most @p timeoutMs. @return whether that is so.
     virtual bool waitInstallationSettled(DWORD /*timeoutMs*/) { return true; }
 
     /// Reports events to @p observer until the last reference to it is gone.
     void observe(const std::shared_ptr<DeviceTreeObserver>& observer);
 
 protected:
-    /// Called before whatever is asked of it or told to it.
+    /// Called before every other operation.
     virtual void start() {}
 
-    /// @return null where a node with that path is present already.
+    /// @return null if a node with that path is present already.
     std::shared_ptr<const DeviceNode> add(DeviceNode node);
-    /// What is open on it stays open, but is connected no more. @return null where no such node is present.
+    /// Files that are open on it stay open but are no longer connected. @return null if there is no such
+    /// node.
     std::shared_ptr<const DeviceNode> remove(const std::wstring& path);
     std::shared_ptr<const DeviceNode> find(const std::wstring& path) const;
 
-    /// Files not closed yet: those on @p node, or with null all.
+    /// Counts the files that are open on @p node, or all open files if it is null.
     std::size_t countOpenFiles(const DeviceNode* node) const;
 
     /// In the order of their registration.
@@ -136,14 +137,14 @@ private:
     struct Present;
     struct State;
 
-    const std::shared_ptr<State> state; ///< shared with the open files, which may outlive the tree
+    const std::shared_ptr<State> state; ///< shared with open files, which may outlive the tree
 };
 
-/// A device interface opened as a file; closed by its destruction.
+/// A device interface that is open as a file; its destructor closes it.
 class DeviceFile
 {
 public:
-    /// The tree's lock is held.
+    /// Call it with the tree's lock held.
     DeviceFile(std::shared_ptr<DeviceTree::State> treeState, std::shared_ptr<DeviceTree::Present> opened,
                const ShareMode& shareMode);
     ~DeviceFile();

@@ -16,7 +16,7 @@ std::wstring hex(const wchar_t* prefix, int digits, unsigned value)
     return text;
 }
 
-/// The part of the names that tells the interface and the collection, such as &MI_03&Col01.
+/// The part of the names that identifies the interface and the collection, such as &MI_03&Col01.
 std::wstring functionName(const HidIdentity& identity)
 {
     std::wstring name;
@@ -35,13 +35,13 @@ std::wstring raised(std::wstring text)
 
 } // namespace
 
-DeviceNode hidNode(const HidIdentity& identity, const std::wstring& place,
+DeviceNode hidNode(const HidIdentity& identity, const std::wstring& location,
                    std::shared_ptr<HidFunction> function)
 {
     const std::wstring device = hex(L"VID_", 4, identity.vendorId) + hex(L"&PID_", 4, identity.productId);
     const std::wstring part = functionName(identity);
     DeviceNode node;
-    node.instanceId = raised(L"HID\\" + device + part + L"\\" + place);
+    node.instanceId = raised(L"HID\\" + device + part + L"\\" + location);
     node.hardwareIds = {L"HID\\" + device + hex(L"&REV_", 4, identity.revision) + part,
                         L"HID\\" + device + part};
     node.description = identity.usagePage == consumerPage ? L"HID-compliant consumer control device"
@@ -49,7 +49,7 @@ DeviceNode hidNode(const HidIdentity& identity, const std::wstring& place,
     node.enumerator = L"HID";
     node.interfaceClass = hidInterfaceClass;
     node.interfacePath =
-        L"\\\\?\\HID#" + device + part + L"#" + place + L"#{4d1e55b2-f16f-11cf-88cb-001111000030}";
+        L"\\\\?\\HID#" + device + part + L"#" + location + L"#{4d1e55b2-f16f-11cf-88cb-001111000030}";
     node.hid = std::move(function);
     return node;
 }

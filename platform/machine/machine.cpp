@@ -30,7 +30,7 @@ struct PlainMachine : Machine
 
 PlainMachine& plainMachine()
 {
-    static auto* const machine = new PlainMachine; // lives as long as any thread
+    static auto* const machine = new PlainMachine; // never destroyed: threads may outlive main()
     return *machine;
 }
 

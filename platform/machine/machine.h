@@ -9,7 +9,7 @@
 #include "simulatedaudioendpoints.h"
 #include "simulatedservicemanager.h"
 
-/// Calls of the Windows interface that fail for want of resources only, which a machine may lack.
+/// Calls of the Windows interface that fail only if resources are exhausted, which a test may simulate.
 enum class SystemCall {
     CreateEventW,
     CreateThread,
@@ -24,7 +24,7 @@ enum class SystemCall {
     CMP_WaitNoPendingInstallEvents,
 };
 
-/// A model of the computer that the program runs on, behind the functions of the Windows interface.
+/// A model of the computer that the program runs on; the functions of the Windows interface use it.
 class Machine
 {
 public:
@@ -37,19 +37,19 @@ public:
     virtual ProcessTable& processTable() = 0;
     virtual Session& session() = 0;
 
-    /// Asked before each such call. @return ERROR_SUCCESS, and the call is served; else what it fails with.
+    /// Called before each such call. @return ERROR_SUCCESS, or the error with which the call must fail.
     virtual DWORD admit(SystemCall) { return ERROR_SUCCESS; }
 };
 
-/// The machine in force: the innermost ScopedMachine's, or the plain one (real clock and processes; no
-/// services or endpoints; devices and a session only where equipPlainMachine() gave it some). For any thread.
+/// The current machine: the innermost ScopedMachine's, or the plain one (real clock and processes; no
+/// services or endpoints; devices and a session only after equipPlainMachine()). Callable on any thread.
 Machine& currentMachine();
 
-/// Gives the plain machine its devices and its session. To be called before anything is asked of them.
+/// Gives the plain machine its devices and its session. Call it before the program uses either.
 void equipPlainMachine(std::unique_ptr<DeviceTree> devices, std::unique_ptr<Session> session);
 
-/// Makes a machine the current one for its own lifetime. Everything opened on the machine is to be closed,
-/// and every thread that uses it ended, before the scope ends.
+/// Makes a machine the current one for its own lifetime. Before that ends, everything that was opened on the
+/// machine must be closed, and every thread that uses it must have ended.
 class ScopedMachine
 {
 public:

@@ -12,8 +12,8 @@ struct ProcessEntry
     std::wstring executable; ///< file name without directory
 };
 
-/// The machine's processes: those of the Linux system that the program really runs on, read from /proc, where
-/// a test does not say otherwise.
+/// The machine's processes. Unless a test scripts them, they are those of the Linux system that the program
+/// runs on, read from /proc.
 class ProcessTable
 {
 public:
@@ -21,13 +21,13 @@ public:
 
     virtual DWORD currentId();
 
-    /// A snapshot; as on Windows its first entry is the idle process with identifier 0.
+    /// As on Windows, the first entry is the idle process with identifier 0.
     virtual std::vector<ProcessEntry> snapshot();
 
     /// Whether a process of that identifier exists and may be queried.
     virtual bool exists(DWORD id);
 
-    /// The full path of its executable, empty when it cannot be read.
+    /// The full path of its executable; empty if it cannot be read.
     virtual std::wstring imagePath(DWORD id);
 
     /// Whether the program runs as a 32-bit process on a 64-bit system.

@@ -7,26 +7,26 @@
 
 #include <windows.h>
 
-/// What programs ask of the computer's sleep and of the end of the user's session; here neither is in the
-/// computer's power. Every operation may be called on any thread.
+/// Keeps the computer awake and the user's session open for programs; this implementation can do neither.
+/// Every operation may be called on any thread.
 class Session
 {
 public:
     virtual ~Session() = default;
 
-    /// Makes the given state, of which ES_CONTINUOUS is a part, the calling thread's, until it sets another.
-    /// @return the previous one; 0 where that is not possible.
+    /// Sets the calling thread's state, which includes ES_CONTINUOUS.
+    /// @return the previous state; 0 if the state cannot be set.
     EXECUTION_STATE setExecutionState(EXECUTION_STATE state);
 
-    /// Sets what the system tells a user who wants to end the session, in place of an earlier reason of
-    /// the window. @return whether that is possible.
+    /// Sets the reason that the system shows to a user who wants to end the session. It replaces the window's
+    /// earlier reason. @return whether that is possible.
     virtual bool setBlockReason(HWND /*window*/, const std::wstring& /*reason*/) { return false; }
 
     /// @return whether the window had a reason.
     virtual bool removeBlockReason(HWND /*window*/) { return false; }
 
 protected:
-    /// Keeps awake what any thread requires: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0. Called by
+    /// Keeps awake what some thread requires: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0. Called by
     /// one thread at a time. @return whether that is possible.
     virtual bool require(EXECUTION_STATE /*required*/) { return false; }
 

@@ -36,19 +36,19 @@ enum class AudioFunction {
     SetDefaultEndpoint,
 };
 
-/// The computer's audio endpoints, none at first; not to be had while its audio service does not run. Every
-/// operation may be called on any thread.
+/// The computer's audio endpoints, none at first. They are unavailable while the audio service does not run.
+/// Every operation may be called on any thread.
 class SimulatedAudioEndpoints
 {
 public:
-    /// The services are borrowed; where the audio service is not among them it counts as running.
+    /// The services are borrowed. If the audio service is not among them, it counts as running.
     explicit SimulatedAudioEndpoints(SimulatedServiceManager& services);
 
     // How to script it.
 
-    /// Adds an endpoint. Where none was chosen, the first active one of a flow is its default.
+    /// Adds an endpoint. Until one is chosen, the first active endpoint of a flow is its default.
     void add(AudioEndpoint endpoint);
-    /// Another state, as when its device is unplugged: it is then no default until it is active again.
+    /// Changes its state, as unplugging its device does. An endpoint that is not active is no default.
     void setState(const std::wstring& id, DWORD state);
     /// Makes an endpoint the default as the user would in the system's settings.
     /// @return whether there is an endpoint with that identifier.
@@ -66,8 +66,8 @@ public:
 
     // What it serves.
 
-    /// Asked before each call. @return S_OK, and the call is served; anything else ends the call with that
-    /// result and without output, S_FALSE thus as a success that delivers nothing.
+    /// Called before each call. @return S_OK if the call may go on. Any other value is the call's result, and
+    /// the call has no output; S_FALSE is a success without output.
     HRESULT admit(AudioFunction function);
 
     /// The endpoints of a flow whose state is in @p stateMask, in the order of enumeration.
@@ -80,7 +80,7 @@ public:
 
 private:
     SimulatedServiceManager& serviceManager;
-    mutable std::mutex mutex; ///< guards everything below
+    mutable std::mutex mutex; ///< guards what follows
     std::vector<AudioEndpoint> all;
     std::map<std::pair<EDataFlow, ERole>, std::wstring> chosen;
     std::vector<DefaultSet> recorded;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t openingsKept = 256; // a long run's memory stays flat
+constexpr std::size_t openingsKept = 256; // bounds the memory of a long run
 
 } // namespace
 
@@ -23,7 +23,7 @@ void SimulatedDeviceTree::setBroadcasts(const Broadcasts& choice)
     broadcasts = choice;
 }
 
-/// An event's lock is held.
+/// Call it with `events` locked.
 SimulatedDeviceTree::Handled SimulatedDeviceTree::report(WPARAM event, const DeviceNode& node)
 {
     Handled handled;
@@ -33,8 +33,8 @@ SimulatedDeviceTree::Handled SimulatedDeviceTree::report(WPARAM event, const Dev
                               [this](const auto& o) { return o->watchesFile() == broadcasts.filesFirst; });
         for (const auto& observer : observers) {
             if (broadcasts.changesFirst)
-                static_cast<void>(observer->hear(DBT_DEVNODES_CHANGED, node));
-            handled.push_back(observer->hear(event, node));
+                static_cast<void>(observer->onEvent(DBT_DEVNODES_CHANGED, node));
+            handled.push_back(observer->onEvent(event, node));
         }
     }
     return handled;

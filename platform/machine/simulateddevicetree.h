@@ -8,39 +8,40 @@
 #include "clock.h"
 #include "devicetree.h"
 
-/// A device tree made of nodes that a test or the bench plugs in and out.
+/// A device tree whose nodes a test or the bench plugs in and pulls out.
 class SimulatedDeviceTree : public DeviceTree
 {
 public:
     explicit SimulatedDeviceTree(Clock& machineClock);
 
-    // How to script it. Events are reported one at a time, in the order in which they were made.
+    // How to script it. Events are reported one at a time, in the order in which they happen.
 
-    /// Plugs a node in. A node whose path is present already is not taken a second time.
+    /// Plugs a node in. Does nothing if a node with its path is present already.
     void plug(DeviceNode node);
-    /// What is ready when everybody who was told of an event has handled it.
+    /// One for each observer of an event, ready when that observer has handled it.
     using Handled = std::vector<std::future<void>>;
 
-    /// Pulls the node with the given interface path out, however many files are open on it.
+    /// Pulls the node with the given interface path out, even if files are open on it.
     Handled unplug(const std::wstring& path);
-    /// The same, but returns only when everybody who listens has handled the removal.
+    /// The same, but returns only when every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
-    /// Asks the users of the node, then removes it unless a file is still open on it.
+    /// Asks the users of the node to close their files, then removes the node unless a file is still open on
+    /// it.
     /// @return whether it was removed.
     bool requestRemoval(const std::wstring& path);
     /// While set, drivers are being installed.
     void setInstallationPending(bool pending);
     /// Makes the next @p count attempts to open @p path fail with @p error.
     void refuseOpen(const std::wstring& path, DWORD error, int count);
-    /// What Windows leaves open about broadcasts.
+    /// The order and number of broadcasts, which Windows does not define.
     struct Broadcasts
     {
-        bool filesFirst = false;   ///< a removal is told to those who watch a file first
-        int removals = 1;          ///< times that each removal is told
+        bool filesFirst = false;   ///< observers of an open file learn of a removal first
+        int removals = 1;          ///< reports of each removal
         bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes every other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);
-    /// Reports a node's arrival once more, as a hub that hiccups does.
+    /// Reports a node's arrival once more, as an unreliable hub does.
     void repeatArrival(const std::wstring& path);
 
     // What it recorded.
@@ -70,9 +71,9 @@ private:
     Handled report(WPARAM event, const DeviceNode& node);
 
     Clock& clock;
-    std::mutex events;        ///< held while an event is made and reported; taken before `mutex`
+    std::mutex events;        ///< held while an event happens and is reported; locked before `mutex`
     Broadcasts broadcasts;    ///< guarded by `events`
-    mutable std::mutex mutex; ///< guards everything below; taken before the tree's own
+    mutable std::mutex mutex; ///< guards what follows; locked before the tree's own
     std::condition_variable settled;
     bool installationPending = false;
     std::map<std::wstring, Refusal> refusals;

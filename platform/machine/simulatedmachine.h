@@ -5,11 +5,11 @@
 #include "simulateddevicetree.h"
 #include "simulatedsession.h"
 
-/// The machine of tests and of the bench: a clock of one's choice, and parts to be scripted.
+/// The machine of tests and of the bench: any clock, and parts that can be scripted.
 class SimulatedMachine : public Machine
 {
 public:
-    /// With @p ownClock null the clock is the real one; otherwise it is borrowed.
+    /// @param ownClock  borrowed; null for real time.
     explicit SimulatedMachine(Clock* ownClock)
         : activeClock(ownClock ? ownClock : &realClock)
     {
@@ -17,7 +17,7 @@ public:
 
     // How to script it.
 
-    /// Replaces the real processes by a scripted table, which is borrowed.
+    /// Replaces the real processes by @p table, which is borrowed.
     void setProcessTable(ProcessTable& table) { processes = &table; }
     CallFaults<SystemCall, DWORD> faults;
 

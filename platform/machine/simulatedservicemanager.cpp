@@ -15,7 +15,7 @@ bool isPending(DWORD state)
     return state == SERVICE_START_PENDING || state == SERVICE_STOP_PENDING;
 }
 
-/// The transition that a service in the pending @p state is in.
+/// The transition of a service that is in a pending state.
 const SimulatedServiceManager::Transition& transitionOf(const SimulatedServiceManager::Service& service)
 {
     return service.state == SERVICE_START_PENDING ? service.starting : service.stopping;
@@ -217,7 +217,7 @@ DWORD SimulatedServiceManager::startRefusal(const Entry& entry) const
 {
     if (entry.service.state != SERVICE_STOPPED)
         return ERROR_SERVICE_ALREADY_RUNNING;
-    // Windows would first start what the service depends on; here that is not modelled and fails.
+    // Windows would first start what the service depends on. That is not modelled and fails.
     for (const std::wstring& needed : entry.service.dependsOn) {
         const bool runs = std::any_of(entries.begin(), entries.end(), [&](const Entry& other) {
             return areSame(other.service.name, needed) && other.service.state == SERVICE_RUNNING;

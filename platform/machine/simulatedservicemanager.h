@@ -17,7 +17,7 @@ struct ServiceEntry
     SERVICE_STATUS_PROCESS status = {};
 };
 
-/// The computer's services, none at first; they take their time, on the machine's clock. Service names are
+/// The computer's services, none at first. Their transitions take time on the machine's clock. Names are
 /// compared without regard to case. Every operation may be called on any thread.
 class SimulatedServiceManager
 {
@@ -29,17 +29,17 @@ public:
     /// How a service gets from running to stopped, or back.
     struct Transition
     {
-        DWORD durationMs = 0;           ///< in the pending state; INFINITE: it never gets any further
-        DWORD waitHintMs = 0;           ///< what it reports meanwhile
-        DWORD checkPointEveryMs = 0;    ///< the check point, 1 at first, grows by 1 that often; 0: never
-        DWORD stallsAfterMs = INFINITE; ///< from then on the check point stays
-        DWORD exitCode = ERROR_SUCCESS; ///< other than that, a start ends in the stopped state with it
-        DWORD refusal = ERROR_SUCCESS;  ///< other than that, the control or start call fails with it
+        DWORD durationMs = 0;           ///< in the pending state; INFINITE: forever
+        DWORD waitHintMs = 0;           ///< that it reports meanwhile
+        DWORD checkPointEveryMs = 0;    ///< the check point starts at 1 and grows by 1 that often; 0: never
+        DWORD stallsAfterMs = INFINITE; ///< after that the check point no longer grows
+        DWORD exitCode = ERROR_SUCCESS; ///< a start that ends with any other code leaves the service stopped
+        DWORD refusal = ERROR_SUCCESS;  ///< the control or start call fails with any other code
     };
     struct Service
     {
         std::wstring name;
-        DWORD state = SERVICE_RUNNING; ///< when it is added; a pending one begins its transition then
+        DWORD state = SERVICE_RUNNING; ///< when it is added; a pending service starts its transition then
         std::vector<std::wstring> dependsOn = {};
         Transition stopping = {};
         Transition starting = {};
@@ -59,10 +59,9 @@ public:
         DWORD argument;       ///< access or states asked for
     };
     std::vector<Call> calls() const;
-    DWORD state(const std::wstring& name); ///< 0 where there is no such service
+    DWORD state(const std::wstring& name); ///< 0 if there is no such service
 
-    // What it serves. Whether a handle carries the right that an operation needs is the caller's business.
-    // All return a Windows error code, ERROR_SUCCESS where they succeeded.
+    // What it serves. Callers check the rights of handles. All return a Windows error code.
 
     /// The user may have any @p access to the manager.
     DWORD openManager(DWORD access);
@@ -72,19 +71,19 @@ public:
 
     DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
-    /// Sends the stop control; @p status is then the service's, also where it refuses.
+    /// Sends the stop control and sets @p status to the service's, even if the service refuses.
     DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
     DWORD start(const std::wstring& name);
 
-    /// The services that depend on @p name, directly or not, each before those it depends on itself.
+    /// The services that depend on @p name, directly or indirectly, each before those that it depends on.
     /// @param states  SERVICE_ACTIVE, SERVICE_INACTIVE, or both.
     DWORD dependents(const std::wstring& name, DWORD states, std::vector<ServiceEntry>& entries);
 
 private:
     struct Entry
     {
-        Service service; ///< its state is the present one
+        Service service; ///< `state` is the present one
         DWORD beginTick; ///< of the transition that it is in
         DWORD exitCode = ERROR_SUCCESS;
     };
@@ -103,7 +102,7 @@ private:
     DWORD startRefusal(const Entry& entry) const;
 
     Clock& clock;
-    mutable std::mutex mutex; ///< guards everything below
+    mutable std::mutex mutex; ///< guards what follows
     std::vector<Entry> entries;
     std::vector<Call> recorded;
 };

@@ -4,16 +4,16 @@
 
 #include "session.h"
 
-/// A session that a test asks whether it could end.
+/// A session that records what programs require of it.
 class SimulatedSession : public Session
 {
 public:
     // What it recorded.
 
-    /// What must not go to sleep now: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
+    /// What is kept awake now: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
     EXECUTION_STATE required() const { return awake; }
 
-    std::wstring blockReason(HWND window) const ///< empty where there is none
+    std::wstring blockReason(HWND window) const ///< empty if there is none
     {
         const std::lock_guard<std::mutex> guard(mutex);
         const auto reason = reasons.find(window);

@@ -30,7 +30,7 @@ struct Service
 };
 using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
-/// The service behind a handle that carries the right @p access; null with the last error set.
+/// The service behind a handle with the right @p access; otherwise null, with the last error set.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
@@ -44,7 +44,7 @@ bool isEmpty(LPCWSTR text)
     return !text || !*text;
 }
 
-/// SERVICE_STATUS is the beginning of SERVICE_STATUS_PROCESS.
+/// The members of SERVICE_STATUS are the first ones of SERVICE_STATUS_PROCESS.
 SERVICE_STATUS shortStatus(const SERVICE_STATUS_PROCESS& status)
 {
     SERVICE_STATUS beginning;
@@ -52,8 +52,8 @@ SERVICE_STATUS shortStatus(const SERVICE_STATUS_PROCESS& status)
     return beginning;
 }
 
-/// Whether the reply to a control tells the service's status; otherwise it is all zero.
-bool tellsStatus(DWORD error)
+/// Whether the reply to a control contains the service's status; otherwise it is all zero.
+bool containsStatus(DWORD error)
 {
     return error == ERROR_SUCCESS || error == ERROR_INVALID_SERVICE_CONTROL ||
            error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL || error == ERROR_SERVICE_NOT_ACTIVE;
@@ -80,7 +80,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
     if (!HandleTable::get<ManagerObject>(handle))
-        return nullptr; // any handle to the manager carries the right to connect, which is all it takes
+        return nullptr; // any handle to the manager will do: each has the right to connect
     if (isEmpty(serviceName))
         return fail(ERROR_INVALID_NAME);
     if (!isSuccess(currentMachine().serviceManager().openService(serviceName, desiredAccess)))
@@ -116,7 +116,7 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
         return FALSE;
     SERVICE_STATUS_PROCESS status = {};
     const DWORD error = currentMachine().serviceManager().stop(service->name, status);
-    *serviceStatus = tellsStatus(error) ? shortStatus(status) : SERVICE_STATUS{};
+    *serviceStatus = containsStatus(error) ? shortStatus(status) : SERVICE_STATUS{};
     return isSuccess(error);
 }
 
@@ -148,7 +148,7 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
     auto* text = reinterpret_cast<wchar_t*>(services + entries.size());
     for (const ServiceEntry& entry : entries) {
         std::memcpy(text, entry.name.c_str(), textBytes(entry.name));
-        *services = {text, text, shortStatus(entry.status)}; // no service has another name to display
+        *services = {text, text, shortStatus(entry.status)}; // the display name equals the name
         ++services;
         text += entry.name.size() + 1;
     }

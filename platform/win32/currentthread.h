@@ -13,7 +13,7 @@ inline DWORD nextId()
     return ++last;
 }
 
-/// The calling thread's. Set before it runs where CreateThread makes it.
+/// The calling thread's. CreateThread sets it before the thread's function runs.
 inline thread_local DWORD id = nextId();
 
 } // namespace CurrentThread

@@ -16,8 +16,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. Those under way when it ends still arrive, so that until then its
-/// value names no other.
+/// A registration for device broadcasts. Broadcasts in progress still arrive after it has ended, and its
+/// handle's value is not used again before that.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     std::weak_ptr<const void> valueHolder() const override { return value; }
 
-    std::future<void> hear(WPARAM event, const DeviceNode& node) override
+    std::future<void> onEvent(WPARAM event, const DeviceNode& node) override
     {
         SentMessage message;
         message.window = window;
@@ -39,11 +39,11 @@ public:
         const auto recipient = std::dynamic_pointer_cast<WindowObject>(HandleTable::find(window));
         if (recipient && (event == DBT_DEVNODES_CHANGED || !message.data.empty()))
             return recipient->queue->send(std::move(message));
-        return message.handled.get_future(); // never to be sent, thus ready
+        return message.handled.get_future(); // ready at once, since the message is not sent
     }
 
 protected:
-    /// What lParam points to; empty where the event is none of those that it is registered for.
+    /// What lParam points to; empty if it is not registered for the event.
     virtual Bytes dataOf(WPARAM event, const DeviceNode& node) const = 0;
 
 private:
@@ -96,9 +96,9 @@ public:
 
     bool watchesFile() const override { return true; }
 
-    std::future<void> hear(WPARAM event, const DeviceNode& node) override
+    std::future<void> onEvent(WPARAM event, const DeviceNode& node) override
     {
-        auto handled = Notification::hear(event, node);
+        auto handled = Notification::onEvent(event, node);
         if (event == DBT_DEVICEQUERYREMOVE || event == DBT_DEVICEQUERYREMOVEFAILED)
             handled.wait();
         return handled;

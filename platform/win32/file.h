@@ -15,5 +15,5 @@ public:
     }
 
     const std::unique_ptr<DeviceFile> file;
-    std::mutex transfer; ///< a file's transfers go one at a time
+    std::mutex transfer; ///< held during each transfer of the file
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::uintptr_t step = 4;      // the two low bits are the program's own
-constexpr std::uintptr_t first = 0x100; // a process begins with some of its own
+constexpr std::uintptr_t step = 4;      // programs may use the two low bits
+constexpr std::uintptr_t first = 0x100; // a process starts with some handles
 constexpr std::uintptr_t firstWindow = 0x10000;
 
 struct Table

@@ -4,13 +4,13 @@
 
 #include <windows.h>
 
-/// Whatever stands behind a handle. Its dynamic type is the handle's tag: a handle of the wrong kind fails.
+/// The object behind a handle. A function that expects another dynamic type fails.
 class HandleObject
 {
 public:
     virtual ~HandleObject() = default;
 
-    /// While somebody holds this, the handle's value is not given away, though the handle is closed.
+    /// While this is held, the value of the closed handle is not used again.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
@@ -19,7 +19,7 @@ class KernelObject : public HandleObject
 {
 };
 
-/// An object that is no more than what it holds.
+/// An object that only holds its content.
 template <typename Kind, typename Content>
 class ObjectWith : public Kind, public Content
 {
@@ -30,8 +30,8 @@ public:
     }
 };
 
-/// The process's handles: multiples of 4, of which the lowest free one is used next, so that a stale handle
-/// reaches a stranger's object as it would on Windows. Callable on any thread.
+/// The process's handles: multiples of 4. The lowest free value is used next, so that a closed handle soon
+/// refers to another object, as on Windows. Callable on any thread.
 namespace HandleTable {
 
 HANDLE add(std::shared_ptr<HandleObject> object);
@@ -41,11 +41,11 @@ HANDLE addWindow(std::shared_ptr<HandleObject> window);
 
 std::shared_ptr<HandleObject> find(HANDLE handle);
 
-/// Takes @p handle out of the table if @p isKind says so of its object, which lives on while somebody else
-/// holds it. @return the object; null with ERROR_INVALID_HANDLE as last error where there is none.
+/// Removes @p handle if @p isKind accepts its object, which lives until nobody holds it.
+/// @return the object; otherwise null, with ERROR_INVALID_HANDLE as last error.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
-/// The object of kind T behind @p handle; null with ERROR_INVALID_HANDLE as last error where there is none.
+/// The object of kind T behind @p handle; otherwise null, with ERROR_INVALID_HANDLE as last error.
 template <typename T>
 std::shared_ptr<T> get(HANDLE handle)
 {

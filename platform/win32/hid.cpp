@@ -21,7 +21,7 @@ namespace {
 
 using PreparsedData = ObjectWith<HandleObject, HidCapabilities>;
 
-/// The HID function behind an open file; null with the last error set where there is none or it is gone.
+/// The HID function behind an open file; null, with the last error set, if there is none or it is gone.
 HidFunction* hidFunction(const FileObject& file)
 {
     if (!file.file->isConnected())
@@ -32,8 +32,8 @@ HidFunction* hidFunction(const FileObject& file)
     return function;
 }
 
-/// Lets @p perform(function, bytes) make one feature transfer with the device behind @p device. What of the
-/// buffer takes part is the device's feature report length; a longer buffer is cut.
+/// Calls @p perform(function, bytes) for one feature transfer with the device behind @p device. The transfer
+/// uses as many bytes of the buffer as the device's feature report has; the rest is ignored.
 template <typename Perform>
 bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)
 {

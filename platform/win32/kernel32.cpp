@@ -30,12 +30,12 @@ struct WaitingRoom
 
 WaitingRoom& waitingRoom()
 {
-    static auto* const room = new WaitingRoom; // outlives every thread
+    static auto* const room = new WaitingRoom; // never destroyed: threads may outlive main()
     return *room;
 }
 
-/// A kernel object that threads can wait for. One lock shared by all of them makes a wait for several objects
-/// a plain condition.
+/// A kernel object that threads can wait for. All objects share one lock, so that a wait for several objects
+/// is an ordinary condition.
 class Waitable : public KernelObject
 {
 public:
@@ -54,10 +54,10 @@ public:
         waitingRoom().changed.notify_all();
     }
 
-    /// @return whether it satisfies a wait; the waiting lock is held.
+    /// Called with the waiting lock held. @return whether it satisfies a wait.
     bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
 
-    /// It has satisfied a wait; the waiting lock was left.
+    /// Called when it has satisfied a wait, without the waiting lock.
     virtual void waitEnded() {}
 
 private:
@@ -103,7 +103,7 @@ class ModuleObject : public HandleObject
 {
 };
 
-/// Waits until @p condition holds, which is asked with the waiting lock held.
+/// Waits until @p condition holds, which is called with the waiting lock held.
 template <typename Condition>
 bool waitUntil(DWORD timeoutMs, Condition condition)
 {
@@ -250,7 +250,7 @@ DWORD WINAPI GetTickCount()
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 {
     if ((state & ~(ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) != ES_CONTINUOUS)
-        return fail(ERROR_INVALID_PARAMETER); // other requirements, and those of a moment, are not modelled
+        return fail(ERROR_INVALID_PARAMETER); // other requirements are not modelled
     const EXECUTION_STATE previous = currentMachine().session().setExecutionState(state);
     if (previous == 0)
         SetLastError(ERROR_NOT_SUPPORTED);

@@ -4,7 +4,7 @@
 
 #include "machine.h"
 
-/// What a function of the Windows interface returns when it fails: FALSE, 0 or null.
+/// What most functions of the Windows interface return if they fail: FALSE, 0 or null.
 struct Failure
 {
     template <typename Result>
@@ -21,7 +21,7 @@ inline Failure fail(DWORD error)
     return {};
 }
 
-/// The same for a function that tells its failure by another value.
+/// The same for functions whose failure value is not FALSE, 0 or null.
 template <typename Result>
 Result fail(DWORD error, Result result)
 {
@@ -29,13 +29,13 @@ Result fail(DWORD error, Result result)
     return result;
 }
 
-/// Whether @p error is none; otherwise it becomes the last error.
+/// Whether @p error is ERROR_SUCCESS; otherwise it becomes the last error.
 inline bool isSuccess(DWORD error)
 {
     return error == ERROR_SUCCESS || fail(error);
 }
 
-/// Whether the machine serves that call now; otherwise the last error is set.
+/// Whether that call may succeed now; otherwise the last error is set.
 inline bool isServed(SystemCall call)
 {
     return isSuccess(currentMachine().admit(call));

@@ -14,11 +14,11 @@ struct Registry
 
 Registry& registry()
 {
-    static auto* const instance = new Registry; // outlives every thread
+    static auto* const instance = new Registry; // never destroyed: threads may outlive main()
     return *instance;
 }
 
-/// A thread's queue, closed by the thread's end.
+/// A thread's queue; the end of the thread closes it.
 struct OwnQueue
 {
     const DWORD thread = CurrentThread::id;
@@ -98,5 +98,5 @@ void MessageQueue::close()
 {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
-    sent.clear(); // which makes the results ready
+    sent.clear(); // makes the results ready
 }

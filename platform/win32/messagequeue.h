@@ -12,7 +12,7 @@
 
 #include "handletable.h"
 
-/// A message that another thread sends to a window; it is handled inside the receiver's GetMessageW.
+/// A message that another thread sends to a window. The receiver handles it in GetMessageW.
 struct SentMessage
 {
     HWND window = nullptr;
@@ -20,24 +20,24 @@ struct SentMessage
     WPARAM wParam = 0;
     std::vector<std::uint8_t> data;     ///< what lParam points to
     std::shared_ptr<const void> sender; ///< kept until the message was handled
-    std::promise<void> handled;         ///< broken, and thus ready too, where it never is
+    std::promise<void> handled;         ///< broken if the message is never handled
 };
 
 /// The messages of one thread.
 class MessageQueue
 {
 public:
-    /// The calling thread's queue, made on first use.
+    /// The calling thread's queue, created on first use.
     static std::shared_ptr<MessageQueue> ofCurrentThread();
-    /// Null where that thread has none or has ended.
+    /// Null if that thread has none or has ended.
     static std::shared_ptr<MessageQueue> ofThread(DWORD threadId);
 
     void post(const MSG& message);
-    /// The result becomes ready when the message was handled or never will be.
+    /// The result becomes ready when the message was handled or can no longer be handled.
     std::future<void> send(SentMessage message);
-    /// Handles sent messages until a posted one is there.
+    /// Handles sent messages until there is a posted one.
     MSG next();
-    /// The thread has ended: nothing is taken any more.
+    /// Called when the thread ends. From then on the queue drops all messages.
     void close();
 
 private:

@@ -16,7 +16,7 @@
 #include "openobjects.h"
 #include "policyconfiguration.h"
 
-// COM's interfaces have no destructor: a virtual one would take places in their method tables.
+// COM interfaces have no destructor: a virtual one would take entries of the method table.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace {
@@ -38,7 +38,7 @@ LPWSTR newTaskString(const std::wstring& text)
     return static_cast<LPWSTR>(memory);
 }
 
-/// What an operation begins with: its output is emptied, and the audio system asked.
+/// The start of every operation: clears the output and checks whether the call may succeed.
 template <typename Output>
 HRESULT begin(AudioFunction function, Output* output)
 {
@@ -48,8 +48,8 @@ HRESULT begin(AudioFunction function, Output* output)
     return audio().admit(function);
 }
 
-/// An object with one interface beside IUnknown, and what it shows of the audio system. It begins with one
-/// reference, the creator's.
+/// An object with one interface beside IUnknown, and a copy of what it shows of the audio system. Its creator
+/// owns the first reference.
 template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {
@@ -96,7 +96,7 @@ private:
     std::atomic<ULONG> references{1};
 };
 
-/// The properties of one endpoint, to be read only.
+/// The properties of one endpoint, read-only.
 class PropertyStore final : public ComObject<IPropertyStore, AudioEndpoint>
 {
 public:
@@ -151,7 +151,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
 };
 
-/// The endpoints that there were when it was made.
+/// The endpoints that existed when it was created.
 class DeviceCollection final : public ComObject<IMMDeviceCollection, std::vector<AudioEndpoint>>
 {
 public:
@@ -299,7 +299,7 @@ HRESULT WINAPI OleRun(LPUNKNOWN object)
         return E_INVALIDARG;
     if (initialisations == 0)
         return CO_E_NOTINITIALIZED;
-    return audio().admit(AudioFunction::RunObject); // no object here needs to be put into the running state
+    return audio().admit(AudioFunction::RunObject); // the objects of this layer are always running
 }
 
 HRESULT WINAPI PropVariantClear(PROPVARIANT* value)

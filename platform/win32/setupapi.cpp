@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The nodes that were present when the set was made. An element's number plus 1 stands in its data records.
+/// The nodes that were present when the set was created. Data records hold the index of a node plus 1.
 struct Nodes
 {
     std::shared_ptr<const DeviceNode> element(ULONG_PTR number) const
@@ -29,7 +29,7 @@ struct Nodes
 };
 using DeviceSet = ObjectWith<HandleObject, Nodes>;
 
-/// The node that @p device names in the set; null with the last error set.
+/// The node that @p device refers to; null, with the last error set, if there is none.
 std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA* device)
 {
     const auto set = HandleTable::get<DeviceSet>(handle);
@@ -60,8 +60,8 @@ BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes, D
     return TRUE;
 }
 
-/// The value of a registry property, empty where the node does not have it. Several strings are each ended by
-/// a null; copying adds the last one.
+/// The value of a registry property; empty if the node does not have it. In a list each string ends with a
+/// null; copying adds the last null.
 std::wstring propertyOf(const DeviceNode& node, DWORD property)
 {
     switch (property) {

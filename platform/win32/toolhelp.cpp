@@ -75,7 +75,7 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
 
 HANDLE WINAPI GetCurrentProcess()
 {
-    return INVALID_HANDLE_VALUE; // the same number, as on Windows
+    return INVALID_HANDLE_VALUE; // Windows uses the same number
 }
 
 DWORD WINAPI GetCurrentProcessId()

@@ -35,7 +35,7 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-/// Where a value is kept with a window that the calling thread owns; null with the last error set.
+/// The storage of a value in a window that the calling thread owns; otherwise null, with the last error set.
 std::uint8_t* storageAt(HWND handle, int index)
 {
     const auto window = ownWindow(handle);
@@ -119,7 +119,7 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 
 LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
 {
-    return message == WM_DEVICECHANGE || message == WM_NCCREATE; // which grants every query
+    return message == WM_DEVICECHANGE || message == WM_NCCREATE; // grants every query
 }
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax)

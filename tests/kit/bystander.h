@@ -16,7 +16,7 @@ class Bystander final : public DeviceTreeObserver
 {
 public:
     bool watchesFile() const override { return true; }
-    std::future<void> hear(WPARAM event, const DeviceNode&) override
+    std::future<void> onEvent(WPARAM event, const DeviceNode&) override
     {
         if (event == DBT_DEVICEREMOVECOMPLETE && onRemoved)
             onRemoved();
