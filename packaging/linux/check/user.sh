@@ -23,7 +23,7 @@ choose_archive() {
     within 60 logged first 'Firmware successfully loaded'
 }
 is_updating() { logged "$1" 'Phase prepare'; }
-both_are_written() { grep -q 'transmitter: download from' pair.log && grep -q 'headset: download from' pair.log; }
+both_are_programmed() { [ "$(grep -c ': configure from transfer' pair.log)" -eq 2 ]; }
 inhibited() { systemd-inhibit --list --no-pager --no-legend | grep zefo-vynt-firmw | grep -q "$1"; }
 inhibits_nothing() { ! inhibited .; }
 is_unfinished() { ! logged "$1" 'Update finished'; }
@@ -66,7 +66,7 @@ check "the user starts the update by keyboard" press is_updating first
 note "the update has started"
 start_program second
 check "the user may open the devices in programming mode" within 120 user_may_open
-check "both devices are written" within 120 both_are_written
+check "both devices are being programmed" within 120 both_are_programmed
 echo close >&3
 for what in sleep:idle shutdown handle-lid-switch; do
     check "meanwhile $what is inhibited" inhibited $what
