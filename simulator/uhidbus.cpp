@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <linux/uhid.h>
@@ -18,6 +20,7 @@ namespace {
 
 constexpr char devicePath[] = "/dev/uhid";
 constexpr std::uint32_t deviceVersion = 0x0100;
+constexpr std::chrono::milliseconds answerTime(100);
 constexpr int lookIntervalMs = 100; // a thread ends at most so long after its interface
 
 template <std::size_t Size>
@@ -165,6 +168,8 @@ void UhidBus::detach(int port)
         const std::lock_guard<std::mutex> guard(mutex);
         leaving.swap(ports[port]);
     }
+    // The kernel drops an answer that its program has not fetched yet, whatever clock the simulation runs by.
+    std::this_thread::sleep_for(answerTime);
     for (const auto& interface : leaving)
         interface->leave();
 }

@@ -39,6 +39,8 @@ as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/
 as_root mkdir -p "$work/etc/systemd/system/systemd-suspend.service.d" "$work/etc/systemd/logind.conf.d"
 as_root cp "$work/check/suspend.conf" "$work/etc/systemd/system/systemd-suspend.service.d"
 as_root cp "$work/check/logind.conf" "$work/etc/systemd/logind.conf.d"
+# How many rows of the fault matrix run in the machine, and their seed.
+echo "rows=${UPDATER_FAULT_ROWS:-24} seed=${UPDATER_FAULT_SEED:-$(date +%s)}" | as_root tee "$work/check/settings" >/dev/null
 rm -rf "$results"
 mkdir -p "$results"
 

@@ -1,6 +1,6 @@
 # The bench on the kernel's bus, as root: whole updates of both generations, and what a user does after a fault.
 
-seed=${seed:-$(date +%s)}
+. /check/settings # rows, seed
 
 # bench NAME ARGUMENT...: the bench drives itself and judges; its log goes to NAME.log.
 bench() {
@@ -33,7 +33,8 @@ check "a device that comes back on another port is updated" bench other-port --s
 check "it did come back there" logs other-port "fault: comes back on another port"
 check "other port: bytes equal" equal other-port 4
 
-note "24 rows of the fault matrix, seed $seed"
-check "24 rows of the fault matrix, drawn by seed $seed, end as expected" bench matrix --fault-matrix --sample 24 --seed "$seed" --speed 20
+note "the fault matrix"
+check "$rows rows of the fault matrix, drawn by seed $seed, end as expected" \
+    bench matrix --fault-matrix --sample "$rows" --seed "$seed" --speed 20
 sed 's/^/| /' matrix.log | tail -n 40
 note "the end of the rows"
