@@ -1,6 +1,19 @@
-// Linked into the updater and its package: before anything else of the program runs, libraries are looked for
-// in the system's folder only, not beside the program, where a download folder may hold anything.
+// Linked into the updater and its package: they load libraries from the system's folder only, since other
+// programs can put files beside the package.
 #include <windows.h>
+
+extern "C" {
+// bind.sh enters this in the program's header. Windows 10 (version 1607) and later then resolve the program's
+// imports in the system's folder only.
+extern const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used;
+const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used __attribute__((used)) = [] {
+    IMAGE_LOAD_CONFIG_DIRECTORY32 configuration{};
+    configuration.Size = sizeof(configuration);
+    configuration.Reserved1 =
+        LOAD_LIBRARY_SEARCH_SYSTEM32; // DependentLoadFlags, which these headers do not name
+    return configuration;
+}();
+}
 
 namespace {
 

@@ -1,5 +1,5 @@
-// The self-extracting package: unpacks the updater and what belongs beside it into a temporary folder of its
-// own, starts it with "-sfx", waits for it, and removes the folder. The firmware archive stays beside the
+// The self-extracting package: unpacks the updater and its companions into a folder of its own, starts the
+// updater in it with "-sfx", waits for it, and removes the folder. The firmware archive stays beside the
 // package, where the updater looks for it. Exit status: the updater's, or 1.
 #include <string>
 #include <vector>
@@ -22,16 +22,18 @@ DWORD writeAll(const ProgramFolder& folder, const std::vector<PackedFile>& files
     return ERROR_SUCCESS;
 }
 
-/// @return an error code of the system; ERROR_SUCCESS where the program has run, with its exit status in @p
+/// Runs the program with the folder as its working directory, so that it loads nothing from the package's.
+/// @return an error code of the system; ERROR_SUCCESS if the program has run, with its exit status in @p
 /// status.
-DWORD runProgram(const std::wstring& program, DWORD& status)
+DWORD runProgram(const ProgramFolder& folder, const std::wstring& name, DWORD& status)
 {
+    const std::wstring program = folder.pathOf(name);
     std::wstring commandLine = L'"' + program + L"\" -sfx";
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
+    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                        folder.path().c_str(), &startup, &process))
         return GetLastError();
     const OwnedHandle thread(process.hThread);
     const OwnedHandle running(process.hProcess);
@@ -62,10 +64,10 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
     if (const DWORD error = unpackFiles(files))
         return failed(L"This package is damaged. Please download it again.", error);
     if (const DWORD error = folder.create())
-        return failed(L"No folder could be made for the firmware updater.", error);
+        return failed(L"Could not create a protected folder for the firmware updater.", error);
     if (const DWORD error = writeAll(folder, files))
-        return failed(L"The firmware updater could not be unpacked.", error);
-    if (const DWORD error = runProgram(folder.pathOf(files.front().name), status))
-        return failed(L"The firmware updater could not be started.", error);
+        return failed(L"Could not unpack the firmware updater.", error);
+    if (const DWORD error = runProgram(folder, files.front().name, status))
+        return failed(L"Could not start the firmware updater.", error);
     return static_cast<int>(status);
 }

@@ -10,10 +10,10 @@ struct HandleCloser
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 
-/// Empty, not INVALID_HANDLE_VALUE, where there is nothing to close.
+/// Null, not INVALID_HANDLE_VALUE, if there is nothing to close.
 using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
 
-/// As CreateFileW() on what exists.
+/// Opens an existing file or folder with CreateFileW(). Null if that fails.
 inline OwnedHandle openExisting(const wchar_t* path, DWORD access, DWORD share, DWORD flags)
 {
     const HANDLE handle = CreateFileW(path, access, share, nullptr, OPEN_EXISTING, flags, nullptr);

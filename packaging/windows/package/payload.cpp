@@ -10,8 +10,11 @@ namespace {
 constexpr int payloadResource = 1;
 constexpr int gzipWindowBits = 16 + MAX_WBITS;
 
-// A tar archive (POSIX.1-1988 ustar): per file a header and its bytes, each filled up to whole blocks; at the
-// end blocks of zeros.
+// The package's own file may be damaged; a larger size is not believed.
+constexpr DWORD largestPayloadBytes = 256 * 1024 * 1024;
+
+// A tar archive (POSIX.1-1988 ustar): for each file a header and the bytes, both padded to whole blocks, then
+// blocks of zeros.
 constexpr std::size_t blockBytes = 512;
 constexpr std::size_t nameBytes = 100;
 constexpr std::size_t sizeOffset = 124;
@@ -28,11 +31,13 @@ std::vector<BYTE> unpackedResource()
     const BYTE* const packed = static_cast<const BYTE*>(LockResource(loaded));
     const DWORD packedSize = SizeofResource(nullptr, resource);
 
-    // A gzip stream ends with the size of what it holds, little-endian.
+    // A gzip stream ends with the size of its contents, little-endian.
     DWORD size = 0;
     if (packedSize < sizeof(size))
         return {};
     CopyMemory(&size, packed + packedSize - sizeof(size), sizeof(size));
+    if (size > largestPayloadBytes)
+        return {};
 
     std::vector<BYTE> unpacked(size);
     z_stream stream{};

@@ -3,16 +3,29 @@
 #include <aclapi.h>
 #include <objbase.h>
 #include <sddl.h>
+#include <shlobj.h>
 
 namespace {
 
 constexpr wchar_t namePrefix[] = L"ZEFO_VYNT_Firmware_Update_";
-/// Full access for administrators, the system and the owner, nothing inherited from the folder above.
+/// Full access for administrators, the system and the owner; nothing inherited from the parent folder.
 constexpr wchar_t folderAccess[] = L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;OW)";
 
-// Virus scanners and the program's last breath hold files for a moment.
+// Virus scanners and a program that is ending hold files for a moment.
 constexpr int removalAttempts = 20;
 constexpr DWORD removalPauseMs = 100;
+
+bool isElevated()
+{
+    HANDLE opened = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened))
+        return true; // the strict answer
+    const OwnedHandle token(opened);
+    TOKEN_ELEVATION elevation{};
+    DWORD size = sizeof(elevation);
+    return !GetTokenInformation(token.get(), TokenElevation, &elevation, size, &size) ||
+           elevation.TokenIsElevated != 0;
+}
 
 std::wstring temporaryFolder()
 {
@@ -20,17 +33,48 @@ std::wstring temporaryFolder()
     return GetTempPathW(MAX_PATH + 1, path) == 0 ? std::wstring() : std::wstring(path);
 }
 
-std::wstring newFolderPath()
+/// Asks the system, since the user can set the environment variable.
+std::wstring programDataFolder()
+{
+    wchar_t path[MAX_PATH + 1]{};
+    const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path);
+    return SUCCEEDED(result) ? std::wstring(path) + L'\\' : std::wstring();
+}
+
+std::wstring newFolderPath(const std::wstring& parent)
 {
     wchar_t name[64]{};
     GUID unique{};
-    if (CoCreateGuid(&unique) != S_OK ||
+    if (parent.empty() || CoCreateGuid(&unique) != S_OK ||
         StringFromGUID2(unique, name, static_cast<int>(std::size(name))) == 0)
         return {};
-    return temporaryFolder() + namePrefix + name;
+    return parent + namePrefix + name;
 }
 
-using Owner = std::vector<BYTE>; ///< a security identifier; empty where there is none
+/// The path without links. While an object is open nobody can rename the folders on this path.
+std::wstring resolvedPathOf(HANDLE object)
+{
+    std::wstring path(GetFinalPathNameByHandleW(object, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
+    path.resize(GetFinalPathNameByHandleW(object, path.data(), static_cast<DWORD>(path.size()),
+                                          FILE_NAME_NORMALIZED));
+    const std::wstring local = L"\\\\?\\";
+    const std::wstring network = local + L"UNC\\";
+    if (path.compare(0, network.size(), network) == 0)
+        return L"\\\\" + path.substr(network.size());
+    return path.compare(0, local.size(), local) == 0 ? path.substr(local.size()) : path;
+}
+
+/// Whether it lies on a fixed drive whose file system keeps access lists.
+bool isProtectable(const std::wstring& path)
+{
+    wchar_t drive[MAX_PATH + 1]{};
+    DWORD features = 0;
+    return GetVolumePathNameW(path.c_str(), drive, MAX_PATH + 1) && GetDriveTypeW(drive) == DRIVE_FIXED &&
+           GetVolumeInformationW(drive, nullptr, 0, nullptr, nullptr, &features, nullptr, 0) &&
+           (features & FILE_PERSISTENT_ACLS) != 0;
+}
+
+using Owner = std::vector<BYTE>; ///< a security identifier; empty if there is none
 
 Owner ownerOf(HANDLE object)
 {
@@ -45,30 +89,32 @@ Owner ownerOf(HANDLE object)
     return copy;
 }
 
-/// Whom what this process creates belongs to: where it runs with an administrator's rights, all
-/// administrators, and nothing of lower rights can make them an owner. Looked up at a file that is certainly
-/// of this process.
-Owner ownerOfCreations()
+/// The owner of what this process creates beside @p path. For a process with an administrator's rights these
+/// are all administrators, and no process with lower rights can make them an owner.
+Owner ownerOfCreationsBeside(const std::wstring& path)
 {
-    const HANDLE created = CreateFileW((newFolderPath() + L".tmp").c_str(), READ_CONTROL | DELETE, 0, nullptr,
-                                       CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    const std::wstring parent = path.substr(0, path.rfind(L'\\') + 1);
+    const HANDLE created = CreateFileW((newFolderPath(parent) + L".tmp").c_str(), READ_CONTROL | DELETE, 0,
+                                       nullptr, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (created == INVALID_HANDLE_VALUE)
         return {};
     const OwnedHandle file(created);
     return ownerOf(file.get());
 }
 
-bool isOwn(HANDLE folder)
+bool isOwn(HANDLE folder, const std::wstring& path)
 {
     const Owner owner = ownerOf(folder);
-    return !owner.empty() && owner == ownerOfCreations();
+    return !owner.empty() && owner == ownerOfCreationsBeside(path);
 }
 
-/// Opens the folder so that nobody can rename or remove it meanwhile. Listing is asked for because handles
-/// without any access to the content do not count when the system compares who shares what.
-/// @param access  more of it; DELETE fails where somebody else holds the folder so.
-/// @return null, with the system's last error, where that fails, or it is a link or somebody else's.
-OwnedHandle hold(const std::wstring& path, DWORD access)
+/// Opens the folder so that nobody can rename or remove it meanwhile. Listing is requested because the system
+/// ignores the share modes of handles without access to the contents.
+/// @param path    becomes the path without links
+/// @param access  additional rights; DELETE fails if somebody else holds the folder like this
+/// @return null, with the system's last error, if that fails, or if the folder is a link, belongs to somebody
+///         else, or cannot be protected although the process has an administrator's rights.
+OwnedHandle hold(std::wstring& path, DWORD access)
 {
     OwnedHandle folder = openExisting(path.c_str(), access | FILE_LIST_DIRECTORY | READ_CONTROL,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -76,16 +122,21 @@ OwnedHandle hold(const std::wstring& path, DWORD access)
     BY_HANDLE_FILE_INFORMATION information{};
     if (!folder || !GetFileInformationByHandle(folder.get(), &information))
         return nullptr;
+    path = resolvedPathOf(folder.get());
     const DWORD kind =
         information.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
-    if (kind != FILE_ATTRIBUTE_DIRECTORY || !isOwn(folder.get())) {
-        SetLastError(ERROR_INVALID_OWNER);
-        return nullptr;
-    }
-    return folder;
+    DWORD error = ERROR_SUCCESS;
+    if (isElevated() && !isProtectable(path))
+        error = ERROR_NO_SECURITY_ON_OBJECT;
+    else if (kind != FILE_ATTRIBUTE_DIRECTORY || !isOwn(folder.get(), path))
+        error = ERROR_INVALID_OWNER;
+    if (error == ERROR_SUCCESS)
+        return folder;
+    SetLastError(error);
+    return nullptr;
 }
 
-/// Removes a file or folder by @p removal; at the system's next start where it is in use for long.
+/// Removes a file or folder by @p removal; at the system's next start if it stays in use.
 template <typename Removal>
 void removeInTheEnd(const std::wstring& path, Removal removal)
 {
@@ -97,7 +148,7 @@ void removeInTheEnd(const std::wstring& path, Removal removal)
     MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
 }
 
-/// What lies directly in the folder; the package puts no folders into it.
+/// Removes the files directly in the folder; the package creates no folders in it.
 void removeFiles(const std::wstring& folder)
 {
     WIN32_FIND_DATAW found{};
@@ -118,6 +169,24 @@ void removeFolder(const std::wstring& path, OwnedHandle held)
     removeInTheEnd(path, RemoveDirectoryW);
 }
 
+void removeLeftoversIn(const std::wstring& parent)
+{
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW((parent + namePrefix + L"{*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return;
+    do {
+        std::wstring path = parent + found.cFileName;
+        // The system grants the right to delete only if nobody holds the folder. That handle is closed at
+        // once: some systems do not list a folder while it is open with this right.
+        const bool isHeld = !hold(path, DELETE);
+        OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
+        if (leftover)
+            removeFolder(path, std::move(leftover));
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+
 } // namespace
 
 ProgramFolder::ProgramFolder() = default;
@@ -125,22 +194,33 @@ ProgramFolder::ProgramFolder() = default;
 ProgramFolder::~ProgramFolder()
 {
     if (held)
-        removeFolder(path, std::move(held));
+        removeFolder(ownPath, std::move(held));
 }
 
 DWORD ProgramFolder::create()
 {
-    path = newFolderPath();
+    const DWORD error = createIn(temporaryFolder());
+    return error != ERROR_SUCCESS && isElevated() ? createIn(programDataFolder()) : error;
+}
+
+DWORD ProgramFolder::createIn(const std::wstring& parent)
+{
+    const std::wstring created = newFolderPath(parent);
     SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, FALSE};
-    if (path.empty() || !ConvertStringSecurityDescriptorToSecurityDescriptorW(
-                            folderAccess, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr))
-        return GetLastError();
-    const DWORD error = CreateDirectoryW(path.c_str(), &attributes) ? ERROR_SUCCESS : GetLastError();
+    if (created.empty() || !ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                               folderAccess, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr))
+        return ERROR_PATH_NOT_FOUND;
+    DWORD error = CreateDirectoryW(created.c_str(), &attributes) ? ERROR_SUCCESS : GetLastError();
     LocalFree(attributes.lpSecurityDescriptor);
     if (error != ERROR_SUCCESS)
         return error;
-    held = hold(path, 0);
-    return held ? ERROR_SUCCESS : GetLastError();
+    ownPath = created;
+    held = hold(ownPath, 0);
+    if (held)
+        return ERROR_SUCCESS;
+    error = GetLastError();
+    RemoveDirectoryW(created.c_str());
+    return error;
 }
 
 DWORD ProgramFolder::write(const PackedFile& file) const
@@ -158,19 +238,7 @@ DWORD ProgramFolder::write(const PackedFile& file) const
 
 void ProgramFolder::removeLeftovers()
 {
-    const std::wstring folder = temporaryFolder();
-    WIN32_FIND_DATAW found{};
-    const HANDLE search = FindFirstFileW((folder + namePrefix + L"{*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return;
-    do {
-        const std::wstring path = folder + found.cFileName;
-        // The right to delete is had only where nobody holds the folder. It is let go again at once: with it
-        // at hand not every system lists a folder.
-        const bool isHeld = !hold(path, DELETE);
-        OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
-        if (leftover)
-            removeFolder(path, std::move(leftover));
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
+    removeLeftoversIn(temporaryFolder());
+    if (isElevated())
+        removeLeftoversIn(programDataFolder());
 }

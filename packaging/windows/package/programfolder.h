@@ -6,12 +6,14 @@
 #include "ownedhandle.h"
 #include "payload.h"
 
-/// A folder in the user's temporary folder for the program alone; removed, with all that is in it, at the
-/// end.
+/// A new folder for the program alone, normally in the user's temporary folder. The destructor removes it
+/// with all its files.
 ///
-/// Where the package runs with an administrator's rights, no process of lower rights can exchange what is
-/// started from here: only administrators, the system and the owner have access, and from the moment when the
-/// owner was verified until the end the folder is held open, so that it can be neither renamed nor removed.
+/// If the package runs with an administrator's rights, no process with lower rights can exchange what is
+/// started from here. Only administrators, the system and the owner have access. The folder is held open from
+/// the check of its owner until the end, so nobody can rename or remove it. It lies on a fixed drive whose
+/// file system keeps access lists: if the temporary folder does not, the folder is created in the system's
+/// folder for program data.
 class ProgramFolder
 {
 public:
@@ -20,17 +22,21 @@ public:
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
 
-    // These return an error code of the system, ERROR_SUCCESS where they are done.
+    // These return an error code of the system, ERROR_SUCCESS if they succeed.
 
+    /// @return ERROR_NO_SECURITY_ON_OBJECT if no drive can protect the folder.
     [[nodiscard]] DWORD create();
     [[nodiscard]] DWORD write(const PackedFile& file) const;
 
-    std::wstring pathOf(const std::wstring& name) const { return path + L'\\' + name; }
+    const std::wstring& path() const { return ownPath; }
+    std::wstring pathOf(const std::wstring& name) const { return ownPath + L'\\' + name; }
 
-    /// Removes the folders of earlier packages that could not remove their own: those that nobody holds.
+    /// Removes the folders that earlier packages could not remove, except those that somebody holds open.
     static void removeLeftovers();
 
 private:
-    std::wstring path;
-    OwnedHandle held; ///< null while there is no folder
+    DWORD createIn(const std::wstring& parent);
+
+    std::wstring ownPath; ///< as the system resolved it, without links
+    OwnedHandle held;     ///< null if there is no folder
 };
