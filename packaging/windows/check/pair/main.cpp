@@ -1,12 +1,15 @@
-// pair GENERATION CHIP REVISION BYTES: a transmitter and a headset for the simulated bus, with an older
-// firmware, unplugged. Writes the images that they are to get, of that many bytes, to "transmitter.ff" and
-// "headset.ef", as archives hold them. Prints what happens to the devices, and obeys the lines of its
-// standard input:
+// pair GENERATION CHIP REVISION BYTES: a transmitter and a headset for the simulated bus, with older
+// firmware, unplugged. Writes their new images, of that many bytes each, to "transmitter.ff" and
+// "headset.ef", in the format of an archive. Prints each event of the devices, and reads commands from the
+// standard input, one per line:
 //
-//     plug DEVICE | unplug DEVICE
-//     fault DEVICE NAME TRANSFER      as in the bench
-//     storm COUNT                     plugs and unplugs either, with pauses up to a second; plugged in at the
-//     end verdict                         per device its versions, and whether its memory equals its image
+//     plug DEVICE
+//     unplug DEVICE
+//     count DEVICE                  counts its transfers from 1 again, without a fault
+//     fault DEVICE NAME TRANSFER    arms a fault of the bench
+//     storm COUNT                   plugs and unplugs at random, then plugs both in
+//     expectation                   prints how an update with the armed faults must have ended
+//     verdict                       prints versions, and whether each memory equals its image
 //     end
 //
 // After each command it prints a line "done: COMMAND".
@@ -21,6 +24,7 @@
 #include <string>
 
 #include "driverbus.h"
+#include "expectation.h"
 #include "imagebuilder.h"
 #include "simulateddevice.h"
 #include "verdict.h"
@@ -29,8 +33,8 @@ namespace {
 
 constexpr unsigned longestPauseMs = 1000;
 
-/// Prints a line as the bench does, with the seconds since the start. Any thread.
-void tell(const std::string& text)
+/// Prints a line like the bench, with the seconds since the start. Thread-safe.
+void report(const std::string& text)
 {
     using Clock = std::chrono::steady_clock;
     static const Clock::time_point start = Clock::now();
@@ -46,14 +50,15 @@ void sleepFor(std::uint32_t ms)
     Sleep(ms);
 }
 
-/// One of the two, and what it is to become.
+/// One of the two devices and its new image.
 class Candidate
 {
 public:
-    Candidate(Bus& bus, DeviceType type, const ImageOptions& wanted, int chipId, int revision)
-        : name(type == DeviceType::Transmitter ? "transmitter" : "headset")
+    Candidate(Bus& bus, DeviceType deviceType, const ImageOptions& wanted, int chipId, int revision)
+        : type(deviceType)
+        , name(type == DeviceType::Transmitter ? "transmitter" : "headset")
         , image(ImageBuilder::build(wanted))
-        , device(bus, sleepFor, setup(type, wanted, chipId, revision))
+        , device(bus, sleepFor, setup(wanted, chipId, revision))
         , before(device.memory())
     {
     }
@@ -72,26 +77,50 @@ public:
 
     void judge() const
     {
-        tell(name + ": " + Verdict::text(before, device.memory(), image));
+        report(name + ": " + Verdict::text(before, device.memory(), image));
         for (const std::string& refusal : device.refusals())
-            tell(name + ": refused: " + refusal);
+            report(name + ": refused: " + refusal);
     }
 
+    /// Counts transfers from 1 again.
+    void arm(Fault fault, int transfer = 1)
+    {
+        armed = fault;
+        if (fault == Fault::None)
+            device.clearFault();
+        else
+            device.setFault(fault, transfer);
+    }
+
+    /// Prints the result that the updater must log, and if the memory must be equal to the image but is not.
+    void expect() const
+    {
+        const Expectation expected = expectationFor(armed, device.struckAt(), Verdict::commits(image), true);
+        const bool succeeds = expected.errorCode == 0;
+        const std::string result =
+            succeeds ? "finished" : "failed with code " + std::to_string(expected.errorCode);
+        report("expected: " + std::to_string(static_cast<int>(type)) + ": " + result);
+        if (succeeds && !expected.exception && Verdict::firstDifference(device.memory(), image))
+            report("expected: the " + name + "'s memory equal to its image");
+    }
+
+    const DeviceType type;
     const std::string name;
     const std::vector<std::uint8_t> image;
     SimulatedDevice device;
 
 private:
-    SimulatedDevice::Setup setup(DeviceType type, const ImageOptions& wanted, int chipId, int revision) const
+    SimulatedDevice::Setup setup(const ImageOptions& wanted, int chipId, int revision) const
     {
         ImageOptions installed = ImageBuilder::forMemoryOf(wanted, image);
         installed.version = "1.0.0.20240131.1207"; // in two rows of an answer
         installed.seed = 99;
         const int port = type == DeviceType::Transmitter ? 1 : 2;
-        return {type, chipId, revision, ImageBuilder::build(installed), port, tell};
+        return {type, chipId, revision, ImageBuilder::build(installed), port, report};
     }
 
     const std::vector<std::uint8_t> before; ///< the memory
+    Fault armed = Fault::None;
 };
 
 class Pair
@@ -109,40 +138,45 @@ public:
         return transmitter.writeImage("transmitter.ff") && headset.writeImage("headset.ef");
     }
 
-    /// @return whether there is such a command.
-    bool obey(const std::string& line)
+    /// @return false if there is no such command.
+    bool execute(const std::string& line)
     {
         std::istringstream words(line);
         std::string verb;
         std::string operand;
         words >> verb >> operand;
-        SimulatedDevice& device = (operand == headset.name ? headset : transmitter).device;
+        Candidate& candidate = operand == headset.name ? headset : transmitter;
+        SimulatedDevice& device = candidate.device;
         if (verb == "plug")
             device.plugIn();
         else if (verb == "unplug")
             device.unplug();
+        else if (verb == "count")
+            candidate.arm(Fault::None);
         else if (verb == "fault")
-            return arm(device, words);
+            return arm(candidate, words);
         else if (verb == "storm")
             storm(std::stoi(operand));
         else if (verb == "verdict")
             judge();
+        else if (verb == "expectation")
+            expect();
         else
             return false;
         return true;
     }
 
 private:
-    static bool arm(SimulatedDevice& device, std::istream& words)
+    static bool arm(Candidate& candidate, std::istream& words)
     {
         std::string name;
         int transfer = 0;
         words >> name >> transfer;
         const auto fault = faultByName(name);
-        // Who may open a device is decided by the HID class driver, not by the bus.
+        // The HID class driver decides who may open a device, not the bus.
         if (!fault || descriptionOf(*fault).needsLayer || transfer < 1)
             return false;
-        device.setFault(*fault, transfer);
+        candidate.arm(*fault, transfer);
         return true;
     }
 
@@ -168,6 +202,12 @@ private:
         headset.judge();
     }
 
+    void expect() const
+    {
+        transmitter.expect();
+        headset.expect();
+    }
+
     Candidate transmitter;
     Candidate headset;
 };
@@ -187,9 +227,9 @@ int wmain(int argc, wchar_t* argv[])
         std::puts("the images cannot be written");
         return 1;
     }
-    tell("done: start");
+    report("done: start");
     std::string line;
     while (std::getline(std::cin, line) && line != "end")
-        tell((pair.obey(line) ? "done: " : "no such command: ") + line);
+        report((pair.execute(line) ? "done: " : "no such command: ") + line);
     return 0;
 }

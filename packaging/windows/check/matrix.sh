@@ -1,0 +1,69 @@
+# Eight faults of the bench's matrix, one of each kind that can happen behind the bus. The bench's table of expectations
+# judges each, and the next update must repair it. The variable "seed" decides devices, chips and transfers. Sourced by
+# run.sh.
+
+# fault_rows: lines of fault, device, chip, revision, transfer. Each device gets four of them, each chip two.
+fault_rows() {
+    awk -v seed="$1" 'BEGIN {
+        srand(seed)
+        # An answer matters in identification only, the first restart is at transfer 1.
+        count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
+            "never-back:2 other-port:2", rows, /[: ]/) / 2
+        turn = int(rand() * 4)
+        for (i = 0; i < count; ++i)
+            print rows[2 * i + 1], (i + turn) % 2 ? "transmitter" : "headset", int(i / 2 + turn) % 2 ? 12 : 13,
+                int(i / 4 + turn) % 2 ? 2 : 3, 1 + int(rand() * rows[2 * i + 2])
+    }'
+}
+
+results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
+
+# has_both_results: answers the question about an unknown firmware on the way.
+has_both_results() {
+    ! tool shown Warning || tool keys Warning enter
+    [ "$(results | wc -l)" -eq 2 ]
+}
+
+# run_update [COMMAND...]: the program from its start to the end of an update; before that the devices get the command.
+run_update() {
+    devices plug transmitter
+    devices plug headset
+    start_program devices "$updater"
+    shows transmitterVersion: headsetVersion:
+    [ $# -eq 0 ] || devices "$@"
+    tool keys "$title" tab tab space
+    within 600 has_both_results
+}
+
+as_expected() {
+    before=$(wc -l <events.txt)
+    devices expectation
+    tail -n "+$((before + 1))" events.txt | sed -n 's/^\[[ 0-9.]*\] expected: //p' | sort >expected.txt
+    text_is "$(results)" "$(cat expected.txt)"
+}
+
+# fault_row FAULT DEVICE CHIP REVISION TRANSFER: whether the update ends as expected and the next one repairs it.
+fault_row() {
+    start_pair 1 "$3" "$4" 8192
+    run_update fault "$2" "$1" "$5" && as_expected
+    ended=$?
+    outcome=$(results | tr '\n' ' ')
+    close_dialog
+    end_program
+    devices count "$2"
+    run_update && text_is "$(results)" "$(printf '1: finished\n2: finished')" && memories_are_equal
+    repaired=$?
+    close_dialog
+    end_program
+    end_pair
+    echo "| $*: $outcome"
+    [ $ended -eq 0 ] && [ $repaired -eq 0 ]
+}
+
+# shellcheck disable=SC2154
+echo "| Faults drawn by seed $seed"
+fault_rows "$seed" >rows.txt
+while read -r fault device chip revision transfer <&8; do
+    check "$fault, $device, chip $chip revision $revision, from transfer $transfer: ends as expected, repaired after it" \
+        fault_row "$fault" "$device" "$chip" "$revision" "$transfer"
+done 8<rows.txt
