@@ -1,62 +1,149 @@
 #!/bin/sh
-# Runs what build.sh made under Wine, an implementation of Windows that knows nothing of this program. Wine (with its
-# 32-bit part where the machine runs that) and an X server live in a small Debian of their own in the cache folder, so
-# that the machine need not take in another architecture. That Debian follows the release only, without later updates:
-# there the lists of both architectures always match. Pictures go to build/windows/PROCESSOR/check.
+# Runs what build.sh made under Wine, an implementation of Windows that knows nothing of this program: in name spaces of
+# this machine if it runs 32-bit programs, else in a virtual machine. Wine and an X server live in a small Debian in the
+# cache folder. Each check prints a line; the exit status is 0 if all hold. Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
+. packaging/machine/machine.sh
+. packaging/checks.sh
 
-[ -f "$build/app/$updater.exe" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
-runs_32_bit || [ "$arch" = x86_64 ] || fail "This machine does not run 32-bit programs."
-root=$kept/wine-root
-case $arch in
-i686) wine_package=wine32 foreign=i386 prefix_kind=win32 ;;
-*) wine_package=wine64 foreign='' prefix_kind=win64 ;;
-esac
-root_packages="wine $wine_package fonts-wine xvfb imagemagick zip"
-
-make_root() {
-    [ "$(cat "$root/ready" 2>/dev/null)" != "$root_packages" ] || return 0
-    echo "Making a Debian with Wine; messages go to $kept/wine-root.log"
-    as_root rm -rf "$root"
-    # shellcheck disable=SC1091
-    release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    # shellcheck disable=SC2016
-    repository=$(debian_repositories '$(REPO_URI)' "Codename: $release" | head -n 1)
-    as_root debootstrap --variant=minbase "$release" "$root" "$repository" >"$kept/wine-root.log" &&
-        as_root chroot "$root" sh -ec "[ -z '$foreign' ] || dpkg --add-architecture $foreign
-            apt-get update
-            DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $root_packages
-            apt-get clean
-            # This Wine looks for the symbols of its title bars only where all other fonts are.
-            ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts
-            echo '$root_packages' >/ready" >>"$kept/wine-root.log" 2>&1 ||
-        fail "A Debian with Wine could not be made; see $kept/wine-root.log"
-}
-
-install_packages debootstrap zip
-make_root
-
+root=$cache/wine
+image=$cache/wine.img
 work=$root/check
 made=$build/packaging/windows
+results=$build/check
+package=$(echo "$build/release/$updater"-*.exe)
+limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # of the virtual machine, enough on a busy computer
+seed=${UPDATER_SEED:-$(date +%s)} # of the faults that it draws
+
+[ -f "$package" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
+
+# runs_32_bit: whether this machine runs 32-bit programs, found out with the smallest one: an ELF header, one program
+# header, and nine bytes that exit with status 32.
+runs_32_bit() {
+    probe=$cache/runs-32-bit
+    {
+        printf '\177ELF\1\1\1\0\0\0\0\0\0\0\0\0\2\0\3\0\1\0\0\0\124\200\4\10\64\0\0\0\0\0\0\0\0\0\0\0\64\0\40\0\1\0\0\0'
+        printf '\0\0\0\0\1\0\0\0\0\0\0\0\0\200\4\10\0\200\4\10\135\0\0\0\135\0\0\0\5\0\0\0\0\20\0\0'
+        printf '\61\333\263\40\61\300\100\315\200'
+    } >"$probe"
+    chmod +x "$probe"
+    status=0
+    "$probe" >/dev/null 2>&1 || status=$?
+    rm "$probe"
+    [ "$status" -eq 32 ]
+}
+
+# run SCRIPT LOG: in the Debian with Wine. Succeeds if all its checks hold.
+run() {
+    if [ -n "$emulated" ]; then
+        machine_disk "$image" "$root" 1000
+        machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
+    else
+        # On one processor: a transfer passes through five processes, and waking another processor for each takes longer
+        # than all their work.
+        processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
+        machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" >"$2" 2>&1 || true
+        grep -a -E '^(holds|FAILED|checks):|^\| ' "$2"
+        grep -q '^checks: all hold$' "$2"
+    fi
+}
+
+# fetch FOLDER TARGET: copies a folder out of the Debian with Wine, after run.
+fetch() {
+    if [ -n "$emulated" ]; then
+        machine_take "$image" "$1" "$2"
+    else
+        cp -a "$root$1" "$2"
+    fi
+}
+
+make_prefix() {
+    cmp -s packaging/windows/check/prefix.sh "$root/prefix.sh" && return 0
+    echo "Making a Windows under Wine; messages go to $cache/prefix.log"
+    as_root rm -rf "$work" "$root/prefix"
+    as_root mkdir -p "$work" "$root/share"
+    as_root cp packaging/windows/check/first.sh packaging/windows/check/prefix.sh packaging/windows/check/wine.sh "$work"
+    run /check/prefix.sh "$cache/prefix.log" || fail "Could not make a Windows under Wine; see $cache/prefix.log"
+    [ -z "$emulated" ] || { fetch /prefix "$work" && as_root mv "$work/prefix" "$root"; }
+    as_root cp packaging/windows/check/prefix.sh "$root"
+}
+
+# payload_start PACKAGE: the position of its payload, a gzip stream.
+payload_start() {
+    LC_ALL=C grep -obUaP '\x1f\x8b\x08\x00\x00\x00\x00\x00\x02' "$1" | head -n 1 | cut -d : -f 1
+}
+
+# unpack PACKAGE FOLDER
+unpack() {
+    mkdir -p "$2"
+    # gzip warns about the bytes that follow its stream.
+    tail -c "+$(($(payload_start "$1") + 1))" "$1" | gzip -dc 2>/dev/null | tar -x -C "$2" -f -
+}
+
+# The checks of the files themselves.
+is_the_package_with_devices() {
+    unpack "$made/check_package.exe" "$results/package-with-devices"
+    cmp "$results/package-with-devices/$updater.exe" "$results/with-devices.exe"
+}
+
+differs_in_one_name() {
+    [ "$(LC_ALL=C grep -obUa 'STANDIN0[.]dll' "$results/with-devices.exe" | wc -l)" -eq 1 ] &&
+        LC_ALL=C sed 's/STANDIN0[.]dll/SETUPAPI.dll/' "$results/with-devices.exe" | cmp - "$program"
+}
+
+# The load configuration of the header: its dependent load flags are those of the system's folder.
+is_bound() {
+    base=$($target-objdump -p "$1" | sed -n 's/^ImageBase[[:space:]]*//p')
+    entry=$($target-objdump -p "$1" | sed -n 's/^Entry a \([0-9a-f]*\) 00000048 .*/\1/p')
+    flags=$((0x$base + 0x${entry:-0} + 54))
+    $target-objdump -s --start-address=$flags --stop-address=$((flags + 2)) "$1" | grep -q '^ [0-9a-f]* 0008 '
+}
+
+has_no_path_of_this_machine() {
+    ! LC_ALL=C grep -obUaE "$PWD|$cache|$HOME/" "$1"
+}
+
+echo "$package"
+if runs_32_bit; then emulated=''; else emulated=1; fi
+install_packages zip
+machine_install
+# Wine finds the symbols of its title bars only in the folder of all fonts.
+machine_debian "$root" "wine wine32 fonts-wine xvfb imagemagick zip" "dpkg --add-architecture i386" \
+    "ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts"
+make_prefix
+
+rm -rf "$results"
+mkdir -p "$results"
+program=$results/released/$updater.exe
+unpack "$package" "$results/released"
+LC_ALL=C sed 's/SETUPAPI[.]dll/STANDIN0.dll/' "$program" >"$results/with-devices.exe"
+check "the program in the check is the released one, byte for byte" cmp "$program" "$build/app/$updater.exe"
+check "the program that meets devices differs in the one exchanged name only" differs_in_one_name
+check "its package contains the same program" is_the_package_with_devices
+for file in "$program" "$package"; do
+    check "$(basename "$file") binds its libraries to the system's folder" is_bound "$file"
+    check "$(basename "$file") contains no path of this machine" has_no_path_of_this_machine "$file"
+done
+
 as_root rm -rf "$work"
-as_root mkdir -p "$work/package" "$work/devices" "$work/devices-package" "$work/pictures"
+as_root mkdir -p "$work/package" "$work/damaged" "$work/devices" "$work/devices-package" "$work/pictures"
 sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
-as_root cp "$made/$updater"-*.exe "$work/package/package.exe"
-as_root cp "$build/app/$updater.exe" "$made/check"/*.exe "$made/check"/*.dll "$made/check/bus"/*.exe "$made/check/bus"/*.sys \
-    "$made/check/pair"/*.exe packaging/windows/check/bus/simbus.inf packaging/checks.sh \
-    packaging/windows/check/run.sh packaging/windows/check/program.sh packaging/windows/check/devices.sh "$work"
-as_root cp "$made/check/copy/$updater.exe" "$made/check"/*.dll "$made/check"/UninstallDevices_*.exe "$work/devices"
+as_root cp "$package" "$work/package/package.exe"
+# The gzip stream in the package ends with the size of its contents.
+as_root cp "$package" "$work/damaged/package.exe"
+printf '\377\377\377\377' | as_root dd of="$work/damaged/package.exe" bs=1 conv=notrunc status=none \
+    seek=$(($(payload_start "$package") + $(wc -c <"$made/package.tar.gz") - 4))
+as_root cp "$program" "$made/check"/*.exe "$made/check"/*.dll "$made/check/bus"/*.exe "$made/check/bus"/*.sys \
+    "$made/check/pair"/*.exe packaging/windows/check/bus/simbus.inf packaging/checks.sh packaging/windows/check/*.sh "$work"
+as_root cp "$made/check"/*.dll "$made/check"/UninstallDevices_*.exe "$work/devices"
+as_root cp "$results/with-devices.exe" "$work/devices/$updater.exe"
 as_root cp "$made/check_package.exe" "$work/devices-package/package.exe"
+as_root cp -a "$root/prefix" "$work"
 
-# Name spaces of its own: whatever is started in there ends with it. On one processor: a transfer passes through five
-# processes in turn, and to wake another processor for each takes longer than all that they do.
-processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
-status=0
-as_root taskset --cpu-list "$processor" unshare --mount --pid --fork --kill-child chroot "$root" \
-    env WINEARCH=$prefix_kind sh /check/run.sh || status=$?
-mkdir -p "$build/check"
-cp "$work/pictures"/*.png "$build/check" || status=1
-exit $status
+run /check/run.sh "$results/wine.log" || failures=$((failures + 1))
+fetch /check/pictures "$results"
+as_root rm -rf "$image" "$work"
+[ "$failures" -eq 0 ] || fail "Not all checks hold; see $results/wine.log"

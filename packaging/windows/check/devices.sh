@@ -1,8 +1,8 @@
-# The program and a transmitter and a headset: simulated devices on a bus of ours, everything between them and the program
-# is Wine's, but for one answer: in the copies of the program that are run here the name of SETUPAPI.dll is exchanged for
-# that of a DLL which knows enumerators' names. Sourced by run.sh.
+# The program with a transmitter and a headset: simulated devices on a bus of ours. Everything between them and the program
+# is Wine's, except for one answer: these copies of the program import from a DLL that knows the names of enumerators
+# instead of SETUPAPI.dll. Sourced by run.sh.
 
-# What the devices come with, as pair.exe has it.
+# The installed version, as in pair.exe.
 installed=1.0.0.20240131.1207
 
 # start_pair GENERATION CHIP REVISION BYTES: new devices, unplugged, and their archive.
@@ -27,21 +27,21 @@ end_pair() {
     wait $pair
 }
 
-# await TEXT [FROM]: until the devices have told it after their FROM-th line; at most two minutes.
+# await TEXT [FROM]: waits until the devices have printed it after their line FROM; at most five minutes.
 await() {
-    for _ in $(seq 1200); do
+    for _ in $(seq 3000); do
         ! tail -n "+$((${2:-0} + 1))" events.txt | grep -qF "$1" || return 0
         sleep 0.1
     done
-    echo "The devices do not tell \"$1\"."
+    echo "The devices do not print \"$1\"."
     false
 }
 
-# tell COMMAND...: to the devices, which have done it then.
-tell() {
-    told=$(wc -l <events.txt)
+# devices COMMAND...: sends the command to the devices and waits until it is done.
+devices() {
+    printed=$(wc -l <events.txt)
     echo "$*" >&9
-    await "done: $*" "$told"
+    await "done: $*" "$printed"
 }
 
 start_program() {
@@ -57,18 +57,18 @@ end_program() {
     wait $program
 }
 
-# await_log LINE: until the log tells it after its first $logged lines; at most four minutes.
+# await_log LINE: waits until the log has it after its first $logged lines; at most ten minutes.
 await_log() {
-    for _ in $(seq 2400); do
+    for _ in $(seq 6000); do
         ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
         sleep 0.1
     done
-    echo "The log does not tell \"$1\"."
+    echo "The log does not devices \"$1\"."
     false
 }
 
 # update RESULT RESULT: from the main page, by keyboard: the first button opens the file dialog, the next stop is the
-# release notes, the third is Update. The results are the log's for the transmitter and the headset.
+# release notes, the third is Update. The results are those in the log, for the transmitter and the headset.
 update() {
     logged=$(log | wc -l)
     tool keys "$title" tab tab space
@@ -82,69 +82,182 @@ close_dialog() {
 
 memories_are_equal() {
     before=$(wc -l <events.txt)
-    tell verdict
+    devices verdict
     tail -n "+$((before + 1))" events.txt >verdicts.txt
     [ "$(grep -c 'bytes compared, equal' verdicts.txt)" = 2 ] && ! grep -q refused verdicts.txt ||
         { cat verdicts.txt; false; }
 }
 
-# takes_its_time DEVICE DELAYS PERCENT: whether from the first register written to the end of programming it took the sum
-# of the protocol's delays, in milliseconds, and at most so much more.
-takes_its_time() {
-    took=$(sed -n "s/^\[ *\([0-9]*\)\.\([0-9]*\)\] $1: \(configure\|final wait\) from .*/\1\2/p" events.txt |
-        sed 's/^0*//' | { read -r first && read -r last && echo $((last - first)); })
-    echo "        $1: $took ms, the delays' sum is $2 ms"
-    [ "$took" -ge "$2" ] && [ $((took * 100)) -le $(($2 * (100 + $3))) ]
+# took DEVICE: the milliseconds from the first register written to the end of programming.
+took() {
+    sed -n "s/^\[ *\([0-9]*\)\.\([0-9]*\)\] $1: \(configure\|final wait\) from .*/\1\2/p" events.txt |
+        sed 's/^0*//' | { read -r first && read -r last && echo $((last - first)); }
 }
 
-service_was_restarted() {
-    log | grep -qxF "Service stopped successfully" && log | grep -qxF "Service started successfully."
+# The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, for the transmitter 16 sectors, the last wait.
+transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
+headset_ms=$((256 * 20 + 16 * 1000 + 2000))
+# The percentage of all else. A virtual machine measures its host's load too. The headset has as many transfers as the
+# transmitter in a third of the time, all of them beside the transmitter's.
+if [ -n "$emulated" ]; then
+    transmitter_percent=10 headset_percent=20
+else
+    transmitter_percent=2 headset_percent=6
+fi
+
+# takes DEVICE DELAYS PERCENT: whether the update took at most that much more than the delays.
+takes() {
+    ms=$(took "$1")
+    echo "| $1: $ms ms, the delays' sum is $2 ms, ratio $((ms * 1000 / $2)) of 1000"
+    [ $((ms * 100)) -le $(($2 * (100 + $3))) ]
 }
+
+both_take_their_time() {
+    takes transmitter $transmitter_ms $transmitter_percent && takes headset $headset_ms $headset_percent
+}
+
+# In a virtual machine, once more if the host was busy.
+both_take_their_time_at_last() {
+    both_take_their_time || { [ -n "$emulated" ] && update_new_devices && both_take_their_time; }
+}
+
+no_update_is_faster_than_its_delays() {
+    [ "$(took transmitter)" -ge $transmitter_ms ] && [ "$(took headset)" -ge $headset_ms ]
+}
+
+# events DEVICE: its events since its last count, without times.
+events() {
+    sed -n "/done: count $1/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | grep -v "bytes compared"
+}
+
+# log_of NAME: the log's lines of one device, as the flasher names it.
+log_of() { log | grep "^$1: "; }
+
+# commits NAME: the log's lines of the transfer of 64 KiB.
+commits() {
+    for sector in 0 1 2 3 4 5 6 7 8 9 A B C D E F; do
+        printf '%s\n' "$1: Downloading DATA to RAM" "$1: Resetting structure parameters" \
+            "$1: Committing RAM starting at 0x${sector}000"
+    done
+}
+
+erasures() {
+    for sector in 0 1 2 3 4 5 6 7 8 9 A B C D E F; do
+        echo "$1: Erasing Flash starting at 0x${sector}000"
+    done
+}
+
+# The log from the first packet on.
+transmitter_log() {
+    erasures Transmitter
+    echo "Transmitter: Start programming at address 0x0000"
+    commits Transmitter
+    echo "Transmitter: Final wait"
+}
+
+headset_log() {
+    echo "Headset: Start programming at address 0x0000"
+    commits Headset
+    echo "Headset: Final wait"
+}
+
+audio_service_lines() { log | grep '^Service\|^Phase'; }
+audio_service_runs() { wine sc query audiosrv | grep -q 'STATE.* 4 '; }
 
 wine installbus.exe simbus.inf
 check "the simulated bus is installed" [ $? -eq 0 ]
 
+wine sc create audiosrv binPath= 'Z:\check\audioservice.exe' >/dev/null
+wine net start audiosrv >/dev/null
+check "an audio service is installed and runs" audio_service_runs
+
 start_pair 1 12 2 65536
 start_program devices $updater
-tell plug transmitter
-tell plug headset
+devices plug transmitter
+devices plug headset
 check "both devices are identified, with their versions" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3" \
     "headsetFirmwareVersion: 1.2.3"
 picture both-devices
-tell unplug headset
+devices unplug headset
 check "without one of them the start screen is back" shows "No device detected."
 picture one-device-unplugged
-tell plug headset
+devices plug headset
 check "plugged in again, it is identified" shows "headsetVersion: $installed"
+end_program
+end_pair
 
-check "both devices are updated at once" update finished finished
+# update_new_devices: 64 KiB each, from the first generation on. Leaves the program and the devices running.
+update_new_devices() {
+    [ ! -e running ] || { close_dialog; end_program; end_pair; }
+    touch running
+    start_pair 1 12 2 65536
+    devices plug transmitter
+    devices plug headset
+    start_program devices $updater
+    shows "transmitterVersion: $installed" "headsetVersion: $installed"
+    devices count transmitter
+    devices count headset
+    update finished finished
+}
+
+check "both devices are updated at once" update_new_devices
 picture update-finished
-check "the audio service was stopped and started" service_was_restarted
-check "both were sent to programming mode" [ "$(grep -c 'connected, in programming mode' events.txt)" = 2 ]
 check "both memories are equal to their images" memories_are_equal
+check "the transmitter has its transfers and restarts in order" text_is "$(events transmitter)" "leave from transfer 1
+disconnected
+connected, in programming mode
+identify from transfer 2
+configure from transfer 6
+erase from transfer 13
+download from transfer 59
+commit from transfer 79
+final wait from transfer 395
+disconnected
+connected"
+check "the headset has its transfers and restarts in order" text_is "$(events headset)" "leave from transfer 1
+disconnected
+connected, in programming mode
+identify from transfer 2
+configure from transfer 6
+download from transfer 11
+commit from transfer 31
+final wait from transfer 347
+disconnected
+connected"
+check "the log has each step of the transmitter in order" \
+    text_is "$(log_of Transmitter | sed -n '/Erasing/,$ p')" "$(transmitter_log)"
+check "the log has each step of the headset in order" \
+    text_is "$(log_of Headset | sed -n '/at address/,$ p')" "$(headset_log)"
+check "the audio service is stopped and started as the log says" text_is "$(audio_service_lines)" \
+    "Phase prepare, number of devices = 2
+Service stopped successfully
+Service start pending...
+Service started successfully.
+Phase restore"
+check "the audio service runs after the update" audio_service_runs
+check "no update takes less than the protocol's delays" no_update_is_faster_than_its_delays
+check "both updates take the protocol's time" both_take_their_time_at_last
 close_dialog
 check "the pairing instructions are shown" shows "Success! Please pair devices."
 picture pairing-instructions
-# 64 KiB: 256 packets, 16 commits, 16 sectors.
-check "the transmitter's update takes the protocol's time" takes_its_time transmitter \
-    $((256 * 20 + 16 * 50 + 16 * 4000 + 2000)) 2
-# It has the same number of transfers in a third of the time, and all of them while the other device has its own.
-check "the headset's update takes the protocol's time" takes_its_time headset $((256 * 20 + 16 * 1000 + 2000)) 6
 end_program
 end_pair
 
 start_pair 2 13 3 8192
-tell plug transmitter
-tell plug headset
+devices plug transmitter
+devices plug headset
 rm -f "$temporary/uninstalled.txt"
-start_program devices-package package.exe
+WINEDEBUG=+ole
+start_program devices-package package.exe 2>ole.txt
+WINEDEBUG=-all
 check "the package's program identifies the second generation" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3"
 check "the package's program updates both, chip 13, revision 3" update finished finished
-check "the driver-uninstall tool that the package carries was started for both" \
-    text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 
-31281 6 "
+check "the package's driver-uninstall tool is started for both, in its own folder" \
+    text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 in its own folder
+31281 6 in its own folder"
+check "the program asks for the audio policy, which Wine lacks, and goes on" grep -qi '294935ce-f637-4e7c' ole.txt
 check "both memories are equal to their images" memories_are_equal
 close_dialog
 check "the package's program shows the pairing instructions" shows "Success! Please pair devices."
@@ -153,21 +266,21 @@ end_program
 end_pair
 
 start_pair 1 12 3 8192
-tell plug transmitter
-tell plug headset
+devices plug transmitter
+devices plug headset
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
-tell fault headset vanish 20
+devices fault headset vanish 20
 check "a cable pulled in the download fails that device only" update finished "failed with code 1"
-check "it was pulled in the download" await "vanished at transfer 20 (download)"
+check "the cable is pulled in the download" await "vanished at transfer 20 (download)"
 picture update-failed
 close_dialog
-check "the failure report tells of the lost connection" shows "Update was unsuccessful." \
+check "the failure report shows the lost connection" shows "Update was unsuccessful." \
     "One or both of your devices have been disconnected."
 picture failure-report
 tool keys "$title" tab space
 check "Back leads to the start screen, since a device is missing" shows "No device detected."
-tell plug headset
+devices plug headset
 check "plugged in again, in programming mode, it is identified" shows "headsetVersion: $installed"
 check "the second update repairs it" update finished finished
 check "both memories are equal to their images" memories_are_equal
@@ -177,20 +290,20 @@ end_program
 end_pair
 
 start_pair 1 13 2 8192
-tell plug transmitter
-tell plug headset
+devices plug transmitter
+devices plug headset
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
-tell fault headset vanish 2
-check "a cable pulled while the chip is asked who it is fails that device only" update finished "failed with code 3"
+devices fault headset vanish 2
+check "a cable pulled during identification fails that device only" update finished "failed with code 3"
 close_dialog
 end_program
-tell plug headset
+devices plug headset
 start_program devices $updater
 check "a device in programming mode at the start is identified out of its memory" \
     shows "transmitterVersion: 1.2.3" "headsetVersion: $installed"
 picture programming-mode
-check "and repaired" update finished finished
+check "the update repairs it" update finished finished
 check "both memories are equal to their images" memories_are_equal
 close_dialog
 end_program
@@ -208,16 +321,16 @@ possessions_are() {
 }
 start_pair 1 12 2 8192
 start_program devices $updater
-tell storm 10
+devices storm 10
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 sleep 40
 before=$(tool possessions "$title" | tr -d '\r')
 picture before-the-storm
-tell storm 100
+devices storm 100
 check "after 100 times plugging and unplugging both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
-check "and nothing is left over: $before" possessions_are "$before"
+check "nothing is left over: $before" possessions_are "$before"
 picture after-the-storm
-check "and the window looks as it did" pictures_are_equal before-the-storm after-the-storm
+check "the window looks as before" pictures_are_equal before-the-storm after-the-storm
 end_program
 end_pair

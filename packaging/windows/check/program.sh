@@ -1,4 +1,4 @@
-# The program by itself, its package, and its parts that speak to Windows, without any device of ours. Sourced by run.sh.
+# The program alone, its package, and its detector, without any device of ours. Sourced by run.sh.
 
 every_log_line_ends_with_cr_lf() {
     lines=$(cat "$logs"/*.txt | wc -l)
@@ -28,28 +28,28 @@ tool close About
 tool close "$title"
 wait $program
 check "closing the window ends the program with exit status 0" [ $? -eq 0 ]
-check "the log is where it belongs, with CR LF line ends" every_log_line_ends_with_cr_lf
-check "the log tells the program's folder" log_holds 'Application path:  "Z:/check"'
+check "the log is in its folder, with CR LF line ends" every_log_line_ends_with_cr_lf
+check "the log contains the program's folder" log_holds 'Application path:  "Z:/check"'
 rm -r "$logs"
 
-# The package, with the archive beside it. A folder that an earlier one left behind is swept away, one that somebody holds
-# is not.
+# The package, with the archive beside it. It removes a folder that an earlier package left behind, unless somebody holds
+# the folder open.
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }
 unpacked() { find "$temporary" -path '*{*' -name "$1"; }
 mkdir -p "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}" "$temporary/ZEFO_VYNT_Firmware_Update_{held}"
 touch "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}/$updater"
-wine holdfolder.exe "C:\\users\\root\\Temp\\ZEFO_VYNT_Firmware_Update_{held}" &
+wine holdfolder.exe "$windows_temporary\\ZEFO_VYNT_Firmware_Update_{held}" &
 holder=$!
 sleep 2
 (cd package && exec wine package.exe) &
 package=$!
 check "the package starts the program" tool wait "$title"
 check "the program is unpacked into one temporary folder" [ "$(unpacked $updater | wc -l)" -eq 1 ]
-check "what comes along is unpacked beside it" [ "$(unpacked licences.txt | wc -l)" -eq 1 ]
+check "the licences are unpacked beside it" [ "$(unpacked licences.txt | wc -l)" -eq 1 ]
 check "an earlier package's folder is gone" [ ! -e "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}" ]
-check "a folder that somebody holds stays" [ -e "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
+check "a folder that somebody holds open stays" [ -e "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
 own=$(basename "$(dirname "$(unpacked $updater)")")
-check "nobody can rename or remove the folder meanwhile" wine holdfolder.exe refused "C:\\users\\root\\Temp\\$own"
+check "nobody can rename or remove the folder meanwhile" wine holdfolder.exe refused "$windows_temporary\\$own"
 picture start-screen-with-archive
 tool command "$title" 0x20
 check "the main page shows the archive" shows "fw.1.2"
@@ -57,17 +57,51 @@ picture main-page-with-archive
 tool close "$title"
 wait $package
 check "the package ends with the program's exit status" [ $? -eq 0 ]
-check "the archive was looked for beside the package" log_holds 'Looking firmware file in:  "Z:/check/package"'
-check "the archive was loaded" log_holds 'PID found: 0x0004 in file: 0x000C'
+check "the package's program looks for the archive beside the package" log_holds 'Looking firmware file in:  "Z:/check/package"'
+check "the package's program loads the archive" log_holds 'PID found: 0x0004 in file: 0x000C'
 check "the temporary folder is removed" [ "$(own_folders)" = "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
 kill $holder
 rm -r "$logs"
+
+# A package whose size bytes are damaged.
+message() { tool message "$title" | tr -d '\r' | grep . | head -n 1; }
+wine damaged/package.exe &
+package=$!
+check "a damaged package says so" text_is "$(message)" \
+    "This package is damaged. Please download it again."
+tool keys "$title" enter
+wait $package
+check "a damaged package ends with exit status 1" [ $? -eq 1 ]
+
+# The package as an administrator whose temporary folder is on a share: E:.
+package_from_share() { wine cmd /c 'set TEMP=E:\& set TMP=E:\& package\package.exe'; }
+protected=$WINEPREFIX/drive_c/ProgramData
+package_from_share &
+package=$!
+check "with the temporary folder on a share the package starts the program" tool wait "$title"
+check "the program is unpacked in the system's folder for program data" \
+    [ "$(find "$protected" -name $updater | wc -l)" -eq 1 ]
+check "nothing is unpacked on the share" [ -z "$(find /share -name '*{*')" ]
+tool close "$title"
+wait $package
+check "the folder for program data is clean again" [ "$(find "$protected" -name 'ZEFO_VYNT*' | wc -l)" -eq 0 ]
+
+folders_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders'
+wine reg add "$folders_key" /v "Common AppData" /d 'E:\' /f >/dev/null
+package_from_share &
+package=$!
+check "without any drive that can protect the program the package says so" \
+    text_is "$(message)" \
+    "Could not create a protected folder for the firmware updater."
+tool keys "$title" enter
+wait $package
+wine reg delete "$folders_key" /v "Common AppData" /f >/dev/null
 
 # The detector, against Wine's two HID interfaces, which have no enumerator name.
 WINEDEBUG=+setupapi wine detectorcheck.exe 2 >detector.txt 2>setupapi.txt
 check "the detector starts and stops 100 times and leaves nothing behind" [ $? -eq 0 ]
 cat detector.txt
-check "it completes and passes over interfaces without enumerator name" \
+check "it completes and ignores interfaces without enumerator name" \
     text_is "$(head -n 1 detector.txt | tr -d '\r')" "complete: 0 arrivals, 0 known"
 examined() {
     grep -A 5 "SetupDiGetDeviceInstanceIdW instance ID: .*VID_845E&PID_$1" setupapi.txt |
@@ -75,19 +109,3 @@ examined() {
 }
 check "it examined the first interface" examined 0001
 check "it examined the second interface" examined 0002
-
-# The audio service.
-wine sc create audiosrv binPath= 'Z:\check\audioservice.exe' >/dev/null
-wine net start audiosrv >/dev/null
-check "the audio service is stopped and started" text_is "$(wine servicecheck.exe | tr -d '\r')" "state 4
-Service stopped successfully
-state 1
-Service is already stopped.
-Service start pending...
-Service started successfully.
-state 4
-Cannot start the service because it is already running
-Cannot start the service because it is already running"
-
-# The audio endpoints.
-check "without the policy object the default endpoints stay as they are" wine keepercheck.exe

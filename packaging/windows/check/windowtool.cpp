@@ -1,11 +1,14 @@
-// Looks after the visible top-level window of a title. Exit status 1 where it did not show up within the time
-// limit (`gone`: did not go away), or could not be asked.
+// Drives the visible top-level window with a title. Exit status 1 if it did not appear within the time limit
+// (`gone`: did not disappear), or did not answer.
 //
+//     windowtool desktop                   whether programs can create windows already
 //     windowtool wait|gone TITLE           waits for it
+//     windowtool shown TITLE               does not wait
 //     windowtool keys TITLE KEY...         presses tab, space, enter, escape
 //     windowtool command TITLE NUMBER      chooses from its system menu
 //     windowtool menu TITLE                prints its system menu
-//     windowtool text TITLE                prints "identifier: name" of all that it tells screen readers of
+//     windowtool text TITLE                prints "identifier: name" of all that it shows to screen readers
+//     windowtool message TITLE             prints the texts of a message box
 //     windowtool possessions TITLE         prints how many handles and threads its process has
 //     windowtool close TITLE
 #include <cstdio>
@@ -20,7 +23,7 @@
 
 namespace {
 
-constexpr DWORD timeLimitMs = 60000;
+constexpr DWORD timeLimitMs = 300000; // in a virtual machine on a busy computer
 constexpr DWORD pollMs = 50;
 
 HWND findWindow(const wchar_t* title)
@@ -64,6 +67,20 @@ bool printSystemMenu(HWND window)
     return sent && printFile(std::wstring(path) + menuListSuffix);
 }
 
+/// Prints the texts of a message box.
+bool printMessage(HWND window)
+{
+    HWND control = nullptr;
+    while ((control = FindWindowExW(window, control, L"Static", nullptr))) {
+        wchar_t text[512]{};
+        DWORD_PTR length = 0;
+        if (SendMessageTimeoutW(control, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text),
+                                SMTO_NORMAL, timeLimitMs, &length))
+            std::printf("%ls\n", text);
+    }
+    return true;
+}
+
 bool printText(HWND window)
 {
     constexpr LPARAM uiAutomationRoot = -25; // UiaRootObjectId
@@ -104,11 +121,23 @@ bool printPossessions(HWND window)
     return has.threads > 0;
 }
 
+bool canCreateWindows()
+{
+    const HWND window =
+        CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    return window && DestroyWindow(window);
+}
+
+bool isShown(const wchar_t* title)
+{
+    const HWND window = FindWindowW(nullptr, title);
+    return window && IsWindowVisible(window);
+}
+
 bool waitUntilGone(const wchar_t* title)
 {
     for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {
-        const HWND window = FindWindowW(nullptr, title);
-        if (!window || !IsWindowVisible(window))
+        if (!isShown(title))
             return true;
     }
     return false;
@@ -122,6 +151,8 @@ bool run(const std::wstring& verb, HWND window, int argumentCount, wchar_t* argu
         return printSystemMenu(window);
     if (verb == L"text")
         return printText(window);
+    if (verb == L"message")
+        return printMessage(window);
     if (verb == L"possessions")
         return printPossessions(window);
     if (verb == L"keys")
@@ -137,9 +168,13 @@ bool run(const std::wstring& verb, HWND window, int argumentCount, wchar_t* argu
 
 int wmain(int argc, wchar_t* argv[])
 {
+    const std::wstring verb = argc > 1 ? argv[1] : L"";
+    if (verb == L"desktop")
+        return canCreateWindows() ? 0 : 1;
     if (argc < 3)
         return 1;
-    const std::wstring verb = argv[1];
+    if (verb == L"shown")
+        return isShown(argv[2]) ? 0 : 1;
     if (verb == L"gone")
         return waitUntilGone(argv[2]) ? 0 : 1;
     const HWND window = findWindow(argv[2]);

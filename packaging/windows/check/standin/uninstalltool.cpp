@@ -1,9 +1,23 @@
-// Stands for the driver-uninstall tool that the updater starts: writes its arguments to "uninstalled.txt" in
-// the temporary folder.
+// In place of the driver-uninstall tool that the updater starts: writes its arguments to "uninstalled.txt" in
+// the temporary folder, and whether its working directory is its own folder.
 #include <cstdio>
 #include <string>
 
 #include <windows.h>
+
+namespace {
+
+bool worksInOwnFolder()
+{
+    wchar_t program[MAX_PATH]{};
+    wchar_t directory[MAX_PATH]{};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    GetCurrentDirectoryW(MAX_PATH, directory);
+    const std::wstring path = program;
+    return path.substr(0, path.rfind(L'\\')) == directory;
+}
+
+} // namespace
 
 int wmain(int argc, wchar_t* argv[])
 {
@@ -14,7 +28,7 @@ int wmain(int argc, wchar_t* argv[])
         return 1;
     for (int i = 1; i < argc; ++i)
         std::fprintf(file, "%ls ", argv[i]);
-    std::fprintf(file, "\n");
+    std::fprintf(file, worksInOwnFolder() ? "in its own folder\n" : "elsewhere\n");
     std::fclose(file);
     return 0;
 }
