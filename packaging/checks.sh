@@ -14,7 +14,7 @@ check() {
     fi
 }
 
-# within SECONDS COMMAND...: whether it succeeds before they are over.
+# within SECONDS COMMAND...: repeats the command until it succeeds; fails after that time.
 within() {
     end=$(($(date +%s) + $1))
     shift

@@ -1,5 +1,5 @@
-// A service that does nothing, to be installed as "audiosrv" where the system has none. Stops in two steps,
-// as a real one does.
+// A service that does nothing, for a system without a service "audiosrv". Stops in two steps, like a real
+// one.
 #include <windows.h>
 
 #include <winsvc.h>

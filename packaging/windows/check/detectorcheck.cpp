@@ -1,6 +1,6 @@
 // detectorcheck NUMBER: waits until the system has that number of HID interfaces, then runs the detector for
-// every HID interface. Prints what it reported and what 100 more starts and stops left behind; exit status 0
-// where that is nothing.
+// all of them. Prints its reports, and how many handles and threads 100 more starts and stops leave; exit
+// status 0 if none.
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
@@ -39,7 +39,7 @@ DWORD presentHidInterfaces()
     return count;
 }
 
-/// A system that has just been started is still bringing up its devices.
+/// The devices of a system appear some time after its start.
 bool waitForHidInterfaces(DWORD number)
 {
     for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {

@@ -1,6 +1,6 @@
-// holdfolder PATH: holds a folder so that nobody can rename or remove it, until it is ended.
-// holdfolder refused PATH: exit status 0 where renaming and removing the folder is refused because somebody
-// holds it so.
+// holdfolder PATH: holds a folder open, so that nobody can rename or remove it, until this program is killed.
+// holdfolder refused PATH: exit status 0 if the system refuses to rename or remove the folder because
+// somebody holds it open.
 #include <string>
 
 #include <windows.h>

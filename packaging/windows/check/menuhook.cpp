@@ -1,4 +1,4 @@
-// A hook for windowtool: only a window's own process can be asked for its system menu everywhere.
+// A hook for windowtool: not every system lets other processes read a window's system menu.
 #include <string>
 
 #include <windows.h>

@@ -12,8 +12,8 @@ struct Possessions
     ULONG threads = 0;
 };
 
-/// What a process has, as the system's process list tells (Wine does not answer GetProcessHandleCount());
-/// nothing where there is no such process. Link ntdll.
+/// What a process has according to the system's process list (Wine does not answer GetProcessHandleCount());
+/// zeros if there is no such process. Link ntdll.
 inline Possessions possessionsOf(DWORD process)
 {
     ULONG size = 0;

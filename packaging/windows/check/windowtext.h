@@ -1,4 +1,4 @@
 #pragma once
 
-/// In the temporary folder: a line "identifier: name" for every element of the window that was asked last.
+/// A file in the temporary folder: a line "identifier: name" for each element of the last window queried.
 constexpr wchar_t windowTextFile[] = L"window-text.txt";

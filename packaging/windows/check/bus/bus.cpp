@@ -1,4 +1,4 @@
-// The bus itself: which devices are there.
+// The bus itself: lists its devices.
 #include "driver.h"
 
 namespace {
@@ -85,7 +85,7 @@ NTSTATUS NTAPI close(PDEVICE_OBJECT device, PIRP irp)
     return complete(irp, STATUS_SUCCESS);
 }
 
-/// The device that programs open.
+/// Creates the device that programs open.
 NTSTATUS createControl(PDRIVER_OBJECT driver, BusExtension* bus)
 {
     UNICODE_STRING name;

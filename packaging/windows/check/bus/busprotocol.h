@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// What the simulated bus's driver and the program that plugs devices into it say to each other: requests by
-/// DeviceIoControl() on the one device of the bus. The driver knows nothing of what the bytes mean.
+/// The requests that the program with the devices sends to the driver of the simulated bus, by
+/// DeviceIoControl() on the bus's one device. The driver does not interpret the reports.
 namespace BusProtocol {
 
 constexpr wchar_t deviceName[] = L"\\Device\\SimulatedBus";
@@ -18,16 +18,15 @@ constexpr std::uint32_t controlCode(std::uint32_t function)
     return 0x22u << 16 | (0x800u + function) << 2;
 }
 
-/// Takes a Plug. Done when the system has started the device.
+/// Input: a Plug. Completes when the system has started the device.
 constexpr std::uint32_t plugCode = controlCode(0);
-/// Takes a port's number. Done when the system has removed the device; its transfers under way have failed
-/// then.
+/// Input: a port's number. Completes when the system has removed the device and its transfers have failed.
 constexpr std::uint32_t unplugCode = controlCode(1);
-/// Takes an Answer to the port's last Request, without effect where there was none or the device has gone
-/// meanwhile, and gives the next one. Done when somebody wants a transfer with the port's device.
+/// Input: an Answer to the port's last Request, ignored if there was none or the device has gone. Output: the
+/// next Request. Completes when a program starts a transfer with the port's device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
-/// A port takes one HID interface. All are empty when the program's handle is closed.
+/// A port has one HID interface. Closing the program's handle empties all ports.
 constexpr std::uint32_t ports = 8;
 constexpr std::uint32_t maxIdLength = 64;
 constexpr std::uint32_t maxDescriptorBytes = 256;
@@ -38,7 +37,7 @@ struct Plug
     std::uint32_t port;
     std::uint16_t vendorId;
     std::uint16_t productId;
-    wchar_t deviceId[maxIdLength];   ///< what follows the bus's name, zero at the end
+    wchar_t deviceId[maxIdLength];   ///< without the bus's name, terminated by zero
     wchar_t instanceId[maxIdLength]; ///< unique among the devices with that identifier
     std::uint32_t descriptorBytes;
     std::uint8_t descriptor[maxDescriptorBytes]; ///< the report descriptor
@@ -46,7 +45,7 @@ struct Plug
 
 struct Request
 {
-    std::uint32_t isGet; ///< 1: the answer is wanted; 0: the bytes are for the device
+    std::uint32_t isGet; ///< 1: the device answers; 0: the device gets the bytes
     std::uint32_t size;  ///< of the report, its identifier included
     std::uint8_t report[maxReportBytes];
 };
@@ -55,7 +54,7 @@ struct Answer
 {
     std::uint32_t port;
     std::uint32_t isDone;
-    std::uint32_t size; ///< of what a get transfer gives
+    std::uint32_t size; ///< of the answer to a get transfer
     std::uint8_t report[maxReportBytes];
 };
 

@@ -1,4 +1,4 @@
-// A device of the bus, as the system and the HID minidriver see it.
+// A device of the bus: what it answers to the system and to the HID minidriver.
 #include "driver.h"
 #include "hidport.h"
 
@@ -8,8 +8,8 @@ constexpr UCHAR hidDescriptorType = 0x21;
 constexpr UCHAR reportDescriptorType = 0x22;
 constexpr USHORT hidVersion = 0x0111;
 
-/// @p prefix and @p text one after the other, in memory that whoever asked for it gives back; two zeros at
-/// the end, as a list needs them.
+/// @return @p prefix and @p text in one string, which the caller of the request frees. It ends with two
+/// zeros, so that it is also a list.
 PWCHAR allocatedId(const wchar_t* prefix, const wchar_t* text)
 {
     const SIZE_T prefixLength = wcslen(prefix);
@@ -24,7 +24,7 @@ PWCHAR allocatedId(const wchar_t* prefix, const wchar_t* text)
     return id;
 }
 
-NTSTATUS tellId(const Port& port, PIRP irp)
+NTSTATUS answerId(const Port& port, PIRP irp)
 {
     PWCHAR id = nullptr;
     switch (IoGetCurrentIrpStackLocation(irp)->Parameters.QueryId.IdType) {
@@ -45,7 +45,7 @@ NTSTATUS tellId(const Port& port, PIRP irp)
               : complete(irp, STATUS_INSUFFICIENT_RESOURCES);
 }
 
-NTSTATUS tellCapabilities(PIRP irp)
+NTSTATUS answerCapabilities(PIRP irp)
 {
     PDEVICE_CAPABILITIES capabilities =
         IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceCapabilities.Capabilities;
@@ -100,7 +100,7 @@ NTSTATUS remove(ChildExtension* child, PIRP irp)
     return STATUS_SUCCESS;
 }
 
-/// Gives @p size bytes to the class driver, which says itself where it wants them.
+/// Copies @p size bytes to the buffer that the class driver passed.
 NTSTATUS give(PIRP irp, const void* bytes, ULONG size)
 {
     if (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.OutputBufferLength < size)
@@ -157,13 +157,13 @@ NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
 {
     switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
     case IRP_MN_QUERY_ID:
-        return tellId(*child->port, irp);
+        return answerId(*child->port, irp);
     case IRP_MN_QUERY_CAPABILITIES:
-        return tellCapabilities(irp);
+        return answerCapabilities(irp);
     case IRP_MN_START_DEVICE:
         return complete(irp, STATUS_SUCCESS);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The class driver above has been started and has told its device: from now on the removal finds it.
+        // The class driver has started and created its device, so a removal finds it from now on.
         completeChange(child->bus, *child->port);
         return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
     case IRP_MN_SURPRISE_REMOVAL:

@@ -1,4 +1,4 @@
-// What the program that plugs devices in asks for.
+// The requests of the program with the devices.
 #include <algorithm>
 
 #include "driver.h"
@@ -8,7 +8,7 @@ using namespace BusProtocol;
 
 namespace {
 
-/// The request's input, where it is one of its kind for a port that exists.
+/// @return the request's input; null if it is too short or for a port that does not exist.
 template <typename Input>
 Input* inputOf(PIRP irp)
 {
@@ -24,7 +24,7 @@ BusExtension* busOf(PDEVICE_OBJECT device)
     return static_cast<Extension*>(device->DeviceExtension)->bus;
 }
 
-/// The program takes a request back: it ends.
+/// The program cancels a request when it ends.
 void NTAPI cancelWaiting(PDEVICE_OBJECT device, PIRP irp)
 {
     IoReleaseCancelSpinLock(irp->CancelIrql);
@@ -49,7 +49,7 @@ void letWait(PIRP irp, PIRP& slot)
     IoSetCancelRoutine(irp, cancelWaiting);
 }
 
-/// Where a request was cancelled before it could wait.
+/// For a request that was cancelled before it could wait.
 void completeIfCancelled(BusExtension* bus, PIRP irp, PIRP& slot)
 {
     PIRP cancelled = nullptr;
@@ -113,7 +113,8 @@ NTSTATUS unplug(BusExtension* bus, PIRP irp)
     return STATUS_PENDING;
 }
 
-/// Fills the transfer that the program answers. @return the number of bytes that it gives.
+/// Copies the answer into the transfer.
+/// @return the number of bytes copied.
 ULONG fillIn(PIRP transfer, const Answer& answer)
 {
     const auto* const packet = static_cast<const HID_XFER_PACKET*>(transfer->UserBuffer);
@@ -123,7 +124,7 @@ ULONG fillIn(PIRP transfer, const Answer& answer)
     return size;
 }
 
-/// One request for both, since each takes a way through the whole system.
+/// One request answers a transfer and waits for the next, since each request costs several context switches.
 NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
 {
     const Answer* const input = inputOf<Answer>(irp);
@@ -142,7 +143,7 @@ NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
         answered = port.handedOut;
         port.handedOut = nullptr;
         if (answered)
-            size = fillIn(answered, *input); // before the next request takes the buffer
+            size = fillIn(answered, *input); // before the next request overwrites the buffer
         letWait(irp, port.next);
         ready = handOut(port);
     }
@@ -161,7 +162,7 @@ PIRP takeWaiting(PIRP& slot)
 {
     const PIRP irp = slot;
     slot = nullptr;
-    // Without its cancel routine it is being cancelled already.
+    // If the cancel routine is gone, the request is being cancelled.
     return irp && IoSetCancelRoutine(irp, nullptr) ? irp : nullptr;
 }
 

@@ -1,5 +1,5 @@
-// A bus whose devices are plugged in by a program, and the HID minidriver for them. For checks only: just
-// what Wine asks of a driver is there (no power management, one program at a time).
+// A bus on which a program plugs in devices, and the HID minidriver for them. For checks only: it does what
+// Wine asks of a driver, without power management, for one program at a time.
 #include "driver.h"
 
 namespace {

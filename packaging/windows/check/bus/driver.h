@@ -3,28 +3,30 @@
 #include "busprotocol.h"
 #include "kernel.h"
 
-// One module serves as two drivers: the bus's, and the one that gives its devices to the HID class driver.
+// One module contains two drivers: the bus's, and the minidriver between its devices and the HID class
+// driver.
 
 NTSTATUS registerBus(PDRIVER_OBJECT driver);
 NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
 
-/// Where one HID interface is plugged in. The lock of the bus guards it.
+/// A port for one HID interface. The lock of the bus guards it.
 struct Port
 {
     PDEVICE_OBJECT device; ///< null while nothing is plugged in
-    bool isPresent;        ///< false once it was unplugged, until the system has let go of it
+    bool isPresent;        ///< false after unplugging, while the system removes the device
     BusProtocol::Plug plug;
-    LIST_ENTRY transfers; ///< not handed out yet, by their list entries for drivers
-    PIRP handedOut;       ///< the transfer that the program works on
+    LIST_ENTRY
+        transfers;  ///< those that the program has not got yet, linked by their list entries for drivers
+    PIRP handedOut; ///< the transfer that the program is answering
 
-    // Requests of the program that wait.
+    // Pending requests of the program.
     PIRP change; ///< plug or unplug
     PIRP next;
 };
 
 enum class Role { Bus, Control, Child };
 
-/// Begins the extension of every device object of the bus's driver.
+/// The first member of the extension of every device object of the bus's driver.
 struct Extension
 {
     Role role;
@@ -36,7 +38,7 @@ struct BusExtension : Extension
     PDEVICE_OBJECT self;
     PDEVICE_OBJECT physical;
     PDEVICE_OBJECT lower;
-    PDEVICE_OBJECT control; ///< what programs open
+    PDEVICE_OBJECT control; ///< the device that programs open
     KSPIN_LOCK lock;
     Port ports[BusProtocol::ports];
 };
@@ -65,18 +67,19 @@ private:
 
 NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information = 0);
 
-// What a device of the bus is asked.
+// Requests to a device of the bus.
 NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp);
 NTSTATUS childTransfer(ChildExtension* child, PIRP irp);
 
-// What the program asks.
+// Requests of the program.
 NTSTATUS controlRequest(BusExtension* bus, PIRP irp);
 void unplugAll(BusExtension* bus);
 
-/// Takes a waiting request of the program out of @p slot, if it is there and not just being cancelled. The
-/// lock is held.
+/// Takes the pending request out of @p slot. The caller holds the lock.
+/// @return null if there is none, or if it is being cancelled.
 PIRP takeWaiting(PIRP& slot);
 
-/// Hands the first transfer that waits to the program, where that waits too. The lock is held.
-/// @return the program's request, to be completed with a Request once the lock is released; or null.
+/// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
+/// @return the program's request, which the caller completes with a Request after it released the lock; or
+/// null.
 PIRP handOut(Port& port);

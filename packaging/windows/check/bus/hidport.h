@@ -1,6 +1,6 @@
 #pragma once
 
-// What the HID class driver and its minidrivers agree on, from the Windows driver documentation ("HID
+// The interface between the HID class driver and its minidrivers, from the Windows driver documentation ("HID
 // minidriver structures", "HID minidriver IOCTLs"); mingw-w64 has no header for it.
 #include "kernel.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// The kernel's declarations as C++. mingw-w64's wdm.h defines two functions that its intrin.h has defined
-// already, and is included by ntddk.h without its folder, which is therefore searched after all others (its
-// own hidclass.h has wrong control codes; the one for programs is right).
+// The kernel's declarations for C++. mingw-w64's wdm.h defines two functions again that intrin.h defines.
+// ntddk.h includes wdm.h without its folder, so the compiler searches that folder too, after all others: its
+// hidclass.h has wrong control codes, the one for programs has the right ones.
 #include <intrin.h>
 #define InterlockedBitTestAndSet wdmInterlockedBitTestAndSet
 #define InterlockedBitTestAndReset wdmInterlockedBitTestAndReset

@@ -1,4 +1,4 @@
-// The HID side: the class driver asks, and the device's port on the bus answers everything.
+// The HID minidriver: passes every request of the class driver to the device on the bus.
 #include "driver.h"
 #include "hidport.h"
 
@@ -28,6 +28,6 @@ NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath)
     registration.DriverObject = driver;
     registration.RegistryPath = registryPath;
     registration.DeviceExtensionSize = sizeof(HID_DEVICE_EXTENSION);
-    registration.DevicesArePolled = TRUE; // no input reports ever come; otherwise Wine would ask without end
+    registration.DevicesArePolled = TRUE; // else Wine requests input reports without end; there are none
     return HidRegisterMinidriver(&registration);
 }

@@ -17,8 +17,8 @@ std::uint32_t slotOf(int port, std::uint32_t interfaceIndex)
     return static_cast<std::uint32_t>(port - 1) * interfacesPerDevice + interfaceIndex;
 }
 
-/// Such as "VID_7A31&PID_0004&MI_03": as Windows names a function of a composite device, or a device with
-/// one.
+/// The name that Windows gives a function of a composite device, such as "VID_7A31&PID_0004&MI_03", or a
+/// device with one function.
 std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
 {
     wchar_t text[BusProtocol::maxIdLength];
@@ -102,7 +102,7 @@ void DriverBus::detach(int port)
             slots.at(number).isTaken = false;
         }
         if (!request(makeEvent(), BusProtocol::unplugCode, &number, sizeof(number)))
-            std::printf("The bus holds a device back: error %lu\n", GetLastError());
+            std::printf("The bus does not remove a device: error %lu\n", GetLastError());
     }
 }
 
@@ -111,7 +111,7 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Waits until the driver has done @p code, which signals @p done.
+/// Sends a request and waits until the driver has completed it, which signals @p done.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {
@@ -126,7 +126,7 @@ bool DriverBus::request(const Event& done, std::uint32_t code, const void* input
 
 void DriverBus::serve(std::uint32_t number)
 {
-    const Event done = makeEvent(); // for all transfers, which the others have to wait for
+    const Event done = makeEvent(); // one for all transfers of the thread
     BusProtocol::Request wanted{};
     BusProtocol::Answer answer{};
     answer.port = number;

@@ -11,8 +11,8 @@
 #include "bus.h"
 #include "busprotocol.h"
 
-/// The simulated bus of a Windows system with its driver: what is plugged in here, every program of that
-/// system sees. `BusDevice::refusesOpen` is beyond it, since only the HID class driver decides about that.
+/// The simulated bus of a Windows system with its driver: every program of that system sees the devices on
+/// it. Ignores `BusDevice::refusesOpen`, since the HID class driver decides who may open a device.
 class DriverBus final : public Bus
 {
 public:
@@ -23,15 +23,15 @@ public:
 
     [[nodiscard]] bool isOpen() const { return handle != INVALID_HANDLE_VALUE; }
 
-    /// Returns when the system has started the HID class driver for every interface of the device; programs
-    /// are told of it a little later.
+    /// Returns when the system has started the HID class driver for every interface of the device. Programs
+    /// are notified a little later.
     void attach(const BusDevice& device) override;
 
     /// Returns when the system has removed every interface of the device.
     void detach(int port) override;
 
 private:
-    /// A place for one interface.
+    /// The program's side of a port.
     struct Slot
     {
         bool isTaken = false;

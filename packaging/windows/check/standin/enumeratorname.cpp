@@ -1,5 +1,5 @@
-// Stands in for SETUPAPI.dll where that knows no SPDRP_ENUMERATOR_NAME (Wine 8): answers that one property
-// out of the device's instance identifier, whose first part is the enumerator's name on Windows, and forwards
+// In place of SETUPAPI.dll, since Wine 8's does not know SPDRP_ENUMERATOR_NAME: takes this property from the
+// first part of the device's instance identifier, which is the enumerator's name on Windows, and forwards
 // everything else.
 #include <cwchar>
 #include <string>

@@ -1,6 +1,5 @@
-// Stands in for uiautomationcore.dll, since Wine 8's waits for ever for a program whose window belongs to a
-// single-threaded apartment, as Qt's do. It takes what the program's own provider tells a screen reader, and
-// writes it down.
+// In place of uiautomationcore.dll, since Wine 8's waits for ever for a window of a single-threaded
+// apartment, as Qt's are. Writes to a file what the program's own provider reports to a screen reader.
 #include <cstdio>
 #include <string>
 
@@ -35,7 +34,7 @@ void writeLine(std::FILE* file, IRawElementProviderSimple& element)
         std::fwrite(bytes, 1, static_cast<std::size_t>(size - 1), file);
 }
 
-// NOLINTNEXTLINE(misc-no-recursion): as deep as a window's widgets are nested
+// NOLINTNEXTLINE(misc-no-recursion): no deeper than the window's widgets
 void writeElements(std::FILE* file, IRawElementProviderSimple& element)
 {
     writeLine(file, element);
