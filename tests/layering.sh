@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails if a source includes a header that its row in docs/architecture.md, "Who may use whom", does not allow.
+# Fails if a source includes a header that its row in docs/architecture.md, "Which folder may use which", does not allow.
 # Usage: layering.sh [FOLDER], the project's root; by default the root of this tree.
 cd "${1:-$(dirname "$0")/..}" || exit 1
 
@@ -35,7 +35,7 @@ BEGIN {
     page = "docs/architecture.md"
     while ((getline line < page) > 0) {
         if (line ~ /^## /)
-            inside = line == "## Who may use whom"
+            inside = line == "## Which folder may use which"
         if (!inside || line !~ /^\| `/)
             continue
         split(line, cells, "|")
@@ -46,7 +46,7 @@ BEGIN {
         rows++
     }
     if (rows < 2)
-        complain(page ": no table of who may use whom")
+        complain(page ": no table of which folder may use which")
 }
 
 {

@@ -10,7 +10,7 @@
 #include "callfaults.h"
 #include "clock.h"
 
-/// What a list of services tells of each.
+/// A service in a list of services.
 struct ServiceEntry
 {
     std::wstring name;
