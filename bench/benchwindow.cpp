@@ -78,8 +78,8 @@ void BenchWindow::placeWindows()
     constexpr QSize usualSize(860, 640);
     QWidget& updater = run.updater();
     const QRect desktop = screen()->availableGeometry();
-    const int mostWidth = desktop.width() - updater.width() - 3 * gap;
-    resize(std::min(usualSize.width(), mostWidth), usualSize.height());
+    const QSize room(desktop.width() - updater.width() - 3 * gap, desktop.height() - titleBar - gap);
+    resize(usualSize.boundedTo(room));
     const int left = desktop.left() + std::max(0, (desktop.width() - updater.width() - gap - width()) / 2);
     const int top = desktop.top() + std::max(titleBar, (desktop.height() - height()) / 2);
     updater.move(left, top);
