@@ -20,24 +20,24 @@ public:
     /// Starts detection unless it runs. Every device that is present is reported.
     void startDetection();
 
-    /// Forgets all devices, without reporting their removal, and ends detection. No device is held open any
-    /// more when it returns, which takes as long as a transfer that is under way. An identification that it
-    /// cuts short is reported as an arrival all the same; such a device has no record.
+    /// Forgets all devices, without reporting their removal, and ends detection. It waits for a transfer in
+    /// progress; when it returns, no device is open any more. An identification that it cuts short is still
+    /// reported as an arrival; such a device has no record.
     void stopDetection();
 
-    /// Whether a device of the kind is there, true already while it is being identified.
+    /// Whether a device of the kind is connected; true already while it is being identified.
     bool isConnected(DeviceType type) const;
 
-    /// One of the normal-mode product identifiers; 0 while or where it is not known.
+    /// One of the normal-mode product identifiers; 0 if it is not known (yet).
     unsigned short pid(DeviceType type) const;
 
-    /// Empty while or where it is not known.
+    /// Empty if it is not known (yet).
     QString version(DeviceType type) const;
 
-    /// A copy of the detector's record; a default one (product identifier 0) where there is no such device.
+    /// A copy of the detector's record; a default one (product identifier 0) if no such device is connected.
     DeviceInstance deviceInstance(DeviceType type) const;
 
-    /// The generation of the connected transmitter, such as "VYNT1"; empty where it is not known.
+    /// The generation of the connected transmitter, such as "VYNT1"; empty if it is not known.
     QString deviceName() const;
 
 Q_SIGNALS:
@@ -45,7 +45,7 @@ Q_SIGNALS:
     void deviceDetectionStarted();
     /// No device is being identified any more.
     void deviceDetectionFinished();
-    /// A device was identified, or could not be: pid() and version() tell.
+    /// A device was identified, or could not be; then pid() is 0 or version() is empty.
     void deviceArrived(DeviceType type);
     void deviceRemoved(DeviceType type);
 

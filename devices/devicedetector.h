@@ -10,7 +10,7 @@
 class DeviceDetectorListener;
 
 /// Finds the devices of given identities, now and as they come and go, and lends out handles to them.
-/// All operations may be called on any thread, but start() and stop() by one thread at a time.
+/// All operations may be called on any thread, but start() and stop() by only one thread at a time.
 class DeviceDetector
 {
 public:
@@ -21,20 +21,19 @@ public:
 
     /// Starts reporting the devices that match one of the @p count identities at @p ids to @p listener, which
     /// must outlive the detection. The devices present now are reported as arrivals.
-    /// @return whether detection runs; true also where it ran before, with its earlier identities.
+    /// @return whether detection runs; true also if it ran before, with its earlier identities.
     virtual bool start(DeviceDetectorListener* /*listener*/, const DeviceId* /*ids*/, unsigned int /*count*/)
     {
         return false;
     }
 
-    /// Ends detection and deletes every record. Once it has returned, no report is made any more.
+    /// Ends detection and deletes every record. After its return no report is made.
     virtual void stop() {}
 
     /// Opens a known device and watches the handle until closeDevice().
     ///
     /// When the system asks for an orderly removal of the device, the detector closes the handle at once. Its
-    /// value may then belong to something else: borrow the handle by lendDevice() instead where that can
-    /// happen.
+    /// value may then belong to something else; lendDevice() protects its borrower from that.
     /// @param access, share  Access::Bits.
     /// @return INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
@@ -46,9 +45,9 @@ public:
     /// Ends the watching of a handle; the caller closes it. Does nothing for a handle that is not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
-    /// Tells that the receiver of the reports has handled the removal of @p removed and every report
-    /// before it. The record is deleted then and its address may be used for another. Nothing for a
-    /// record that is not removed.
+    /// Deletes the record of a removed device; its address may be used for another one. Call it when the
+    /// receiver of the reports has handled the removal and every report before it. Does nothing for a device
+    /// that is not removed.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device, as openDevice(), and shares the handle with the caller until takeBack().
@@ -69,7 +68,7 @@ protected:
     DeviceDetectorListener* listener = nullptr; ///< not owned; null until start()
 };
 
-/// A detector for this system; to be deleted by destroyDeviceDetector().
+/// A detector for this system. Delete it with destroyDeviceDetector().
 DeviceDetector* createDeviceDetector();
 
 /// Stops and deletes @p detector; a null pointer is ignored.

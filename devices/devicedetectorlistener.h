@@ -6,18 +6,20 @@
 
 class DeviceInstance;
 
-/// Receives a detector's reports. They come on the detector's own threads, most of them with its lock held:
-/// return at once and wait for nobody.
+/// Receives a detector's reports. The detector calls them on its own threads and holds its lock during most
+/// of them, so return at once and wait for no other thread.
 class DeviceDetectorListener
 {
 public:
-    /// A matching device is there. The record stays valid as told at DeviceInstance.
+    /// A matching device is present. DeviceInstance says how long the record is valid.
     virtual void deviceArrived(DeviceInstance*) {}
-    /// It is gone. Take the pointer as a name; the record stays readable until DeviceDetector::forget().
+    /// It is gone. The record stays readable until DeviceDetector::forget().
     virtual void deviceRemoved(DeviceInstance*) {}
-    /// A removal that was refused made the detector open a lent handle anew; the old one is closed.
+    /// After a refused removal the detector has opened the device again. The old handle is closed; the new
+    /// one, for queries only, belongs to the detector.
     virtual void deviceHandleChanged(DeviceInstance*, HANDLE /*oldHandle*/, HANDLE /*newHandle*/) {}
-    /// Every device present so far has been examined; @p count of them are known. May come more than once.
+    /// Every device present so far has been examined; @p count of them are known. May be called more than
+    /// once.
     virtual void deviceEnumerationComplete(std::size_t /*count*/) {}
 
 protected:

@@ -74,7 +74,7 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // In any case, because a thread can be told to quit only once it has a message queue.
+    // Also if the worker failed, because a thread without a message queue cannot receive WM_QUIT.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
@@ -121,7 +121,7 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
     const DWORD shareMode = Access::shareMode(share);
     const Guard guard(lock);
     const auto known = knownDevices.find(toLowerAscii(device->path));
-    // A removed record's path may be that of the device's next arrival, which is reported for itself.
+    // A removed record may have the path of a device that has arrived since and has a record of its own.
     if (known == knownDevices.end() || removedDevices.count(device))
         return nullptr;
     const HANDLE value = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
@@ -130,7 +130,7 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
         return nullptr;
     const auto handle = std::make_shared<DeviceHandle>(value);
     DeviceInstance* const record = known->second.get();
-    handleNotifications.removeReopenedOf(record); // the new handle is watched in its stead
+    handleNotifications.removeReopenedOf(record); // the new handle is watched instead
     handleNotifications.add(window,
                             {handle, isReopened, record, desiredAccess, shareMode, flagsAndAttributes});
     return handle;
@@ -145,7 +145,7 @@ void DeviceDetectorWindows::closeDevice(HANDLE handle)
 void DeviceDetectorWindows::takeBack(const DeviceHandle& handle)
 {
     const Guard guard(lock);
-    // A withdrawn one stays watched until the outcome of the removal is known.
+    // A handle that was closed for a removal stays watched until the outcome of the removal is known.
     if (handle.isOpen())
         handleNotifications.remove(handle);
 }
@@ -180,8 +180,7 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // The marker stays queued all the same, and completion is reported once more with the next batch
-    // or removal.
+    // The marker stays queued, so completion is reported once more with the next batch or removal.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;
@@ -307,7 +306,7 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
     if (event == DBT_DEVICEQUERYREMOVEFAILED)
         reopenDevice(record);
     else
-        removeDevice(std::wstring(record.device->path)); // a copy: the device's record is about to go
+        removeDevice(std::wstring(record.device->path)); // a copy, because the record is about to go
 }
 
 /// Closes the handle at once, so that the removal can proceed.
@@ -327,7 +326,7 @@ void DeviceDetectorWindows::workerThread()
 {
     const HANDLE events[] = {stopEvent, workEvent};
     for (;;) {
-        // A wait that fails would fail again.
+        // A wait that fails ends the thread, because it would fail again at once.
         const DWORD result = WaitForMultipleObjects(2, events, FALSE, INFINITE);
         if (result != WAIT_OBJECT_0 + 1 || !waitInstallationSettled())
             return;
@@ -335,7 +334,7 @@ void DeviceDetectorWindows::workerThread()
     }
 }
 
-/// @return false when the detector is to stop.
+/// @return false if the detector stops.
 bool DeviceDetectorWindows::waitInstallationSettled()
 {
     while (CMP_WaitNoPendingInstallEvents(installationWaitMs) == WAIT_TIMEOUT) {
@@ -421,10 +420,10 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
     }
 }
 
-/// The record is no longer among the others, so the new handle may get the value of the old one.
+/// @param closed  already taken out, because the new handle may get the old one's value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // The stored masks are Win32's, whose two low bits are clear: the device is opened for queries only.
+    // The stored access mask is Win32's, whose two low bits are clear: the device is opened for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

@@ -34,8 +34,8 @@ public:
     void takeBack(const DeviceHandle& handle) override;
 
 private:
-    /// An arrival or enumeration result not examined yet; all-zero class and empty path mark the
-    /// enumeration's end.
+    /// An arrival or enumeration result not examined yet. An all-zero class and an empty path mark the end of
+    /// the enumeration.
     struct PendingArrival
     {
         GUID classGuid;

@@ -32,14 +32,13 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
 
 /// One device interface that a detector accepted.
 ///
-/// Records are created and deleted by detectors only. A borrowed pointer is valid from the arrival
-/// report until its holder has passed it to DeviceDetector::forget() or stopped the detector; a copy is
-/// valid for ever.
+/// Only detectors create and delete records. A borrowed pointer is valid from the arrival report until its
+/// holder passes it to DeviceDetector::forget() or stops the detector; a copy is always valid.
 class DeviceInstance : public DeviceId
 {
 public:
     std::wstring name;     ///< friendly name, else the device description, else empty
     std::wstring path;     ///< interface path, ASCII letters lower-cased; the string that opens the device
-    bool removing = false; ///< an arrival report with this set means that the device is going away
-    bool hasFriendlyName = false; ///< where `name` came from
+    bool removing = false; ///< the device is going away; no detector of this program sets it
+    bool hasFriendlyName = false; ///< whether `name` is the friendly name
 };

@@ -7,8 +7,8 @@
 #include "devicedetectorlistener.h"
 
 /// Turns a detector's reports into Qt signals, emitted on the detector's threads. Receivers on the GUI thread
-/// get them queued, in the order in which they were made. `size_t` is no meta-type: deviceEnumerationComplete
-/// can be connected directly only.
+/// get them queued, in the order in which they were made. `size_t` is no meta-type, so
+/// deviceEnumerationComplete can only be connected directly.
 class DeviceListener : public QObject, public DeviceDetectorListener
 {
     Q_OBJECT
@@ -20,5 +20,5 @@ Q_SIGNALS:
     void deviceArrived(DeviceInstance* instance) override;
     void deviceRemoved(DeviceInstance* instance) override;
     void deviceHandleChanged(DeviceInstance* instance, void* oldHandle, void* newHandle) override;
-    void deviceEnumerationComplete(size_t count) override;
+    void deviceEnumerationComplete(size_t count) override; ///< nobody in this program listens to it
 };

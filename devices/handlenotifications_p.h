@@ -19,8 +19,7 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    std::shared_ptr<DeviceHandle>
-        handle; ///< shared with its borrower; a reopened one is the detector's alone
+    std::shared_ptr<DeviceHandle> handle; ///< shared with its borrower, unless it was reopened
     bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
     DWORD desiredAccess;    ///< as CreateFileW takes them
@@ -29,28 +28,27 @@ struct HandleRecord
     DeviceNotification notification = {}; ///< null if the system refused to watch the handle
 };
 
-/// The handles that a detector has lent out or reopened, and watches. Not guarded: the detector's lock does
-/// that.
+/// The handles that a detector has lent out or reopened, and watches. The detector's lock guards it.
 ///
 /// Two records may have handles of one value, because the system gives the value of a closed handle away
 /// before it reports whether the removal was refused. At most one of them is open.
 class HandleNotifications
 {
 public:
-    /// Has broadcasts about the record's handle sent to @p window.
+    /// Adds a record and lets the system send broadcasts about its handle to @p window.
     void add(HWND window, HandleRecord record);
 
     /// The handle that a broadcast with these two values is about; null if there is none.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
-    /// Takes out the record of @p handle, which has one.
+    /// Takes out the record of @p handle, which must have one.
     HandleRecord take(const DeviceHandle& handle);
 
     /// Ends the watching of a handle, or of the open handle with a value.
     void remove(const DeviceHandle& handle);
     void remove(HANDLE value);
 
-    /// Closes what was reopened for @p device.
+    /// Closes the handle that was reopened for @p device.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

@@ -25,7 +25,7 @@ constexpr std::size_t maxTextLength = 260; // device instance identifiers and th
 
 using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
 
-/// The present devices of one interface class; none where they cannot be told.
+/// The present devices of one interface class; null if they cannot be listed.
 DeviceInfoList presentDevices(const GUID& classGuid)
 {
     const HDEVINFO list =
@@ -33,7 +33,7 @@ DeviceInfoList presentDevices(const GUID& classGuid)
     return {list == INVALID_HANDLE_VALUE ? nullptr : list, &SetupDiDestroyDeviceInfoList};
 }
 
-/// Empty where it cannot be read.
+/// Empty if it cannot be read.
 std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA& data)
 {
     DWORD bytes = 0;
@@ -50,10 +50,10 @@ std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA&
     return detail->DevicePath;
 }
 
-/// A text property; of a list of texts the first.
+/// A text property; the first text of a list.
 std::optional<std::wstring> property(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DWORD which)
 {
-    wchar_t text[maxTextLength + 1] = {}; // one more than is handed over: always ended
+    wchar_t text[maxTextLength + 1] = {}; // one more than is passed on, so it always ends
     if (!SetupDiGetDeviceRegistryPropertyW(list.get(), &data, which, nullptr, reinterpret_cast<BYTE*>(text),
                                            maxTextLength * sizeof(wchar_t), nullptr))
         return std::nullopt;
@@ -65,8 +65,8 @@ wchar_t lowerAscii(wchar_t c)
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-/// The up to four lower-case hexadecimal digits after @p key; 0 where the key is missing. A character that
-/// is no digit counts 0.
+/// The value of the up to four lower-case hexadecimal digits after @p key; 0 if the key is missing. A
+/// character that is no digit counts as 0.
 std::uint16_t parseHexAfterKey(const std::wstring& text, std::wstring_view key)
 {
     constexpr std::wstring_view digits = L"0123456789abcdef";

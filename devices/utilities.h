@@ -13,9 +13,8 @@ class DeviceDetector;
 
 /// The identities that the updater knows, and the ways to open a HID device.
 ///
-/// In normal mode a device enumerates under the product line's vendor identifier, in its chip's
-/// programming mode under the chip maker's. The identity lookups are pure functions of constants,
-/// callable from any thread.
+/// In normal mode a device enumerates under the product line's vendor identifier, in its chip's programming
+/// mode under the chip maker's. The identity lookups may be called on any thread.
 namespace Utilities {
 
 /// A device in normal mode. The headset's name is empty: a generation is named after its transmitter.
@@ -50,16 +49,17 @@ const std::vector<DeviceId>& knownDeviceIds();
 const std::vector<DeviceId>& programmingModeDeviceIds();
 const std::vector<DeviceId>& allDeviceIds();
 
-/// The kind of the device with identity @p id in either table, DeviceType::Unknown where there is none.
+/// The kind of the device with identity @p id in either table, else DeviceType::Unknown.
 DeviceType deviceTypeOf(const DeviceId& id);
 
 /// The generation ("VYNT1", "VYNT2") whose transmitter has the normal-mode product identifier @p pid, or "".
 QString deviceNameForPid(unsigned short pid);
 
-/// Opens @p device through @p detector, which from then on watches the handle for surprise removal.
+/// Opens @p device through @p detector, which closes it for everybody when the system asks for its orderly
+/// removal.
 /// @param access, share  Access::Bits.
-/// @return empty on failure, with a warning in the log. The last holder, on whatever thread, ends the
-///         watching and closes the device; until then the detector is kept alive.
+/// @return empty on failure, with a warning in the log. The last holder, on any thread, gives the handle back
+///         and closes the device; until then the detector is kept alive.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int reenumerationTimeoutMs = 30000;
 
-/// What a device of @p type looks like in programming mode; matches nothing for any other type.
+/// The identity of a device of @p type in programming mode; all zero if the type is unknown.
 DeviceId programmingModeId(DeviceType type)
 {
     for (const Utilities::ProgrammingModeDevice& row : Utilities::programmingModeDevices()) {
@@ -42,8 +42,8 @@ bool isWow64()
     return isKnown && wow64;
 }
 
-/// Starts the driver-uninstall tool that lies beside the program for the device with the given USB
-/// identifiers. Nobody waits for it; its process object belongs to @p parent and goes with the tool's end.
+/// Starts the driver-uninstall tool in the program's folder for the device with the given USB identifiers.
+/// Nobody waits for it. Its process object belongs to @p parent and deletes itself when the tool ends.
 void startUninstallTool(QObject* parent, unsigned short vendorId, unsigned short productId)
 {
     auto* const process = new QProcess(parent);
@@ -143,7 +143,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
     if (failed)
         return;
     timer.stop();
-    flashingDevice = arrived; // also where a flasher already runs: its removal is then the one that counts
+    flashingDevice = arrived; // also if a flasher runs; then its removal ends the run
     if (flasher || firmware.isEmpty())
         return;
     if (arrived->removing) {
@@ -164,7 +164,7 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
-    // On the worker thread, so that it is logged even where nobody waits for the report any more.
+    // On the worker thread, so that it is logged even if nobody waits for the report any more.
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();

@@ -7,9 +7,9 @@
 
 class FirmwareUpdaterPrivate;
 
-/// Updates one device: takes it into programming mode, waits up to 30 s for it, and has it programmed on a
-/// worker thread. One object is one attempt; it lives on the GUI thread. Destroying it waits until a
-/// programming sequence that runs has ended.
+/// Updates one device: switches it into programming mode, waits up to 30 s for it, and programs it on a
+/// worker thread. One object is one attempt; it lives on the GUI thread. Its destructor waits until the
+/// programming sequence has ended.
 class FirmwareUpdater : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public Q_SLOTS:
     void flashDevice();
 
 Q_SIGNALS:
-    void flashingStarted();
+    void flashingStarted();       ///< never emitted
     void flashingError(int code); ///< FlashingError::Code; the last signal of an attempt
     void flashingFinished();      ///< the last signal of an attempt
     void progressRangeChanged(int min, int max);

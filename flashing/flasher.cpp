@@ -12,7 +12,7 @@ using namespace HidUtilities;
 
 namespace {
 
-constexpr std::uint32_t headerBytes = 2; // of the image, as its geometry needs them
+constexpr std::uint32_t headerBytes = 2; // of the image, for its geometry
 
 constexpr unsigned short transmitterPinmux = 0xF0E1;
 
@@ -34,7 +34,7 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// Progress announced beside the data's own steps.
+// The announced maximum of the progress, to which the last chunk adds its packets.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -101,7 +101,7 @@ void Flasher::program()
     advance();
     // Sent once and not confirmed: the device restarts, or stays in programming mode for the next attempt.
     if (!sendControlRequest(device, EndProgramming))
-        checkOpen(); // of what was sent last, something may be missing
+        checkOpen(); // if it was closed, the last commit may be missing too
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -140,7 +140,7 @@ void Flasher::detectSizes(int chipId, int chipRevision)
 void Flasher::setupProgressRange()
 {
     const std::uint32_t size = imageSize();
-    const std::uint32_t fullChunks = (size - 1) / chunkBytes; // the last chunk counts by its packets
+    const std::uint32_t fullChunks = (size - 1) / chunkBytes; // the last chunk has a step per packet
     const std::uint32_t lastChunk = size - fullChunks * chunkBytes;
     std::uint32_t max = fixedSteps + fullChunks * stepsPerChunk + lastChunk / packetDataBytes;
     if (isTransmitter())
@@ -208,7 +208,7 @@ void Flasher::commitChunk(std::uint32_t address, std::uint32_t chunkSize)
     writeChipMemory({{Cleared, 0}});
     checkAborted();
     qDebug("%s: Committing RAM starting at 0x%.4X", name.c_str(), address);
-    // Paced by the delay, not by the result.
+    // The delay that follows sets the pace, not the result.
     executeOperation(device, CommitOperation);
     advance();
 }
@@ -226,7 +226,7 @@ std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
 void Flasher::downloadToRam(std::uint32_t chunkSize)
 {
     device->enterPhase(Phase::Download);
-    // A short image ends the chunk early; the chunk's full length is committed all the same.
+    // The image may end within the chunk; the full length of the chunk is committed all the same.
     for (std::uint32_t offset = 0; offset < chunkSize && bytesLeft() > 0; offset += packetDataBytes) {
         const std::uint32_t count = std::min(packetDataBytes, bytesLeft());
         const auto packet = createPacket();
@@ -252,7 +252,7 @@ void Flasher::eraseTransmitterFlash()
         advance();
         qDebug("%s: Erasing Flash starting at 0x%.4X", name.c_str(), address);
         checkAborted();
-        sendEraseCommand(device); // paced by the delay, not by the result
+        sendEraseCommand(device); // the delay sets the pace, not the result
         advance();
         Sleep(sectorEraseDelayMs);
         advance();

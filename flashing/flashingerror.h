@@ -23,7 +23,7 @@ public:
     int code;
 };
 
-/// Whether reconnecting the device is what helps against error @p code.
+/// Whether reconnecting the device helps against error @p code.
 constexpr bool isConnectionFailure(int code)
 {
     return code == FlashingError::DeviceLost || code == FlashingError::UnknownChip;

@@ -19,7 +19,7 @@ extern "C" {
 
 namespace {
 
-/// @return null if @p handle is none.
+/// @return null if @p handle is not a handle.
 std::shared_ptr<DeviceHandle> ownerOf(HANDLE handle)
 {
     const bool isOne = handle != INVALID_HANDLE_VALUE && handle != nullptr;
@@ -81,7 +81,7 @@ public:
         std::vector<unsigned char> answer(capabilities().FeatureReportByteLength);
         answer[0] = report->front();
         const auto bytes = static_cast<DWORD>(answer.size());
-        // Unlike HidD_GetFeature this tells how many bytes came.
+        // Unlike HidD_GetFeature, this returns the number of bytes.
         DWORD received = 0;
         const bool isAnswered = handle->use([&](HANDLE opened) {
             return DeviceIoControl(opened, IOCTL_HID_GET_FEATURE, answer.data(), bytes, answer.data(), bytes,
@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    /// All zero where they cannot be read.
+    /// All zero if they cannot be read.
     const HIDP_CAPS& capabilities()
     {
         if (capabilitiesKnown)

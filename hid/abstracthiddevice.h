@@ -34,33 +34,34 @@ public:
 
     /// Opens the device that the descriptor names.
     /// @param access, share  Access::Bits.
-    /// @return whether it is open now; false also when it was open before.
+    /// @return whether it is open now; false if it was open before.
     virtual bool open(int access, int share) = 0;
 
-    /// Closes the device; nothing where it is not open.
+    /// Closes the device. Does nothing if it is not open.
     virtual void close() = 0;
 
     virtual bool isOpen() const = 0;
 
-    /// Top-level usage page (HID Usage Tables), 0xFF00 to 0xFFFF being vendor-defined; 0 where it
-    /// cannot be read.
+    /// Top-level usage page (HID Usage Tables), of which 0xFF00 to 0xFFFF are vendor-defined; 0 if it cannot
+    /// be read.
     virtual int usagePage() = 0;
 
     /// Sends @p report as one feature report.
-    /// @return false when the device is not open, is gone or refuses, or the report is empty or too
-    /// long for it.
+    /// @return false if the device is not open, is gone or refuses, or if the report is empty or too long for
+    /// it.
     virtual bool setFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
     /// Reads one feature report into @p report.
-    /// @param report  on entry as long as the answer wanted, byte 0 the report ID; on
-    ///     success the answer, same length.
-    /// @return false when the device is not open, is gone, refuses or answers with fewer bytes, or the
-    ///     answer wanted is empty or too long for the device; @p report is then unspecified but keeps its
-    ///     length.
+    /// @param report  on entry as long as the wanted answer, with the report ID in byte 0; on success the
+    /// answer,
+    ///     of the same length.
+    /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if the
+    /// wanted
+    ///     answer is empty or too long for the device; @p report is then unspecified but keeps its length.
     virtual bool getFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
-    /// A zeroed buffer as long as the device's longest report of a kind; empty where it has none. The
-    /// caller owns it.
+    /// A zeroed buffer as long as the device's longest report of a kind; empty if it has none. The caller
+    /// owns it.
     /// @param reportKind  as HIDP_REPORT_TYPE: 0 input, 1 output, 2 feature.
     virtual std::vector<unsigned char>* createReportBuffer(int reportKind) = 0;
 };

@@ -10,7 +10,7 @@ class HidDescriptorHandleBase
 public:
     virtual ~HidDescriptorHandleBase() = default;
 
-    /// The string that opens the device; empty where there is none.
+    /// The string that opens the device; empty if there is none.
     virtual std::wstring path() const = 0;
 };
 
@@ -29,8 +29,8 @@ private:
     std::wstring devicePath;
 };
 
-/// Names the device that an AbstractHidDevice is made for. A default-constructed one names none; it serves
-/// for a device whose handle is open already.
+/// Names the device of an AbstractHidDevice. A default-constructed one names none, for a device whose handle
+/// is already open.
 class HidDeviceDescriptor
 {
 public:

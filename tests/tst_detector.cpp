@@ -1,4 +1,4 @@
-// The detector on a simulated device tree: what it reports, and that nothing is left over.
+// The detector on a simulated device tree: its reports, and that it leaves nothing open.
 
 #include <atomic>
 #include <future>
@@ -27,7 +27,7 @@ private Q_SLOTS:
     void aDeviceIsReportedOnceWhateverTheCase();
     void anArrivalStillQueuedIsErasedByItsRemoval();
     void stopDoesNotWaitForAnInstallation();
-    void completionHoldsNobodyUp();
+    void completionIsReportedWithoutTheLock();
     void removedRecordsStayReadableUntilForgotten();
     void stopsAndStartsAgainWhileDevicesComeAndGo();
 };
@@ -91,7 +91,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         f.detector.reset();
         QCOMPARE(openHandleCount(), handlesBefore);
     }
-    DetectorFixture f; // of two identities of one class the second makes up for the first
+    DetectorFixture f; // the second identity of the class registers instead of the first
     f.machine.faults.fail(SystemCall::RegisterDeviceNotificationW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
@@ -112,7 +112,7 @@ void TestDetector::presentDevicesAreReportedBeforeCompletion()
         f.recorder.last->path,
         std::wstring(
             L"\\\\?\\hid#vid_7a31&pid_0006&mi_02#7&1a2b3c&0&0001#{4d1e55b2-f16f-11cf-88cb-001111000030}"));
-    f.detector->stop(); // which leaves no device known
+    f.detector->stop(); // forgets all devices
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(8).mid(4), reports);
 }
@@ -188,7 +188,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) >
                0);                                            // it has been queued
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // broadcast in mixed case, enumerated in lower
-    QStringList expected{QStringLiteral("complete 0")};       // the marker then stood in front
+    QStringList expected{QStringLiteral("complete 0")};       // the marker was then the first entry
     QCOMPARE(f.recorder.waitFor(1), expected);
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
@@ -205,12 +205,12 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
-    f.tree.setInstallationPending(false); // lets one go that waits for it
+    f.tree.setInstallationPending(false); // ends a wait for it
     QVERIFY(outcome == std::future_status::ready);
     QCOMPARE(f.recorder.waitFor(0), QStringList());
 }
 
-void TestDetector::completionHoldsNobodyUp()
+void TestDetector::completionIsReportedWithoutTheLock()
 {
     DetectorFixture f;
     std::future<HANDLE> opening;
@@ -238,7 +238,7 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
     f.recorder.waitFor(3);
     f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(4);
-    QVERIFY(f.recorder.last != removed); // the address names the removed one still
+    QVERIFY(f.recorder.last != removed); // the address still names the removed one
     QCOMPARE(removed->productId, std::uint16_t(4));
     f.detector->forget(removed);
     f.detector->forget(f.recorder.last); // it is present: nothing happens
@@ -277,7 +277,7 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     const QString completion = QStringLiteral("complete %1").arg(present);
     const int before = f.recorder.waitFor(0).size();
     QVERIFY(f.start());
-    // The queue that the last stop left behind is examined first; in the end every present device is known.
+    // The detector first examines the queue of its last run; then it knows every present device.
     TRY_VERIFY(f.recorder.waitFor(0).mid(before).contains(completion));
 }
 

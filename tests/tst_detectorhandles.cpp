@@ -1,5 +1,5 @@
-// The handles that the detector opens and watches, on a simulated device tree: they are told apart, given up
-// when a removal is asked for, and opened again when it is refused.
+// The handles that the detector opens and watches, on a simulated device tree: it tells handles of one value
+// apart, closes them for an orderly removal, and opens them again if the removal is refused.
 
 #include "bystander.h"
 #include "detectorfixture.h"
@@ -12,7 +12,7 @@ class TestDetectorHandles : public LeavesNothing
 private Q_SLOTS:
     void openHandlesAreSharedWatchedAndReleased();
     void aRefusedRemovalReopensTheHandleForQueriesOnly();
-    void aHandleIsToldFromAnotherOfTheSameValue();
+    void handlesOfOneValueAreNotConfused();
     void anOrderlyRemovalClosesTheHandle();
     void aRemovalIsReportedOnceHoweverItIsBroadcast_data();
     void aRemovalIsReportedOnceHoweverItIsBroadcast();
@@ -30,7 +30,7 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
     QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
     QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
-    f.detector->closeDevice(device); // no handle of its own: nothing happens
+    f.detector->closeDevice(device); // not a handle: nothing happens
     f.detector->closeDevice(first);
     QVERIFY(CloseHandle(first));
     const HANDLE second = f.detector->openDevice(device, Access::Read, Access::Write, nullptr, 0);
@@ -66,7 +66,7 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
         QCOMPARE(f.tree.openings().back().access, DWORD(0));
         QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     }
-    // Who opens the device makes the reopened handle needless.
+    // Once the device is lent again, the reopened handle is closed.
     const auto lent = f.detector->lendDevice(f.recorder.last, Access::Read, Access::ReadWrite);
     QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     f.detector->takeBack(*lent);
@@ -77,8 +77,8 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     QCOMPARE(f.recorder.waitFor(6).size(), 6);
 }
 
-/// Between the request of a removal and its refusal the system gives the closed handle's value away.
-void TestDetectorHandles::aHandleIsToldFromAnotherOfTheSameValue()
+/// Between the request of a removal and its refusal, the system gives the value of the closed handle away.
+void TestDetectorHandles::handlesOfOneValueAreNotConfused()
 {
     DetectorFixture f;
     const std::wstring path = hidNode(headset).interfacePath;
@@ -139,7 +139,7 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
     const auto observer = std::make_shared<Bystander>();
-    QString heard; // when those who watch a file have been told: whoever else is not needed
+    QString heard; // the last report before other programs get the broadcast
     observer->onRemoved = [&] { heard = f.recorder.waitFor(3).last(); };
     f.tree.observe(observer);
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);

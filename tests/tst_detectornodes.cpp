@@ -1,4 +1,4 @@
-// What the detector reads of a device node, and what it makes of it.
+// How the detector reads a device node.
 
 #include "detectorfixture.h"
 #include "leavesnothing.h"
@@ -21,10 +21,10 @@ class TestDetectorNodes : public LeavesNothing
 private Q_SLOTS:
     void aFilterMatches_data();
     void aFilterMatches();
-    void theHardwareIdTellsWhoItIs_data();
-    void theHardwareIdTellsWhoItIs();
-    void aNodeThatCannotBeReadIsPassedOver_data();
-    void aNodeThatCannotBeReadIsPassedOver();
+    void theHardwareIdGivesTheIdentity_data();
+    void theHardwareIdGivesTheIdentity();
+    void aNodeThatCannotBeReadIsSkipped_data();
+    void aNodeThatCannotBeReadIsSkipped();
     void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data();
     void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast();
 };
@@ -59,7 +59,7 @@ void TestDetectorNodes::aFilterMatches()
              isMatch ? QStringLiteral("+7a31:4") : QStringLiteral("complete 0"));
 }
 
-void TestDetectorNodes::theHardwareIdTellsWhoItIs_data()
+void TestDetectorNodes::theHardwareIdGivesTheIdentity_data()
 {
     QTest::addColumn<QString>("hardwareId");
     QTest::addColumn<GUID>("interfaceClass");
@@ -70,13 +70,13 @@ void TestDetectorNodes::theHardwareIdTellsWhoItIs_data()
     };
     row("HID\\Vid_7a31&Pid_0010", hidInterfaceClass, "+7a31:16");
     row("USB\\VID_7A31&PID_0004", usbInterfaceClass, "+7a31:4");
-    row("HID\\VID_12G4&PID_0004", hidInterfaceClass, "+1204:4"); // what is no digit counts 0
+    row("HID\\VID_12G4&PID_0004", hidInterfaceClass, "+1204:4"); // a character that is no digit counts as 0
     row("HID\\VID_7A31&PID_4", hidInterfaceClass, "+7a31:4");
     row("HID\\VID_7A31", hidInterfaceClass, "complete 0");
     row("HID\\VID_0000&PID_0004", hidInterfaceClass, "complete 0");
 }
 
-void TestDetectorNodes::theHardwareIdTellsWhoItIs()
+void TestDetectorNodes::theHardwareIdGivesTheIdentity()
 {
     QFETCH(const QString, hardwareId);
     QFETCH(const GUID, interfaceClass);
@@ -95,7 +95,7 @@ void TestDetectorNodes::theHardwareIdTellsWhoItIs()
     QCOMPARE(f.recorder.last->name, std::wstring(L"Friendly"));
 }
 
-void TestDetectorNodes::aNodeThatCannotBeReadIsPassedOver_data()
+void TestDetectorNodes::aNodeThatCannotBeReadIsSkipped_data()
 {
     QTest::addColumn<QString>("hardwareId");
     QTest::addColumn<QString>("enumerator");
@@ -107,12 +107,12 @@ void TestDetectorNodes::aNodeThatCannotBeReadIsPassedOver_data()
                                << "BTHENUM";
 }
 
-void TestDetectorNodes::aNodeThatCannotBeReadIsPassedOver()
+void TestDetectorNodes::aNodeThatCannotBeReadIsSkipped()
 {
     QFETCH(const QString, hardwareId);
     QFETCH(const QString, enumerator);
     DetectorFixture f;
-    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are the begin of the other's
+    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are prefixes of the other's
     first.hardwareIds.clear();
     if (!hardwareId.isEmpty())
         first.hardwareIds = {hardwareId.toStdWString()};

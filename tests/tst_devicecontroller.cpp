@@ -1,4 +1,4 @@
-// The picture of the connected devices: which interface is taken, and that nothing a device does holds it up.
+// The picture of the connected devices: which interface is used, and what interrupts an identification.
 
 #include <atomic>
 #include <thread>
@@ -22,7 +22,7 @@ constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006};
 constexpr HidIdentity programmingTransmitter{0x170D, 0x0100};
 
-/// A chip that stops at its first transfer until it is let go on.
+/// A chip whose first transfer waits until the test releases it.
 struct HeldChip : ScriptedChip
 {
     HeldChip()
@@ -39,7 +39,8 @@ struct HeldChip : ScriptedChip
     QSemaphore goOn;
 };
 
-/// A computer with a transmitter, whose read is held between two transfers, and a headset at hand.
+/// A computer with a transmitter, whose read is held between two transfers, and a headset that is not plugged
+/// in.
 struct HeldRead : Detection
 {
     HeldRead()
@@ -86,12 +87,12 @@ class TestDeviceController : public LeavesNothing
 private Q_SLOTS:
     void devicesAreIdentifiedInBothModes_data();
     void devicesAreIdentifiedInBothModes();
-    void theFirstVendorDefinedInterfaceIsTaken_data();
-    void theFirstVendorDefinedInterfaceIsTaken();
+    void theFirstVendorDefinedInterfaceIsUsed_data();
+    void theFirstVendorDefinedInterfaceIsUsed();
     void theFirstDeviceOfAKindWins();
     void startedAndFinishedBracketAllReads();
     void aRemovalEndsTheReadWithoutArrival();
-    void aDeviceThatWasGoneForAMomentIsReadAnew();
+    void aDeviceThatWasGoneForAMomentIsReadAgain();
     void aReadOfADisabledDeviceReachesNoOther();
     void aDeviceWhoseRemovalIsRefusedIsReadAgain();
     void aQueryThatIsLateClosesNothing();
@@ -158,7 +159,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes()
     c.controller.stopDetection();
 }
 
-void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken_data()
+void TestDeviceController::theFirstVendorDefinedInterfaceIsUsed_data()
 {
     QTest::addColumn<QByteArray>("usagePages"); // of the interfaces; "!" before one that cannot be opened
     QTest::addColumn<int>("taken");
@@ -169,7 +170,7 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken_data()
     QTest::newRow("none") << QByteArray("000C !FF00") << -1;
 }
 
-void TestDeviceController::theFirstVendorDefinedInterfaceIsTaken()
+void TestDeviceController::theFirstVendorDefinedInterfaceIsUsed()
 {
     QFETCH(const QByteArray, usagePages);
     QFETCH(const int, taken);
@@ -204,7 +205,7 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
     TRY_ACQUIRE(c.arrivals, 3);
     c.tree.unplugAndWait(third);
     c.tree.unplugAndWait(first);
-    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second is not taken for it
+    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second does not replace it
     c.tree.unplugAndWait(second);
     c.plug({0x7A31, 0x0003});
     TRY_COMPARE(c.text(), "started finished +1 -1 started finished +1");
@@ -245,7 +246,7 @@ void TestDeviceController::aRemovalEndsTheReadWithoutArrival()
     QVERIFY(!c.controller.isConnected(Headset));
 }
 
-void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAnew()
+void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAgain()
 {
     Detection c;
     const auto chip = std::make_shared<HeldChip>();
@@ -255,7 +256,7 @@ void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAnew()
     c.tree.unplugAndWait(path);
     c.plug(headset, chip);
     TRY_ACQUIRE(c.arrivals, 1);
-    // Both arrivals are heard of late. The first one's record does not open what came in its place.
+    // Both arrivals are handled late. The record of the first does not open the device that replaced it.
     TRY_COMPARE(c.text(), "started");
     QCOMPARE(c.tree.openings().size(), std::size_t(1));
     chip->goOn.release();
@@ -301,7 +302,7 @@ void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()
     TRY_COMPARE(c.text(), "started started finished +1");
     QCOMPARE(c.controller.version(Transmitter), QStringLiteral("1.2.3"));
     QVERIFY(c.stranger.close());
-    QVERIFY(!c.tree.requestRemoval(c.path())); // what was read stays
+    QVERIFY(!c.tree.requestRemoval(c.path())); // the result of the read stays
     someoneElse.reset();
     QCOMPARE(c.tree.openFileCount(), std::size_t(0));
     QVERIFY(c.tree.requestRemoval(c.path()));
@@ -317,7 +318,7 @@ void TestDeviceController::aQueryThatIsLateClosesNothing()
             std::this_thread::yield();
         c.stranger.open();
     };
-    c.tree.observe(c.bystander); // asked before the detector
+    c.tree.observe(c.bystander); // before the detector's window
     QVERIFY(c.isHeld());
     QVERIFY(c.tree.requestRemoval(c.path()));
     TRY_COMPARE(c.reports.last(), "-1");
@@ -373,7 +374,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_COMPARE(c.text(), "started finished +2 -2 started finished +2");
     QVERIFY(!c.controller.deviceInstance(Headset).path.empty());
 
-    // Started again before the end of the read was heard of.
+    // Started again before the end of the read was handled.
     isArmed = true;
     c.tree.unplugAndWait(c.controller.deviceInstance(Headset).path);
     c.plug(headset, chip);

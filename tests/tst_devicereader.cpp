@@ -1,4 +1,4 @@
-// The reading of a device's identity: what is asked of the chip, and that nothing a device says holds it up.
+// Reading a device's identity: the requests to the chip, and answers that are wrong.
 
 #include <algorithm>
 #include <atomic>
@@ -37,16 +37,16 @@ class TestDeviceReader : public LeavesNothing
     Q_OBJECT
 
 private Q_SLOTS:
-    void theReaderAsksByTheProtocol_data();
-    void theReaderAsksByTheProtocol();
-    void nothingIsSentForWhatLiesPastTheMemory_data();
-    void nothingIsSentForWhatLiesPastTheMemory();
-    void aCancelledReaderBeginsNoTransfer();
+    void theReaderFollowsTheProtocol_data();
+    void theReaderFollowsTheProtocol();
+    void nothingIsSentForARangePastTheMemory_data();
+    void nothingIsSentForARangePastTheMemory();
+    void aCancelledReaderStartsNoTransfer();
     void lyingDevicesEndUnidentified_data();
     void lyingDevicesEndUnidentified();
 };
 
-void TestDeviceReader::theReaderAsksByTheProtocol_data()
+void TestDeviceReader::theReaderFollowsTheProtocol_data()
 {
     QTest::addColumn<int>("chip");
     QTest::addColumn<int>("revision");
@@ -57,7 +57,7 @@ void TestDeviceReader::theReaderAsksByTheProtocol_data()
     QTest::newRow("chip 13, revision 3") << 13 << 3 << QByteArray("3BB5 A0B0 A0C0");
 }
 
-void TestDeviceReader::theReaderAsksByTheProtocol()
+void TestDeviceReader::theReaderFollowsTheProtocol()
 {
     QFETCH(const QByteArray, addresses);
     QFETCH(const int, chip);
@@ -92,7 +92,7 @@ void TestDeviceReader::theReaderAsksByTheProtocol()
     QCOMPARE(scripted->journal.join(' '), expected);
 }
 
-void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory_data()
+void TestDeviceReader::nothingIsSentForARangePastTheMemory_data()
 {
     QTest::addColumn<int>("firstByte");
     QTest::addColumn<int>("capacity");
@@ -105,7 +105,7 @@ void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory_data()
     QTest::newRow("unknown loader") << -2 << 0;
 }
 
-void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory()
+void TestDeviceReader::nothingIsSentForARangePastTheMemory()
 {
     QFETCH(const int, firstByte);
     QFETCH(const int, capacity);
@@ -131,7 +131,7 @@ void TestDeviceReader::nothingIsSentForWhatLiesPastTheMemory()
     QCOMPARE(read(data, end - 1, 1), capacity > 0);
 }
 
-void TestDeviceReader::aCancelledReaderBeginsNoTransfer()
+void TestDeviceReader::aCancelledReaderStartsNoTransfer()
 {
     const LogCapture log;
     constexpr int allTransfers = 4 + 4 + 6; // the chip's kind, the image's first byte, two rows

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// In place of a chip identifier, for what cannot be programmed.
+/// In place of a chip identifier, for a run that cannot start.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)
@@ -63,7 +63,7 @@ struct Run : HidFixture
         return journal.join(' ');
     }
 
-    /// One report's notation; its bytes where it is not laid out as the protocol has it.
+    /// The notation of a report; its bytes if it does not follow the protocol.
     QByteArray notationOf(const QByteArray& report)
     {
         QByteArray hex = report.toHex().toUpper();
@@ -148,12 +148,12 @@ private Q_SLOTS:
     void theWholeSequenceFollowsTheProtocol();
     void theImageSetsGeometryRangeAndLengths_data();
     void theImageSetsGeometryRangeAndLengths();
-    void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data();
-    void whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite();
+    void aRunThatCannotStartWritesNothing_data();
+    void aRunThatCannotStartWritesNothing();
     void nothingIsWrittenAfterAnAbort();
-    void everyTransferThatFailsIsTold_data();
-    void everyTransferThatFailsIsTold();
-    void theLogTellsEveryStep();
+    void everyTransferThatFailsIsLogged_data();
+    void everyTransferThatFailsIsLogged();
+    void theLogShowsEveryStep();
 };
 
 void TestFlasher::theWholeSequenceFollowsTheProtocol_data()
@@ -227,7 +227,7 @@ void TestFlasher::theImageSetsGeometryRangeAndLengths()
     QCOMPARE(run.packets, (image.size() + 255) / 256);
 }
 
-void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data()
+void TestFlasher::aRunThatCannotStartWritesNothing_data()
 {
     QTest::addColumn<QByteArray>("image");
     QTest::addColumn<int>("chip");
@@ -258,7 +258,7 @@ void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite_data()
         "!Transmitter: ERROR: Device takes no data packets!");
 }
 
-void TestFlasher::whatCannotBeProgrammedIsRefusedBeforeAnyChipWrite()
+void TestFlasher::aRunThatCannotStartWritesNothing()
 {
     QFETCH(const QByteArray, image);
     QFETCH(const int, chip);
@@ -297,17 +297,17 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
     }
 }
 
-void TestFlasher::everyTransferThatFailsIsTold_data()
+void TestFlasher::everyTransferThatFailsIsLogged_data()
 {
     QTest::addColumn<int>("chip");
     QTest::addColumn<int>("revision");
     QTest::addColumn<int>("firstFailing");
     QTest::addColumn<int>("lastFailing");
-    QTest::addColumn<QByteArray>("told");
+    QTest::addColumn<QByteArray>("logged");
     QTest::addColumn<QByteArray>("outcome");
-    const auto row = [](const char* name, int chip, int revision, int first, int last, const char* told,
+    const auto row = [](const char* name, int chip, int revision, int first, int last, const char* logged,
                         const char* outcome) {
-        QTest::newRow(name) << chip << revision << first << last << QByteArray(told) << QByteArray(outcome);
+        QTest::newRow(name) << chip << revision << first << last << QByteArray(logged) << QByteArray(outcome);
     };
     constexpr int never = 1000;
     row("none", 12, 2, never, never, "", "ok, final wait after 20");
@@ -320,7 +320,7 @@ void TestFlasher::everyTransferThatFailsIsTold_data()
     row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait after 20");
 }
 
-void TestFlasher::everyTransferThatFailsIsTold()
+void TestFlasher::everyTransferThatFailsIsLogged()
 {
     QFETCH(const int, chip);
     QFETCH(const int, revision);
@@ -332,18 +332,18 @@ void TestFlasher::everyTransferThatFailsIsTold()
         run.hid->setError = run.hid->getError = fails ? ERROR_GEN_FAILURE : ERROR_SUCCESS;
     };
     run.operate(Transmitter);
-    QByteArrayList told;
+    QByteArrayList logged;
     for (const QByteArray& line : run.log.text().split('|')) {
         if (line.startsWith("?Transmitter: Transfer "))
-            told << line.mid(23).replace(" did not get through, phase", "");
+            logged << line.mid(23).replace(" did not get through, phase", "");
     }
-    QTEST(told.join('|'), "told");
+    QTEST(logged.join('|'), "logged");
     QTEST(run.journal.last() + ", " + phaseName(run.place.phase) + (run.place.isFailed ? " at " : " after ") +
               QByteArray::number(run.place.transfer),
           "outcome");
 }
 
-void TestFlasher::theLogTellsEveryStep()
+void TestFlasher::theLogShowsEveryStep()
 {
     Run run(transmitterImage, 12, 3);
     run.operate(Transmitter);

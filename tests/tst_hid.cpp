@@ -1,5 +1,5 @@
-// The road from a command to the bytes on the wire: the layer's feature transfers, the HID device over them,
-// and the commands and queries to the chip.
+// From a command to the bytes on the wire: the layer's feature transfers, the HID device, and the commands
+// and queries to the chip.
 
 #include <QtTest>
 
@@ -37,7 +37,7 @@ QByteArray answerOf(int status, int value)
            QByteArray(reportBytes - 12, '\0');
 }
 
-/// Opens as a detector does, and tells whether a handle was still open when the watching ended.
+/// Opens as a detector does, and records whether each handle was still open when its watching ended.
 class CountingDetector : public DeviceDetector
 {
 public:
@@ -263,7 +263,7 @@ void TestHid::operandsAreCutToBytes()
     QFETCH(const Command, command);
     QFETCH(const QByteArray, frame);
     HidFixture f;
-    f.hid->caps.featureReportBytes = 64; // nothing is padded: what arrives is what was handed over
+    f.hid->caps.featureReportBytes = 64; // nothing is padded
     const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);
     QVERIFY(command(device));
     QCOMPARE(f.hid->sent.toHex(), frame.leftJustified(128, '0'));

@@ -1,5 +1,5 @@
 // Both devices come and go, by their cables and in an orderly way, as fast as the layer delivers it, while
-// detection stops and starts: the controller's picture ends as the machine is, and nothing is left over.
+// detection stops and starts. In the end the controller agrees with the machine, and nothing is left open.
 //   TST_STORM_SEED  the seed of an earlier run, to repeat its events
 
 #include <future>
@@ -20,10 +20,10 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // detection goes on from there, so that what a detection keeps would show
-constexpr int eventsPerPause = 50; // then everything is heard of, so that no report waits long
+constexpr int lastToggle = 7000;   // then one detection runs to the end, so that a leak of its own shows
+constexpr int eventsPerPause = 50; // after which all reports are handled
 
-/// Knows no delays and, unlike a clock that is examined, keeps no record: memory stays flat.
+/// A clock without delays. It keeps no record, so that memory use stays constant.
 class HurriedClock : public VirtualClock
 {
 public:
@@ -62,12 +62,12 @@ public:
     Storm()
     {
         QObject::connect(&controller, &DeviceController::deviceArrived, [this](DeviceType type) {
-            told[type] = true;
+            reported[type] = true;
             ++arrivals;
             disagreements += controller.isConnected(type) ? 0 : 1;
         });
         QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
-            told[type] = false;
+            reported[type] = false;
             disagreements += controller.isConnected(type) ? 1 : 0;
         });
         toggleDetection();
@@ -94,7 +94,7 @@ public:
     SimulatedDevice headset{bus, sleepOn(clock), deviceOf(Headset)};
     DeviceController controller{nullptr};
 
-    QMap<DeviceType, bool> told; ///< by the signals
+    QMap<DeviceType, bool> reported; ///< by the signals
     bool isDetecting = false;
     int disagreements = 0;
     int answers[2][2] = {}; ///< to requests of a removal, by whether it may be and whether it was granted
@@ -114,7 +114,7 @@ private:
     {
         isDetecting ? controller.stopDetection() : controller.startDetection();
         isDetecting = !isDetecting;
-        told.clear(); // all is forgotten without a signal
+        reported.clear(); // all is forgotten without a signal
     }
 
     bool isRead(DeviceType type)
@@ -122,8 +122,7 @@ private:
         return !isDetecting || !device(type).isPluggedIn() || !controller.version(type).isEmpty();
     }
 
-    /// The storm pauses until what is there has been read, and what is gone is not read any more, however
-    /// slow the computer is.
+    /// The storm pauses until each present device has been read and no read is in progress.
     void waitUntilAllIsRead()
     {
         std::promise<bool> waiting;
@@ -187,7 +186,7 @@ private Q_SLOTS:
 
 void TestStorm::pictureAndMemoryEndAsTheyShould()
 {
-    constexpr int tolerance = 256; // for what is under way and what the machine keeps of the last openings
+    constexpr int tolerance = 256; // for reads in progress and the machine's record of openings
     mallopt(M_ARENA_MAX, 1);       // so that all of the memory is counted
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
@@ -206,7 +205,7 @@ void TestStorm::pictureAndMemoryEndAsTheyShould()
             TRY_COMPARE(storm.controller.isConnected(type), isPluggedIn);
             TRY_COMPARE(storm.controller.version(type), QLatin1String(isPluggedIn ? "1.2.3" : ""));
             QCOMPARE(QString::fromStdWString(storm.controller.deviceInstance(type).path), path);
-            QCOMPARE(storm.told.value(type), isPluggedIn);
+            QCOMPARE(storm.reported.value(type), isPluggedIn);
         }
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);

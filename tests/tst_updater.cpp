@@ -16,7 +16,7 @@ namespace {
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 constexpr std::uint32_t packetDelayMs = 20;
 
-/// Both devices are plugged in, and a download stops at its begin until it is let go on.
+/// Both devices are plugged in, and a download waits at its start until the test releases it.
 struct HeldComputer : PairedComputer
 {
     HeldComputer()
@@ -48,7 +48,7 @@ public:
     }
 
 Q_SIGNALS:
-    void reached(std::promise<void>* waiting); ///< by the flasher, which waits
+    void reached(std::promise<void>* waiting); ///< emitted by the flasher, which waits
 
 private Q_SLOTS:
     void everyDeviceEndsWithTheImage_data();
@@ -118,7 +118,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     SimulatedDevice& device = computer.pair.device(kind);
     device.setFault(Fault::Vanish, transfer);
     const QThread* const own = QThread::currentThread();
-    // The flasher goes on when the updater has heard of the loss: virtual time knows no delay for it.
+    // The flasher waits until the updater knows of the loss, because virtual time has no delays.
     device.onVanished = [&] {
         if (QThread::currentThread() == own)
             return;
@@ -133,7 +133,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     TRY_VERIFY(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"));
     QTEST(attempt.text(), "outcome");
     QCOMPARE(QByteArray(phaseName(device.struckAt()->phase)), QByteArray(QTest::currentDataTag()));
-    QCOMPARE(device.transfers().count, transfer); // nothing was sent any more
+    QCOMPARE(device.transfers().count, transfer); // nothing was sent after it
     QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
     device.clearFault();
     device.plugIn();
@@ -143,7 +143,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     QVERIFY(computer.isUpdated(kind));
 }
 
-/// The headset gets the value of the transmitter's handle, and the transmitter's flasher ends before it.
+/// The headset gets the value of the transmitter's handle, and the transmitter's flasher ends first.
 void TestUpdater::aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone()
 {
     HeldComputer computer;
@@ -183,15 +183,14 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
     computer.gate.open();
     TRY_COMPARE(attempt.text(), "range 0, error 1");
     QVERIFY(stranger.close());
-    Attempt again(path, Headset,
-                  computer.images[Headset]); // beside the handle that the detector has reopened
+    // The first detector still has its reopened handle.
+    Attempt again(path, Headset, computer.images[Headset]);
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");
     QVERIFY(computer.isUpdated(Headset));
 }
 
-/// Of two devices in programming mode the removal of the one that came last ends the run, also where the
-/// other one is programmed.
+/// The removal of the device that arrived last ends the run, even if the other one is programmed.
 void TestUpdater::theDeviceThatArrivedLastCounts()
 {
     HeldComputer computer;

@@ -1,5 +1,5 @@
-// The begin of an attempt to update one device: it is told to leave its normal mode, comes back in
-// programming mode, and is taken.
+// The start of an attempt to update one device: it gets the request to leave its normal mode, comes back in
+// programming mode, and is opened.
 
 #include <memory>
 
@@ -86,17 +86,17 @@ class TestUpdaterBegin : public LeavesNothing
     Q_OBJECT
 
 private Q_SLOTS:
-    void aDeviceInNormalModeIsToldToLeaveIt_data();
-    void aDeviceInNormalModeIsToldToLeaveIt();
-    void aDeviceThatLeavesAtOnceIsSeen();
-    void aDeviceInProgrammingModeIsTakenByItsPath();
-    void someAttemptsEndBeforeTheyBegin();
+    void aDeviceInNormalModeGetsTheRequestToLeave_data();
+    void aDeviceInNormalModeGetsTheRequestToLeave();
+    void aDeviceThatLeavesAtOnceIsNoticed();
+    void aDeviceInProgrammingModeIsOpenedByItsPath();
+    void anAttemptWithoutPathOrTypeOpensNothing();
     void anEmptyImageIsNeverWritten();
-    void aDeviceThatCannotBeTakenEndsTheAttempt_data();
-    void aDeviceThatCannotBeTakenEndsTheAttempt();
+    void aDeviceThatCannotBeOpenedEndsTheAttempt_data();
+    void aDeviceThatCannotBeOpenedEndsTheAttempt();
 };
 
-void TestUpdaterBegin::aDeviceInNormalModeIsToldToLeaveIt_data()
+void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave_data()
 {
     QTest::addColumn<int>("productId");
     QTest::addColumn<bool>("wow64");
@@ -106,7 +106,7 @@ void TestUpdaterBegin::aDeviceInNormalModeIsToldToLeaveIt_data()
     QTest::newRow("headset") << 6 << true << QByteArray("31281 6");
 }
 
-void TestUpdaterBegin::aDeviceInNormalModeIsToldToLeaveIt()
+void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
 {
     QFETCH(const int, productId);
     QFETCH(const bool, wow64);
@@ -137,8 +137,8 @@ void TestUpdaterBegin::aDeviceInNormalModeIsToldToLeaveIt()
     QCOMPARE(computer.tree.openings().size(), std::size_t(1));
 }
 
-/// It comes in programming mode and is gone again before its request has been answered.
-void TestUpdaterBegin::aDeviceThatLeavesAtOnceIsSeen()
+/// It arrives in programming mode and is removed before the leave request has returned.
+void TestUpdaterBegin::aDeviceThatLeavesAtOnceIsNoticed()
 {
     ScriptedComputer computer(normalHeadset);
     Attempt attempt(computer.path, Headset, "image");
@@ -155,7 +155,7 @@ void TestUpdaterBegin::aDeviceThatLeavesAtOnceIsSeen()
     QCOMPARE(computer.hid->transfers, 1);
 }
 
-void TestUpdaterBegin::aDeviceInProgrammingModeIsTakenByItsPath()
+void TestUpdaterBegin::aDeviceInProgrammingModeIsOpenedByItsPath()
 {
     ScriptedComputer computer(programmingHeadset);
     FakeTool tool("x86");
@@ -170,7 +170,7 @@ void TestUpdaterBegin::aDeviceInProgrammingModeIsTakenByItsPath()
     QVERIFY(!tool.ran());
 }
 
-void TestUpdaterBegin::someAttemptsEndBeforeTheyBegin()
+void TestUpdaterBegin::anAttemptWithoutPathOrTypeOpensNothing()
 {
     ScriptedComputer computer(normalHeadset);
     Attempt pathless(std::wstring(), Headset, "image");
@@ -198,7 +198,7 @@ void TestUpdaterBegin::anEmptyImageIsNeverWritten()
     QCOMPARE(attempt.text(), QByteArray("error 1"));
 }
 
-void TestUpdaterBegin::aDeviceThatCannotBeTakenEndsTheAttempt_data()
+void TestUpdaterBegin::aDeviceThatCannotBeOpenedEndsTheAttempt_data()
 {
     QTest::addColumn<QByteArray>("what");
     QTest::newRow("gone before") << QByteArray("gone");
@@ -209,7 +209,7 @@ void TestUpdaterBegin::aDeviceThatCannotBeTakenEndsTheAttempt_data()
     QTest::newRow("shared with somebody in programming mode") << QByteArray("shared later");
 }
 
-void TestUpdaterBegin::aDeviceThatCannotBeTakenEndsTheAttempt()
+void TestUpdaterBegin::aDeviceThatCannotBeOpenedEndsTheAttempt()
 {
     QFETCH(const QByteArray, what);
     ScriptedComputer computer(normalHeadset);

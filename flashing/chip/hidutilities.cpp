@@ -17,14 +17,15 @@ namespace {
 constexpr std::size_t reportBytes = 64;
 constexpr unsigned char reportId = 0xFF;
 
-// Chip command: class, 0x04, 0x00, 0x00, N, operation, operands; N counts from the operation on, plus one.
+// Chip command: class, 0x04, 0x00, 0x00, N, operation, operands; N is the number of bytes from the operation
+// on, plus one.
 constexpr unsigned char commandClass = 0xFF;
 constexpr unsigned char memoryReadClass = 0xFD;
 constexpr unsigned char writeMemoryOperation = 0x00;
 constexpr unsigned char memoryReadOperation = 0x81;
 constexpr unsigned char eraseOperation = 0x0C;
 
-// Answer: report ID, status, nine bytes without meaning, the bytes asked for.
+// Answer: report ID, status, nine bytes without meaning, the requested bytes.
 constexpr std::size_t answerStatusOffset = 1;
 constexpr unsigned char answerNoData = 0x01;
 constexpr int answerDataOffset = 11;
@@ -39,7 +40,7 @@ unsigned char byteOf(int operand)
     return static_cast<unsigned char>(operand);
 }
 
-/// The length of @p bytes as the frames count it, themselves included.
+/// A length as the frames have it, which counts the length byte itself.
 unsigned char lengthOf(const Bytes& bytes)
 {
     return static_cast<unsigned char>(bytes.size() + 1);

@@ -10,8 +10,8 @@
 
 #include "devicetree.h"
 
-/// Another program that watches a device: it hears the tree's events on the thread that makes them, after
-/// those who were there before it.
+/// Another program that watches a device. It gets the tree's events on the thread that makes them, after the
+/// observers that registered before it.
 class Bystander final : public DeviceTreeObserver
 {
 public:
@@ -29,8 +29,8 @@ public:
     std::function<void()> onQuery;
 };
 
-/// An event that gets the value of a handle that was closed just before, and can tell whether it was closed
-/// by one who took it for that handle.
+/// An event that gets the value of a handle that was closed just before. It shows whether somebody has closed
+/// it by that value.
 class Stranger
 {
 public:
