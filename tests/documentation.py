@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Fails if README.md, CONTRIBUTING.md or a page in docs/ names or quotes what is not in the tree.
+"""Fails if README.md, CONTRIBUTING.md or a page in docs/ names or quotes something that is not in the tree.
 
-Checked are C++ blocks that follow the name of their file, patches, links, and in code spans and shell blocks the names
-of files, folders, tests and presets.
+It checks patches, links, and the C++ blocks that follow the name of their file. In code spans and shell blocks it
+checks the names of files, folders, tests and presets.
 """
 import glob
 import json
@@ -27,7 +27,7 @@ def lines_of(text):
 
 
 def holds(file, block):
-    """Whether the lines of @p block follow each other in the file, indented in any way."""
+    """Whether the file contains the lines of @p block one after the other, whatever their indentation."""
     if not os.path.isfile(file):
         return False
     return "\n" + "\n".join(lines_of(block)) + "\n" in "\n" + "\n".join(lines_of(pathlib.Path(file).read_text())) + "\n"
@@ -40,7 +40,7 @@ def applies(patch):
 
 
 def exists(name):
-    """Whether a file or folder is meant by @p name: from the root, from any folder, or without its extension."""
+    """Whether @p name is a file or folder, relative to the root or to any folder; the extension may be missing."""
     name = name.removeprefix("./").rstrip("/")
     return bool(glob.glob(name) or glob.glob(name + ".*") or any(("/" + file).endswith("/" + name) for file in files)
                 or any("/" + name + "/" in "/" + file for file in files))

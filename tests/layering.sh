@@ -1,11 +1,11 @@
 #!/bin/sh
-# Fails if a source includes a header that its row in docs/architecture.md, "Which folder may use which", does not allow.
+# Fails if a source includes a header that the table "Which folder may use which" in docs/architecture.md forbids.
 # Usage: layering.sh [FOLDER], the project's root; by default the root of this tree.
 cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# The most specific row for a file: the longest one that its name starts with.
+# Returns the most specific row for a file: the longest row name with which the path of the file starts.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))
@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# The name for an included header in the table: a row, or a library; empty for the standard library.
+# Returns the name of an included header in the table: a row, or a library; empty for the standard library.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)

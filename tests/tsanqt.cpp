@@ -1,7 +1,7 @@
-// Tells thread sanitizer how Qt's threads synchronise. Qt comes without the instrumentation that would show
-// it, so that what one thread hands to another in an event, or to the thread pool, seems to be raced for.
-// These functions of Qt, through which everything passes that is handed over and received, are put in front
-// of Qt's own.
+// Reports to thread sanitizer how Qt's threads synchronise. Qt is built without the instrumentation for that,
+// so data that one thread passes to another in an event, or to the thread pool, would look like a data race.
+// The functions below replace the functions of Qt that send and receive such data. Each reports the
+// synchronisation and calls the function of Qt that it replaces.
 
 #include <QCoreApplication>
 #include <QFutureWatcher>
@@ -17,7 +17,7 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-char handovers; // one for all: it orders more than Qt does, and never less
+char handovers; // one address for all: it orders more than Qt does, never less
 
 template <typename Function>
 Function next(const char* symbol)
@@ -49,7 +49,7 @@ bool QObject::event(QEvent* event)
     static const auto own = next<bool (*)(QObject*, QEvent*)>("_ZN7QObject5eventEP6QEvent");
     __tsan_acquire(&handovers);
     const bool isTaken = own(this, event);
-    __tsan_release(&handovers); // for whoever waits for the end of the thread
+    __tsan_release(&handovers); // for a thread that waits for the end of this one
     return isTaken;
 }
 
@@ -81,7 +81,7 @@ bool QFutureInterfaceBase::isCanceled() const
 {
     static const auto own =
         next<bool (*)(const QFutureInterfaceBase*)>("_ZNK20QFutureInterfaceBase10isCanceledEv");
-    __tsan_acquire(&handovers); // the first that a task of the pool asks
+    __tsan_acquire(&handovers); // a task of the pool calls this first
     return own(this);
 }
 

@@ -1,4 +1,5 @@
-// Archives that are damaged, hostile or no archives at all. A child process loads each and measures the cost.
+// Loads damaged and hostile archives and files that are no archives. A child process loads each and measures
+// the cost.
 
 #include <array>
 #include <limits>
@@ -16,10 +17,10 @@
 
 namespace {
 
-// A sanitizer's own memory counts as the process's.
+// A sanitizer adds to the memory and the time of the process.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
 constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
-constexpr int endsWithinMs = 120000; // a child that still runs then waits for ever
+constexpr int endsWithinMs = 120000; // a child that runs longer waits for ever
 constexpr char childSwitch[] = "--load";
 
 QString logged; ///< complaints about the archive, each preceded by '|'
@@ -30,7 +31,8 @@ void keepComplaint(QtMsgType, const QMessageLogContext&, const QString& message)
         logged += QLatin1Char('|') + message;
 }
 
-/// Loads an archive. @return base name, both PIDs and release notes, or "failed"; then the complaints logged.
+/// Loads the archive at @p path.
+/// @return its base name, both product identifiers and the release notes, or "failed"; then the complaints.
 QString load(FirmwareController& controller, const QString& path)
 {
     logged.clear();
@@ -50,7 +52,7 @@ QString load(FirmwareController& controller, const QString& path)
     return (isEmpty ? QStringLiteral("failed") : state) + logged;
 }
 
-/// This process's peak memory. getrusage() would include the parent's.
+/// @return this process's peak memory. getrusage() would include the parent's peak.
 int peakKiB()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -61,7 +63,8 @@ int peakKiB()
     return text.mid(at + 6, text.indexOf("kB", at) - at - 6).trimmed().toInt();
 }
 
-/// The child's work: loads the archive at @p path and prints peak memory, processor time and outcome.
+/// Runs in the child: loads the archive at @p path and prints peak memory in KiB, processor time in ms, and
+/// the outcome.
 int loadInChild(const QString& path)
 {
     const rlimit none{0, 0};
@@ -69,7 +72,7 @@ int loadInChild(const QString& path)
     const rlimit time{cpuLimitSeconds, cpuLimitSeconds};
     setrlimit(RLIMIT_CPU, &time);
     constexpr uid_t nobody = 65534;
-    setfsuid(nobody); // root may read everything
+    setfsuid(nobody); // root could read every file
     FirmwareController controller;
     const QString outcome = load(controller, path);
     rusage used;
@@ -80,7 +83,7 @@ int loadInChild(const QString& path)
     return 0;
 }
 
-/// Every file and folder below @p folder, with its size and time, so that a write shows.
+/// @return every file and folder below @p folder with its size and time, so that a write changes the list.
 QStringList listing(const QString& folder)
 {
     QStringList files;
@@ -125,7 +128,7 @@ private:
 void TestArchives::initTestCase()
 {
     QVERIFY(folder.isValid());
-    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child is another user
+    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child has another user
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("home")));
     path = folder.filePath(QStringLiteral("fw.zip"));
 }
@@ -138,7 +141,8 @@ void TestArchives::write(const QByteArray& bytes)
     QCOMPARE(file.write(bytes), static_cast<qint64>(bytes.size()));
 }
 
-/// Loads the archive at @p archive in a child whose folders are checked for files that it writes.
+/// Loads the file @p archive in a child process. Fails if the outcome is not @p expected, or if the child
+/// writes a file into one of its folders.
 void TestArchives::loadInOwnProcess(const QString& archive, const QString& expected)
 {
     const QString home = folder.filePath(QStringLiteral("home"));
@@ -237,7 +241,7 @@ void TestArchives::noCutAndNoFlippedBitYieldsAnotherImage()
             }
         }
     }
-    QVERIFY(lost > 2 * archive.size()); // a cut loses both images, most bits one
+    QVERIFY(lost > 2 * archive.size()); // a cut loses both images, a flipped bit mostly one
 }
 
 int main(int argc, char** argv)

@@ -1,4 +1,4 @@
-// The default audio endpoints around an update, on a simulated computer.
+// Recording the default audio endpoints and making them the defaults again, on a simulated computer.
 
 #include <QtTest>
 
@@ -49,7 +49,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
     QTest::addColumn<Endpoints>("endpoints");
-    QTest::addColumn<Endpoints>("later"); // new, or in another state
+    QTest::addColumn<Endpoints>("later"); // endpoints that are added, or change their state
     QTest::addColumn<QByteArray>("restored");
     const auto row = [](const char* name, const Endpoints& endpoints, const Endpoints& later,
                         const QByteArray& restored) {
@@ -98,7 +98,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
     QTest::addColumn<AudioFunction>("function");
-    QTest::addColumn<QByteArrayList>("lost"); // per call, the start of the defaults that are lost
+    QTest::addColumn<QByteArrayList>("lost"); // for each failing call, how lost defaults start; - for none
     const auto row = [](const char* name, AudioFunction function, const QByteArray& lost) {
         QTest::newRow(name) << function << lost.split(' ');
     };

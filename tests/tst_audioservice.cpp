@@ -1,4 +1,4 @@
-// The audio service around an update, on a simulated computer.
+// Stopping and starting the audio service, on a simulated computer.
 
 #include <future>
 
@@ -53,7 +53,7 @@ QByteArray textOf(const Manager::Call& call)
     return call.argument ? text + ' ' + QByteArray::number(call.argument, 16) : text;
 }
 
-/// The message for a call that fails with ERROR_GEN_FAILURE.
+/// @return the message that is logged if @p function fails with ERROR_GEN_FAILURE.
 QString messageOf(Manager::Function function)
 {
     static const char* const messages[] = {
@@ -193,7 +193,7 @@ private Q_SLOTS:
 void TestAudioService::theServiceStopsAndStarts_data()
 {
     QTest::addColumn<Operation>("operation");
-    QTest::addColumn<Services>("services"); // the audio service first
+    QTest::addColumn<Services>("services"); // the first is the audio service
     QTest::addColumn<QByteArray>("expectedLog");
     QTest::addColumn<Sleeps>("expectedSleeps");
     QTest::addColumn<DWORD>("expectedState"); // of the audio service
@@ -220,7 +220,7 @@ void TestAudioService::theServiceStopsAndStarts()
         QTEST(controlsOf(computer.services), "expectedControls");
         if (operation == &ScopedAudioServiceStopper::stop &&
             computer.services.state(L"audiosrv") == stopped) {
-            stopper.start(); // whatever the service's state was before
+            stopper.start(); // works whatever the state was before stop()
             QCOMPARE(computer.services.state(L"audiosrv"), running);
         }
     }
@@ -278,7 +278,8 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         stopAndStart(computer);
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
-        // A dependent's failure has no message of its own. The last one stops in spite of it.
+        // A failed call for a dependent logs nothing, but then the audio service cannot be stopped. Only the
+        // last of these calls does no harm: it queries a dependent that has already stopped.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()

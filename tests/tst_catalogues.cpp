@@ -34,7 +34,7 @@ Texts readCatalogue(const QString& path)
     return texts;
 }
 
-/// The texts that a translator gets.
+/// @return the texts that lupdate finds in the sources.
 Texts textsInTheSources()
 {
     const QTemporaryDir folder;

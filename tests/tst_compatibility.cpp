@@ -6,8 +6,7 @@
 
 namespace {
 
-/// "device>image", both as product identifiers. An empty side means no device or no image; 0 is an unknown
-/// identifier.
+/// Parses "device>image". Each side is a product identifier: empty for no device or no image, 0 if unknown.
 UpdateCandidate parse(const QByteArray& text)
 {
     const QByteArrayList sides = text.split('>');

@@ -1,4 +1,4 @@
-// The detector on a simulated device tree: its reports, and that it leaves nothing open.
+// The detector's reports, starts and stops on a simulated device tree.
 
 #include <atomic>
 #include <future>
@@ -21,10 +21,10 @@ private Q_SLOTS:
     void aFailedStartLeavesNothingBehind();
     void presentDevicesAreReportedBeforeCompletion();
     void completionIsReportedAgainWithTheFirstLaterBatch();
-    void theWorkerRests();
+    void theWorkerWakesOncePerArrival();
     void aWaitThatFailsEndsTheWorker();
     void eachStartHasItsOwnIdentities();
-    void aDeviceIsReportedOnceWhateverTheCase();
+    void aDeviceIsReportedOnceWhateverTheCaseOfItsPath();
     void anArrivalStillQueuedIsErasedByItsRemoval();
     void stopDoesNotWaitForAnInstallation();
     void completionIsReportedWithoutTheLock();
@@ -32,7 +32,7 @@ private Q_SLOTS:
     void stopsAndStartsAgainWhileDevicesComeAndGo();
 };
 
-/// Before all others: a process registers the window class once.
+/// Runs before all other tests, because a process registers the window class only once.
 void TestDetector::initTestCase()
 {
     DetectorFixture f;
@@ -50,7 +50,7 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
     QVERIFY(!f.detector->start(&f.recorder, nullptr, 1));
     QVERIFY(!f.detector->start(&f.recorder, &id, 0));
     QVERIFY(f.detector->start(&f.recorder, &id, 1));
-    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // it runs: the new identities are ignored
+    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // already runs: ignores the new identities
     f.recorder.waitFor(1);
     f.tree.plug(hidNode(transmitter));
     QCOMPARE(f.recorder.waitFor(3), QStringList({QStringLiteral("complete 0"), QStringLiteral("complete 0"),
@@ -61,7 +61,7 @@ void TestDetector::aFailedStartLeavesNothingBehind_data()
 {
     QTest::addColumn<SystemCall>("call");
     QTest::addColumn<int>("nth");
-    QTest::addColumn<std::size_t>("threads"); // that the detector keeps for its next start
+    QTest::addColumn<std::size_t>("threads"); // kept by the detector for its next start
     QTest::newRow("first event") << SystemCall::CreateEventW << 1 << std::size_t(0);
     QTest::newRow("second event") << SystemCall::CreateEventW << 2 << std::size_t(0);
     QTest::newRow("third event") << SystemCall::CreateEventW << 3 << std::size_t(0);
@@ -76,7 +76,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const SystemCall, call);
     QFETCH(const int, nth);
     QFETCH(const std::size_t, threads);
-    for (int i = 0; i < 100; ++i) { // a thread that is not waited for may have ended by luck
+    for (int i = 0; i < 100; ++i) { // once is not enough: a thread left running may end in time by luck
         const bool isStartedAgain = i % 2 != 0;
         DetectorFixture f;
         f.machine.faults.fail(call, nth, ERROR_NOT_ENOUGH_MEMORY);
@@ -91,7 +91,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         f.detector.reset();
         QCOMPARE(openHandleCount(), handlesBefore);
     }
-    DetectorFixture f; // the second identity of the class registers instead of the first
+    DetectorFixture f; // if the first identity cannot register its class, the second one does
     f.machine.faults.fail(SystemCall::RegisterDeviceNotificationW, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
@@ -129,7 +129,7 @@ void TestDetector::completionIsReportedAgainWithTheFirstLaterBatch()
                                                  QStringLiteral("+7a31:4"), QStringLiteral("-4")}));
 }
 
-void TestDetector::theWorkerRests()
+void TestDetector::theWorkerWakesOncePerArrival()
 {
     DetectorFixture f;
     QVERIFY(f.start());
@@ -137,7 +137,7 @@ void TestDetector::theWorkerRests()
     constexpr int arrivals = 20;
     for (int i = 0; i < arrivals; ++i) {
         f.tree.plug(hidNode(transmitter, L"7&1a2b3c&0&00" + std::to_wstring(10 + i)));
-        f.recorder.waitFor(3 + i); // completion came twice
+        f.recorder.waitFor(3 + i); // two are completions, 1 + i arrivals
     }
     const int waits = f.machine.faults.counted(SystemCall::WaitForMultipleObjects);
     QVERIFY2(waits <= 1 + arrivals, QByteArray::number(waits));
@@ -148,7 +148,7 @@ void TestDetector::aWaitThatFailsEndsTheWorker()
     DetectorFixture f;
     f.machine.faults.fail(SystemCall::WaitForMultipleObjects, 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
-    TRY_VERIFY(runningThreadCount() == 1); // the notification thread
+    TRY_VERIFY(runningThreadCount() == 1); // only the notification thread is left
     f.tree.plug(hidNode(transmitter));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(1), QStringList(QStringLiteral("complete 0")));
@@ -169,7 +169,7 @@ void TestDetector::eachStartHasItsOwnIdentities()
                                                  QStringLiteral("+7a31:6"), QStringLiteral("complete 1")}));
 }
 
-void TestDetector::aDeviceIsReportedOnceWhateverTheCase()
+void TestDetector::aDeviceIsReportedOnceWhateverTheCaseOfItsPath()
 {
     DetectorFixture f;
     QVERIFY(f.detected({transmitter}));
@@ -186,9 +186,9 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
     TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) >
-               0);                                            // it has been queued
-    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // broadcast in mixed case, enumerated in lower
-    QStringList expected{QStringLiteral("complete 0")};       // the marker was then the first entry
+               0);                                            // the arrival has been queued
+    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // broadcast in mixed case, queued in lower case
+    QStringList expected{QStringLiteral("complete 0")};       // the completion marker is now the first entry
     QCOMPARE(f.recorder.waitFor(1), expected);
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
@@ -205,7 +205,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     TRY_VERIFY(f.machine.faults.counted(SystemCall::CMP_WaitNoPendingInstallEvents) > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
-    f.tree.setInstallationPending(false); // ends a wait for it
+    f.tree.setInstallationPending(false); // lets stop() return even if it waits
     QVERIFY(outcome == std::future_status::ready);
     QCOMPARE(f.recorder.waitFor(0), QStringList());
 }
@@ -238,10 +238,10 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
     f.recorder.waitFor(3);
     f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(4);
-    QVERIFY(f.recorder.last != removed); // the address still names the removed one
+    QVERIFY(f.recorder.last != removed); // the old address still names the removed record
     QCOMPARE(removed->productId, std::uint16_t(4));
     f.detector->forget(removed);
-    f.detector->forget(f.recorder.last); // it is present: nothing happens
+    f.detector->forget(f.recorder.last); // does nothing: the device is present
     QCOMPARE(f.recorder.last->productId, std::uint16_t(4));
 }
 

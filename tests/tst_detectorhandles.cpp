@@ -1,5 +1,4 @@
-// The handles that the detector opens and watches, on a simulated device tree: it tells handles of one value
-// apart, closes them for an orderly removal, and opens them again if the removal is refused.
+// The handles that the detector opens and watches while devices are removed from a simulated device tree.
 
 #include "bystander.h"
 #include "detectorfixture.h"
@@ -30,14 +29,14 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
     QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
     QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
-    f.detector->closeDevice(device); // not a handle: nothing happens
+    f.detector->closeDevice(device); // does nothing: this is not a handle
     f.detector->closeDevice(first);
     QVERIFY(CloseHandle(first));
     const HANDLE second = f.detector->openDevice(device, Access::Read, Access::Write, nullptr, 0);
     QVERIFY(second != INVALID_HANDLE_VALUE);
     QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
     QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
-    f.tree.unplug(hidNode(transmitter).interfacePath); // with the handle open: the removal is reported once
+    f.tree.unplug(hidNode(transmitter).interfacePath); // reported once, although a handle is open
     QCOMPARE(f.recorder.waitFor(3).last(), QStringLiteral("-4"));
     QCOMPARE(f.detector->openDevice(device, Access::ReadWrite, Access::None, nullptr, 0),
              INVALID_HANDLE_VALUE);
@@ -57,10 +56,10 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     f.recorder.waitFor(3);
     QVERIFY(f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0) !=
             INVALID_HANDLE_VALUE);
-    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the other handle stays watched
+    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the headset's handle is still watched
     QVERIFY(CloseHandle(gone));
     const auto someoneElse = f.tree.open(path, 0, 0, error);
-    for (int reports = 5; reports <= 6; ++reports) { // the new handle is watched as well
+    for (int reports = 5; reports <= 6; ++reports) { // the reopened handle is watched as well
         QVERIFY(!f.tree.requestRemoval(path));
         QCOMPARE(f.recorder.waitFor(reports).last(), QStringLiteral("reopened 6"));
         QCOMPARE(f.tree.openings().back().access, DWORD(0));
@@ -70,14 +69,14 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     const auto lent = f.detector->lendDevice(f.recorder.last, Access::Read, Access::ReadWrite);
     QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     f.detector->takeBack(*lent);
-    QVERIFY(!f.tree.requestRemoval(path)); // nothing is watched any more
+    QVERIFY(!f.tree.requestRemoval(path)); // the lent handle is no longer watched
     QVERIFY(lent->isOpen());
     lent->close();
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(6).size(), 6);
 }
 
-/// Between the request of a removal and its refusal, the system gives the value of the closed handle away.
+/// Between the request for a removal and its refusal, the system reuses the value of the closed handle.
 void TestDetectorHandles::handlesOfOneValueAreNotConfused()
 {
     DetectorFixture f;

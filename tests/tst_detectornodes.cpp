@@ -1,4 +1,4 @@
-// How the detector reads a device node.
+// Which device nodes the detector reports, and how it reads their properties.
 
 #include "detectorfixture.h"
 #include "leavesnothing.h"
@@ -112,7 +112,7 @@ void TestDetectorNodes::aNodeThatCannotBeReadIsSkipped()
     QFETCH(const QString, hardwareId);
     QFETCH(const QString, enumerator);
     DetectorFixture f;
-    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are prefixes of the other's
+    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are prefixes of the second's
     first.hardwareIds.clear();
     if (!hardwareId.isEmpty())
         first.hardwareIds = {hardwareId.toStdWString()};
@@ -131,7 +131,7 @@ void TestDetectorNodes::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data()
     QTest::newRow("its path") << SystemCall::SetupDiGetDeviceInterfaceDetailW << 2;
     QTest::newRow("devices") << SystemCall::SetupDiGetClassDevsW << 2;
     QTest::newRow("instance id") << SystemCall::SetupDiGetDeviceInstanceIdW << 1;
-    QTest::newRow("hardware id") << SystemCall::SetupDiGetDeviceRegistryPropertyW << 3; // after two names
+    QTest::newRow("hardware id") << SystemCall::SetupDiGetDeviceRegistryPropertyW << 3; // 1 and 2 read names
     QTest::newRow("enumerator") << SystemCall::SetupDiGetDeviceRegistryPropertyW << 4;
 }
 

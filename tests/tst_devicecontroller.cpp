@@ -1,4 +1,4 @@
-// The picture of the connected devices: which interface is used, and what interrupts an identification.
+// The device controller: which interface of a device it uses, and what interrupts an identification.
 
 #include <atomic>
 #include <thread>
@@ -22,7 +22,7 @@ constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006};
 constexpr HidIdentity programmingTransmitter{0x170D, 0x0100};
 
-/// A chip whose first transfer waits until the test releases it.
+/// A chip whose first transfer waits until the test releases goOn.
 struct HeldChip : ScriptedChip
 {
     HeldChip()
@@ -39,8 +39,8 @@ struct HeldChip : ScriptedChip
     QSemaphore goOn;
 };
 
-/// A computer with a transmitter, whose read is held between two transfers, and a headset that is not plugged
-/// in.
+/// A computer with a transmitter and a headset, neither of them plugged in. isHeld() plugs the transmitter in
+/// and holds the thread that reads it between two transfers.
 struct HeldRead : Detection
 {
     HeldRead()
@@ -70,11 +70,11 @@ struct HeldRead : Detection
         return {type, 12, 3, ImageBuilder::build(image), type, {}};
     }
 
-    Gate second; ///< for another thread, once the read is held
+    Gate second; ///< for another thread, while the first gate holds the read
     LayerBus bus{tree};
     SimulatedDevice transmitter{bus, sleepOn(clock), deviceOf(Transmitter, ImageBuilder::transmitter())};
     SimulatedDevice headset{bus, sleepOn(clock), deviceOf(Headset, ImageBuilder::headset())};
-    Stranger stranger; ///< gets the value of the handle that the read used
+    Stranger stranger; ///< reuses the value of the handle that the read used
     const std::shared_ptr<Bystander> bystander = std::make_shared<Bystander>();
 };
 
@@ -95,7 +95,7 @@ private Q_SLOTS:
     void aDeviceThatWasGoneForAMomentIsReadAgain();
     void aReadOfADisabledDeviceReachesNoOther();
     void aDeviceWhoseRemovalIsRefusedIsReadAgain();
-    void aQueryThatIsLateClosesNothing();
+    void aLateRemovalQueryClosesNoOtherHandle();
     void detectionStartedAgainReportsWhatIsThere();
     void stopCutsReadsShort();
     void stopWaitsForTheReadOfADeviceThatIsGone();
@@ -205,7 +205,7 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
     TRY_ACQUIRE(c.arrivals, 3);
     c.tree.unplugAndWait(third);
     c.tree.unplugAndWait(first);
-    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second does not replace it
+    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second transmitter does not replace it
     c.tree.unplugAndWait(second);
     c.plug({0x7A31, 0x0003});
     TRY_COMPARE(c.text(), "started finished +1 -1 started finished +1");
@@ -241,7 +241,7 @@ void TestDeviceController::aRemovalEndsTheReadWithoutArrival()
     TRY_COMPARE(c.text(), "started finished -2");
     chip->goOn.release();
     TRY_COMPARE(c.tree.openFileCount(), std::size_t(0));
-    c.plug(transmitter); // its reports come after the late result
+    c.plug(transmitter); // is reported after the headset's late result
     TRY_COMPARE(c.text(), "started finished -2 started finished +1");
     QVERIFY(!c.controller.isConnected(Headset));
 }
@@ -256,7 +256,8 @@ void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAgain()
     c.tree.unplugAndWait(path);
     c.plug(headset, chip);
     TRY_ACQUIRE(c.arrivals, 1);
-    // Both arrivals are handled late. The record of the first does not open the device that replaced it.
+    // The controller handles both arrivals only now. For the first arrival, it must not open the device that
+    // was plugged in later.
     TRY_COMPARE(c.text(), "started");
     QCOMPARE(c.tree.openings().size(), std::size_t(1));
     chip->goOn.release();
@@ -275,12 +276,12 @@ void TestDeviceController::aReadOfADisabledDeviceReachesNoOther()
     c.headset.plugIn();
     TRY_VERIFY(c.second.isReached());
     c.gate.open();
-    TRY_COMPARE(QThreadPool::globalInstance()->activeThreadCount(), 1); // the read has ended
+    TRY_COMPARE(QThreadPool::globalInstance()->activeThreadCount(), 1); // only the headset's read still runs
     c.second.open();
     TRY_COMPARE(c.text(), "started finished -1 started finished +2");
     QCOMPARE(c.controller.version(Headset), QStringLiteral("1.2.3"));
     const int transfers = c.headset.transfers().count;
-    c.headset.clearFault(); // counts from 0
+    c.headset.clearFault(); // also sets the count of transfers to 0
     c.headset.unplug();
     c.headset.plugIn();
     TRY_COMPARE(c.reports.mid(6).join(' '), "-2 started finished +2");
@@ -302,14 +303,14 @@ void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()
     TRY_COMPARE(c.text(), "started started finished +1");
     QCOMPARE(c.controller.version(Transmitter), QStringLiteral("1.2.3"));
     QVERIFY(c.stranger.close());
-    QVERIFY(!c.tree.requestRemoval(c.path())); // the result of the read stays
+    QVERIFY(!c.tree.requestRemoval(c.path())); // the result of the read is kept
     someoneElse.reset();
     QCOMPARE(c.tree.openFileCount(), std::size_t(0));
     QVERIFY(c.tree.requestRemoval(c.path()));
     TRY_COMPARE(c.text(), "started started finished +1 -1");
 }
 
-void TestDeviceController::aQueryThatIsLateClosesNothing()
+void TestDeviceController::aLateRemovalQueryClosesNoOtherHandle()
 {
     HeldRead c;
     c.bystander->onQuery = [&] {
@@ -318,7 +319,7 @@ void TestDeviceController::aQueryThatIsLateClosesNothing()
             std::this_thread::yield();
         c.stranger.open();
     };
-    c.tree.observe(c.bystander); // before the detector's window
+    c.tree.observe(c.bystander); // gets each query before the detector's window
     QVERIFY(c.isHeld());
     QVERIFY(c.tree.requestRemoval(c.path()));
     TRY_COMPARE(c.reports.last(), "-1");
@@ -331,7 +332,7 @@ void TestDeviceController::detectionStartedAgainReportsWhatIsThere()
     c.plug(transmitter);
     const std::wstring gone = c.plug(headset);
     c.controller.startDetection();
-    c.controller.startDetection(); // it runs
+    c.controller.startDetection(); // does nothing: detection already runs
     TRY_COMPARE(c.text().count('+'), 2);
     const int before = c.reports.size();
     c.tree.unplugAndWait(gone); // its report is still queued when the detection ends
@@ -348,7 +349,7 @@ void TestDeviceController::stopCutsReadsShort()
 {
     Detection c;
     const auto chip = std::make_shared<ScriptedChip>();
-    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // some 200 reads
+    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // takes about 200 reads
     std::atomic<bool> isArmed{true};
     QSemaphore reached;
     chip->onTransfer = [&] {
@@ -356,7 +357,7 @@ void TestDeviceController::stopCutsReadsShort()
             return;
         const std::size_t handles = openHandleCount();
         reached.release();
-        while (openHandleCount() + 3 > handles) // until the detector has closed its own
+        while (openHandleCount() + 3 > handles) // until the detector has closed its three handles
             std::this_thread::yield();
     };
     c.plug(headset, chip);
@@ -365,7 +366,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_ACQUIRE(reached, 1);
     c.controller.stopDetection();
     QCOMPARE(openHandleCount(), handlesBefore);
-    QCOMPARE(chip->transfers, 20); // the last was the answer that a read needed
+    QCOMPARE(chip->transfers, 20); // the last one fetched the answer to a request that was sent
     QVERIFY(!c.controller.isConnected(Headset));
     TRY_COMPARE(c.text(), "started finished +2");
     QVERIFY(c.controller.isConnected(Headset));
@@ -374,7 +375,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_COMPARE(c.text(), "started finished +2 -2 started finished +2");
     QVERIFY(!c.controller.deviceInstance(Headset).path.empty());
 
-    // Started again before the end of the read was handled.
+    // Detection starts again before the controller handles the end of the read.
     isArmed = true;
     c.tree.unplugAndWait(c.controller.deviceInstance(Headset).path);
     c.plug(headset, chip);
@@ -399,7 +400,7 @@ void TestDeviceController::stopWaitsForTheReadOfADeviceThatIsGone()
     c.tree.unplugAndWait(path);
     TRY_COMPARE(c.text(), "started finished -2");
     std::thread letGo([&chip, handles = openHandleCount()] {
-        while (openHandleCount() + 3 > handles) // until the detector has closed its own
+        while (openHandleCount() + 3 > handles) // until the detector has closed its three handles
             std::this_thread::yield();
         for (int i = 0; i < whileOthersRun; ++i)
             std::this_thread::yield();

@@ -21,7 +21,7 @@ namespace {
 
 const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
 
-/// The bytes of @p value, the low one first, as hexadecimal digits.
+/// @return the @p bytes lowest bytes of @p value, the low one first, as hexadecimal digits.
 QByteArray hex(unsigned value, int bytes)
 {
     QByteArray result;
@@ -75,7 +75,7 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
                           "FF0A00FD0400000581<row1>01 s100 A";
     QByteArray data = "stale";
     for (const int size : {0, 1, 15, 16, 17, 20, 31, 32, 33, 100}) {
-        const int bytes = std::min(size, 32); // cut before the range is compared with the memory
+        const int bytes = std::min(size, 32); // the reader first cuts the size, then checks the range
         const unsigned address = 0x20000u - unsigned(bytes);
         QVERIFY2(read(data, address, static_cast<unsigned short>(size)), QByteArray::number(size));
         QCOMPARE(data.size(), bytes);
@@ -151,9 +151,9 @@ void TestDeviceReader::aCancelledReaderStartsNoTransfer()
         QByteArray data;
         QCOMPARE(read(data, 5, 20), k == allTransfers);
         QCOMPARE(chip->transfers, k);
-        const bool isRequest = chip->journal.last().startsWith("FF0A00FD"); // which is waited for
+        const bool isRequest = chip->journal.last().startsWith("FF0A00FD"); // the reader still waits 100 ms
         QCOMPARE(f.clock.tickCount() - cancelledAt, isRequest ? 100u : 0u);
-        QVERIFY2(!f.log.text().contains('!'), f.log.text()); // the chip is not to blame
+        QVERIFY2(!f.log.text().contains('!'), f.log.text()); // cancelling is no error of the chip
     }
 }
 
@@ -163,7 +163,7 @@ void TestDeviceReader::lyingDevicesEndUnidentified_data()
     QTest::addColumn<Answer>("lie");
     QTest::addColumn<int>("mostTransfers");
     QTest::addColumn<int>("honestAnswers");
-    constexpr int mostReads = 2 * 256; // by the search for the product, and by that for the version
+    constexpr int mostReads = 2 * 256; // 256 to find the product, 256 to find the version
     const Memory honest = ScriptedChip().memory;
     const auto answers = [&](const char* name, const Answer& lie, int most, int honestAnswers) {
         QTest::newRow(name) << honest << lie << most << honestAnswers;

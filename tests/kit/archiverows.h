@@ -9,19 +9,19 @@
 #include "rawzip.h"
 #include "smallimage.h"
 
-using Archive = std::function<QByteArray()>; // built when its row is run
+using Archive = std::function<QByteArray()>; // builds the archive when its row runs
 Q_DECLARE_METATYPE(Archive)
 
-/// Rows for a test with the columns "archive" and "outcome": damaged, hostile and unusual archives.
+/// Adds rows with damaged, hostile and unusual archives to a test with the columns "archive" and "outcome".
 namespace ArchiveRows {
 
 using RawZip::Deflated;
 using RawZip::Stored;
 
-constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked
+constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked bytes of one entry
 constexpr int notesLimit = 1024 * 1024;
-constexpr int restLimit = 1024 * 1024;        ///< unpacked, of all further entries after one of that size
-constexpr int packedLimit = 16 * 1024 * 1024; ///< of all entries
+constexpr int restLimit = 1024 * 1024;        ///< unpacked bytes left after an entry of entryLimit bytes
+constexpr int packedLimit = 16 * 1024 * 1024; ///< packed bytes of all entries together
 constexpr int directoryLimit = 1024 * 1024;
 
 inline RawEntry changed(RawEntry entry, const std::function<void(RawEntry&)>& change)
@@ -55,7 +55,7 @@ inline RawEntry headsetEntry()
     return RawZip::entry("h.ef", imageText(6), Deflated);
 }
 
-/// Changes an entry to one that is packed with bzip2, as @p packed.
+/// @return a change that gives an entry the method bzip2 and the packed bytes @p packed.
 inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
 {
     return [=](RawEntry& e) {
@@ -65,14 +65,15 @@ inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
     };
 }
 
-/// "New.", packed with bzip2.
+/// @return the text "New.", packed with bzip2.
 inline QByteArray bzip2OfNew()
 {
     return QByteArray::fromHex("425A683931415926535979BF4855000000958000010001"
                                "020000802000219A68334D133C5DC914E14241E6FD2154");
 }
 
-/// Adds a transmitter's image that must not load once @p change was made to it, and a headset's that must.
+/// Adds a row for an archive with an intact headset's image and two copies of a transmitter's image, one
+/// deflated and one stored, that @p change damages. Only the headset's image must load.
 inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
 {
     addRow(name, headsetOnly(), [=] {
@@ -143,7 +144,7 @@ inline void addReleaseNotes()
     addNotes("notes in UTF-16, little end first", notes(QByteArray("\xFF\xFE\xE9\0", 4)), accented);
     addNotes("notes in UTF-16, big end first", notes(QByteArray("\xFE\xFF\0\xE9", 4)), accented);
     addNotes("notes of half a character", notes(QByteArray("\xFF\xFE\xE9", 3)));
-    for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // around the chunks in which entries are read
+    for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // around one and two chunks of 4064 bytes
         const QByteArray text = "start" + QByteArray(bytes - 8, 'n') + "end";
         addNotes(QByteArray("notes of " + QByteArray::number(bytes) + " bytes").constData(), notes(text),
                  QString::fromLatin1(text));
@@ -152,7 +153,7 @@ inline void addReleaseNotes()
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
 
-/// A transmitter's image whose packed bytes are @p packedBytes, most of them blocks that unpack to nothing.
+/// @return a transmitter's image that takes @p packedBytes packed, mostly in blocks that unpack to nothing.
 inline RawEntry behindEmptyBlocks(int packedBytes)
 {
     const QByteArray block("\0\0\0\xFF\xFF", 5);
@@ -200,7 +201,8 @@ inline void addLargeImages()
     addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
 
-/// Useless entries, whose names end with @p suffix, and a headset's image. The directory takes @p bytes.
+/// @return an archive with a headset's image after useless entries, whose names end with @p suffix. There are
+/// so many of them that the archive's directory has @p bytes bytes.
 inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
 {
     constexpr int headerBytes = 46;
@@ -219,7 +221,7 @@ inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
     return RawZip::archive(all);
 }
 
-/// Entries with as many extra fields as they have room for. Walking those takes long.
+/// @return an archive whose entries have as many extra fields as fit. Walking through the fields takes long.
 inline QByteArray manyExtraFields()
 {
     std::vector<RawEntry> all(253, changed(RawZip::entry("e", ""), [](RawEntry& e) {
@@ -231,7 +233,8 @@ inline QByteArray manyExtraFields()
     return RawZip::archive(all);
 }
 
-/// An archive of two images, one of whose records in the directory is destroyed.
+/// @return a function that builds an archive of two images and destroys entry @p number's (0 or 1) record in
+/// the directory.
 inline Archive withoutRecord(int number)
 {
     return [=] {

@@ -11,7 +11,7 @@
 #include "devicelistener.h"
 #include "firmwareupdater.h"
 
-/// The record that a detector would have made of the interface with that path.
+/// @return the record that a detector would make of the interface with the path @p path.
 inline DeviceInstance recordOf(const std::wstring& path)
 {
     DeviceInstance record;
@@ -26,7 +26,8 @@ inline DeviceInstance recordOf(const std::wstring& path)
     return record;
 }
 
-/// An attempt, and a journal of its signals; progress only as "...".
+/// An attempt to update one device, and a journal of its signals. The journal mentions a progress value only
+/// if it comes out of order.
 class Attempt
 {
 public:
@@ -51,7 +52,7 @@ public:
     /// The timer that ends the wait for programming mode.
     QTimer& timer() const { return *updater->findChild<QTimer*>(); }
 
-    /// Counts the arrivals that the updater's detector has reported, from flashDevice() on.
+    /// From now on, counts the arrivals that the updater's detector reports.
     void watchArrivals()
     {
         const auto* const listener = updater->findChild<DeviceListener*>();

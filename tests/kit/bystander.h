@@ -10,8 +10,8 @@
 
 #include "devicetree.h"
 
-/// Another program that watches a device. It gets the tree's events on the thread that makes them, after the
-/// observers that registered before it.
+/// Another program that watches a device. The device tree passes each event to it on the thread that causes
+/// the event, after the observers that registered earlier.
 class Bystander final : public DeviceTreeObserver
 {
 public:
@@ -22,22 +22,22 @@ public:
             onRemoved();
         if (event == DBT_DEVICEQUERYREMOVE && onQuery)
             onQuery();
-        return std::promise<void>().get_future(); // a broken promise is ready at once
+        return std::promise<void>().get_future(); // ready at once, since the promise is gone
     }
 
     std::function<void()> onRemoved;
     std::function<void()> onQuery;
 };
 
-/// An event that gets the value of a handle that was closed just before. It shows whether somebody has closed
-/// it by that value.
+/// An event for whose handle the system reuses the value of a handle that was just closed. It shows whether
+/// somebody closes that value again and thus closes the event.
 class Stranger
 {
 public:
     ~Stranger() { close(); }
 
     void open() { event = CreateEventW(nullptr, FALSE, FALSE, nullptr); }
-    /// @return whether it was open.
+    /// @return whether the event was still open.
     bool close() { return event && CloseHandle(std::exchange(event, nullptr)); }
 
 private:

@@ -6,8 +6,9 @@
 #include "logcapture.h"
 #include "simulatedmachine.h"
 
-/// A bare computer under virtual time, the current machine while it lives, and what is logged meanwhile. Who
-/// uses it has to be gone before; threads of the global pool may still end.
+/// A bare simulated computer under virtual time. While it exists, the Windows functions act on it, and log
+/// messages are captured. Destroy all objects that use it first. Only tasks of the global thread pool may
+/// still run: the destructor waits for them.
 class Computer
 {
 public:
@@ -19,7 +20,7 @@ public:
     ~Computer() { letThreadsEnd(); }
 
     Gate gate;
-    VirtualClock clock; ///< a test that sets its onSleep has no gate
+    VirtualClock clock; ///< a test that replaces onSleep must pass sleeps to the gate itself
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();
     const LogCapture log;

@@ -16,10 +16,10 @@
 #include "utilities.h"
 #include "windowstate.h"
 
-/// The sleep between two queries of a thread that reads a device.
+/// How long a thread that reads a device sleeps between a request and its answer.
 constexpr std::uint32_t memoryReadMs = 100;
 
-/// The updater on a computer with nothing plugged in yet.
+/// The updater's window on a computer with nothing plugged in yet.
 struct Desk : PairedComputer
 {
     explicit Desk(const QByteArray& steps = QByteArray())
@@ -31,10 +31,15 @@ struct Desk : PairedComputer
 
     ~Desk() { gate.open(); } // the window waits for the threads that the gate holds
 
-    /// A1, A2, At, Ah: loads an archive for the first or second generation, with one image only; Ax: a
-    /// damaged one. +T, -T, +H, -H: plugs a device in or out, and U, a transmitter that cannot be identified.
-    /// PT, PH: takes a device into programming mode, as an update that is cut short does. O: override. Tab:
-    /// that key.
+    /// Carries out one step of a test:
+    ///     A1, A2          loads an archive with images for a transmitter of generation 1 or 2 and a headset
+    ///     At, Ah          loads an archive with an image for a transmitter only, or for a headset only
+    ///     Ax              tries to load a folder as an archive
+    ///     +T, -T, +H, -H  plugs the transmitter or the headset in, or unplugs it
+    ///     +U, -U          plugs in or unplugs a transmitter that cannot be identified
+    ///     PT, PH          switches a device to programming mode, as an interrupted update does
+    ///     O               chooses Override from the system menu
+    ///     Tab             presses the Tab key
     void take(const QByteArray& step)
     {
         if (step.startsWith('A')) {
@@ -53,8 +58,8 @@ struct Desk : PairedComputer
         }
     }
 
-    /// Writes an archive with an image for a transmitter of @p generation, 0 for none, and maybe one for a
-    /// headset. @return its path.
+    /// Writes an archive with release notes, an image for a transmitter of @p generation (none if that is 0),
+    /// and, if @p hasHeadset, an image for a headset. @return the archive's path; empty if writing fails.
     QString archive(int generation, bool hasHeadset)
     {
         std::vector<ArchiveEntry> entries{{"ReleaseNotes.txt"_s, "<b>New</b>\nand better"}};
@@ -79,7 +84,7 @@ struct Desk : PairedComputer
         const char* const failure =
             "Error while loading firmware|Firmware cannot be loaded. File may be corrupted or "
             "not supported.\nTry to download it once again.||";
-        QString nameInBox; // empty, because the page is refreshed before
+        QString nameInBox; // empty, because the page is refreshed before the box opens
         User user({[&](QWidget& modal) {
             nameInBox = find(*mainPage, "firmwareFileName")->text();
             return User::press("OK"_s)(modal);
@@ -113,7 +118,8 @@ struct Desk : PairedComputer
         in ? device.plugIn() : device.unplug();
     }
 
-    /// Chooses from the system menu, opened and used by keyboard or by mouse. @return the menu's items.
+    /// Opens the system menu and chooses @p item, both by mouse or both by keyboard.
+    /// @return the texts of the menu's items, "-" for a separator.
     QString choose(const QString& item, bool byMouse)
     {
         if (byMouse)
@@ -138,7 +144,8 @@ struct Desk : PairedComputer
         return items.join(QLatin1Char(' '));
     }
 
-    /// Presses Update as soon as possible, then does the acts. @return whether all were done.
+    /// Presses Update as soon as the button is enabled, and lets a user carry out @p acts on the windows that
+    /// open. @return whether all acts were carried out.
     bool update(const std::vector<User::Act>& acts)
     {
         auto* const button = find<QPushButton>(*mainPage, "updateButton");
@@ -150,8 +157,9 @@ struct Desk : PairedComputer
         return user.isDone();
     }
 
-    /// "page|connected|error|transmitter now>then|headset now>then|button@focus", and all oddities. The page
-    /// is "start" and its picture's generation, or "main".
+    /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is "main"
+    /// or "start" with the generation that its picture shows. For each device the versions are given as
+    /// "installed>in the archive". The button is "Update", or "-" if it is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
@@ -171,7 +179,8 @@ struct Desk : PairedComputer
     }
 
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
-    /// Of the info screen: "title|text|picture, buttons@focus", and all oddities.
+    /// @return the info screen's "title|text|picture Back Close@focus", without hidden buttons, then all
+    /// oddities.
     QString screenState() const
     {
         const QString parts = WindowState::pictureOf(*find(*screen(), "image")) +
@@ -184,12 +193,12 @@ struct Desk : PairedComputer
     }
 
     const QTemporaryDir folder;
-    QStringList questions; ///< of the last update
+    QStringList questions; ///< texts of the message boxes of the last update
     MainWindow window;
     QWidget* const mainPage = findMainPage();
 
 private:
-    /// The page is the window's child only while it is shown.
+    /// Searches all widgets, because the page is the window's child only while it is shown.
     static QWidget* findMainPage()
     {
         const QWidgetList all = QApplication::allWidgets();

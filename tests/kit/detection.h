@@ -11,8 +11,9 @@
 #include "hidnode.h"
 #include "scriptedchip.h"
 
-/// A computer with a device controller, which has not been started, and a journal of its signals: "+1", "-1"
-/// for a type that came and went, "?1" for one that went and is still there.
+/// A computer with a device controller that has not started detection, and a journal of the controller's
+/// signals: "+1" for an arrival of device type 1, "-1" for its removal, "?1" for a removal after which the
+/// controller still reports the type as connected.
 class Detection : public Computer
 {
 public:
@@ -26,7 +27,7 @@ public:
         QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
             reports << (controller.isConnected(type) ? "?" : "-") + QByteArray::number(type);
         });
-        // On the detector's threads, before the controller hears of it.
+        // Counts an arrival on the detector's thread, before the controller learns of it.
         const auto* const listener = controller.findChild<DeviceListener*>();
         QObject::connect(
             listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },
@@ -43,8 +44,8 @@ public:
 
     QByteArray text() const { return reports.join(' '); }
 
-    const std::wstring serial = L"7&1a2b3c&0&0001"; ///< of what is plugged in
-    QSemaphore arrivals;                            ///< reported by the detector
+    const std::wstring serial = L"7&1a2b3c&0&0001"; ///< in the path of every device that is plugged in
+    QSemaphore arrivals;                            ///< released at each arrival that the detector reports
     DeviceController controller{nullptr};
     QByteArrayList reports;
 };

@@ -45,7 +45,8 @@ public:
         add(QStringLiteral("complete %1").arg(count));
     }
 
-    /// Waits until @p count reports were made in all.
+    /// Waits until @p count reports have been made since the recorder was created, for patienceMs at most.
+    /// @return all reports.
     QStringList waitFor(int count)
     {
         std::unique_lock<std::mutex> lock(mutex);
@@ -54,10 +55,10 @@ public:
         return reports;
     }
 
-    std::function<void(const QString& report)> onReport; ///< on the detector's threads
+    std::function<void(const QString& report)> onReport; ///< called on the detector's threads
     DeviceInstance* last = nullptr;
     HANDLE reopened = nullptr;
-    std::atomic<int> overlaps{0}; ///< of reports that are made under the detector's lock
+    std::atomic<int> overlaps{0}; ///< overlaps between reports that the detector makes under its lock
 
 private:
     void addAlone(const QString& report)
@@ -85,7 +86,7 @@ private:
     QStringList reports;
 };
 
-/// A computer with a detector, which has not been started, and what it reports.
+/// A computer with a detector, which has not been started, and a recorder of the detector's reports.
 class DetectorFixture : public Computer
 {
 public:
@@ -95,7 +96,8 @@ public:
         return detector->start(&recorder, ids.data(), static_cast<unsigned int>(ids.size()));
     }
 
-    /// Plugs devices in and starts the detection of them. @return the record of the last.
+    /// Plugs devices in, starts detection, and waits until all of them are reported.
+    /// @return the record of the last one; null if detection fails.
     DeviceInstance* detected(const std::vector<HidIdentity>& identities)
     {
         for (const HidIdentity& identity : identities)

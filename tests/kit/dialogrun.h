@@ -23,7 +23,8 @@ inline bool canSessionEnd()
     return answer != FALSE;
 }
 
-/// A dialog with devices that are plugged in, and a window as its parent.
+/// A computer with both devices plugged in, and a flashing dialog with its parent window. The dialog updates
+/// the devices whose letters, "T" and "H", are given.
 struct Run : PairedComputer
 {
     explicit Run(const QByteArray& letters)
@@ -47,7 +48,7 @@ struct Run : PairedComputer
         return result;
     }
 
-    /// Asks the dialog to go, by Escape or by the X of its window.
+    /// Asks the dialog to close, by the X of its window or by Escape.
     void ask(bool byX)
     {
         if (byX)
@@ -56,7 +57,8 @@ struct Run : PairedComputer
             QTest::keyClick(dialog.get(), Qt::Key_Escape);
     }
 
-    /// Starts devices that do not come back.
+    /// Starts the update of devices that do not come back after their restart, and waits until the dialog has
+    /// @p deviceCount updaters.
     void startInVain(int deviceCount)
     {
         for (const DeviceType type : bothTypes)
@@ -94,8 +96,8 @@ struct Run : PairedComputer
                session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
     }
 
-    /// @return how many updaters ended with the service running, the endpoints restored and the computer
-    /// still as awake as before.
+    /// @return how many updaters were destroyed while the audio service ran, the endpoints were restored, and
+    /// isAwake() was the same as before the call.
     int destroyDialog()
     {
         const bool wasAwake = isAwake();

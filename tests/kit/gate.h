@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <mutex>
 
-/// Holds a thread in its sleep.
+/// Holds one thread in a sleep of a given length until a test opens the gate.
 class Gate
 {
 public:

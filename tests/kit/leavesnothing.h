@@ -2,7 +2,7 @@
 
 #include <QtTest>
 
-/// A test whose functions leave no handle open that was not open before, and no COM object at all.
+/// A base for tests: a test function fails if it changes the number of open handles or leaves a COM object.
 class LeavesNothing : public QObject
 {
     Q_OBJECT

@@ -3,7 +3,8 @@
 #include <QByteArrayList>
 #include <QString>
 
-/// Keeps the messages of this thread, with "!" before critical ones and "?" before warnings.
+/// Keeps each thread's log messages, with "!" before critical ones and "?" before warnings. text() returns
+/// those of the calling thread.
 class LogCapture
 {
 public:

@@ -12,7 +12,7 @@
 
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 
-/// A computer with an audio service, audio endpoints, and a transmitter and a headset at hand.
+/// A computer with an audio service and audio endpoints, and a transmitter and a headset, not plugged in yet.
 class PairedComputer : public Computer
 {
 public:
@@ -32,11 +32,11 @@ public:
 
     DWORD audioServiceState() { return machine.serviceManager().state(L"audiosrv"); }
 
-    /// To be written into the devices.
+    /// The images that an update must write into the devices.
     const QMap<DeviceType, QByteArray> images{
         {DeviceType::Transmitter, toByteArray(ImageBuilder::build(ImageBuilder::transmitter()))},
         {DeviceType::Headset, toByteArray(ImageBuilder::build(ImageBuilder::headset()))}};
-    std::function<void(const std::string&)> onReport; ///< of the devices, on any thread
+    std::function<void(const std::string&)> onReport; ///< gets the devices' reports, on any thread
     SimulatedPair pair;
 
 private:

@@ -22,7 +22,7 @@ struct RawEntry
     bool sharesBytes = false; ///< uses the local header and the data of the entry before it
 };
 
-/// Writes archives, also such as no tool would write.
+/// Writes ZIP archives, also invalid ones that no ordinary tool would write.
 namespace RawZip {
 
 enum Method : std::uint16_t { Stored = 0, Deflated = 8, Bzip2 = 12 };
@@ -51,7 +51,8 @@ inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method
     return made;
 }
 
-/// The same entry in the form of archives beyond 4 GiB: an extra field has the sizes.
+/// @return @p entry with its packed size and the unpacked size @p bytes in an extra field, as in archives
+/// beyond 4 GiB.
 inline RawEntry inZip64(RawEntry entry, quint64 bytes)
 {
     QDataStream extra(&entry.extra, QIODevice::WriteOnly);
@@ -71,8 +72,8 @@ inline void writeCommon(QDataStream& stream, const RawEntry& entry)
            << static_cast<std::uint16_t>(entry.extra.size());
 }
 
-/// @param declaredEntries  number of entries in the end record; -1 means the right one. From 65535 on there
-///                         is a ZIP64 end record as well.
+/// @param declaredEntries  number of entries that the end record declares; -1 means the true number. From
+///                         65535 on the archive has a ZIP64 end record as well.
 inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 declaredEntries = -1)
 {
     constexpr std::uint32_t localSignature = 0x04034B50;

@@ -6,8 +6,8 @@
 
 #include "scriptedhid.h"
 
-/// Answers a chip's queries, from a memory that is computed, and keeps a journal of frames, answers ("A") and
-/// delays ("s100").
+/// Answers queries like a chip whose memory is the function `memory` of the address. Its journal lists the
+/// frames that it gets, in hexadecimal, and its answers ("A"). A test may add the delays ("s100").
 class ScriptedChip : public ScriptedHid
 {
 public:
@@ -24,7 +24,7 @@ public:
         };
     }
 
-    /// An image whose table, from 5 on, consists of @p entry over and over again.
+    /// @return the memory with an image whose table, from address 5 on, repeats @p entry without end.
     static Memory tableOf(const QByteArray& entry)
     {
         return [entry](unsigned address) {

@@ -7,7 +7,7 @@
 
 #include "computer.h"
 
-/// A HID function that a test scripts.
+/// A HID function whose results the test chooses. It records its transfers.
 class ScriptedHid : public HidFunction
 {
 public:
@@ -17,14 +17,14 @@ public:
     DWORD setError = ERROR_SUCCESS;
     DWORD getError = ERROR_SUCCESS;
     std::function<void(const QByteArray& report)> onSet;
-    std::function<QByteArray(const QByteArray& entry)> answer; ///< to a get, given the buffer on entry
-    std::function<void()> onTransfer;                          ///< before each
+    std::function<QByteArray(const QByteArray& entry)> answer; ///< returns the report; gets the buffer on entry
+    std::function<void()> onTransfer;                          ///< called before each transfer
 
     // What it recorded.
 
-    QByteArray sent; ///< last
+    QByteArray sent; ///< the last report set
     int transfers = 0;
-    mutable int queries = 0; ///< for its capabilities
+    mutable int queries = 0; ///< number of calls of capabilities()
 
     // What it serves.
 
@@ -44,7 +44,7 @@ public:
         begin();
         const QByteArray entry(reinterpret_cast<const char*>(report), static_cast<int>(size));
         const QByteArray bytes = answer ? answer(entry) : entry;
-        received = static_cast<std::size_t>(bytes.size()); // even if that is more than there is room for
+        received = static_cast<std::size_t>(bytes.size()); // even if the buffer is smaller
         std::copy_n(bytes.cbegin(), std::min<std::size_t>(size, received), report);
         return getError;
     }

@@ -5,7 +5,8 @@
 #include "utilities.h"
 #include "waiting.h"
 
-/// The command channel of a simulated device, opened through the layer. It is lost when the device goes.
+/// The command channel of a simulated device, opened through the layer. Once the device is unplugged or
+/// restarts, every transfer fails.
 class Channel
 {
 public:
@@ -16,7 +17,7 @@ public:
 
     bool isOpen() const { return hid != nullptr; }
 
-    /// Sends the report that begins with the given bytes. The rest is 0.
+    /// Sends the report that starts with @p bytes. The rest of it is 0.
     bool send(const QByteArray& bytes)
     {
         std::vector<unsigned char> report(bytes.begin(), bytes.end());
@@ -24,7 +25,7 @@ public:
     }
     bool send(const char* hex) { return send(QByteArray::fromHex(hex)); }
 
-    /// Writes bytes, in hexadecimal notation, at a chip address.
+    /// Writes the bytes @p hex, in hexadecimal notation, to the chip's @p address.
     bool write(unsigned address, const QByteArray& hex)
     {
         QByteArray frame = QByteArray::fromHex("FF0000FF0400000000" + word(address) + hex);
@@ -33,13 +34,14 @@ public:
         return send(frame);
     }
 
-    /// Asks for bytes at a chip address; answer() then collects them.
+    /// Requests @p count bytes at the chip's @p address. answer() then fetches them.
     bool ask(unsigned address, int count)
     {
         return send(QByteArray::fromHex("FF0A00FD0400000581" + word(address)) + static_cast<char>(count));
     }
 
-    /// The bytes asked for and what follows them; "no data" or "failed".
+    /// @return the requested bytes and the rest of the report; "no data" if the chip has none; "failed" if
+    /// the transfer fails.
     QByteArray answer()
     {
         std::vector<unsigned char> report(64);
@@ -50,7 +52,7 @@ public:
     }
 
 private:
-    /// A number's two bytes, the low one first.
+    /// @return the two bytes of @p value, the low one first, in hexadecimal notation.
     static QByteArray word(unsigned value)
     {
         const char bytes[] = {static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)};

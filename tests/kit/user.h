@@ -15,13 +15,13 @@
 #include "waiting.h"
 #include "windowstate.h"
 
-/// Lets the computer's clock run on until a new screen takes keys.
+/// Waits on the computer's clock for as long as a new screen ignores keys.
 inline void letScreenSettle()
 {
     Sleep(500);
 }
 
-/// Acts for the user on the modal windows that open, one after the other, from the event loop.
+/// Plays the user: carries out one act after the other, from the event loop, on the modal windows that open.
 class User : public QObject
 {
 public:

@@ -10,18 +10,18 @@ constexpr bool isSanitized = true;
 constexpr bool isSanitized = false;
 #endif
 
-/// How long a test waits for what should have come in a moment, on a busy machine too.
+/// How long a test waits, even on a busy machine, for something that normally happens in a moment.
 constexpr int patienceMs = isSanitized ? 20000 : 10000;
 
-/// Waits until @p condition holds, while events are handled; the test function fails where it never does.
+/// Handles events until @p condition holds. Fails the test function after patienceMs.
 #define TRY_VERIFY(condition)                                                                                \
     do {                                                                                                     \
         const bool holdsInTime = QTest::qWaitFor([&] { return bool(condition); }, patienceMs);               \
         QVERIFY2(holdsInTime, "waited in vain for: " #condition);                                            \
     } while (false)
 
-/// Waits until @p actual is @p expected, while events are handled; the test function fails, with both values,
-/// where it never is.
+/// Handles events until @p actual equals @p expected. After patienceMs it fails the test function and prints
+/// both values.
 #define TRY_COMPARE(actual, expected)                                                                        \
     do {                                                                                                     \
         static_cast<void>(QTest::qWaitFor([&] { return (actual) == (expected); }, patienceMs));              \

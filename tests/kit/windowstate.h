@@ -14,8 +14,8 @@
 
 #include "literals.h"
 
-/// What a user and a screen reader get of a window, as text. Features that are the same on every screen are
-/// left out; `oddities` reports those that are not.
+/// Describes in text what a window shows to a user and offers to a screen reader. Features that must be right
+/// on every screen are left out. oddities() reports the ones that are wrong.
 namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
@@ -24,7 +24,8 @@ inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
     return accessible ? accessible->text(kind) : QString();
 }
 
-/// "*" for italics, "~" for amber, "!" for crimson, "?" for the tool tip that explains amber, then the text.
+/// @return the text of @p label after marks for its style: "~" amber, "!" crimson, "?" the tool tip that
+/// explains amber, "*" italics.
 inline QString shown(const QLabel& label)
 {
     const QMap<QString, QString> colours{
@@ -53,7 +54,7 @@ inline QString pictureOf(const QLabel& label)
     return "unknown picture"_s;
 }
 
-/// The colour behind the text of @p label.
+/// @return the background of @p label: the most frequent colour in the area of its text.
 inline QColor backgroundOf(const QLabel& label)
 {
     const QImage picture = const_cast<QLabel&>(label).grab().toImage();
@@ -96,16 +97,16 @@ inline QStringList odditiesOf(const QLabel& label)
     return odd;
 }
 
-/// Lays out what has changed in a window.
+/// Handles all layout requests that are posted, so that every widget has its final geometry.
 inline void layOut()
 {
-    constexpr int layoutsDeep = 4; // each posts a request to the one around it
+    constexpr int layoutsDeep = 4; // each posts a request to the layout that contains it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
 
-/// Reports widgets inside @p widget whose geometry, background, accessible name or description is wrong for
-/// any screen.
+/// Reports widgets inside @p widget whose geometry, background, accessible name or description would be wrong
+/// on any screen.
 inline QString oddities(const QWidget& widget)
 {
     layOut();
@@ -134,7 +135,8 @@ inline QString oddities(const QWidget& widget)
     return odd.join(QString());
 }
 
-/// "@" and the name of the widget with the focus, and "=" and the text of another button that is the default.
+/// @return "@" and the name of the widget with the focus. If another widget is the default button, "=" and
+/// that button's text follow.
 inline QString focusOf(const QWidget& window)
 {
     const QWidget* const focus = window.focusWidget();
