@@ -21,7 +21,7 @@ constexpr int maxSample = 1000000;
 struct Switch
 {
     const char* name;
-    const char* value; ///< its name in the help; empty if the switch takes none
+    const char* value; ///< name of its value in the help; empty if the switch takes no value
     const char* byDefault;
     const char* description;
 };
@@ -72,7 +72,8 @@ int number(const QCommandLineParser& parser, const QString& name, int min, int m
     return value;
 }
 
-/// @return whether the value is the first of the two.
+/// Rejects a value of the option @p name that is neither @p first nor @p second.
+/// @return whether it is @p first.
 bool choice(const QCommandLineParser& parser, const QString& name, const QString& first,
             const QString& second)
 {
@@ -81,7 +82,7 @@ bool choice(const QCommandLineParser& parser, const QString& name, const QString
     return parser.value(name) == first;
 }
 
-/// Reads "NAME[@K]", K a transfer's number.
+/// Reads the fault from "NAME[@K]"; K is the number of a transfer.
 void readFault(const QString& text, BenchOptions& options)
 {
     const QStringList parts = text.split(QLatin1Char('@'));

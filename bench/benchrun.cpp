@@ -19,7 +19,7 @@ namespace {
 
 constexpr int unexpected = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
-constexpr int reenumerationTimeoutMs = 30000; // the updater's
+constexpr int reenumerationTimeoutMs = 30000; // how long the updater waits for a device
 
 } // namespace
 
@@ -155,7 +155,7 @@ void BenchRun::takeTour()
     }
     makeDriver();
     driver->takeTour(screenTour(*driver, *pair, archivePath, otherArchive));
-    // Queued, as the slot replaces the driver.
+    // Queued, because the slot deletes the driver that emits the signal.
     connect(driver.get(), &UserDriver::tourEnded, this, &BenchRun::updateAgain, Qt::QueuedConnection);
     driver->start(lookIntervalMs);
 }
@@ -165,7 +165,7 @@ void BenchRun::seeScreen(const QString& name, QWidget* screen)
     if (!options.takesTour || seenScreens.contains(name))
         return;
     seenScreens.insert(name);
-    constexpr int layoutsDeep = 3; // each layout asks the one around it to follow
+    constexpr int layoutsDeep = 3; // each layout posts a request to the layout around it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     Q_EMIT screenSeen(name, screen);
@@ -236,7 +236,7 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
         return;
     }
     log.add(QStringLiteral("user: start the updater again"));
-    // Not from within the driver's own signal.
+    // Queued, because updateAgain() deletes the driver, which is emitting a signal now.
     QMetaObject::invokeMethod(this, &BenchRun::updateAgain, Qt::QueuedConnection);
 }
 
@@ -246,8 +246,8 @@ void BenchRun::updateAgain()
     driveUpdater();
 }
 
-/// An updater waits 30 s for its device. If time runs fast this ends the wait as soon as the device rests
-/// outside programming mode, because it will not enter it any more.
+/// An updater waits 30 s for its device to enter programming mode. If time runs fast, this function ends the
+/// wait as soon as the device has settled outside programming mode: it does not enter that mode any more.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -275,13 +275,13 @@ void BenchRun::noteSleep(std::uint32_t ms)
         underWay.wait();
 }
 
-/// If time runs fast the delays are too short for the updater to notice that a device is gone. This function
-/// waits until the GUI thread has handled the report of the removal, which is in its event queue already.
+/// Waits until the GUI thread has handled the report of a removal, which is in its event queue already. If
+/// time runs fast, the updater's delays are too short for that.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())
         return;
-    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may be waiting for this one
+    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may be waiting for the calling thread
     const auto handled = std::make_shared<std::promise<void>>();
     QMetaObject::invokeMethod(
         this, [handled] { handled->set_value(); }, Qt::QueuedConnection);

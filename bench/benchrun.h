@@ -17,8 +17,8 @@
 class KernelComputer;
 class MainWindow;
 
-/// Runs the updater on the simulated computer. When it drives itself it updates both devices. After an update
-/// with a fault it checks the outcome, plugs the device in again and updates once more. GUI thread.
+/// Runs the updater on the simulated computer. drive() updates both devices as a user would and checks the
+/// outcome. After a fault it also plugs the device in again and updates once more. GUI thread.
 class BenchRun : public QObject
 {
     Q_OBJECT
@@ -27,23 +27,23 @@ public:
     BenchRun(const BenchOptions& benchOptions, EventLog& eventLog);
     ~BenchRun() override;
 
-    /// Makes the archive, unless one was given, the computer and the updater's window.
+    /// Makes the devices, the updater's window and, unless the options name one, the archive.
     /// @return false, with the reason logged, if the archive or the bus is not usable.
     [[nodiscard]] bool prepare();
 
-    /// Starts to drive; finished() reports the end.
+    /// Starts to use the updater as a user would; finished() reports the end.
     void drive();
 
     SimulatedDevice& device(DeviceType type) { return pair->device(type); }
-    /// Lets time run @p speed times as fast as real time; without effect on virtual time. Any thread.
+    /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
     /// The outcome of the update with the fault.
     struct FaultOutcome
     {
-        QString phase; ///< in which the fault struck; empty if it met no transfer
+        QString phase; ///< phase in which the fault struck; empty if it did not strike
         int errorCode = 0;
-        QString exception; ///< as Judge::exception()
+        QString exception; ///< see Judge::exception()
     };
     const FaultOutcome& faultOutcome() const { return outcomeOfFault; }
 
@@ -51,7 +51,7 @@ public:
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
 Q_SIGNALS:
-    /// On the tour of the screens: each screen once, laid out.
+    /// Emitted once for each screen on the tour, after the screen's layout is done.
     void screenSeen(const QString& name, QWidget* screen);
     /// @param exitCode  0 if everything ended as expected, otherwise 1.
     void finished(int exitCode);
@@ -75,24 +75,24 @@ private:
     const BenchOptions options;
     const bool isHurried; ///< time runs faster than real time
     const int lookIntervalMs;
-    std::optional<Fault> fault; ///< of the next update; the repair has none
+    std::optional<Fault> fault; ///< fault of the next update; the repair has none
     FaultOutcome outcomeOfFault;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread
     QTemporaryDir folder;
     QString archivePath;
-    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< of the first archive; empty if it has none
+    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< from the first archive; may be empty
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;
-    std::unique_ptr<KernelComputer> kernelComputer; ///< null: the computer is the simulated one
+    std::unique_ptr<KernelComputer> kernelComputer; ///< null if the computer is simulated
     ScopedMachine scope;
     std::mutex removalMutex;
-    std::shared_future<void> removal; ///< the last orderly one, guarded by `removalMutex`
-    std::unique_ptr<Judge> judge;     ///< outlives the pair, whose threads sleep
+    std::shared_future<void> removal; ///< the last orderly removal; guarded by `removalMutex`
+    std::unique_ptr<Judge> judge;     ///< outlives the pair, whose threads report their sleeps to it
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
     QSet<QString> seenScreens;
-    QTimer vainWaits; ///< polls for them
+    QTimer vainWaits; ///< polls for waits that must be ended
 };

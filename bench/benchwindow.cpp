@@ -70,10 +70,11 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     placeWindows();
 }
 
-/// Side by side, centred. The position that the window manager gives the updater is not known yet.
+/// Places the updater and this window side by side in the centre of the screen. Moves the updater too,
+/// because the position that the window manager gives it is not known yet.
 void BenchWindow::placeWindows()
 {
-    constexpr int gap = 16; // more than the frames
+    constexpr int gap = 16; // wider than the frames of the windows
     constexpr int titleBar = 40;
     constexpr QSize usualSize(860, 640);
     QWidget& updater = run.updater();
@@ -92,12 +93,12 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     const bool isTransmitter = type == DeviceType::Transmitter;
     auto* const box = new QGroupBox(isTransmitter ? tr("Transmitter") : tr("Headset"));
     auto* const rows = new QFormLayout(box);
-    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // some styles give fields no width
+    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // some styles do not widen fields
     addState(*rows, tr("State:"), [&device] { return modeOf(device); });
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });
     addFault(*rows, device);
-    // The device's name gives each box a mnemonic of its own.
+    // The text contains the device's name so that the two boxes have different mnemonics.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
     connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
@@ -242,7 +243,8 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// The program waits for an update that is under way.
+/// Ends the program after one of the two windows was closed. An update in progress runs to its end first, so
+/// time runs at the highest speed.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

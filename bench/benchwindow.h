@@ -13,15 +13,15 @@ class QFormLayout;
 class SimulatedDevice;
 struct BenchOptions;
 
-/// The bench's own small window, beside the updater's: shows the simulated devices and plugs, unplugs and
-/// breaks them, changes the speed of time, makes archives, and shows the log. It is usable while the updater
-/// waits for an answer. Closing it, or the updater's window, ends the program. GUI thread.
+/// A small window beside the updater's. It shows the simulated devices, plugs them in, unplugs them and arms
+/// faults in them. It also changes the speed of time, makes archives and shows the log. It is usable while
+/// the updater waits for an answer. Closing it or the updater's window ends the program. GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// @param options  those of the run.
+    /// @param options  the options of @p benchRun.
     BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOptions& options);
 
 private:

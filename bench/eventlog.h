@@ -26,7 +26,7 @@ public:
 
     void add(const QString& text);
 
-    QStringList lines() const; ///< so far
+    QStringList lines() const; ///< all lines so far
 
 Q_SIGNALS:
     void added(const QString& line);

@@ -11,7 +11,8 @@ constexpr int anyNumber = std::numeric_limits<int>::max();
 constexpr char failedTransfer[] = "a transfer failed, the device stayed";
 constexpr char lostAtLastCommit[] = "the device was lost, noticed after the last commit";
 
-// Chip identifier and revision, a request and its answer each. The updater makes all four, even if one fails.
+// A request and an answer for the chip identifier, and the same for the revision. The updater makes all four
+// transfers even if one fails.
 constexpr int identificationTransfers = 4;
 
 constexpr Expectation failsWith(int code, int lostTransfers = 0)
@@ -38,7 +39,7 @@ Expectation whenTransferFails(const Transfers& at)
 {
     switch (at.phase) {
     case Phase::Leave:
-        return failsWith(FlashingError::DeviceLost); // it never enters programming mode
+        return failsWith(FlashingError::DeviceLost); // the device never enters programming mode
     case Phase::Identify:
         return failsWith(FlashingError::UnknownChip, 1);
     case Phase::FinalWait:
@@ -61,13 +62,13 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
         break;
     }
     if (isAtLastCommit(at, commits))
-        return succeeds(2, lostAtLastCommit); // the updater announces the end of programming all the same
+        return succeeds(2, lostAtLastCommit); // the updater still announces the end of programming
     if (isNoticedLate)
         return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);
 }
 
-/// The detector closed the device after the transfers @p at.
+/// The outcome if the detector closed the device after the transfers @p at.
 Expectation whenWithdrawn(const Transfers& at, int commits)
 {
     if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)
@@ -101,7 +102,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // counts as a failed transfer; answers are read in identification only
+    case Fault::ShortAnswer:           // a failed transfer; the updater reads answers in identification only
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

@@ -18,9 +18,9 @@ constexpr int imageBytes = 5000; // two chunks, the second one short
 /// A device on one chip and revision.
 struct Family
 {
-    BenchOptions options; ///< of an update without a fault
+    BenchOptions options; ///< options of an update without a fault
     QString name;
-    Transfers transfers = {}; ///< of that update
+    Transfers transfers = {}; ///< transfers of that update
     int survived = 0;
     int faults = 0;
 };
@@ -63,8 +63,9 @@ protected:
     }
 };
 
-/// The last transfer that makes a difference to @p fault: answers are read in identification only, and after
-/// the request to leave the application there is one restart.
+/// The last transfer from which @p fault must be tried. A fault of an answer strikes in identification only,
+/// because the updater reads no other answers. A fault of a restart that is armed for a later transfer than
+/// the request to leave the application always strikes at the same restart, the last one.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);
@@ -78,7 +79,7 @@ int lastEffective(const FaultDescription& fault, const Transfers& transfers)
     }
 }
 
-/// @return at least @p count cards: all of them in random order, again and again.
+/// @return at least @p count cards. All of @p cards are dealt in random order before any is dealt again.
 template <typename Card>
 std::vector<Card> deal(std::vector<Card> cards, int count, std::mt19937& random)
 {
@@ -129,9 +130,8 @@ Matrix::Matrix(const BenchOptions& benchOptions)
     }
 }
 
-/// Runs one update, and its repair after a fault. Its log is printed, below @p name, if anything is not as
-/// expected.
-/// @return nothing then.
+/// Runs one update and, after a fault, the update that repairs the device. If anything is not as expected, it
+/// prints @p name and the log and returns nothing.
 std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const QString& name)
 {
     EventLog log(EventLog::Output::Kept);
@@ -147,7 +147,7 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
     return std::nullopt;
 }
 
-/// @return false if there is no such family, or an update fails without a fault.
+/// @return false if the options name an unknown family, or if an update fails without a fault.
 bool Matrix::countTransfers()
 {
     if (families.empty())

@@ -13,7 +13,7 @@ QString windowText(const char* text)
     return QCoreApplication::translate("MainWindow", text);
 }
 
-/// Whether the fault strikes after its transfer, which succeeds.
+/// Whether @p fault lets its transfer succeed and takes effect afterwards.
 bool isWithdrawal(std::optional<Fault> fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;
@@ -66,7 +66,7 @@ void Judge::notePhase(DeviceType type, Phase phase)
 
 QStringList Judge::complaints(const Outcome& outcome) const
 {
-    QThreadPool::globalInstance()->waitForDone(); // a thread of its own restores the sound
+    QThreadPool::globalInstance()->waitForDone(); // one of its threads restores the endpoints
     QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
@@ -128,8 +128,8 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
     return all;
 }
 
-/// A success must mean that the memory equals the image, but for the documented exceptions. A failure must
-/// not be shown for a device that runs the new firmware.
+/// Success may be shown only if the memory equals the image, apart from the documented exceptions. Failure
+/// must not be shown for a device that runs the new firmware.
 QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
 {
     const bool isWhole = isMemoryWhole(type);
@@ -140,7 +140,8 @@ QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
     return QString();
 }
 
-/// The log names every transfer that failed while the device was programmed, by its number there.
+/// The log must name every transfer that failed while the device was programmed. It counts transfers from the
+/// start of programming mode.
 QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) const
 {
     const QString logged = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
@@ -157,7 +158,7 @@ QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) c
                : nameOf(type) + QStringLiteral(": the log names the wrong transfer");
 }
 
-/// Every failure that a fault can cause is one of the connection.
+/// A failure report must blame the connection, because no fault causes any other failure.
 QString Judge::complaintAboutReport(const Outcome& outcome) const
 {
     const bool isFailed = std::any_of(outcome.devices.begin(), outcome.devices.end(),
@@ -172,7 +173,7 @@ QString Judge::complaintAboutReport(const Outcome& outcome) const
     return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
-/// The sound is as before, and no device is open.
+/// The audio service must run, the default endpoints must be the earlier ones, and no device may be open.
 QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)
@@ -185,7 +186,7 @@ QString Judge::complaintAboutComputer() const
     return QString();
 }
 
-/// @return their identifiers, by flow and role.
+/// @return the identifiers of the default endpoints, by flow and role.
 QStringList Judge::defaultEndpoints() const
 {
     QStringList all;

@@ -15,35 +15,35 @@
 class EventLog;
 
 /// Checks whether an update ended as it must: the devices' bytes, the outcome that the user sees and whether
-/// it is true, failed transfers, delays, progress, and the computer's sound. GUI thread by default.
+/// it is true, failed transfers, delays, progress, and the computer's sound. GUI thread unless noted.
 class Judge
 {
 public:
-    /// What is judged; it must outlive the judge.
+    /// What the judge examines. It must outlive the judge.
     struct Scene
     {
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< noteSleep() gets every wait, so that delays are checked to the millisecond
+        bool isTimeVirtual; ///< noteSleep() reports every wait; delays are checked to the millisecond
         EventLog& log;
     };
     explicit Judge(const Scene& judged);
 
-    /// An update starts, with @p fault armed for @p faulty.
+    /// Notes that an update starts with @p fault armed for @p faulty.
     void start(std::optional<Fault> fault, DeviceType faulty);
 
-    /// The calling thread sleeps. Any thread.
+    /// Notes that the calling thread sleeps for @p ms milliseconds. Any thread.
     void noteSleep(std::uint32_t ms);
-    /// The calling thread has started a phase of the device's update. Any thread.
+    /// Notes that the calling thread has started a phase of the device's update. Any thread.
     void notePhase(DeviceType type, Phase phase);
 
     /// Judges the update that has ended, and logs the verdicts.
     /// @return what differs from the expected outcome.
     QStringList complaints(const Outcome& outcome) const;
 
-    /// The documented exception by which the update that has ended shows success over a memory that differs
-    /// from the image; empty if what is shown is true of both devices.
+    /// The documented exception that lets the ended update show success although a memory differs from the
+    /// image; empty if the shown outcome is true of both devices.
     QString exception(const Outcome& outcome) const;
 
 private:
@@ -59,13 +59,13 @@ private:
     const Scene scene;
     std::optional<Fault> armed;
     DeviceType faultyType = DeviceType::Unknown;
-    QMap<DeviceType, std::vector<std::uint8_t>> before; ///< the memories
+    QMap<DeviceType, std::vector<std::uint8_t>> before; ///< memories before the update
     QStringList endpointsBefore;
     std::size_t restoredBefore = 0;
     int linesBefore = 0;
 
     mutable std::mutex mutex; ///< guards what follows
     std::map<std::thread::id, std::int64_t> sleptMs;
-    std::map<DeviceType, std::int64_t> startedMs; ///< what its thread had slept when its chip was configured
-    std::map<DeviceType, std::int64_t> programmedMs; ///< slept from then to the end-of-programming request
+    std::map<DeviceType, std::int64_t> startedMs; ///< sleep of the device's thread before the configuration
+    std::map<DeviceType, std::int64_t> programmedMs; ///< sleep from then until the end-of-programming request
 };

@@ -2,13 +2,13 @@
 
 class QPalette;
 
-/// Font and colours for windows without a desktop. Call these when the application object exists.
+/// Font and colours for the bench's windows. Call the functions after the application object is created.
 namespace Looks {
 
-/// Text of the usual size, without colour fringes, which are right for one kind of screen only.
+/// Sets the usual text size and turns off subpixel antialiasing, which suits only one kind of screen.
 void setFont();
 
-/// Light text on a dark background.
+/// @return light text on a dark background.
 QPalette darkPalette();
 
 } // namespace Looks

@@ -17,8 +17,8 @@ namespace {
 
 constexpr int failure = 1;
 
-/// Without a display the windows live in memory, on a desktop of 96 dots per inch. Call it before the
-/// application object exists.
+/// If there is no display, chooses one in memory with 96 dots per inch. Call it before the application object
+/// is created.
 void chooseDisplay()
 {
     for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -79,7 +79,7 @@ int main(int argc, char* argv[])
     if (options.fault && !options.drivesItself)
         rejectArguments(QStringLiteral("--fault needs --drive; the bench's window has its own faults"));
     if (options.fast && !options.drivesItself) {
-        options.fast = false; // too fast to watch
+        options.fast = false; // virtual time is too fast to watch
         options.speed = static_cast<int>(ScaledClock::atOnce);
     }
     return options.faultMatrix ? FaultMatrix::run(options) : runBench(options);

@@ -20,7 +20,7 @@ void dismissBox()
         box->reject();
 }
 
-/// From the event loop, as the window may open a box and wait for its answer.
+/// Loads the archive from the event loop, because the window may open a box and wait for the answer.
 void loadArchive(MainWindow& window, const QString& path)
 {
     dismissBox();
@@ -74,7 +74,7 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // Too short for a stop.
+    // This state is too short for a stop of the tour.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

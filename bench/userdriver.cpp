@@ -22,7 +22,7 @@ QString labelText(const QWidget& parent, const QByteArray& name)
     return label ? label->text() : QString();
 }
 
-/// Whether every device has a good part of its update behind it, and none has finished.
+/// Whether every device has completed more than a quarter of its update and none has finished.
 bool isWellUnderWay(const FlashingDialog& dialog)
 {
     constexpr int goodPart = 4;
@@ -33,7 +33,7 @@ bool isWellUnderWay(const FlashingDialog& dialog)
            });
 }
 
-/// Clicks from the event loop, as the click may open a modal dialog.
+/// Clicks from the event loop, because the click may open a modal dialog.
 void clickLater(QPushButton* button)
 {
     QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
@@ -44,7 +44,7 @@ FlashingDialog* flashingDialog()
     return qobject_cast<FlashingDialog*>(QApplication::activeModalWidget());
 }
 
-/// The dialog after the end of all devices; null if it is not open, or if the run ended the other way.
+/// The dialog after the updates of all devices have ended; null if it is not open or the outcome is another.
 FlashingDialog* endedDialog(bool isFailed)
 {
     FlashingDialog* const dialog = flashingDialog();
@@ -92,7 +92,8 @@ bool UserDriver::isStartScreen() const
     return screen && screen->closeButton()->isHidden() && !QApplication::activeModalWidget();
 }
 
-/// @return null unless an update has ended that way and its screen is shown.
+/// @return the failure report if @p isFailed, otherwise the pairing instructions; null if an update has not
+///         ended with that screen or the screen is not shown.
 InfoScreen* UserDriver::resultScreen(bool isFailed) const
 {
     auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
@@ -167,11 +168,11 @@ void UserDriver::closeDialog(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
-    constexpr int fullPercent = 95; // a transmitter takes four of the five announced steps per sector
+    constexpr int fullPercent = 95; // a transmitter makes four of the five announced steps per sector
     const QByteArray name = nameOf(type).toLatin1();
     const QString text = labelText(dialog, name + "InfoLabel");
     if (text.isEmpty())
-        return; // it is not part of the update
+        return; // the device is not part of the update
     Outcome::Device& device = outcome.devices[type];
     device.errorCode = dialog.errors().value(type);
     device.text = text;

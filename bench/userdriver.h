@@ -24,20 +24,20 @@ struct Outcome
     struct Device
     {
         int errorCode = 0;
-        QString text; ///< its result in the dialog
+        QString text; ///< result that the dialog shows for the device
         bool isBarFull = false;
-        qint64 programmingMs = 0; ///< from its announced progress range to the report of its end
+        qint64 programmingMs = 0; ///< time from its announced progress range to the report of its end
     };
-    QMap<DeviceType, Device> devices; ///< those that took part
+    QMap<DeviceType, Device> devices; ///< the devices that took part
     QString report;                   ///< the failure report; empty if the pairing instructions are shown
-    qint64 runMs = 0;                 ///< from the first announced progress range to the last report
+    qint64 runMs = 0;                 ///< time from the first announced progress range to the last report
 };
 
 /// A screen of the updater, and what the user does there.
 struct Stop
 {
-    const char* name;                 ///< of its picture; null: none
-    std::function<QWidget*()> screen; ///< null while it is not shown
+    const char* name;                 ///< name of its picture; null if no picture is taken
+    std::function<QWidget*()> screen; ///< returns null while the screen is not shown
     std::function<void()> act;
 };
 
@@ -53,17 +53,17 @@ public:
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs) { timer.start(intervalMs); }
 
-    /// Visits @p tourStops one after the other, and does nothing else; tourEnded() reports the end.
+    /// Makes the driver visit @p tourStops in order instead of updating; tourEnded() reports the end.
     void takeTour(std::vector<Stop> tourStops) { tour = std::move(tourStops); }
 
     /// Presses Back on the failure report and goes on to the next update.
     void tryAgain();
 
-    // For stops.
+    // Used by the stops of a tour.
 
     MainWindow& updater() const { return window; }
     static QMessageBox* messageBox();
-    bool isStartScreen() const; ///< without a box in front of it
+    bool isStartScreen() const; ///< false also if a box is in front of it
     /// The main page, once all devices are identified and no box is in front of it.
     QWidget* mainPage() const;
     void pressUpdate();
@@ -92,13 +92,13 @@ private:
     void end(bool isFailed);
 
     MainWindow& window;
-    const std::vector<Stop> stops; ///< of an update
-    std::vector<Stop> tour;        ///< empty: updates
-    std::size_t reached = 0;       ///< stops of the tour
+    const std::vector<Stop> stops; ///< stops of an update
+    std::vector<Stop> tour;        ///< empty if the driver updates
+    std::size_t reached = 0;       ///< number of stops of the tour that were reached
     QTimer timer;
     bool isUpdating = false;                ///< from the press on Update to the screen with the result
     QSet<FirmwareUpdater*> watchedUpdaters; ///< of the dialog that is open
     QElapsedTimer runTimer;                 ///< from the first announced progress range on
-    QMap<DeviceType, qint64> startedMs;     ///< on it, when each device announced its range
+    QMap<DeviceType, qint64> startedMs;     ///< when each device announced its range, by `runTimer`
     Outcome outcome;                        ///< of the last update
 };

@@ -31,7 +31,7 @@ struct IPolicyConfiguration : public IUnknown
 __CRT_UUID_DECL(IPolicyConfiguration, 0x568B9108, 0x44BF, 0x40B4, 0x90, 0x06, 0x86, 0xAF, 0xE5, 0xB5, 0xA6,
                 0x20)
 
-/// The class of objects with that interface.
+/// The COM class that implements IPolicyConfiguration.
 class PolicyConfigurationClient;
 
 __CRT_UUID_DECL(PolicyConfigurationClient, 0x294935CE, 0xF637, 0x4E7C, 0xA4, 0x1B, 0xAB, 0x25, 0x54, 0x60,
