@@ -4,7 +4,8 @@
 
 #include "deviceinstance.h"
 
-/// What decides whether the archive's image for one kind of device may be written to it.
+/// What is known about the device of one kind and about the archive's image for it. Decides whether the image
+/// may be written to the device.
 struct UpdateCandidate
 {
     bool isConnected = false;
@@ -29,14 +30,14 @@ struct UpdateCandidate
     [[nodiscard]] bool isIdentityUnknown() const { return isConnected && devicePid == 0; }
 };
 
-/// The rules that decide which updates the window offers, for a transmitter and a headset and the archive's
-/// images for them.
+/// The rules that decide which updates the window offers. They consider a transmitter, a headset and the
+/// archive's images for both.
 struct Compatibility
 {
     UpdateCandidate transmitter;
     UpdateCandidate headset;
 
-    /// Any type but the transmitter selects the headset.
+    /// Returns the candidate of @p type. Any type but the transmitter selects the headset.
     [[nodiscard]] const UpdateCandidate& of(DeviceType type) const
     {
         return type == DeviceType::Transmitter ? transmitter : headset;
@@ -63,7 +64,7 @@ struct Compatibility
         return transmitter.canBeUpdated() && headset.canBeUpdated();
     }
 
-    /// Whether the window offers an update: one incompatible device forbids it for both.
+    /// Whether the window offers an update. One incompatible device prevents the update of both.
     [[nodiscard]] bool isUpdateOffered() const
     {
         return !isAnyIncompatible() && (transmitter.canBeUpdated() || headset.canBeUpdated());

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// An empty label would take its accessible name from its box.
+/// Hides @p label but keeps its space. A visible empty label would take its accessible name from its box.
 void hideUntilFilled(QLabel* label)
 {
     QSizePolicy policy = label->sizePolicy();
@@ -41,7 +41,7 @@ FlashingDialog::FlashingDialog(QWidget* parent)
 
 FlashingDialog::~FlashingDialog()
 {
-    // What they report while they end no longer counts.
+    // Ignores what the updaters report while they end.
     const QList<FirmwareUpdater*> allUpdaters =
         findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
     for (FirmwareUpdater* updater : allUpdaters)
@@ -49,13 +49,13 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // A task that is still stopping the service has a copy of the stopper, and so starts the service only
-    // when it ends.
+    // A stop task that still runs shares the stopper. Without this call the service would start only when
+    // that task ends.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
-    // They must end before keepAwake does.
+    // The updaters must end before keepAwake is destroyed.
     qDeleteAll(allUpdaters);
 }
 

@@ -54,7 +54,7 @@ public:
     QMap<DeviceType, int> errors() const;
 
 public Q_SLOTS:
-    /// What Escape and the window's X ask for.
+    /// Handles Escape and the window's X as described above.
     void reject() override;
 
 private Q_SLOTS:
@@ -68,9 +68,9 @@ private:
         StoppingService, ///< no device has been touched
         Starting,        ///< some updaters may still have to be created
         Updating,        ///< an updater still has to report
-        Reported,        ///< the audio service may still have to come back
+        Reported,        ///< all updaters have reported; the audio service may not run again yet
         Ended,           ///< the audio endpoints are restored
-        Cancelled,       ///< before a device was touched
+        Cancelled,       ///< the user cancelled before a device was touched
     };
 
     struct DeviceToUpdate
@@ -101,7 +101,7 @@ private:
 
     Stage stage = Stage::Prepared;
     const std::unique_ptr<Ui::FlashingDialogClass> ui;
-    std::unique_ptr<KeepAwake> keepAwake; ///< while a run lasts
+    std::unique_ptr<KeepAwake> keepAwake; ///< exists while a run is in progress
     QMap<DeviceType, DeviceToUpdate> devices;
     QMap<FirmwareUpdater*, DeviceType> updaters;
     QMap<DeviceType, int> errorCodes;

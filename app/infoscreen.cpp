@@ -11,7 +11,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::InfoScreenClass>())
 {
-    constexpr qreal titleSizeRatio = 1.4; // to the text's size
+    constexpr qreal titleSizeRatio = 1.4; // of the title's font size to the text's font size
     ui->setupUi(this);
     showAsPlainText(*this);
     titleTemplate = ui->title->text();
@@ -19,12 +19,12 @@ InfoScreen::InfoScreen(QWidget* parent)
     titleFont.setPointSizeF(QFontInfo(titleFont).pointSizeF() * titleSizeRatio);
     ui->title->setFont(titleFont);
 
-    // A hidden picture keeps its room, so that the text of a page without one is at the top as well.
+    // A hidden picture keeps its space, so the text is at the top of a page without a picture, too.
     QSizePolicy imagePolicy = ui->image->sizePolicy();
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);
 
-    setFocusProxy(ui->text); // screen readers read what has the focus
+    setFocusProxy(ui->text); // screen readers read the widget with the focus
     ui->closeButton->hide();
     ui->backButton->hide();
     ui->image->hide();
@@ -68,7 +68,7 @@ void InfoScreen::setImage(const QString& path)
     }
 
     ui->image->show();
-    // Unlike QPixmap, QIcon loads the "@2x" variant on a dense screen.
+    // Unlike QPixmap, QIcon loads the "@2x" variant on a high-resolution screen.
     const QIcon icon(path);
     QPixmap picture = icon.pixmap(icon.availableSizes().value(0));
     const QMargins margins = ui->verticalLayout->contentsMargins();

@@ -26,12 +26,12 @@ public:
 
     void setDeviceName(const QString& name);
 
-    /// Plain @p text, which the user can select. Screen readers also read it as the description of both
-    /// buttons, so they read it whichever widget of the page has the focus.
+    /// Shows @p text as plain text that the user can select. The text also becomes the accessible description
+    /// of both buttons, so a screen reader reads it whichever widget of the page has the focus.
     void setText(const QString& text);
 
-    /// Shows the picture at @p path, shrunk in proportion if it is wider than the page is now; an empty path
-    /// hides the picture. The path set last is not loaded again.
+    /// Shows the picture at @p path, scaled down in proportion if it is wider than the page is now. An empty
+    /// path hides the picture. Does nothing if @p path is the path that was set last.
     void setImage(const QString& path);
 
 private:

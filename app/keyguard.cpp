@@ -13,8 +13,8 @@ bool isMenuOrToolTip(const QWidget& window)
     return window.windowType() == Qt::Popup || window.windowType() == Qt::ToolTip;
 }
 
-/// Whether @p key presses a button when @p widget gets it: Enter and Escape press one of a dialog from any
-/// widget.
+/// Whether @p key presses a button if @p widget receives it. Enter and Escape press a button of a dialog
+/// whichever widget receives them.
 bool pressesButton(const QKeyEvent& key, QWidget* widget)
 {
     switch (key.key()) {

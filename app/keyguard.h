@@ -7,9 +7,9 @@
 class QKeyEvent;
 class QWidget;
 
-/// Keeps a key that the user meant for one screen from pressing a button of the next: neither a key that is
-/// held nor one within half a second of a screen's appearance presses anything. While the object lives, it
-/// covers every window of the program except menus. GUI thread only.
+/// Prevents a key that the user meant for one screen from pressing a button of the next screen. A key that
+/// repeats because it is held down presses no button, nor does a key within half a second of a screen's
+/// appearance. While the object lives, it covers every window of the program except menus. GUI thread only.
 class KeyGuard : public QObject
 {
 public:

@@ -42,6 +42,6 @@ LogFile::LogFile(const QDateTime& start)
 LogFile::~LogFile()
 {
     qInstallMessageHandler(previousHandler);
-    // A thread may still be inside the handler. Once this has the lock, that thread finds no device.
+    // Another thread may still be in writeMessage(). After this call it finds no device.
     attachLogStream(nullptr);
 }

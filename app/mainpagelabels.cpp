@@ -23,14 +23,14 @@ void showVersion(QLabel* label, const QString& text, bool italic)
     label->setText(text);
 }
 
-/// What the label's colour says, for those who do not see it.
+/// Says in words what the colour of @p label means, for users who cannot see it.
 void setExplanation(QLabel* label, const QString& text)
 {
     label->setToolTip(text);
     label->setAccessibleDescription(text);
 }
 
-/// The title of @p box and below it a line for each of the headings with its value.
+/// Returns the title of @p box, then a line for each heading and its value.
 QStringList linesOf(const QGroupBox& box,
                     std::initializer_list<std::pair<const QLabel*, const QLabel*>> headingsAndValues)
 {

@@ -24,7 +24,7 @@ public:
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();
-    /// Shows what an update would do by the rules @p rules, and what prevents it.
+    /// Shows what an update would do under @p rules, and what prevents an update.
     void showOutlook(const Compatibility& rules);
 
 private:
@@ -33,8 +33,8 @@ private:
     void showObstacle(const Compatibility& rules);
     bool isAnyInProgrammingMode() const;
     void showDeviceName();
-    /// Lets a screen reader read the outlook with Update, and with the button that has the focus when the
-    /// page appears.
+    /// Makes the versions and the obstacle the accessible description of the Update button, and of the button
+    /// that has the focus when the page appears.
     void describeUpdate();
 
     const Ui::MainWindowClass& ui;

@@ -232,7 +232,7 @@ void MainWindow::runUpdate(FlashingDialog& dialog)
         showFailureReport(dialog.errors());
 }
 
-/// Keeps the main page, on which the restarted detection shows the devices again.
+/// Keeps the main page, but without devices: the restarted detection reports them again.
 void MainWindow::returnFromCancelledUpdate()
 {
     labels->showDisconnected(DeviceType::Transmitter);
@@ -338,7 +338,7 @@ void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
 void MainWindow::leaveFailureReport()
 {
     infoScreenLocked = false;
-    infoScreen->setFocus(); // the button that has it is hidden next
+    infoScreen->setFocus(); // the button that has the focus is hidden next
     showMainPageOrStartScreen();
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         if (!deviceController->isConnected(type)) {

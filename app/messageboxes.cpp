@@ -18,7 +18,7 @@ constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialog
 
 constexpr QSize aboutIconSize(64, 64);
 
-/// @return questionAccepted or questionRejected, or the box's own result if a button's text is empty.
+/// @return questionAccepted or questionRejected; QMessageBox::exec()'s result if a button's text is empty.
 int askQuestion(QWidget* window, const QString& title, const QString& text, const QString& informativeText,
                 const QString& acceptText, const QString& rejectText)
 {
@@ -58,8 +58,8 @@ bool MessageBoxes::confirmSingleDevice(QWidget* window)
 
 void MessageBoxes::reportLoadingFailure(QWidget* window)
 {
-    // A box without a parent appears in the middle of the screen; an invisible parent would move it
-    // elsewhere.
+    // A box without a parent appears in the middle of the screen; an invisible parent would move
+    // it elsewhere.
     QMessageBox box(QMessageBox::Warning, MainWindow::tr("Error while loading firmware"),
                     MainWindow::tr("Firmware cannot be loaded. File may be corrupted or not supported.\n"
                                    "Try to download it once again."),

@@ -12,18 +12,20 @@ namespace Startup {
 /// Lets Qt scale the fixed-size window with the screen's resolution. Call it before creating the application.
 void enableHighDpiScaling();
 
-/// Loads the catalogue named @p prefix and the system locale's name ("de_DE", else "de") from the resources
-/// and installs @p translator in the application. Without such a catalogue the texts are English.
+/// Loads a catalogue from the resources and installs @p translator in the application. The catalogue's name
+/// is @p prefix followed by the system locale's name ("de_DE", or else "de"). If there is no such catalogue,
+/// the texts are English.
 void installTranslator(QTranslator& translator, const QString& prefix);
 
-/// Whether the command line @p arguments (program name first) include the switch "-sfx", in either case. The
-/// self-extracting package passes it, so that the archive is looked for beside the package.
+/// Whether the command line @p arguments (program name first) include the switch "-sfx", in upper or lower
+/// case. The self-extracting package passes this switch, so that the updater looks for the archive in the
+/// package's folder.
 bool isLaunchedByPackage(const QStringList& arguments);
 
 /// The folder of the parent process's executable, or the current working directory if that is unknown.
 QDir parentProcessDirectory();
 
-/// The absolute path of the first firmware archive ("*.zip", in either case) that @p directory lists, or "".
+/// The absolute path of the first firmware archive ("*.zip", in upper or lower case) in @p directory, or "".
 QString findFirmwareArchive(const QDir& directory);
 
 } // namespace Startup

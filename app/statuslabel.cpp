@@ -27,7 +27,8 @@ double contrast(const QColor& a, const QColor& b)
     return std::max(ratio, 1 / ratio);
 }
 
-/// The search ends because black or white has this contrast with any colour.
+/// Returns the grey nearest to @p desktop that has the required contrast with @p text. The loop always ends,
+/// because black or white has this contrast with any colour.
 QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
 {
     const int desktopShade = qGray(desktop.rgb());

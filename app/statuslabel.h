@@ -4,9 +4,10 @@
 
 #include <QLabel>
 
-/// A label whose text may have a colour of its own. If that colour has less than the contrast of 4.5 to 1
-/// that text needs (WCAG 2.1, 1.4.3), the label paints a background behind the text: the shade of grey
-/// nearest to the desktop's that has this contrast. Disabled text needs none.
+/// A label whose text may have a special colour. Text needs a contrast of at least 4.5 to 1 (WCAG 2.1,
+/// 1.4.3). If the special colour has less contrast with the window's background, the label paints a grey
+/// background behind the text. Of the greys with enough contrast it takes the one nearest to the window's
+/// background. Disabled text needs no such contrast.
 class StatusLabel : public QLabel
 {
 public:

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The system keeps the low four bits of a WM_SYSCOMMAND for itself.
+/// Windows uses the low four bits of a WM_SYSCOMMAND's wParam internally.
 constexpr WPARAM commandMask = 0xFFF0;
 
 UINT insertPosition(HMENU menu)

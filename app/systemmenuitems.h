@@ -13,12 +13,12 @@ enum Command : unsigned {
     Override = 0x20,
 };
 
-/// Inserts @p overrideText directly above @p aboutText near the Close item of the system menu of @p window.
-/// Does nothing if the window has no system menu. GUI thread only.
+/// Inserts an item @p overrideText, and below it an item @p aboutText, near the Close item of the system menu
+/// of @p window. Does nothing if the window has no system menu. GUI thread only.
 void add(QWidget& window, const QString& overrideText, const QString& aboutText);
 
-/// The command of a native message that QWidget::nativeEvent() received, or 0 if it is not a system-menu
-/// command.
+/// The command of a native message that QWidget::nativeEvent() received, or 0 if it is not a
+/// system-menu command.
 unsigned commandOf(const QByteArray& eventType, const void* message);
 
 } // namespace SystemMenuItems

@@ -15,12 +15,12 @@ public:
         : QLabel(parent)
     {
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-        setWordWrap(true); // gives the label a height for its width
+        setWordWrap(true); // makes the layout ask for heightForWidth()
     }
 
     QSize minimumSizeHint() const override
     {
-        constexpr int usefulWidth = 250; // of a text that takes several lines
+        constexpr int usefulWidth = 250; // in pixels, for a text of several lines
         return {std::min(fontMetrics().horizontalAdvance(text()), usefulWidth), fontMetrics().height()};
     }
     int heightForWidth(int width) const override { return textHeight(font(), width); }

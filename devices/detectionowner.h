@@ -10,8 +10,8 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// Runs one detection after the other and passes its reports on. Lives on the GUI thread, as do the
-/// callbacks.
+/// Runs one detection after the other and passes its reports on. Lives on the GUI thread, as do
+/// the callbacks.
 class DetectionOwner : public QObject
 {
 public:
@@ -24,30 +24,30 @@ public:
         connect(&listener, &DeviceListener::deviceRemoved, this, [this, removed](DeviceInstance* gone) {
             removed(gone);
             if (detector)
-                detector->forget(gone); // every report before it has been handled
+                detector->forget(gone); // every earlier report has been handled
         });
     }
     ~DetectionOwner() override { stop(); }
 
-    /// Reports nothing if the detector cannot start.
+    /// Starts a detection. If the detector cannot start, no devices are reported.
     void start(const DeviceId* ids, unsigned int count)
     {
         detector = std::shared_ptr<DeviceDetector>(createDeviceDetector(), destroyDeviceDetector);
         static_cast<void>(detector->start(&listener, ids, count));
     }
 
-    /// No report is passed on any more.
+    /// Ends the detection. No report is passed on after that.
     void stop()
     {
         if (!detector)
             return;
-        detector->stop(); // explicitly, because opened devices share it
+        detector->stop(); // explicitly, because opened devices also own the detector
         detector.reset();
-        // Reports that are still queued name records that are deleted now.
+        // Removes queued reports, because the records to which they point have been deleted.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     }
 
-    /// Null unless a detection runs.
+    /// The detector of the running detection; null if none runs.
     const std::shared_ptr<DeviceDetector>& running() const { return detector; }
 
     DeviceListener* reports() { return &listener; }

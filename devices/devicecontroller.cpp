@@ -19,8 +19,8 @@ constexpr int lastVendorUsagePage = 0xFFFF;
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// The tasks own the device while they run. They close it before the result is reported, because the receiver
-// may want to open the device exclusively.
+// Each of these tasks owns its device while it runs. It closes the device before its result is reported,
+// because the receiver of the result may want to open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)
@@ -36,7 +36,7 @@ Identity readPidAndVersion(std::shared_ptr<AbstractHidDevice>&& device, const Ca
     return {FirmwareUtilities::getVersion(reader), pid};
 }
 
-/// The headset has one normal-mode identity, whichever generation it belongs to.
+/// Returns the headset's product identifier in normal mode, which is the same for every generation.
 unsigned short normalHeadsetPid()
 {
     for (const Utilities::KnownDevice& device : Utilities::knownDevices()) {
@@ -128,7 +128,7 @@ void DeviceControllerPrivate::startDetection()
     detection.start(ids.data(), static_cast<unsigned int>(ids.size()));
 }
 
-/// When it returns, no device is open any more, so an update can open them exclusively.
+/// Ends detection. After the return no device is open, so an update can open each device exclusively.
 void DeviceControllerPrivate::stopDetection()
 {
     devices = {};
@@ -136,7 +136,7 @@ void DeviceControllerPrivate::stopDetection()
         return;
     *detectionEnded = true;
     detection.stop();
-    const auto reads = findChildren<QFutureWatcherBase*>(); // also those whose device is gone
+    const auto reads = findChildren<QFutureWatcherBase*>(); // also reads whose device is gone
     for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }
@@ -176,7 +176,8 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
             &DeviceControllerPrivate::onDeviceVersionAndPidDetected);
     Q_EMIT q->deviceDetectionStarted();
 
-    // In programming mode both transmitter generations look alike, but their images differ.
+    // In programming mode both transmitter generations have the same identity, so the product identifier is
+    // read from the stored image.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
     const bool isPidKnown = !inProgrammingMode || type != DeviceType::Transmitter;
     const unsigned short pid =
@@ -206,7 +207,7 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
     Q_EMIT q->deviceArrived(type);
 }
 
-/// An orderly removal was refused. What it cut short is done again.
+/// Handles a refused removal: repeats the opening or the identification that the removal interrupted.
 void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
 {
     const auto changed = find(instance);
@@ -220,7 +221,7 @@ void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
     if (!device)
         return;
     const DeviceType type = changed.key();
-    pendingReads.remove(pendingReads.key(type, nullptr)); // its device was closed
+    pendingReads.remove(pendingReads.key(type, nullptr)); // this read fails, because its device was closed
     *changed = {instance, 0, QString()};
     identify(*instance, type, std::move(device));
 }

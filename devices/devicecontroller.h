@@ -7,9 +7,8 @@
 
 class DeviceControllerPrivate;
 
-/// The GUI thread's picture of the connected devices: at most one transmitter and one headset, each with
-/// the product identifier and the firmware version that were read out of its memory. All operations are
-/// called on the GUI thread.
+/// Keeps track of the connected devices: at most one transmitter and one headset, each with its product
+/// identifier and with the firmware version that was read from its memory. GUI thread only.
 class DeviceController : public QObject
 {
     Q_OBJECT
@@ -20,18 +19,18 @@ public:
     /// Starts detection unless it runs. Every device that is present is reported.
     void startDetection();
 
-    /// Forgets all devices, without reporting their removal, and ends detection. It waits for a transfer in
-    /// progress; when it returns, no device is open any more. An identification that it cuts short is still
-    /// reported as an arrival; such a device has no record.
+    /// Forgets all devices without reporting their removal, and ends detection. Waits for a transfer in
+    /// progress; after the return no device is open. A device whose identification is interrupted is still
+    /// reported as an arrival, but deviceInstance() returns a default record for it.
     void stopDetection();
 
-    /// Whether a device of the kind is connected; true already while it is being identified.
+    /// Whether a device of kind @p type is connected; true even while it is being identified.
     bool isConnected(DeviceType type) const;
 
-    /// One of the normal-mode product identifiers; 0 if it is not known (yet).
+    /// The device's product identifier in normal mode; 0 if it is not known (yet).
     unsigned short pid(DeviceType type) const;
 
-    /// Empty if it is not known (yet).
+    /// The device's firmware version; empty if it is not known (yet).
     QString version(DeviceType type) const;
 
     /// A copy of the detector's record; a default one (product identifier 0) if no such device is connected.
@@ -45,7 +44,7 @@ Q_SIGNALS:
     void deviceDetectionStarted();
     /// No device is being identified any more.
     void deviceDetectionFinished();
-    /// A device was identified, or could not be; then pid() is 0 or version() is empty.
+    /// The identification of a device has ended. If it failed, pid() is 0 or version() is empty.
     void deviceArrived(DeviceType type);
     void deviceRemoved(DeviceType type);
 

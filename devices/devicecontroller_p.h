@@ -34,7 +34,7 @@ public:
 
     DeviceController* q;
     QMap<DeviceType, ConnectedDevice> devices;
-    QMap<IdentityWatcher*, DeviceType> pendingReads; ///< still running, results wanted
+    QMap<IdentityWatcher*, DeviceType> pendingReads; ///< reads in progress whose results are wanted
 
 private Q_SLOTS:
     void onDeviceArrived(DeviceInstance* instance);
@@ -50,5 +50,5 @@ private:
     void forgetEarlierDetection();
 
     DetectionOwner detection;
-    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< shared with the reads of a detection
+    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< shared with the detection's reads
 };

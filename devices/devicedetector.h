@@ -9,8 +9,8 @@
 
 class DeviceDetectorListener;
 
-/// Finds the devices of given identities, now and as they come and go, and lends out handles to them.
-/// All operations may be called on any thread, but start() and stop() by only one thread at a time.
+/// Finds the devices with given identities, reports their arrivals and removals, and lends handles to them.
+/// Any thread may call all operations, but only one thread at a time may call start() or stop().
 class DeviceDetector
 {
 public:
@@ -19,21 +19,24 @@ public:
     DeviceDetector(const DeviceDetector&) = delete;
     DeviceDetector& operator=(const DeviceDetector&) = delete;
 
-    /// Starts reporting the devices that match one of the @p count identities at @p ids to @p listener, which
-    /// must outlive the detection. The devices present now are reported as arrivals.
-    /// @return whether detection runs; true also if it ran before, with its earlier identities.
+    /// Starts detection of the devices that match any of the @p count identities at @p ids. The reports go to
+    /// @p listener, which must outlive the detection. Devices that are already present are reported
+    /// as arrivals.
+    /// @return whether detection runs. If it ran before the call, it keeps its listener and identities, and
+    ///         the result is true.
     virtual bool start(DeviceDetectorListener* /*listener*/, const DeviceId* /*ids*/, unsigned int /*count*/)
     {
         return false;
     }
 
-    /// Ends detection and deletes every record. After its return no report is made.
+    /// Ends detection and deletes every device record. After the return no report is made.
     virtual void stop() {}
 
-    /// Opens a known device and watches the handle until closeDevice().
+    /// Opens a known device and watches its handle until closeDevice().
     ///
-    /// When the system asks for an orderly removal of the device, the detector closes the handle at once. Its
-    /// value may then belong to something else; lendDevice() protects its borrower from that.
+    /// When the system asks for an orderly removal of the device, the detector closes the handle at once.
+    /// The system may then reuse the handle's value for another object; lendDevice() protects its borrower
+    /// from that.
     /// @param access, share  Access::Bits.
     /// @return INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
@@ -42,18 +45,18 @@ public:
         return INVALID_HANDLE_VALUE;
     }
 
-    /// Ends the watching of a handle; the caller closes it. Does nothing for a handle that is not watched.
+    /// Stops watching a handle; the caller closes it. Does nothing for a handle that is not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
-    /// Deletes the record of a removed device; its address may be used for another one. Call it when the
-    /// receiver of the reports has handled the removal and every report before it. Does nothing for a device
+    /// Deletes the record of a removed device. A later record may have the same address. Call this when the
+    /// receiver of the reports has handled the removal and every earlier report. Does nothing for a device
     /// that is not removed.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
-    /// Opens a known device, as openDevice(), and shares the handle with the caller until takeBack().
+    /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().
     ///
-    /// When the system asks for an orderly removal of the device, the detector closes the handle, for both,
-    /// as soon as a transfer in progress has ended. It stays closed even if the removal is refused.
+    /// When the system asks for an orderly removal of the device, the detector closes the shared handle as
+    /// soon as a transfer in progress has ended. The handle stays closed even if the removal is refused.
     /// @return null if the device is not known (any more) or cannot be opened.
     virtual std::shared_ptr<DeviceHandle> lendDevice(DeviceInstance* device, int access, int share)
     {
@@ -61,14 +64,14 @@ public:
         return handle == INVALID_HANDLE_VALUE ? nullptr : std::make_shared<DeviceHandle>(handle);
     }
 
-    /// Ends the watching of a lent handle; the borrower closes it.
+    /// Stops watching a lent handle; the borrower closes it.
     virtual void takeBack(const DeviceHandle& handle) { closeDevice(handle.value()); }
 
 protected:
     DeviceDetectorListener* listener = nullptr; ///< not owned; null until start()
 };
 
-/// A detector for this system. Delete it with destroyDeviceDetector().
+/// Creates a detector for this system. Delete it with destroyDeviceDetector().
 DeviceDetector* createDeviceDetector();
 
 /// Stops and deletes @p detector; a null pointer is ignored.

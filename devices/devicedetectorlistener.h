@@ -6,20 +6,20 @@
 
 class DeviceInstance;
 
-/// Receives a detector's reports. The detector calls them on its own threads and holds its lock during most
-/// of them, so return at once and wait for no other thread.
+/// Receives a detector's reports. The detector calls these functions on its own threads and holds its lock
+/// during most calls, so return at once and do not wait for another thread.
 class DeviceDetectorListener
 {
 public:
     /// A matching device is present. DeviceInstance says how long the record is valid.
     virtual void deviceArrived(DeviceInstance*) {}
-    /// It is gone. The record stays readable until DeviceDetector::forget().
+    /// The device is gone. The record stays readable until DeviceDetector::forget().
     virtual void deviceRemoved(DeviceInstance*) {}
-    /// After a refused removal the detector has opened the device again. The old handle is closed; the new
-    /// one, for queries only, belongs to the detector.
+    /// After a refused removal the detector has opened the device again. The old handle is closed. The new
+    /// handle belongs to the detector and allows only queries.
     virtual void deviceHandleChanged(DeviceInstance*, HANDLE /*oldHandle*/, HANDLE /*newHandle*/) {}
-    /// Every device present so far has been examined; @p count of them are known. May be called more than
-    /// once.
+    /// Every device that was present has been examined; @p count devices are known. May be called more
+    /// than once.
     virtual void deviceEnumerationComplete(std::size_t /*count*/) {}
 
 protected:

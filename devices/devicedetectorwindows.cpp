@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
 constexpr DWORD installationWaitMs = 1000;
 
-// The record sizes of 32-bit Windows, which the system checks.
+// Windows checks the sizes of these records. The numbers are those of 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
@@ -58,7 +58,7 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     listener = reportTo;
     {
-        const Guard guard(lock); // a worker left over from a start that failed reads them
+        const Guard guard(lock); // a worker left over from a failed start reads the filters
         filters.assign(ids, ids + count);
     }
     started = false;
@@ -74,7 +74,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // Also if the worker failed, because a thread without a message queue cannot receive WM_QUIT.
+    // Waits even if the worker thread could not be created: stop() posts WM_QUIT, and a thread without a
+    // message queue cannot receive it.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
@@ -121,7 +122,8 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
     const DWORD shareMode = Access::shareMode(share);
     const Guard guard(lock);
     const auto known = knownDevices.find(toLowerAscii(device->path));
-    // A removed record may have the path of a device that has arrived since and has a record of its own.
+    // A new device may have the path of a removed one. The removed device's record must not open the
+    // new device.
     if (known == knownDevices.end() || removedDevices.count(device))
         return nullptr;
     const HANDLE value = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
@@ -180,7 +182,7 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // The marker stays queued, so completion is reported once more with the next batch or removal.
+    // The end marker stays queued, so completion is reported again after the next arrivals or removal.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;
@@ -214,7 +216,7 @@ bool DeviceDetectorWindows::setUpNotifications()
     return true;
 }
 
-/// @return whether there is a registration.
+/// @return whether at least one interface class is registered.
 bool DeviceDetectorWindows::registerInterfaces()
 {
     const Guard guard(lock);
@@ -299,14 +301,14 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // A handle that was opened after the query is still good when the removal is refused.
+    // A handle that was opened after the query is still valid when the removal is refused.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);
     if (event == DBT_DEVICEQUERYREMOVEFAILED)
         reopenDevice(record);
     else
-        removeDevice(std::wstring(record.device->path)); // a copy, because the record is about to go
+        removeDevice(std::wstring(record.device->path)); // a copy, because the record is removed
 }
 
 /// Closes the handle at once, so that the removal can proceed.
@@ -317,7 +319,7 @@ void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
         const Guard guard(lock);
         handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
     }
-    // Without the lock, because this waits for a transfer in progress.
+    // Closes it without the lock, because close() waits for a transfer in progress.
     if (handle)
         handle->close();
 }
@@ -334,6 +336,7 @@ void DeviceDetectorWindows::workerThread()
     }
 }
 
+/// Waits until no driver installation is pending.
 /// @return false if the detector stops.
 bool DeviceDetectorWindows::waitInstallationSettled()
 {
@@ -420,10 +423,12 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
     }
 }
 
-/// @param closed  already taken out, because the new handle may get the old one's value.
+/// Opens the device of a handle that was closed for a refused removal.
+/// @param closed  no longer in handleNotifications, because the new handle may have the old handle's value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // The stored access mask is Win32's, whose two low bits are clear: the device is opened for queries only.
+    // The stored mask has Win32's access bits. Its two low bits, which open() takes as Access::Bits, are 0,
+    // so the device is opened for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

@@ -17,8 +17,9 @@
 
 /// Device detection by SetupAPI enumeration and device-change broadcasts.
 ///
-/// A notification thread owns a hidden window, enumerates what is present and gets the broadcasts of arrivals
-/// and removals; a worker thread turns queued arrivals into records once driver installation has settled.
+/// A notification thread owns a hidden window, enumerates the devices present and receives the broadcasts of
+/// arrivals and removals. A worker thread waits until no driver installation is pending, then turns queued
+/// arrivals into records.
 class DeviceDetectorWindows : public DeviceDetector
 {
 public:
@@ -34,8 +35,8 @@ public:
     void takeBack(const DeviceHandle& handle) override;
 
 private:
-    /// An arrival or enumeration result not examined yet. An all-zero class and an empty path mark the end of
-    /// the enumeration.
+    /// An interface that has arrived or was enumerated, and that has not been examined yet. An all-zero class
+    /// and an empty path mark the end of the enumeration.
     struct PendingArrival
     {
         GUID classGuid;
@@ -84,10 +85,10 @@ private:
     HANDLE workerThreadHandle = nullptr;
     HANDLE workEvent = nullptr;
     bool started = false;
-    CriticalSection lock; ///< recursive; also held for most reports
+    CriticalSection lock; ///< recursive; also held during most reports
     std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices THREAD_SAFETY(guarded_by(lock));
     std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>>
-        removedDevices THREAD_SAFETY(guarded_by(lock)); ///< until forget()
+        removedDevices THREAD_SAFETY(guarded_by(lock)); ///< kept until forget()
     std::vector<DeviceId> filters THREAD_SAFETY(guarded_by(lock));
     std::vector<PendingArrival> arrivalQueue THREAD_SAFETY(guarded_by(lock));
     std::map<GUID, DeviceNotification, GuidOrder> interfaceNotifications THREAD_SAFETY(guarded_by(lock));

@@ -22,30 +22,32 @@ struct HandleRecord
     std::shared_ptr<DeviceHandle> handle; ///< shared with its borrower, unless it was reopened
     bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
-    DWORD desiredAccess;    ///< as CreateFileW takes them
+    DWORD desiredAccess;    ///< CreateFileW's argument, as are the next two
     DWORD shareMode;
     DWORD flagsAndAttributes;
     DeviceNotification notification = {}; ///< null if the system refused to watch the handle
 };
 
-/// The handles that a detector has lent out or reopened, and watches. The detector's lock guards it.
+/// The handles that a detector watches because it has lent or reopened them. The detector's lock guards
+/// the object.
 ///
-/// Two records may have handles of one value, because the system gives the value of a closed handle away
-/// before it reports whether the removal was refused. At most one of them is open.
+/// The handles of two records may have the same value, because the system may reuse a closed handle's value
+/// before it reports whether the removal was refused. At most one of the two handles is open.
 class HandleNotifications
 {
 public:
     /// Adds a record and lets the system send broadcasts about its handle to @p window.
     void add(HWND window, HandleRecord record);
 
-    /// The handle that a broadcast with these two values is about; null if there is none.
+    /// Finds the handle to which a broadcast refers by @p value and @p notification; null if there is none.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
-    /// Takes out the record of @p handle, which must have one.
+    /// Removes and returns the record of @p handle, which must have one.
     HandleRecord take(const DeviceHandle& handle);
 
-    /// Ends the watching of a handle, or of the open handle with a value.
+    /// Stops watching @p handle, whether it is open or closed.
     void remove(const DeviceHandle& handle);
+    /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
     /// Closes the handle that was reopened for @p device.

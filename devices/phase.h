@@ -3,7 +3,7 @@
 /// The phases of an update, in their order. Prepare and Restore concern the computer, the others a device.
 enum class Phase { Prepare, Leave, Identify, Configure, Erase, Download, Commit, FinalWait, Restore };
 
-/// As the log, the bench and the documentation call it.
+/// Returns the name of @p phase in the log, the bench and the documentation.
 constexpr const char* phaseName(Phase phase)
 {
     constexpr const char* names[] = {"prepare",  "leave",  "identify",   "configure", "erase",

@@ -16,12 +16,12 @@ extern "C" {
 
 namespace {
 
-// The record sizes of 32-bit Windows, which the system checks.
+// Windows checks the sizes of these records. The numbers are those of 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
-constexpr std::size_t maxTextLength = 260; // device instance identifiers and the properties read here
+constexpr std::size_t maxTextLength = 260; // of instance identifiers and of the properties read here
 
 using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
 
@@ -33,7 +33,7 @@ DeviceInfoList presentDevices(const GUID& classGuid)
     return {list == INVALID_HANDLE_VALUE ? nullptr : list, &SetupDiDestroyDeviceInfoList};
 }
 
-/// Empty if it cannot be read.
+/// Returns the path of an interface; empty if it cannot be read.
 std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA& data)
 {
     DWORD bytes = 0;
@@ -50,10 +50,10 @@ std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA&
     return detail->DevicePath;
 }
 
-/// A text property; the first text of a list.
+/// Reads a text property of a device. If the property is a list of texts, returns the first one.
 std::optional<std::wstring> property(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DWORD which)
 {
-    wchar_t text[maxTextLength + 1] = {}; // one more than is passed on, so it always ends
+    wchar_t text[maxTextLength + 1] = {}; // the call cannot write the last 0, so the text always ends
     if (!SetupDiGetDeviceRegistryPropertyW(list.get(), &data, which, nullptr, reinterpret_cast<BYTE*>(text),
                                            maxTextLength * sizeof(wchar_t), nullptr))
         return std::nullopt;

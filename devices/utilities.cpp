@@ -102,7 +102,7 @@ std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector>
         return nullptr;
     }
     const auto giveBackAndClose = [detector, handle](AbstractHidDevice* opened) {
-        detector->takeBack(*handle); // first, while the value is still its own
+        detector->takeBack(*handle); // first, because the system may reuse a closed handle's value
         closeAndDelete(opened);
     };
     return {AbstractHidDevice::create(handle), giveBackAndClose};
@@ -115,7 +115,7 @@ std::shared_ptr<AbstractHidDevice> openHidDeviceByPath(const std::wstring& path,
         std::make_shared<WindowsDeviceDescriptorHandle>(path);
     const std::shared_ptr<AbstractHidDevice> device(AbstractHidDevice::create(HidDeviceDescriptor(handle)),
                                                     closeAndDelete);
-    static_cast<void>(device->open(access, share)); // isOpen() below says whether it is open now
+    static_cast<void>(device->open(access, share)); // isOpen() below checks the result
     return device->isOpen() ? device : nullptr;
 }
 

@@ -13,8 +13,8 @@ class DeviceDetector;
 
 /// The identities that the updater knows, and the ways to open a HID device.
 ///
-/// In normal mode a device enumerates under the product line's vendor identifier, in its chip's programming
-/// mode under the chip maker's. The identity lookups may be called on any thread.
+/// In normal mode a device has the product line's vendor identifier. In the programming mode of its chip it
+/// has the chip maker's vendor identifier. Any thread may call the identity lookups.
 namespace Utilities {
 
 /// A device in normal mode. The headset's name is empty: a generation is named after its transmitter.
@@ -44,7 +44,7 @@ constexpr std::uint16_t programmingVendorId()
 const std::vector<KnownDevice>& knownDevices();
 const std::vector<ProgrammingModeDevice>& programmingModeDevices();
 
-/// The identities of both tables, in table order; allDeviceIds() is the first followed by the second.
+/// The identities in knownDevices(), those in programmingModeDevices(), and all of them in this order.
 const std::vector<DeviceId>& knownDeviceIds();
 const std::vector<DeviceId>& programmingModeDeviceIds();
 const std::vector<DeviceId>& allDeviceIds();
@@ -55,16 +55,16 @@ DeviceType deviceTypeOf(const DeviceId& id);
 /// The generation ("VYNT1", "VYNT2") whose transmitter has the normal-mode product identifier @p pid, or "".
 QString deviceNameForPid(unsigned short pid);
 
-/// Opens @p device through @p detector, which closes it for everybody when the system asks for its orderly
-/// removal.
+/// Opens @p device through @p detector. The detector closes the device for all its users when the system asks
+/// for an orderly removal.
 /// @param access, share  Access::Bits.
-/// @return empty on failure, with a warning in the log. The last holder, on any thread, gives the handle back
-///         and closes the device; until then the detector is kept alive.
+/// @return the open device; null on failure, with a warning in the log. When the last owner releases the
+///         device, on any thread, its handle is given back and closed. The detector stays alive until then.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 
-/// Opens the device with the interface path @p path, unwatched; @p access and @p share as above.
-/// @return empty on failure; nothing is logged.
+/// Opens the device with the interface path @p path; no detector watches it. @p access and @p share as above.
+/// @return null on failure; nothing is logged.
 std::shared_ptr<AbstractHidDevice> openHidDeviceByPath(const std::wstring& path, const int access,
                                                        const int share);
 

@@ -22,9 +22,9 @@ namespace {
 
 constexpr int copyChunkBytes = 4064;
 
-// Limits on what an archive may cost. The largest device has 2 MiB of memory: about 6 MiB of image text, and
-// a few MiB in the archive. The two limits on all entries together also stop entries that share their bytes,
-// and packed blocks that take time but unpack to nothing.
+// Limits on the time and memory that an archive may take. The largest device has 2 MiB of memory. Its image
+// is about 6 MiB of text, and a few MiB in the archive. The two limits on all entries together also stop
+// archives whose entries share the same bytes, and packed blocks that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
 constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; at worst the window lays out a line per byte
@@ -55,7 +55,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// The list of entries ends at the first one that cannot be read.
+/// Logs a warning if the archive announces more than @p found entries. The list of entries ends at the first
+/// one that cannot be read.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -65,8 +66,8 @@ void logMissingEntries(QuaZip& archive, quint64 found)
                  static_cast<unsigned long long>(found));
 }
 
-/// Lists the entries' names in @p names, in the archive's order. QuaZip keeps every name in memory, so this
-/// asks for none beyond the limit. It leaves out names for which QuaZip has no room.
+/// Appends the entries' names to @p names in the archive's order. QuaZip keeps every name in memory, so the
+/// directory's size is limited. Names that are too long for QuaZip's buffer are left out.
 /// @return false if the directory is too large.
 bool readNames(QuaZip& archive, QStringList& names)
 {
@@ -94,11 +95,12 @@ QStringList listFiles(const QStringList& names, const QString& suffix)
     return files;
 }
 
-/// Takes some of an entry's bytes. @return false if it wants no more.
+/// Receives an entry's bytes piece by piece. @return false to stop the reading.
 using Target = std::function<bool(const char* bytes, int count)>;
 
-/// Copies chunk by chunk: memory grows with the bytes that are read, not with an entry's declared size.
-/// @return whether @p target took them all.
+/// Copies chunk by chunk, so that memory use grows with the bytes that are read, not with an entry's
+/// declared size.
+/// @return whether all bytes were read and @p target took every chunk.
 bool copyData(QIODevice& source, const Target& target)
 {
     char chunk[copyChunkBytes];
@@ -110,15 +112,17 @@ bool copyData(QIODevice& source, const Target& target)
     return true;
 }
 
-/// QuaZip supports more methods, but for some of them it never returns if the packed bytes end too early.
+/// Whether the updater can read @p entry. QuaZip supports more compression methods, but with some of them it
+/// never returns if the packed bytes end too early.
 bool isReadable(const unz_file_info64& entry)
 {
     return (entry.flag & encryptedFlag) == 0 &&
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Subtracts the current entry's declared sizes from what may still be read. QuaZip never delivers more.
-/// @return false if it is too large or cannot be read.
+/// Subtracts the current entry's declared sizes from the bytes that may still be read. QuaZip never delivers
+/// more bytes than declared.
+/// @return false if the entry is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
     unz_file_info64 entry;
@@ -234,7 +238,7 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
-    // The stream decodes by the byte order mark, or without one from the system's encoding.
+    // The stream decodes by the byte order mark; if there is none, it assumes the system's encoding.
     if (!texts.isEmpty())
         releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =

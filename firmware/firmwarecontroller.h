@@ -10,16 +10,17 @@ class FirmwareControllerPrivate;
 
 /// Holds the firmware archive in use: an image per device kind, and the release notes.
 ///
-/// An archive is a ZIP with images (entries ending in ".ff" or ".ef", hexadecimal text) and at most one text
-/// (".txt"). The image itself says which device it is for. Everything runs on the calling thread, the GUI
-/// thread, and throws nothing. The queries return copies, or an empty value if there is nothing to return.
+/// An archive is a ZIP file with images (entries ending in ".ff" or ".ef", hexadecimal text) and at most one
+/// text (".txt"). The image itself says which device it is for. All functions run on the calling thread, the
+/// GUI thread, and throw nothing. The queries return copies, or an empty value if there is nothing to return.
 ///
-/// Archives come from strangers, so limits keep a load from blocking the window. These entries count as
-/// unreadable: an image of more than 64 MiB of text; release notes of more than 1 MiB; an entry that is
-/// encrypted, neither stored nor deflated, or whose checksum is wrong; every entry with which all that were
-/// read would exceed 16 MiB packed or 65 MiB unpacked. An entry with a name of more than 256 bytes is
-/// ignored. An archive is refused if its directory has more than 1 MiB, and so is a path that is not a
-/// regular file's.
+/// Archives are untrusted, so limits keep a load from blocking the window. An entry counts as unreadable if
+/// - it is an image of more than 64 MiB of text, or release notes of more than 1 MiB;
+/// - it is encrypted, is neither stored nor deflated, or has a wrong checksum;
+/// - it and the entries read before it exceed 16 MiB packed or 65 MiB unpacked in total.
+///
+/// An entry with a name of more than 256 bytes is ignored. An archive is refused if its directory has more
+/// than 1 MiB or if its path does not lead to a regular file.
 class FirmwareController : public QObject
 {
     Q_OBJECT
@@ -38,7 +39,8 @@ public:
     QString releaseNotes() const;
 
 Q_SIGNALS:
-    /// The archive cannot be read, has no usable image, or has two for one kind. No archive is loaded now.
+    /// The archive cannot be read, has no usable image, or has two images for one kind of device. No archive
+    /// is loaded now.
     void loadingFailed();
     /// The archive is loaded and has at least one image.
     void loadedSuccessfully();

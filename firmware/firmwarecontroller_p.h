@@ -9,7 +9,7 @@
 
 class FirmwareController;
 
-/// An archive's firmware for one kind of device. A default one means that the archive has none.
+/// An archive's firmware for one kind of device. A default value means that the archive has none for it.
 struct FirmwareData
 {
     QByteArray image; ///< address 0 first

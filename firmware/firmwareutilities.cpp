@@ -63,7 +63,7 @@ unsigned char identifierOf(const QByteArray& entryHeader)
     return byteAt(entryHeader, 0) & identifierMask;
 }
 
-/// Versions come from strangers: whether @p version can be shown as it is.
+/// Whether @p version can be shown unchanged. Archives and devices are untrusted, so it may be any text.
 bool isShowable(const QString& version)
 {
     return version.size() <= maxVersionLength &&
@@ -89,7 +89,7 @@ std::vector<FileEntry> findFiles(std::vector<unsigned short> fileIds, ReadDataFu
             return found;
         const auto match = std::find(fileIds.begin(), fileIds.end(), identifierOf(buffer));
         if (match != fileIds.end()) {
-            found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address); // not a view
+            found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address); // a copy, not a view
             fileIds.erase(match);
         }
         if (byteAt(buffer, 0) == endOfTable || buffer.size() < entryLengthEnd)
@@ -107,7 +107,8 @@ std::tuple<bool, unsigned int, QByteArray> findFile(unsigned short fileId, ReadD
     return {true, found.back().second, found.back().first};
 }
 
-/// Leaves the first record of a device descriptor in @p record. Later ones do not count.
+/// Reads the first record that describes a device descriptor into @p record. Ignores later ones.
+/// @return false if there is none or it cannot be read.
 bool findDeviceDescriptorRecord(unsigned int fileAddress, ReadDataFunction& reader, QByteArray& record)
 {
     if (!read(reader, record, fileAddress, descriptorFileHeaderBytes, descriptorFileHeaderBytes))

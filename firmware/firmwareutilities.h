@@ -5,12 +5,13 @@
 #include <QByteArray>
 #include <QString>
 
-/// Delivers a range of a firmware image: (buffer, address, size), address 0 being the image's first byte.
+/// Reads a range of a firmware image. The arguments are buffer, address and size. Address 0 is the first byte
+/// of the image.
 ///
-/// On success it replaces the buffer's whole content with the @c size bytes at @c address and returns true. A
-/// reader over a device may deliver fewer bytes if the request exceeds what one exchange carries. On failure
-/// it returns false, and the buffer's content is unspecified. It is called synchronously, always with the
-/// same buffer.
+/// On success the function replaces the buffer's whole content with the @c size bytes at @c address and
+/// returns true. A function that reads from a device may deliver fewer bytes if one exchange cannot carry
+/// them all. On failure it returns false, and the buffer's content is unspecified. It is called
+/// synchronously, always with the same buffer.
 using ReadDataFunction = std::function<bool(QByteArray&, unsigned int, unsigned short)>;
 
 /// Reads from an image in memory. It copies nothing: the buffer becomes a view into the image, so the image
@@ -30,8 +31,8 @@ private:
     const QByteArray* image; // not owned
 };
 
-/// Reads version and product identifier from a firmware image's table of typed files. Numbers are
-/// little-endian.
+/// Reads version and product identifier from a firmware image's table of typed files. Numbers
+/// are little-endian.
 ///
 ///     image   offset  size
 ///             3       2     H, length of the block that follows; the file table starts at 5 + H

@@ -13,7 +13,7 @@ constexpr char lineEnd = '\n';
 constexpr char separator = ' ';
 constexpr unsigned base = 16;
 
-/// QChar::isSpace() of the Latin-1 characters; the last two are NEXT LINE and NO-BREAK SPACE.
+/// Tabulates QChar::isSpace() for Latin-1. The last two characters are NEXT LINE and NO-BREAK SPACE.
 constexpr std::array<bool, 256> makeWhiteSpace()
 {
     std::array<bool, 256> isWhite{};
@@ -48,8 +48,8 @@ bool hasPrefix(const char* token)
     return token[0] == '0' && (token[1] == 'x' || token[1] == 'X');
 }
 
-/// Reads a line of two digits, with or without the prefix, and nothing else, as nearly all are.
-/// @return false, with @p line as it was, if the line has another form or may be cut short by @p end.
+/// Reads a line that consists of two digits, with or without the prefix. Nearly all lines have this form.
+/// @return false, with @p line unchanged, if the line has another form or may continue beyond @p end.
 bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
 {
     constexpr int longest = 6; // "0x12\r\n"
@@ -62,7 +62,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // branches, so that the next line does not wait for this length
+    if (tail[0] == lineEnd) // branches, so the processor need not wait for the line's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;
@@ -71,7 +71,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
     return true;
 }
 
-/// The part of a line that counts; empty if none does.
+/// Returns the text of the number in @p line; empty if the line has none.
 std::string_view tokenOf(std::string_view line)
 {
     while (!line.empty() && isWhiteSpace(line.front()))
@@ -109,7 +109,7 @@ namespace ImageText {
 bool Decoder::feed(const char* text, int bytes)
 {
     unfinished.append(text, static_cast<std::size_t>(bytes));
-    const auto pieceEnd = unfinished.crbegin() + bytes; // there is no end of a line before this piece
+    const auto pieceEnd = unfinished.crbegin() + bytes; // no line ends before this piece
     const auto lastEnd = std::find(unfinished.crbegin(), pieceEnd, lineEnd);
     if (lastEnd != pieceEnd) {
         const auto decodable = static_cast<std::size_t>(unfinished.crend() - lastEnd);
@@ -135,7 +135,7 @@ void Decoder::decodeLines(const char* position, const char* end)
     while (position != end && !isMalformed) {
         std::uint32_t number = 0;
         if (!readPlainLine(position, end, number)) {
-            if (*position == lineEnd) { // keeps a text of empty lines cheap
+            if (*position == lineEnd) { // fast if the text has many empty lines
                 ++position;
                 continue;
             }

@@ -10,10 +10,10 @@
 ///     0x12
 ///     34 anything else on the line is a remark
 ///
-/// Lines end with '\n'. White space around a line (Latin-1's, so '\r' too) does not count. A line that is
-/// then empty or starts with "//" is skipped. Otherwise the text before the first blank (U+0020 only) is a
-/// signed hexadecimal number of 32 bits, with an optional sign and an optional "0x" or "0X". Its low 8 bits
-/// are the next byte.
+/// Lines end with '\n'. White space around a line (Latin-1 white space, which includes '\r') is ignored. A
+/// line that is then empty or starts with "//" is skipped. Otherwise the text before the first blank (U+0020
+/// only) is a signed hexadecimal number of 32 bits, with an optional sign and an optional "0x" or "0X". Its
+/// low 8 bits are the next byte.
 namespace ImageText {
 
 /// Decodes an image's text piece by piece. It keeps no more of the text than a line that has not ended yet.
@@ -33,7 +33,7 @@ private:
     void decodeLines(const char* position, const char* end);
 
     QByteArray image;
-    std::string unfinished; ///< the start of a line
+    std::string unfinished; ///< the line that has not ended yet
     bool isMalformed = false;
 };
 

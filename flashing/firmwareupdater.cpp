@@ -27,7 +27,8 @@ DeviceId programmingModeId(DeviceType type)
     return {};
 }
 
-/// Whether this is a 32-bit process on 64-bit Windows. The function is looked up, for systems that lack it.
+/// Whether this is a 32-bit process on 64-bit Windows. Some systems lack IsWow64Process(), so it is
+/// looked up.
 bool isWow64()
 {
     using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
@@ -43,7 +44,7 @@ bool isWow64()
 }
 
 /// Starts the driver-uninstall tool in the program's folder for the device with the given USB identifiers.
-/// Nobody waits for it. Its process object belongs to @p parent and deletes itself when the tool ends.
+/// Does not wait for the tool. Its process object belongs to @p parent and deletes itself when the tool ends.
 void startUninstallTool(QObject* parent, unsigned short vendorId, unsigned short productId)
 {
     auto* const process = new QProcess(parent);
@@ -130,7 +131,7 @@ void FirmwareUpdaterPrivate::startDetection()
 void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)
 {
     qDebug("Exiting any running application... device type = %d", type);
-    // The time-out notices a device that does not leave.
+    // If the device does not leave its application, the time-out ends the update.
     static_cast<void>(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
     startUninstallTool(this, device.vendorId, device.productId);
     qDebug("Exited any running application... device type = %d", type);
@@ -143,7 +144,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
     if (failed)
         return;
     timer.stop();
-    flashingDevice = arrived; // also if a flasher runs; then its removal ends the run
+    flashingDevice = arrived; // even if a flasher runs: this device's removal then ends the run
     if (flasher || firmware.isEmpty())
         return;
     if (arrived->removing) {
@@ -164,7 +165,7 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
-    // On the worker thread, so that it is logged even if nobody waits for the report any more.
+    // Runs on the worker thread, so the failure is logged even if nobody waits for the report any more.
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();
@@ -193,7 +194,7 @@ void FirmwareUpdaterPrivate::giveUp()
     failed = true;
     flashingDevice = nullptr;
     if (flasher) {
-        flasher->abort(); // it then fails with code 1 and reports that itself
+        flasher->abort(); // the flasher then fails with code 1 and reports that
         return;
     }
     qCritical("Failed in phase %s, code %d, device type = %d", phaseName(Phase::Leave),

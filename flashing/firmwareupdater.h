@@ -15,13 +15,13 @@ class FirmwareUpdater : public QObject
     Q_OBJECT
 
 public:
-    /// @param device    as last seen, in normal or already in programming mode.
+    /// @param device    the device's last record, in normal mode or already in programming mode.
     /// @param firmware  the image to write.
     FirmwareUpdater(QObject* parent, const DeviceInstance& device, DeviceType type,
                     const QByteArray& firmware);
 
 public Q_SLOTS:
-    /// Starts the update and returns; a failure may be reported before it does.
+    /// Starts the update and returns. A failure may be reported before the return.
     void flashDevice();
 
 Q_SIGNALS:

@@ -45,5 +45,5 @@ private:
     void startFlasher(const std::shared_ptr<AbstractHidDevice>& hid);
     void giveUp();
 
-    DetectionOwner detection; ///< of the device in programming mode
+    DetectionOwner detection; ///< detects the device in programming mode
 };

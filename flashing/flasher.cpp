@@ -12,7 +12,7 @@ using namespace HidUtilities;
 
 namespace {
 
-constexpr std::uint32_t headerBytes = 2; // of the image, for its geometry
+constexpr std::uint32_t headerBytes = 2; // at the start of the image; they contain its geometry
 
 constexpr unsigned short transmitterPinmux = 0xF0E1;
 
@@ -34,7 +34,7 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// The announced maximum of the progress, to which the last chunk adds its packets.
+// Parts of the announced maximum of the progress. The last chunk adds one step for each of its packets.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -46,7 +46,7 @@ Flasher::Flasher(std::shared_ptr<AbstractHidDevice> hidDevice)
 {
     if (!device)
         return;
-    // The run goes on. If it ends well, only this line shows the failure.
+    // The run continues after a failed transfer. If the run succeeds, only this line shows the failure.
     device->onFailure = [this](const Place& place) {
         qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer,
                  phaseName(place.phase));
@@ -99,9 +99,10 @@ void Flasher::program()
     advance();
     startProgramming();
     advance();
-    // Sent once and not confirmed: the device restarts, or stays in programming mode for the next attempt.
+    // The request is sent once and not confirmed. A device that misses it stays in programming mode for the
+    // next attempt.
     if (!sendControlRequest(device, EndProgramming))
-        checkOpen(); // if it was closed, the last commit may be missing too
+        checkOpen(); // if the device was closed, the last commit may be missing too
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -208,7 +209,7 @@ void Flasher::commitChunk(std::uint32_t address, std::uint32_t chunkSize)
     writeChipMemory({{Cleared, 0}});
     checkAborted();
     qDebug("%s: Committing RAM starting at 0x%.4X", name.c_str(), address);
-    // The delay that follows sets the pace, not the result.
+    // The result is ignored. The run only waits for the delay that follows.
     executeOperation(device, CommitOperation);
     advance();
 }
@@ -234,7 +235,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // The abort flag reports a lost device, not the result.
+        // The result is ignored. The removal of the device sets the abort flag.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -252,7 +253,7 @@ void Flasher::eraseTransmitterFlash()
         advance();
         qDebug("%s: Erasing Flash starting at 0x%.4X", name.c_str(), address);
         checkAborted();
-        sendEraseCommand(device); // the delay sets the pace, not the result
+        sendEraseCommand(device); // the result is ignored; the run waits for the delay
         advance();
         Sleep(sectorEraseDelayMs);
         advance();
@@ -266,7 +267,7 @@ void Flasher::checkAborted() const
     checkOpen();
 }
 
-/// The device is closed from outside when the system asks for its orderly removal.
+/// Ends the run if the device is closed. The detector closes it when the system asks for an orderly removal.
 void Flasher::checkOpen() const
 {
     if (!device->isOpen())
@@ -304,7 +305,7 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// The abort flag reports a lost device, not the result of a write.
+// The results of writes are ignored. The removal of the device sets the abort flag.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

@@ -17,9 +17,10 @@
 
 /// Writes one firmware image into one device that is in programming mode.
 ///
-/// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as the
-/// chip needs: fixed delays, not answers, set the pace. Use an object for one run. A run whose device is
-/// closed from outside, for an orderly removal, ends as an aborted one, also if the removal is refused.
+/// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as
+/// the chip needs. The run waits for fixed delays, not for answers. Use an object for one run. If the
+/// detector closes the device for an orderly removal, the run ends as if it were aborted, even if the
+/// removal is refused.
 class Flasher : public QObject
 {
     Q_OBJECT
@@ -29,18 +30,18 @@ public:
 
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
-    /// Makes the sequence end with code 1 at its next test of the flag: before each chip write, data packet,
-    /// erase and commit, but not before the identity queries and the end of programming. Callable on any
-    /// thread.
+    /// Makes the sequence end with code 1 at its next check: at the start, and before each chip write, data
+    /// packet, erase and commit. There is no check between the identity queries or before the end of
+    /// programming. May be called on any thread.
     void abort();
 
-    /// Where the run ended or lost the device. Call it in a slot that the run's last signal calls directly,
-    /// because the device is released after it.
+    /// Returns the place where the run ended or lost the device. Call it in a slot that is directly connected
+    /// to the run's last signal, because the run releases the device after that signal.
     Place endOfRun() const { return device ? device->place() : Place(); }
 
 public Q_SLOTS:
     /// Runs the whole sequence with image @p firmware, then releases the device.
-    /// @param memoryType  the DeviceType value: 1 for the transmitter, whose flash is erased first.
+    /// @param memoryType  the DeviceType value. The flash of a transmitter (1) is erased first.
     void operate(QByteArray firmware, int memoryType);
 
 Q_SIGNALS:
@@ -80,6 +81,6 @@ private:
     std::string name;
     std::atomic<bool> aborted{false};
     int progress = 0;
-    ImageGeometry geometry = {}; ///< known from detectSizes() on, as the next
+    ImageGeometry geometry = {}; ///< set by detectSizes(), as is the model
     const ChipModel* model = nullptr;
 };

@@ -7,11 +7,11 @@ class FlashingError : public std::runtime_error
 {
 public:
     enum Code {
-        DeviceLost = 1, ///< gone, not openable, not back in time, or the update was aborted
+        DeviceLost = 1, ///< device gone, cannot be opened or not back in time, or update aborted
         EmptyImage = 2,
         UnknownChip = 3,     ///< chip identifier or revision could not be read
         ImageDoesNotFit = 4, ///< larger than the memory its header announces, or without a usable header
-        UnsupportedChip = 5, ///< no loader is known for the chip and revision, or it takes no image data
+        UnsupportedChip = 5, ///< no loader is known for the chip and revision, or device takes no image data
     };
 
     explicit FlashingError(int errorCode)
@@ -23,7 +23,7 @@ public:
     int code;
 };
 
-/// Whether reconnecting the device helps against error @p code.
+/// Whether reconnecting the device can help after error @p code.
 constexpr bool isConnectionFailure(int code)
 {
     return code == FlashingError::DeviceLost || code == FlashingError::UnknownChip;

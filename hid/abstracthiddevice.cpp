@@ -19,7 +19,7 @@ extern "C" {
 
 namespace {
 
-/// @return null if @p handle is not a handle.
+/// @return an owner of @p handle; null if @p handle is null or INVALID_HANDLE_VALUE.
 std::shared_ptr<DeviceHandle> ownerOf(HANDLE handle)
 {
     const bool isOne = handle != INVALID_HANDLE_VALUE && handle != nullptr;
@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    /// All zero if they cannot be read.
+    /// The device's capabilities; all zero if they cannot be read.
     const HIDP_CAPS& capabilities()
     {
         if (capabilitiesKnown)

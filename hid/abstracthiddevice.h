@@ -10,13 +10,13 @@ class HidDeviceDescriptor;
 
 /// One HID device (top-level collection) and its feature reports.
 ///
-/// Reports are byte vectors whose byte 0 is the report ID; every length counts it. Windows moves feature
+/// Reports are byte vectors whose byte 0 is the report ID; every length counts it. Windows transfers feature
 /// reports in buffers of at least the device's feature report length (HIDP_CAPS::FeatureReportByteLength) and
-/// silently cuts what is longer. Here a shorter vector travels in a zero-padded buffer of that length, an
-/// answer is cut back to the length asked for, and a longer vector is refused. With a feature report length
-/// of 264, a 64-byte vector is sent as 264 bytes, of which the last 200 are 0.
+/// silently drops further bytes. This class pads a shorter vector with zeros to that length, cuts an answer
+/// to the vector's length, and refuses a longer vector. If the feature report length is 264, a 64-byte vector
+/// is sent as 264 bytes, of which the last 200 are 0.
 ///
-/// One thread at a time may use a device; the transfers block it. isOpen() may be called on any thread.
+/// Only one thread at a time may use a device, and transfers block that thread. Any thread may call isOpen().
 class AbstractHidDevice
 {
 public:
@@ -25,16 +25,16 @@ public:
     /// Wraps a device handle that is already open, and owns it from then on.
     static AbstractHidDevice* create(void* handle, const HidDeviceDescriptor& descriptor);
 
-    /// Shares @p handle with others. Once one of them has closed it, the device is closed: every transfer
-    /// fails.
+    /// Creates a device that shares @p handle. Once any owner has closed the handle, the device is closed:
+    /// every transfer fails.
     static AbstractHidDevice* create(std::shared_ptr<DeviceHandle> handle);
 
-    /// A closed device, to be opened with open(). The caller owns it.
+    /// Creates a closed device, which open() opens. The caller owns it.
     static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);
 
     /// Opens the device that the descriptor names.
     /// @param access, share  Access::Bits.
-    /// @return whether it is open now; false if it was open before.
+    /// @return whether this call has opened the device; false if it was open before.
     virtual bool open(int access, int share) = 0;
 
     /// Closes the device. Does nothing if it is not open.
@@ -47,21 +47,20 @@ public:
     virtual int usagePage() = 0;
 
     /// Sends @p report as one feature report.
-    /// @return false if the device is not open, is gone or refuses, or if the report is empty or too long for
-    /// it.
+    /// @return false if the device is not open, is gone or refuses, or if @p report is empty or too long for
+    ///         the device.
     virtual bool setFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
     /// Reads one feature report into @p report.
     /// @param report  on entry as long as the wanted answer, with the report ID in byte 0; on success the
-    /// answer,
-    ///     of the same length.
+    ///     answer, of the same length.
     /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if the
-    /// wanted
-    ///     answer is empty or too long for the device; @p report is then unspecified but keeps its length.
+    ///         wanted answer is empty or too long for the device. The contents of @p report are then
+    ///         unspecified, but its length is unchanged.
     virtual bool getFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
-    /// A zeroed buffer as long as the device's longest report of a kind; empty if it has none. The caller
-    /// owns it.
+    /// Creates a zeroed buffer as long as the device's longest report of a kind; it is empty if the device
+    /// has none. The caller owns the buffer.
     /// @param reportKind  as HIDP_REPORT_TYPE: 0 input, 1 output, 2 feature.
     virtual std::vector<unsigned char>* createReportBuffer(int reportKind) = 0;
 };

@@ -10,7 +10,7 @@ DeviceHandle::~DeviceHandle()
 
 void DeviceHandle::close()
 {
-    usable = false; // before the lock, so that only a transfer in progress is waited for
+    usable = false; // before the lock, so that no further transfer starts meanwhile
     const Guard guard(inUse);
     if (!std::exchange(isClosed, true))
         CloseHandle(handle);

@@ -6,11 +6,10 @@
 
 #include "criticalsection.h"
 
-/// An open device file that its users share: whoever closes it closes it for all of them, for good.
+/// An open device file that several users share. When one of them closes it, it is closed for all of them.
 ///
-/// Windows gives the value of a closed handle to whatever is opened next. So the value must not leave use():
-/// close() cannot come between the test and the end of the transfer. All operations may be called on any
-/// thread.
+/// Windows may reuse the value of a closed handle for the next object that is opened. So use the handle only
+/// in use(), during which close() cannot close it. All operations may be called on any thread.
 class DeviceHandle
 {
 public:
@@ -24,7 +23,7 @@ public:
     DeviceHandle(const DeviceHandle&) = delete;
     DeviceHandle& operator=(const DeviceHandle&) = delete;
 
-    /// For comparison only. After close() another object may have this value.
+    /// The handle's value, for comparison only. After close() another object may have this value.
     HANDLE value() const { return handle; }
 
     bool isOpen() const { return usable; }
@@ -34,7 +33,7 @@ public:
     void close();
 
     /// Calls @p transfer(HANDLE), which returns bool, while nobody can close the handle.
-    /// @return its result; false, without a call, if the handle is closed.
+    /// @return the result of @p transfer; false, without a call, if the handle is closed.
     template <typename Transfer>
     bool use(Transfer transfer)
     {
@@ -42,8 +41,8 @@ public:
         return usable && transfer(handle);
     }
 
-    /// The value, for a caller who closes it with CloseHandle. The destructor then leaves it open; close()
-    /// still closes it.
+    /// Returns the handle to a caller who closes it with CloseHandle. After that the destructor leaves the
+    /// handle open, but close() still closes it.
     HANDLE release();
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Clang's thread-safety attributes, which its builds check. Nothing for other compilers.
+/// Sets one of Clang's thread-safety attributes, which Clang checks. Expands to nothing with other compilers.
 #if defined(__clang__)
 #define THREAD_SAFETY(attribute) __attribute__((attribute))
 #else

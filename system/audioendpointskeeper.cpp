@@ -69,11 +69,12 @@ void makeDefault(LPCWSTR endpointId, ERole role)
     ComPointer<IPolicyConfiguration> policy;
     if (FAILED(createObject(__uuidof(PolicyConfigurationClient), policy)))
         return;
-    // A failure cannot be mended here. The user can still choose in the sound settings.
+    // Nothing can be done here about a failure. The user can still choose the default in the sound settings.
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
 }
 
-/// Makes @p endpoint the default for its adapter's roles, and removes those from @p defaults.
+/// Makes @p endpoint the default for the roles that @p defaults has for its adapter, and removes
+/// these entries.
 void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
 {
     const std::optional<std::wstring> name = adapterName(endpoint);

@@ -8,9 +8,10 @@
 /// identifier changes when the device comes back on another port.
 ///
 /// Names are recorded without a leading number ("2- USB Audio Device") and only up to the first character
-/// that is neither a Latin letter nor a blank, but are compared with the whole names in the system. So only
-/// an adapter whose whole name consists of letters and blanks gets its endpoints back. If several have the
-/// same name, the first in the system's order gets them.
+/// that is neither a Latin letter nor a blank, but are compared with the system's complete names. So an
+/// endpoint becomes the default again only if the complete name of its adapter consists of letters and
+/// blanks. If several endpoints have adapters with the same name, the first in the system's order becomes
+/// the default.
 ///
 /// A role, endpoint or direction that cannot be read or set is skipped. Nothing is reported or thrown.
 ///
@@ -29,9 +30,9 @@ public:
     void restore();
 
 private:
-    /// Maps an adapter's name to the roles in which its endpoint is the default, ascending within a name:
-    /// 0 eConsole, 1 eMultimedia, 2 eCommunications. These are plain numbers because names in
-    /// <mmdeviceapi.h> clash with the updater's own.
+    /// Maps an adapter's name to the roles in which its endpoint is the default. The roles of a name are in
+    /// ascending order: 0 eConsole, 1 eMultimedia, 2 eCommunications. They are plain numbers because names in
+    /// <mmdeviceapi.h> clash with names of the updater.
     using Defaults = std::multimap<std::wstring, int>;
 
     Defaults renderDefaults;

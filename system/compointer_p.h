@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object, or none. Without one every call returns E_POINTER: a call can succeed
-/// without delivering an interface (S_FALSE), and this class checks for that instead of each caller.
+/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So callers
+/// need not check for a COM call that succeeds (S_FALSE) without delivering an interface.
 template <typename Interface>
 class ComPointer
 {
@@ -25,7 +25,7 @@ public:
         object = other;
     }
 
-    /// The pointer in which a call stores the reference that it returns.
+    /// Releases the reference. Returns the address at which a COM call can store a new one.
     Interface** receive()
     {
         reset(nullptr);

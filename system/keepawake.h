@@ -8,7 +8,7 @@
 /// While an object lives, neither the computer nor its display goes to sleep by itself, and a request to end
 /// the user's session is refused. The user can still insist, and then the session ends.
 ///
-/// Use it on the GUI thread. If the system does not grant something, that is logged and otherwise ignored.
+/// Use it on the GUI thread. If the system refuses a request, the refusal is logged and otherwise ignored.
 class KeepAwake : private QAbstractNativeEventFilter
 {
 public:
@@ -16,7 +16,7 @@ public:
     /// @param reason      the text that the system shows to a user who wants to end the session.
     KeepAwake(HWND mainWindow, const QString& reason);
 
-    /// Restores the state before the constructor.
+    /// Restores the state that the constructor found.
     ~KeepAwake() override;
 
 private:

@@ -110,7 +110,8 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @param startTick  the start of the time limit for all dependents.
+/// @param startTick  the tick at which the common time limit of all dependents started.
+/// @return whether the service has stopped.
 bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {
     const ServiceHandle service =

@@ -1,13 +1,13 @@
 #pragma once
 
-/// Stops the Windows audio service "audiosrv" and the services that depend on it. Starts the audio service,
-/// but not the dependent ones, on destruction, whatever its state was before.
+/// Stops the Windows audio service "audiosrv" and the services that depend on it. The destructor starts the
+/// audio service, whatever its state was before, but not the dependent services.
 ///
-/// Nothing is reported to the caller. Every outcome is a debug message, for failures with the Windows error
-/// code; without administrator rights only that message appears.
+/// The caller gets no result. Every outcome is logged as a debug message. The message of a failure contains
+/// the Windows error code. Without administrator rights each operation only logs such a message.
 ///
-/// The object has no state, so each operation may be called on any thread, also while another one runs. All
-/// of them block, with Sleep() between queries of the service's status.
+/// The object has no state, so any thread may call each operation, even while another operation runs. All
+/// operations block: they call Sleep() between queries of the service's status.
 class ScopedAudioServiceStopper
 {
 public:
@@ -23,7 +23,7 @@ public:
     /// the remaining ones are skipped, and the audio service still gets the stop control.
     void stop();
 
-    /// Starts the audio service if it is stopped or stopping, and waits until it runs, as long as its check
-    /// point grows within its wait hint.
+    /// Starts the audio service if it is stopped or stopping. Waits until the service runs, but gives up if
+    /// its check point does not grow within its wait hint.
     void start();
 };

@@ -12,15 +12,15 @@
 class ChipChannel : public AbstractHidDevice
 {
 public:
-    /// Set once nobody waits for an answer any more. The channel then is closed: every transfer fails without
-    /// reaching the device.
+    /// A flag that the owner sets when nobody waits for an answer any more. From then on the channel is
+    /// closed: every transfer fails without reaching the device.
     using Cancelled = std::shared_ptr<const std::atomic<bool>>;
 
     /// How far the work with the device got.
     struct Place
     {
         Phase phase = Phase::Identify;
-        int transfer = 0;      ///< the last feature report, either way, counted from 1
+        int transfer = 0;      ///< number of the last feature report, sent or received, from 1
         bool isFailed = false; ///< whether that transfer failed
     };
 
@@ -28,7 +28,7 @@ public:
 
     void enterPhase(Phase phase) { last.phase = phase; }
 
-    /// The last transfer, or the first of the failed ones at the end.
+    /// The place of the last transfer. If the last transfers have failed, the place of the first of them.
     Place place() const { return lost.isFailed ? lost : last; }
 
     std::function<void(const Place&)> onFailure; ///< called after each transfer that failed
@@ -51,5 +51,5 @@ private:
     const std::shared_ptr<AbstractHidDevice> device;
     const Cancelled cancelled;
     Place last;
-    Place lost; ///< the first failed transfer since the last that was done
+    Place lost; ///< first failed transfer since the last successful one
 };

@@ -9,11 +9,12 @@ struct RegisterWrite
     unsigned char value;
 };
 
-/// What the updater knows of a revision of a chip. It writes nothing at all to one that it does not know.
+/// What the updater knows about one revision of a chip. It writes nothing to a chip or revision that it does
+/// not know.
 struct ChipModel
 {
-    int id;       ///< in the identifier register
-    int revision; ///< in the revision register
+    int id;       ///< value of the identifier register
+    int revision; ///< value of the revision register
     const char* name;
     const char* family;
     const char* revisionName;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
-constexpr unsigned rowStep = 0x1000; // not 16: the loader puts the rows so far apart
+constexpr unsigned rowStep = 0x1000; // the loader places the rows this far apart, not 16 bytes
 
 } // namespace
 
@@ -25,10 +25,10 @@ ReadDataHelper_FromDevice::ReadDataHelper_FromDevice(std::shared_ptr<AbstractHid
     const int chipId = getAvneraChipId(device);
     const int revision = getAvneraChipRevision(device);
     if (!device->isOpen())
-        return; // cut short, so nothing is known of the chip
+        return; // cancelled or closed meanwhile, so the chip is unknown
     model = getAvneraChipModel(chipId, revision);
     if (!model)
-        return; // a write could hit anything
+        return; // a write to an unknown chip could change anything
     capacity = 1;
     QByteArray firstByte;
     if ((*this)(firstByte, 0, 1))
@@ -44,7 +44,7 @@ bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int addres
         return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
-    // The results do not count: a device that takes no command does not answer either.
+    // The results are ignored: a device that does not accept the commands does not answer, either.
     writeControlBlock(device, model->smData,
                       {{FlashAddress, address}, {RamAddress, model->readBuffer}, {Length, size}});
     executeOperation(device, LoadOperation);

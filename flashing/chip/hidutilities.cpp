@@ -40,7 +40,7 @@ unsigned char byteOf(int operand)
     return static_cast<unsigned char>(operand);
 }
 
-/// A length as the frames have it, which counts the length byte itself.
+/// Returns the length that a frame gives for @p bytes. It counts the length byte, too.
 unsigned char lengthOf(const Bytes& bytes)
 {
     return static_cast<unsigned char>(bytes.size() + 1);
@@ -126,7 +126,7 @@ bool HidUtilities::requestMemoryRead(Device device, int addressLow, int addressH
 HidUtilities::Answer HidUtilities::readMemory(Device device, int addressLow, int addressHigh, int count,
                                               Bytes& data)
 {
-    requestMemoryRead(device, addressLow, addressHigh, count); // the answer says whether it got through
+    requestMemoryRead(device, addressLow, addressHigh, count); // the answer shows whether the request arrived
     Bytes report(reportBytes);
     report.front() = reportId;
     if (!device->getFeatureBlocking(&report) || report.size() <= answerStatusOffset)

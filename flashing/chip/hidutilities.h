@@ -11,7 +11,7 @@ struct ChipModel;
 /// The commands to the audio chips: 64-byte feature reports on the vendor-defined HID interface.
 ///
 /// Every operation blocks the calling thread for its transfers. The results say whether the transfer itself
-/// was done, not what the chip made of it. Of operands that are an int only the low byte is sent.
+/// succeeded, not what the chip did with it. Only the low byte of an int operand is sent.
 namespace HidUtilities {
 
 /// One-byte requests to the device as a whole.
@@ -35,8 +35,8 @@ struct ControlField
 constexpr ControlField NvmemType{0, 1}; ///< 1 transmitter, 2 headset
 constexpr ControlField FlashAddress{1, 4};
 constexpr ControlField RamAddress{5, 2};
-constexpr ControlField Length{7, 2};   ///< to load or commit; 1 before an erase
-constexpr ControlField Cleared{10, 2}; ///< 0 before a commit
+constexpr ControlField Length{7, 2};   ///< bytes to load or commit; 1 before an erase
+constexpr ControlField Cleared{10, 2}; ///< must be 0 before a commit
 constexpr ControlField DeviceSize{13, 4};
 constexpr ControlField ConfigBits{17, 1};
 constexpr ControlField PageSize{18, 2};
@@ -45,7 +45,7 @@ constexpr ControlField SectorSize{20, 4};
 struct ControlValue
 {
     ControlField field;
-    std::uint32_t value; ///< sent little-endian, as many bytes as the field has
+    std::uint32_t value; ///< sent little-endian, with the field's number of bytes
 };
 
 constexpr int lowByte(unsigned address)
@@ -63,7 +63,7 @@ bool sendControlRequest(std::shared_ptr<AbstractHidDevice> device, int code);
 bool writeMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                  const std::vector<unsigned char>& data);
 
-/// Writes adjacent fields, in one write, into the control block at @p smData.
+/// Writes the adjacent fields @p values into the control block at @p smData in one write.
 bool writeControlBlock(std::shared_ptr<AbstractHidDevice> device, unsigned short smData,
                        std::initializer_list<ControlValue> values);
 
@@ -77,7 +77,7 @@ bool sendEraseCommand(std::shared_ptr<AbstractHidDevice> device);
 bool requestMemoryRead(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh, int count);
 
 enum class Answer {
-    Missing, ///< or too short
+    Missing, ///< no answer, or one that is too short
     NoData,  ///< the chip had nothing prepared
     Complete,
 };
@@ -86,19 +86,20 @@ enum class Answer {
 [[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                                 int count, std::vector<unsigned char>& data);
 
-/// 12 (AV6x01) or 13 (AV6x02); 0 if unknown or unreadable, with critical log lines unless the device is
-/// closed.
+/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if it is unknown or unreadable, with
+/// critical log lines unless the device is closed.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
 /// The revision register's value, whatever it is; 0 if unreadable, with critical log lines unless the device
 /// is closed.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
-/// What is known of the chip and revision, with a log line.
+/// Looks up a chip and revision. Logs the revision's name, or that this revision of a known chip
+/// is unsupported.
 /// @return null for a chip or revision that is not known.
 [[nodiscard]] const ChipModel* getAvneraChipModel(int chipId, int revision);
 
-/// The loader's addresses in getAvneraChipModel(): its control block, and the buffer for downloads.
+/// Gets the addresses of the loader's control block and of its download buffer from getAvneraChipModel().
 /// @return false, with the outputs untouched, for a chip or revision that is not known.
 [[nodiscard]] bool getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision);
