@@ -20,7 +20,7 @@ namespace {
 // A sanitizer adds to the memory and the time of the process.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
 constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
-constexpr int endsWithinMs = 120000; // a child that runs longer waits for ever
+constexpr int endsWithinMs = 120000; // a child that runs longer is blocked for ever
 constexpr char childSwitch[] = "--load";
 
 QString logged; ///< complaints about the archive, each preceded by '|'
@@ -128,7 +128,7 @@ private:
 void TestArchives::initTestCase()
 {
     QVERIFY(folder.isValid());
-    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child has another user
+    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child changes its user
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("home")));
     path = folder.filePath(QStringLiteral("fw.zip"));
 }

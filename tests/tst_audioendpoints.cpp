@@ -65,7 +65,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
     row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
     row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
     row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
-    row("like names", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
+    row("same name twice", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
     row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2");
     row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
     row("playback without default", {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {},
@@ -98,7 +98,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
     QTest::addColumn<AudioFunction>("function");
-    QTest::addColumn<QByteArrayList>("lost"); // for each failing call, how lost defaults start; - for none
+    QTest::addColumn<QByteArrayList>("lost"); // prefix of the lost defaults per failing call, "-" for none
     const auto row = [](const char* name, AudioFunction function, const QByteArray& lost) {
         QTest::newRow(name) << function << lost.split(' ');
     };

@@ -196,7 +196,7 @@ void TestAudioService::theServiceStopsAndStarts_data()
     QTest::addColumn<Services>("services"); // the first is the audio service
     QTest::addColumn<QByteArray>("expectedLog");
     QTest::addColumn<Sleeps>("expectedSleeps");
-    QTest::addColumn<DWORD>("expectedState"); // of the audio service
+    QTest::addColumn<DWORD>("expectedState"); // of the audio service afterwards
     QTest::addColumn<QByteArray>("expectedControls");
     addStops();
     addStopsOfDependents();

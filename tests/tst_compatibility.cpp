@@ -31,7 +31,7 @@ private Q_SLOTS:
 
 void TestCompatibility::devicesAndImagesDecideWhatIsOffered_data()
 {
-    QTest::addColumn<QByteArray>("incompatible"); // the letters of the devices
+    QTest::addColumn<QByteArray>("incompatible"); // letters of the devices, T or H
     QTest::addColumn<QByteArray>("updatable");
     QTest::addColumn<QByteArray>("unknown");
     QTest::addColumn<bool>("isOffered");
@@ -47,7 +47,7 @@ void TestCompatibility::devicesAndImagesDecideWhatIsOffered_data()
     row("3>4 6>6", "T", "H", "", false, "c");
     row("4>4 6>3", "H", "T", "", false, "c");
     row("3>4 6>3", "TH", "", "", false, "c");
-    row("4>0 6>6", "", "H", "", true, "c"); // nothing is known about the transmitter's image
+    row("4>0 6>6", "", "H", "", true, "c"); // the transmitter's image is for an unknown product
     row("4>0 6>0", "", "", "", false, "c");
     row("0>0 >6", "", "T", "T", true, "");
     row("0>4 0>6", "", "TH", "TH", true, "cu");

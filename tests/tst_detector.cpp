@@ -61,7 +61,7 @@ void TestDetector::aFailedStartLeavesNothingBehind_data()
 {
     QTest::addColumn<SystemCall>("call");
     QTest::addColumn<int>("nth");
-    QTest::addColumn<std::size_t>("threads"); // kept by the detector for its next start
+    QTest::addColumn<std::size_t>("threads"); // number kept by the detector for its next start
     QTest::newRow("first event") << SystemCall::CreateEventW << 1 << std::size_t(0);
     QTest::newRow("second event") << SystemCall::CreateEventW << 2 << std::size_t(0);
     QTest::newRow("third event") << SystemCall::CreateEventW << 3 << std::size_t(0);
@@ -76,7 +76,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const SystemCall, call);
     QFETCH(const int, nth);
     QFETCH(const std::size_t, threads);
-    for (int i = 0; i < 100; ++i) { // once is not enough: a thread left running may end in time by luck
+    for (int i = 0; i < 100; ++i) { // repeated, because a thread left running may end in time by luck
         const bool isStartedAgain = i % 2 != 0;
         DetectorFixture f;
         f.machine.faults.fail(call, nth, ERROR_NOT_ENOUGH_MEMORY);
@@ -277,7 +277,8 @@ void TestDetector::stopsAndStartsAgainWhileDevicesComeAndGo()
     const QString completion = QStringLiteral("complete %1").arg(present);
     const int before = f.recorder.waitFor(0).size();
     QVERIFY(f.start());
-    // The detector first examines the queue of its last run; then it knows every present device.
+    // The detector first examines the arrivals that its last run left in the queue. After that it knows every
+    // device that is present.
     TRY_VERIFY(f.recorder.waitFor(0).mid(before).contains(completion));
 }
 

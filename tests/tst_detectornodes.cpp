@@ -82,7 +82,7 @@ void TestDetectorNodes::theHardwareIdGivesTheIdentity()
     QFETCH(const GUID, interfaceClass);
     DetectorFixture f;
     DeviceNode node = hidNode(transmitter);
-    node.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0003"}; // the first counts
+    node.hardwareIds = {hardwareId.toStdWString(), L"HID\\VID_7A31&PID_0003"}; // only the first is used
     node.interfaceClass = interfaceClass;
     node.friendlyName = L"Friendly";
     f.tree.plug(node);
@@ -112,7 +112,7 @@ void TestDetectorNodes::aNodeThatCannotBeReadIsSkipped()
     QFETCH(const QString, hardwareId);
     QFETCH(const QString, enumerator);
     DetectorFixture f;
-    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // its names are prefixes of the second's
+    DeviceNode first = hidNode(transmitter, L"7&1a2b3c&0&000"); // the second node's names start with these
     first.hardwareIds.clear();
     if (!hardwareId.isEmpty())
         first.hardwareIds = {hardwareId.toStdWString()};

@@ -1,4 +1,4 @@
-// Reading a device's identity: the requests to the chip, and answers that are wrong.
+// Reading a device's identity: the requests to the chip, and wrong answers.
 
 #include <algorithm>
 #include <atomic>
@@ -153,7 +153,7 @@ void TestDeviceReader::aCancelledReaderStartsNoTransfer()
         QCOMPARE(chip->transfers, k);
         const bool isRequest = chip->journal.last().startsWith("FF0A00FD"); // the reader still waits 100 ms
         QCOMPARE(f.clock.tickCount() - cancelledAt, isRequest ? 100u : 0u);
-        QVERIFY2(!f.log.text().contains('!'), f.log.text()); // cancelling is no error of the chip
+        QVERIFY2(!f.log.text().contains('!'), f.log.text()); // cancelling is not logged as an error
     }
 }
 

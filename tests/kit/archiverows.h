@@ -153,7 +153,8 @@ inline void addReleaseNotes()
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
 
-/// @return a transmitter's image that takes @p packedBytes packed, mostly in blocks that unpack to nothing.
+/// @return a transmitter's image with @p packedBytes packed bytes. Most of these bytes belong to blocks that
+/// unpack to nothing.
 inline RawEntry behindEmptyBlocks(int packedBytes)
 {
     const QByteArray block("\0\0\0\xFF\xFF", 5);
@@ -233,8 +234,8 @@ inline QByteArray manyExtraFields()
     return RawZip::archive(all);
 }
 
-/// @return a function that builds an archive of two images and destroys entry @p number's (0 or 1) record in
-/// the directory.
+/// @return a function that builds an archive of two images and destroys the directory's record of entry
+/// @p number, 0 or 1.
 inline Archive withoutRecord(int number)
 {
     return [=] {

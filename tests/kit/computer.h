@@ -20,7 +20,7 @@ public:
     ~Computer() { letThreadsEnd(); }
 
     Gate gate;
-    VirtualClock clock; ///< a test that replaces onSleep must pass sleeps to the gate itself
+    VirtualClock clock; ///< a test that replaces onSleep disables the gate
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();
     const LogCapture log;

@@ -24,7 +24,7 @@ inline bool canSessionEnd()
 }
 
 /// A computer with both devices plugged in, and a flashing dialog with its parent window. The dialog updates
-/// the devices whose letters, "T" and "H", are given.
+/// the devices whose letters ("T", "H") the constructor gets.
 struct Run : PairedComputer
 {
     explicit Run(const QByteArray& letters)

@@ -17,7 +17,7 @@ public:
     DWORD setError = ERROR_SUCCESS;
     DWORD getError = ERROR_SUCCESS;
     std::function<void(const QByteArray& report)> onSet;
-    std::function<QByteArray(const QByteArray& entry)> answer; ///< returns the report; gets the buffer on entry
+    std::function<QByteArray(const QByteArray& entry)> answer; ///< makes the report from the buffer on entry
     std::function<void()> onTransfer;                          ///< called before each transfer
 
     // What it recorded.
