@@ -6,8 +6,8 @@
 
 #include "scriptedhid.h"
 
-/// Answers queries like a chip; `memory` computes the byte at an address. The journal lists the frames that it
-/// gets, in hexadecimal, and the answers ("A"). A test may add delays ("s100" for 100 ms).
+/// Answers queries like a chip; `memory` computes the byte at an address. The journal lists the received
+/// frames (in hexadecimal) and the answers ("A"). A test may add delays ("s100" for 100 ms).
 class ScriptedChip : public ScriptedHid
 {
 public:
