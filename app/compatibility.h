@@ -4,8 +4,8 @@
 
 #include "deviceinstance.h"
 
-/// What is known about the device of one kind and about the archive's image for it. Decides whether the image
-/// may be written to the device.
+/// What is known about the device of one kind and about the archive's image for it. These facts decide
+/// whether the image may be written to the device.
 struct UpdateCandidate
 {
     bool isConnected = false;

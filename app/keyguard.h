@@ -15,7 +15,7 @@ class KeyGuard : public QObject
 public:
     explicit KeyGuard(QObject* parent);
 
-    /// Call when a window shows another page; the guard notices by itself when a window opens.
+    /// Call this when a window shows another page. The guard notices by itself when a window opens.
     void noteNewScreen();
 
 protected:

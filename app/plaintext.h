@@ -3,8 +3,8 @@
 #include <QLabel>
 
 /// Shows the texts of all labels in @p window as they are, even if they look like markup. Such texts can
-/// come from archives, devices and file names, and a label that treats them as markup would load
-/// pictures from anywhere.
+/// come from archives, devices and file names, and a label that treats them as markup would load pictures
+/// from anywhere.
 inline void showAsPlainText(const QWidget& window)
 {
     for (QLabel* const label : window.findChildren<QLabel*>())

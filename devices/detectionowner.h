@@ -10,8 +10,8 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// Runs one detection after the other and passes its reports on. Lives on the GUI thread, as do
-/// the callbacks.
+/// Runs detections one after the other and passes their reports to the callbacks. Lives on the GUI thread and
+/// calls them there.
 class DetectionOwner : public QObject
 {
 public:

@@ -7,8 +7,8 @@
 #include "devicedetectorlistener.h"
 
 /// Turns a detector's reports into Qt signals, emitted on the detector's threads. Receivers on the GUI thread
-/// get them queued, in the order in which they were made. `size_t` is no meta-type, so
-/// deviceEnumerationComplete can only be connected directly.
+/// get the signals through the event queue, in the order of the reports. `size_t` is no registered meta-type,
+/// so deviceEnumerationComplete can only be connected directly.
 class DeviceListener : public QObject, public DeviceDetectorListener
 {
     Q_OBJECT

@@ -19,7 +19,7 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    std::shared_ptr<DeviceHandle> handle; ///< shared with its borrower, unless it was reopened
+    std::shared_ptr<DeviceHandle> handle; ///< also owned by its borrower, unless it was reopened
     bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
     DWORD desiredAccess;    ///< CreateFileW's argument, as are the next two

@@ -8,7 +8,7 @@
 class FirmwareUpdaterPrivate;
 
 /// Updates one device: switches it into programming mode, waits up to 30 s for it, and programs it on a
-/// worker thread. One object is one attempt; it lives on the GUI thread. Its destructor waits until the
+/// worker thread. Use an object for one attempt, on the GUI thread. Its destructor waits until the
 /// programming sequence has ended.
 class FirmwareUpdater : public QObject
 {

@@ -26,7 +26,7 @@ public:
     bool failed = false; ///< the update was given up; later arrivals are ignored
     std::unique_ptr<Flasher> flasher;
     QThread thread;
-    DeviceInstance* flashingDevice = nullptr; ///< the programming-mode device reported last; borrowed
+    DeviceInstance* flashingDevice = nullptr; ///< last reported device in programming mode; borrowed
     DeviceType type;
     QByteArray firmware;
     DeviceInstance device;

@@ -7,7 +7,7 @@ class FlashingError : public std::runtime_error
 {
 public:
     enum Code {
-        DeviceLost = 1, ///< device gone, cannot be opened or not back in time, or update aborted
+        DeviceLost = 1, ///< device gone, not openable or not back in time; or update aborted
         EmptyImage = 2,
         UnknownChip = 3,     ///< chip identifier or revision could not be read
         ImageDoesNotFit = 4, ///< larger than the memory its header announces, or without a usable header

@@ -6,7 +6,8 @@
 
 #include "criticalsection.h"
 
-/// An open device file that several users share. When one of them closes it, it is closed for all of them.
+/// An open device file that several users share. When one of them closes it, it is closed for all of them and
+/// stays closed.
 ///
 /// Windows may reuse the value of a closed handle for the next object that is opened. So use the handle only
 /// in use(), during which close() cannot close it. All operations may be called on any thread.

@@ -16,7 +16,7 @@ public:
     /// closed: every transfer fails without reaching the device.
     using Cancelled = std::shared_ptr<const std::atomic<bool>>;
 
-    /// How far the work with the device got.
+    /// The phase and the transfer that the work with the device has reached.
     struct Place
     {
         Phase phase = Phase::Identify;

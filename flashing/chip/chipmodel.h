@@ -2,7 +2,7 @@
 
 #include <optional>
 
-/// A byte for a chip register.
+/// A byte to write into a chip register.
 struct RegisterWrite
 {
     unsigned short address;

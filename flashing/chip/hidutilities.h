@@ -17,7 +17,7 @@ namespace HidUtilities {
 /// One-byte requests to the device as a whole.
 enum ControlRequest {
     LeaveApplication = 0x0A, ///< re-enumerate in programming mode
-    EndProgramming = 0x05,   ///< restart; give the device 10 s
+    EndProgramming = 0x05,   ///< restart; wait 10 s for the device
 };
 
 /// Operations without operands.
