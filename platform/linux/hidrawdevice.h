@@ -33,7 +33,7 @@ public:
     /// Returns false once the device is gone.
     bool isConnected() const;
 
-    /// HIDIOCSFEATURE and HIDIOCGFEATURE; @p report[0] is the report ID, 0 for a device without report IDs.
+    /// Make a feature transfer. @p report[0] is the report ID, 0 for a device without report IDs.
     /// @return 0, or a Windows error code: ERROR_DEVICE_NOT_CONNECTED if the device is gone.
     [[nodiscard]] DWORD setFeature(const std::uint8_t* report, std::size_t size) const;
     [[nodiscard]] DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) const;

@@ -53,9 +53,9 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
     return static_cast<int>(std::strtol(text.c_str() + found + mark.size(), nullptr, base));
 }
 
-/// The USB interface's number if Windows puts it into names, that is, if the device has several interfaces. A
-/// device that a program makes (uhid) has no USB device that could say so; its interface 0 counts as its only
-/// one.
+/// The number of the USB interface if Windows puts it into names, that is, if the device has several
+/// interfaces. A device that a program creates through uhid does not report how many it has. If its number is
+/// 0, the interface counts as the only one.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

@@ -13,7 +13,7 @@
 /// What the kernel and udev report about a HID interface with a hidraw node.
 struct HidrawInterface
 {
-    std::string systemPath; ///< of the hidraw node in sysfs
+    std::string systemPath; ///< path of the hidraw node in sysfs
     std::string devicePath; ///< such as /dev/hidraw3
     std::string hidName;    ///< the kernel's name for the interface, such as 0003:7A31:0004.0007
     std::string hidId;      ///< HID_ID: bus, vendor and product, such as 0003:00007A31:00000004

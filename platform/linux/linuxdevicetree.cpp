@@ -15,8 +15,9 @@ std::string textOf(const std::wstring& text)
     return std::filesystem::path(text).string();
 }
 
-/// Whether what refused an interface is over. Looks at the locks instead of trying one, which could
-/// make another program's attempt fail.
+/// Whether the device at @p devicePath can be opened after an attempt that failed with @p refusal. If a lock
+/// caused that failure, the function only reads who holds one: trying to lock the device could make another
+/// program's attempt fail.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)
@@ -66,7 +67,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     std::vector<std::shared_ptr<const DeviceNode>> added;
     bool isRetry = false;
     {
-        // As soon as a node is added, it may be opened; noteOutcome() then waits for the interface.
+        // A node may be opened as soon as it is added. noteOutcome() then waits for this lock, and finds the
+        // recorded interface.
         const std::lock_guard<std::mutex> guard(mutex);
         added = addNodes(description, descriptor);
         isRetry = loggedRefusals.count(description.systemPath) > 0;
@@ -81,7 +83,7 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     }
 }
 
-/// The mutex is held. @return nothing if the interface's nodes are present already.
+/// Call it with the mutex held. @return nothing if the interface's nodes are present already.
 std::vector<std::shared_ptr<const DeviceNode>> LinuxDeviceTree::addNodes(const HidrawInterface& description,
                                                                          const ReportDescriptor& descriptor)
 {
@@ -122,7 +124,8 @@ void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
     }
 }
 
-/// @return whether an interface remains refused.
+/// Reports a removal and an arrival for each refused interface that can be opened now.
+/// @return whether any interface remains refused.
 bool LinuxDeviceTree::retryRefused()
 {
     std::vector<Interface> ready;
@@ -140,7 +143,7 @@ bool LinuxDeviceTree::retryRefused()
     }
     for (const Interface& interface : ready) {
         if (isOpen(interface))
-            continue; // opened meanwhile
+            continue; // this program has opened it meanwhile
         removeNodes(interface.paths);
         arrived(interface.description);
     }
@@ -158,7 +161,7 @@ bool LinuxDeviceTree::isOpen(const Interface& interface) const
 void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 {
     const auto node = find(path);
-    // If this program has the node open, it is this program's share mode that refuses.
+    // If this program has the node open, its own share mode has refused the attempt.
     if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
         return;
     {
@@ -179,7 +182,7 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
     monitor->retry();
 }
 
-/// Logs a refusal unless it is the same as the interface's last one. The mutex is held.
+/// Logs a refusal unless it is the same as the interface's last one. Call it with the mutex held.
 void LinuxDeviceTree::logOnce(const Interface& interface, const std::wstring& instanceId)
 {
     DWORD& logged = loggedRefusals[interface.description.systemPath];

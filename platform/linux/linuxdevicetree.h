@@ -33,7 +33,7 @@ private:
     {
         HidrawInterface description;
         std::vector<std::wstring> paths; ///< of its nodes
-        DWORD refusal = ERROR_SUCCESS;   ///< with which the system last refused to open it
+        DWORD refusal = ERROR_SUCCESS;   ///< error with which the system last refused to open it
     };
 
     void start() override;
@@ -50,7 +50,7 @@ private:
     const std::function<void(const std::string&)> log;
     std::mutex mutex;                            ///< guards the next two
     std::map<std::string, Interface> interfaces; ///< by system path
-    std::map<std::string, DWORD> loggedRefusals; ///< by system path; each interface's last
+    std::map<std::string, DWORD> loggedRefusals; ///< the last of each interface, by system path
     std::once_flag started;
-    std::unique_ptr<UdevMonitor> monitor; ///< reports to this
+    std::unique_ptr<UdevMonitor> monitor; ///< reports to this object
 };

@@ -28,7 +28,7 @@ std::optional<std::string> lockHolder(const std::string& path)
     std::ifstream locks("/proc/locks");
     std::string line;
     while (std::getline(locks, line)) {
-        // A process that waits for a lock has "->" in place of the kind.
+        // The line of a process that waits for a lock has "->" instead of the kind.
         std::string number;
         std::string kind;
         std::string strictness;

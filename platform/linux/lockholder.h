@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-/// Which process holds a lock (flock) on a file, from /proc/locks.
+/// Finds out from /proc/locks which process holds a lock (flock) on the file at @p path.
 /// @return such as "bench (process 1234)", or "process 1234" if its name cannot be read; nothing if no
-/// process holds one.
+/// process holds a lock.
 std::optional<std::string> lockHolder(const std::string& path);

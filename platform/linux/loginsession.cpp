@@ -33,7 +33,8 @@ bool LoginSession::require(EXECUTION_STATE required)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        // By itself, since a user may lack this permission only; a request that fails must hold nothing.
+        // A separate lock, because a user may lack only this permission. It is requested last, so that a
+        // request that fails holds no lock.
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }
@@ -56,7 +57,7 @@ bool LoginSession::removeBlockReason(HWND window)
     return blocks.erase(window) > 0;
 }
 
-/// @return holds the lock until it is closed; none if logind refuses.
+/// @return a descriptor that holds the lock until it is closed; no descriptor if logind refuses.
 FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) const
 {
     sd_bus* openedBus = nullptr;
@@ -80,5 +81,5 @@ FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) c
             (error.message ? error.message : std::generic_category().message(-result)));
         return FileDescriptor();
     }
-    return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0)); // the reply closes its own
+    return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0)); // the reply closes its own descriptor
 }

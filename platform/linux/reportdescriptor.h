@@ -18,11 +18,11 @@ struct ReportDescriptor
     /// One for each top-level collection, in order; never empty. After a fault none has feature reports.
     std::vector<HidCapabilities> collections;
 
-    /// Why there is no feature report, because it is damaged or a keyboard's, for example; empty if there is
-    /// one.
+    /// Why there is no feature report: the descriptor is damaged or describes a keyboard, for example. Empty
+    /// if there is one.
     std::string fault;
 
-    /// Accepts at most 4096 bytes, as the kernel does, collections and pushed states that are nested at most
-    /// 32 deep, and feature reports of at most 16384 bytes.
+    /// Accepts at most 4096 bytes, as the kernel does. Collections and pushed states may be nested at most 32
+    /// deep, and a feature report may have at most 16384 bytes.
     static ReportDescriptor parse(const std::uint8_t* bytes, std::size_t size);
 };

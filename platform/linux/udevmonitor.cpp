@@ -38,7 +38,7 @@ HidrawInterface interfaceOf(udev_device* device)
     HidrawInterface interface;
     interface.systemPath = textOf(udev_device_get_syspath(device));
     interface.devicePath = textOf(udev_device_get_devnode(device));
-    // The parents belong to the device.
+    // The device owns its parents; they are not released here.
     if (udev_device* const hid = udev_device_get_parent_with_subsystem_devtype(device, "hid", nullptr)) {
         interface.hidName = textOf(udev_device_get_sysname(hid));
         interface.hidId = textOf(udev_device_get_property_value(hid, "HID_ID"));
@@ -91,7 +91,8 @@ void UdevMonitor::retry()
 void UdevMonitor::wake()
 {
     const std::uint64_t once = 1;
-    static_cast<void>(!::write(wakeUp.get(), &once, sizeof(once))); // fails only if it is set already
+    // Fails only if a wake-up is pending already.
+    static_cast<void>(!::write(wakeUp.get(), &once, sizeof(once)));
 }
 
 void UdevMonitor::listen()
@@ -106,7 +107,7 @@ void UdevMonitor::listen()
 void UdevMonitor::enumerate()
 {
     const Enumeration enumeration(udev_enumerate_new(context.get()));
-    // An event follows for a node whose rules have not run yet.
+    // Leaves out nodes whose rules have not run yet: udev sends an event for each of them later.
     udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
     udev_enumerate_add_match_is_initialized(enumeration.get());
     udev_enumerate_scan_devices(enumeration.get());
@@ -116,7 +117,7 @@ void UdevMonitor::enumerate()
     for (; entry; entry = udev_list_entry_get_next(entry)) {
         Device device(udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
         if (!device || !udev_device_get_devnode(device.get()))
-            continue; // it has gone already
+            continue; // the node has gone already
         gone.erase(textOf(udev_device_get_syspath(device.get())));
         present.push_back(std::move(device));
     }

@@ -23,8 +23,8 @@ public:
         std::function<bool()> retry; ///< see UdevMonitor::retry(); @return whether to call it again
     };
 
-    /// Reports the nodes that are present, then those that come and go, on a thread of its own. If udev's
-    /// events were lost, it compares the nodes it has reported with those that are present.
+    /// Reports the nodes that are present before it returns, and those that come and go on a thread of its
+    /// own. If udev's events were lost, it compares the nodes it has reported with those that are present.
     /// @param problem  why no device can be seen, for a log; empty if there is no problem.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.
@@ -32,7 +32,7 @@ public:
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
 
-    /// Has Listener::retry called on the monitor's thread, once a second until it returns false.
+    /// Makes the monitor's thread call Listener::retry once a second until that function returns false.
     void retry();
 
 private:

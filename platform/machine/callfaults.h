@@ -11,14 +11,14 @@ class CallFaults
 public:
     static constexpr int everyCall = 0;
 
-    /// Makes the @p nth call of @p function (1 is the first), or every call, end with @p result.
+    /// Makes the @p nth call of @p function end with @p result: 1 is the first, `everyCall` means each.
     void fail(Function function, int nth, Result result)
     {
         const std::lock_guard<std::mutex> guard(mutex);
         faults[{function, nth}] = result;
     }
 
-    /// Counts a call. @return the result that it must end with at once, if any.
+    /// Counts a call. @return the result with which the call must end at once; nothing if it may go on.
     std::optional<Result> count(Function function)
     {
         const std::lock_guard<std::mutex> guard(mutex);

@@ -21,7 +21,7 @@ public:
     virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is called; @p changed is notified after every change of it.
+    /// return and whenever @p condition is called. @p changed is notified after each change of the result.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);

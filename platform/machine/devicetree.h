@@ -17,10 +17,10 @@ struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes = 0; ///< of the longest, report ID included; 0 if there is none
+    std::uint16_t featureReportBytes = 0; ///< length of the longest, with the report ID; 0 if there is none
 };
 
-/// The access with which a file is open, and what it lets others do.
+/// The access with which a file is open, and the access that it leaves to others.
 struct ShareMode
 {
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
@@ -38,12 +38,13 @@ public:
 
     virtual HidCapabilities capabilities() const = 0;
 
-    /// Called when a file is opened on it, and when one was closed; never by two threads at once.
+    /// open() is called when a file is opened on the function, close() after one was closed. The calls come
+    /// one at a time.
     /// @return 0, or the Windows error code with which the opening fails.
     virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
     virtual void close() {}
 
-    /// May report earlier than the tree that the device is gone.
+    /// May return false before the tree reports that the device is gone.
     virtual bool isConnected() const { return true; }
 
     /// Takes one feature report; @p report[0] is the report ID.
@@ -72,7 +73,7 @@ struct DeviceNode
 /// An interface path as an enumeration spells it: in lower case.
 std::wstring enumeratedPath(std::wstring interfacePath);
 
-/// Is called with the device tree's events, on the thread that causes them.
+/// Receives the device tree's events on the threads that cause them.
 class DeviceTreeObserver
 {
 public:
@@ -81,7 +82,7 @@ public:
     /// Whether it watches an open file rather than an interface class.
     virtual bool watchesFile() const = 0;
 
-    /// @param event  as of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
+    /// @param event  an event of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
     ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device; DBT_DEVICEQUERYREMOVEFAILED: the
     ///     device stays. The node's users have handled these two when the function returns.
     /// @return ready when the node's users have handled the report; the device does not wait for them.
@@ -109,27 +110,27 @@ public:
     virtual std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                              DWORD& error);
 
-    /// Waits until no driver is being installed, but at most @p timeoutMs. @return whether that is so.
+    /// Waits until no driver is being installed, but at most @p timeoutMs. @return false after the timeout.
     virtual bool waitInstallationSettled(DWORD /*timeoutMs*/) { return true; }
 
     /// Reports events to @p observer until the last reference to it is gone.
     void observe(const std::shared_ptr<DeviceTreeObserver>& observer);
 
 protected:
-    /// Called before every other operation.
+    /// Called at the start of presentNodes(), open() and observe().
     virtual void start() {}
 
     /// @return null if a node with that path is present already.
     std::shared_ptr<const DeviceNode> add(DeviceNode node);
-    /// Files that are open on it stay open but are no longer connected. @return null if there is no such
-    /// node.
+    /// Removes the node at @p path. Files that are open on it remain open but are no longer connected.
+    /// @return null if there is no such node.
     std::shared_ptr<const DeviceNode> remove(const std::wstring& path);
     std::shared_ptr<const DeviceNode> find(const std::wstring& path) const;
 
     /// Counts the files that are open on @p node, or all open files if it is null.
     std::size_t countOpenFiles(const DeviceNode* node) const;
 
-    /// In the order of their registration.
+    /// The observers, in the order of their registration.
     std::vector<std::shared_ptr<DeviceTreeObserver>> listening() const;
 
 private:

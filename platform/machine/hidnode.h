@@ -7,13 +7,13 @@
 
 #include "devicetree.h"
 
-/// What the names of a HID device node consist of on Windows.
+/// The parts of the names that a HID device node has on Windows.
 struct HidIdentity
 {
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
-    std::optional<int> interfaceNumber = {};  ///< of a composite device's function
-    std::optional<int> collectionNumber = {}; ///< from 1; if the interface has several collections
+    std::optional<int> interfaceNumber = {};  ///< set if the device is composite
+    std::optional<int> collectionNumber = {}; ///< from 1; set if the interface has several
     std::uint16_t usagePage = 0xFF00;         ///< of the top-level collection (HID Usage Tables)
     std::uint16_t revision = 0x0100;          ///< bcdDevice (USB 2.0 section 9.6.1)
 };

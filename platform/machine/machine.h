@@ -9,11 +9,11 @@
 #include "simulatedaudioendpoints.h"
 #include "simulatedservicemanager.h"
 
-/// Calls of the Windows interface that fail only if resources are exhausted, which a test may simulate.
+/// Calls of the Windows interface that fail only if resources run out. A test may simulate such a failure.
 enum class SystemCall {
     CreateEventW,
     CreateThread,
-    WaitForMultipleObjects, ///< of several objects
+    WaitForMultipleObjects, ///< if it waits for more than one object
     RegisterClassW,
     CreateWindowExW,
     RegisterDeviceNotificationW,
@@ -37,12 +37,14 @@ public:
     virtual ProcessTable& processTable() = 0;
     virtual Session& session() = 0;
 
-    /// Called before each such call. @return ERROR_SUCCESS, or the error with which the call must fail.
+    /// Called before each of the listed calls.
+    /// @return ERROR_SUCCESS, or the error with which the call must fail.
     virtual DWORD admit(SystemCall) { return ERROR_SUCCESS; }
 };
 
-/// The current machine: the innermost ScopedMachine's, or the plain one (real clock and processes; no
-/// services or endpoints; devices and a session only after equipPlainMachine()). Callable on any thread.
+/// The machine of the innermost ScopedMachine; without one, the plain machine. The plain machine has the real
+/// clock and the real processes, but no services and no audio endpoints. It has devices and a session only
+/// after equipPlainMachine(). Callable on any thread.
 Machine& currentMachine();
 
 /// Gives the plain machine its devices and its session. Call it before the program uses either.

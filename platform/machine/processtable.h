@@ -24,10 +24,10 @@ public:
     /// As on Windows, the first entry is the idle process with identifier 0.
     virtual std::vector<ProcessEntry> snapshot();
 
-    /// Whether a process of that identifier exists and may be queried.
+    /// Whether the process with identifier @p id exists and may be queried.
     virtual bool exists(DWORD id);
 
-    /// The full path of its executable; empty if it cannot be read.
+    /// The full path of the executable of process @p id; empty if it cannot be read.
     virtual std::wstring imagePath(DWORD id);
 
     /// Whether the program runs as a 32-bit process on a 64-bit system.

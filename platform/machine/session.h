@@ -19,15 +19,16 @@ public:
     EXECUTION_STATE setExecutionState(EXECUTION_STATE state);
 
     /// Sets the reason that the system shows to a user who wants to end the session. It replaces the window's
-    /// earlier reason. @return whether that is possible.
+    /// earlier reason. @return whether the reason was set.
     virtual bool setBlockReason(HWND /*window*/, const std::wstring& /*reason*/) { return false; }
 
     /// @return whether the window had a reason.
     virtual bool removeBlockReason(HWND /*window*/) { return false; }
 
 protected:
-    /// Keeps awake what some thread requires: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0. Called by
-    /// one thread at a time. @return whether that is possible.
+    /// Keeps the system or the display awake, as all threads require. Called by one thread at a time.
+    /// @param required  ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
+    /// @return whether that is possible.
     virtual bool require(EXECUTION_STATE /*required*/) { return false; }
 
 private:

@@ -48,7 +48,7 @@ public:
 
     /// Adds an endpoint. Until one is chosen, the first active endpoint of a flow is its default.
     void add(AudioEndpoint endpoint);
-    /// Changes its state, as unplugging its device does. An endpoint that is not active is no default.
+    /// Changes an endpoint's state, as unplugging its device does. Only an active endpoint is a default.
     void setState(const std::wstring& id, DWORD state);
     /// Makes an endpoint the default as the user would in the system's settings.
     /// @return whether there is an endpoint with that identifier.
@@ -62,7 +62,7 @@ public:
         std::wstring id;
         ERole role;
     };
-    std::vector<DefaultSet> defaultsSet() const; ///< through the policy-configuration object, in order
+    std::vector<DefaultSet> defaultsSet() const; ///< set through the policy-configuration object, in order
 
     // What it serves.
 

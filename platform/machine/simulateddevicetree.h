@@ -18,18 +18,17 @@ public:
 
     /// Plugs a node in. Does nothing if a node with its path is present already.
     void plug(DeviceNode node);
-    /// One for each observer of an event, ready when that observer has handled it.
+    /// A future for each observer of an event. It is ready when that observer has handled the event.
     using Handled = std::vector<std::future<void>>;
 
     /// Pulls the node with the given interface path out, even if files are open on it.
     Handled unplug(const std::wstring& path);
-    /// The same, but returns only when every observer has handled the removal.
+    /// Calls unplug() and waits until every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
-    /// Asks the users of the node to close their files, then removes the node unless a file is still open on
-    /// it.
-    /// @return whether it was removed.
+    /// Asks the users of the node to close their files. Then removes the node unless a file is still open.
+    /// @return whether the node was removed.
     bool requestRemoval(const std::wstring& path);
-    /// While set, drivers are being installed.
+    /// Sets whether a driver is being installed.
     void setInstallationPending(bool pending);
     /// Makes the next @p count attempts to open @p path fail with @p error.
     void refuseOpen(const std::wstring& path, DWORD error, int count);
@@ -52,7 +51,7 @@ public:
         DWORD access;
         DWORD share;
     };
-    std::vector<Opening> openings() const;                                ///< the last attempts, in order
+    std::vector<Opening> openings() const; ///< the last attempts to open, in order
     std::size_t openFileCount() const { return countOpenFiles(nullptr); } ///< files not closed yet
 
     // What it serves.
@@ -73,7 +72,7 @@ private:
     Clock& clock;
     std::mutex events;        ///< held while an event happens and is reported; locked before `mutex`
     Broadcasts broadcasts;    ///< guarded by `events`
-    mutable std::mutex mutex; ///< guards what follows; locked before the tree's own
+    mutable std::mutex mutex; ///< guards what follows; locked before DeviceTree's own mutex
     std::condition_variable settled;
     bool installationPending = false;
     std::map<std::wstring, Refusal> refusals;

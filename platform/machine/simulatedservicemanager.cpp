@@ -217,7 +217,7 @@ DWORD SimulatedServiceManager::startRefusal(const Entry& entry) const
 {
     if (entry.service.state != SERVICE_STOPPED)
         return ERROR_SERVICE_ALREADY_RUNNING;
-    // Windows would first start what the service depends on. That is not modelled and fails.
+    // Windows would first start what the service depends on. That is not modelled, so the start fails.
     for (const std::wstring& needed : entry.service.dependsOn) {
         const bool runs = std::any_of(entries.begin(), entries.end(), [&](const Entry& other) {
             return areSame(other.service.name, needed) && other.service.state == SERVICE_RUNNING;

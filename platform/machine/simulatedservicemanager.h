@@ -26,12 +26,12 @@ public:
 
     // How to script it.
 
-    /// How a service gets from running to stopped, or back.
+    /// A service's way from running to stopped, or back.
     struct Transition
     {
-        DWORD durationMs = 0;           ///< in the pending state; INFINITE: forever
-        DWORD waitHintMs = 0;           ///< that it reports meanwhile
-        DWORD checkPointEveryMs = 0;    ///< the check point starts at 1 and grows by 1 that often; 0: never
+        DWORD durationMs = 0;           ///< time in the pending state; INFINITE: forever
+        DWORD waitHintMs = 0;           ///< wait hint that the service reports meanwhile
+        DWORD checkPointEveryMs = 0;    ///< interval at which the check point grows by 1 from 1; 0: never
         DWORD stallsAfterMs = INFINITE; ///< after that the check point no longer grows
         DWORD exitCode = ERROR_SUCCESS; ///< a start that ends with any other code leaves the service stopped
         DWORD refusal = ERROR_SUCCESS;  ///< the control or start call fails with any other code
@@ -39,7 +39,7 @@ public:
     struct Service
     {
         std::wstring name;
-        DWORD state = SERVICE_RUNNING; ///< when it is added; a pending service starts its transition then
+        DWORD state = SERVICE_RUNNING; ///< initial state; a pending service starts its transition at once
         std::vector<std::wstring> dependsOn = {};
         Transition stopping = {};
         Transition starting = {};
@@ -63,15 +63,15 @@ public:
 
     // What it serves. Callers check the rights of handles. All return a Windows error code.
 
-    /// The user may have any @p access to the manager.
+    /// Succeeds with any @p access: the user has every right to the manager.
     DWORD openManager(DWORD access);
 
-    /// Whether the service exists and the user may have @p access to it.
+    /// Checks that the service exists and that the user may have @p access to it.
     DWORD openService(const std::wstring& name, DWORD access);
 
     DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
-    /// Sends the stop control and sets @p status to the service's, even if the service refuses.
+    /// Sends the stop control and sets @p status to the service's status, even if the service refuses.
     DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
     DWORD start(const std::wstring& name);
@@ -83,8 +83,8 @@ public:
 private:
     struct Entry
     {
-        Service service; ///< `state` is the present one
-        DWORD beginTick; ///< of the transition that it is in
+        Service service; ///< `state` is the current state
+        DWORD beginTick; ///< when its current transition started
         DWORD exitCode = ERROR_SUCCESS;
     };
 

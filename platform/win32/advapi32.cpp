@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The kinds that CloseServiceHandle closes.
+/// Base class of the objects that CloseServiceHandle closes.
 class ServiceHandleObject : public HandleObject
 {
 };
@@ -30,7 +30,8 @@ struct Service
 };
 using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
-/// The service behind a handle with the right @p access; otherwise null, with the last error set.
+/// The service behind @p handle; null, with the last error set, if there is none or the handle lacks the
+/// right @p access.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
@@ -52,7 +53,8 @@ SERVICE_STATUS shortStatus(const SERVICE_STATUS_PROCESS& status)
     return beginning;
 }
 
-/// Whether the reply to a control contains the service's status; otherwise it is all zero.
+/// Whether the reply to a control that ended with @p error contains the service's status. If not, the status
+/// in the reply is all zero.
 bool containsStatus(DWORD error)
 {
     return error == ERROR_SUCCESS || error == ERROR_INVALID_SERVICE_CONTROL ||

@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-/// Thread identifiers.
 namespace CurrentThread {
 
 inline DWORD nextId()
@@ -13,7 +12,7 @@ inline DWORD nextId()
     return ++last;
 }
 
-/// The calling thread's. CreateThread sets it before the thread's function runs.
+/// The calling thread's identifier. CreateThread sets it before the thread's function runs.
 inline thread_local DWORD id = nextId();
 
 } // namespace CurrentThread

@@ -1,5 +1,3 @@
-// Device notifications.
-
 #include <windows.h>
 
 #include <cstddef>
@@ -16,8 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. Broadcasts in progress still arrive after it has ended, and its
-/// handle's value is not used again before that.
+/// A registration for device broadcasts. Broadcasts that are in progress when it ends still arrive. Until
+/// then the value of its handle is not reused.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -43,7 +41,7 @@ public:
     }
 
 protected:
-    /// What lParam points to; empty if it is not registered for the event.
+    /// The data that lParam points to; empty if this registration does not cover the event.
     virtual Bytes dataOf(WPARAM event, const DeviceNode& node) const = 0;
 
 private:
@@ -122,7 +120,7 @@ private:
     }
 
     const HANDLE handle;
-    const DeviceNode* const watched; ///< compared, never read
+    const DeviceNode* const watched; ///< only compared, never dereferenced
 };
 
 HDEVNOTIFY watchInterfaces(HWND window, const DEV_BROADCAST_DEVICEINTERFACE_W& filter)

@@ -16,7 +16,7 @@ struct Table
 {
     std::mutex mutex;
     std::map<std::uintptr_t, std::shared_ptr<HandleObject>> objects;
-    std::map<std::uintptr_t, std::weak_ptr<const void>> held; ///< values of closed handles
+    std::map<std::uintptr_t, std::weak_ptr<const void>> held; ///< values of closed handles, and their holders
     std::uintptr_t nextWindow = firstWindow;
 };
 

@@ -10,11 +10,11 @@ class HandleObject
 public:
     virtual ~HandleObject() = default;
 
-    /// While this is held, the value of the closed handle is not used again.
+    /// While somebody holds this object, the value of the closed handle is not reused.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
-/// The kinds that CloseHandle closes.
+/// Base class of the objects that CloseHandle closes.
 class KernelObject : public HandleObject
 {
 };
@@ -36,7 +36,7 @@ namespace HandleTable {
 
 HANDLE add(std::shared_ptr<HandleObject> object);
 
-/// A window's value is not used again.
+/// Adds a window. The value of its handle is never reused.
 HANDLE addWindow(std::shared_ptr<HandleObject> window);
 
 std::shared_ptr<HandleObject> find(HANDLE handle);

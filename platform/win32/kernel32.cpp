@@ -54,10 +54,10 @@ public:
         waitingRoom().changed.notify_all();
     }
 
-    /// Called with the waiting lock held. @return whether it satisfies a wait.
+    /// Called with the waiting lock held. @return whether this object satisfies a wait.
     bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
 
-    /// Called when it has satisfied a wait, without the waiting lock.
+    /// Called after this object has satisfied a wait. The waiting lock is not held.
     virtual void waitEnded() {}
 
 private:
@@ -103,7 +103,8 @@ class ModuleObject : public HandleObject
 {
 };
 
-/// Waits until @p condition holds, which is called with the waiting lock held.
+/// Waits until @p condition returns true, but at most @p timeoutMs. Calls it with the waiting lock held.
+/// @return false after the timeout.
 template <typename Condition>
 bool waitUntil(DWORD timeoutMs, Condition condition)
 {

@@ -35,7 +35,7 @@ inline bool isSuccess(DWORD error)
     return error == ERROR_SUCCESS || fail(error);
 }
 
-/// Whether that call may succeed now; otherwise the last error is set.
+/// Whether @p call may succeed now; otherwise the last error is set.
 inline bool isServed(SystemCall call)
 {
     return isSuccess(currentMachine().admit(call));

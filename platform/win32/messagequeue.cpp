@@ -98,5 +98,5 @@ void MessageQueue::close()
 {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
-    sent.clear(); // makes the results ready
+    sent.clear(); // makes the futures of send() ready
 }

@@ -29,13 +29,13 @@ class MessageQueue
 public:
     /// The calling thread's queue, created on first use.
     static std::shared_ptr<MessageQueue> ofCurrentThread();
-    /// Null if that thread has none or has ended.
+    /// The queue of another thread; null if that thread has none or has ended.
     static std::shared_ptr<MessageQueue> ofThread(DWORD threadId);
 
     void post(const MSG& message);
     /// The result becomes ready when the message was handled or can no longer be handled.
     std::future<void> send(SentMessage message);
-    /// Handles sent messages until there is a posted one.
+    /// Handles sent messages until there is a posted one, which it returns.
     MSG next();
     /// Called when the thread ends. From then on the queue drops all messages.
     void close();

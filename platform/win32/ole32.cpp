@@ -38,7 +38,7 @@ LPWSTR newTaskString(const std::wstring& text)
     return static_cast<LPWSTR>(memory);
 }
 
-/// The start of every operation: clears the output and checks whether the call may succeed.
+/// Starts every operation: clears @p output and checks whether the call may succeed.
 template <typename Output>
 HRESULT begin(AudioFunction function, Output* output)
 {
@@ -48,8 +48,8 @@ HRESULT begin(AudioFunction function, Output* output)
     return audio().admit(function);
 }
 
-/// An object with one interface beside IUnknown, and a copy of what it shows of the audio system. Its creator
-/// owns the first reference.
+/// An object with one interface besides IUnknown. It holds a copy of the audio system's data that it shows.
+/// Its creator owns the first reference.
 template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {
@@ -151,7 +151,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
 };
 
-/// The endpoints that existed when it was created.
+/// The endpoints that existed when the collection was created.
 class DeviceCollection final : public ComObject<IMMDeviceCollection, std::vector<AudioEndpoint>>
 {
 public:

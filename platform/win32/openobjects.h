@@ -7,7 +7,8 @@
 /// Handles of every kind (events, threads, files, snapshots, services, device sets, notifications, windows).
 std::size_t openHandleCount();
 
-/// Threads of CreateThread whose function has not returned. A thread that was waited for no longer counts.
+/// Threads that CreateThread has started and whose function has not returned. After a successful wait for a
+/// thread it no longer counts.
 std::size_t runningThreadCount();
 
 /// COM objects, and blocks of COM's memory.

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The nodes that were present when the set was created. Data records hold the index of a node plus 1.
+/// The nodes that were present when the set was created. Callers' records hold a node's index plus 1.
 struct Nodes
 {
     std::shared_ptr<const DeviceNode> element(ULONG_PTR number) const
@@ -47,7 +47,7 @@ void fillDevice(SP_DEVINFO_DATA& device, DWORD index)
     device.Reserved = index + 1;
 }
 
-/// Copies a text with its terminator, if it fits.
+/// Copies @p text with its terminator if it fits. Counts @p required in units of @p unit bytes.
 BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes, DWORD* required,
               std::size_t unit)
 {

@@ -1,7 +1,9 @@
-// What Qt does only on Windows: it initialises COM on the GUI thread, and its windows are the system's. Also
-// a window's system menu, for desktops that have none: a QMenu, opened with Alt+Space, the Menu key or a
-// right click on the window's status bar or, while that is hidden, on its free area. It sends WM_SYSCOMMAND
-// to the window. The functions for menus may be called on the GUI thread only.
+// Does what Qt does only on Windows: initialises COM on the GUI thread, and makes Qt's windows known to the
+// layer.
+//
+// Also provides a window's system menu, because desktops here have none: a QMenu that sends WM_SYSCOMMAND to
+// the window. Alt+Space opens it, and so do the Menu key and a right click on the window's status bar or,
+// while that is hidden, on the window's free area. The menu functions may be called on the GUI thread only.
 
 #include <QApplication>
 #include <QHash>
@@ -22,7 +24,7 @@ HWND handleOf(const QWidget* window)
     return reinterpret_cast<HWND>(window->internalWinId());
 }
 
-/// QWidget::nativeEvent is protected; a pointer to it, named through a derived class, is not.
+/// QWidget::nativeEvent is protected, but a derived class may form a pointer to it.
 struct NativeEvents : QWidget
 {
     static bool deliver(QWidget* window, MSG& message)
@@ -51,7 +53,8 @@ public:
     explicit SystemMenu(QWidget* window)
         : QMenu(window)
     {
-        // The desktop moves, sizes and minimises windows. The program's catalogues have this text.
+        // The desktop offers to move, size and minimise windows, so the menu starts with Close only. The
+        // program's catalogues contain the text.
         addSeparator();
         insert(1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
     }
@@ -65,7 +68,7 @@ public:
         return nullptr;
     }
 
-    /// Null with the last error set if there is no such menu.
+    /// The menu with that handle; null, with the last error set, if there is none.
     static SystemMenu* at(HMENU handle)
     {
         for (QWidget* const widget : QApplication::topLevelWidgets()) {
@@ -81,7 +84,7 @@ public:
         auto* const item = new QAction(text, this);
         item->setData(command);
         QWidget* const window = parentWidget();
-        // Queued, as the command may take long: the menu is closed first.
+        // Queued so that the menu closes first, because the command may take long.
         connect(
             item, &QAction::triggered, window, [window, command] { choose(window, command); },
             Qt::QueuedConnection);
@@ -124,7 +127,7 @@ private:
         ToolkitWindow::opened(handleOf(widget));
     }
 
-    /// @return whether the program has asked for the window's system menu, which is then shown.
+    /// Shows the window's system menu if the program has asked for one. @return whether it has.
     static bool popUp(const QWidget* window, const QPoint& position)
     {
         SystemMenu* const menu = SystemMenu::of(window);

@@ -11,7 +11,7 @@ namespace {
 struct Windows
 {
     std::mutex mutex;
-    std::map<HWND, DWORD> threads; ///< of each window, the thread that made it
+    std::map<HWND, DWORD> threads; ///< the thread that made each window
 };
 
 Windows& windows()

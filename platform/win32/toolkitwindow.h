@@ -2,15 +2,16 @@
 
 #include <windows.h>
 
-/// The windows that the toolkit makes, as far as the layer must know them. Callable on any thread.
+/// Records which thread made each of Qt's windows. Callable on any thread.
 namespace ToolkitWindow {
 
-/// The calling thread has made @p window.
+/// Call it on the thread that has made @p window.
 void opened(HWND window);
-/// @p window is gone; its identifier may be used again.
+/// Call it when @p window is gone; its handle may be reused.
 void closed(HWND window);
 
-/// If not, the last error is ERROR_INVALID_WINDOW_HANDLE or, for another thread's, ERROR_ACCESS_DENIED.
+/// Whether the calling thread has made @p window. If not, sets the last error: ERROR_ACCESS_DENIED if another
+/// thread has made it, otherwise ERROR_INVALID_WINDOW_HANDLE.
 bool isOfCurrentThread(HWND window);
 
 } // namespace ToolkitWindow

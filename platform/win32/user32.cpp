@@ -35,7 +35,7 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-/// The storage of a value in a window that the calling thread owns; otherwise null, with the last error set.
+/// The storage at @p index in a window that the calling thread owns; otherwise null, with the last error set.
 std::uint8_t* storageAt(HWND handle, int index)
 {
     const auto window = ownWindow(handle);

@@ -4,7 +4,7 @@
 #include <ole2.h>
 
 #define interface struct
-#define Headset EndpointFormHeadset // the devices have an enumerator of that name
+#define Headset EndpointFormHeadset // DeviceType has an enumerator of that name
 #include_next <mmdeviceapi.h>
 #undef Headset
 #undef interface

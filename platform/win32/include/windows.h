@@ -2,7 +2,7 @@
 #pragma once
 #pragma GCC system_header
 
-// A target whose "long" has 64 bits, and the keywords of a compiler for Windows.
+// Selects a target whose "long" has 64 bits, and defines the keywords of a compiler for Windows as empty.
 #define __CYGWIN__ 1
 #define _WIN64 1
 #define __cdecl
@@ -20,5 +20,5 @@
 #undef DECLSPEC_SELECTANY
 #define DECLSPEC_SELECTANY __attribute__((weak))
 
-// The C library of Windows declares it in <wchar.h>, which is the system's own here.
+// On Windows <wchar.h> declares this function. This system's <wchar.h> does not.
 extern "C" int _wcsicmp(const wchar_t* a, const wchar_t* b);

@@ -3,6 +3,6 @@
 
 #include <windows.h>
 
-#define Unknown UnknownMediaType // the devices have an enumerator of that name
+#define Unknown UnknownMediaType // DeviceType has an enumerator of that name
 #include_next <winioctl.h>
 #undef Unknown
