@@ -18,10 +18,10 @@ inline std::vector<std::uint8_t> bytesOf(const QByteArray& bytes)
     return {bytes.begin(), bytes.end()};
 }
 
-/// A file of an archive.
+/// A file or folder of an archive.
 struct ArchiveEntry
 {
-    QString name; ///< with '/' between folders; '/' at the end: a folder
+    QString name; ///< with '/' between folders; the name of a folder ends with '/'
     QByteArray contents;
 };
 

@@ -49,7 +49,7 @@ struct BusDevice
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
     std::string name;         ///< for people
-    int port = 0;             ///< one device a port
+    int port = 0;             ///< each port takes one device
     bool refusesOpen = false; ///< no program may open it
     std::vector<HidInterface> interfaces;
 };
@@ -64,8 +64,9 @@ public:
     /// Connects the device. Returns when the computer knows of it.
     virtual void attach(const BusDevice& device) = 0;
 
-    /// Disconnects the device at @p port, whatever is open on it: no transfer starts any more. Returns when
-    /// the computer knows of it and, if the bus can know, every listener has handled it.
+    /// Disconnects the device at @p port, even if programs have it open. No transfer starts from then on.
+    /// Returns when the computer knows of the removal. If the bus can find that out, it also waits until
+    /// every listener has handled the removal.
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that

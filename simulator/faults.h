@@ -12,10 +12,10 @@ enum class Fault {
     None,
     Vanish,         ///< the cable is pulled; the device stays away until it is plugged in
     PowerLost,      ///< it loses power and RAM, and comes back by itself
-    NoData,         ///< the answer says that nothing is prepared
+    NoData,         ///< the answer has the status "no data"
     TransferFails,  ///< the transfer fails and does not reach the chip
     ShortAnswer,    ///< the answer is cut short
-    WrongIdentity,  ///< from then on the chip's identifier is unknown
+    WrongIdentity,  ///< from then on the chip reports an unknown identifier
     RefuseOpen,     ///< it restarts and cannot be opened until it is plugged in again
     NeverBack,      ///< it restarts and stays away until it is plugged in
     OtherPort,      ///< it restarts and comes back on another port
@@ -25,12 +25,12 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// A fault strikes at the first such event from the given transfer on.
+    /// The event at which a fault strikes: the first of its kind from the given transfer on.
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
     Event strikesAt;
-    bool needsLayer;  ///< only the layer's model of a computer can do it
+    bool needsLayer;  ///< only the simulated computer can do it
     const char* name; ///< on the command line
     const char* explanation;
 };
@@ -45,8 +45,8 @@ std::optional<Fault> faultByName(const std::string& name);
 struct Transfers
 {
     int count = 0;
-    Phase phase = Phase::Leave;   ///< of the last
-    std::map<Phase, int> inPhase; ///< how many of them, for each phase that was reached
+    Phase phase = Phase::Leave;   ///< phase of the last transfer
+    std::map<Phase, int> inPhase; ///< transfers in each phase that was reached
 };
 
 /// Counts a device's transfers and decides when its armed fault strikes. Its device guards it with a lock.
@@ -54,17 +54,17 @@ class FaultPlan
 {
 public:
     FaultPlan() = default;
-    /// @param transfer  from which on the fault strikes; 1 is the next.
+    /// @param transfer  the fault strikes from this transfer on; 1 is the next.
     FaultPlan(Fault fault, int transfer);
 
     /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the last one.
-    /// @return the fault that strikes at it.
+    /// @return the fault that strikes at this transfer, or `None`.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
 
-    /// @return the fault that strikes at a restart that starts now.
+    /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// A fault that took its time has taken effect now.
+    /// Call it when a fault that takes time has taken effect: it counts as having struck now.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }

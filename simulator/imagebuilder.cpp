@@ -35,7 +35,7 @@ std::vector<Bytes> usualEntries(const ImageOptions& options)
     };
 }
 
-/// The code of the smallest memory that holds so many bytes.
+/// The code of the smallest memory that holds @p bytes bytes.
 std::uint8_t memorySizeCode(std::size_t bytes)
 {
     constexpr std::uint8_t maxCode = 15;
@@ -145,7 +145,7 @@ Bytes versionEntry(const std::string& text)
 Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
     const Bytes contents{
-        // Ahead of the records: their length plus 9.
+        // Before the records: their length plus 9.
         0x15, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
         // A record for each descriptor: type, 0, offset from the first record, length.
         0x01, 0x00, 0x0C, 0x00, 0x12, 0x00, //

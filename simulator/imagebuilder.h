@@ -6,17 +6,21 @@
 #include <string>
 #include <vector>
 
-/// The contents of a firmware image. `ImageBuilder::transmitter()` and `headset()` return usual ones to vary.
+/// The contents of a firmware image. `ImageBuilder::transmitter()` and `headset()` return the usual contents,
+/// which the caller may change.
 ///
-/// The updater reads at most 32 bytes of the version entry (version, comma, remark) from a device, so keep it
-/// within that if a device runs the image.
+/// The updater reads at most 32 bytes of the version entry (version, comma, remark) from a device. The entry
+/// must not be longer in an image that a device runs.
 struct ImageOptions
 {
-    std::size_t size = 8192; ///< bytes of the image, or more if its table needs more
+    std::size_t size = 8192; ///< bytes of the image, which is longer if its table needs more
 
-    /// The first two bytes, which describe the memory that the image is built for, in the chip's codes: pages
-    /// of 2 << code bytes (4 bits), memory of 64 << code bytes (4 bits; 0: the smallest that holds the
-    /// image); two unused bits, two bits of configuration; sectors of 64 << code bytes (4 bits; transmitter).
+    /// The first two bytes, which describe the memory that the image is built for. From the highest bit on:
+    /// - 4 bits: a code; a page has 2 << code bytes
+    /// - 4 bits: a code; the memory has 64 << code bytes. 0: the smallest memory that holds the image
+    /// - 2 bits: unused
+    /// - 2 bits: configuration
+    /// - 4 bits: a code; a sector has 64 << code bytes (transmitter only)
     std::array<std::uint8_t, 2> geometry{};
     std::size_t headerBlockBytes = 11; ///< length of the block between header and file table
 
@@ -28,7 +32,7 @@ struct ImageOptions
     /// version, filler, USB descriptors.
     std::vector<std::vector<std::uint8_t>> entries;
 
-    std::uint32_t seed = 1; ///< of the payload after the table
+    std::uint32_t seed = 1; ///< seed of the payload after the table
 };
 
 /// Builds firmware images like real ones: header, table of typed files, end mark, and then pseudo-random
@@ -57,7 +61,8 @@ const std::vector<std::uint16_t>& transmitterProductIds();
 ImageOptions transmitter(int generation = 1, std::size_t size = ImageOptions().size);
 ImageOptions headset(std::size_t size = ImageOptions().size);
 
-/// @p options for the same memory as @p image, and of its size.
+/// @return @p options with the size of @p image, and for the memory that @p image is built for. Unchanged if
+/// @p image is too short.
 ImageOptions forMemoryOf(ImageOptions options, const std::vector<std::uint8_t>& image);
 
 std::vector<std::uint8_t> build(const ImageOptions& options);

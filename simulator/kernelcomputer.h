@@ -13,8 +13,8 @@
 class KernelComputer : public Machine
 {
 public:
-    /// @param otherwise  borrowed.
-    /// @param log        as for LinuxDeviceTree.
+    /// @param otherwise  everything but the devices and the session; borrowed.
+    /// @param log        see LinuxDeviceTree and LoginSession.
     KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log)
         : model(otherwise)
         , devices(log)

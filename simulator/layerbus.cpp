@@ -80,7 +80,7 @@ void LayerBus::detach(int port)
         tree.unplugAndWait(path);
 }
 
-/// Programs open the last interface only, so it answers for the others.
+/// Asks for the last interface only: programs open no other one.
 bool LayerBus::requestRemoval(int port, bool isHeld)
 {
     DWORD error = ERROR_SUCCESS;

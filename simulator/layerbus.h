@@ -7,7 +7,7 @@
 #include "simulateddevice.h"
 #include "simulateddevicetree.h"
 
-/// The bus of this program's own model of a computer: a device's interfaces are nodes of its device tree.
+/// The bus of the simulated computer. A device's interfaces are nodes of the computer's device tree.
 class LayerBus : public Bus
 {
 public:
@@ -27,7 +27,7 @@ private:
     SimulatedDeviceTree& tree;
 };
 
-/// SleepFunction on @p clock, which must outlive the sleeping objects.
+/// @return a function that sleeps on @p clock, which must outlive the function.
 inline SleepFunction sleepOn(Clock& clock)
 {
     return [&clock](std::uint32_t ms) { clock.sleep(ms); };

@@ -119,7 +119,7 @@ SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std
     return {payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait, payload[0], [] {}};
 }
 
-/// Payload: class, 04 00 00, N, operation, operands.
+/// Understands a payload that consists of class, 04 00 00, N, operation, operands.
 SimulatedChip::Command SimulatedChip::understandOperation(const std::uint8_t* payload, std::size_t size)
 {
     constexpr std::size_t operationOffset = 5;
@@ -273,7 +273,7 @@ void SimulatedChip::refuse(std::string reason)
     refused.push_back(std::move(reason));
 }
 
-/// A little-endian field of the control block; `model` is not null.
+/// Reads a little-endian field of the control block. `model` must not be null.
 std::uint32_t SimulatedChip::field(int offset, int bytes) const
 {
     std::uint32_t value = 0;

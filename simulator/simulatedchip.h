@@ -12,20 +12,21 @@
 /// The audio chip behind a device's feature-report channel: registers, RAM, the loader with its control
 /// block, and the non-volatile memory with the firmware image.
 ///
-/// The transmitter's memory is NOR flash: programming only clears bits, an erase sets one sector to 0xFF. The
-/// headset's is overwritten in place. The chip refuses a command that is malformed or that comes before its
-/// set-up, and keeps the reason. Not thread-safe: its device guards it.
+/// The transmitter's memory is NOR flash: programming only clears bits, and an erase sets one sector to 0xFF.
+/// The headset's memory is overwritten in place. The chip refuses a command that is malformed or that comes
+/// before its set-up, and records the reason. Not thread-safe: the device guards it with a lock.
 class SimulatedChip
 {
 public:
     static constexpr std::uint8_t commandReportId = 0xFF;
     static constexpr std::uint8_t dataReportId = 0xE4;
-    static constexpr int leaveApplication = 0x0A; ///< a control request, like the next
-    static constexpr int endOfProgramming = 0x05;
+    static constexpr int leaveApplication = 0x0A;  ///< code of a control request
+    static constexpr int endOfProgramming = 0x05;  ///< code of a control request
     static constexpr std::size_t statusOffset = 1; ///< in an answer
     static constexpr std::uint8_t noData = 0x01;   ///< the status if nothing is prepared
 
-    /// A known chip. The table is independent of the updater's, so that it can check that one.
+    /// A chip that the simulator knows. `models()` is independent of the updater's table, so that tests can
+    /// compare the two.
     struct Model
     {
         int chipId;
@@ -50,13 +51,13 @@ public:
     static Geometry geometryOf(DeviceType device, const std::vector<std::uint8_t>& image);
 
     /// A chip that is not among `models()` answers reads and refuses everything that needs its loader.
-    /// @param device  the chip is built into it, with the memory that @p image announces.
-    /// @param image   what the memory holds; the rest is erased.
+    /// @param device  the device that contains the chip. Its memory is the one that @p image announces.
+    /// @param image   what the memory holds at first; the rest of the memory is erased.
     SimulatedChip(DeviceType device, int chipId, int revision, const std::vector<std::uint8_t>& image);
 
-    /// RAM and control block lose their content.
-    /// @param inLoader  whether the loader, which accepts data packets, commits and erases, runs from then on
-    ///                  instead of the application.
+    /// Starts the chip. RAM and control block lose their content.
+    /// @param inLoader  whether the loader runs instead of the application. Only the loader accepts data
+    ///                  packets, commits and erases.
     void powerUp(bool inLoader);
 
     void setWrongIdentity(bool wrong) { hasWrongIdentity = wrong; }
@@ -65,8 +66,8 @@ public:
     struct Command
     {
         std::optional<Phase> phase;    ///< empty if the report belongs to no particular phase
-        int controlRequest = 0;        ///< its code, which the device handles; 0: none
-        std::function<void()> execute; ///< carries the command out, or refuses it; reads the report
+        int controlRequest = 0;        ///< code of the control request for the device; 0: none
+        std::function<void()> execute; ///< executes or refuses the command; the report must still exist
     };
     Command understand(const std::uint8_t* report, std::size_t size);
 

@@ -125,8 +125,8 @@ Transfer SimulatedDevice::get(int ofConnection, std::uint8_t* report, std::size_
     return Transfer::Done;
 }
 
-/// Does what @p fault does to the transfer under way, the last of @p made.
-/// @return the transfer's outcome; nothing if the chip gets it.
+/// Applies @p fault to the transfer in progress, the last of @p made.
+/// @return the outcome of the transfer; nothing if the chip still receives the transfer.
 std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& made)
 {
     const std::string at = " at transfer " + std::to_string(made.count) + " (" + phaseName(made.phase) + ")";
@@ -149,7 +149,7 @@ std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& ma
         return std::nullopt;
     }
     default:
-        return std::nullopt; // it concerns the answer or a restart
+        return std::nullopt; // the fault concerns the answer or a restart
     }
 }
 
@@ -166,7 +166,7 @@ Transfer SimulatedDevice::vanish(bool comesBack)
     return Transfer::Gone;
 }
 
-/// On a thread of its own, because a program may wait for the transfer under way before it answers.
+/// Requests the removal on a separate thread: a program may answer only after the transfer in progress.
 void SimulatedDevice::requestRemoval(bool isHeld)
 {
     const std::shared_future<void> removal = background.start([this, isHeld] {
@@ -183,7 +183,7 @@ void SimulatedDevice::requestRemoval(bool isHeld)
         onRemovalRequested(removal);
 }
 
-/// Does what a control request asks for.
+/// Carries out a control request.
 void SimulatedDevice::restart(int controlRequest)
 {
     Fault striking = Fault::None;
@@ -208,7 +208,7 @@ void SimulatedDevice::restart(int controlRequest)
     later(moves);
 }
 
-/// Makes the moves after their delays, unless the cable is moved meanwhile.
+/// Makes the moves after their delays, unless a user moves the cable meanwhile.
 void SimulatedDevice::later(const std::vector<Move>& moves)
 {
     background.start([this, moves, planned = cableMoves.load()] {
@@ -239,8 +239,9 @@ void SimulatedDevice::connectToBus()
     log(isProgramming() ? "connected, in programming mode" : "connected");
 }
 
-/// The device as a computer sees it: in programming mode its chip's loader, otherwise under the identity of
-/// the firmware in its memory, or its usual one if that is not valid. `mutex` is held.
+/// The device as a computer sees it. In programming mode it has the identity of its chip's loader, otherwise
+/// that of the firmware in its memory. If that firmware is not valid, it has its usual identity. Call it with
+/// `mutex` locked.
 BusDevice SimulatedDevice::busDevice()
 {
     auto serves = std::make_shared<FeatureReports>();

@@ -8,7 +8,7 @@
 #include "simulatedmachine.h"
 
 /// A transmitter and a headset on the ports of a simulated computer, and the computer's audio service and
-/// audio endpoints. Whoever uses the devices must be gone before the pair is destroyed.
+/// audio endpoints. Nothing may use the devices when the pair is destroyed.
 class SimulatedPair
 {
 public:
@@ -17,10 +17,10 @@ public:
         int generation = 1; ///< of the installed transmitter firmware, from 1 on
         int chipId = 12;
         int revision = 2;
-        /// The devices get the memory for which these two are built.
+        /// Images for the two devices. A device gets the memory for which its image is built.
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
-        std::function<void(const std::string&)> report; ///< as SimulatedDevice::Setup::report
+        std::function<void(const std::string&)> report; ///< see SimulatedDevice::Setup::report
         Bus* bus = nullptr; ///< borrowed; null: the bus of the computer's device tree
     };
 

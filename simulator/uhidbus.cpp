@@ -21,7 +21,7 @@ namespace {
 constexpr char devicePath[] = "/dev/uhid";
 constexpr std::uint32_t deviceVersion = 0x0100;
 constexpr std::chrono::milliseconds answerTime(100);
-constexpr int lookIntervalMs = 100; // a thread ends at most so long after its interface
+constexpr int lookIntervalMs = 100; // longest time that a thread outlives its interface
 
 template <std::size_t Size>
 void copyText(const std::string& text, __u8 (&field)[Size])
@@ -31,7 +31,7 @@ void copyText(const std::string& text, __u8 (&field)[Size])
 
 } // namespace
 
-/// One interface in the kernel, which removes it when its file is closed.
+/// One interface in the kernel. The kernel removes the interface when the file is closed.
 class UhidBus::Attached
 {
 public:
@@ -44,7 +44,7 @@ public:
         uhid_create2_req& request = event.u.create2;
         const std::vector<std::uint8_t> descriptor = reportDescriptorOf(interface);
         copyText(device.name, request.name);
-        // The kernel's own USB driver uses such names.
+        // The kernel's own USB driver uses names of this form.
         copyText("usb-simulated-" + std::to_string(device.port) + "/input" +
                      std::to_string(interface.number.value_or(0)),
                  request.phys);
@@ -168,7 +168,8 @@ void UhidBus::detach(int port)
         const std::lock_guard<std::mutex> guard(mutex);
         leaving.swap(ports[port]);
     }
-    // The kernel drops an answer that its program has not fetched yet, whatever clock the simulation runs by.
+    // When an interface leaves, the kernel drops an answer that the program has not fetched yet. The wait is
+    // in real time, whatever clock the simulation uses.
     std::this_thread::sleep_for(answerTime);
     for (const auto& interface : leaving)
         interface->leave();

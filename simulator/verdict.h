@@ -18,17 +18,18 @@ std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memo
 /// The version of the firmware in @p memory, such as "1.2.3", or "(no valid firmware)".
 std::string versionOf(const std::vector<std::uint8_t>& memory);
 
-/// Such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
+/// @return a text such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
 /// @param before  the memory before the update.
 std::string text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
                  const std::vector<std::uint8_t>& image);
 
-int commits(const std::vector<std::uint8_t>& image); ///< of a whole update
+int commits(const std::vector<std::uint8_t>& image); ///< number of commits in an update
 
-/// From the configuration of the chip to the end-of-programming request, in milliseconds.
+/// The sum of the delays from the configuration of the chip to the end-of-programming request, in
+/// milliseconds.
 std::int64_t programmingDelaysMs(DeviceType type, const std::vector<std::uint8_t>& image);
 
-/// How long the updater waits after that request, in milliseconds.
+/// How long the updater waits after the end-of-programming request, in milliseconds.
 constexpr std::int64_t restartDelayMs = 10000;
 
 } // namespace Verdict
