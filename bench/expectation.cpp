@@ -102,7 +102,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // a failed transfer; the updater reads answers in identification only
+    case Fault::ShortAnswer:           // counts as failed; the updater reads answers in identification only
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

@@ -105,7 +105,7 @@ public:
 private:
     struct Result
     {
-        Transfers transfers; ///< of the last update
+        Transfers transfers; ///< transfers of the last update
         BenchRun::FaultOutcome fault;
     };
     static std::optional<Result> runOne(const BenchOptions& options, const QString& name);
@@ -172,7 +172,7 @@ void Matrix::runAll()
     }
 }
 
-/// Kinds and families come equally often, whatever the seed is.
+/// Draws every kind of fault and every family equally often, whatever the seed is.
 void Matrix::runSample()
 {
     print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(options.seed));

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Answers no to a question, and closes a message.
+/// Answers a question with no, or closes a message.
 void dismissBox()
 {
     if (QMessageBox* const box = UserDriver::messageBox())

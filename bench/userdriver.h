@@ -64,16 +64,16 @@ public:
     MainWindow& updater() const { return window; }
     static QMessageBox* messageBox();
     bool isStartScreen() const; ///< false also if a box is in front of it
-    /// The main page, once all devices are identified and no box is in front of it.
+    /// The main page; null until all devices are identified, and while a box is in front of it.
     QWidget* mainPage() const;
     void pressUpdate();
 
 Q_SIGNALS:
-    /// A line for the log.
+    /// Reports an event as a line for the log.
     void happened(const QString& event);
-    /// @p screen is shown; emitted again at each look.
+    /// @p screen is shown. Emitted again each time the driver looks at it.
     void screenSeen(const QString& name, QWidget* screen);
-    /// Update is about to be pressed.
+    /// The driver is about to press Update.
     void updateRequested();
     /// The pairing instructions or the failure report are shown.
     void ended(const Outcome& outcome);
@@ -96,9 +96,9 @@ private:
     std::vector<Stop> tour;        ///< empty if the driver updates
     std::size_t reached = 0;       ///< number of stops of the tour that were reached
     QTimer timer;
-    bool isUpdating = false;                ///< from the press on Update to the screen with the result
-    QSet<FirmwareUpdater*> watchedUpdaters; ///< of the dialog that is open
-    QElapsedTimer runTimer;                 ///< from the first announced progress range on
+    bool isUpdating = false;                ///< true from the press on Update to the screen with the result
+    QSet<FirmwareUpdater*> watchedUpdaters; ///< updaters of the open dialog
+    QElapsedTimer runTimer;                 ///< runs from the first announced progress range on
     QMap<DeviceType, qint64> startedMs;     ///< when each device announced its range, by `runTimer`
-    Outcome outcome;                        ///< of the last update
+    Outcome outcome;                        ///< outcome of the last update
 };

@@ -12,7 +12,7 @@
 class BackgroundTasks
 {
 public:
-    /// @return ready when the task has ended.
+    /// @return a future that is ready when the task has ended.
     std::shared_future<void> start(std::function<void()> task)
     {
         const std::lock_guard<std::mutex> guard(mutex);

@@ -36,7 +36,7 @@ struct FeatureReportFormat
 /// A USB interface of the HID class with its one top-level collection.
 struct HidInterface
 {
-    std::optional<int> number;   ///< if it is a function of a composite device (USB 2.0 section 5.2.3)
+    std::optional<int> number;   ///< set for a function of a composite device (USB 2.0 section 5.2.3)
     std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
     std::vector<FeatureReportFormat> featureReports;
@@ -48,14 +48,14 @@ struct BusDevice
 {
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
-    std::string name;         ///< for people
+    std::string name;         ///< shown to people
     int port = 0;             ///< each port takes one device
     bool refusesOpen = false; ///< no program may open it
     std::vector<HidInterface> interfaces;
 };
 
-/// What a simulated device is plugged into: this program's own model of a computer, or another computer's
-/// HID stack. Every operation may be called on any thread, also from within a transfer of the device.
+/// What a simulated device is plugged into: the simulated computer, or the HID stack of a real one. Every
+/// operation may be called on any thread, also from within a transfer of the device.
 class Bus
 {
 public:

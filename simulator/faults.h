@@ -19,8 +19,8 @@ enum class Fault {
     RefuseOpen,     ///< it restarts and cannot be opened until it is plugged in again
     NeverBack,      ///< it restarts and stays away until it is plugged in
     OtherPort,      ///< it restarts and comes back on another port
-    Removed,        ///< the computer removes it in an orderly way, unless a program keeps it open
-    RemovalRefused, ///< the same, but another program keeps it open
+    Removed,        ///< the computer removes the device in an orderly way, unless a program keeps it open
+    RemovalRefused, ///< the same, but another program keeps the device open
 };
 
 struct FaultDescription
@@ -31,7 +31,7 @@ struct FaultDescription
     Fault fault;
     Event strikesAt;
     bool needsLayer;  ///< only the simulated computer can do it
-    const char* name; ///< on the command line
+    const char* name; ///< name on the command line
     const char* explanation;
 };
 
@@ -68,7 +68,7 @@ public:
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }
-    /// The transfers up to the one at which the fault struck.
+    /// The transfers up to the one at which the fault struck; nothing if it has not struck.
     const std::optional<Transfers>& struckAt() const { return struck; }
 
 private:

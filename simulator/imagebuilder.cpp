@@ -10,10 +10,10 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
-constexpr std::size_t unreadTailBytes = 4; // the updater counts the header into a version file's length
+constexpr std::size_t unreadTailBytes = 4; // the updater includes the header in a version file's length
 
 constexpr std::size_t memoryUnit = 64;
-constexpr std::uint8_t sizeCodeBits = 0x0F; // of the geometry's first byte
+constexpr std::uint8_t sizeCodeBits = 0x0F; // bits of the geometry's first byte
 
 std::uint8_t low(std::size_t word)
 {

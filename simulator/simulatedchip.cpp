@@ -21,7 +21,7 @@ constexpr std::size_t dataHeaderBytes = 7;
 constexpr std::size_t dataBytes = 256;
 constexpr std::size_t chunkBytes = 4096;
 constexpr std::size_t rowBytes = 16;
-constexpr std::uint16_t rowStep = 0x1000; // between the rows of a load in RAM
+constexpr std::uint16_t rowStep = 0x1000; // distance in RAM between the rows of a load
 constexpr std::size_t answerDataOffset = 11;
 
 // Control block offsets.

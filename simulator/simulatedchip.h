@@ -22,7 +22,7 @@ public:
     static constexpr std::uint8_t dataReportId = 0xE4;
     static constexpr int leaveApplication = 0x0A;  ///< code of a control request
     static constexpr int endOfProgramming = 0x05;  ///< code of a control request
-    static constexpr std::size_t statusOffset = 1; ///< in an answer
+    static constexpr std::size_t statusOffset = 1; ///< offset of the status in an answer
     static constexpr std::uint8_t noData = 0x01;   ///< the status if nothing is prepared
 
     /// A chip that the simulator knows. `models()` is independent of the updater's table, so that tests can
@@ -96,7 +96,7 @@ private:
     const DeviceType type;
     const int id;
     const int revision;
-    const Model* const model; ///< null if unknown
+    const Model* const model; ///< null if the chip is unknown
     const Geometry geometry;
     std::vector<std::uint8_t> ram;
     std::vector<std::uint8_t> flash;

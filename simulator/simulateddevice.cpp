@@ -19,7 +19,7 @@ constexpr std::uint16_t headsetLoaderProductId = 0x0101;
 constexpr std::uint16_t consumerPage = 0x000C;
 constexpr std::uint16_t vendorPage = 0xFF00;
 constexpr std::uint16_t firstUsage = 0x0001;
-constexpr int consumerInterface = 2; // after the audio functions
+constexpr int consumerInterface = 2; // the audio functions come before it
 constexpr int channelInterface = 3;
 
 const std::vector<FeatureReportFormat> applicationReports{{SimulatedChip::commandReportId, 63}};
@@ -221,7 +221,7 @@ void SimulatedDevice::later(const std::vector<Move>& moves)
     });
 }
 
-/// `moving` is held.
+/// Call it with `moving` locked.
 void SimulatedDevice::connectToBus()
 {
     BusDevice shown;
@@ -272,7 +272,7 @@ BusDevice SimulatedDevice::busDevice()
     return shown;
 }
 
-/// `moving` is held.
+/// Call it with `moving` locked.
 void SimulatedDevice::disconnectFromBus()
 {
     {

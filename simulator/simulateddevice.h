@@ -67,7 +67,7 @@ public:
 
     /// The transfers since a fault was armed or cleared.
     Transfers transfers() const { return copyOf(faults.transfers()); }
-    /// The transfers up to the one at which the fault struck, if it did.
+    /// The transfers up to the one at which the fault struck; nothing if it has not struck.
     std::optional<Transfers> struckAt() const { return copyOf(faults.struckAt()); }
     /// Returns false also while the device restarts.
     bool isPluggedIn() const { return copyOf(isPresent); }
@@ -116,16 +116,16 @@ private:
     const SleepFunction sleep;
     const std::function<void(const std::string&)> reportTo;
 
-    std::mutex moving;                ///< held while the device comes and goes; taken before `mutex`
+    std::mutex moving;                ///< held while the device connects or disconnects; taken before `mutex`
     std::atomic<int> cableMoves = {}; ///< each move cancels the restarts planned before it
     mutable std::mutex mutex;         ///< guards what follows; never held while the bus is called
     SimulatedChip chip;
     FaultPlan faults;
-    int nextPort; ///< of the next connection
+    int nextPort; ///< port of the next connection
     int lastPort = 0;
     int connection = 0; ///< counts the connections to the bus
     bool isPresent = false;
-    bool refusesOpen = false; ///< until it is plugged in again
+    bool refusesOpen = false; ///< lasts until the device is plugged in again
     bool programming = false;
 
     BackgroundTasks background;

@@ -14,7 +14,7 @@ class SimulatedPair
 public:
     struct Setup
     {
-        int generation = 1; ///< of the installed transmitter firmware, from 1 on
+        int generation = 1; ///< generation of the installed transmitter firmware; 1 is the first
         int chipId = 12;
         int revision = 2;
         /// Images for the two devices. A device gets the memory for which its image is built.

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// If the cable is pulled during a transfer, the transfer fails at once; the device is gone a moment later.
+/// Longest time from a transfer that fails because the cable is pulled to the removal of the device.
 constexpr int removalDelayMs = 100;
 
 // Windows error codes that are used here only.

@@ -16,7 +16,7 @@ HidrawDevice::Lock lockFor(const ShareMode& mode)
     return mode.share & FILE_SHARE_WRITE ? HidrawDevice::Lock::Shared : HidrawDevice::Lock::Exclusive;
 }
 
-/// One top-level collection.
+/// The HID function of one top-level collection.
 class Collection : public HidFunction
 {
 public:
@@ -44,7 +44,7 @@ private:
     const std::shared_ptr<HidrawDevice> device;
 };
 
-/// @return the number after the last @p mark.
+/// @return the number after the last @p mark; nothing if there is none.
 std::optional<int> numberAfter(const std::string& text, const std::string& mark, int base)
 {
     const std::size_t found = text.rfind(mark);

@@ -32,7 +32,7 @@ private:
     struct Interface
     {
         HidrawInterface description;
-        std::vector<std::wstring> paths; ///< of its nodes
+        std::vector<std::wstring> paths; ///< interface paths of its nodes
         DWORD refusal = ERROR_SUCCESS;   ///< error with which the system last refused to open it
     };
 
@@ -50,7 +50,7 @@ private:
     const std::function<void(const std::string&)> log;
     std::mutex mutex;                            ///< guards the next two
     std::map<std::string, Interface> interfaces; ///< by system path
-    std::map<std::string, DWORD> loggedRefusals; ///< the last of each interface, by system path
+    std::map<std::string, DWORD> loggedRefusals; ///< last logged refusal of each interface, by system path
     std::once_flag started;
     std::unique_ptr<UdevMonitor> monitor; ///< reports to this object
 };

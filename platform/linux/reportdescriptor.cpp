@@ -139,9 +139,9 @@ private:
         case OutputItem:
             break;
         default:
-            return; // the result does not depend on other items, and they keep the usage
+            return; // no other item affects the result or ends the usage
         }
-        hasUsage = false; // local items end with a main item
+        hasUsage = false; // a local item counts up to the next main item
     }
 
     void setReportId(std::uint32_t id)
@@ -151,7 +151,7 @@ private:
         globals.reportId = id;
     }
 
-    /// The first usage names a collection. Its long form includes the usage page.
+    /// A collection has the first usage that precedes it. The long form of a usage includes the usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
         if (hasUsage)

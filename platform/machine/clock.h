@@ -55,7 +55,7 @@ private:
     mutable std::mutex mutex;
     std::condition_variable speedChanged;
     double speed;
-    double changeTime = 0; ///< of the last change of speed, in milliseconds of this clock
+    double changeTime = 0; ///< time of the last change of speed, in milliseconds of this clock
     Wall::time_point changeWallTime = Wall::now();
 };
 

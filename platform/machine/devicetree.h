@@ -85,7 +85,8 @@ public:
     /// @param event  an event of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
     ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device; DBT_DEVICEQUERYREMOVEFAILED: the
     ///     device stays. The node's users have handled these two when the function returns.
-    /// @return ready when the node's users have handled the report; the device does not wait for them.
+    /// @return a future that is ready when the users of the node have handled the report. The caller need not
+    ///     wait: a device leaves without waiting for its users.
     virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
 };
 

@@ -75,7 +75,7 @@ public:
 
     std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);
 
-    /// The same as chooseDefault(), but recorded.
+    /// Records the call, and does the same as chooseDefault().
     bool setDefault(const std::wstring& id, ERole role);
 
 private:

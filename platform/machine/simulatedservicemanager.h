@@ -56,7 +56,7 @@ public:
     {
         Function function;
         std::wstring service; ///< as the caller named it; empty for the manager
-        DWORD argument;       ///< access or states asked for
+        DWORD argument;       ///< requested access or states
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 if there is no such service

@@ -1,4 +1,4 @@
-// HID class and parser; device control.
+// The HID class driver and parser, and device control.
 
 #include <windows.h>
 

@@ -22,7 +22,7 @@
 namespace {
 
 std::atomic<std::size_t> liveObjects{0};
-thread_local int initialisations = 0; // of COM, on this thread
+thread_local int initialisations = 0; // how often COM is initialised on this thread
 
 SimulatedAudioEndpoints& audio()
 {

@@ -61,7 +61,7 @@ BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes, D
 }
 
 /// The value of a registry property; empty if the node does not have it. In a list each string ends with a
-/// null; copying adds the last null.
+/// null. copyText() adds the null that ends the list.
 std::wstring propertyOf(const DeviceNode& node, DWORD property)
 {
     switch (property) {
