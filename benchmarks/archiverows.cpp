@@ -1,4 +1,4 @@
-// Loading a firmware archive, compared with inflating its entries.
+// Compares loading a firmware archive with inflating its entries.
 
 #include <cctype>
 #include <ctime>
@@ -18,7 +18,7 @@ using namespace Comparison;
 
 namespace {
 
-/// The image's text with "0x" before every byte, or with bare digits.
+/// @return the text of @p image, with "0x" before every byte or with bare digits.
 QByteArray textOf(const std::vector<std::uint8_t>& image, bool hasPrefix)
 {
     QByteArray text;
@@ -32,7 +32,7 @@ QByteArray textOf(const std::vector<std::uint8_t>& image, bool hasPrefix)
     return text;
 }
 
-/// An entry as an archive has it, and the memory that it is unpacked to.
+/// The packed bytes of an archive's entry, and the memory into which they are unpacked.
 struct PackedEntry
 {
     explicit PackedEntry(const QByteArray& text)
@@ -59,7 +59,7 @@ void inflateEntry(PackedEntry& entry)
     require(result == Z_STREAM_END && stream.avail_out == 0, "cannot unpack an entry");
 }
 
-/// An archive of two images, and its images' entries alone.
+/// An archive of two images, and the entries of these images without the archive.
 struct Sample
 {
     explicit Sample(bool hasPrefix)
@@ -81,7 +81,8 @@ struct Sample
     const QString path;
 };
 
-/// Processor time, which other programs do not change. The work is done by one thread that never waits.
+/// @return the processor time of @p work, which other programs do not change. It stands for the whole cost of
+/// @p work because the work is done by one thread that never waits.
 double processorSeconds(const std::function<void()>& work)
 {
     const std::clock_t start = std::clock();

@@ -3,7 +3,7 @@
 #include <functional>
 
 /// Compares what the updater takes for a task with the least that the task can cost. Rows are added before
-/// main(), which runs them under Google Benchmark. It returns 1 if a row fails or exceeds its bound.
+/// main(), which runs them under Google Benchmark and returns 1 if a row fails or exceeds its bound.
 namespace Comparison {
 
 /// Two figures in the same unit, measured right after each other.
@@ -13,8 +13,8 @@ struct Pair
     double reference;
 };
 
-/// Adds a row. It shows the medians of both figures and of the pairs' ratios, which short disturbances of the
-/// machine do not change.
+/// Adds a row that shows the medians of both figures and of the pairs' ratios. Short disturbances of the
+/// machine do not change the medians.
 /// @param what   the work and the reference, without '/'.
 /// @param bound  the largest ratio of work to reference.
 /// @param pairs  the number of pairs to measure.
@@ -22,7 +22,7 @@ bool add(const char* what, double bound, int pairs, const std::function<Pair()>&
 
 double seconds(const std::function<void()>& work);
 
-/// Ends the program with exit status 1 if @p condition, without which a figure means nothing, is false.
+/// Ends the program with exit status 1 if @p condition is false, because the figures mean nothing then.
 void require(bool condition, const char* failure);
 
 } // namespace Comparison

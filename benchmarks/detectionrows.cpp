@@ -1,4 +1,4 @@
-// Detection on a computer with many devices, compared with the system calls that it needs.
+// Compares detection on a computer with many devices with the system calls that detection needs.
 
 #include <algorithm>
 #include <cwchar>
@@ -19,11 +19,11 @@ using namespace Comparison;
 
 namespace {
 
-constexpr int interfaceCount = 1000; ///< that are present, and again that arrive
-constexpr int ownInterfaces = 5;     ///< of each thousand that are a transmitter's
+constexpr int interfaceCount = 1000; ///< number present at the start; as many arrive later
+constexpr int ownInterfaces = 5;     ///< how many of each thousand belong to a transmitter
 constexpr std::size_t maxTextLength = 260;
 
-/// Plugs in a thousand interfaces, the last of them a transmitter's. @return their paths.
+/// Plugs in a thousand interfaces. Some belong to a transmitter, among them the last. @return their paths.
 std::vector<std::wstring> plugIn(SimulatedDeviceTree& tree, int first)
 {
     std::vector<std::wstring> paths;
@@ -56,8 +56,9 @@ public:
     std::promise<void> allArrived;
 };
 
-/// @return the seconds from the start of detection to the report of the last device present, plus the seconds
-///         from the end of a driver installation to the report of the last device that arrived during it.
+/// Measures detection twice: from its start to the report of the last present device, and from the end of a
+/// driver installation to the report of the last device that arrived during the installation.
+/// @return the sum of both times in seconds.
 double detect()
 {
     SimulatedMachine machine(nullptr);
@@ -89,7 +90,7 @@ void lower(wchar_t* text)
     }
 }
 
-/// Finds the device of an interface path among those present, and reads its identifying properties.
+/// Finds the device of an interface path among the present devices, and reads its identifying properties.
 void walkTo(const std::wstring& path)
 {
     wchar_t idPath[maxTextLength];
@@ -116,7 +117,8 @@ void walkTo(const std::wstring& path)
     require(isFound, "a device is missing");
 }
 
-/// The same task without threads, by the calls that find and identify a device alone.
+/// Does the same task without threads, by only the system calls that find and identify a device.
+/// @return the time in seconds.
 double walk()
 {
     SimulatedMachine machine(nullptr);

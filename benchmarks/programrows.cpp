@@ -1,4 +1,4 @@
-// The whole program: start, memory, and an update in real time. The program "updaterun" measures them.
+// Measures the whole program by running "updaterun": its start, its memory, and an update in real time.
 
 #include <map>
 #include <string>
@@ -77,7 +77,7 @@ Pair memoryPair()
     return {update(imageBytes, speed, 0).at(peak), empty};
 }
 
-/// One update in real time for all rows that need it, because it takes minutes.
+/// @return the figures of one update in real time. All rows share it, because it takes minutes.
 const Figures& update64()
 {
     constexpr int idleSeconds = 80; // about as long as an update
@@ -93,7 +93,7 @@ const Figures& update64()
             return Pair{update64().at("run-ms"), update64().at("transmitter-delays-ms")};
         }) &&
     add("longest stall of the window in it, ms, against the idle window's and a frame", 1, 1, [] {
-        constexpr double frameMs = 1000.0 / 60; // more than one is what a user can see
+        constexpr double frameMs = 1000.0 / 60; // a user can see a longer stall
         return Pair{update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
     });
 

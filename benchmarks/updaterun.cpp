@@ -1,11 +1,12 @@
-// The updater, for the rows about the whole program. Prints lines of a name and a figure.
+// Runs the updater for the rows about the whole program. Prints lines of a name and a figure.
 //
 //     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
-//         a whole update of the simulated pair
+//         updates both devices of a simulated pair
 //     updaterun start ARCHIVE
-//         starts, and ends when its window is painted
+//         starts the updater, and ends when its window is painted
 //     updaterun empty IMAGE_BYTES
-//         the same with an empty window; the process also holds the simulated devices and both images
+//         shows an empty window, and ends when it is painted; the process also holds the simulated devices
+//         and both images
 
 #include <chrono>
 #include <fstream>
@@ -63,7 +64,7 @@ public:
     double longest() const { return longestMs; }
 
 private:
-    /// The time, less the time that the thread has waited for a processor since its start.
+    /// @return the time in ms, less the time that the thread has waited for a processor since its start.
     static double now()
     {
         std::ifstream statistics("/proc/thread-self/schedstat");
@@ -197,7 +198,7 @@ private:
 
 int main(int argc, char* argv[])
 {
-    // Returns large blocks to the system at once, so that what the simulation frees does not count.
+    // Returns large blocks to the system at once, so that freed memory of the simulation does not count.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Startup::enableHighDpiScaling();

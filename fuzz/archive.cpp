@@ -1,4 +1,4 @@
-// The archive loader: emits one signal, and afterwards holds whole images only.
+// Fuzzes the archive loader. It must emit exactly one signal, and may hold only complete images afterwards.
 
 #include "fuzztarget.h"
 
@@ -35,7 +35,7 @@ private:
     const int file;
 };
 
-/// Whether an image of that kind is loaded. Ends the process if it is not whole.
+/// @return whether an image for @p type is loaded. Ends the process if the image is incomplete.
 bool holds(const FirmwareController& controller, DeviceType type)
 {
     const QByteArray image = controller.firmware(type);
@@ -48,7 +48,7 @@ bool holds(const FirmwareController& controller, DeviceType type)
     const ReadVersionDataHelper_FromFile reader(&image);
     FuzzTarget::require(version == FirmwareUtilities::getVersion(reader) &&
                             pid == FirmwareUtilities::getPid(reader),
-                        "version or product differ from the image's");
+                        "version or product does not match the image");
     FuzzTarget::require(Utilities::deviceTypeOf({Utilities::normalVendorId(), pid, InterfaceKind::Hid}) ==
                             type,
                         "the image is stored for another kind of device");

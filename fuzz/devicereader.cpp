@@ -1,5 +1,5 @@
-// Inspection of the image in a device that answers with arbitrary bytes: it ends in bounded time and sends
-// only requests to load and to read.
+// Fuzzes the inspection of the image in a device that answers with arbitrary bytes. The inspection must end
+// in bounded time and send only requests to load and to read.
 
 #include "fuzztarget.h"
 
@@ -17,8 +17,8 @@ constexpr int operationOffset = 8;
 constexpr int countOffset = 11; // in the request for an answer
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
-/// Answers from the fuzz input. Its first byte decides what happens after its end: answers of zeros, or none.
-/// Each answer takes a byte for its kind, then as many bytes as were requested.
+/// Takes its answers from the fuzz input: for each answer one byte for its kind, then as many bytes as were
+/// requested. The input's first byte decides whether answers after the input's end are zeros or fail.
 class LyingChip
 {
 public:

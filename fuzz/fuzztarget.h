@@ -6,7 +6,7 @@
 #include <QByteArray>
 #include <QLoggingCategory>
 
-/// One run of a fuzz target. It ends the process if the input reveals a fault.
+/// Runs a fuzz target on one input. Ends the process if the input reveals a fault.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace FuzzTarget {
@@ -18,7 +18,7 @@ inline void require(bool isRight, const char* what)
         qFatal("%s", what);
 }
 
-/// The input without a copy, so that the sanitizer sees overruns.
+/// @return an array that uses the input's memory instead of a copy, so that the sanitizer sees overruns.
 inline QByteArray lend(const std::uint8_t* data, std::size_t size)
 {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<int>(size));

@@ -1,4 +1,5 @@
-// The decoder of image text: the result is the reference's, wherever the text is cut.
+// Fuzzes the decoder of image text. It must produce the same image as the reference decoder, however the text
+// is cut into pieces.
 
 #include "fuzztarget.h"
 
@@ -10,7 +11,7 @@
 
 namespace {
 
-/// Decodes the text in pieces of @p pieceBytes. Each has its own memory, so that the sanitizer sees overruns.
+/// Decodes the text in pieces of @p pieceBytes, each in separate memory so that the sanitizer sees overruns.
 QByteArray decodePieces(const QByteArray& text, int pieceBytes)
 {
     ImageText::Decoder decoder;
@@ -25,7 +26,7 @@ QByteArray decodePieces(const QByteArray& text, int pieceBytes)
 
 } // namespace
 
-/// The first byte is the size of the pieces; the text follows it.
+/// The first byte of the input is the size of the pieces. The rest is the text.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0)

@@ -1,5 +1,5 @@
-// Inspection of an image in memory: it reads only the image, ends, and has the same result with a reader that
-// lends the bytes and one that copies them.
+// Fuzzes the inspection of an image in memory. The inspection must end, read only the image, and have the
+// same result with a reader that lends the bytes as with a reader that copies them.
 
 #include "fuzztarget.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Copies the requested bytes into a block of that size, at most @c maxBytes, as devices deliver.
+/// Copies the requested bytes into a block of exactly their size, but at most @c maxBytes, as devices do.
 class CopyingReader
 {
 public:
@@ -49,7 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const FuzzTarget::SilentLog silence;
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // two headers; three files, twice
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // two headers; twice, the records of three files
     constexpr int devicesDeliver = 32;
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);

@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer, over files and over the files of folders. It fails if it cannot read a
-// file or finds none.
+// Runs a fuzz target without a fuzzer on the given files and on the files in the given folders. Fails if it
+// cannot read a file or finds none.
 
 #include "fuzztarget.h"
 
@@ -19,7 +19,7 @@ bool replay(const QString& path)
         return false;
     }
     const QByteArray input = file.readAll();
-    std::printf("%s\n", qPrintable(path)); // if the process ends, this was the input
+    std::printf("%s\n", qPrintable(path)); // if the target ends the process, this is its input
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.constData()),
                            static_cast<std::size_t>(input.size()));

@@ -1,4 +1,5 @@
-// The parser of report descriptors: its results are within bounds, and items without effect change nothing.
+// Fuzzes the parser of report descriptors. Its results must be within bounds, and items without effect must
+// not change them.
 
 #include "fuzztarget.h"
 
@@ -38,13 +39,14 @@ void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
     }
 }
 
-/// A Push item needs no data but may have some.
+/// @return whether @p byte can be the prefix of a Push item, with or without data.
 bool mayPush(std::uint8_t byte)
 {
     return (byte & 0xFC) == push;
 }
 
-/// Parses a good descriptor again, behind an unknown item and between Push and Pop. The result is the same.
+/// Parses a valid descriptor again, with an unknown item and a Push before it and a Pop after it. Requires
+/// the same result.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {
     std::vector<std::uint8_t> decorated{0xFE, 0x02, 0x55, push, pop, push};
@@ -54,7 +56,7 @@ void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const Repo
         decorated.size() > maxDescriptorBytes ||
         std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // another Push might not fit
     const ReportDescriptor again = ReportDescriptor::parse(decorated.data(), decorated.size());
-    FuzzTarget::require(isFull || isSame(again, descriptor), "decoration changes the descriptor");
+    FuzzTarget::require(isFull || isSame(again, descriptor), "items without effect change the result");
 }
 
 } // namespace

@@ -26,7 +26,7 @@ std::uint16_t wordAt(const QByteArray& bytes, int offset)
     return qFromLittleEndian<quint16>(bytes.constData() + offset);
 }
 
-/// The offset of the next header of any kind.
+/// @return the offset of the next header of any kind, or the size of @p zip if there is none.
 int nextHeader(const QByteArray& zip, int from)
 {
     int next = zip.size();
@@ -37,7 +37,7 @@ int nextHeader(const QByteArray& zip, int from)
     return next;
 }
 
-/// Sets a deflated entry's size and checksum to those of the bytes that it unpacks to before an error.
+/// Sets the size and checksum of a deflated entry to those of its unpacked bytes, up to the first error.
 void measure(RawEntry& entry)
 {
     z_stream stream{};
@@ -60,7 +60,8 @@ void measure(RawEntry& entry)
     inflateEnd(&stream);
 }
 
-/// Gives one entry an arbitrary method and mostly cuts its bytes short. Its sizes are those of what is left.
+/// Gives one entry an arbitrary compression method and cuts it to a random length below 64 bytes. The entry's
+/// sizes are those of the remaining bytes.
 void setMethod(std::vector<RawEntry>& entries, unsigned int random)
 {
     // ZIP application note, 4.4.5

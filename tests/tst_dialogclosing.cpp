@@ -1,4 +1,5 @@
-// Closing the dialog at every moment of an update: what it waits for, and in which order it cleans up.
+// Closes the flashing dialog at every stage of an update, and checks what the dialog waits for and in which
+// order it cleans up.
 
 #include <thread>
 
@@ -11,8 +12,8 @@ namespace {
 
 constexpr std::uint32_t serviceWaitMs = 100;
 
-/// While it lives, the global pool has one thread. While that is occupied, a task runs only when somebody
-/// waits for it.
+/// Limits the global thread pool to one thread. Between occupy() and release(), a newly queued task runs only
+/// when a thread waits for its result.
 class BusyPool
 {
 public:
@@ -24,7 +25,7 @@ public:
         pool.setMaxThreadCount(QThread::idealThreadCount());
     }
 
-    /// Occupies the thread after the tasks that it has.
+    /// Occupies the pool's thread as soon as the tasks that are already queued have run.
     void occupy()
     {
         pool.start([this] { end.acquire(); });
@@ -55,7 +56,7 @@ private Q_SLOTS:
 
 void TestDialogClosing::theEndpointsWaitForTheService_data()
 {
-    QTest::addColumn<bool>("isClosed"); // before the service is back
+    QTest::addColumn<bool>("isClosed"); // the dialog, before the service runs again
     QTest::newRow("left open") << false;
     QTest::newRow("closed") << true;
 }
@@ -66,7 +67,7 @@ void TestDialogClosing::theEndpointsWaitForTheService()
     Run run("TH");
     BusyPool pool;
     for (const DeviceType type : bothTypes)
-        run.pair.device(type).unplug(); // so that it fails at its start
+        run.pair.device(type).unplug(); // so that its update fails at the start
     run.dialog->start();
     pool.occupy();
     TRY_VERIFY(run.closeButton()->isEnabled());
@@ -84,7 +85,7 @@ void TestDialogClosing::theEndpointsWaitForTheService()
 
 void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone_data()
 {
-    QTest::addColumn<bool>("isStoppedBefore"); // the service, before the dialog goes
+    QTest::addColumn<bool>("isStoppedBefore"); // the service, before the dialog is deleted
     QTest::newRow("the service is stopping") << false;
     QTest::newRow("the service has stopped") << true;
 }
@@ -121,7 +122,7 @@ void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone()
 void TestDialogClosing::closingWaitsForTheServiceBeforeItEndsTheUpdaters()
 {
     Run run("TH");
-    BusyPool pool; // keeps the service from coming back until the dialog waits for it
+    BusyPool pool; // keeps the service from starting until the dialog waits for it
     for (const DeviceType type : bothTypes)
         run.pair.device(type).setFault(Fault::NeverBack, 1);
     run.dialog->start();
@@ -134,7 +135,7 @@ void TestDialogClosing::closingWaitsForTheServiceBeforeItEndsTheUpdaters()
 
 void TestDialogClosing::escapeAndXWaitForTheLastReportAndThenClose_data()
 {
-    QTest::addColumn<QByteArray>("reports"); // of the updaters in order, by code, 0 for success
+    QTest::addColumn<QByteArray>("reports"); // one error code per updater, in order; 0 for success
     QTest::addColumn<bool>("byX");
     for (const bool byX : {false, true}) {
         for (const char* const reports : {"", "0", "5", "00", "50"})

@@ -1,4 +1,4 @@
-// Device identities, image inspection, image text, archives.
+// Tests how the firmware library identifies devices, inspects images, decodes image text and loads archives.
 
 #include <random>
 #include <vector>
@@ -42,7 +42,7 @@ ArchiveEntry file(const char* name, const QByteArray& contents)
     return {QString::fromLatin1(name), contents};
 }
 
-/// Decodes @p text, fed in two pieces.
+/// Decodes @p text in two pieces, of which the first ends at offset @p cut.
 QByteArray decoded(const QByteArray& text, int cut = 0)
 {
     ImageText::Decoder decoder;
@@ -122,7 +122,8 @@ private Q_SLOTS:
         };
         const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };
-        // At 4 the count, at 14 the device record (16 its offset, 18 its length), at 20 the other record.
+        // Offset 4 holds the length of the records plus 9. The device's record is at offset 14, with the
+        // descriptor's offset at 16 and its length at 18. The other record is at offset 20.
         const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
         const FileEntry second =
             patched(patched(usb, 20, std::string(usb.begin() + 14, usb.begin() + 20)), 14, "\2");
@@ -143,15 +144,15 @@ private Q_SLOTS:
             const QByteArray name = "version with control character " + QByteArray::number(control & 0xFF);
             table(name.constData(), {versionEntry(std::string("1.2") + control + "3,"), usb}, "/4");
         }
-        table("version with the characters next to those", {versionEntry(" ~\xA0\xAD,"), usb},
+        table("version with neighbours of control characters", {versionEntry(" ~\xA0\xAD,"), usb},
               " ~\xA0\xAD/4");
         const std::string longest(64, '<');
         table("version of 64 characters", {versionEntry(longest + ','), usb}, (longest + "/4").c_str());
         table("version of 65 characters", {versionEntry(longest + "<,"), usb}, "/4");
         table("version beyond the image", {patched(versionEntry("1,"), 1, "\xFF\xFF")}, "/0");
-        table("first of two files alike", {foreign, other}, "/0");
+        table("first of two files with the same identifier", {foreign, other}, "/0");
         table("order of the table", {other, usb}, "/3");
-        table("past a foreign vendor", {foreign, usb}, "/4");
+        table("a foreign vendor's file comes first", {foreign, usb}, "/4");
         table("less than no record", {patched(usb, 4, "\x08")}, "/0");
         table("no record", {patched(usb, 4, "\x0E")}, "/0");
         table("one record, least count", {patched(usb, 4, "\x0F")}, "/4");
@@ -177,12 +178,12 @@ private Q_SLOTS:
         int reads = 0;
         int failing = 0;
         const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {
-            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as over a device
+            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device delivers
             return ++reads != failing;
         };
-        const int pidReads = 5 + 1 + 4; // header, entries up to the end mark; file, record, descriptor
+        const int pidReads = 5 + 1 + 4; // header and entries; end mark; file, record and descriptor
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
-            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // 6 is the end mark
+            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: end mark
             QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);
         }
         for (failing = 1; failing <= 4; ++failing, reads = 0) // header, two entries, file
@@ -201,7 +202,7 @@ private Q_SLOTS:
                  static_cast<const void*>(image.constData() + 4));
         QVERIFY(!reader(buffer, 5, 6));
         QVERIFY(buffer.isEmpty());
-        QVERIFY(!reader(buffer, 0xFFFFFFFE, 4)); // the sum wraps
+        QVERIFY(!reader(buffer, 0xFFFFFFFE, 4)); // address plus size wraps at 2^32
     }
 
     void imageTextsDecodeAsQStringWould()

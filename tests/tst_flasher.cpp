@@ -1,9 +1,9 @@
-// The programming sequence, from the first query to the final wait, as one journal of transfers, delays and
-// reports in the order in which they happen:
-//   F004?01  asks for 1 byte at chip address F004    A  collects it      F0E2=0A  writes 0A to chip address
-//   F0E2 E  erases   C  commits   X  ends programming      D0100  image data for offset 0x100 of the chunk
-//   s20  sleeps 20 ms     r132  range 0 to 132     p  progress by one
-//   ok, error 1  outcome, after which the device is closed
+// Checks the programming sequence by a journal of its transfers, delays and reports. The journal's entries:
+//   F004?01  asks for 1 byte at chip address F004    A  collects the answer
+//   F0E2=0A  writes 0A to chip address F0E2          D0100  sends image data for offset 0x100 of the chunk
+//   E  erases    C  commits    X  ends programming   s20  sleeps 20 ms
+//   r132  reports the progress range 0 to 132        p  reports progress by one
+//   ok, error 1  reports the outcome, before the device is closed
 
 #include <QtTest>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// In place of a chip identifier, for a run that cannot start.
+/// Values for Run's chip identifier that stand for a run that cannot start.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)
@@ -63,7 +63,7 @@ struct Run : HidFixture
         return journal.join(' ');
     }
 
-    /// The notation of a report; its bytes if it does not follow the protocol.
+    /// @return the journal entry for @p report, or its bytes if it does not follow the protocol.
     QByteArray notationOf(const QByteArray& report)
     {
         QByteArray hex = report.toHex().toUpper();
@@ -122,14 +122,14 @@ QByteArray erase(const QByteArray& address)
 const QByteArray identify = "F004?01 s100 A F002?01 s100 A";
 const QByteArray restart = " p s2000 p X p" + QByteArray(" s100 p").repeated(100) + " ok";
 
-/// 5000 bytes for 128 KiB in pages of 64 bytes, configuration 2.
+/// 5000 bytes for a memory of 128 KiB with pages of 64 bytes. The header's configuration bits are 2.
 const QByteArray headsetImage = imageOf(5000, 0x5B, 0x2C);
 const QByteArray headsetJournal = identify +
                                   " r132 p pinmux p type=02 p sector=00000000 p size=00000200024000 p p" +
                                   " patch" + packets(16) + commit("00000000", "0010", "s1000") + packets(4) +
                                   commit("00100000", "8803", "s1000") + restart;
 
-/// 10000 bytes for 64 KiB in pages of 1 byte and sectors of 4096, configuration 3.
+/// 10000 bytes for a memory of 64 KiB with pages of 1 byte and sectors of 4096. The configuration bits are 3.
 const QByteArray transmitterImage = imageOf(10000, 0x0A, 0x36);
 const QByteArray transmitterJournal =
     identify + " r167 p F0E1=5005 p type=01 p sector=00100000 p size=00000100030100 p p" + " patch" +
@@ -182,7 +182,7 @@ void TestFlasher::theWholeSequenceFollowsTheProtocol()
         for (int i = 0; i < names.size(); ++i)
             expected.replace(names[i], words.split(' ')[i]);
         Run run(isHeadset ? headsetImage : transmitterImage, chip, revision);
-        run.hid->setError = isHeadset ? ERROR_SUCCESS : ERROR_GEN_FAILURE; // which makes no difference
+        run.hid->setError = isHeadset ? ERROR_SUCCESS : ERROR_GEN_FAILURE; // errors must change nothing
         const QByteArrayList steps = run.operate(isHeadset ? Headset : Transmitter).split(' ');
         const QByteArrayList wanted = expected.simplified().split(' ');
         for (int i = 0; i < std::min(steps.size(), wanted.size()); ++i)
@@ -203,7 +203,7 @@ void TestFlasher::theImageSetsGeometryRangeAndLengths_data()
     };
     row("no page size", Headset, imageOf(300, 0x0B, 0x0F), "C457=00000200000000,C45E=00000000");
     row("the headset's page size has 3 bits", Headset, imageOf(300, 0x9B, 0x10), "C457=00000200010400");
-    row("the transmitter's has 4", Transmitter, imageOf(300, 0x9B, 0xF5),
+    row("the transmitter's page size has 4 bits", Transmitter, imageOf(300, 0x9B, 0xF5),
         "C457=00000200030004,C45E=00080000");
     row("largest sizes", Transmitter, imageOf(300, 0xFF, 0x0F), "C457=00002000000000,C45E=00002000,r109");
     row("less than a chunk", Headset, imageOf(300, 0x0B, 0),
@@ -241,7 +241,7 @@ void TestFlasher::aRunThatCannotStartWritesNothing_data()
     const QByteArray good = imageOf(300, 0x0B, 0x06);
     const char* const tooLarge = "!Transmitter: ERROR: File size is larger than available device memory!";
     row("no device", good, noDevice, 2, "error 1", "");
-    row("aborted before", good, abortedBefore, 2, "error 1", "");
+    row("aborted before the start", good, abortedBefore, 2, "error 1", "");
     row("empty image", {}, 12, 2, "error 2", "");
     row("unknown chip", good, 14, 2, identify + " error 3", "Device type = 1, chip major revision = 2");
     row("no revision", good, 12, 0, identify + " error 3", "Device type = 1, chip major revision = 0");
@@ -275,7 +275,7 @@ void TestFlasher::aRunThatCannotStartWritesNothing()
 
 void TestFlasher::nothingIsWrittenAfterAnAbort()
 {
-    constexpr int queries = 4; // both identity queries are made in any case
+    constexpr int queries = 4; // transfers of the identity queries, which an abort does not stop
     for (const int type : {Transmitter, Headset}) {
         int count = 1000;
         for (int k = 0; k <= count; ++k) {
@@ -287,10 +287,10 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             const QByteArray journal = run.operate(type);
             if (k == 0)
                 count = run.hid->transfers;
-            const bool isComplete = k == 0 || k >= count - 1; // the last commit is on its way
+            const bool isComplete = k == 0 || k >= count - 1; // the last commit is under way
             QVERIFY2(journal.endsWith(isComplete ? " ok" : " error 1"), journal);
             QCOMPARE(run.hid->transfers, isComplete ? count : std::max(k, queries));
-            QCOMPARE(run.place.transfer, run.hid->transfers); // after which the run ended
+            QCOMPARE(run.place.transfer, run.hid->transfers); // the last transfer
             QVERIFY(!run.place.isFailed);
             QCOMPARE(run.tree.openFileCount(), std::size_t(0));
         }

@@ -1,4 +1,4 @@
-// The flashing dialog on a simulated computer, from start() to the end of a run.
+// Runs the flashing dialog on a simulated computer, from start() to the end of the update.
 
 #include <future>
 
@@ -101,7 +101,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
         QVERIFY(run.isUpdated(type));
         QVERIFY(run.pair.device(type).refusals().empty());
         QCOMPARE(WindowState::pictureOf(*run.of(type, "ResultIcon")), "doneandnext"_s);
-        QVERIFY(run.bar(type)->value() > 100); // the updater's own range and value
+        QVERIFY(run.bar(type)->value() > 100); // range and value come from the updater
     }
     QTest::keyClick(run.dialog.get(), Qt::Key_Return);
     QCOMPARE(run.dialog->result(), int(QDialog::Accepted));
@@ -109,7 +109,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theRunEndsWithTheLastReport_data()
 {
-    QTest::addColumn<QByteArray>("reports"); // device and code, 0 for success, in order
+    QTest::addColumn<QByteArray>("reports"); // in order, each a device and its error code; 0 for success
     QTest::addColumn<QString>("transmitterText");
     QTest::addColumn<QString>("headsetText");
     QTest::addColumn<Errors>("errors");
@@ -126,7 +126,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     row("H9", QString(), code + "2/9"_s, {{Headset, 9}});
     row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}});
     row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}});
-    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}); // a report too many belongs to no device
+    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}); // an updater's second report counts for no device
     row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}});
     row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}});
 }
@@ -203,7 +203,7 @@ void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheRun()
 void TestFlashingDialog::theLogNamesThePhaseInWhichADeviceWasLost_data()
 {
     QTest::addColumn<DeviceType>("type");
-    QTest::addColumn<int>("transfer"); // of the device, at which it vanishes; 0: it does not come back
+    QTest::addColumn<int>("transfer"); // at which the device vanishes; 0: it does not return after a restart
     QTest::addColumn<QByteArray>("place");
     const auto row = [](DeviceType type, int transfer, const char* place) {
         QTest::newRow(place) << type << transfer << QByteArray(place);
@@ -238,7 +238,8 @@ void TestFlashingDialog::theLogNamesThePhaseInWhichADeviceWasLost()
             }
         } else {
             run.pair.device(type).setFault(Fault::Vanish, transfer);
-            // Virtual time has no delay in which the report would reach the dialog before the next transfer.
+            // Virtual time has no delays, so the device waits here until the dialog knows of the removal.
+            // Otherwise the next transfer might come first.
             run.pair.device(type).onVanished = [&] {
                 Q_EMIT deviceVanished();
                 reported.get_future().wait();

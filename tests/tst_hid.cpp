@@ -1,5 +1,5 @@
-// From a command to the bytes on the wire: the layer's feature transfers, the HID device, and the commands
-// and queries to the chip.
+// Tests each step from a command to the bytes on the wire: the commands and queries to the chip, the HID
+// device, and the layer's feature transfers.
 
 #include <QtTest>
 
@@ -37,7 +37,7 @@ QByteArray answerOf(int status, int value)
            QByteArray(reportBytes - 12, '\0');
 }
 
-/// Opens as a detector does, and records whether each handle was still open when its watching ended.
+/// Opens devices as a detector does. Records for each handle whether it was still open in closeDevice().
 class CountingDetector : public DeviceDetector
 {
 public:
@@ -84,10 +84,10 @@ void TestHid::theLayerTransfersFeaturesAsWindowsDoes_data()
     QTest::addColumn<int>("control");
     QTest::addColumn<int>("error");
     const int get = IOCTL_HID_GET_FEATURE;
-    QTest::newRow("exact") << reportBytes << false << get << 0;
-    QTest::newRow("longer: cut") << reportBytes + 9 << false << get << 0;
-    QTest::newRow("shorter") << reportBytes - 1 << false << get << ERROR_INVALID_USER_BUFFER;
-    QTest::newRow("gone") << reportBytes << true << get << ERROR_DEVICE_NOT_CONNECTED;
+    QTest::newRow("buffer as long as the report") << reportBytes << false << get << 0;
+    QTest::newRow("longer buffer: cut") << reportBytes + 9 << false << get << 0;
+    QTest::newRow("shorter buffer") << reportBytes - 1 << false << get << ERROR_INVALID_USER_BUFFER;
+    QTest::newRow("device gone") << reportBytes << true << get << ERROR_DEVICE_NOT_CONNECTED;
     QTest::newRow("another control code") << reportBytes << false << get + 4 << ERROR_INVALID_FUNCTION;
 }
 
@@ -140,12 +140,12 @@ void TestHid::aDeviceMovesVectorsUpToItsReportLength_data()
     QTest::addColumn<bool>("isSent");
     QTest::addColumn<bool>("isRead");
     QTest::newRow("empty") << 0 << reportBytes << false << false;
-    QTest::newRow("shorter: padded, cut back") << 64 << reportBytes << true << true;
+    QTest::newRow("shorter than a report: padded, cut back") << 64 << reportBytes << true << true;
     QTest::newRow("answer as long as asked for") << 64 << 64 << true << true;
     QTest::newRow("answer a byte short") << 64 << 63 << true << false;
     QTest::newRow("no answer") << 64 << 0 << true << false;
-    QTest::newRow("as long") << reportBytes << reportBytes << true << true;
-    QTest::newRow("longer") << reportBytes + 1 << reportBytes << false << false;
+    QTest::newRow("as long as a report") << reportBytes << reportBytes << true << true;
+    QTest::newRow("longer than a report") << reportBytes + 1 << reportBytes << false << false;
 }
 
 void TestHid::aDeviceMovesVectorsUpToItsReportLength()
@@ -272,7 +272,7 @@ void TestHid::operandsAreCutToBytes()
     QVERIFY(!command(device));
 }
 
-/// Answers with fewer bytes than it was asked for, as AbstractHidDevice allows.
+/// The device answers with fewer bytes than were requested, as AbstractHidDevice allows.
 void TestHid::anAnswerThatIsTooShortIsNone()
 {
     struct ShortAnswers : AbstractHidDevice

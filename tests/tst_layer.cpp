@@ -1,4 +1,4 @@
-// Calls that the layer refuses, and broadcasts that it repeats, as Windows does.
+// Tests where the layer has to behave like Windows: calls that it refuses, and broadcasts that it repeats.
 
 #include <QtTest>
 
@@ -26,7 +26,7 @@ namespace {
 constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
 
 QStringList messages; ///< that this test's windows received
-UINT refused;         ///< the message that they refuse
+UINT refused;         ///< the message that this test's windows refuse
 
 LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -157,7 +157,7 @@ void TestLayer::aWindowReceivesTheMessagesOfItsLife()
 void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
 {
     QTest::addColumn<Broadcasts>("broadcasts");
-    QTest::addColumn<QString>("expected"); // of a removal
+    QTest::addColumn<QString>("expected"); // messages of a removal
     QTest::newRow("usual") << Broadcasts{} << "8004 interface,8004 handle";
     QTest::newRow("file first") << Broadcasts{true} << "8004 handle,8004 interface";
     QTest::newRow("twice") << Broadcasts{false, 2} << "8004 interface,8004 handle,8004 interface,8004 handle";

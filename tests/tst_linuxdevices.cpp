@@ -1,4 +1,4 @@
-// Real devices on Linux: report descriptors, node names, error codes, files and their locks.
+// Tests the access to real devices on Linux: report descriptors, node names, error codes, and file locks.
 
 #include <QtTest>
 
@@ -17,12 +17,12 @@ using Lock = HidrawDevice::Lock;
 
 ReportDescriptor parse(const QByteArray& bytes)
 {
-    // In separate memory, so that the sanitizer reports a read past the end.
+    // The copy has memory of exactly its size, so that the sanitizer reports a read past the end.
     const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
     return ReportDescriptor::parse(own.data(), own.size());
 }
 
-/// Page, usage and feature report length of each collection, and the fault.
+/// @return the usage page, usage and feature report length of each collection, then the fault.
 QByteArray summaryOf(const ReportDescriptor& descriptor)
 {
     QByteArrayList parts;
@@ -34,7 +34,7 @@ QByteArray summaryOf(const ReportDescriptor& descriptor)
     return parts.join(", ");
 }
 
-/// A collection of page FF00 and usage 1 around @p items, in hexadecimal.
+/// @return a collection of usage page FF00 and usage 1 that contains @p items, in hexadecimal.
 QByteArray vendorCollection(const QByteArray& items)
 {
     return "0600FF 0901 A101" + items + "C0";
@@ -51,7 +51,7 @@ QByteArray namesOf(const std::vector<DeviceNode>& nodes)
     return names.join(QLatin1Char(' ')).toLatin1();
 }
 
-/// A file that another open file has locked. It is no HID device, so transfers fail.
+/// A file that another file descriptor has locked. The file is no HID device, so transfers fail.
 struct LockedFile
 {
     explicit LockedFile(int lockOfOther)
@@ -68,7 +68,7 @@ struct LockedFile
     std::unique_ptr<HidrawDevice> device;
 };
 
-const QByteArray field = "7508 9502 B102"; // a feature report of two bytes
+const QByteArray field = "7508 9502 B102"; // in hexadecimal, the items of a feature report with two data bytes
 
 void addDescriptor(const char* name, const QByteArray& items, const QByteArray& summary)
 {
@@ -86,7 +86,7 @@ void addSoundDescriptors()
     addDescriptor("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
     addDescriptor("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
     addDescriptor("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
-    addDescriptor("usage of the item before", "0600FF A101 C0 0908 B100 A101 C0",
+    addDescriptor("usage that belongs to an earlier item", "0600FF A101 C0 0908 B100 A101 C0",
                   "ff00:0 0, has a report outside of any collection");
     addDescriptor("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
     addDescriptor("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
@@ -233,7 +233,7 @@ void TestLinuxDevices::nodesAreNamedAsOnWindows()
     const auto nodes = nodesOf(interface, descriptor, std::make_shared<HidrawDevice>("/dev/hidraw0"));
     QCOMPARE(namesOf(nodes), names);
     for (const DeviceNode& node : nodes) {
-        // The detector finds a path's node by its instance identifier.
+        // The detector finds the node of a path by the instance identifier in the path.
         const QString path =
             QString::fromStdWString(node.interfacePath).replace(QLatin1Char('#'), QLatin1Char('\\'));
         QVERIFY(path.contains(QString::fromStdWString(node.instanceId), Qt::CaseInsensitive));
@@ -292,8 +292,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // When the other file is closed, several users can have the device. The lock holds until all release
-        // it.
+        // Once the other file is closed, several users can have the device. The last release() unlocks it.
         f.other = FileDescriptor();
         f.other = FileDescriptor(::open(f.device->path.c_str(), O_RDWR | O_CLOEXEC));
         QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(ERROR_SUCCESS));
@@ -302,7 +301,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
         QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
     }
     if (Lock(wanted) == Lock::Exclusive && error == ERROR_SUCCESS) {
-        // A second user who wants less does not loosen the lock, neither when it comes nor when it goes.
+        // A second user with a weaker lock weakens the lock neither by acquire() nor by release().
         for (const Lock weaker : {Lock::None, Lock::Shared}) {
             QCOMPARE(f.device->acquire(weaker), DWORD(ERROR_SUCCESS));
             QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
@@ -311,7 +310,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
         }
     }
     if (lockOfOther == LOCK_SH && error == ERROR_SUCCESS) {
-        // A user who is refused does not cost the others their lock.
+        // The others keep their lock when a user is refused.
         QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
         QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), -1);
     }

@@ -1,4 +1,4 @@
-// The log of a run: its file, its folder and its lines.
+// Tests the log of a run: where its file is created, which old logs are kept, and that lines are complete.
 
 #include <csignal>
 #include <thread>
@@ -26,7 +26,7 @@ bool makeFile(const QString& path)
     return QFile(path).open(QIODevice::WriteOnly);
 }
 
-/// The contents of all regular files below @p folder.
+/// @return the contents of all regular files below @p folder, by path.
 QMap<QString, QByteArray> filesIn(const QString& folder)
 {
     QMap<QString, QByteArray> files;
@@ -84,7 +84,7 @@ void TestLogFile::everyRunHasItsOwnLog()
     QCOMPARE(contentsOf(path + ".txt"_s), expected("first run"));
     QCOMPARE(contentsOf(path + "-2.txt"_s), expected("second run"));
     QCOMPARE(contentsOf(path + "-3.txt"_s), expected("third run"));
-    QTest::ignoreMessage(QtDebugMsg, "after the log's end"); // the previous handler is back
+    QTest::ignoreMessage(QtDebugMsg, "after the log's end"); // the log has restored the handler
     qDebug("after the log's end");
 }
 
@@ -147,7 +147,7 @@ void TestLogFile::theNewestTwentyLogsStay()
     for (const char* const name : {"notes.txt", "20230101-0000.log", "20230101-0000-a.txt"})
         QVERIFY(makeFile(logs.filePath(text(name))));
     QStringList expected = logs.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    for (int age = 1; age <= 25; ++age) { // minutes, in another order than the names
+    for (int age = 1; age <= 25; ++age) { // in minutes; the order of the names is another one
         const QString name = "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-2"_s);
         QFile file(logs.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));

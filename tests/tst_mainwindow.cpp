@@ -1,4 +1,4 @@
-// The main window and its screens, used by mouse and keyboard on a simulated computer.
+// Uses the main window and its screens by mouse and keyboard on a simulated computer.
 
 #include <QFileDialog>
 #include <QLayout>
@@ -34,7 +34,7 @@ private Q_SLOTS:
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
 {
-    QTest::addColumn<QString>("state"); // after the steps that name the row
+    QTest::addColumn<QString>("state"); // after the steps in the row's name
     const auto row = [](const char* steps, const QStringList& parts) {
         const QString state = parts.join(QLatin1Char('|'));
         const QString focus = text(parts.first().startsWith("start"_s) ? "@text" : "@openFileButton");
@@ -63,7 +63,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +U", {start, unknown, amber, gone, on});
     row("A2 +U +H", {main, unknown, amber, fits, on});
     row("Ah +U", {"start"_s, unknown, "~Unknown version>*No change"_s, gone, off});
-    row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // keeps the colour
+    row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // keeps the label's colour
     row("A1 +U -U +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H A1 A2 A1", {main, vynt1, fits, fits, on});
     row("A1 +T +H PT", {main, vynt1 + broken, fits, fits, on});
@@ -72,7 +72,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A2 +T +H PH", {main, other, wrong, "1.0.0>!*Incompatible"_s, off});
     // A refresh leaves the focus where the user has put it.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
-    row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s}); // another page between
+    row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s}); // start page in between
 }
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive()
@@ -145,13 +145,13 @@ void TestMainWindow::aLongArchiveNameIsShownWhole()
     QVERIFY(!usual.isNull());
     for (const int place : {0, 60, 125, 190, 250})
         QVERIFY(picture(QString(longest).replace(place, 1, QLatin1Char('X'))) != usual);
-    // It has taken a smaller font instead.
+    // The label has chosen a smaller font instead.
     QCOMPARE(WindowState::oddities(desk.window), " {firmwareFileName too small}"_s);
     const auto* const notes = find<QPlainTextEdit>(desk.window, "releaseNotes");
     QVERIFY(notes->height() > notes->fontMetrics().lineSpacing());
 }
 
-/// A widget that takes its text for markup does not give it to a screen reader as it is.
+/// Detects a label that interprets its text as markup by the tags that its accessible name lacks.
 void TestMainWindow::textFromOutsideIsShownAsItIs()
 {
     Desk desk("O");
@@ -209,7 +209,7 @@ void TestMainWindow::theUpdateIsDescribedWithItsButton()
     desk.take("+H");
     const QString fits = outlook("", {"1.0.0"_s, "1.0.0"_s, "1.2.3"_s, "1.2.3"_s});
     QCOMPARE(description("updateButton"), fits);
-    QCOMPARE(description("openFileButton"), "fw.1\n"_s + fits); // has the focus when the page appears
+    QCOMPARE(description("openFileButton"), "fw.1\n"_s + fits); // focused when the page appears
 }
 
 void TestMainWindow::aMessageBeforeTheWindowIsShownIsInTheMiddleOfTheScreen()
@@ -236,7 +236,7 @@ void TestMainWindow::aTextGetsABackgroundIfItsColourNeedsOne_data()
                         const QString& background) {
         QTest::newRow(name) << colour << desktop << isEnabled << background;
     };
-    // Of the greys on white, #767676 is the lightest that has a contrast of 4.5 to 1.
+    // On white, #767676 is the lightest grey with a contrast of at least 4.5 to 1.
     row("just enough", "#767676"_s, "#ffffff"_s, true, "#ffffff"_s);
     row("a shade too light", "#777777"_s, "#ffffff"_s, true, "#060606"_s);
     row("amber on a light desktop", "#e9ab17"_s, "#efefef"_s, true, "#474747"_s);
@@ -285,7 +285,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.minimumSize(), QSize(479, 479));
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
-    // A picture, another, none, and the same again.
+    // Starts without an archive. The archives then have picture 1, picture 2, none, 2, none and 1.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
         const bool hasGeneration = *archive != '\0' && archive[1] != 'h';

@@ -26,7 +26,7 @@ namespace {
 
 const QChar pseudoMark(0x014F);
 
-/// Makes every text half as long again.
+/// Makes every text about 1.5 times as long.
 class PseudoLanguage : public QTranslator
 {
 public:
@@ -35,7 +35,7 @@ public:
     QString translate(const char* context, const char* source, const char*, int) const override
     {
         if (QByteArray(context).startsWith('Q'))
-            return QString(); // Qt's own
+            return QString(); // a text of Qt
         const QString text = QString::fromUtf8(source);
         QString more = text.contains(QLatin1Char(' ')) ? QStringLiteral(" ") : QString();
         while (more.size() < text.size() / 2)
@@ -55,7 +55,7 @@ struct Desktop
 {
     QByteArray scaling;
     bool hasLargeText;
-    QByteArrayList rows; ///< languages and other variations to try on it
+    QByteArrayList rows; ///< languages and other variations to test on this desktop
 };
 
 const Desktop desktops[] = {
@@ -83,7 +83,7 @@ public:
         screen = &inspected;
         isBox = qobject_cast<QMessageBox*>(screen);
         if (qobject_cast<QMenu*>(screen))
-            return; // Qt makes it large enough for its texts
+            return; // Qt makes a menu large enough for its texts
         for (auto* const widget : screen->findChildren<QWidget*>()) {
             if (widget->isVisible())
                 inspectWidget(*widget);
@@ -119,7 +119,7 @@ private:
         requireTranslation(text);
     }
 
-    /// Requires that in the pseudo-language all texts but names, versions and Qt's own are translated.
+    /// In the pseudo-language, requires that @p text is translated, except names, versions and Qt's "OK".
     void requireTranslation(const QString& text)
     {
         static const QRegularExpression isName(
@@ -146,7 +146,7 @@ private:
         if (isTabStop(widget))
             require(!WindowState::accessibleText(&widget, QAccessible::Name).isEmpty(),
                     widget.objectName() + noName);
-        else if (qobject_cast<QProgressBar*>(&widget)) // Qt takes its value for the name
+        else if (qobject_cast<QProgressBar*>(&widget)) // Qt uses the bar's value as its name
             require(!widget.accessibleName().isEmpty(), widget.objectName() + noName);
     }
 
@@ -201,7 +201,7 @@ private:
 
     void inspectPage(const QWidget& page)
     {
-        require(screen->size() == QSize(479, 479), "not of its fixed size");
+        require(screen->size() == QSize(479, 479), "does not have its fixed size");
         const auto& layout = static_cast<const QBoxLayout&>(*page.layout());
         require(layout.minimumHeightForWidth(page.width()) <= page.height(), "the page is too small");
         for (const auto* const label : page.findChildren<QLabel*>()) {
@@ -280,11 +280,11 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
     run.drive();
     QVERIFY2(loop.exec() == 0, qPrintable(log.lines().join(QLatin1Char('\n'))));
     QVERIFY2(inspector.complaints.isEmpty(), qPrintable(inspector.complaints.join(QLatin1Char('\n'))));
-    screens.remove(QStringLiteral("updating")); // in virtual time it may be over before it is seen
+    screens.remove(QStringLiteral("updating")); // in virtual time it may end before it is seen
     QCOMPARE(screens.size(), 17);
 }
 
-/// An application object for each desktop: Qt reads the scaling when it makes one.
+/// Creates an application object for each desktop, because Qt reads the scaling when it creates the object.
 int main(int argc, char* argv[])
 {
     qputenv("QT_FONT_DPI", "96");

@@ -1,4 +1,4 @@
-// The simulated devices are honest: a wrong order of commands leaves wrong bytes or is refused.
+// Checks that the simulated devices are strict: a wrong order of commands leaves wrong bytes or is refused.
 
 #include "hidnode.h"
 #include "literals.h"
@@ -10,7 +10,7 @@ Q_DECLARE_METATYPE(Fault)
 
 namespace {
 
-/// Chip 12, revision 2: the control block at C44A, the download buffer at C764.
+/// A computer with a device of chip 12, revision 2 (control block at C44A, download buffer at C764).
 struct Workbench : PairedComputer
 {
     explicit Workbench(DeviceType type)
@@ -34,13 +34,13 @@ struct Workbench : PairedComputer
     SimulatedDevice& tested;
 };
 
-/// Fills the chunk's first 256 bytes in RAM.
+/// Sends a data packet that fills the first 256 bytes of the download buffer with @p byte.
 bool download(Channel& channel, char byte)
 {
     return channel.send(QByteArray::fromHex("E4000000000001") + QByteArray(256, byte));
 }
 
-/// Keeps the last connection, like a computer with a transfer under way.
+/// Keeps the channel of a detached device, as a computer does until a transfer in progress has ended.
 struct KeepingBus : Bus
 {
     void attach(const BusDevice& device) override { channel = device.interfaces.back().serves; }
@@ -53,11 +53,11 @@ struct KeepingBus : Bus
 const char commit[] = "FF0700FF0400000203";
 const char erase[] = "FF0A00FF040000050C000000";
 
-/// A write that a commit of the first 256 bytes needs, and the refusal without it.
+/// A write that a commit of the first 256 bytes needs, and how the commit is refused without this write.
 struct Preparation
 {
     unsigned address;
-    const char* bytes; ///< for the transmitter, and after the comma for the headset
+    const char* bytes; ///< the transmitter's bytes, a comma, the headset's bytes
     const char* refusal;
 };
 constexpr Preparation preparations[] = {
@@ -163,7 +163,7 @@ void TestSimulatedPair::aCommitNeedsItsSetUp()
     Workbench computer(isTransmitter ? Transmitter : Headset);
     Channel normal(computer.channel());
     prepare(normal, isTransmitter, nothing);
-    QVERIFY(normal.send(commit)); // the application accepts none
+    QVERIFY(normal.send(commit)); // in normal mode the device accepts none
     QCOMPARE(computer.tested.refusals(), std::vector<std::string>{"commit refused: programming mode"});
     enterProgrammingMode(computer.tested, computer.channel());
     Channel channel(computer.channel());
@@ -232,14 +232,14 @@ void TestSimulatedPair::loadedRowsLieApart()
     QCOMPARE(channel.answer().left(16), image.mid(22, 16));
     QVERIFY(channel.ask(0xC070, 16));
     QVERIFY(channel.answer().left(16) != image.mid(22, 16));
-    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer can be read once
+    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer can be read only once
 }
 
 void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
 {
     QTest::addColumn<Fault>("fault");
     QTest::addColumn<int>("transfer");
-    QTest::addColumn<QByteArray>("outcomes"); // of each transfer: well, failed, no data, wrong identity
+    QTest::addColumn<QByteArray>("outcomes"); // . success, x failure, n no data, w wrong identity
     QTest::addColumn<int>("struckAt");
     const auto row = [](Fault fault, int transfer, const char* outcomes, int struckAt) {
         QTest::addRow("fault %d at %d", int(fault), transfer)
@@ -298,7 +298,7 @@ void TestSimulatedPair::restartFaultsStrikeAtTheNextRestart()
         computer.tested.plugIn();
         QVERIFY(computer.tested.isProgramming() && Channel(computer.channel()).isOpen());
         QVERIFY(fault != Fault::OtherPort || computer.channel() == path);
-        computer.pair.device(Headset).unplug(); // it was on a port of its own
+        computer.pair.device(Headset).unplug(); // the headset has its own port
         QCOMPARE(computer.usagePages(), std::vector<int>{0xFF00});
     }
 }
@@ -332,7 +332,7 @@ void TestSimulatedPair::anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice()
     }
 }
 
-/// Without the change of speed the waits take ten minutes.
+/// At the initial speed both waits would take ten minutes.
 void TestSimulatedPair::aChangeOfSpeedShortensWaitsUnderWay()
 {
     constexpr std::uint32_t waitMs = 600000;
@@ -367,7 +367,7 @@ void TestSimulatedPair::anUnknownChipWritesNothing()
     QVERIFY(chip.memory() == before);
 }
 
-/// A new generation needs a row in each of these.
+/// A new generation needs an entry in the updater, the udev rules, the metainfo file and the simulator.
 void TestSimulatedPair::identitiesAreTheSameEverywhere()
 {
     QStringList expected;

@@ -1,4 +1,4 @@
-// The start of the program: its language, and the folder in which it looks for an archive.
+// Tests the start of the program: its language, and the folder in which it looks for an archive.
 
 #include <csignal>
 
@@ -38,10 +38,10 @@ bool makeFile(const QString& path)
     return QFile(path).open(QIODevice::WriteOnly);
 }
 
-bool isProgram = false; ///< this process is the program, started by the test
+bool isProgram = false; ///< whether this process is the program that the test has started
 
-/// In the program, prints a text of the window, one of the code and one of Qt itself once the window is open.
-/// Then closes the window and logs its destruction.
+/// Once the program's window is open, prints a text of the window, a text of the code and a text of Qt. Then
+/// closes the window and logs its destruction. Does nothing in the test's own process.
 void printTextsAndClose()
 {
     if (!isProgram)
@@ -63,7 +63,8 @@ void printTextsAndClose()
 
 Q_COREAPP_STARTUP_FUNCTION(printTextsAndClose)
 
-/// The program has process number 7.
+/// A list of processes in which the updater has the identifier 7. Processes 5 and 6 still run, and only the
+/// path of process 5 can be read.
 class ScriptedProcesses : public ProcessTable
 {
 public:
@@ -115,7 +116,7 @@ void TestStartup::theProgramSpeaksTheSystemsLanguage_data()
     row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
     row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
     row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
-    row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel"); // the next two have digits of their own
+    row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel"); // this and the next have other digits
     row("ar_EG.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
 }
 
@@ -153,7 +154,7 @@ void TestStartup::theSwitchCountsAsAWholeArgument()
 void TestStartup::theFirstReadableArchiveIsTaken_data()
 {
     QTest::addColumn<QStringList>("files");
-    QTest::addColumn<bool>("isFound"); // one of the files
+    QTest::addColumn<bool>("isFound"); // whether one of the files is taken
     const auto row = [](const char* files, bool isFound) {
         QTest::newRow(files) << text(files).split(QLatin1Char(' '), Qt::SkipEmptyParts) << isFound;
     };
@@ -173,7 +174,7 @@ void TestStartup::theFirstReadableArchiveIsTaken()
     QFETCH(const bool, isFound);
     const QTemporaryDir searched;
     for (const QString& path : {folder.path(), searched.path()})
-        QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x7755))); // another user reads it below
+        QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x7755))); // another user reads them below
     for (const QString& name : files) {
         const QString path = searched.filePath(name);
         QVERIFY(name.endsWith(QLatin1Char('/')) ? QDir().mkpath(path) : makeFile(path));
@@ -188,7 +189,7 @@ void TestStartup::theFirstReadableArchiveIsTaken()
     }
     closedir(directory);
 
-    // Root may read everything. Qt checks permissions for the real user, so change that one.
+    // Root may read every file. Qt checks permissions for the real user ID, so the test changes that ID.
     const bool isSuperuser = geteuid() == 0;
     constexpr uid_t somebody = 65534;
     if (isSuperuser)
@@ -234,7 +235,7 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
 {
     QFETCH(const bool, isPackage);
     const QString programFolder = QFileInfo(UPDATER_PROGRAM).absolutePath();
-    const QTemporaryDir package; // with a shell that starts the program, and an archive
+    const QTemporaryDir package; // holds an archive and a shell that starts the program
     const QString shell = package.filePath("setup"_s);
     const QString archive = package.filePath("Firmware.ZIP"_s);
     QVERIFY(QFile::copy("/bin/sh"_s, shell));

@@ -1,6 +1,7 @@
-// Both devices come and go, by their cables and in an orderly way, as fast as the layer delivers it, while
-// detection stops and starts. In the end the controller agrees with the machine, and nothing is left open.
-//   TST_STORM_SEED  the seed of an earlier run, to repeat its events
+// Plugs in and removes both devices as fast as the layer can report it, by their cables and by orderly
+// removals, while detection stops and starts. Afterwards the controller must agree with the machine about the
+// present devices, and nothing may be left open.
+//   TST_STORM_SEED  repeats the events of the run that printed this seed
 
 #include <future>
 #include <random>
@@ -20,10 +21,10 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // then one detection runs to the end, so that a leak of its own shows
-constexpr int eventsPerPause = 50; // after which all reports are handled
+constexpr int lastToggle = 7000;   // a last detection then runs to the end, so that its leaks show
+constexpr int eventsPerPause = 50; // in a pause all reports are handled
 
-/// A clock without delays. It keeps no record, so that memory use stays constant.
+/// A clock whose sleeps end at once. It keeps no record of them, so that memory use stays constant.
 class HurriedClock : public VirtualClock
 {
 public:
@@ -73,7 +74,8 @@ public:
         toggleDetection();
     }
 
-    /// Handles events while another thread makes the storm.
+    /// Runs the event loop on this thread until another thread has made all plug and removal events, which
+    /// @p usedSeed determines.
     void rage(std::uint32_t usedSeed)
     {
         std::thread storm([this, usedSeed] {
@@ -94,10 +96,10 @@ public:
     SimulatedDevice headset{bus, sleepOn(clock), deviceOf(Headset)};
     DeviceController controller{nullptr};
 
-    QMap<DeviceType, bool> reported; ///< by the signals
+    QMap<DeviceType, bool> reported; ///< the connected devices, according to the signals
     bool isDetecting = false;
     int disagreements = 0;
-    int answers[2][2] = {}; ///< to requests of a removal, by whether it may be and whether it was granted
+    int answers[2][2] = {}; ///< number of removal requests: [nobody refuses][is granted]
     int arrivals = 0;
     int unread = 0;
     int kilobytesAfterWarmUp = 0;
@@ -114,7 +116,7 @@ private:
     {
         isDetecting ? controller.stopDetection() : controller.startDetection();
         isDetecting = !isDetecting;
-        reported.clear(); // all is forgotten without a signal
+        reported.clear(); // the controller forgets its devices without a signal
     }
 
     bool isRead(DeviceType type)
@@ -122,7 +124,7 @@ private:
         return !isDetecting || !device(type).isPluggedIn() || !controller.version(type).isEmpty();
     }
 
-    /// The storm pauses until each present device has been read and no read is in progress.
+    /// Pauses the storm until each present device is identified and no identification is in progress.
     void waitUntilAllIsRead()
     {
         std::promise<bool> waiting;
@@ -136,7 +138,7 @@ private:
         unread += waiting.get_future().get() ? 0 : 1;
     }
 
-    /// @param how  0: its orderly removal is refused; 1: nobody refuses it; else its cable is pulled.
+    /// @param how  0: requests a removal that is refused; 1: one that nobody refuses; else pulls the cable.
     void remove(SimulatedDevice& device, unsigned how)
     {
         SimulatedDeviceTree& tree = machine.deviceTree();
@@ -181,12 +183,12 @@ class TestStorm : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void pictureAndMemoryEndAsTheyShould();
+    void theControllerAgreesWithTheMachineAndNothingLeaks();
 };
 
-void TestStorm::pictureAndMemoryEndAsTheyShould()
+void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
 {
-    constexpr int tolerance = 256; // for reads in progress and the machine's record of openings
+    constexpr int tolerance = 256; // KiB, for reads in progress and the machine's record of openings
     mallopt(M_ARENA_MAX, 1);       // so that all of the memory is counted
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
@@ -210,10 +212,11 @@ void TestStorm::pictureAndMemoryEndAsTheyShould()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // While the detector stops or a read ends, the device may still be open and no longer be watched.
+        // Few requests are refused: those while the detector stops or a read ends, because the device can be
+        // open then without being watched.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
-        QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // read to the end
+        QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified
         storm.controller.stopDetection();
         QCOMPARE(openHandleCount(), handlesBefore);
         QCOMPARE(storm.machine.deviceTree().openFileCount(), std::size_t(0));

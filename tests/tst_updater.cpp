@@ -1,5 +1,5 @@
-// One attempt to update one device, from its normal mode to the last signal, through the updater's own
-// signals.
+// Updates one device with a FirmwareUpdater, from the device's normal mode to the updater's last signal, and
+// checks the signals.
 
 #include <future>
 
@@ -16,7 +16,7 @@ namespace {
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 constexpr std::uint32_t packetDelayMs = 20;
 
-/// Both devices are plugged in, and a download waits at its start until the test releases it.
+/// A computer with both devices plugged in. Each download waits at its start until the test releases @c goOn.
 struct HeldComputer : PairedComputer
 {
     HeldComputer()
@@ -48,7 +48,7 @@ public:
     }
 
 Q_SIGNALS:
-    void reached(std::promise<void>* waiting); ///< emitted by the flasher, which waits
+    void reached(std::promise<void>* waiting); ///< emitted on the flasher's thread, which then waits
 
 private Q_SLOTS:
     void everyDeviceEndsWithTheImage_data();
@@ -133,7 +133,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     TRY_VERIFY(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"));
     QTEST(attempt.text(), "outcome");
     QCOMPARE(QByteArray(phaseName(device.struckAt()->phase)), QByteArray(QTest::currentDataTag()));
-    QCOMPARE(device.transfers().count, transfer); // nothing was sent after it
+    QCOMPARE(device.transfers().count, transfer); // nothing was sent after the loss
     QCOMPARE(computer.tree.openFileCount(), std::size_t(0));
     device.clearFault();
     device.plugIn();
@@ -143,7 +143,8 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     QVERIFY(computer.isUpdated(kind));
 }
 
-/// The headset gets the value of the transmitter's handle, and the transmitter's flasher ends first.
+/// The system reuses the value of the transmitter's closed handle for the headset. The transmitter's flasher
+/// ends before the headset's flasher.
 void TestUpdater::aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone()
 {
     HeldComputer computer;
@@ -183,14 +184,15 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
     computer.gate.open();
     TRY_COMPARE(attempt.text(), "range 0, error 1");
     QVERIFY(stranger.close());
-    // The first detector still has its reopened handle.
+    // The detector of the first attempt still holds the handle that it has reopened.
     Attempt again(path, Headset, computer.images[Headset]);
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");
     QVERIFY(computer.isUpdated(Headset));
 }
 
-/// The removal of the device that arrived last ends the run, even if the other one is programmed.
+/// A second device in programming mode arrives while the first one is programmed. The removal of the second
+/// device ends the attempt.
 void TestUpdater::theDeviceThatArrivedLastCounts()
 {
     HeldComputer computer;

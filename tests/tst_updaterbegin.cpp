@@ -1,5 +1,5 @@
-// The start of an attempt to update one device: it gets the request to leave its normal mode, comes back in
-// programming mode, and is opened.
+// Tests the start of an attempt to update one device: the device gets the request to leave its normal mode,
+// returns in programming mode, and is opened.
 
 #include <memory>
 
@@ -43,7 +43,8 @@ struct ScriptedComputer : Computer
     const std::wstring path;
 };
 
-/// A tool beside the test that writes the arguments which this process gives it into a file beside it.
+/// Replaces the driver-uninstall tool by a script in the test's folder. When this process starts the script,
+/// the script writes its arguments to a text file in the same folder.
 class FakeTool
 {
 public:
@@ -133,11 +134,11 @@ void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
     computer.plug(type == Headset ? programmingHeadset : HidIdentity{0x170D, 0x0100});
     TRY_ACQUIRE(attempt.arrivals, 1);
     QCoreApplication::processEvents();
-    QCOMPARE(attempt.text(), QByteArray("error 1")); // too late
+    QCOMPARE(attempt.text(), QByteArray("error 1")); // the device has returned too late
     QCOMPARE(computer.tree.openings().size(), std::size_t(1));
 }
 
-/// It arrives in programming mode and is removed before the leave request has returned.
+/// The device arrives in programming mode and is removed before the leave request has returned.
 void TestUpdaterBegin::aDeviceThatLeavesAtOnceIsNoticed()
 {
     ScriptedComputer computer(normalHeadset);
@@ -162,7 +163,7 @@ void TestUpdaterBegin::aDeviceInProgrammingModeIsOpenedByItsPath()
     const std::wstring second = computer.plug(programmingHeadset, L"7&1a2b3c&0&0002");
     Attempt attempt(second, Headset, "image");
     attempt.updater->flashDevice();
-    QCOMPARE(computer.hid->transfers, 0); // no request
+    QCOMPARE(computer.hid->transfers, 0); // no leave request
     computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
     TRY_COMPARE(attempt.text(), "error 3");
     for (const auto& opening : computer.tree.openings())
@@ -190,7 +191,7 @@ void TestUpdaterBegin::anEmptyImageIsNeverWritten()
     Attempt attempt(computer.path, Headset, QByteArray());
     attempt.updater->flashDevice();
     QVERIFY(attempt.timer().isActive());
-    TRY_VERIFY(!attempt.timer().isActive()); // it has arrived
+    TRY_VERIFY(!attempt.timer().isActive()); // the device has arrived
     QCOMPARE(attempt.text(), QByteArray());
     computer.tree.unplugAndWait(computer.path);
     QCoreApplication::processEvents();
@@ -201,7 +202,7 @@ void TestUpdaterBegin::anEmptyImageIsNeverWritten()
 void TestUpdaterBegin::aDeviceThatCannotBeOpenedEndsTheAttempt_data()
 {
     QTest::addColumn<QByteArray>("what");
-    QTest::newRow("gone before") << QByteArray("gone");
+    QTest::newRow("gone before the attempt") << QByteArray("gone");
     QTest::newRow("refused in normal mode") << QByteArray("refuses");
     QTest::newRow("refused in programming mode") << QByteArray("refuses later");
     QTest::newRow("removed before it is opened") << QByteArray("removed");

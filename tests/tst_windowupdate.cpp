@@ -1,4 +1,4 @@
-// An update from the main window, with the questions before it and the screen after it.
+// Updates devices from the main window. Checks the questions before the update and the screen after it.
 
 #include <thread>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::uint32_t serviceStopMs = 100; // its steps
+constexpr std::uint32_t serviceStopMs = 100; // between queries while the service stops
 constexpr std::uint32_t serviceStartMs = 1000;
 
 const QString compatibility =
@@ -59,7 +59,7 @@ void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
     row("A1 +T O", "Esc", {oneDevice}, "");
     row("A1 +T O", "-T y", {oneDevice}, "");
     row("A1 +T O", "+H y", {oneDevice}, "TH");
-    row("A2 +H O", "+T y", {oneDevice}, ""); // an incompatible one
+    row("A2 +H O", "+T y", {oneDevice}, ""); // the transmitter is incompatible
     row("A1 +H O", "+U y y", {oneDevice, compatibility}, "TH");
     row("A1 +H O", "+U y n", {oneDevice, compatibility}, "");
     row("A1 +H O", "+U y -H y", {oneDevice, compatibility}, "T");
@@ -159,13 +159,13 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
     QTimer::singleShot(0, &desk.window,
                        [&] { QTest::mouseClick(desk.screen()->closeButton(), Qt::LeftButton); });
-    QCOMPARE(QApplication::exec(), 0); // ends with the window
+    QCOMPARE(QApplication::exec(), 0); // closing the window ends the program
     QVERIFY(desk.window.isHidden());
 }
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    QTest::addColumn<QByteArray>("reports"); // of the updaters, by code, 0 for success
+    QTest::addColumn<QByteArray>("reports"); // one error code per updater; 0 for success
     QTest::addColumn<QString>("reason");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "
@@ -204,7 +204,7 @@ void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
         "VYNT1 FIRMWARE|Update was unsuccessful.\n"_s + reason + "\n| Back Close@closeButton"_s;
     QCOMPARE(desk.screenState(), state);
 
-    // The report is shown until the user leaves it, whatever is plugged in or out.
+    // The failure report is shown until the user leaves it, whichever devices come or go.
     for (const DeviceType type : bothTypes)
         desk.pair.device(type).clearFault();
     desk.plug('H', true);
@@ -266,7 +266,7 @@ void TestWindowUpdate::aKeyPressesNothingOnTheScreenThatItOpens()
 {
     QFETCH(const int, key);
     Desk desk("A1 +T +H");
-    // As the window system sends it: to the widget with the focus.
+    // Sends the key to the widget with the focus, as the window system does.
     const auto press = [key](const QWidget& window, bool isHeld) {
         for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
             QKeyEvent event(type, key, Qt::NoModifier, QString(), isHeld);
