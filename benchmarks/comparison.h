@@ -15,7 +15,7 @@ struct Pair
 
 /// Adds a row that shows the medians of both figures and of the pairs' ratios. Short disturbances of the
 /// machine do not change the medians.
-/// @param what   the work and the reference, without '/'.
+/// @param what   names the work and the reference; contains no '/'.
 /// @param bound  the largest ratio of work to reference.
 /// @param pairs  the number of pairs to measure.
 bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair);

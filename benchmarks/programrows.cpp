@@ -92,7 +92,7 @@ const Figures& update64()
         [] {
             return Pair{update64().at("run-ms"), update64().at("transmitter-delays-ms")};
         }) &&
-    add("longest stall of the window in it, ms, against the idle window's and a frame", 1, 1, [] {
+    add("longest stall of the window in that update, ms, against the idle window's and a frame", 1, 1, [] {
         constexpr double frameMs = 1000.0 / 60; // a user can see a longer stall
         return Pair{update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
     });

@@ -13,7 +13,7 @@ seconds=${1:-60}
 install_packages $build_packages $fuzz_packages
 build fuzz >build/fuzz.log || fail "$(cat build/fuzz.log)"
 
-# sources_of TARGET: the sources under test.
+# sources_of TARGET: prints the names of the sources that the target tests.
 sources_of() {
     case $1 in
         imagetext) echo firmware/imagetext.cpp ;;
@@ -24,7 +24,7 @@ sources_of() {
     esac
 }
 
-# run TARGET: fuzzes it and writes a log to build/fuzz/findings.
+# run TARGET: fuzzes the target and writes a log to build/fuzz/findings.
 run() {
     program=build/fuzz/fuzz/fuzz_$1
     log=build/fuzz/findings/$1.log

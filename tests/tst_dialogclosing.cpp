@@ -46,8 +46,8 @@ class TestDialogClosing : public LeavesNothing
 private Q_SLOTS:
     void theEndpointsWaitForTheService_data();
     void theEndpointsWaitForTheService();
-    void closingBeforeADeviceIsReachedLeavesThemAlone_data();
-    void closingBeforeADeviceIsReachedLeavesThemAlone();
+    void closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data();
+    void closingBeforeADeviceIsReachedLeavesTheDevicesAlone();
     void closingWaitsForTheServiceBeforeItEndsTheUpdaters();
     void escapeAndXWaitForTheLastReportAndThenClose_data();
     void escapeAndXWaitForTheLastReportAndThenClose();
@@ -83,14 +83,14 @@ void TestDialogClosing::theEndpointsWaitForTheService()
     QCOMPARE(run.audioServiceState(), DWORD(SERVICE_RUNNING));
 }
 
-void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone_data()
+void TestDialogClosing::closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data()
 {
     QTest::addColumn<bool>("isStoppedBefore"); // the service, before the dialog is deleted
     QTest::newRow("the service is stopping") << false;
     QTest::newRow("the service has stopped") << true;
 }
 
-void TestDialogClosing::closingBeforeADeviceIsReachedLeavesThemAlone()
+void TestDialogClosing::closingBeforeADeviceIsReachedLeavesTheDevicesAlone()
 {
     QFETCH(const bool, isStoppedBefore);
     Run run("TH");

@@ -153,11 +153,11 @@ private Q_SLOTS:
         table("first of two files with the same identifier", {foreign, other}, "/0");
         table("order of the table", {other, usb}, "/3");
         table("a foreign vendor's file comes first", {foreign, usb}, "/4");
-        table("less than no record", {patched(usb, 4, "\x08")}, "/0");
-        table("no record", {patched(usb, 4, "\x0E")}, "/0");
-        table("one record, least count", {patched(usb, 4, "\x0F")}, "/4");
-        table("one record, most count", {patched(second, 4, "\x14")}, "/0");
-        table("two records, least count", {patched(second, 4, "\x15")}, "/4");
+        table("records with a length below zero", {patched(usb, 4, "\x08")}, "/0");
+        table("no whole record", {patched(usb, 4, "\x0E")}, "/0");
+        table("one record, shortest length", {patched(usb, 4, "\x0F")}, "/4");
+        table("one record, longest length", {patched(second, 4, "\x14")}, "/0");
+        table("two records, shortest length", {patched(second, 4, "\x15")}, "/4");
         table("first device record alone", {patched(patched(second, 14, "\1"), 16, "\xFF\xFF")}, "/0");
         table("descriptor of another type", {patched(usb, 27, "\2")}, "/0");
         table("descriptor ends within the product", {patched(usb, 18, "\x0B")}, "/0");
@@ -274,7 +274,7 @@ private Q_SLOTS:
             return file("t.ff", ArchiveBuilder::imageText(bytesOf(imageOf(table))));
         };
         const FileEntry usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
-        row("least image", {image({ImageBuilder::versionEntry("1,"), usb})}, "4 0 VYNT1 ");
+        row("smallest image", {image({ImageBuilder::versionEntry("1,"), usb})}, "4 0 VYNT1 ");
         row("no version", {image({ImageBuilder::versionEntry(","), usb})}, "");
         row("no product", {image({ImageBuilder::versionEntry("1,")})}, "");
     }

@@ -315,7 +315,7 @@ void TestFlasher::everyTransferThatFailsIsLogged_data()
     row("none, revision 0", 12, 0, never, never, "", "error 3, identify after 4");
     row("from the first on", 12, 2, 1, never, "1 identify|2 identify|3 identify|4 identify",
         "error 3, identify at 1");
-    row("a request whose answer comes", 12, 2, 3, 3, "3 identify", "ok, final wait after 20");
+    row("a failed request with an answer", 12, 2, 3, 3, "3 identify", "ok, final wait after 20");
     row("from the last two on", 12, 2, 19, never, "19 commit|20 final wait", "ok, commit at 19");
     row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait after 20");
 }

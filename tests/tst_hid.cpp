@@ -71,7 +71,7 @@ private Q_SLOTS:
     void theLastHolderEndsTheWatchThenClosesTheDevice();
     void operandsAreCutToBytes_data();
     void operandsAreCutToBytes();
-    void anAnswerThatIsTooShortIsNone();
+    void anAnswerThatIsTooShortIsNotUsed();
     void chipQueriesReadOneRegisterByte_data();
     void chipQueriesReadOneRegisterByte();
     void unknownChipsHaveNoLoaderAddresses();
@@ -273,7 +273,7 @@ void TestHid::operandsAreCutToBytes()
 }
 
 /// The device answers with fewer bytes than were requested, as AbstractHidDevice allows.
-void TestHid::anAnswerThatIsTooShortIsNone()
+void TestHid::anAnswerThatIsTooShortIsNotUsed()
 {
     struct ShortAnswers : AbstractHidDevice
     {

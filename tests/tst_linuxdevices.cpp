@@ -68,7 +68,7 @@ struct LockedFile
     std::unique_ptr<HidrawDevice> device;
 };
 
-const QByteArray field = "7508 9502 B102"; // in hexadecimal, the items of a feature report with two data bytes
+const QByteArray field = "7508 9502 B102"; // the items of a feature report with two data bytes
 
 void addDescriptor(const char* name, const QByteArray& items, const QByteArray& summary)
 {
@@ -149,7 +149,7 @@ class TestLinuxDevices : public QObject
 private Q_SLOTS:
     void descriptorsAreRead_data();
     void descriptorsAreRead();
-    void aDescriptorOfAnyLengthEnds();
+    void aDescriptorThatIsCutHasAFault();
     void nodesAreNamedAsOnWindows_data();
     void nodesAreNamedAsOnWindows();
     void errnoValuesBecomeWindowsCodes_data();
@@ -173,7 +173,7 @@ void TestLinuxDevices::descriptorsAreRead()
     QCOMPARE(summaryOf(parse(QByteArray::fromHex(items))), summary);
 }
 
-void TestLinuxDevices::aDescriptorOfAnyLengthEnds()
+void TestLinuxDevices::aDescriptorThatIsCutHasAFault()
 {
     const QByteArray whole =
         QByteArray::fromHex(vendorCollection("85FF 7508 953F B102 FE0342 010203 85E4 960701 B102"));
