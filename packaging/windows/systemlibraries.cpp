@@ -1,10 +1,10 @@
-// Linked into the updater and its package: they load libraries from the system's folder only, since other
-// programs can put files beside the package.
+// Linked into the updater and its package. Makes both load libraries from the system's folder only, since
+// other programs can put files into the package's folder.
 #include <windows.h>
 
 extern "C" {
-// bind.sh enters this in the program's header. Windows 10 (version 1607) and later then resolve the program's
-// imports in the system's folder only.
+// bind.sh enters the address of this structure in the program's header. Windows 10 (version 1607) and later
+// then resolve the program's imports in the system's folder only.
 extern const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used;
 const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used __attribute__((used)) = [] {
     IMAGE_LOAD_CONFIG_DIRECTORY32 configuration{};
@@ -22,7 +22,7 @@ class SystemLibrariesOnly
 public:
     SystemLibrariesOnly()
     {
-        // Windows 7 may lack it (KB2533623).
+        // Windows 7 lacks this function without the update KB2533623.
         const FARPROC procedure =
             GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories");
         if (procedure)

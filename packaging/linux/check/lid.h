@@ -1,10 +1,10 @@
 #pragma once
 
-/// The lid of a laptop that this computer pretends to be, through /dev/uinput.
+/// A simulated lid of a laptop: an input device with a lid switch, created through /dev/uinput.
 class Lid
 {
 public:
-    /// Opens it and adds it to the computer.
+    /// Adds an open lid to the computer.
     Lid();
     ~Lid();
     Lid(const Lid&) = delete;

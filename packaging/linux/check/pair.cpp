@@ -1,13 +1,13 @@
-// Holds the simulated pair on the kernel's bus, and a laptop's lid, and reports what happens to them. It
-// takes an argument: the file to write a firmware archive for the pair to. Commands come on the standard
-// input, one a line:
+// pair ARCHIVE: simulates a transmitter and a headset on the kernel's HID bus, and a laptop's lid. Writes a
+// firmware archive for the pair to the file ARCHIVE. Prints each event of the devices, and reads commands
+// from the standard input, one per line:
 //
-//     plug, unplug    both devices
-//     report-again    the phases of both devices, each at its next transfer
-//     compare         both memories with the archive's images
-//     close, open     the lid
+//     plug, unplug    plugs both devices in, or unplugs both
+//     report-again    prints each phase of both devices once more, at its next transfer
+//     compare         prints whether each memory equals its image in the archive
+//     close, open     closes or opens the lid
 //
-// At the input's end both devices are unplugged.
+// At the end of the input it unplugs both devices.
 
 #include <cstdio>
 #include <iostream>
@@ -34,7 +34,7 @@ void unplug(SimulatedPair& pair)
     pair.device(DeviceType::Headset).unplug();
 }
 
-/// Phases are reported once more, each at its next transfer.
+/// Makes both devices report each phase once more, at its next transfer.
 void reportPhasesAgain(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).clearFault();
@@ -79,7 +79,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     SimulatedPair::Setup setup;
-    constexpr std::size_t imageBytes = 131072; // an update takes long enough for what the user does meanwhile
+    constexpr std::size_t imageBytes = 131072; // enough that the user can act during the update
     setup.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes));
     setup.headsetImage = ImageBuilder::build(ImageBuilder::headset(imageBytes));
     setup.report = print;

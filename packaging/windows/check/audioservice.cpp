@@ -1,5 +1,5 @@
-// A service that does nothing, for a system without a service "audiosrv". Stops in two steps, like a real
-// one.
+// The service "audiosrv" for a system that has none. It does nothing. Like the service of Windows it stops in
+// two steps: first it reports that it is stopping, then that it has stopped.
 #include <windows.h>
 
 #include <winsvc.h>

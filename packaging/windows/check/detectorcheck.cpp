@@ -1,6 +1,6 @@
-// detectorcheck NUMBER: waits until the system has that number of HID interfaces, then runs the detector for
-// all of them. Prints its reports, and how many handles and threads 100 more starts and stops leave; exit
-// status 0 if none.
+// detectorcheck NUMBER: waits until the system has NUMBER HID interfaces, then runs the detector for all of
+// them and prints its reports. Starts and stops the detector 100 more times and prints the numbers of handles
+// and threads before and after. Exit status 0 if all runs complete and both numbers are unchanged.
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
@@ -39,7 +39,7 @@ DWORD presentHidInterfaces()
     return count;
 }
 
-/// The devices of a system appear some time after its start.
+/// Waits until there are @p number HID interfaces: a system finds its devices some time after its start.
 bool waitForHidInterfaces(DWORD number)
 {
     for (const DWORD start = GetTickCount(); GetTickCount() - start < timeLimitMs; Sleep(pollMs)) {

@@ -1,4 +1,5 @@
-// A hook for windowtool: not every system lets other processes read a window's system menu.
+// A hook that windowtool sets in the process of a window, because not every system lets other processes read
+// the window's system menu.
 #include <string>
 
 #include <windows.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-/// For a window of a hooked thread, which writes a line "identifier text" for each item of its system menu to
-/// a file: the hook's path with the suffix.
+/// The message that asks the hook for a window's system menu. The hook writes a line "identifier text" for
+/// each item to a file. Its path is the path of the hook's DLL with menuListSuffix appended.
 constexpr wchar_t listSystemMenuMessage[] = L"zefo-vynt-check-list-system-menu";
 constexpr wchar_t menuListSuffix[] = L".txt";

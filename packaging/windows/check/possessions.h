@@ -12,8 +12,8 @@ struct Possessions
     ULONG threads = 0;
 };
 
-/// What a process has according to the system's process list (Wine does not answer GetProcessHandleCount());
-/// zeros if there is no such process. Link ntdll.
+/// @return how many handles and threads the process has according to the system's process list; zeros if
+/// there is no such process. GetProcessHandleCount() does not work in Wine. Callers link ntdll.
 inline Possessions possessionsOf(DWORD process)
 {
     ULONG size = 0;

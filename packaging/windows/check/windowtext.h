@@ -1,4 +1,5 @@
 #pragma once
 
-/// A file in the temporary folder: a line "identifier: name" for each element of the last window queried.
+/// The name of a file in the temporary folder. It has a line "identifier: name" for each element of the
+/// window that was queried last.
 constexpr wchar_t windowTextFile[] = L"window-text.txt";

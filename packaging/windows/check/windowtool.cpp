@@ -1,13 +1,13 @@
-// Drives the visible top-level window with a title. Exit status 1 if it did not appear within the time limit
-// (`gone`: did not disappear), or did not answer.
+// Drives the visible top-level window with the title TITLE. Exit status 1 if the window does not appear
+// within the time limit (`gone`: does not disappear) or does not answer.
 //
-//     windowtool desktop                   whether programs can create windows already
-//     windowtool wait|gone TITLE           waits for it
-//     windowtool shown TITLE               does not wait
-//     windowtool keys TITLE KEY...         presses tab, space, enter, escape
-//     windowtool command TITLE NUMBER      chooses from its system menu
+//     windowtool desktop                   exit status 0 if programs can create windows already
+//     windowtool wait|gone TITLE           waits until the window appears or disappears
+//     windowtool shown TITLE               exit status 0 if the window is visible now
+//     windowtool keys TITLE KEY...         presses the keys tab, space, enter or escape
+//     windowtool command TITLE NUMBER      chooses the item NUMBER of its system menu
 //     windowtool menu TITLE                prints its system menu
-//     windowtool text TITLE                prints "identifier: name" of all that it shows to screen readers
+//     windowtool text TITLE                prints "identifier: name" of each element for screen readers
 //     windowtool message TITLE             prints the texts of a message box
 //     windowtool possessions TITLE         prints how many handles and threads its process has
 //     windowtool close TITLE
@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr DWORD timeLimitMs = 300000; // in a virtual machine on a busy computer
+constexpr DWORD timeLimitMs = 300000; // enough in a virtual machine on a busy computer
 constexpr DWORD pollMs = 50;
 
 HWND findWindow(const wchar_t* title)
@@ -67,7 +67,6 @@ bool printSystemMenu(HWND window)
     return sent && printFile(std::wstring(path) + menuListSuffix);
 }
 
-/// Prints the texts of a message box.
 bool printMessage(HWND window)
 {
     HWND control = nullptr;

@@ -1,6 +1,6 @@
-// The self-extracting package: unpacks the updater and its companions into a folder of its own, starts the
-// updater in it with "-sfx", waits for it, and removes the folder. The firmware archive stays beside the
-// package, where the updater looks for it. Exit status: the updater's, or 1.
+// The self-extracting package: unpacks the updater and its companions into a new folder, starts the updater
+// there with "-sfx", waits until it ends, and removes the folder. The updater looks for the firmware archive
+// in the folder of the package. The exit status is that of the updater, or 1 if it does not run.
 #include <string>
 #include <vector>
 
@@ -22,9 +22,10 @@ DWORD writeAll(const ProgramFolder& folder, const std::vector<PackedFile>& files
     return ERROR_SUCCESS;
 }
 
-/// Runs the program with the folder as its working directory, so that it loads nothing from the package's.
-/// @return an error code of the system; ERROR_SUCCESS if the program has run, with its exit status in @p
-/// status.
+/// Runs the program with @p folder as its working directory, so that it loads nothing from the package's
+/// folder.
+/// @return ERROR_SUCCESS if the program has run; @p status is then its exit status. Otherwise an error code
+/// of the system.
 DWORD runProgram(const ProgramFolder& folder, const std::wstring& name, DWORD& status)
 {
     const std::wstring program = folder.pathOf(name);

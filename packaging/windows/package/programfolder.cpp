@@ -11,7 +11,7 @@ constexpr wchar_t namePrefix[] = L"ZEFO_VYNT_Firmware_Update_";
 /// Full access for administrators, the system and the owner; nothing inherited from the parent folder.
 constexpr wchar_t folderAccess[] = L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;OW)";
 
-// Virus scanners and a program that is ending hold files for a moment.
+// Virus scanners and a program that is ending keep files open for a moment.
 constexpr int removalAttempts = 20;
 constexpr DWORD removalPauseMs = 100;
 
@@ -19,7 +19,7 @@ bool isElevated()
 {
     HANDLE opened = nullptr;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened))
-        return true; // the strict answer
+        return true; // the safe assumption
     const OwnedHandle token(opened);
     TOKEN_ELEVATION elevation{};
     DWORD size = sizeof(elevation);
@@ -51,7 +51,7 @@ std::wstring newFolderPath(const std::wstring& parent)
     return parent + namePrefix + name;
 }
 
-/// The path without links. While an object is open nobody can rename the folders on this path.
+/// @return the path of @p object without links. While it is open, nobody can rename a folder on this path.
 std::wstring resolvedPathOf(HANDLE object)
 {
     std::wstring path(GetFinalPathNameByHandleW(object, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
@@ -64,7 +64,7 @@ std::wstring resolvedPathOf(HANDLE object)
     return path.compare(0, local.size(), local) == 0 ? path.substr(local.size()) : path;
 }
 
-/// Whether it lies on a fixed drive whose file system keeps access lists.
+/// @return whether @p path is on a fixed drive with a file system that keeps access control lists.
 bool isProtectable(const std::wstring& path)
 {
     wchar_t drive[MAX_PATH + 1]{};
@@ -89,8 +89,9 @@ Owner ownerOf(HANDLE object)
     return copy;
 }
 
-/// The owner of what this process creates beside @p path. For a process with an administrator's rights these
-/// are all administrators, and no process with lower rights can make them an owner.
+/// @return the owner of files that this process creates in the parent folder of @p path. For a process with
+/// an administrator's rights this owner is the group of administrators, and no process with lower rights can
+/// make that group the owner of a file.
 Owner ownerOfCreationsBeside(const std::wstring& path)
 {
     const std::wstring parent = path.substr(0, path.rfind(L'\\') + 1);
@@ -108,12 +109,12 @@ bool isOwn(HANDLE folder, const std::wstring& path)
     return !owner.empty() && owner == ownerOfCreationsBeside(path);
 }
 
-/// Opens the folder so that nobody can rename or remove it meanwhile. Listing is requested because the system
-/// ignores the share modes of handles without access to the contents.
-/// @param path    becomes the path without links
-/// @param access  additional rights; DELETE fails if somebody else holds the folder like this
-/// @return null, with the system's last error, if that fails, or if the folder is a link, belongs to somebody
-///         else, or cannot be protected although the process has an administrator's rights.
+/// Opens the folder so that nobody can rename or remove it while the handle is open. Requests the right to
+/// list the folder, because the system ignores the share mode of a handle without access to the contents.
+/// @param path    the path of the folder; becomes the path without links
+/// @param access  additional rights; DELETE fails if anybody else holds the folder open with this function
+/// @return null, with the system's last error set, if the folder cannot be opened, is a link or has another
+/// owner. Also null if the process has an administrator's rights and the folder cannot be protected.
 OwnedHandle hold(std::wstring& path, DWORD access)
 {
     OwnedHandle folder = openExisting(path.c_str(), access | FILE_LIST_DIRECTORY | READ_CONTROL,
@@ -136,7 +137,7 @@ OwnedHandle hold(std::wstring& path, DWORD access)
     return nullptr;
 }
 
-/// Removes a file or folder by @p removal; at the system's next start if it stays in use.
+/// Removes a file or folder with @p removal. If it remains in use, the system removes it at its next start.
 template <typename Removal>
 void removeInTheEnd(const std::wstring& path, Removal removal)
 {
@@ -177,8 +178,8 @@ void removeLeftoversIn(const std::wstring& parent)
         return;
     do {
         std::wstring path = parent + found.cFileName;
-        // The system grants the right to delete only if nobody holds the folder. That handle is closed at
-        // once: some systems do not list a folder while it is open with this right.
+        // The system grants the right to delete only if nobody holds the folder. The handle with this right
+        // is closed at once, because some systems do not list a folder while such a handle is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)

@@ -9,11 +9,11 @@
 /// A new folder for the program alone, normally in the user's temporary folder. The destructor removes it
 /// with all its files.
 ///
-/// If the package runs with an administrator's rights, no process with lower rights can exchange what is
-/// started from here. Only administrators, the system and the owner have access. The folder is held open from
-/// the check of its owner until the end, so nobody can rename or remove it. It lies on a fixed drive whose
-/// file system keeps access lists: if the temporary folder does not, the folder is created in the system's
-/// folder for program data.
+/// If the package runs with an administrator's rights, no process with lower rights can replace the programs
+/// in this folder. Only administrators, the system and the owner have access. The folder is held open from
+/// the check of its owner until the destructor removes it, so nobody else can rename or remove it. It is on a
+/// fixed drive with a file system that keeps access control lists. If the temporary folder is not on such a
+/// drive, the folder is created in the system's folder for program data.
 class ProgramFolder
 {
 public:
@@ -22,7 +22,7 @@ public:
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
 
-    // These return an error code of the system, ERROR_SUCCESS if they succeed.
+    // create() and write() return an error code of the system, ERROR_SUCCESS if they succeed.
 
     /// @return ERROR_NO_SECURITY_ON_OBJECT if no drive can protect the folder.
     [[nodiscard]] DWORD create();

@@ -1,4 +1,4 @@
-// The bus itself: lists its devices.
+// The driver of the simulated bus. It reports to the system which devices are plugged in.
 #include "driver.h"
 
 namespace {
@@ -85,7 +85,7 @@ NTSTATUS NTAPI close(PDEVICE_OBJECT device, PIRP irp)
     return complete(irp, STATUS_SUCCESS);
 }
 
-/// Creates the device that programs open.
+/// Creates the bus's control device, which programs open.
 NTSTATUS createControl(PDRIVER_OBJECT driver, BusExtension* bus)
 {
     UNICODE_STRING name;

@@ -1,4 +1,4 @@
-// A device of the bus: what it answers to the system and to the HID minidriver.
+// A device of the bus: answers the requests of the system and of the HID minidriver.
 #include "driver.h"
 #include "hidport.h"
 
@@ -8,8 +8,8 @@ constexpr UCHAR hidDescriptorType = 0x21;
 constexpr UCHAR reportDescriptorType = 0x22;
 constexpr USHORT hidVersion = 0x0111;
 
-/// @return @p prefix and @p text in one string, which the caller of the request frees. It ends with two
-/// zeros, so that it is also a list.
+/// @return @p prefix and @p text in one new string, which the sender of the request frees. The string ends
+/// with two zeros, so it is also valid as a list of strings.
 PWCHAR allocatedId(const wchar_t* prefix, const wchar_t* text)
 {
     const SIZE_T prefixLength = wcslen(prefix);
@@ -163,7 +163,7 @@ NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
     case IRP_MN_START_DEVICE:
         return complete(irp, STATUS_SUCCESS);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The class driver has started and created its device, so a removal finds it from now on.
+        // The class driver has started and created its own device. A removal finds this device from now on.
         completeChange(child->bus, *child->port);
         return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
     case IRP_MN_SURPRISE_REMOVAL:

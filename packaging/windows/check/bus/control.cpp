@@ -1,4 +1,4 @@
-// The requests of the program with the devices.
+// Handles the requests of the program that simulates the devices.
 #include <algorithm>
 
 #include "driver.h"
@@ -8,7 +8,7 @@ using namespace BusProtocol;
 
 namespace {
 
-/// @return the request's input; null if it is too short or for a port that does not exist.
+/// @return the request's input; null if it is too short or names a port that does not exist.
 template <typename Input>
 Input* inputOf(PIRP irp)
 {
@@ -24,7 +24,7 @@ BusExtension* busOf(PDEVICE_OBJECT device)
     return static_cast<Extension*>(device->DeviceExtension)->bus;
 }
 
-/// The program cancels a request when it ends.
+/// Completes a pending request that is being cancelled because the program ends.
 void NTAPI cancelWaiting(PDEVICE_OBJECT device, PIRP irp)
 {
     IoReleaseCancelSpinLock(irp->CancelIrql);
@@ -41,7 +41,7 @@ void NTAPI cancelWaiting(PDEVICE_OBJECT device, PIRP irp)
     complete(irp, STATUS_CANCELLED);
 }
 
-/// The lock is held.
+/// Stores @p irp in @p slot as a pending request that can be cancelled. The caller holds the bus's lock.
 void letWait(PIRP irp, PIRP& slot)
 {
     IoMarkIrpPending(irp);
@@ -49,7 +49,7 @@ void letWait(PIRP irp, PIRP& slot)
     IoSetCancelRoutine(irp, cancelWaiting);
 }
 
-/// For a request that was cancelled before it could wait.
+/// Completes @p irp if it was cancelled before letWait() set its cancel routine.
 void completeIfCancelled(BusExtension* bus, PIRP irp, PIRP& slot)
 {
     PIRP cancelled = nullptr;

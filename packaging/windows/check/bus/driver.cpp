@@ -1,5 +1,6 @@
-// A bus on which a program plugs in devices, and the HID minidriver for them. For checks only: it does what
-// Wine asks of a driver, without power management, for one program at a time.
+// The drivers of a bus whose devices a program simulates: the bus driver, and the HID minidriver for the
+// devices. They are for checks only: they do what Wine asks of a driver, have no power management, and serve
+// one program at a time.
 #include "driver.h"
 
 namespace {

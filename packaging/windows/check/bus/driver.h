@@ -3,21 +3,20 @@
 #include "busprotocol.h"
 #include "kernel.h"
 
-// One module contains two drivers: the bus's, and the minidriver between its devices and the HID class
-// driver.
+// One module contains two drivers: the bus driver, and the minidriver between the bus's devices and the HID
+// class driver.
 
 NTSTATUS registerBus(PDRIVER_OBJECT driver);
 NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
 
-/// A port for one HID interface. The lock of the bus guards it.
+/// A port for one HID interface. BusExtension::lock guards it.
 struct Port
 {
     PDEVICE_OBJECT device; ///< null while nothing is plugged in
     bool isPresent;        ///< false after unplugging, while the system removes the device
     BusProtocol::Plug plug;
-    LIST_ENTRY
-        transfers;  ///< those that the program has not got yet, linked by their list entries for drivers
-    PIRP handedOut; ///< the transfer that the program is answering
+    LIST_ENTRY transfers; ///< transfers that the program has not received, linked by Tail.Overlay.ListEntry
+    PIRP handedOut;       ///< the transfer that the program is answering
 
     // Pending requests of the program.
     PIRP change; ///< plug or unplug
@@ -26,7 +25,7 @@ struct Port
 
 enum class Role { Bus, Control, Child };
 
-/// The first member of the extension of every device object of the bus's driver.
+/// The common start of the extensions of all device objects of the bus driver.
 struct Extension
 {
     Role role;
@@ -71,7 +70,7 @@ NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information = 0);
 NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp);
 NTSTATUS childTransfer(ChildExtension* child, PIRP irp);
 
-// Requests of the program.
+// Requests of the program that simulates the devices.
 NTSTATUS controlRequest(BusExtension* bus, PIRP irp);
 void unplugAll(BusExtension* bus);
 
@@ -80,6 +79,6 @@ void unplugAll(BusExtension* bus);
 PIRP takeWaiting(PIRP& slot);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
-/// @return the program's request, which the caller completes with a Request after it released the lock; or
-/// null.
+/// @return the program's request, filled with a Request; the caller completes it after releasing the lock.
+/// Null if there is no transfer or no request.
 PIRP handOut(Port& port);

@@ -1,5 +1,5 @@
 // installbus INF: creates the root-enumerated device of the simulated bus and installs the drivers of the INF
-// file on it. Exit status 0 if the bus can be opened then.
+// file for it. Exit status 0 if the bus can be opened afterwards.
 #include <cstdio>
 #include <cwchar>
 #include <iterator>
@@ -25,7 +25,7 @@ int failed(const char* step)
 
 bool createDevice()
 {
-    // A list of one string.
+    // A list of one string ends with two zeros.
     wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
     std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
     const HDEVINFO set = SetupDiCreateDeviceInfoList(&hidClass, nullptr);

@@ -1,8 +1,9 @@
 #pragma once
 
-// The kernel's declarations for C++. mingw-w64's wdm.h defines two functions again that intrin.h defines.
-// ntddk.h includes wdm.h without its folder, so the compiler searches that folder too, after all others: its
-// hidclass.h has wrong control codes, the one for programs has the right ones.
+// The kernel's declarations for C++. Both intrin.h and mingw-w64's wdm.h define two functions, so this header
+// renames those of wdm.h. ntddk.h includes wdm.h without naming its folder, so the compiler has to search
+// that folder too. It searches it last, because the hidclass.h in it has wrong control codes. The hidclass.h
+// for programs has the right ones.
 #include <intrin.h>
 #define InterlockedBitTestAndSet wdmInterlockedBitTestAndSet
 #define InterlockedBitTestAndReset wdmInterlockedBitTestAndReset

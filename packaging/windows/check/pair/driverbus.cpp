@@ -17,8 +17,8 @@ std::uint32_t slotOf(int port, std::uint32_t interfaceIndex)
     return static_cast<std::uint32_t>(port - 1) * interfacesPerDevice + interfaceIndex;
 }
 
-/// The name that Windows gives a function of a composite device, such as "VID_7A31&PID_0004&MI_03", or a
-/// device with one function.
+/// @return the identifier that Windows gives @p hid: such as "VID_7A31&PID_0004&MI_03" for a function of a
+/// composite device, and "VID_7A31&PID_0004" for a device with one function.
 std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
 {
     wchar_t text[BusProtocol::maxIdLength];
@@ -111,7 +111,7 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Sends a request and waits until the driver has completed it, which signals @p done.
+/// Sends a request and waits until the driver has completed it. The system then signals @p done.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {

@@ -11,8 +11,9 @@
 #include "bus.h"
 #include "busprotocol.h"
 
-/// The simulated bus of a Windows system with its driver: every program of that system sees the devices on
-/// it. Ignores `BusDevice::refusesOpen`, since the HID class driver decides who may open a device.
+/// The simulated bus of a Windows system in which the driver of the bus is installed: every program of that
+/// system sees the devices. Ignores `BusDevice::refusesOpen`, since the HID class driver decides who may open
+/// a device.
 class DriverBus final : public Bus
 {
 public:
@@ -31,7 +32,7 @@ public:
     void detach(int port) override;
 
 private:
-    /// The program's side of a port.
+    /// What this program keeps for a port of the bus.
     struct Slot
     {
         bool isTaken = false;
@@ -49,6 +50,6 @@ private:
 
     const HANDLE handle;
     std::atomic<bool> ending{false};
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards slots
     std::array<Slot, BusProtocol::ports> slots;
 };

@@ -1,13 +1,13 @@
-// pair GENERATION CHIP REVISION BYTES: a transmitter and a headset for the simulated bus, with older
-// firmware, unplugged. Writes their new images, of that many bytes each, to "transmitter.ff" and
-// "headset.ef", in the format of an archive. Prints each event of the devices, and reads commands from the
-// standard input, one per line:
+// pair GENERATION CHIP REVISION BYTES: simulates a transmitter and a headset on the simulated bus. At first
+// both hold an older firmware and are unplugged. Writes their new images, BYTES bytes each, to
+// "transmitter.ff" and "headset.ef", in the format that firmware archives contain. Prints each event of the
+// devices, and reads commands from the standard input, one per line:
 //
 //     plug DEVICE
 //     unplug DEVICE
-//     count DEVICE                  counts its transfers from 1 again, without a fault
+//     count DEVICE                  counts its transfers from 1 again and disarms its fault
 //     fault DEVICE NAME TRANSFER    arms a fault of the bench
-//     storm COUNT                   plugs and unplugs at random, then plugs both in
+//     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
 //     expectation                   prints how an update with the armed faults must have ended
 //     verdict                       prints versions, and whether each memory equals its image
 //     end
@@ -33,7 +33,7 @@ namespace {
 
 constexpr unsigned longestPauseMs = 1000;
 
-/// Prints a line like the bench, with the seconds since the start. Thread-safe.
+/// Prints a line as the bench does, after the seconds since the start. Thread-safe.
 void report(const std::string& text)
 {
     using Clock = std::chrono::steady_clock;
@@ -63,7 +63,7 @@ public:
     {
     }
 
-    /// Writes the image as text, a byte per line.
+    /// Writes the image as text, one hexadecimal byte per line.
     bool writeImage(const std::string& path) const
     {
         std::ofstream file(path);
@@ -82,7 +82,8 @@ public:
             report(name + ": refused: " + refusal);
     }
 
-    /// Counts transfers from 1 again.
+    /// Arms @p fault for the transfer with the given number, or disarms with Fault::None. Transfers count
+    /// from 1 again.
     void arm(Fault fault, int transfer = 1)
     {
         armed = fault;
@@ -92,7 +93,8 @@ public:
             device.setFault(fault, transfer);
     }
 
-    /// Prints the result that the updater must log, and if the memory must be equal to the image but is not.
+    /// Prints the result that the updater must log. Prints another line if the memory must equal the image
+    /// but does not.
     void expect() const
     {
         const Expectation expected = expectationFor(armed, device.struckAt(), Verdict::commits(image), true);
@@ -113,13 +115,13 @@ private:
     SimulatedDevice::Setup setup(const ImageOptions& wanted, int chipId, int revision) const
     {
         ImageOptions installed = ImageBuilder::forMemoryOf(wanted, image);
-        installed.version = "1.0.0.20240131.1207"; // in two rows of an answer
+        installed.version = "1.0.0.20240131.1207"; // so long that an answer contains it in two rows
         installed.seed = 99;
         const int port = type == DeviceType::Transmitter ? 1 : 2;
         return {type, chipId, revision, ImageBuilder::build(installed), port, report};
     }
 
-    const std::vector<std::uint8_t> before; ///< the memory
+    const std::vector<std::uint8_t> before; ///< the memory's contents at the start
     Fault armed = Fault::None;
 };
 

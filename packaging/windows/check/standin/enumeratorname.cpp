@@ -1,6 +1,6 @@
-// In place of SETUPAPI.dll, since Wine 8's does not know SPDRP_ENUMERATOR_NAME: takes this property from the
-// first part of the device's instance identifier, which is the enumerator's name on Windows, and forwards
-// everything else.
+// Replaces SETUPAPI.dll, because that of Wine 8 does not know SPDRP_ENUMERATOR_NAME. Takes this property from
+// the first part of the device's instance identifier, which on Windows is the enumerator's name. Forwards all
+// other calls to SETUPAPI.dll.
 #include <cwchar>
 #include <string>
 

@@ -1,5 +1,5 @@
-// In place of uiautomationcore.dll, since Wine 8's waits for ever for a window of a single-threaded
-// apartment, as Qt's are. Writes to a file what the program's own provider reports to a screen reader.
+// Replaces uiautomationcore.dll, because that of Wine 8 waits forever for windows of a single-threaded
+// apartment, such as Qt's windows. Writes to a file what the program reports to screen readers.
 #include <cstdio>
 #include <string>
 

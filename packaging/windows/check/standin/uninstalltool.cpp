@@ -1,5 +1,5 @@
-// In place of the driver-uninstall tool that the updater starts: writes its arguments to "uninstalled.txt" in
-// the temporary folder, and whether its working directory is its own folder.
+// Replaces the driver-uninstall tool that the updater starts. Writes its arguments to "uninstalled.txt" in
+// the temporary folder, and whether its working directory is the folder that contains it.
 #include <cstdio>
 #include <string>
 
