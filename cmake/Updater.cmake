@@ -18,11 +18,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     target_compile_options(updater_options INTERFACE -Wthread-safety)
 endif()
 if(WIN32)
-    # Programs do not contain the folder or the time of their build.
+    # Keeps the folder and the time of the build out of programs.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
         $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
     add_link_options(-Wl,--no-insert-timestamp)
-    # Otherwise the program would need a DLL of zlib.
+    # Links static libraries only; otherwise the program would need the DLL of zlib.
     set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
     target_compile_definitions(updater_options INTERFACE QT_STATIC QUAZIP_STATIC)
 endif()
@@ -33,7 +33,7 @@ if(UPDATER_SANITIZE)
 endif()
 
 # updater_library(<name> SOURCES <file>... [LINK <target>...])
-# A folder's library. Targets that link it include its headers as "<file>.h".
+# Adds the library of a folder. Targets that link it include its headers as "<file>.h".
 function(updater_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
     if(UPDATER_COMPILE_ONLY)
@@ -47,8 +47,8 @@ function(updater_library name)
 endfunction()
 
 # updater_find_declarations(<package>)
-# Finds the headers of a package that is installed on the building system for another processor and system. CMake
-# requires import libraries; since nothing is linked, any existing file will do.
+# Finds the headers of a package that is installed for the building system, not for the target system. CMake requires
+# import libraries; since nothing is linked, any existing file will do.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

@@ -2,7 +2,7 @@
 
 failures=0
 
-# check SENTENCE COMMAND...
+# check SENTENCE COMMAND...: prints whether the command succeeds, as the sentence says; counts failures.
 check() {
     sentence=$1
     shift
@@ -14,7 +14,7 @@ check() {
     fi
 }
 
-# within SECONDS COMMAND...: repeats the command until it succeeds; fails after that time.
+# within SECONDS COMMAND...: repeats the command until it succeeds; fails after SECONDS.
 within() {
     end=$(($(date +%s) + $1))
     shift

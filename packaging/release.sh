@@ -1,8 +1,9 @@
 #!/bin/sh
 # release.sh [--dry-run]: builds both packages, checks them, runs tests and benchmarks, and collects everything of a
 # release in build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and REPORT.md.
-# A release is refused without a clean tree, a new version, a licence, a real address, or UPDATER_SIGN, the command that
-# signs the Windows programs. A dry run only reports these. Both fail if a check fails or cannot run.
+# Refuses to make a release if the tree has changes or one of these is missing: a new version, a licence, a real
+# address, UPDATER_SIGN (the command that signs the Windows programs). A dry run only reports these obstacles. Both runs
+# fail if a check fails or cannot run.
 set -e
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -18,7 +19,7 @@ logs=$report/logs
 page=$report/REPORT.md
 version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 
-# obstacles: one line for each reason not to make a release.
+# obstacles: prints a line for each reason not to make a release.
 obstacles() {
     [ -z "$(git status --porcelain)" ] || echo "The tree has changes that are not committed."
     [ "$(sed -n 's/^## //p' CHANGELOG.md | head -n 1)" = "$version" ] ||
@@ -29,7 +30,7 @@ obstacles() {
     [ -n "${UPDATER_SIGN:-}" ] || echo "UPDATER_SIGN is not set: the Windows programs would not be signed."
 }
 
-# step NAME COMMAND...: its output goes to a log.
+# step NAME COMMAND...: runs the command and records its time; its output goes to NAME.log.
 step() {
     name=$1
     shift
@@ -41,12 +42,12 @@ step() {
     echo "$name: $(($(date +%s) - start)) s" | tee -a "$report/times"
 }
 
-# checked NAME: fails if the log of that step has no check that holds, or one that failed.
+# checked NAME: fails if the log of the step NAME has no check that holds, or has one that failed.
 checked() {
     grep -q '^holds: ' "$logs/$1.log" && ! grep -q '^FAILED: ' "$logs/$1.log" || fail "$1 did not run all its checks."
 }
 
-# row NAME COMMAND...: of the table of versions.
+# row NAME COMMAND...: prints a row of the report's first table; the command prints the value.
 row() {
     name=$1
     shift
@@ -79,7 +80,7 @@ write_page() {
     row "Qt of the Linux program" version_of libqt5core5a
     row "Qt of the Windows program" sed -n 2p "$cache/qt.recipe"
     row Wine wine_version
-    row "Linux below Wine" machine_kernel
+    row "Linux kernel under Wine" machine_kernel
     [ -z "$reasons" ] || printf '\nA release would be refused:\n\n%s\n' "$(echo "$reasons" | sed 's/^/- /')"
     block_of Times <"$report/times"
     lines_of "Checks of the Linux package" linux-check

@@ -1,4 +1,4 @@
-# For other scripts to source: installs missing Debian packages, configures and builds.
+# Sourced by other scripts: functions that install missing Debian packages, configure and build.
 
 build_packages="g++ mingw-w64-common cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttools5-dev
     qttools5-dev-tools qttranslations5-l10n libquazip1-qt5-dev zlib1g-dev libudev-dev libsystemd-dev
@@ -26,7 +26,7 @@ as_root() {
     fi
 }
 
-# install_packages PACKAGE...
+# install_packages PACKAGE...: installs those that are missing.
 install_packages() {
     missing=""
     for package in "$@"; do

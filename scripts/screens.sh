@@ -1,6 +1,6 @@
 #!/bin/sh
-# Photographs every screen of the updater: in five languages, of both generations, on a dark desktop and at twice the
-# size. The pictures go to build/screens. Needs a build (./run.sh).
+# Saves pictures of every screen of the updater: in five languages, for both generations, on a dark desktop and at twice
+# the size. The pictures go to build/screens. Needs a build (./run.sh).
 # Usage: scripts/screens.sh [docs]; with "docs" it also renews the few pictures that docs/images keeps.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh

@@ -1,6 +1,6 @@
 #!/bin/sh
-# clang-tidy over the given sources of the ordinary build; without any, over all sources. What was found clean once is
-# remembered, see scripts/tidycached.py. Exit status 1 if clang-tidy finds something.
+# Runs clang-tidy over the given sources of the ordinary build, or over all sources if none are given. Skips sources
+# that were clean before and have not changed, see scripts/tidycached.py. Exit status 1 if clang-tidy finds something.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
@@ -13,7 +13,7 @@ sources_of() {
     sed -n 's|^ *"file": "'"$PWD"'/\(.*\)",*$|\1|p' "build/$1/compile_commands.json" | grep -v '^build/' | sort -u
 }
 
-# tidy PRESET SOURCE...: passes $extra to the compiler.
+# tidy PRESET SOURCE...: runs clang-tidy over the sources; passes $extra to the compiler.
 tidy() {
     preset=$1
     shift
@@ -33,8 +33,8 @@ tidy release $ordinary || status=1
 # shellcheck disable=SC2046
 tidy fuzz $(sources_of fuzz | grep -Fxv "$ordinary") || status=1
 
-# clang uses the standard library of the compiler for Windows, but not its intrinsics. A macro of the driver kit casts a
-# volatile away.
+# clang uses the standard library of the compiler for Windows, but not its intrinsics. -Wno-cast-qual: a macro of the
+# driver kit casts a "volatile" away.
 extra="--target=i686-w64-mingw32 -nostdinc++ -Wno-cast-qual"
 for folder in $(i686-w64-mingw32-g++-posix -xc++ -E -v /dev/null 2>&1 |
     sed -n '/search starts/,/End of search/s/^ //p' | grep -v 'posix/include$\|include-fixed$'); do

@@ -30,7 +30,7 @@ def files_read(compiler_arguments, folder):
 
 
 def compiler_arguments(command, extra):
-    """Those of a compile command, without the compiler and the names of its outputs."""
+    """The arguments of a compile command, without the compiler and the names of its outputs."""
     words = shlex.split(command)[1:]
     arguments = []
     skip = 0
@@ -87,7 +87,7 @@ def main():
             else:
                 unknown.append(source)
         print(f"clang-tidy: {len(sources)} sources of {build}, {len(unknown)} to check", flush=True)
-        # The source that was changed last first.
+        # Starts with the source that was changed last.
         unknown.sort(key=os.path.getmtime, reverse=True)
 
         def check(source):

@@ -1,13 +1,13 @@
 #!/bin/sh
-# Builds the Debian package into build/linux and checks it with lintian, the desktop's validators and readelf. From the
-# same sources comes the same package, byte for byte, in whatever folder they are.
+# Builds the Debian package into build/linux and checks it with lintian, the desktop's validators and readelf. The same
+# sources give the same package, byte for byte, in any folder.
 set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
 
 # shellcheck disable=SC2086
 install_packages $build_packages $package_packages
-# The date of all files: that of the last commit, or of the sources if they come without their history.
+# The date that all files get: the last commit's, or CHANGELOG.md's if the sources come without their history.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
 export CCACHE_BASEDIR= # ccache would compile with relative paths, which the prefix map does not replace

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Checks the package that build.sh made. In a bare Debian it installs the package and starts the program on an X server;
-# then that Debian boots with its own kernel in a virtual machine, with the simulated devices behind /dev/uhid. Every
-# check prints a line; the exit status is 0 if all hold. Pictures and logs go to build/linux/check.
+# Checks the package that build.sh made. First installs it in a bare Debian and starts the program on an X server. Then
+# boots that Debian with its own kernel in a virtual machine, with the simulated devices behind /dev/uhid. Every check
+# prints a line; the exit status is 0 if all checks hold. Pictures and logs go to build/linux/check.
 set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
@@ -10,15 +10,15 @@ cd "$(dirname "$0")/../.."
 deb=$(echo build/linux/*.deb)
 [ -f "$deb" ] || fail "There is no package; run packaging/linux/build.sh first."
 
-# Keeps the bare Debian, with the packages that the checks need.
+# The folder that keeps the bare Debian between runs, with the packages that the checks need.
 cache=${UPDATER_LINUX_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-linux}
 mkdir -p "$cache" || fail "Cannot create the folder $cache"
 bare=$cache/debian
 work=$cache/check
 results=build/linux/check
-# What the checks need beside the package: systemd, a login session, and a desktop.
+# The packages that the checks need in that Debian: systemd, a login session, and a desktop.
 root_packages="dbus fonts-dejavu-core imagemagick kmod libpam-systemd openbox polkitd procps systemd-sysv udev x11-utils xdotool xvfb"
-limit_s=2400 # of the virtual machine, on a busy computer
+limit_s=2400 # for the virtual machine, enough on a busy computer
 
 # shellcheck disable=SC2086
 install_packages $build_packages
@@ -35,11 +35,11 @@ as_root cp -r packaging/linux/check/. packaging/checks.sh build/release/bench/be
     build/release/packaging/linux/check/pair "$deb" "$work/check"
 as_root cp /bin/busybox "$work/check" # for chvt
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
-# Instead of a suspend, the number of updates that have finished is noted. logind acts on the lid from the start.
+# Instead of suspending, systemd records how many updates have finished. logind reacts to the lid from its start.
 as_root mkdir -p "$work/etc/systemd/system/systemd-suspend.service.d" "$work/etc/systemd/logind.conf.d"
 as_root cp "$work/check/suspend.conf" "$work/etc/systemd/system/systemd-suspend.service.d"
 as_root cp "$work/check/logind.conf" "$work/etc/systemd/logind.conf.d"
-# How many rows of the fault matrix run in the machine, and their seed.
+# How many rows of the fault matrix the virtual machine runs, and the seed that draws them.
 echo "rows=${UPDATER_FAULT_ROWS:-24} seed=${UPDATER_FAULT_SEED:-$(date +%s)}" | as_root tee "$work/check/settings" >/dev/null
 rm -rf "$results"
 mkdir -p "$results"

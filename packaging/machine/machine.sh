@@ -1,13 +1,13 @@
 # Sourced at the root of the sources, after scripts/packages.sh, by the scripts that check the packages. Makes Debian
-# systems in folders and boots them with Debian's own kernel in a virtual machine, which needs no support from the
-# processor, hence runs 32-bit programs on any.
+# systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its processor, so
+# it runs 32-bit programs on every computer.
 #
 # machine_install                      Installs what the functions below need on this computer, and fetches the kernel.
 # machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
 #       Makes a Debian of this computer's release in FOLDER, unless the same call already did. The shell commands BEFORE
 #       and AFTER run in it before and after PACKAGES are installed. Messages go to FOLDER.log.
-# machine_enter FOLDER COMMAND...      Runs a command in such a folder, in namespaces of its own: when it ends, all that
-#                                      it started ends too.
+# machine_enter FOLDER COMMAND...      Runs a command in the Debian in FOLDER, in new namespaces: when the command ends,
+#                                      all processes that it started end too.
 # machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
 # machine_boot IMAGE LOG LIMIT_S FIRST [PARAMETER...]
 #       Boots the disk. Its program FIRST (no systemd needed: /sbin/init or a script with execute permission) runs as
@@ -45,7 +45,7 @@ machine_fetch_kernel() (
     rm -r new
 )
 
-# The initial RAM disk finds the real one.
+# Makes the initial RAM disk, which mounts the root disk.
 machine_make_initial_disk() (
     set -e
     disk=$machine_cache/disk
@@ -85,7 +85,7 @@ machine_debian() {
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
-    # This Debian follows the release only, without later updates, so that the lists of two architectures match.
+    # Uses the release's repository only, without later updates, so that the package lists of two architectures match.
     as_root debootstrap --variant=minbase "$release" "$1" "$repository" >"$1.log" 2>&1 &&
         machine_enter "$1" sh -ec "$3
             apt-get update

@@ -1,12 +1,12 @@
 #!/bin/sh
-# bind.sh PROGRAM: strips a 32-bit Windows program and enters the load configuration of systemlibraries.cpp in its header,
-# which the linker does not do. After this Windows 10 (version 1607) and later resolve the program's imports in the
-# system's folder only.
+# bind.sh PROGRAM: strips a 32-bit Windows program and enters the load configuration of systemlibraries.cpp in its
+# header, since the linker does not do that. Windows 10 (version 1607) and later then resolve the program's imports in
+# the system's folder only.
 set -e
 program=$1
 tools=i686-w64-mingw32
 
-# little_endian VALUE: as four bytes.
+# little_endian VALUE: prints the value as four bytes, the lowest first.
 little_endian() {
     for shift in 0 8 16 24; do
         # shellcheck disable=SC2059
@@ -14,7 +14,7 @@ little_endian() {
     done
 }
 
-# bytes_at OFFSET: the number that the four bytes there hold.
+# number_at OFFSET: prints the number that the four bytes at the offset hold.
 number_at() {
     od -An -v -j "$1" -N 4 -t u4 "$program" | tr -d ' '
 }
@@ -24,7 +24,7 @@ symbol=$($tools-nm "$program" | sed -n 's/ . __load_config_used$//p')
 base=$($tools-objdump -p "$program" | sed -n 's/^ImageBase[[:space:]]*//p')
 $tools-strip "$program"
 header=$(number_at 60)
-directory=$((header + 24 + 96 + 10 * 8)) # after signature, file header and optional header: the tenth of the directories
+directory=$((header + 24 + 96 + 10 * 8)) # skips signature, file header, optional header, 10 directories
 size=72                                  # of IMAGE_LOAD_CONFIG_DIRECTORY32
 {
     little_endian $((0x$symbol - 0x$base))

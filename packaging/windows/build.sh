@@ -1,6 +1,6 @@
 #!/bin/sh
-# Builds the Windows program from nothing: Qt and QuaZip as static libraries from the distribution's source packages, which
-# stay in a cache folder, then the updater and its self-extracting package.
+# Builds Qt and QuaZip as static libraries from the distribution's source packages and keeps them in a cache folder.
+# Then builds the updater for Windows and its self-extracting package.
 # UPDATER_SIGN: a command that signs the file whose name is appended to it; nothing is signed without it.
 set -e
 cd "$(dirname "$0")/../.."
@@ -9,8 +9,8 @@ cd "$(dirname "$0")/../.."
 jobs=$(nproc)
 qt_source=$cache/src/qtbase-opensource-src
 quazip_source=$cache/src/libquazip1-qt5
-# The distribution's sources lack a header for tablets. The other parts are left out because the updater does not use
-# them.
+# The parts of Qt that are left out: tabletevent because the distribution's sources lack a header for it, the others
+# because the updater does not use them.
 unused="sql network testlib xml printer tabletevent direct2d direct2d1_1 vulkan graphicsview
     calendarwidget colordialog columnview commandlinkbutton datawidgetmapper dial errormessage fontcombobox fontdialog
     inputdialog keysequenceedit lcdnumber mdiarea progressdialog splashscreen syntaxhighlighter systemtrayicon toolbox
@@ -26,12 +26,12 @@ qt_options="-opensource -confirm-license -xplatform win32-g++ -device-option CRO
     $(printf -- "-no-feature-%s " $unused)"
 # Keeps the names of this machine's folders out of the program.
 prefix_map=-ffile-prefix-map=$cache=.
-# The installation folder in Qt's configuration, which no machine has.
+# The installation folder that Qt's configuration names; it exists on no machine.
 qt_prefix=/zefo-vynt-windows/qt
 quazip_options="-DCMAKE_BUILD_TYPE=MinSizeRel -DBUILD_SHARED_LIBS=OFF -DQUAZIP_BZIP2=OFF -DQUAZIP_FETCH_LIBS=OFF"
 
-# source_package NAME: unpacks the distribution's source package to $cache/src/NAME, unless there is such a folder. The
-# machine's list of repositories may lack source packages; it is the base of a list that has them.
+# source_package NAME: unpacks the distribution's source package to $cache/src/NAME, unless that folder exists. The
+# machine's list of repositories may lack source packages, so this function derives from it a list that has them.
 source_package() {
     [ ! -d "$cache/src/$1" ] || return 0
     mkdir -p "$cache/apt/lists/partial" "$cache/apt/none" "$cache/src"
@@ -48,7 +48,7 @@ source_package() {
     dpkg-source -x "$cache/src/${name}_"*.dsc "$cache/src/$name"
 }
 
-# recipe SOURCE OPTIONS: everything that a library depends on: version of the sources, compiler, options.
+# recipe SOURCE OPTIONS: prints everything that a library depends on: version of the sources, compiler, options.
 recipe() {
     (cd "$1" && dpkg-parsechangelog -S Source && dpkg-parsechangelog -S Version)
     dpkg-query -W g++-mingw-w64-i686-posix mingw-w64-i686-dev libz-mingw-w64-dev
@@ -87,7 +87,7 @@ build_quazip() {
     source_package libquazip1-qt5
     quazip_recipe=$(recipe "$quazip_source" "$quazip_options" && echo "$qt_recipe")
     ! made quazip "$quazip_recipe" || return 0
-    # There is no network library of Qt, which only QuaZip's own tests use; Qt's CMake files treat that as an error.
+    # This Qt has no network library. Only QuaZip's tests use it, but Qt's CMake files treat its absence as an error.
     sed -i 's/OPTIONAL_COMPONENTS Network Test)/)/' "$quazip_source/CMakeLists.txt"
     rm -rf "$cache/quazip" "$cache/build-quazip"
     # shellcheck disable=SC2086
@@ -99,7 +99,7 @@ build_quazip() {
     echo "$quazip_recipe" >"$cache/quazip.recipe"
 }
 
-# self_contained PROGRAM: fails if it needs a DLL that comes with the compiler or a library instead of Windows.
+# self_contained PROGRAM: fails if the program needs a DLL that belongs to the compiler or a library instead of Windows.
 self_contained() {
     for dll in $($target-objdump -p "$1" | sed -n 's/^\s*DLL Name: //p'); do
         [ -z "$(find "/usr/$target" "/usr/lib/gcc/$target" -iname "$dll")" ] ||

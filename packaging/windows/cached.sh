@@ -1,6 +1,6 @@
 #!/bin/sh
-# Exit status 0 if the libraries of the Windows program and the Wine for it are in the cache; making them takes longer
-# than all other checks together. Otherwise prints the first one that is missing.
+# Exit status 0 if the cache has the libraries of the Windows program and the Debian with Wine. Otherwise prints the
+# first part that is missing. Making the parts takes longer than all other checks together.
 cd "$(dirname "$0")/../.." || exit 1
 . packaging/windows/common.sh >/dev/null
 for part in qt.recipe quazip.recipe wine/ready wine/prefix.sh; do

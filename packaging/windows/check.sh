@@ -1,7 +1,8 @@
 #!/bin/sh
-# Runs what build.sh made under Wine, an implementation of Windows that knows nothing of this program: in name spaces of
-# this machine if it runs 32-bit programs, else in a virtual machine. Wine and an X server live in a small Debian in the
-# cache folder. Each check prints a line; the exit status is 0 if all hold. Pictures and logs go to build/windows/check.
+# Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. It and an
+# X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in namespaces
+# of this machine, otherwise in a virtual machine. Each check prints a line; the exit status is 0 if all checks hold.
+# Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
@@ -14,13 +15,13 @@ work=$root/check
 made=$build/packaging/windows
 results=$build/check
 package=$(echo "$build/release/$updater"-*.exe)
-limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # of the virtual machine, enough on a busy computer
-seed=${UPDATER_SEED:-$(date +%s)} # of the faults that it draws
+limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # for the virtual machine, enough on a busy computer
+seed=${UPDATER_SEED:-$(date +%s)} # draws the faults of matrix.sh
 
 [ -f "$package" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
 
-# runs_32_bit: whether this machine runs 32-bit programs, found out with the smallest one: an ELF header, one program
-# header, and nine bytes that exit with status 32.
+# runs_32_bit: whether this machine runs 32-bit programs. Tries a very small one: an ELF header, one program header, and
+# nine bytes that exit with status 32.
 runs_32_bit() {
     probe=$cache/runs-32-bit
     {
@@ -35,14 +36,14 @@ runs_32_bit() {
     [ "$status" -eq 32 ]
 }
 
-# run SCRIPT LOG: in the Debian with Wine. Succeeds if all its checks hold.
+# run SCRIPT LOG: runs the script in the Debian with Wine. Succeeds if all its checks hold.
 run() {
     if [ -n "$emulated" ]; then
         machine_disk "$image" "$root" 1000
         machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
     else
-        # On one processor: a transfer passes through five processes, and waking another processor for each takes longer
-        # than all their work.
+        # Uses one processor: a transfer passes through five processes, and to wake another processor for each takes
+        # longer than all their work.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
         machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" >"$2" 2>&1 || true
         grep -a -E '^(holds|FAILED|checks):|^\| ' "$2"
@@ -50,7 +51,7 @@ run() {
     fi
 }
 
-# fetch FOLDER TARGET: copies a folder out of the Debian with Wine, after run.
+# fetch FOLDER TARGET: copies a folder out of the Debian with Wine after the function run has ended.
 fetch() {
     if [ -n "$emulated" ]; then
         machine_take "$image" "$1" "$2"
@@ -70,19 +71,19 @@ make_prefix() {
     as_root cp packaging/windows/check/prefix.sh "$root"
 }
 
-# payload_start PACKAGE: the position of its payload, a gzip stream.
+# payload_start PACKAGE: prints the offset of the package's payload, a gzip stream.
 payload_start() {
     LC_ALL=C grep -obUaP '\x1f\x8b\x08\x00\x00\x00\x00\x00\x02' "$1" | head -n 1 | cut -d : -f 1
 }
 
-# unpack PACKAGE FOLDER
+# unpack PACKAGE FOLDER: unpacks the package's payload into the folder.
 unpack() {
     mkdir -p "$2"
     # gzip warns about the bytes that follow its stream.
     tail -c "+$(($(payload_start "$1") + 1))" "$1" | gzip -dc 2>/dev/null | tar -x -C "$2" -f -
 }
 
-# The checks of the files themselves.
+# Checks of the files, which start no program.
 is_the_package_with_devices() {
     unpack "$made/check_package.exe" "$results/package-with-devices"
     cmp "$results/package-with-devices/$updater.exe" "$results/with-devices.exe"
@@ -93,7 +94,7 @@ differs_in_one_name() {
         LC_ALL=C sed 's/STANDIN0[.]dll/SETUPAPI.dll/' "$results/with-devices.exe" | cmp - "$program"
 }
 
-# The load configuration of the header: its dependent load flags are those of the system's folder.
+# is_bound PROGRAM: whether the dependent load flags in the program's load configuration allow only the system's folder.
 is_bound() {
     base=$($target-objdump -p "$1" | sed -n 's/^ImageBase[[:space:]]*//p')
     entry=$($target-objdump -p "$1" | sed -n 's/^Entry a \([0-9a-f]*\) 00000048 .*/\1/p')
@@ -109,7 +110,7 @@ echo "$package"
 if runs_32_bit; then emulated=''; else emulated=1; fi
 install_packages zip
 machine_install
-# Wine finds the symbols of its title bars only in the folder of all fonts.
+# Wine finds the font with the symbols of its title bars only in the folder of all fonts.
 machine_debian "$root" "wine wine32 fonts-wine xvfb imagemagick zip" "dpkg --add-architecture i386" \
     "ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts"
 make_prefix
@@ -120,8 +121,8 @@ program=$results/released/$updater.exe
 unpack "$package" "$results/released"
 LC_ALL=C sed 's/SETUPAPI[.]dll/STANDIN0.dll/' "$program" >"$results/with-devices.exe"
 check "the program in the check is the released one, byte for byte" cmp "$program" "$build/app/$updater.exe"
-check "the program that meets devices differs in the one exchanged name only" differs_in_one_name
-check "its package contains the same program" is_the_package_with_devices
+check "the program in the checks with devices differs from the released one only in the name of one DLL" differs_in_one_name
+check "the package in the checks with devices contains the same program" is_the_package_with_devices
 for file in "$program" "$package"; do
     check "$(basename "$file") binds its libraries to the system's folder" is_bound "$file"
     check "$(basename "$file") contains no path of this machine" has_no_path_of_this_machine "$file"
@@ -132,7 +133,7 @@ as_root mkdir -p "$work/package" "$work/damaged" "$work/devices" "$work/devices-
 sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
 as_root cp "$package" "$work/package/package.exe"
-# The gzip stream in the package ends with the size of its contents.
+# Damages the last four bytes of the gzip stream in the package, which are the size of its contents.
 as_root cp "$package" "$work/damaged/package.exe"
 printf '\377\377\377\377' | as_root dd of="$work/damaged/package.exe" bs=1 conv=notrunc status=none \
     seek=$(($(payload_start "$package") + $(wc -c <"$made/package.tar.gz") - 4))

@@ -3,7 +3,7 @@
 
 . scripts/packages.sh
 
-# The cache of what takes long to make; outside the sources by default.
+# The folder that caches what takes long to make. By default it is outside the sources.
 cache=${UPDATER_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-windows}
 mkdir -p "$cache" || fail "Cannot create the folder $cache"
 cache=$(cd "$cache" && pwd)

@@ -1,6 +1,7 @@
 #!/usr/bin/perl
-# licences.pl texts|spdx QT-SOURCES QUAZIP-SOURCES PROGRAM-VERSION: all works that are linked into the Windows program,
-# with their licence texts, or as an SPDX list. Fails if Qt's sources name a work that this script does not know.
+# licences.pl texts|spdx QT-SOURCES QUAZIP-SOURCES PROGRAM-VERSION: prints all works that are linked into the Windows
+# program, either with their licence texts or as an SPDX list. Fails if Qt's sources name a work that this script does
+# not know.
 use strict;
 use warnings;
 use JSON::PP;
@@ -8,7 +9,7 @@ use JSON::PP;
 my ($format, $qt, $quazip, $program_version) = @ARGV;
 my $doc = '/usr/share/doc';
 
-# Works that Qt names in its sources: those that this build of Qt contains, and those that it leaves out.
+# Works that Qt's sources name: first those that this build of Qt contains, then those that it leaves out.
 my %is_linked = map { $_ => 1 } qw(
     aglfn doubleconversion easing freebsd grayraster harfbuzz-ng libpng md4 md5 pcre2 pcre2-sljit psl qtsciicodec
     rfc6234 sha1 sha3_endian sha3_keccak smooth-scaling-algorithm tinycbor unicode-character-database unicode-cldr
@@ -42,7 +43,7 @@ sub source_version {
     return $version;
 }
 
-# The works that Qt's sources name, as Qt's own documentation lists them.
+# Returns the linked works that Qt's sources name, from the files that Qt's own documentation uses.
 sub works_in_qt {
     my @works;
     for my $file (sort split /\n/, qx(find '$qt/src' -name qt_attribution.json)) {
@@ -99,7 +100,7 @@ END
     }
 }
 
-# SPDX 2.3, tag and value. A licence that is not in SPDX's list is NOASSERTION there; its text is in the other format.
+# Prints SPDX 2.3 as tags and values. A licence that SPDX does not list is NOASSERTION; print_texts prints its text.
 sub print_spdx {
     print <<"END";
 SPDXVersion: SPDX-2.3

@@ -1,5 +1,5 @@
-# Run by check.sh in the bare Debian: installs the package, starts the program on an X server, and removes the package
-# again, without what it depends on.
+# Run by check.sh in the bare Debian: installs the package, starts the program on an X server, and purges the package,
+# but not the packages that it depends on.
 cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive
@@ -20,7 +20,7 @@ colours() { [ "$(import -window root -format %k info: 2>/dev/null)" -gt 100 ] &&
 check "the start screen shows" within 60 colours
 check "the log says why there are no devices" within 30 sh -c \
     "grep -q '^No device can be seen: udev is not running' /tmp/run/ZEFO_VYNT_Firmware_Update_Logs/*.txt"
-check "the program continues" kill -0 $updater
+check "the program still runs" kill -0 $updater
 kill $updater
 purge() { dpkg --purge $program >purge.log; }
 check "the package is purged" purge

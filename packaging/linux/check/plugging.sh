@@ -1,4 +1,4 @@
-# Devices that come and go, and sessions that change, under the running program.
+# Plugs devices in and out and switches sessions while the program runs. Sourced by run.sh.
 
 descriptors() { find "/proc/$(process_of plugging)/fd" -mindepth 1 | wc -l; }
 descriptors_are() { [ "$(descriptors)" -eq "$1" ]; }
@@ -9,7 +9,8 @@ cycles() {
     done
 }
 count() { grep -c "$1: identify from transfer" pair.log; }
-# remember: while both devices are unplugged; identified_again: whether both were identified since.
+# remember: counts how often each device has been identified; call it while both are unplugged.
+# identified_again: whether both devices have been identified since then.
 remember() {
     echo report-again >&3
     known_transmitter=$(count transmitter)
@@ -27,13 +28,13 @@ check "the two consumer-control interfaces among the four are ignored" [ "$(cons
 unplug
 sleep 2
 before=$(descriptors)
-check "25 times both devices are unplugged and plugged in" cycles 25
+check "both devices are unplugged and plugged in 25 times" cycles 25
 unplug
 remember
 plug
-check "both devices are identified after them" within 60 identified_again
+check "after the 25 rounds both devices are identified" within 60 identified_again
 unplug
-check "no descriptor is left open after them" within 30 descriptors_are "$before"
+check "after the 25 rounds the program has as many open descriptors as before" within 30 descriptors_are "$before"
 
 /check/busybox chvt 2
 remember
@@ -46,19 +47,19 @@ check "the program still runs" runs plugging
 end_program plugging
 unplug
 
-# A program whose socket takes a few events only.
+# Starts a program with a small socket buffer, which holds only a few events.
 socket_bytes() { echo "$1" | tee /proc/sys/net/core/rmem_default >/proc/sys/net/core/rmem_max; }
 usual=$(cat /proc/sys/net/core/rmem_max)
 socket_bytes 8192
 start_program stopped
-check "a program with a small socket is started" within 60 logged stopped 'Looking firmware file'
+check "a program with a small socket buffer starts" within 60 logged stopped 'Looking firmware file'
 socket_bytes "$usual"
 kill -STOP "$(process_of stopped)"
 cycles 2
 unplug
 remember
 plug
-check "while it is stopped, the kernel drops events for it" within 60 events_were_lost
+check "while the program is stopped, the kernel drops events for it" within 60 events_were_lost
 kill -CONT "$(process_of stopped)"
-check "when it continues, it finds both devices" within 60 identified_again
+check "when the program continues, it finds both devices" within 60 identified_again
 end_program stopped

@@ -1,4 +1,4 @@
-# Purges the package while the pair is plugged in, and looks for what it leaves.
+# Purges the package while the pair is plugged in, and looks for files that remain. Sourced by run.sh.
 
 left_over() { find / -xdev \( -path /check -o -path /home -o -path /proc \) -prune -o -name "*$program*" -print; }
 nothing_is_left() { [ -z "$(left_over)" ] || { left_over | sed 's/^/| /'; false; }; }
@@ -6,5 +6,5 @@ nothing_is_left() { [ -z "$(left_over)" ] || { left_over | sed 's/^/| /'; false;
 purge() { dpkg --purge $program >>install.log; }
 check "the package is purged" purge
 check "the user may not open the devices any more" within 30 user_may_not_open
-check "no file of it is left" nothing_is_left
+check "no file of the package is left" nothing_is_left
 unplug

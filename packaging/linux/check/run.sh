@@ -1,5 +1,6 @@
-# Run in the virtual machine: the updater against the kernel's HID drivers, udev and logind. Prints a line for each
-# check, the log of a run that failed behind "| ", and "checks: all hold" at the end if that is so.
+# Run in the virtual machine: checks the updater with the kernel's HID drivers, udev and logind. Prints a line for each
+# check, and the log of a failed run with "| " before each line. The last line is "checks: all hold" or the number of
+# checks that do not hold.
 cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive
@@ -7,13 +8,13 @@ program=zefo-vynt-firmware-update
 mkdir -p /run/check pictures
 
 seconds() { cut -d ' ' -f 1 /proc/uptime; }
-# note TEXT...: prints the time of an event; not a check.
+# note TEXT...: prints an event and its time, without checking anything.
 note() { echo "| $(seconds) s: $*"; }
 
-# as_user COMMAND: runs it in the background of the session of the user at the screen.
+# as_user COMMAND: runs the command in the background, in the session of the user at the screen.
 as_user() { echo "$1" >/run/user/1000/commands; }
 
-# The pair without an updater; its commands go to descriptor 3.
+# start_pair: starts the program that simulates the pair; its commands go to descriptor 3.
 start_pair() {
     mkfifo commands
     ./pair /home/user/firmware.zip <commands >pair.log 2>&1 &

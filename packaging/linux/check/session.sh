@@ -1,4 +1,4 @@
-# The session of the user at the screen: an X server, a window manager, and what the user starts (as_user in run.sh).
+# The session of the user at the screen: an X server, a window manager, and the commands of as_user in run.sh.
 export DISPLAY=:7 LC_ALL=C.UTF-8
 Xvfb $DISPLAY -ac -screen 0 1024x768x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.2; done

@@ -1,8 +1,9 @@
-# The bench on the kernel's bus, as root: whole updates of both generations, and what a user does after a fault.
+# Runs the bench on the kernel's HID bus, as root: whole updates of both generations, and what a user does after a
+# fault. Sourced by run.sh.
 
 . /check/settings # rows, seed
 
-# bench NAME ARGUMENT...: the bench drives itself and judges; its log goes to NAME.log.
+# bench NAME ARGUMENT...: runs the bench, which drives the updater and judges the result; its log goes to NAME.log.
 bench() {
     name=$1
     shift
@@ -15,7 +16,7 @@ bench() {
 # logs NAME TEXT: whether NAME.log contains the text.
 logs() { grep -qF -- "$2" "$1.log"; }
 
-# equal NAME COUNT: whether the run had so many devices whose memory equals the image at the end.
+# equal NAME COUNT: whether NAME.log has COUNT updates after which the memory equals the image.
 equal() { [ "$(grep -c 'verdict: .* bytes compared, equal, no error' "$1.log")" -eq "$2" ]; }
 
 check "generation 1: a whole update of both at once" bench generation-1 --speed 4 --generation 1
@@ -23,18 +24,18 @@ check "generation 1: bytes equal" equal generation-1 2
 check "generation 2: a whole update of both at once" bench generation-2 --speed 4 --generation 2
 check "generation 2: bytes equal" equal generation-2 2
 
-# Early in a long download: a loss that is noticed after the last commit counts as a success.
-check "the cable is pulled in an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20 --fault-device headset
-check "that was in the download" logs vanish "vanished at transfer 20 (download)"
+# The fault comes early in a long download, because a loss that is noticed after the last commit counts as a success.
+check "the cable is pulled during an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20 --fault-device headset
+check "the cable was pulled in the download" logs vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" logs vanish "screen: failure report"
 check "plugged in again, the device is found in programming mode" logs vanish "headset: connected, in programming mode"
-check "it is repaired: bytes equal" equal vanish 3
+check "the second update repairs it: bytes equal" equal vanish 3
 check "a device that comes back on another port is updated" bench other-port --speed 4 --fault other-port
-check "it did come back there" logs other-port "fault: comes back on another port"
+check "the device did come back on the other port" logs other-port "fault: comes back on another port"
 check "other port: bytes equal" equal other-port 4
 
-note "the fault matrix"
+note "the fault matrix starts"
 check "$rows rows of the fault matrix, drawn by seed $seed, end as expected" \
     bench matrix --fault-matrix --sample "$rows" --seed "$seed" --speed 20
 sed 's/^/| /' matrix.log | tail -n 40
-note "the end of the rows"
+note "the fault matrix has ended"

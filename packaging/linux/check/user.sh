@@ -1,4 +1,4 @@
-# What a user does with the package and the program, by keyboard.
+# Does what a user does with the package and the program, by keyboard. Sourced by run.sh.
 
 key() { as_user "xdotool key --clearmodifiers $1"; }
 window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }
@@ -7,7 +7,7 @@ picture() { import -window root "pictures/$1.png"; }
 # press CONDITION...: moves the focus from button to button and presses, until the condition holds.
 press() {
     for _ in 1 2 3 4 5 6; do
-        sleep 2 # keys that come at once with a new screen press nothing
+        sleep 2 # a new screen ignores keys that arrive too early
         key space
         within 20 "$@" && return 0
         ! window Open || key Escape
@@ -34,7 +34,7 @@ memories_are_equal() {
 }
 suspended() { [ -s /run/check/suspended ]; }
 suspended_after_both() { [ "$(sort -n /run/check/suspended | head -n 1)" = 2 ]; }
-# Installs the package with a higher version, as the next release has it.
+# Installs the package with a higher version number, as if it were the next release.
 upgrade() {
     dpkg-deb --raw-extract /check/*.deb next &&
         sed -i 's/^Version: .*/&+1/' next/DEBIAN/control &&
@@ -44,12 +44,12 @@ upgrade() {
 }
 
 check "the pair is plugged in before the package is installed: four interfaces" plug
-check "the user may not open them" user_may_not_open
+check "the user may not open the devices" user_may_not_open
 install() { dpkg --install --force-unsafe-io /check/*.deb >install.log; }
 check "the package is installed" install
-check "now the user may open them, without plugging them in again" within 30 user_may_open
+check "now the user may open the devices without plugging them in again" within 30 user_may_open
 
-# Another program has the devices at first.
+# At first another program holds the devices.
 for node in $(nodes); do
     flock --exclusive --no-fork "$node" sleep infinity &
     holders="$holders $!"
@@ -58,7 +58,7 @@ start_program first
 check "while another program holds the devices, the log names it" \
     within 120 logged first '^/dev/hidraw[0-9]+, which is .*VID_7A31.*, is in use by sleep \(process [0-9]+\)'
 kill $holders
-check "once it has ended, both devices are identified" within 60 both_identified 1
+check "once that program has ended, both devices are identified" within 60 both_identified 1
 
 check "the user chooses the firmware archive by keyboard" choose_archive
 picture main-page
@@ -69,7 +69,7 @@ check "the user may open the devices in programming mode" within 120 user_may_op
 check "both devices are being programmed" within 120 both_are_programmed
 echo close >&3
 for what in sleep:idle shutdown handle-lid-switch; do
-    check "meanwhile $what is inhibited" inhibited $what
+    check "during the update $what is inhibited" inhibited $what
 done
 check "a second program logs that the first holds the devices" \
     within 120 logged second "is in use by zefo-vynt-firmw \(process $(process_of first)\)"
@@ -83,6 +83,6 @@ picture updated
 check "both memories equal the images" memories_are_equal
 check "nothing is inhibited any more" within 30 inhibits_nothing
 check "then the closed lid suspends the computer" within 60 suspended
-check "it did not while a device was updated" suspended_after_both
+check "the closed lid did not suspend the computer while a device was updated" suspended_after_both
 echo open >&3
 check "the user closes the report and the instructions by keyboard" press ended first

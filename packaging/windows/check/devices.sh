@@ -1,11 +1,11 @@
-# The program with a transmitter and a headset: simulated devices on a bus of ours. Everything between them and the program
-# is Wine's, except for one answer: these copies of the program import from a DLL that knows the names of enumerators
-# instead of SETUPAPI.dll. Sourced by run.sh.
+# Checks the program with a transmitter and a headset, simulated devices on the simulated bus. Everything between the
+# bus and the program is part of Wine, with one exception: instead of SETUPAPI.dll these copies of the program load a
+# stand-in, which knows the names of enumerators. Sourced by run.sh.
 
-# The installed version, as in pair.exe.
+# The version that the devices of pair.exe have before an update.
 installed=1.0.0.20240131.1207
 
-# start_pair GENERATION CHIP REVISION BYTES: new devices, unplugged, and their archive.
+# start_pair GENERATION CHIP REVISION BYTES: starts pair.exe with new, unplugged devices and makes an archive for them.
 start_pair() {
     rm -f commands
     mkfifo commands
@@ -27,17 +27,17 @@ end_pair() {
     wait $pair
 }
 
-# await TEXT [FROM]: waits until the devices have printed it after their line FROM; at most five minutes.
+# await TEXT [FROM]: waits at most five minutes until pair.exe has printed the text after its first FROM lines.
 await() {
     for _ in $(seq 3000); do
         ! tail -n "+$((${2:-0} + 1))" events.txt | grep -qF "$1" || return 0
         sleep 0.1
     done
-    echo "The devices do not print \"$1\"."
+    echo "pair.exe does not print \"$1\"."
     false
 }
 
-# devices COMMAND...: sends the command to the devices and waits until it is done.
+# devices COMMAND...: sends the command to pair.exe and waits until it is done.
 devices() {
     printed=$(wc -l <events.txt)
     echo "$*" >&9
@@ -57,18 +57,18 @@ end_program() {
     wait $program
 }
 
-# await_log LINE: waits until the log has it after its first $logged lines; at most ten minutes.
+# await_log LINE: waits at most ten minutes until the log has the line after its first $logged lines.
 await_log() {
     for _ in $(seq 6000); do
         ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
         sleep 0.1
     done
-    echo "The log does not devices \"$1\"."
+    echo "The log does not contain \"$1\"."
     false
 }
 
-# update RESULT RESULT: from the main page, by keyboard: the first button opens the file dialog, the next stop is the
-# release notes, the third is Update. The results are those in the log, for the transmitter and the headset.
+# update RESULT RESULT: starts an update from the main page by keyboard and waits until the log has the results of the
+# transmitter and the headset. The tab order is: the button that opens the file dialog, the release notes, Update.
 update() {
     logged=$(log | wc -l)
     tool keys "$title" tab tab space
@@ -88,24 +88,25 @@ memories_are_equal() {
         { cat verdicts.txt; false; }
 }
 
-# took DEVICE: the milliseconds from the first register written to the end of programming.
+# took DEVICE: prints the milliseconds from the first register written to the end of programming.
 took() {
     sed -n "s/^\[ *\([0-9]*\)\.\([0-9]*\)\] $1: \(configure\|final wait\) from .*/\1\2/p" events.txt |
         sed 's/^0*//' | { read -r first && read -r last && echo $((last - first)); }
 }
 
-# The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, for the transmitter 16 sectors, the last wait.
+# The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, 16 sectors (transmitter only), the final wait.
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
-# The percentage of all else. A virtual machine measures its host's load too. The headset has as many transfers as the
-# transmitter in a third of the time, all of them beside the transmitter's.
+# The percentages by which an update may take longer than the sum of its delays. They are higher in a virtual machine,
+# where the time also contains the load of the host. The percentage of the headset is higher, because it makes as many
+# transfers as the transmitter in a third of the time, always at the same time as the transmitter.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
     transmitter_percent=2 headset_percent=6
 fi
 
-# takes DEVICE DELAYS PERCENT: whether the update took at most that much more than the delays.
+# takes DEVICE DELAYS PERCENT: whether the update took at most PERCENT longer than DELAYS milliseconds.
 takes() {
     ms=$(took "$1")
     echo "| $1: $ms ms, the delays' sum is $2 ms, ratio $((ms * 1000 / $2)) of 1000"
@@ -116,7 +117,7 @@ both_take_their_time() {
     takes transmitter $transmitter_ms $transmitter_percent && takes headset $headset_ms $headset_percent
 }
 
-# In a virtual machine, once more if the host was busy.
+# Tries once more in a virtual machine, whose host may have been busy.
 both_take_their_time_at_last() {
     both_take_their_time || { [ -n "$emulated" ] && update_new_devices && both_take_their_time; }
 }
@@ -125,15 +126,15 @@ no_update_is_faster_than_its_delays() {
     [ "$(took transmitter)" -ge $transmitter_ms ] && [ "$(took headset)" -ge $headset_ms ]
 }
 
-# events DEVICE: its events since its last count, without times.
+# events DEVICE: prints the events of the device since its last command "count", without times.
 events() {
     sed -n "/done: count $1/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | grep -v "bytes compared"
 }
 
-# log_of NAME: the log's lines of one device, as the flasher names it.
+# log_of NAME: prints the log lines of one device, which the flasher calls NAME.
 log_of() { log | grep "^$1: "; }
 
-# commits NAME: the log's lines of the transfer of 64 KiB.
+# commits NAME: prints the lines that the log must have for the download of 64 KiB.
 commits() {
     for sector in 0 1 2 3 4 5 6 7 8 9 A B C D E F; do
         printf '%s\n' "$1: Downloading DATA to RAM" "$1: Resetting structure parameters" \
@@ -147,7 +148,7 @@ erasures() {
     done
 }
 
-# The log from the first packet on.
+# The lines that the log must have from the first erased sector on, or for the headset from the first packet on.
 transmitter_log() {
     erasures Transmitter
     echo "Transmitter: Start programming at address 0x0000"
@@ -180,14 +181,14 @@ check "both devices are identified, with their versions" \
     "headsetFirmwareVersion: 1.2.3"
 picture both-devices
 devices unplug headset
-check "without one of them the start screen is back" shows "No device detected."
+check "without the headset the start screen is back" shows "No device detected."
 picture one-device-unplugged
 devices plug headset
-check "plugged in again, it is identified" shows "headsetVersion: $installed"
+check "plugged in again, the headset is identified" shows "headsetVersion: $installed"
 end_program
 end_pair
 
-# update_new_devices: 64 KiB each, from the first generation on. Leaves the program and the devices running.
+# update_new_devices: updates new devices of generation 1 with 64 KiB each. The program and the devices keep running.
 update_new_devices() {
     [ ! -e running ] || { close_dialog; end_program; end_pair; }
     touch running
@@ -201,10 +202,10 @@ update_new_devices() {
     update finished finished
 }
 
-check "both devices are updated at once" update_new_devices
+check "both devices are updated at the same time" update_new_devices
 picture update-finished
 check "both memories are equal to their images" memories_are_equal
-check "the transmitter has its transfers and restarts in order" text_is "$(events transmitter)" "leave from transfer 1
+check "the transmitter goes through its phases and restarts in order" text_is "$(events transmitter)" "leave from transfer 1
 disconnected
 connected, in programming mode
 identify from transfer 2
@@ -215,7 +216,7 @@ commit from transfer 79
 final wait from transfer 395
 disconnected
 connected"
-check "the headset has its transfers and restarts in order" text_is "$(events headset)" "leave from transfer 1
+check "the headset goes through its phases and restarts in order" text_is "$(events headset)" "leave from transfer 1
 disconnected
 connected, in programming mode
 identify from transfer 2
@@ -271,7 +272,7 @@ devices plug headset
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 20
-check "a cable pulled in the download fails that device only" update finished "failed with code 1"
+check "a cable pulled during the download fails the update of that device only" update finished "failed with code 1"
 check "the cable is pulled in the download" await "vanished at transfer 20 (download)"
 picture update-failed
 close_dialog
@@ -281,8 +282,8 @@ picture failure-report
 tool keys "$title" tab space
 check "Back leads to the start screen, since a device is missing" shows "No device detected."
 devices plug headset
-check "plugged in again, in programming mode, it is identified" shows "headsetVersion: $installed"
-check "the second update repairs it" update finished finished
+check "plugged in again in programming mode, the headset is identified" shows "headsetVersion: $installed"
+check "the second update repairs the headset" update finished finished
 check "both memories are equal to their images" memories_are_equal
 close_dialog
 check "the pairing instructions are shown" shows "Success! Please pair devices."
@@ -295,21 +296,22 @@ devices plug headset
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 2
-check "a cable pulled during identification fails that device only" update finished "failed with code 3"
+check "a cable pulled during identification fails the update of that device only" update finished "failed with code 3"
 close_dialog
 end_program
 devices plug headset
 start_program devices $updater
-check "a device in programming mode at the start is identified out of its memory" \
+check "a device in programming mode is identified from its memory when the program starts" \
     shows "transmitterVersion: 1.2.3" "headsetVersion: $installed"
 picture programming-mode
-check "the update repairs it" update finished finished
+check "the update repairs the headset" update finished finished
 check "both memories are equal to their images" memories_are_equal
 close_dialog
 end_program
 end_pair
 
-# Threads of the pool end half a minute after their last work.
+# possessions_are TEXT: waits about a minute until the program has these handles and threads, since threads of the pool
+# end half a minute after their last work.
 possessions_are() {
     for _ in $(seq 60); do
         possessions=$(tool possessions "$title" | tr -d '\r')
@@ -327,9 +329,9 @@ sleep 40
 before=$(tool possessions "$title" | tr -d '\r')
 picture before-the-storm
 devices storm 100
-check "after 100 times plugging and unplugging both devices are identified" \
+check "after plugging and unplugging 100 times both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
-check "nothing is left over: $before" possessions_are "$before"
+check "handles and threads are as before: $before" possessions_are "$before"
 picture after-the-storm
 check "the window looks as before" pictures_are_equal before-the-storm after-the-storm
 end_program

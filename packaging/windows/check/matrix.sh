@@ -1,12 +1,13 @@
-# Eight faults of the bench's matrix, one of each kind that can happen behind the bus. The bench's table of expectations
-# judges each, and the next update must repair it. The variable "seed" decides devices, chips and transfers. Sourced by
-# run.sh.
+# Runs eight faults of the bench's matrix, one of each kind that devices on the simulated bus can have. The bench's
+# table of expectations judges each result, and the next update must repair the device. The variable "seed" decides
+# devices, chips and transfers. Sourced by run.sh.
 
-# fault_rows: lines of fault, device, chip, revision, transfer. Each device gets four of them, each chip two.
+# fault_rows SEED: prints lines of fault, device, chip, revision, transfer. Each device gets four faults, each chip two.
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # An answer matters in identification only, the first restart is at transfer 1.
+        # The numbers limit the transfer: answers matter during identification only, and the first restart is at
+        # transfer 1.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)
@@ -18,13 +19,14 @@ fault_rows() {
 
 results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
 
-# has_both_results: answers the question about an unknown firmware on the way.
+# has_both_results: whether the log has both results. Also answers the question about an unknown firmware if necessary.
 has_both_results() {
     ! tool shown Warning || tool keys Warning enter
     [ "$(results | wc -l)" -eq 2 ]
 }
 
-# run_update [COMMAND...]: the program from its start to the end of an update; before that the devices get the command.
+# run_update [COMMAND...]: plugs both devices in, starts the program, sends the command to pair.exe, and runs an update
+# to its end.
 run_update() {
     devices plug transmitter
     devices plug headset

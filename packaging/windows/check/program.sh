@@ -1,11 +1,11 @@
-# The program alone, its package, and its detector, without any device of ours. Sourced by run.sh.
+# Checks the program, its package and its detector without simulated devices. Sourced by run.sh.
 
 every_log_line_ends_with_cr_lf() {
     lines=$(cat "$logs"/*.txt | wc -l)
     [ "$lines" -gt 0 ] && [ "$(cat "$logs"/*.txt | grep -c "$(printf '\r')\$")" = "$lines" ]
 }
 
-# The program by itself.
+# The program without its package.
 wine $updater &
 program=$!
 check "the start screen shows" tool wait "$title"
@@ -18,7 +18,7 @@ tool command "$title" 0x20
 picture main-page
 check "Override changes the screen" picture_differs start-screen main-page
 tool keys "$title" space
-check "the main page is there: its first button opens the file dialog" tool wait "Open File"
+check "the main page is shown: its first button opens the file dialog" tool wait "Open File"
 picture file-dialog
 tool close "Open File"
 tool command "$title" 0x10
@@ -32,8 +32,8 @@ check "the log is in its folder, with CR LF line ends" every_log_line_ends_with_
 check "the log contains the program's folder" log_holds 'Application path:  "Z:/check"'
 rm -r "$logs"
 
-# The package, with the archive beside it. It removes a folder that an earlier package left behind, unless somebody holds
-# the folder open.
+# The package, with an archive in its folder. It removes a folder that an earlier package left behind, unless somebody
+# holds that folder open.
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }
 unpacked() { find "$temporary" -path '*{*' -name "$1"; }
 mkdir -p "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}" "$temporary/ZEFO_VYNT_Firmware_Update_{held}"
@@ -47,9 +47,9 @@ check "the package starts the program" tool wait "$title"
 check "the program is unpacked into one temporary folder" [ "$(unpacked $updater | wc -l)" -eq 1 ]
 check "the licences are unpacked beside it" [ "$(unpacked licences.txt | wc -l)" -eq 1 ]
 check "an earlier package's folder is gone" [ ! -e "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}" ]
-check "a folder that somebody holds open stays" [ -e "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
+check "a folder that somebody holds open remains" [ -e "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
 own=$(basename "$(dirname "$(unpacked $updater)")")
-check "nobody can rename or remove the folder meanwhile" wine holdfolder.exe refused "$windows_temporary\\$own"
+check "nobody can rename or remove the folder while the program runs" wine holdfolder.exe refused "$windows_temporary\\$own"
 picture start-screen-with-archive
 tool command "$title" 0x20
 check "the main page shows the archive" shows "fw.1.2"
@@ -63,7 +63,7 @@ check "the temporary folder is removed" [ "$(own_folders)" = "$temporary/ZEFO_VY
 kill $holder
 rm -r "$logs"
 
-# A package whose size bytes are damaged.
+# A package in which the size of the payload is damaged.
 message() { tool message "$title" | tr -d '\r' | grep . | head -n 1; }
 wine damaged/package.exe &
 package=$!
@@ -73,7 +73,7 @@ tool keys "$title" enter
 wait $package
 check "a damaged package ends with exit status 1" [ $? -eq 1 ]
 
-# The package as an administrator whose temporary folder is on a share: E:.
+# The package, started by an administrator whose temporary folder is on the network share E:.
 package_from_share() { wine cmd /c 'set TEMP=E:\& set TMP=E:\& package\package.exe'; }
 protected=$WINEPREFIX/drive_c/ProgramData
 package_from_share &
@@ -101,11 +101,11 @@ wine reg delete "$folders_key" /v "Common AppData" /f >/dev/null
 WINEDEBUG=+setupapi wine detectorcheck.exe 2 >detector.txt 2>setupapi.txt
 check "the detector starts and stops 100 times and leaves nothing behind" [ $? -eq 0 ]
 cat detector.txt
-check "it completes and ignores interfaces without enumerator name" \
+check "the detector completes and ignores interfaces without an enumerator name" \
     text_is "$(head -n 1 detector.txt | tr -d '\r')" "complete: 0 arrivals, 0 known"
 examined() {
     grep -A 5 "SetupDiGetDeviceInstanceIdW instance ID: .*VID_845E&PID_$1" setupapi.txt |
         grep -q 'SetupDiGetDeviceRegistryPropertyW .* prop 22,'
 }
-check "it examined the first interface" examined 0001
-check "it examined the second interface" examined 0002
+check "the detector examined the first interface" examined 0001
+check "the detector examined the second interface" examined 0002

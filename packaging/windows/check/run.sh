@@ -1,5 +1,5 @@
-# Run by check.sh inside the Debian that has Wine. Every check prints a line; the last one is "checks: all hold" or the
-# number that failed. Variables: "emulated" in a virtual machine, and "seed".
+# Run by check.sh inside the Debian that has Wine. Every check prints a line; the last line is "checks: all hold" or the
+# number of failed checks. Variables: "emulated" is set in a virtual machine; "seed" draws the faults of matrix.sh.
 cd /check || exit 1
 . ./checks.sh
 . ./wine.sh
@@ -12,23 +12,24 @@ updater=zefo-vynt-firmware-update.exe
 printf 'pcm.!default { type null }\nctl.!default { type null }\n' >"$HOME/.asoundrc"
 Xvfb $DISPLAY -screen 0 800x600x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.1; done
-# Wine's devices and services end with the last program, and programs that start meanwhile find only some of them. So one
-# program runs all the time.
+# Wine's devices and services end with the last program, and a program that starts while they end finds only some of
+# them. So one program runs all the time.
 sleep infinity | wine cmd >/dev/null 2>&1 &
 wine --version
 uname -sr | sed 's/^/Linux: /'
-# The updater's Qt loads it from there only.
+# The updater's Qt loads this DLL only from the system's folder.
 mv uiautomationcore.dll "$WINEPREFIX/drive_c/windows/system32"
 windows_temporary=$(wine cmd /c 'echo %TEMP%' | tr -d '\r')
 temporary=$(winepath -u "$windows_temporary")
 logs=$temporary/ZEFO_VYNT_Firmware_Update_Logs
 
 tool() { wine windowtool.exe "$@"; }
-# Wine starts its desktop with the first window. A program that does not wait for it long enough has no windows.
+# Wine starts its desktop with the first window. A program that does not wait long enough for the desktop has no
+# windows, so the script waits for it here.
 within 600 tool desktop
 window_text() { tool text "$title" | tr -d '\r'; }
 
-# shows TEXT...: whether the window shows all of these within two minutes.
+# shows TEXT...: whether the window shows all of these texts within two minutes.
 shows() {
     for _ in $(seq 240); do
         seen=$(window_text)
@@ -43,7 +44,7 @@ shows() {
     false
 }
 
-# picture NAME: of the screen, as soon as it no longer changes.
+# picture NAME: saves a picture of the screen as soon as the screen no longer changes.
 picture() {
     for _ in $(seq 50); do
         import -window root "pictures/$1.png"
@@ -55,7 +56,7 @@ picture() {
 }
 
 picture_differs() { ! cmp -s "pictures/$1.png" "pictures/$2.png"; }
-# Equal to the eye: Qt rounds the corners of a focused button differently each time, by one step of 255.
+# Ignores invisible differences: Qt draws the corners of a focused button differently each time, by one step of 255.
 pictures_are_equal() { [ "$(compare -metric AE -fuzz 1% "pictures/$1.png" "pictures/$2.png" null: 2>&1)" = 0 ]; }
 text_is() { [ "$1" = "$2" ] || { printf 'Got:\n%s\n' "$1"; false; }; }
 log() { cat "$logs"/*.txt | tr -d '\r'; }

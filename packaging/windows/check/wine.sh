@@ -1,4 +1,4 @@
-# Sourced by prefix.sh and run.sh, inside the Debian that has Wine: how Wine runs.
+# Sets up what Wine needs to run. Sourced by prefix.sh and run.sh inside the Debian that has Wine.
 
 mkdir -p /dev/shm
 mount -t tmpfs tmpfs /dev/shm
