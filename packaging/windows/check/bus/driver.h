@@ -19,8 +19,8 @@ struct Port
     PIRP handedOut;       ///< the transfer that the program is answering
 
     // Pending requests of the program.
-    PIRP change; ///< plug or unplug
-    PIRP next;
+    PIRP change; ///< waits until the device is plugged or unplugged
+    PIRP next;   ///< waits for the next transfer
 };
 
 enum class Role { Bus, Control, Child };
