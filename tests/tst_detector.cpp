@@ -106,6 +106,7 @@ void TestDetector::presentDevicesAreReportedBeforeCompletion()
                                  QStringLiteral("+7a31:6"), QStringLiteral("complete 3")};
     QVERIFY(f.start());
     QCOMPARE(f.recorder.waitFor(4), reports);
+    QCOMPARE(f.machine.faults.counted(SystemCall::SetupDiGetDeviceInstanceIdW), 1 + 2 + 3);
     QCOMPARE(f.recorder.last->name, std::wstring(L"HID-compliant vendor-defined device"));
     QVERIFY(!f.recorder.last->hasFriendlyName);
     QCOMPARE(
@@ -167,6 +168,14 @@ void TestDetector::eachStartHasItsOwnIdentities()
     QVERIFY(f.start({{0x7A31, 0x0006, InterfaceKind::Hid}}));
     QCOMPARE(f.recorder.waitFor(4), QStringList({QStringLiteral("+7a31:4"), QStringLiteral("complete 1"),
                                                  QStringLiteral("+7a31:6"), QStringLiteral("complete 1")}));
+    f.detector->stop();
+    f.tree.setInstallationPending(true);
+    QVERIFY(f.start({{0x7A31, 0x0004, InterfaceKind::Hid}}));
+    f.detector->stop(); // both devices are still queued
+    f.tree.setInstallationPending(false);
+    QVERIFY(f.start({{0x7A31, 0x0006, InterfaceKind::Hid}}));
+    QCOMPARE(f.recorder.waitFor(6).mid(4, 2),
+             QStringList({QStringLiteral("+7a31:6"), QStringLiteral("complete 1")}));
 }
 
 void TestDetector::aDeviceIsReportedOnceWhateverTheCaseOfItsPath()

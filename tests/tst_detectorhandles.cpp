@@ -31,6 +31,7 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
     f.detector->closeDevice(device); // does nothing: this is not a handle
     f.detector->closeDevice(first);
+    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath)); // it is not watched any more
     QVERIFY(CloseHandle(first));
     const HANDLE second = f.detector->openDevice(device, Access::Read, Access::Write, nullptr, 0);
     QVERIFY(second != INVALID_HANDLE_VALUE);

@@ -155,6 +155,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes()
     QCOMPARE(c.controller.deviceInstance(kind).vendorId, std::uint16_t(isProgramming ? 0x170D : 0x7A31));
     QVERIFY(!c.controller.isConnected(kind == Headset ? Transmitter : Headset));
     QCOMPARE(c.tree.openFileCount(), std::size_t(0));
+    TRY_VERIFY(c.controller.findChildren<QFutureWatcherBase*>().isEmpty());
     QVERIFY(device.refusals().empty());
     c.controller.stopDetection();
 }

@@ -208,7 +208,8 @@ void TestFlasher::theImageSetsGeometryRangeAndLengths_data()
     row("largest sizes", Transmitter, imageOf(300, 0xFF, 0x0F), "C457=00002000000000,C45E=00002000,r109");
     row("less than a chunk", Headset, imageOf(300, 0x0B, 0),
         "r109,C451=0010 p C454=0000 C p s1000 p p s2000");
-    row("one chunk", Headset, imageOf(4096, 0x0B, 0), "r124,s1000 p p s2000");
+    row("one chunk", Headset, imageOf(4096, 0x0B, 0),
+        "r124,D0F00 p s20 C44B=00000000 p C44F=64C7 p C451=0010 p C454=0000 C p s1000 p p s2000");
     row("two chunks", Headset, imageOf(8192, 0x0B, 0), "r145,C44B=00100000 p C44F=64C7 p C451=0010");
     row("whole sectors only", Transmitter, imageOf(8192, 0x0A, 0x36),
         "C44B=00100000 p C451=0100 p E p s4000 p D0000");
@@ -293,6 +294,7 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             QCOMPARE(run.place.transfer, run.hid->transfers); // the last transfer
             QVERIFY(!run.place.isFailed);
             QCOMPARE(run.tree.openFileCount(), std::size_t(0));
+            QVERIFY(run.image.isDetached()); // the flasher keeps no copy
         }
     }
 }

@@ -63,6 +63,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +U", {start, unknown, amber, gone, on});
     row("A2 +U +H", {main, unknown, amber, fits, on});
     row("Ah +U", {"start"_s, unknown, "~Unknown version>*No change"_s, gone, off});
+    row("A1 +U Ax", {"start"_s, unknown, "~Unknown version>*No change"_s, gone, off});
     row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // keeps the label's colour
     row("A1 +U -U +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H A1 A2 A1", {main, vynt1, fits, fits, on});

@@ -117,6 +117,7 @@ void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
     const DeviceType type = productId == 6 ? Headset : Transmitter;
     Attempt attempt(computer.path, type, "image");
     attempt.updater->flashDevice();
+    QCOMPARE(attempt.updater->findChildren<QProcess*>().size(), 1);
     QCOMPARE(computer.hid->transfers, 1);
     QCOMPARE(computer.hid->sent, QByteArray::fromHex("FF02000A").leftJustified(264, '\0'));
     TRY_VERIFY(tool.ran());

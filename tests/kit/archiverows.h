@@ -198,6 +198,7 @@ inline void addLargeImages()
     };
     const int headsetBytes = headsetEntry().packed.size();
     addRow("packed at the limit", both, packed(packedLimit - headsetBytes));
+    addRow("packed at the limit alone", transmitterOnly, packed(packedLimit));
     addRow("packed above the limit together", transmitterOnly, packed(packedLimit - headsetBytes + 1));
     addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
