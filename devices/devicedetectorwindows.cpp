@@ -5,9 +5,7 @@
 
 #include <cfgmgr32.h>
 
-#include "accessbits.h"
 #include "devicedetectorlistener.h"
-#include "devicehandle.h"
 #include "presentdevices_p.h"
 
 namespace {
@@ -100,56 +98,6 @@ void DeviceDetectorWindows::stop()
     const Guard guard(lock);
     knownDevices.clear();
     removedDevices.clear();
-}
-
-HANDLE DeviceDetectorWindows::openDevice(DeviceInstance* device, int access, int share,
-                                         SECURITY_ATTRIBUTES* security, DWORD flagsAndAttributes)
-{
-    const auto handle = open(device, access, share, security, flagsAndAttributes, false);
-    return handle ? handle->release() : INVALID_HANDLE_VALUE;
-}
-
-std::shared_ptr<DeviceHandle> DeviceDetectorWindows::lendDevice(DeviceInstance* device, int access, int share)
-{
-    return open(device, access, share, nullptr, 0, false);
-}
-
-std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device, int access, int share,
-                                                          SECURITY_ATTRIBUTES* security,
-                                                          DWORD flagsAndAttributes, bool isReopened)
-{
-    const DWORD desiredAccess = Access::desiredAccess(access);
-    const DWORD shareMode = Access::shareMode(share);
-    const Guard guard(lock);
-    const auto known = knownDevices.find(toLowerAscii(device->path));
-    // A new device may have the path of a removed one. The removed device's record must not open the
-    // new device.
-    if (known == knownDevices.end() || removedDevices.count(device))
-        return nullptr;
-    const HANDLE value = CreateFileW(device->path.c_str(), desiredAccess, shareMode, security, OPEN_EXISTING,
-                                     flagsAndAttributes, nullptr);
-    if (value == INVALID_HANDLE_VALUE)
-        return nullptr;
-    const auto handle = std::make_shared<DeviceHandle>(value);
-    DeviceInstance* const record = known->second.get();
-    handleNotifications.removeReopenedOf(record); // the new handle is watched instead
-    handleNotifications.add(window,
-                            {handle, isReopened, record, desiredAccess, shareMode, flagsAndAttributes});
-    return handle;
-}
-
-void DeviceDetectorWindows::closeDevice(HANDLE handle)
-{
-    const Guard guard(lock);
-    handleNotifications.remove(handle);
-}
-
-void DeviceDetectorWindows::takeBack(const DeviceHandle& handle)
-{
-    const Guard guard(lock);
-    // A handle that was closed for a removal stays watched until the outcome of the removal is known.
-    if (handle.isOpen())
-        handleNotifications.remove(handle);
 }
 
 void DeviceDetectorWindows::forget(DeviceInstance* removed)
@@ -291,39 +239,6 @@ void DeviceDetectorWindows::interfaceChange(WPARAM event, const DEV_BROADCAST_DE
     }
 }
 
-void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDLE& broadcast)
-{
-    if (event == DBT_DEVICEQUERYREMOVE) {
-        withdraw(broadcast);
-        return;
-    }
-    if (event != DBT_DEVICEQUERYREMOVEFAILED && event != DBT_DEVICEREMOVECOMPLETE)
-        return;
-    const Guard guard(lock);
-    const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // A handle that was opened after the query is still valid when the removal is refused.
-    if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
-        return;
-    const HandleRecord record = handleNotifications.take(*handle);
-    if (event == DBT_DEVICEQUERYREMOVEFAILED)
-        reopenDevice(record);
-    else
-        removeDevice(std::wstring(record.device->path)); // a copy, because the record is removed
-}
-
-/// Closes the handle at once, so that the removal can proceed.
-void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
-{
-    std::shared_ptr<DeviceHandle> handle;
-    {
-        const Guard guard(lock);
-        handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    }
-    // Closes it without the lock, because close() waits for a transfer in progress.
-    if (handle)
-        handle->close();
-}
-
 void DeviceDetectorWindows::workerThread()
 {
     const HANDLE events[] = {stopEvent, workEvent};
@@ -421,16 +336,4 @@ void DeviceDetectorWindows::removeDevice(const std::wstring& path)
         arrivalQueue.erase(arrivalQueue.begin());
         listener->deviceEnumerationComplete(knownDevices.size());
     }
-}
-
-/// Opens the device of a handle that was closed for a refused removal.
-/// @param closed  no longer in handleNotifications, because the new handle may have the old handle's value.
-void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
-{
-    // The stored mask has Win32's access bits. Its two low bits, which open() takes as Access::Bits, are 0,
-    // so the device is opened for queries only.
-    const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
-                               static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
-    if (reopened)
-        listener->deviceHandleChanged(closed.device, closed.handle->value(), reopened->value());
 }
