@@ -19,7 +19,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     titleFont.setPointSizeF(QFontInfo(titleFont).pointSizeF() * titleSizeRatio);
     ui->title->setFont(titleFont);
 
-    // A hidden picture keeps its space, so the text is at the top of a page without a picture, too.
+    // A hidden picture still takes up its space below the text, which would otherwise move down.
     QSizePolicy imagePolicy = ui->image->sizePolicy();
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);

@@ -44,7 +44,7 @@ FlashingDialog* flashingDialog()
     return qobject_cast<FlashingDialog*>(QApplication::activeModalWidget());
 }
 
-/// The dialog after the updates of all devices have ended; null if it is not open or the outcome is another.
+/// @return the dialog if all updates have ended and have failed or not as @p isFailed says; otherwise null.
 FlashingDialog* endedDialog(bool isFailed)
 {
     FlashingDialog* const dialog = flashingDialog();

@@ -72,8 +72,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // Waits even if the worker thread could not be created: stop() posts WM_QUIT, and a thread without a
-    // message queue cannot receive it.
+    // Waits even if the worker thread could not be created: stop() posts WM_QUIT to the notification thread,
+    // which cannot receive it before it has a message queue.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);

@@ -61,8 +61,8 @@ const std::vector<std::uint16_t>& transmitterProductIds();
 ImageOptions transmitter(int generation = 1, std::size_t size = ImageOptions().size);
 ImageOptions headset(std::size_t size = ImageOptions().size);
 
-/// @return @p options with the size of @p image, and for the memory that @p image is built for. Unchanged if
-/// @p image is too short.
+/// @return @p options with the size and the memory type of @p image. If @p image is too short, returns
+/// @p options unchanged.
 ImageOptions forMemoryOf(ImageOptions options, const std::vector<std::uint8_t>& image);
 
 std::vector<std::uint8_t> build(const ImageOptions& options);

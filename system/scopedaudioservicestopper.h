@@ -19,7 +19,7 @@ public:
 
     /// Stops the active dependent services, in the order in which the system lists them, then the audio
     /// service. There are three waits: for a stop that is already in progress, for all dependents together,
-    /// and for the audio service. Each ends at the first query after 30000 ms. If a dependent does not stop,
+    /// and for the audio service. Each gives up at the first query after 30000 ms. If a dependent does not stop,
     /// the remaining ones are skipped, and the audio service still gets the stop control.
     void stop();
 

@@ -17,7 +17,7 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-char handovers; // one address for all: it orders more than Qt does, never less
+char handovers; // one address for all, so ThreadSanitizer assumes at least the order that Qt guarantees
 
 template <typename Function>
 Function next(const char* symbol)

@@ -191,7 +191,7 @@ private:
         auto* const back = screen->findChild<QPushButton*>(QStringLiteral("backButton"));
         require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default");
 
-        // A screen reader reads the result with the button that has the focus.
+        // A screen reader reads the description of the button with the focus, so the result must be in it.
         const QString description = WindowState::accessibleText(close, QAccessible::Description);
         for (const char* const name : {"text", "transmitterInfoLabel", "headsetInfoLabel"}) {
             const auto* const label = screen->findChild<QLabel*>(QLatin1String(name));

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // a last detection then runs to the end, so that its leaks show
+constexpr int lastToggle = 7000;   // after this event detection runs to the end, so that its leaks show
 constexpr int eventsPerPause = 50; // in a pause all reports are handled
 
 /// A clock whose sleeps end at once. It keeps no record of them, so that memory use stays constant.
@@ -212,8 +212,8 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // Few requests are refused: those while the detector stops or a read ends, because the device can be
-        // open then without being watched.
+        // Few requests are refused: only those that come while the detector stops or a read ends. At these
+        // moments the device can be open without being watched.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
         QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified

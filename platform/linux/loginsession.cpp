@@ -33,8 +33,8 @@ bool LoginSession::require(EXECUTION_STATE required)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        // A separate lock, because a user may lack only this permission. It is requested last, so that a
-        // request that fails holds no lock.
+        // The lid has its own lock, because a user may lack only the permission for it. It is taken last, so
+        // that no lock stays held if the first one is refused.
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }

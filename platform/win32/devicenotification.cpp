@@ -14,8 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. Broadcasts that are in progress when it ends still arrive. Until
-/// then the value of its handle is not reused.
+/// A registration for device broadcasts. Broadcasts that are in progress when the registration ends still
+/// arrive. The value of its handle is not reused before they have arrived.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
