@@ -1,6 +1,7 @@
 # The session of the user at the screen: an X server, a window manager, and the commands of as_user in run.sh.
+# Xvfb -r turns key repeat off: on a slow computer a key that is pressed and released would repeat.
 export DISPLAY=:7 LC_ALL=C.UTF-8
-Xvfb $DISPLAY -ac -screen 0 1024x768x24 -nolisten tcp 2>/dev/null &
+Xvfb $DISPLAY -r -ac -screen 0 1024x768x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.2; done
 openbox &
 mkfifo "$XDG_RUNTIME_DIR/commands"
