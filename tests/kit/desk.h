@@ -96,8 +96,8 @@ struct Desk : PairedComputer
 
     void breakOffUpdate(DeviceType type)
     {
-        const auto hid = Utilities::openHidDeviceByPath(
-            pair.channelPath(type), AbstractHidDevice::ReadWriteBits, AbstractHidDevice::ReadWriteBits);
+        const auto hid =
+            Utilities::openHidDeviceByPath(pair.channelPath(type), Access::ReadWrite, Access::ReadWrite);
         QVERIFY(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
         TRY_VERIFY(pair.device(type).isProgramming() && pair.device(type).isSettled());
     }
