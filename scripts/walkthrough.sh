@@ -69,7 +69,7 @@ step cable-pulled 'Phase restore' 1
 press '^Updating...$' Return
 step failure-report 'Bytes to read' 1
 press "$bench_window" alt+h
-press "$updater" Tab Tab space
+press "$updater" Tab space
 step plugged-in-again 'Bytes to read' 1
 press "$bench_window" alt+r
 press "$updater" Tab Tab Return
