@@ -36,7 +36,7 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
                                      flagsAndAttributes, nullptr);
     if (value == INVALID_HANDLE_VALUE)
         return nullptr;
-    const auto handle = std::make_shared<DeviceHandle>(value);
+    auto handle = std::make_shared<DeviceHandle>(value);
     DeviceInstance* const record = known->second.get();
     handleNotifications.removeReopenedOf(record); // the new handle is watched instead
     handleNotifications.add(window,

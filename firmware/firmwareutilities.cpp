@@ -182,7 +182,7 @@ unsigned short getPid(ReadDataFunction reader)
 
 QString getVersion(ReadDataFunction reader)
 {
-    const QString none = QStringLiteral("");
+    QString none = QStringLiteral("");
     const auto [found, address, header] = findFile(versionFileId, reader);
     if (!found || header.size() < entryLengthEnd)
         return none;

@@ -151,7 +151,7 @@ void TestLogFile::theNewestTwentyLogsStay()
         const QString name = "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-2"_s);
         QFile file(logs.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.setFileTime(start.addSecs(-60 * age), QFileDevice::FileModificationTime));
+        QVERIFY(file.setFileTime(start.addSecs(qint64{-60} * age), QFileDevice::FileModificationTime));
         if (age <= 19)
             expected << name;
     }

@@ -116,6 +116,7 @@ void LinuxDeviceTree::left(const std::string& systemPath)
 void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
 {
     std::vector<std::shared_ptr<const DeviceNode>> removed;
+    removed.reserve(paths.size());
     for (const std::wstring& path : paths)
         removed.push_back(remove(path));
     for (const auto& former : removed) {

@@ -40,7 +40,9 @@ std::optional<std::string> lockHolder(const std::string& path)
             continue;
         std::string program;
         std::getline(std::ifstream("/proc/" + process + "/comm"), program);
-        return program.empty() ? "process " + process : program + " (process " + process + ")";
+        if (program.empty())
+            return "process " + process;
+        return program.append(" (process ").append(process).append(")");
     }
     return std::nullopt;
 }
