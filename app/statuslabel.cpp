@@ -35,7 +35,7 @@ QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
     for (int distance = 0;; ++distance) {
         for (const int shade : {desktopShade - distance, desktopShade + distance}) {
             const int inRange = std::clamp(shade, 0, 255);
-            const QColor background(inRange, inRange, inRange);
+            QColor background(inRange, inRange, inRange);
             if (contrast(text, background) >= requiredContrast)
                 return background;
         }
