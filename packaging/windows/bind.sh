@@ -22,7 +22,7 @@ number_at() {
 symbol=$($tools-nm "$program" | sed -n 's/ . __load_config_used$//p')
 [ -n "$symbol" ] || { echo "$program has no load configuration" >&2; exit 1; }
 base=$($tools-objdump -p "$program" | sed -n 's/^ImageBase[[:space:]]*//p')
-$tools-strip "$program"
+SOURCE_DATE_EPOCH=0 $tools-strip "$program" # no time of this run in the header
 header=$(number_at 60)
 directory=$((header + 24 + 96 + 10 * 8)) # skips signature, file header, optional header, 10 directories
 size=72                                  # of IMAGE_LOAD_CONFIG_DIRECTORY32

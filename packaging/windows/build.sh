@@ -7,6 +7,8 @@ cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
 
 jobs=$(nproc)
+# A base folder of ccache would change the names of source files in the program.
+export CCACHE_BASEDIR=
 qt_source=$cache/src/qtbase-opensource-src
 quazip_source=$cache/src/libquazip1-qt5
 # The parts of Qt that are left out: tabletevent because the distribution's sources lack a header for it, the others
@@ -112,7 +114,7 @@ make_release() {
     mkdir "$build/release"
     cp "$build/packaging/windows/$updater"-*.exe "$build/licences.txt" "$build/release"
     (cd "$build/release" && sha256sum -- * >../SHA256SUMS && mv ../SHA256SUMS .)
-    wc -c "$build/app/$updater.exe" "$build/release"/*.exe
+    wc -c "$build/packaging/windows/program/$updater.exe" "$build/release"/*.exe
 }
 
 # shellcheck disable=SC2086
@@ -127,6 +129,6 @@ cmake -G Ninja -S . -B "$build" --toolchain "$PWD/cmake/mingw-i686.cmake" -DCMAK
     -DCMAKE_CXX_FLAGS="$prefix_map" -DCMAKE_PREFIX_PATH="$cache/qt;$cache/quazip" -DUPDATER_SIGN="${UPDATER_SIGN:-}"
 cmake --build "$build"
 
-self_contained "$build/app/$updater.exe"
+self_contained "$build/packaging/windows/program/$updater.exe"
 self_contained "$build/packaging/windows/$updater"-*.exe
 make_release

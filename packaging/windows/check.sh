@@ -1,7 +1,8 @@
 #!/bin/sh
 # Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. It and an
 # X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in namespaces
-# of this machine, otherwise in a virtual machine. Each check prints a line; the exit status is 0 if all checks hold.
+# of this machine. Otherwise, or with UPDATER_EMULATE=1, it runs them in a virtual machine. Each check prints a line; the
+# exit status is 0 if all checks hold.
 # Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
@@ -14,11 +15,11 @@ image=$cache/wine.img
 work=$root/check
 made=$build/packaging/windows
 results=$build/check
-package=$(echo "$build/release/$updater"-*.exe)
+released=$(echo "$build/release/$updater"-*.exe)
 limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # for the virtual machine, enough on a busy computer
 seed=${UPDATER_SEED:-$(date +%s)} # draws the faults of matrix.sh
 
-[ -f "$package" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
+[ -f "$released" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
 
 # runs_32_bit: whether this machine runs 32-bit programs. Tries a very small one: an ELF header, one program header, and
 # nine bytes that exit with status 32.
@@ -45,8 +46,8 @@ run() {
         # Uses one processor: a transfer passes through five processes, and to wake another processor for each takes
         # longer than all their work.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
-        machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" >"$2" 2>&1 || true
-        grep -a -E '^(holds|FAILED|checks):|^\| ' "$2"
+        machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 |
+            tee "$2" | grep -a --line-buffered -E '^(holds|FAILED|checks):|^\| ' || true
         grep -q '^checks: all hold$' "$2"
     fi
 }
@@ -106,8 +107,8 @@ has_no_path_of_this_machine() {
     ! LC_ALL=C grep -obUaE "$PWD|$cache|$HOME/" "$1"
 }
 
-echo "$package"
-if runs_32_bit; then emulated=''; else emulated=1; fi
+echo "$released"
+if [ -z "${UPDATER_EMULATE:-}" ] && runs_32_bit; then emulated=''; else emulated=1; fi
 install_packages zip
 machine_install
 # Wine finds the font with the symbols of its title bars only in the folder of all fonts.
@@ -118,12 +119,13 @@ make_prefix
 rm -rf "$results"
 mkdir -p "$results"
 program=$results/released/$updater.exe
-unpack "$package" "$results/released"
+unpack "$released" "$results/released"
 LC_ALL=C sed 's/SETUPAPI[.]dll/STANDIN0.dll/' "$program" >"$results/with-devices.exe"
-check "the program in the check is the released one, byte for byte" cmp "$program" "$build/app/$updater.exe"
+check "the program in the check is the released one, byte for byte" cmp "$program" \
+    "$build/packaging/windows/program/$updater.exe"
 check "the program in the checks with devices differs from the released one only in the name of one DLL" differs_in_one_name
 check "the package in the checks with devices contains the same program" is_the_package_with_devices
-for file in "$program" "$package"; do
+for file in "$program" "$released"; do
     check "$(basename "$file") binds its libraries to the system's folder" is_bound "$file"
     check "$(basename "$file") contains no path of this machine" has_no_path_of_this_machine "$file"
 done
@@ -132,11 +134,11 @@ as_root rm -rf "$work"
 as_root mkdir -p "$work/package" "$work/damaged" "$work/devices" "$work/devices-package" "$work/pictures"
 sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
-as_root cp "$package" "$work/package/package.exe"
+as_root cp "$released" "$work/package/package.exe"
 # Damages the last four bytes of the gzip stream in the package, which are the size of its contents.
-as_root cp "$package" "$work/damaged/package.exe"
+as_root cp "$released" "$work/damaged/package.exe"
 printf '\377\377\377\377' | as_root dd of="$work/damaged/package.exe" bs=1 conv=notrunc status=none \
-    seek=$(($(payload_start "$package") + $(wc -c <"$made/package.tar.gz") - 4))
+    seek=$(($(payload_start "$released") + $(wc -c <"$made/package.tar.gz") - 4))
 as_root cp "$program" "$made/check"/*.exe "$made/check"/*.dll "$made/check/bus"/*.exe "$made/check/bus"/*.sys \
     "$made/check/pair"/*.exe packaging/windows/check/bus/simbus.inf packaging/checks.sh packaging/windows/check/*.sh "$work"
 as_root cp "$made/check"/*.dll "$made/check"/UninstallDevices_*.exe "$work/devices"

@@ -33,6 +33,7 @@ run_update() {
     start_program devices "$updater"
     shows transmitterVersion: headsetVersion:
     [ $# -eq 0 ] || devices "$@"
+    still
     tool keys "$title" tab tab space
     within 600 has_both_results
 }
@@ -40,7 +41,7 @@ run_update() {
 as_expected() {
     before=$(wc -l <events.txt)
     devices expectation
-    tail -n "+$((before + 1))" events.txt | sed -n 's/^\[[ 0-9.]*\] expected: //p' | sort >expected.txt
+    tail -n "+$((before + 1))" events.txt | tr -d '\r' | sed -n 's/^\[[ 0-9.]*\] expected: //p' | sort >expected.txt
     text_is "$(results)" "$(cat expected.txt)"
 }
 

@@ -55,6 +55,12 @@ picture() {
     rm pictures/again.png
 }
 
+# still: waits until the screen no longer changes.
+still() {
+    picture still
+    rm pictures/still.png
+}
+
 picture_differs() { ! cmp -s "pictures/$1.png" "pictures/$2.png"; }
 # Ignores invisible differences: Qt draws the corners of a focused button differently each time, by one step of 255.
 pictures_are_equal() { [ "$(compare -metric AE -fuzz 1% "pictures/$1.png" "pictures/$2.png" null: 2>&1)" = 0 ]; }
