@@ -19,8 +19,8 @@ public:
 
     /// Stops the active dependent services, in the order in which the system lists them, then the audio
     /// service. There are three waits: for a stop that is already in progress, for all dependents together,
-    /// and for the audio service. Each gives up at the first query after 30000 ms. If a dependent does not stop,
-    /// the remaining ones are skipped, and the audio service still gets the stop control.
+    /// and for the audio service. Each gives up at the first query after 30000 ms. If a dependent does not
+    /// stop, the remaining ones are skipped, and the audio service still gets the stop control.
     void stop();
 
     /// Starts the audio service if it is stopped or stopping. Waits until the service runs, but gives up if
