@@ -81,8 +81,8 @@ struct Sample
     const QString path;
 };
 
-/// @return the processor time of @p work, which other programs do not change. It is the whole cost of @p work,
-/// because one thread does the work and never waits.
+/// @return the processor time of @p work, which other programs do not change. It is the whole cost of
+/// @p work, because one thread does the work and never waits.
 double processorSeconds(const std::function<void()>& work)
 {
     const std::clock_t start = std::clock();
