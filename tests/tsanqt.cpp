@@ -69,12 +69,27 @@ bool QFutureWatcherBase::event(QEvent* event)
     return own(this, event);
 }
 
+void QFutureWatcherBase::waitForFinished()
+{
+    static const auto own = next<void (*)(QFutureWatcherBase*)>("_ZN18QFutureWatcherBase15waitForFinishedEv");
+    own(this);
+    __tsan_acquire(&handovers);
+}
+
 void QThreadPool::start(QRunnable* task, int priority)
 {
     static const auto own =
         next<void (*)(QThreadPool*, QRunnable*, int)>("_ZN11QThreadPool5startEP9QRunnablei");
     __tsan_release(&handovers);
     own(this, task, priority);
+}
+
+bool QThreadPool::waitForDone(int timeoutMs)
+{
+    static const auto own = next<bool (*)(QThreadPool*, int)>("_ZN11QThreadPool11waitForDoneEi");
+    const bool isDone = own(this, timeoutMs);
+    __tsan_acquire(&handovers);
+    return isDone;
 }
 
 bool QFutureInterfaceBase::isCanceled() const
