@@ -13,7 +13,7 @@ struct UpdateCandidate
     unsigned short imagePid = 0;  ///< 0 if the image's identity is unknown or there is no image
     bool hasImage = false;
 
-    /// Whether device and image are known to be of different kinds.
+    /// Whether the identities of both the device and the image are known and differ.
     [[nodiscard]] bool isIncompatible() const
     {
         return isConnected && imagePid != 0 && devicePid != 0 && devicePid != imagePid;
@@ -26,7 +26,7 @@ struct UpdateCandidate
         return isConnected && (devicePid == 0 || devicePid == imagePid) && hasImage;
     }
 
-    /// Whether the user must confirm the update of the device.
+    /// Whether the device's identity is unknown. The user must then confirm the update.
     [[nodiscard]] bool isIdentityUnknown() const { return isConnected && devicePid == 0; }
 };
 

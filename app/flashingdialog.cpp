@@ -49,7 +49,7 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // A stop task that still runs shares the stopper. Without this call the service would start only when
+    // A stop task that still runs also owns the stopper. Without start() the service would start only when
     // that task ends.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
@@ -126,7 +126,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // Devices that fail while they are being started have reported by now.
+    // Every device may already have failed, and reported that, while it was being started.
     endRunAfterLastReport();
 }
 

@@ -29,12 +29,12 @@ class FlashingDialogClass;
 /// service on a pool thread while they work. When all updaters have reported and the service is back, it
 /// restores the default audio endpoints. The computer stays awake until then.
 ///
-/// Escape and the window's X cancel the run while no device has been touched, do nothing while devices are
-/// being programmed, and do what Close does after the last report. The result is QDialog::Accepted if every
-/// device was updated; a cancelled run is rejected without an error code.
+/// Escape and a request to close the window cancel the run while no device has been touched, do nothing while
+/// devices are being programmed, and do what Close does after the last report. The result is
+/// QDialog::Accepted if every device was updated; a cancelled run is rejected without an error code.
 ///
 /// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
-/// and the updaters' worker threads have ended: a device that is being programmed is programmed to its end.
+/// and the updaters' worker threads have ended. It does not interrupt programming.
 class FlashingDialog : public QDialog
 {
     Q_OBJECT
@@ -54,7 +54,7 @@ public:
     QMap<DeviceType, int> errors() const;
 
 public Q_SLOTS:
-    /// Handles Escape and the window's X as described above.
+    /// Handles Escape and a request to close the window, as described above.
     void reject() override;
 
 private Q_SLOTS:

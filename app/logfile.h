@@ -5,9 +5,8 @@
 
 class QDateTime;
 
-/// The log of one run: while an object lives, every message of Qt's message logger, from any thread, becomes
-/// one line of its file, ended by CR LF and flushed at once. A line holds the message text only, without type
-/// or source context.
+/// The log of one run: while an object lives, the text of every message of Qt's message logger, from any
+/// thread, is written to its file, ended by CR LF and flushed at once. Type and source context are not.
 ///
 /// If no file can be created, or while the disk is full, messages are lost silently. There is one log per
 /// process at a time; create and destroy it on the main thread.

@@ -21,7 +21,7 @@ bool isOwn(const QFileInfo& folder)
     return folder.ownerId() == QFileInfo(ownFile.fileName()).ownerId();
 }
 
-/// Creates the folder if it is missing. @return whether only this user can write to it.
+/// Creates the folder if it is missing, and lets only this user write to it. @return whether this worked.
 bool prepare(const QString& path)
 {
     static_cast<void>(QDir().mkdir(path)); // fails if it exists

@@ -33,8 +33,8 @@ private:
     void showObstacle(const Compatibility& rules);
     bool isAnyInProgrammingMode() const;
     void showDeviceName();
-    /// Makes the versions and the obstacle the accessible description of the Update button, and of the button
-    /// that has the focus when the page appears.
+    /// Puts the versions and the obstacle into the accessible descriptions of two buttons: Update, and the
+    /// one that has the focus when the page appears.
     void describeUpdate();
 
     const Ui::MainWindowClass& ui;

@@ -210,7 +210,7 @@ void MainWindow::on_updateButton_clicked()
         return;
 
     runUpdate(*dialog);
-    // The dialog may have to wait for the audio service.
+    // The dialog's destructor may wait for the audio service, so the page is painted before.
     repaint();
     QApplication::setOverrideCursor(Qt::WaitCursor);
     dialog.reset();

@@ -20,7 +20,7 @@ namespace Ui {
 class MainWindowClass;
 }
 
-/// The application's only top-level window.
+/// The application's main window.
 ///
 /// Its central widget is one of two pages. The main page compares the connected devices with the loaded
 /// archive and starts an update. The info screen asks for devices, and after an update shows the pairing

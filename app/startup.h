@@ -25,7 +25,8 @@ bool isLaunchedByPackage(const QStringList& arguments);
 /// The folder of the parent process's executable, or the current working directory if that is unknown.
 QDir parentProcessDirectory();
 
-/// The absolute path of the first firmware archive ("*.zip", in upper or lower case) in @p directory, or "".
+/// The absolute path of the firmware archive ("*.zip", in upper or lower case) that the system lists first in
+/// @p directory, or "".
 QString findFirmwareArchive(const QDir& directory);
 
 } // namespace Startup

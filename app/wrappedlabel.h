@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <QStyle>
 
-/// A label of plain text that is always shown whole: it breaks lines between any two characters, and takes a
-/// smaller font if it has too little room.
+/// A label of plain text for any width: it breaks lines between any two characters. If the text has too
+/// little room, the label shrinks its font, down to 4 points.
 class WrappedLabel : public QLabel
 {
 public:

@@ -141,7 +141,7 @@ void DeviceControllerPrivate::stopDetection()
         read->waitForFinished();
 }
 
-/// Discards the results of reads that an earlier detection started.
+/// Discards the reads and the devices of an earlier detection.
 void DeviceControllerPrivate::forgetEarlierDetection()
 {
     const bool wasReading = !std::exchange(pendingReads, {}).isEmpty();

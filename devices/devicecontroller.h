@@ -20,8 +20,8 @@ public:
     void startDetection();
 
     /// Forgets all devices without reporting their removal, and ends detection. Waits for a transfer in
-    /// progress; after the return no device is open. A device whose identification is interrupted is still
-    /// reported as an arrival, but deviceInstance() returns a default record for it.
+    /// progress; after the return no device is open. If this interrupts an identification, deviceArrived()
+    /// still follows, but deviceInstance() then returns a default record.
     void stopDetection();
 
     /// Whether a device of kind @p type is connected; true even while it is being identified.

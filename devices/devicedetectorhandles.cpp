@@ -91,12 +91,13 @@ void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
         handle->close();
 }
 
-/// Opens the device of a handle that was closed for a refused removal.
-/// @param closed  no longer in handleNotifications, because the new handle may have the old handle's value.
+/// Opens a device again whose removal was refused.
+/// @param closed  the handle that was closed before. It is no longer in handleNotifications, because the new
+///     handle may have its value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // The stored mask has Win32's access bits. Its two low bits, which open() takes as Access::Bits, are 0,
-    // so the device is opened for queries only.
+    // The record holds CreateFileW's high access bits. open() expects Access::Bits, the two low bits, which
+    // are 0 here. So it opens the device for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

@@ -130,7 +130,7 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // The end marker stays queued, so completion is reported again after the next arrivals or removal.
+    // Here the end marker stays queued: the next arrival or removal reports completion once more.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// Kind of a device. The numbers are printed in diagnostics and error reports and order the maps keyed by it.
+/// Kind of a device. Diagnostics and error reports print the number, and maps sort their devices by it.
 enum DeviceType : std::int32_t {
     Unknown = 0,
     Transmitter = 1,

@@ -31,15 +31,16 @@ struct HandleRecord
 /// The handles that a detector watches because it has lent or reopened them. The detector's lock guards
 /// the object.
 ///
-/// The handles of two records may have the same value, because the system may reuse a closed handle's value
-/// before it reports whether the removal was refused. At most one of the two handles is open.
+/// The record of a handle that was closed for a removal stays until the system reports the removal's outcome.
+/// Meanwhile a new handle may get the same value. So two records may have one value, but at most one of their
+/// handles is open.
 class HandleNotifications
 {
 public:
     /// Adds a record and lets the system send broadcasts about its handle to @p window.
     void add(HWND window, HandleRecord record);
 
-    /// Finds the handle to which a broadcast refers by @p value and @p notification; null if there is none.
+    /// Finds the handle that a broadcast names by its @p value and @p notification; null if there is none.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
     /// Removes and returns the record of @p handle, which must have one.

@@ -65,8 +65,8 @@ wchar_t lowerAscii(wchar_t c)
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
-/// The value of the up to four lower-case hexadecimal digits after @p key; 0 if the key is missing. A
-/// character that is no digit counts as 0.
+/// Reads the number after @p key: up to four hexadecimal digits, in lower case. Any other character counts as
+/// the digit 0. Returns 0 if the key is missing.
 std::uint16_t parseHexAfterKey(const std::wstring& text, std::wstring_view key)
 {
     constexpr std::wstring_view digits = L"0123456789abcdef";

@@ -27,7 +27,7 @@ constexpr int copyChunkBytes = 4064;
 // archives whose entries share the same bytes, and packed blocks that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
-constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; at worst the window lays out a line per byte
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; each byte may be a line to lay out
 constexpr quint64 maxUnpackedBytes = maxEntryBytes + maxReleaseNotesBytes;
 constexpr quint64 maxPackedBytes = 16 * mebibyte;
 constexpr quint64 maxDirectoryBytes = mebibyte;

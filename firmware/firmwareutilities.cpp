@@ -18,7 +18,7 @@ constexpr unsigned short imageHeaderBytes = 5;
 constexpr int headerBlockLengthOffset = 3;
 
 // File entry.
-constexpr unsigned short entryHeaderReadBytes = 5; // one more than the header has
+constexpr unsigned short entryHeaderReadBytes = 5; // the header and one byte
 constexpr unsigned int entryHeaderBytes = 4;
 constexpr int entryLengthOffset = 1;
 constexpr int entryLengthEnd = entryLengthOffset + 2;

@@ -42,8 +42,10 @@ private:
 ///
 ///     version file (identifier 5): text from offset 4 to a ',' or to L - 1
 ///     USB descriptor file (0x0C, 0x35, 0x0D)
-///             4       1     N; (N - 9) / 6 records
-///             14      6     per record: descriptor type (1 device), -, offset counted from 14, length
+///             4       1     N; (N - 9) / 6 records of 6 bytes follow from offset 14
+///     record  0       1     descriptor type; 1 is the device descriptor
+///             2       2     the descriptor's offset, counted from 14
+///             4       2     the descriptor's length
 ///
 /// Both functions are reentrant, call the reader on the calling thread and throw nothing. The memory that
 /// they use does not depend on the image's size.

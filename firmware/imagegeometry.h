@@ -14,8 +14,8 @@ struct ImageGeometry
     /// Decodes the first two bytes of an image:
     ///
     ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, and each further step doubles it
-    ///             bits 4 to 7  page size: 1 is 4 bytes; the headset ignores bit 7
-    ///     byte 1  bits 0 to 3  size of the transmitter's sectors, encoded as the memory size
+    ///             bits 4 to 7  page size: 1 is 4 bytes, and so on; the headset ignores bit 7
+    ///     byte 1  bits 0 to 3  sector size of the transmitter: 1 is 128 bytes, and so on
     ///             bits 4 to 5  configuration bits
     static constexpr ImageGeometry decode(unsigned byte0, unsigned byte1)
     {

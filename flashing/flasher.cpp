@@ -34,7 +34,7 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// Parts of the announced maximum of the progress. The last chunk adds one step for each of its packets.
+// These steps add up to the maximum of the progress. The last chunk adds one more per full packet.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -235,7 +235,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // The result is ignored. The removal of the device sets the abort flag.
+        // A failure is ignored here: if the device was removed, the abort flag ends the run.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -305,7 +305,7 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// The results of writes are ignored. The removal of the device sets the abort flag.
+// The writes ignore failures: if the device was removed, the abort flag ends the run.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

@@ -42,8 +42,8 @@ public:
 
     virtual bool isOpen() const = 0;
 
-    /// Top-level usage page (HID Usage Tables), of which 0xFF00 to 0xFFFF are vendor-defined; 0 if it cannot
-    /// be read.
+    /// The usage page of the top-level collection; 0 if it cannot be read. The pages 0xFF00 to 0xFFFF are
+    /// vendor-defined (HID Usage Tables).
     virtual int usagePage() = 0;
 
     /// Sends @p report as one feature report.
@@ -52,8 +52,8 @@ public:
     virtual bool setFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
     /// Reads one feature report into @p report.
-    /// @param report  on entry as long as the wanted answer, with the report ID in byte 0; on success the
-    ///     answer, of the same length.
+    /// @param report  on entry it has the length of the wanted answer and the report ID in byte 0; on
+    ///     success it is the answer.
     /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if the
     ///         wanted answer is empty or too long for the device. The contents of @p report are then
     ///         unspecified, but its length is unchanged.

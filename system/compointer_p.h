@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So callers
-/// need not check for a COM call that succeeds (S_FALSE) without delivering an interface.
+/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So no check is
+/// needed after a COM call that returns S_FALSE and no interface.
 template <typename Interface>
 class ComPointer
 {

@@ -89,7 +89,7 @@ ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
 }
 
 /// Waits for a stop that is already in progress.
-/// @return whether the service still has to be stopped.
+/// @return false if the service has stopped, or if the wait failed or took too long.
 bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     const DWORD startTick = GetTickCount();
@@ -199,7 +199,7 @@ bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& stat
         Sleep(clampedWaitMs(status));
         if (!queryAudioStatus(service, status))
             return false;
-        // A stopped service has no wait hint, so only a pending stop can stall.
+        // The wait hint of a stopped service is 0, which would look like a stall.
         if (status.dwCurrentState == SERVICE_STOP_PENDING && watch.hasStalled(status)) {
             qDebug("Timeout waiting for service to stop");
             return false;

@@ -28,7 +28,7 @@ public:
 
     void enterPhase(Phase phase) { last.phase = phase; }
 
-    /// The place of the last transfer. If the last transfers have failed, the place of the first of them.
+    /// The place of the last transfer. If it failed, the place from which on every transfer failed.
     Place place() const { return lost.isFailed ? lost : last; }
 
     std::function<void(const Place&)> onFailure; ///< called after each transfer that failed

@@ -25,8 +25,7 @@ public:
     /// transfers. If the chip is not known, reads no image bytes and writes nothing to it.
     ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
-    /// Replaces @p data by the @p size bytes at image address @p address. Reads only the first 32 of
-    /// more bytes.
+    /// Replaces @p data by the @p size bytes of the image from @p address on. Reads at most 32 bytes.
     /// @return false if the range ends beyond the device's memory or a transfer fails.
     bool operator()(QByteArray& data, unsigned int address, unsigned short size);
 
