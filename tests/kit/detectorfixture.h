@@ -1,11 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "accessbits.h"
@@ -20,56 +18,44 @@
 constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006, 2};
 
-/// Writes down every report as a line of text.
+/// Writes down every report: "+7a31:4" for the arrival of product 4, "-4" for its removal, "reopened 4" for
+/// its reopened handle, "complete 2" for a completion with two devices.
 class ReportRecorder final : public DeviceDetectorListener
 {
 public:
     void deviceArrived(DeviceInstance* instance) override
     {
         last = instance;
-        addAlone(QStringLiteral("+%1:%2")
-                     .arg(instance->vendorId, 4, 16, QLatin1Char('0'))
-                     .arg(instance->productId));
+        add("+" + QByteArray::number(instance->vendorId, 16) + ':' + QByteArray::number(instance->productId));
     }
     void deviceRemoved(DeviceInstance* instance) override
     {
-        addAlone(QStringLiteral("-%1").arg(instance->productId));
+        add("-" + QByteArray::number(instance->productId));
     }
-    void deviceHandleChanged(DeviceInstance* instance, HANDLE, HANDLE newHandle) override
+    void deviceHandleChanged(DeviceInstance* instance, HANDLE, HANDLE) override
     {
-        reopened = newHandle;
-        addAlone(QStringLiteral("reopened %1").arg(instance->productId));
+        add("reopened " + QByteArray::number(instance->productId));
     }
     void deviceEnumerationComplete(std::size_t count) override
     {
-        add(QStringLiteral("complete %1").arg(count));
+        add("complete " + QByteArray::number(qulonglong(count)));
     }
 
     /// Waits until @p count reports have been made since the recorder was created, for patienceMs at most.
-    /// @return all reports.
-    QStringList waitFor(int count)
+    /// @return all reports except the first @p skipped ones, separated by commas.
+    QByteArray waitFor(int count, int skipped = 0)
     {
         std::unique_lock<std::mutex> lock(mutex);
         changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::milliseconds(patienceMs),
                            [&] { return reports.size() >= count; });
-        return reports;
+        return reports.mid(skipped).join(", ");
     }
 
-    std::function<void(const QString& report)> onReport; ///< called on the detector's threads
+    std::function<void(const QByteArray& report)> onReport; ///< called on the detector's threads
     DeviceInstance* last = nullptr;
-    HANDLE reopened = nullptr;
-    std::atomic<int> overlaps{0}; ///< overlaps between reports that the detector makes under its lock
 
 private:
-    void addAlone(const QString& report)
-    {
-        overlaps += inside.exchange(true) ? 1 : 0;
-        std::this_thread::yield();
-        add(report);
-        inside = false;
-    }
-
-    void add(const QString& report)
+    void add(const QByteArray& report)
     {
         {
             const std::lock_guard<std::mutex> guard(mutex);
@@ -80,10 +66,9 @@ private:
             onReport(report);
     }
 
-    std::atomic<bool> inside{false};
     std::mutex mutex;
     std::condition_variable changed;
-    QStringList reports;
+    QByteArrayList reports;
 };
 
 /// A computer with a detector, which has not been started, and a recorder of the detector's reports.
@@ -103,7 +88,8 @@ public:
         for (const HidIdentity& identity : identities)
             tree.plug(hidNode(identity));
         const int reports = static_cast<int>(identities.size()) + 1;
-        return start() && recorder.waitFor(reports).size() == reports ? recorder.last : nullptr;
+        const QByteArray completion = "complete " + QByteArray::number(reports - 1);
+        return start() && recorder.waitFor(reports).endsWith(completion) ? recorder.last : nullptr;
     }
 
     ReportRecorder recorder;

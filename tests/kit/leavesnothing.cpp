@@ -1,6 +1,43 @@
 #include "leavesnothing.h"
 
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
 #include "openobjects.h"
+
+namespace {
+
+std::atomic<std::size_t> liveBlocks{0};
+
+} // namespace
+
+// The linker uses these operators in the whole program, Qt included.
+
+void* operator new(std::size_t size)
+{
+    void* const block = std::malloc(size);
+    if (!block)
+        throw std::bad_alloc();
+    ++liveBlocks;
+    return block;
+}
+
+void operator delete(void* block) noexcept
+{
+    liveBlocks -= block ? 1 : 0;
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
+std::size_t liveBlockCount()
+{
+    return liveBlocks;
+}
 
 void LeavesNothing::init()
 {

@@ -2,6 +2,9 @@
 
 #include <QtTest>
 
+/// The number of memory blocks from `new` that are in use in this process. Callable on any thread.
+std::size_t liveBlockCount();
+
 /// A base for tests: a test function fails if it changes the number of open handles or leaves a COM object.
 class LeavesNothing : public QObject
 {
