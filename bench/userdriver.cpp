@@ -9,7 +9,6 @@
 #include <QPushButton>
 
 #include "eventlog.h"
-#include "firmwareupdater.h"
 #include "flashingdialog.h"
 #include "infoscreen.h"
 #include "mainwindow.h"
@@ -39,38 +38,10 @@ void clickLater(QPushButton* button)
     QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
 }
 
-FlashingDialog* flashingDialog()
-{
-    return qobject_cast<FlashingDialog*>(QApplication::activeModalWidget());
-}
-
-/// @return the dialog if all updates have ended and have failed or not as @p isFailed says; otherwise null.
-FlashingDialog* endedDialog(bool isFailed)
-{
-    FlashingDialog* const dialog = flashingDialog();
-    const bool isEnded =
-        dialog && dialog->findChild<QPushButton*>(QStringLiteral("closeButton"))->isEnabled();
-    return isEnded && dialog->errors().isEmpty() != isFailed ? dialog : nullptr;
-}
-
 } // namespace
 
 UserDriver::UserDriver(MainWindow& mainWindow)
     : window(mainWindow)
-    , stops{
-          {nullptr, messageBox, [this] { answer(); }},
-          {"updating",
-           [] { return flashingDialog() && isWellUnderWay(*flashingDialog()) ? flashingDialog() : nullptr; },
-           [] {}},
-          {"updated", [] { return endedDialog(false); }, [this] { closeDialog(*flashingDialog()); }},
-          {"update-failed", [] { return endedDialog(true); }, [this] { closeDialog(*flashingDialog()); }},
-          {"start-screen", [this] { return isStartScreen() ? &window : nullptr; }, [] {}},
-          {"pairing-instructions", [this] { return resultScreen(false) ? &window : nullptr; },
-           [this] { end(false); }},
-          {"failure-report", [this] { return resultScreen(true) ? &window : nullptr; },
-           [this] { end(true); }},
-          {"main-page", [this] { return readyMainPage(); }, [this] { requestUpdate(); }},
-      }
 {
     connect(&timer, &QTimer::timeout, this, &UserDriver::look);
 }
@@ -92,28 +63,11 @@ bool UserDriver::isStartScreen() const
     return screen && screen->closeButton()->isHidden() && !QApplication::activeModalWidget();
 }
 
-/// @return the failure report if @p isFailed, otherwise the pairing instructions; null if an update has not
-///         ended with that screen or the screen is not shown.
-InfoScreen* UserDriver::resultScreen(bool isFailed) const
-{
-    auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
-    const bool isResult = screen && isUpdating && !screen->closeButton()->isHidden();
-    return isResult && screen->backButton()->isHidden() != isFailed && !QApplication::activeModalWidget()
-               ? screen
-               : nullptr;
-}
-
 QWidget* UserDriver::mainPage() const
 {
     const bool isInfoScreen = dynamic_cast<InfoScreen*>(window.centralWidget()) != nullptr;
     const bool isBusy = window.findChild<QProgressBar*>()->isVisible();
     return isInfoScreen || isBusy || QApplication::activeModalWidget() ? nullptr : &window;
-}
-
-QWidget* UserDriver::readyMainPage() const
-{
-    const auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
-    return updateButton && updateButton->isEnabled() && !isUpdating ? mainPage() : nullptr;
 }
 
 void UserDriver::pressUpdate()
@@ -123,47 +77,67 @@ void UserDriver::pressUpdate()
 
 void UserDriver::look()
 {
-    if (const FlashingDialog* const dialog = flashingDialog())
-        watchUpdaters(*dialog);
-    if (tour.empty()) {
-        const auto stop =
-            std::find_if(stops.begin(), stops.end(), [this](const Stop& one) { return isAt(one); });
-        if (stop != stops.end())
-            stop->act();
+    if (tour.empty())
+        update();
+    else
+        followTour();
+}
+
+void UserDriver::followTour()
+{
+    const Stop& stop = tour[reached];
+    QWidget* const screen = stop.screen();
+    if (!screen)
         return;
-    }
-    if (!isAt(tour[reached]))
-        return;
-    tour[reached].act();
+    if (stop.name)
+        Q_EMIT screenSeen(QLatin1String(stop.name), screen);
+    stop.act();
     if (++reached < tour.size())
         return;
     timer.stop();
     Q_EMIT tourEnded();
 }
 
-bool UserDriver::isAt(const Stop& stop)
+void UserDriver::update()
 {
-    QWidget* const screen = stop.screen();
-    if (screen && stop.name)
-        Q_EMIT screenSeen(QLatin1String(stop.name), screen);
-    return screen != nullptr;
+    if (QMessageBox* const box = messageBox()) {
+        answer(*box);
+        return;
+    }
+    if (auto* const dialog = qobject_cast<FlashingDialog*>(QApplication::activeModalWidget())) {
+        follow(*dialog);
+        return;
+    }
+    const auto* const screen = dynamic_cast<InfoScreen*>(window.centralWidget());
+    const auto* const updateButton = window.findChild<QPushButton*>(QStringLiteral("updateButton"));
+    if (isUpdating && screen && !screen->closeButton()->isHidden())
+        end(!screen->backButton()->isHidden());
+    else if (!isUpdating && updateButton && updateButton->isEnabled() && mainPage())
+        requestUpdate();
 }
 
-void UserDriver::answer()
+void UserDriver::answer(QMessageBox& box)
 {
-    QMessageBox& box = *messageBox();
     auto* const button = box.defaultButton() ? box.defaultButton() : box.buttons().first();
     Q_EMIT happened(QStringLiteral("message: %1 | answer: %2").arg(box.text(), button->text()));
     button->click();
 }
 
-void UserDriver::closeDialog(FlashingDialog& dialog)
+/// Follows the progress bars, and closes the dialog when all updates have ended.
+void UserDriver::follow(FlashingDialog& dialog)
 {
+    auto* const closeButton = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
+    if (!closeButton->isEnabled()) {
+        if (isWellUnderWay(dialog))
+            Q_EMIT screenSeen(QStringLiteral("updating"), &dialog);
+        return;
+    }
+    Q_EMIT screenSeen(dialog.errors().isEmpty() ? QStringLiteral("updated") : QStringLiteral("update-failed"),
+                      &dialog);
     noteResult(dialog, DeviceType::Transmitter);
     noteResult(dialog, DeviceType::Headset);
     Q_EMIT happened(QStringLiteral("user: Close"));
-    watchedUpdaters.clear();
-    clickLater(dialog.findChild<QPushButton*>(QStringLiteral("closeButton")));
+    clickLater(closeButton);
 }
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
@@ -181,28 +155,11 @@ void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
     Q_EMIT happened(QStringLiteral("%1: %2").arg(nameOf(type), text));
 }
 
-void UserDriver::watchUpdaters(const FlashingDialog& dialog)
-{
-    for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
-        auto* const updater = dialog.findChild<FirmwareUpdater*>(nameOf(type) + QStringLiteral("Updater"));
-        if (!updater || watchedUpdaters.contains(updater))
-            continue;
-        watchedUpdaters.insert(updater);
-        connect(updater, &FirmwareUpdater::progressRangeChanged, this, [this, type] {
-            if (!runTimer.isValid())
-                runTimer.start();
-            startedMs[type] = runTimer.elapsed();
-        });
-        connect(updater, &FirmwareUpdater::flashingFinished, this, [this, type] {
-            outcome.runMs = runTimer.elapsed();
-            outcome.devices[type].programmingMs = outcome.runMs - startedMs[type];
-        });
-    }
-}
-
 void UserDriver::end(bool isFailed)
 {
     isUpdating = false;
+    Q_EMIT screenSeen(isFailed ? QStringLiteral("failure-report") : QStringLiteral("pairing-instructions"),
+                      &window);
     if (isFailed)
         outcome.report = labelText(*window.centralWidget(), "text");
     Q_EMIT happened(isFailed ? QStringLiteral("screen: failure report: ") + outcome.report.simplified()
@@ -212,12 +169,12 @@ void UserDriver::end(bool isFailed)
 
 void UserDriver::requestUpdate()
 {
+    Q_EMIT screenSeen(QStringLiteral("main-page"), &window);
     Q_EMIT happened(
         QStringLiteral("user: Update (transmitter %1 -> %2, headset %3 -> %4)")
             .arg(labelText(window, "transmitterVersion"), labelText(window, "transmitterFirmwareVersion"),
                  labelText(window, "headsetVersion"), labelText(window, "headsetFirmwareVersion")));
     isUpdating = true;
-    runTimer.invalidate();
     outcome = {};
     Q_EMIT updateRequested();
     pressUpdate();

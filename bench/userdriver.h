@@ -3,17 +3,13 @@
 #include <functional>
 #include <vector>
 
-#include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
-#include <QSet>
 #include <QTimer>
 
 #include "deviceinstance.h"
 
-class FirmwareUpdater;
 class FlashingDialog;
-class InfoScreen;
 class MainWindow;
 class QMessageBox;
 class QWidget;
@@ -26,14 +22,12 @@ struct Outcome
         int errorCode = 0;
         QString text; ///< result that the dialog shows for the device
         bool isBarFull = false;
-        qint64 programmingMs = 0; ///< time from its announced progress range to the report of its end
     };
     QMap<DeviceType, Device> devices; ///< the devices that took part
     QString report;                   ///< the failure report; empty if the pairing instructions are shown
-    qint64 runMs = 0;                 ///< time from the first announced progress range to the last report
 };
 
-/// A screen of the updater, and what the user does there.
+/// A screen of the updater, and what the user does there on a tour.
 struct Stop
 {
     const char* name;                 ///< name of its picture; null if no picture is taken
@@ -81,24 +75,18 @@ Q_SIGNALS:
 
 private:
     void look();
-    bool isAt(const Stop& stop);
-    InfoScreen* resultScreen(bool isFailed) const;
-    QWidget* readyMainPage() const;
-    void answer();
+    void followTour();
+    void update();
+    void answer(QMessageBox& box);
     void requestUpdate();
-    void closeDialog(FlashingDialog& dialog);
-    void watchUpdaters(const FlashingDialog& dialog);
+    void follow(FlashingDialog& dialog);
     void noteResult(const FlashingDialog& dialog, DeviceType type);
     void end(bool isFailed);
 
     MainWindow& window;
-    const std::vector<Stop> stops; ///< stops of an update
-    std::vector<Stop> tour;        ///< empty if the driver updates
-    std::size_t reached = 0;       ///< number of stops of the tour that were reached
+    std::vector<Stop> tour;  ///< empty if the driver updates
+    std::size_t reached = 0; ///< number of stops of the tour that were reached
     QTimer timer;
-    bool isUpdating = false;                ///< true from the press on Update to the screen with the result
-    QSet<FirmwareUpdater*> watchedUpdaters; ///< updaters of the open dialog
-    QElapsedTimer runTimer;                 ///< runs from the first announced progress range on
-    QMap<DeviceType, qint64> startedMs;     ///< when each device announced its range, by `runTimer`
-    Outcome outcome;                        ///< outcome of the last update
+    bool isUpdating = false; ///< true from the press on Update to the screen with the result
+    Outcome outcome;         ///< outcome of the last update
 };

@@ -145,6 +145,7 @@ public:
         : setup(pairFor(imageBytes))
         , clock(speed)
     {
+        pair.device(DeviceType::Transmitter).onPhase = [this](Phase phase) { notePhase(phase); };
         pair.plugIn();
         window.setFirmwareFilePath(archivePath);
         window.show();
@@ -167,15 +168,23 @@ public:
     }
 
 private:
+    /// Measures the programming of the transmitter. Called on the updater's thread.
+    void notePhase(Phase phase)
+    {
+        const auto now = std::chrono::steady_clock::now();
+        if (phase == Phase::Configure)
+            configured = now;
+        else if (phase == Phase::FinalWait)
+            programming = now - configured;
+    }
+
     void finish(const Outcome& outcome)
     {
         print("stall-ms", probe.longest());
         printPeakMemory();
-        print("run-ms", static_cast<double>(outcome.runMs));
-        print("transmitter-delays-ms",
-              static_cast<double>(
-                  Verdict::programmingDelaysMs(DeviceType::Transmitter, setup.transmitterImage) +
-                  Verdict::restartDelayMs));
+        print("programming-ms", programming.count());
+        print("delays-ms", static_cast<double>(Verdict::programmingDelaysMs(DeviceType::Transmitter,
+                                                                            setup.transmitterImage)));
         bool areEqual = outcome.report.isEmpty();
         for (const DeviceType type : outcome.devices.keys()) {
             const auto& image = type == DeviceType::Transmitter ? setup.transmitterImage : setup.headsetImage;
@@ -185,6 +194,8 @@ private:
     }
 
     const SimulatedPair::Setup setup;
+    std::chrono::steady_clock::time_point configured;
+    std::chrono::duration<double, std::milli> programming{};
     ScaledClock clock;
     SimulatedMachine machine{&clock};
     const ScopedMachine scope{machine};
