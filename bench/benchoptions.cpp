@@ -27,7 +27,6 @@ struct Switch
 };
 
 constexpr Switch switches[] = {
-    {"archive", "FILE", "", "The firmware archive to load; without it a sample archive is built."},
     {"generation", "N", "1", "The product generation, from 1 on."},
     {"chip", "ID", "12", "The chip's identifier, such as 12."},
     {"revision", "N", "2", "The chip's revision, such as 2."},
@@ -100,10 +99,8 @@ void checkKernelBus(const BenchOptions& options)
         rejectArguments(QStringLiteral("the kernel's time is not virtual"));
     if (options.takesTour)
         rejectArguments(QStringLiteral("the tour of the screens needs the simulated computer"));
-    if (options.fault == Fault::RefuseOpen)
-        rejectArguments(QStringLiteral("refuse-open has no effect with --bus uhid: root may open anything"));
     if (options.fault && descriptionOf(*options.fault).needsLayer)
-        rejectArguments(QStringLiteral("the kernel knows no orderly removal"));
+        rejectArguments(QStringLiteral("this fault needs the simulated computer"));
 }
 
 void readChip(const QCommandLineParser& parser, BenchOptions& options)
@@ -157,7 +154,6 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
         rejectArguments(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
 
     BenchOptions options;
-    options.archivePath = parser.value(QStringLiteral("archive"));
     options.generation = number(parser, QStringLiteral("generation"), 1,
                                 static_cast<int>(ImageBuilder::transmitterProductIds().size()));
     readChip(parser, options);

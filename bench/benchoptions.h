@@ -11,7 +11,6 @@
 /// The options of the bench's command line.
 struct BenchOptions
 {
-    QString archivePath; ///< empty: the bench builds a sample archive
     int generation = 1;
     int chipId = 12;
     int revision = 2;

@@ -8,7 +8,6 @@
 
 #include "archivebuilder.h"
 #include "eventlog.h"
-#include "firmwarecontroller.h"
 #include "firmwareupdater.h"
 #include "kernelcomputer.h"
 #include "mainwindow.h"
@@ -21,6 +20,12 @@ constexpr int unexpected = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 constexpr int reenumerationTimeoutMs = 30000; // how long the updater waits for a device
 
+/// The version in the archive that the updater loads first.
+QString firstVersion()
+{
+    return QStringLiteral("1.2.3");
+}
+
 } // namespace
 
 BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
@@ -30,6 +35,9 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     , fault(options.fault)
     , log(eventLog)
     , logLine([this](const std::string& text) { log.add(QString::fromStdString(text)); })
+    , archivePath(folder.filePath(QStringLiteral("vynt-firmware-%1.zip").arg(firstVersion())))
+    , images{{DeviceType::Transmitter, imageOf(DeviceType::Transmitter, options.generation, firstVersion())},
+             {DeviceType::Headset, imageOf(DeviceType::Headset, options.generation, firstVersion())}}
     , scaledClock(options.speed)
     , machine(options.fast ? static_cast<Clock*>(&virtualClock) : &scaledClock)
     , kernelComputer(options.onKernelBus ? std::make_unique<KernelComputer>(machine, logLine) : nullptr)
@@ -47,7 +55,7 @@ bool BenchRun::prepare()
         logLine("cannot plug devices into the kernel: " + obstacle);
         return false;
     }
-    if (!prepareArchive())
+    if (!makeArchive(archivePath, options.generation, firstVersion()))
         return false;
     preparePair();
     if (!options.takesTour)
@@ -56,39 +64,25 @@ bool BenchRun::prepare()
     return true;
 }
 
-bool BenchRun::prepareArchive()
+std::vector<std::uint8_t> BenchRun::imageOf(DeviceType type, int generation, const QString& version) const
 {
-    archivePath = options.archivePath;
-    if (archivePath.isEmpty()) {
-        archivePath = folder.filePath(QStringLiteral("vynt-firmware-1.2.3.zip"));
-        if (!makeArchive(archivePath, options.generation, QStringLiteral("1.2.3")))
-            return false;
-    }
-    FirmwareController archive;
-    archive.setFilePath(archivePath);
-    for (const DeviceType type : bothTypes)
-        images[type] = bytesOf(archive.firmware(type));
-    if (archive.fileBaseName().isEmpty())
-        log.add(QStringLiteral("not a firmware archive: %1").arg(archivePath));
-    return !archive.fileBaseName().isEmpty();
+    ImageOptions image =
+        type == DeviceType::Transmitter ? ImageBuilder::transmitter(generation) : ImageBuilder::headset();
+    image.size = options.imageBytes;
+    image.version = version.toStdString();
+    image.seed = qHash(version);
+    return ImageBuilder::build(image);
 }
 
 bool BenchRun::makeArchive(const QString& path, int generation, const QString& version) const
 {
-    const auto build = [&](ImageOptions image, DeviceType type) {
-        image.size = options.imageBytes;
-        image.version = version.toStdString();
-        image.seed = qHash(version);
-        return ImageBuilder::build(ImageBuilder::forMemoryOf(image, images[type]));
-    };
     const QByteArray notes = "Version " + version.toUtf8() +
                              "\n\n"
                              "- Clearer voice in noisy rooms\n"
                              "- The headset finds its transmitter faster after a pause\n"
                              "- Corrected: a click at the end of a call\n";
-    const auto entries =
-        ArchiveBuilder::release(build(ImageBuilder::transmitter(generation), DeviceType::Transmitter),
-                                build(ImageBuilder::headset(), DeviceType::Headset), notes);
+    const auto entries = ArchiveBuilder::release(imageOf(DeviceType::Transmitter, generation, version),
+                                                 imageOf(DeviceType::Headset, generation, version), notes);
     if (ArchiveBuilder::write(path, entries))
         return true;
     log.add(QStringLiteral("cannot write %1").arg(path));
@@ -131,9 +125,9 @@ void BenchRun::startUpdater()
 
 void BenchRun::drive()
 {
-    qint64 longestMs = 120000;
+    qint64 longestMs = 160000; // for all but the programming, which both devices may do twice
     for (const DeviceType type : bothTypes)
-        longestMs += 2 * (Verdict::programmingDelaysMs(type, images[type]) + Verdict::restartDelayMs);
+        longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
         log.add(QStringLiteral("verdict: the update timed out"));
         Q_EMIT finished(unexpected);

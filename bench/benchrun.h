@@ -27,8 +27,8 @@ public:
     BenchRun(const BenchOptions& benchOptions, EventLog& eventLog);
     ~BenchRun() override;
 
-    /// Makes the devices, the updater's window and, unless the options name one, the archive.
-    /// @return false, with the reason logged, if the archive or the bus is not usable.
+    /// Makes the archive, the devices and the updater's window.
+    /// @return false, with the reason logged, if the archive cannot be written or the bus is not usable.
     [[nodiscard]] bool prepare();
 
     /// Starts to use the updater as a user would; finished() reports the end.
@@ -47,7 +47,7 @@ public:
     };
     const FaultOutcome& faultOutcome() const { return outcomeOfFault; }
 
-    /// Writes an archive at @p path whose images fit the devices' memories.
+    /// Writes a sample archive at @p path.
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
 Q_SIGNALS:
@@ -57,7 +57,7 @@ Q_SIGNALS:
     void finished(int exitCode);
 
 private:
-    bool prepareArchive();
+    std::vector<std::uint8_t> imageOf(DeviceType type, int generation, const QString& version) const;
     void preparePair();
     void startUpdater();
     void takeTour();
@@ -79,9 +79,9 @@ private:
     FaultOutcome outcomeOfFault;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread
-    QTemporaryDir folder;
-    QString archivePath;
-    QMap<DeviceType, std::vector<std::uint8_t>> images; ///< from the first archive; may be empty
+    const QTemporaryDir folder;
+    const QString archivePath;                                ///< of the archive that the updater loads first
+    const QMap<DeviceType, std::vector<std::uint8_t>> images; ///< the images in that archive
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;

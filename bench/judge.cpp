@@ -76,8 +76,7 @@ QStringList Judge::complaints(const Outcome& outcome) const
         const std::string verdict = Verdict::text(before[type], scene.pair.device(type).memory(), *image);
         scene.log.add(
             QStringLiteral("verdict: %1: %2, %3").arg(nameOf(type), QString::fromStdString(verdict), error));
-        if (!image->empty())
-            all << complaintsAbout(type, device);
+        all << complaintsAbout(type, device);
     }
     all.removeAll(QString());
     return all;

@@ -12,6 +12,7 @@ constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
 constexpr std::size_t unreadTailBytes = 4; // the updater includes the header in a version file's length
 
+constexpr std::uint8_t headerBlockBytes = 11; // length of the block between header and file table
 constexpr std::size_t memoryUnit = 64;
 constexpr std::uint8_t sizeCodeBits = 0x0F; // bits of the geometry's first byte
 
@@ -115,9 +116,8 @@ ImageOptions forMemoryOf(ImageOptions options, const Bytes& image)
 
 Bytes build(const ImageOptions& options)
 {
-    Bytes image{options.geometry[0], options.geometry[1], 0, low(options.headerBlockBytes),
-                high(options.headerBlockBytes)};
-    image.resize(image.size() + options.headerBlockBytes, 0x33);
+    Bytes image{options.geometry[0], options.geometry[1], 0, headerBlockBytes, 0};
+    image.resize(image.size() + headerBlockBytes, 0x33);
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
         image.insert(image.end(), entry.begin(), entry.end());
     image.resize(image.size() + 5, endOfTable); // readers of an entry's header read one byte more

@@ -22,7 +22,6 @@ struct ImageOptions
     /// - 2 bits: configuration
     /// - 4 bits: a code; a sector has 64 << code bytes (transmitter only)
     std::array<std::uint8_t, 2> geometry{};
-    std::size_t headerBlockBytes = 11; ///< length of the block between header and file table
 
     std::string version = "1.2.3";
     std::uint16_t vendorId = 0x7A31;

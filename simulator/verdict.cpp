@@ -40,8 +40,6 @@ std::optional<std::size_t> Verdict::firstDifference(const std::vector<std::uint8
 std::string Verdict::text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
                           const std::vector<std::uint8_t>& image)
 {
-    if (image.empty())
-        return versionOf(memory) + ", no image in the archive";
     std::string comparison = "equal";
     if (const auto offset = firstDifference(memory, image)) {
         char text[40];

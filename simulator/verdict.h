@@ -29,7 +29,4 @@ int commits(const std::vector<std::uint8_t>& image); ///< number of commits in a
 /// milliseconds.
 std::int64_t programmingDelaysMs(DeviceType type, const std::vector<std::uint8_t>& image);
 
-/// How long the updater waits after the end-of-programming request, in milliseconds.
-constexpr std::int64_t restartDelayMs = 10000;
-
 } // namespace Verdict
