@@ -2,8 +2,7 @@
 
 #include "fuzztarget.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
+#include <QTemporaryFile>
 
 #include "firmwarecontroller.h"
 #include "firmwareutilities.h"
@@ -12,28 +11,6 @@
 namespace {
 
 constexpr int maxReleaseNotes = 1024 * 1024;
-
-/// A file in memory that has a path.
-class MemoryFile
-{
-public:
-    MemoryFile()
-        : file(memfd_create("archive", MFD_CLOEXEC))
-    {
-    }
-
-    void write(const std::uint8_t* data, std::size_t size) const
-    {
-        FuzzTarget::require(ftruncate(file, 0) == 0 &&
-                                pwrite(file, data, size, 0) == static_cast<ssize_t>(size),
-                            "cannot write the input");
-    }
-
-    QString path() const { return QStringLiteral("/proc/self/fd/%1").arg(file); }
-
-private:
-    const int file;
-};
 
 /// @return whether an image for @p type is loaded. Ends the process if the image is incomplete.
 bool holds(const FirmwareController& controller, DeviceType type)
@@ -59,15 +36,17 @@ bool holds(const FirmwareController& controller, DeviceType type)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const FuzzTarget::SilentLog silence;
-    static const MemoryFile file;
-    file.write(data, size);
+    static QTemporaryFile file;
+    const QByteArray archive = FuzzTarget::lend(data, size);
+    FuzzTarget::require(file.open() && file.resize(0) && file.write(archive) == archive.size(),
+                        "cannot write the input");
+    file.close();
     FirmwareController controller;
     int failed = 0;
     int loaded = 0;
     QObject::connect(&controller, &FirmwareController::loadingFailed, [&failed] { ++failed; });
     QObject::connect(&controller, &FirmwareController::loadedSuccessfully, [&loaded] { ++loaded; });
-    controller.setFilePath(file.path());
+    controller.setFilePath(file.fileName());
     FuzzTarget::require(failed + loaded == 1, "not exactly one signal");
 
     const bool holdsTransmitter = holds(controller, DeviceType::Transmitter);

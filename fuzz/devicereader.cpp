@@ -73,7 +73,6 @@ private:
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const FuzzTarget::SilentLog silence;
     HidFixture f;
     const LyingChip chip(*f.hid, data, size);
     const auto device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::Read);

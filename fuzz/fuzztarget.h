@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include <QByteArray>
-#include <QLoggingCategory>
+#include <QtGlobal>
 
 /// Runs a fuzz target on one input. Ends the process if the input reveals a fault.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -23,12 +23,5 @@ inline QByteArray lend(const std::uint8_t* data, std::size_t size)
 {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<int>(size));
 }
-
-/// Keeps the log off the terminal.
-class SilentLog
-{
-public:
-    SilentLog() { QLoggingCategory::setFilterRules(QStringLiteral("default=false")); }
-};
 
 } // namespace FuzzTarget

@@ -29,7 +29,7 @@ run() {
     program=build/fuzz/fuzz/fuzz_$1
     log=build/fuzz/findings/$1.log
     mkdir -p "build/fuzz/corpus/$1" build/fuzz/findings
-    LC_ALL=C.UTF-8 LLVM_PROFILE_FILE="build/fuzz/$1.profraw" "$program" -max_total_time="$seconds" -max_len=8192 \
+    LC_ALL=C.UTF-8 QT_LOGGING_RULES=default=false LLVM_PROFILE_FILE="build/fuzz/$1.profraw" "$program" -max_total_time="$seconds" -max_len=8192 \
         -timeout=30 -rss_limit_mb=2048 -malloc_limit_mb=200 -print_final_stats=1 \
         -artifact_prefix="build/fuzz/findings/$1-" "build/fuzz/corpus/$1" "fuzz/corpus/$1" 2>"$log"
     status=$?
