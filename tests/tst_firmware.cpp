@@ -1,45 +1,22 @@
-// Tests how the firmware library identifies devices, inspects images, decodes image text and loads archives.
+// Tests how the firmware library identifies devices, inspects images and decodes image text.
 
 #include <random>
 #include <vector>
 
 #include <QtTest>
 
-#include "archivebuilder.h"
-#include "firmwarecontroller.h"
 #include "firmwareutilities.h"
-#include "imagebuilder.h"
 #include "imagetext.h"
 #include "imagetextreference.h"
 #include "smallimage.h"
 #include "utilities.h"
 
-using Entries = std::vector<ArchiveEntry>;
-Q_DECLARE_METATYPE(Entries)
-
 namespace {
-
-QStringList logLines;
-
-using FileEntry = std::vector<std::uint8_t>;
 
 FileEntry patched(FileEntry entry, int offset, const std::string& replacement)
 {
     std::copy(replacement.begin(), replacement.end(), entry.begin() + offset);
     return entry;
-}
-
-QByteArray imageOf(const std::vector<FileEntry>& entries)
-{
-    ImageOptions options;
-    options.size = 0;
-    options.entries = entries;
-    return toByteArray(ImageBuilder::build(options));
-}
-
-ArchiveEntry file(const char* name, const QByteArray& contents)
-{
-    return {QString::fromLatin1(name), contents};
 }
 
 /// Decodes @p text in two pieces, of which the first ends at offset @p cut.
@@ -51,22 +28,6 @@ QByteArray decoded(const QByteArray& text, int cut = 0)
     return isAccepted ? decoder.takeImage() : QByteArray();
 }
 
-/// Loads an archive. @return both PIDs, generation and release notes in one line, or "" if loading fails.
-QString load(FirmwareController& controller, const QString& path)
-{
-    const QSignalSpy failed(&controller, &FirmwareController::loadingFailed);
-    const QSignalSpy loaded(&controller, &FirmwareController::loadedSuccessfully);
-    controller.setFilePath(path);
-    const QString state = QStringLiteral("%1 %2 %3 %4")
-                              .arg(controller.pid(DeviceType::Transmitter))
-                              .arg(controller.pid(DeviceType::Headset))
-                              .arg(controller.deviceTypeName(), controller.releaseNotes());
-    const bool isEmpty = state == QStringLiteral("0 0  ") && controller.fileBaseName().isEmpty();
-    if (failed.count() + loaded.count() != 1 || isEmpty != (failed.count() == 1))
-        return QStringLiteral("wrong signals");
-    return isEmpty ? QString() : state;
-}
-
 } // namespace
 
 class TestFirmware : public QObject
@@ -74,15 +35,6 @@ class TestFirmware : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY(folder.isValid());
-        path = folder.filePath(QStringLiteral("fw.1.2.zip"));
-        qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& message) { logLines << message; });
-    }
-    void cleanup() { logLines.clear(); }
-
     void allThreeFieldsDistinguishIdentities()
     {
         const auto hid = InterfaceKind::Hid;
@@ -161,6 +113,7 @@ private Q_SLOTS:
         table("first device record alone", {patched(patched(second, 14, "\1"), 16, "\xFF\xFF")}, "/0");
         table("descriptor of another type", {patched(usb, 27, "\2")}, "/0");
         table("descriptor ends within the product", {patched(usb, 18, "\x0B")}, "/0");
+        table("descriptor ends with the product", {patched(usb, 18, "\x0C")}, "/4");
         table("descriptor of no length", {patched(usb, 18, std::string(1, '\0'))}, "/0");
     }
     void versionAndProductAreReadFromImages()
@@ -248,89 +201,6 @@ private Q_SLOTS:
         }
         QVERIFY2(good > 10000 && good < 90000, "the texts do not cover both outcomes");
     }
-
-    void archivesLoadOrFail_data()
-    {
-        QTest::addColumn<Entries>("entries");
-        QTest::addColumn<QString>("outcome");
-        const auto row = [](const char* name, const Entries& entries, const char* outcome) {
-            QTest::newRow(name) << entries << QString::fromLatin1(outcome);
-        };
-        const QByteArray tx = imageText(4);
-        const QByteArray tx2 = imageText(3);
-        const ArchiveEntry headset = file("h.ef", imageText(6));
-        row("release", {file("t.ff", tx), headset, file("n.txt", "New.\r\n")}, "4 6 VYNT1 New.\r\n");
-        row("generation 2 alone", {file("a/b.ef", tx2)}, "3 0 VYNT2 ");
-        row("notes in a folder, marked", {file("d/n.txt", "\xEF\xBB\xBF\xC3\xA9"), headset}, "0 6  \xE9");
-        row("notes with another suffix as well", {file("x.TXT", "no"), file("n.txt", "yes"), headset},
-            "0 6  yes");
-        row("two notes", {file("n.txt", ""), file("d/n.txt", ""), headset}, "");
-        row("two transmitters", {file("a.ff", tx), file("b.ef", tx2), headset}, "");
-        row("unknown product as well", {file("x.ff", imageText(5)), headset}, "0 6  ");
-        row("unknown product alone", {file("x.ff", imageText(5))}, "");
-        row("bad line", {file("t.ff", "word\n" + tx), headset}, "0 6  ");
-        row("other suffixes", {file("t.FF", tx), file("t.ff/", ""), file("t.ff.bak", tx), headset}, "0 6  ");
-        const auto image = [](const std::vector<FileEntry>& table) {
-            return file("t.ff", ArchiveBuilder::imageText(bytesOf(imageOf(table))));
-        };
-        const FileEntry usb = ImageBuilder::usbDescriptorEntry(0x0C, 0x7A31, 4);
-        row("smallest image", {image({ImageBuilder::versionEntry("1,"), usb})}, "4 0 VYNT1 ");
-        row("no version", {image({ImageBuilder::versionEntry(","), usb})}, "");
-        row("no product", {image({ImageBuilder::versionEntry("1,")})}, "");
-    }
-    void archivesLoadOrFail()
-    {
-        QFETCH(Entries, entries);
-        QFETCH(QString, outcome);
-        QVERIFY(ArchiveBuilder::write(path, entries));
-        FirmwareController controller;
-        QCOMPARE(load(controller, path), outcome);
-        QCOMPARE(controller.fileBaseName(), outcome.isEmpty() ? QString() : QStringLiteral("fw.1.2"));
-    }
-
-    void everyLoadReplacesThePreviousArchive()
-    {
-        FirmwareController controller;
-        QVERIFY(ArchiveBuilder::write(path, {file("t.ff", imageText(4)), file("n.txt", "Old.")}));
-        QCOMPARE(load(controller, path), QStringLiteral("4 0 VYNT1 Old."));
-        QCOMPARE(controller.firmware(DeviceType::Transmitter).size(), 600);
-        QVERIFY(ArchiveBuilder::write(path, {file("h.ef", imageText(6))}));
-        QCOMPARE(load(controller, path), QStringLiteral("0 6  "));
-        QCOMPARE(controller.version(DeviceType::Headset), QStringLiteral("1.2.3"));
-        QVERIFY(controller.firmware(DeviceType::Transmitter).isEmpty());
-        QVERIFY(controller.version(DeviceType::Transmitter).isNull());
-        QCOMPARE(load(controller, path + path), QString());
-        QVERIFY(controller.firmware(DeviceType::Headset).isEmpty());
-        QVERIFY(controller.version(DeviceType::Headset).isNull());
-    }
-
-    void everyStepIsLogged()
-    {
-        const QByteArray bare = imageOf({ImageBuilder::fileEntry(1, "")});
-        FirmwareUtilities::getVersion(ReadVersionDataHelper_FromFile(&bare));
-        const QByteArray image =
-            imageOf({ImageBuilder::versionEntry("7,"), ImageBuilder::usbDescriptorEntry(0x8D, 0xBEEF, 3),
-                     ImageBuilder::usbDescriptorEntry(0x35, 0x7A31, 3)});
-        QVERIFY(ArchiveBuilder::write(path, {file("t\n.ef", ArchiveBuilder::imageText(bytesOf(image))),
-                                             file("x.ff", "word"),
-                                             file("y.ff", ArchiveBuilder::imageText(bytesOf(bare)))}));
-        FirmwareController controller;
-        load(controller, path);
-        QVERIFY(ArchiveBuilder::write(path, {file("x.ff", ""), file("a.txt", ""), file("b.txt", "")}));
-        load(controller, path); // two notes: no image is read
-        const QString expected =
-            QStringLiteral("Loading firmware:  \"%1\"\nProcessing  \"x.ff\"\nProcessing  \"y.ff\"\n"
-                           "Processing  \"t\\n.ef\"\nFile located at address: 0x0010\nBytes to read: 0x0006\n"
-                           "Detecting firmware device PID\nSearching PID in file: 0x000D\n"
-                           "Unknown VID found: 0xBEEF, in file: 0x001A\nSearching PID in file: 0x0035\n"
-                           "PID found: 0x0003 in file: 0x0035\nFirmware successfully loaded:  "
-                           "\"%1\"\nLoading firmware:  \"%1\"");
-        QCOMPARE(logLines.join(QLatin1Char('\n')), expected.arg(path));
-    }
-
-private:
-    QTemporaryDir folder;
-    QString path;
 };
 
 QTEST_GUILESS_MAIN(TestFirmware)
