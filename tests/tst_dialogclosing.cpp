@@ -49,8 +49,6 @@ private Q_SLOTS:
     void closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data();
     void closingBeforeADeviceIsReachedLeavesTheDevicesAlone();
     void closingWaitsForTheServiceBeforeItEndsTheUpdaters();
-    void escapeAndXWaitForTheLastReportAndThenClose_data();
-    void escapeAndXWaitForTheLastReportAndThenClose();
     void closingWaitsForADeviceThatIsBeingProgrammed();
 };
 
@@ -131,42 +129,6 @@ void TestDialogClosing::closingWaitsForTheServiceBeforeItEndsTheUpdaters()
     QCOMPARE(run.audioServiceState(), DWORD(SERVICE_STOPPED));
     QCOMPARE(run.destroyDialog(), 2);
     QVERIFY(run.isAtRest());
-}
-
-void TestDialogClosing::escapeAndXWaitForTheLastReportAndThenClose_data()
-{
-    QTest::addColumn<QByteArray>("reports"); // one error code per updater, in order; 0 for success
-    QTest::addColumn<bool>("byX");
-    for (const bool byX : {false, true}) {
-        for (const char* const reports : {"", "0", "5", "00", "50"})
-            QTest::addRow("%s %s", byX ? "X" : "Escape", reports) << QByteArray(reports) << byX;
-    }
-}
-
-void TestDialogClosing::escapeAndXWaitForTheLastReportAndThenClose()
-{
-    QFETCH(const QByteArray, reports);
-    QFETCH(const bool, byX);
-    Run run("TH");
-    run.startInVain(2);
-    for (int i = 0; i < reports.size(); ++i) {
-        if (reports[i] == '0')
-            Q_EMIT run.updaters()[i]->flashingFinished();
-        else
-            Q_EMIT run.updaters()[i]->flashingError(reports[i] - '0');
-    }
-    const bool hasEnded = reports.size() == 2;
-    const bool hasFailed = reports.contains('5');
-    TRY_VERIFY(run.isAtRest() == hasEnded);
-    run.ask(byX);
-    QCOMPARE(run.dialog->isHidden(), hasEnded);
-    if (hasEnded)
-        QCOMPARE(run.dialog->result(), int(hasFailed ? QDialog::Rejected : QDialog::Accepted));
-    QCOMPARE(run.dialog->errors().size(), hasFailed ? 1 : 0);
-    QCOMPARE(run.destroyDialog(), 2);
-    QVERIFY(run.isAtRest());
-    for (const DeviceType type : bothTypes)
-        QVERIFY(!run.isUpdated(type));
 }
 
 void TestDialogClosing::closingWaitsForADeviceThatIsBeingProgrammed()

@@ -1,12 +1,9 @@
 // Runs the flashing dialog on a simulated computer, from start() to the end of the update.
 
-#include <future>
-
 #include <QGroupBox>
 
 #include "dialogrun.h"
 #include "leavesnothing.h"
-#include "logfile.h"
 #include "windowstate.h"
 
 using Errors = QMap<DeviceType, int>;
@@ -16,7 +13,6 @@ Q_DECLARE_METATYPE(DeviceType)
 namespace {
 
 constexpr std::uint32_t packetMs = 20;
-constexpr int reenumerationTimeoutMs = 30000;
 
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
@@ -27,18 +23,12 @@ class TestFlashingDialog : public LeavesNothing
 {
     Q_OBJECT
 
-Q_SIGNALS:
-    void deviceVanished();
-
 private Q_SLOTS:
     void onlyOneRealDeviceOfAKindIsTaken();
-    void theDialogCanBeMinimisedOnly();
     void bothDevicesAreProgrammedWithinOneStopOfTheService();
     void theRunEndsWithTheLastReport_data();
     void theRunEndsWithTheLastReport();
     void aDeviceThatFailsAtItsStartDoesNotEndTheRun();
-    void theLogNamesThePhaseInWhichADeviceWasLost_data();
-    void theLogNamesThePhaseInWhichADeviceWasLost();
 };
 
 void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()
@@ -52,6 +42,8 @@ void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()
     dialog.start();
     QVERIFY(find<QGroupBox>(dialog, "transmitterBox")->isHidden());
     QVERIFY(dialog.isVisible());
+    QVERIFY(dialog.windowFlags().testFlag(Qt::WindowMinimizeButtonHint));
+    QVERIFY(!dialog.windowFlags().testFlag(Qt::WindowCloseButtonHint));
     for (const DeviceType type : bothTypes)
         QCOMPARE(run.bar(type)->maximum() - run.bar(type)->minimum(), 0);
     TRY_COMPARE(run.result(Headset), updated);
@@ -64,13 +56,6 @@ void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()
     run.bar(Transmitter)->setRange(0, 7);
     QMetaObject::invokeMethod(&dialog, "fixProgressBar", Q_ARG(DeviceType, Transmitter));
     QCOMPARE(run.bar(Transmitter)->maximum(), 7);
-}
-
-void TestFlashingDialog::theDialogCanBeMinimisedOnly()
-{
-    const FlashingDialog dialog(nullptr);
-    QVERIFY(dialog.windowFlags().testFlag(Qt::WindowMinimizeButtonHint));
-    QVERIFY(!dialog.windowFlags().testFlag(Qt::WindowCloseButtonHint));
 }
 
 void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
@@ -113,47 +98,59 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     QTest::addColumn<QString>("transmitterText");
     QTest::addColumn<QString>("headsetText");
     QTest::addColumn<Errors>("errors");
+    QTest::addColumn<QByteArray>("closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
     const auto row = [](const char* reports, const QString& transmitterText, const QString& headsetText,
-                        const Errors& errors) {
-        QTest::newRow(reports) << QByteArray(reports) << transmitterText << headsetText << errors;
+                        const Errors& errors, const char* closedBy) {
+        QTest::newRow(reports) << QByteArray(reports) << transmitterText << headsetText << errors
+                               << QByteArray(closedBy);
     };
-    row("T0", updated, QString(), {});
-    row("H0", QString(), updated, {});
-    row("H0 T0", updated, updated, {});
-    row("T1", advice, QString(), {{Transmitter, 1}});
-    row("H3", QString(), advice, {{Headset, 3}});
-    row("H9", QString(), code + "2/9"_s, {{Headset, 9}});
-    row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}});
-    row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}});
-    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}); // an updater's second report counts for no device
-    row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}});
-    row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}});
+    row("T0", updated, QString(), {}, "Close");
+    row("H0", QString(), updated, {}, "X");
+    row("H0 T0", updated, updated, {}, "Escape");
+    row("T1", advice, QString(), {{Transmitter, 1}}, "Close");
+    row("H3", QString(), advice, {{Headset, 3}}, "X");
+    row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
+    row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
+    row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
+    // An updater's second report counts for no device.
+    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
+    row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
+    row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
 }
 
 void TestFlashingDialog::theRunEndsWithTheLastReport()
 {
     QFETCH(const QByteArray, reports);
     QFETCH(const Errors, errors);
+    QFETCH(const QByteArray, closedBy);
     const int devices = reports.contains('T') + reports.contains('H');
     Run run(reports);
     run.startInVain(devices);
+    QVERIFY(run.log.text().startsWith("Phase prepare, number of devices = " + QByteArray::number(devices)));
     const QList<FirmwareUpdater*> updaters = run.updaters();
     const auto* const warning = find(*run.dialog, "doNotDisconnectDevicesLabel");
-    run.dialog->showMinimized();
+    QSet<FirmwareUpdater*> reported;
+    const int bottom = run.closeButton()->y();
     for (const QByteArray& report : reports.split(' ')) {
         const bool isFirst = report.startsWith('T') || devices == 1;
         FirmwareUpdater* const updater = isFirst ? updaters.first() : updaters.last();
         const DeviceType type = report.startsWith('T') ? Transmitter : Headset;
-        if (reports.startsWith(report)) {
+        if (reported.size() < devices) { // Escape and X do nothing yet
+            for (const bool byX : {false, true})
+                run.ask(byX);
+            run.dialog->showMinimized();
             QVERIFY(!run.closeButton()->isEnabled());
+            QVERIFY(run.dialog->isVisible() && run.dialog->isMinimized());
             QVERIFY(warning->isEnabled());
-            QVERIFY(run.dialog->isMinimized());
+            QVERIFY(run.isAwake());
+        }
+        if (reported.isEmpty()) {
             QVERIFY(run.of(type, "ResultIcon")->isHidden());
             QVERIFY(run.of(type, "InfoLabel")->isHidden());
-            QVERIFY(run.isAwake());
             QCOMPARE(run.bar(type)->maximum(), 0);
         }
+        reported << updater;
         if (report.endsWith('0'))
             Q_EMIT updater->flashingFinished();
         else
@@ -163,6 +160,8 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QCOMPARE(warning->palette().color(warning->foregroundRole()), QColor(120, 120, 120));
     QVERIFY(run.dialog->isVisible() && !run.dialog->isMinimized());
     QCOMPARE(WindowState::oddities(*run.dialog), QString());
+    const bool isInOneLine = run.result(Transmitter) != advice && run.result(Headset) != advice;
+    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // the dialog has kept one line free
     QCOMPARE(WindowState::focusOf(*run.dialog), "@closeButton"_s);
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");
@@ -174,12 +173,19 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
                                                      : result == updated ? "doneandnext"
                                                                          : "process-stop"));
         QCOMPARE(icon->accessibleName(), result);
+        QCOMPARE(run.bar(type)->accessibleDescription(), result);
         QVERIFY(run.closeButton()->accessibleDescription().contains(result));
     }
     TRY_VERIFY(run.isAtRest());
-    QTest::mouseClick(run.closeButton(), Qt::LeftButton);
+    QVERIFY(run.log.text().endsWith("|Phase restore"));
+    if (closedBy == "Close")
+        QTest::mouseClick(run.closeButton(), Qt::LeftButton);
+    else
+        run.ask(closedBy == "X");
     QCOMPARE(run.dialog->result(), int(errors.isEmpty() ? QDialog::Accepted : QDialog::Rejected));
     QVERIFY(run.dialog->isHidden());
+    QCOMPARE(run.destroyDialog(), devices);
+    QVERIFY(run.isAtRest());
 }
 
 void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheRun()
@@ -198,64 +204,6 @@ void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheRun()
     QCOMPARE(run.dialog->errors(), (Errors{{Transmitter, 1}}));
     QVERIFY(run.isUpdated(Headset));
     TRY_VERIFY(run.isAtRest());
-}
-
-void TestFlashingDialog::theLogNamesThePhaseInWhichADeviceWasLost_data()
-{
-    QTest::addColumn<DeviceType>("type");
-    QTest::addColumn<int>("transfer"); // at which the device vanishes; 0: it does not return after a restart
-    QTest::addColumn<QByteArray>("place");
-    const auto row = [](DeviceType type, int transfer, const char* place) {
-        QTest::newRow(place) << type << transfer << QByteArray(place);
-    };
-    row(Headset, 0, "leave, code 1");
-    row(Headset, 3, "identify at transfer 2, code 3");
-    row(Transmitter, 7, "configure at transfer 6, code 1");
-    row(Transmitter, 13, "erase at transfer 12, code 1");
-    row(Headset, 20, "download at transfer 19, code 1");
-    row(Headset, 29, "commit at transfer 28, code 1");
-}
-
-void TestFlashingDialog::theLogNamesThePhaseInWhichADeviceWasLost()
-{
-    QFETCH(const DeviceType, type);
-    QFETCH(const int, transfer);
-    QFETCH(const QByteArray, place);
-    Run run(type == Transmitter ? "T" : "H");
-    qputenv("TMPDIR", QFile::encodeName(run.folder.path()));
-    QString path;
-    std::promise<void> reported;
-    connect(this, &TestFlashingDialog::deviceVanished, run.dialog.get(),
-            [&reported] { reported.set_value(); });
-    {
-        const LogFile log(QDateTime::currentDateTime());
-        path = log.path();
-        if (transfer == 0) {
-            run.startInVain(1);
-            for (auto* const timer : run.updaters().first()->findChildren<QTimer*>()) {
-                if (timer->interval() == reenumerationTimeoutMs)
-                    timer->start(0);
-            }
-        } else {
-            run.pair.device(type).setFault(Fault::Vanish, transfer);
-            // Virtual time has no delays, so the device waits here until the dialog knows of the removal.
-            // Otherwise the next transfer might come first.
-            run.pair.device(type).onVanished = [&] {
-                Q_EMIT deviceVanished();
-                reported.get_future().wait();
-            };
-            run.dialog->start();
-        }
-        TRY_VERIFY(run.closeButton()->isEnabled());
-        TRY_VERIFY(run.isAtRest());
-    }
-    QFile log(path);
-    QVERIFY(log.open(QIODevice::ReadOnly));
-    const QByteArrayList lines = log.readAll().split('\n');
-    const QByteArray device = ", device type = " + QByteArray::number(type) + '\r';
-    QVERIFY2(lines.contains("Failed in phase " + place + device), lines.join('\n'));
-    QCOMPARE(lines.first(), QByteArray("Phase prepare, number of devices = 1\r"));
-    QVERIFY(lines.contains("Phase restore\r"));
 }
 
 QTEST_MAIN(TestFlashingDialog)

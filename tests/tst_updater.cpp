@@ -100,18 +100,25 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt_data()
     QTest::addColumn<int>("type");
     QTest::addColumn<int>("transfer"); // counted from the leave request
     QTest::addColumn<QByteArray>("outcome");
-    QTest::newRow("leave") << int(Headset) << 1 << QByteArray("error 1");
-    QTest::newRow("identify") << int(Headset) << 3 << QByteArray("error 3");
-    QTest::newRow("erase") << int(Transmitter) << 13 << QByteArray("range 0, error 1");
-    QTest::newRow("download") << int(Headset) << 15 << QByteArray("range 0, error 1");
-    QTest::newRow("commit") << int(Headset) << 31 << QByteArray("range 0, error 1");
-    QTest::newRow("final wait") << int(Headset) << 53 << QByteArray("range 0, finished");
+    QTest::addColumn<QByteArray>("logged"); // behind "Failed in phase"
+    const auto row = [](const char* name, DeviceType type, int transfer, const char* outcome,
+                        const char* logged) {
+        QTest::newRow(name) << int(type) << transfer << QByteArray(outcome) << QByteArray(logged);
+    };
+    row("leave", Headset, 1, "error 1", "leave, code 1");
+    row("identify", Headset, 3, "error 3", "identify at transfer 2, code 3");
+    row("configure", Transmitter, 7, "range 0, error 1", "configure at transfer 6, code 1");
+    row("erase", Transmitter, 13, "range 0, error 1", "erase at transfer 12, code 1");
+    row("download", Headset, 15, "range 0, error 1", "download at transfer 14, code 1");
+    row("commit", Headset, 31, "range 0, error 1", "commit at transfer 30, code 1");
+    row("final wait", Headset, 53, "range 0, finished", "");
 }
 
 void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
 {
     QFETCH(const int, type);
     QFETCH(const int, transfer);
+    QFETCH(const QByteArray, logged);
     PairedComputer computer;
     computer.pair.plugIn();
     const auto kind = static_cast<DeviceType>(type);
@@ -132,6 +139,9 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
         attempt.timer().setInterval(0);
     TRY_VERIFY(!attempt.journal.isEmpty() && !attempt.journal.last().startsWith("range"));
     QTEST(attempt.text(), "outcome");
+    const QByteArray end = ", device type = " + QByteArray::number(type);
+    QCOMPARE(computer.log.find("!Failed in phase"),
+             logged.isEmpty() ? logged : "!Failed in phase " + logged + end);
     QCOMPARE(QByteArray(phaseName(device.struckAt()->phase)), QByteArray(QTest::currentDataTag()));
     QCOMPARE(device.transfers().count, transfer); // nothing was sent after the loss
     QCOMPARE(computer.tree.openFileCount(), std::size_t(0));

@@ -13,6 +13,7 @@
 #include "user.h"
 
 constexpr std::uint32_t sectorEraseMs = 4000;
+constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< by the GUI thread, before the update
 
 inline bool canSessionEnd()
 {
@@ -31,6 +32,7 @@ struct Run : PairedComputer
         : dialog(std::make_unique<FlashingDialog>(&window))
     {
         pair.plugIn();
+        SetThreadExecutionState(ES_CONTINUOUS | requiredBefore);
         for (const DeviceType type : bothTypes) {
             if (letters.contains(type == Transmitter ? 'T' : 'H'))
                 dialog->addDeviceToUpdate(instance(type), images[type], type);
@@ -92,7 +94,7 @@ struct Run : PairedComputer
     bool isAtRest()
     {
         const SimulatedSession& session = machine.session();
-        return session.required() == 0 && canSessionEnd() &&
+        return session.required() == requiredBefore && canSessionEnd() &&
                session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
     }
 
