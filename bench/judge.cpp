@@ -4,6 +4,7 @@
 #include <QThreadPool>
 
 #include "eventlog.h"
+#include "simulatedaudioendpoints.h"
 #include "verdict.h"
 
 namespace {

@@ -8,6 +8,8 @@
 
 #include <setupapi.h>
 
+#include <hidclass.h>
+
 #include "comparison.h"
 #include "devicedetector.h"
 #include "devicedetectorlistener.h"
@@ -97,7 +99,7 @@ void walkTo(const std::wstring& path)
     wcscpy(idPath, path.c_str());
     lower(idPath);
     std::replace(idPath, idPath + path.size(), L'#', L'\\');
-    const GUID classGuid = hidInterfaceClass;
+    const GUID classGuid = GUID_DEVINTERFACE_HID;
     const HDEVINFO set =
         SetupDiGetClassDevsW(&classGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
     SP_DEVINFO_DATA data = {};

@@ -10,30 +10,28 @@
 
 /// A simulated computer with the devices and the user's session of the Linux system that the program runs on.
 /// Its bus plugs devices into the kernel.
-class KernelComputer : public Machine
+class KernelComputer
 {
 public:
     /// @param otherwise  everything but the devices and the session; borrowed.
     /// @param log        see LinuxDeviceTree and LoginSession.
     KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log)
-        : model(otherwise)
-        , devices(log)
+        : devices(log)
         , userSession(log)
+        , machine(otherwise)
     {
+        machine.devices = &devices;
+        machine.session = &userSession;
     }
+    KernelComputer(const KernelComputer&) = delete;
+    KernelComputer& operator=(const KernelComputer&) = delete;
 
+    operator Machine&() { return machine; }
     Bus& bus() { return kernelBus; }
 
-    Clock& clock() override { return model.clock(); }
-    DeviceTree& deviceTree() override { return devices; }
-    SimulatedServiceManager& serviceManager() override { return model.serviceManager(); }
-    SimulatedAudioEndpoints& audioEndpoints() override { return model.audioEndpoints(); }
-    ProcessTable& processTable() override { return model.processTable(); }
-    Session& session() override { return userSession; }
-
 private:
-    SimulatedMachine& model;
     LinuxDeviceTree devices;
     LoginSession userSession;
+    Machine machine;
     UhidBus kernelBus;
 };

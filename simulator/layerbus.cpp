@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <memory>
 
+#include <windows.h>
+
+#include <hidclass.h>
+
 #include "hidnode.h"
 
 namespace {
@@ -102,7 +106,7 @@ std::wstring LayerBus::channelPath(int port) const
 std::vector<std::wstring> LayerBus::pathsAt(int port) const
 {
     std::vector<std::wstring> paths;
-    for (const auto& node : tree.presentNodes(hidInterfaceClass)) {
+    for (const auto& node : tree.presentNodes(GUID_DEVINTERFACE_HID)) {
         if (node->interfacePath.find(locationOf(port)) != std::wstring::npos)
             paths.push_back(node->interfacePath);
     }

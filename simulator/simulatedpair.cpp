@@ -1,6 +1,7 @@
 #include "simulatedpair.h"
 
 #include "imagebuilder.h"
+#include "simulatedaudioendpoints.h"
 
 namespace {
 

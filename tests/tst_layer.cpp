@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <dbt.h>
+#include <hidclass.h>
 #include <mmdeviceapi.h>
 #include <psapi.h>
 #include <setupapi.h>
@@ -15,6 +16,7 @@
 #include "leavesnothing.h"
 #include "literals.h"
 #include "policyconfiguration.h"
+#include "simulatedaudioendpoints.h"
 #include "toolkitwindow.h"
 #include "waiting.h"
 
@@ -68,7 +70,7 @@ HDEVNOTIFY watchHid(HWND window)
     DEV_BROADCAST_DEVICEINTERFACE_W filter = {};
     filter.dbcc_size = sizeof(filter);
     filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
-    filter.dbcc_classguid = hidInterfaceClass;
+    filter.dbcc_classguid = GUID_DEVINTERFACE_HID;
     return RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
 }
 
@@ -217,10 +219,10 @@ void TestLayer::pathsAreEnumeratedInLowerCaseOnly()
              std::wstring(L"\\\\?\\HID#VID_7A31&PID_0006&MI_03&Col01#7&1a2b3c&0&0000#"
                           L"{4d1e55b2-f16f-11cf-88cb-001111000030}"));
     const HDEVINFO set =
-        SetupDiGetClassDevsW(&hidInterfaceClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+        SetupDiGetClassDevsW(&GUID_DEVINTERFACE_HID, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
     SP_DEVICE_INTERFACE_DATA data = {};
     data.cbSize = sizeof(data);
-    QVERIFY(SetupDiEnumDeviceInterfaces(set, nullptr, &hidInterfaceClass, 0, &data));
+    QVERIFY(SetupDiEnumDeviceInterfaces(set, nullptr, &GUID_DEVINTERFACE_HID, 0, &data));
     std::vector<BYTE> buffer(1000);
     auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
     detail->cbSize = sizeof(*detail);

@@ -1,5 +1,9 @@
 // Checks that the simulated devices are strict: a wrong order of commands leaves wrong bytes or is refused.
 
+#include <windows.h>
+
+#include <hidclass.h>
+
 #include "hidnode.h"
 #include "literals.h"
 #include "pairedcomputer.h"
@@ -23,7 +27,7 @@ struct Workbench : PairedComputer
     std::vector<int> usagePages()
     {
         std::vector<int> pages;
-        for (const auto& node : tree.presentNodes(hidInterfaceClass))
+        for (const auto& node : tree.presentNodes(GUID_DEVINTERFACE_HID))
             pages.push_back(node->hid->capabilities().usagePage);
         return pages;
     }

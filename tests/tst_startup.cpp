@@ -205,13 +205,13 @@ void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes_data()
     QTest::addColumn<Processes>("processes");
     QTest::addColumn<QString>("folder");
     const QString here = QDir::currentPath(), package = "/opt/package"_s;
-    const ProcessEntry idle{0, 0, L""}, ours{7, 5, L"updater"};
-    QTest::newRow("found") << Processes{idle, {5, 1, L"setup"}, ours} << package;
-    QTest::newRow("the first entry is not looked at") << Processes{ours, {8, 3, L"other"}} << here;
-    QTest::newRow("listed twice") << Processes{{7, 6, L""}, ours} << package;
+    const ProcessEntry idle{0, 0}, ours{7, 5};
+    QTest::newRow("found") << Processes{idle, {5, 1}, ours} << package;
+    QTest::newRow("the first entry is not looked at") << Processes{ours, {8, 3}} << here;
+    QTest::newRow("listed twice") << Processes{{7, 6}, ours} << package;
     QTest::newRow("no entry") << Processes{} << here;
-    QTest::newRow("parent gone") << Processes{idle, {7, 9, L"updater"}} << here;
-    QTest::newRow("parent's path is not readable") << Processes{idle, {7, 6, L"updater"}} << here;
+    QTest::newRow("parent gone") << Processes{idle, {7, 9}} << here;
+    QTest::newRow("parent's path is not readable") << Processes{idle, {7, 6}} << here;
 }
 
 void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()

@@ -13,7 +13,9 @@ struct Equipment
     Equipment()
     {
         const auto log = [](const std::string& text) { qWarning("%s", text.c_str()); };
-        equipPlainMachine(std::make_unique<LinuxDeviceTree>(log), std::make_unique<LoginSession>(log));
+        // Never destroyed: threads may outlive main().
+        currentMachine().devices = new LinuxDeviceTree(log);
+        currentMachine().session = new LoginSession(log);
     }
 };
 

@@ -3,23 +3,27 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <string>
 
-/// Counts the calls of a fake's functions, and fails those that a test chooses. Callable on any thread.
-template <typename Function, typename Result>
+#include <windows.h>
+
+/// Counts the calls of the Windows interface, and fails those that a test chooses. A call has the name of its
+/// function, such as "CreateEventW", or of the COM class that it creates an object of. Callable on any thread.
 class CallFaults
 {
 public:
     static constexpr int everyCall = 0;
 
-    /// Makes the @p nth call of @p function end with @p result: 1 is the first, `everyCall` means each.
-    void fail(Function function, int nth, Result result)
+    /// Makes the @p nth call of @p function fail: 1 is the first, `everyCall` means each.
+    /// @param error  a Windows error code, or the HRESULT that a COM function returns.
+    void fail(const std::string& function, int nth, DWORD error)
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        faults[{function, nth}] = result;
+        faults[{function, nth}] = error;
     }
 
-    /// Counts a call. @return the result with which the call must end at once; nothing if it may go on.
-    std::optional<Result> count(Function function)
+    /// Counts a call. @return the error with which the call must fail; nothing if it may go on.
+    std::optional<DWORD> count(const std::string& function)
     {
         const std::lock_guard<std::mutex> guard(mutex);
         const int nth = ++counts[function];
@@ -30,7 +34,7 @@ public:
         return std::nullopt;
     }
 
-    int counted(Function function)
+    int counted(const std::string& function)
     {
         const std::lock_guard<std::mutex> guard(mutex);
         return counts[function];
@@ -38,6 +42,6 @@ public:
 
 private:
     std::mutex mutex; ///< guards what follows
-    std::map<Function, int> counts;
-    std::map<std::pair<Function, int>, Result> faults;
+    std::map<std::string, int> counts;
+    std::map<std::pair<std::string, int>, DWORD> faults;
 };

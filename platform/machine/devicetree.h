@@ -8,10 +8,6 @@
 
 #include <windows.h>
 
-/// GUID_DEVINTERFACE_HID.
-constexpr GUID hidInterfaceClass = {
-    0x4D1E55B2, 0xF16F, 0x11CF, {0x88, 0xCB, 0x00, 0x11, 0x11, 0x00, 0x00, 0x30}};
-
 /// The properties of a HID interface, from its report descriptor.
 struct HidCapabilities
 {

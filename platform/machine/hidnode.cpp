@@ -5,6 +5,10 @@
 #include <cwctype>
 #include <iterator>
 
+#include <initguid.h>
+
+#include <hidclass.h>
+
 namespace {
 
 constexpr std::uint16_t consumerPage = 0x000C;
@@ -47,7 +51,7 @@ DeviceNode hidNode(const HidIdentity& identity, const std::wstring& location,
     node.description = identity.usagePage == consumerPage ? L"HID-compliant consumer control device"
                                                           : L"HID-compliant vendor-defined device";
     node.enumerator = L"HID";
-    node.interfaceClass = hidInterfaceClass;
+    node.interfaceClass = GUID_DEVINTERFACE_HID;
     node.interfacePath =
         L"\\\\?\\HID#" + device + part + L"#" + location + L"#{4d1e55b2-f16f-11cf-88cb-001111000030}";
     node.hid = std::move(function);

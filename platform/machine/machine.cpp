@@ -2,41 +2,38 @@
 
 #include <atomic>
 
+#include "callfaults.h"
+#include "clock.h"
+#include "devicetree.h"
+#include "processtable.h"
+#include "session.h"
+#include "simulatedaudioendpoints.h"
+#include "simulatedservicemanager.h"
+
 namespace {
 
-struct PlainMachine : Machine
+struct PlainMachine
 {
     PlainMachine()
     {
-        for (const auto creation :
-             {AudioFunction::CreateEnumerator, AudioFunction::CreatePolicyConfiguration})
-            endpoints.faults.fail(creation, endpoints.faults.everyCall, REGDB_E_CLASSNOTREG);
+        for (const char* const className : {"MMDeviceEnumerator", "PolicyConfigurationClient"})
+            faults.fail(className, CallFaults::everyCall, static_cast<DWORD>(REGDB_E_CLASSNOTREG));
     }
 
-    Clock& clock() override { return realClock; }
-    DeviceTree& deviceTree() override { return *devices; }
-    SimulatedServiceManager& serviceManager() override { return services; }
-    SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
-    ProcessTable& processTable() override { return realProcesses; }
-    Session& session() override { return *userSession; }
-
-    Clock realClock;
-    std::unique_ptr<DeviceTree> devices = std::make_unique<DeviceTree>();
-    SimulatedServiceManager services{realClock};
-    SimulatedAudioEndpoints endpoints{services};
-    ProcessTable realProcesses;
-    std::unique_ptr<Session> userSession = std::make_unique<Session>();
+    Clock clock;
+    CallFaults faults;
+    DeviceTree devices;
+    SimulatedServiceManager services{clock, faults};
+    SimulatedAudioEndpoints endpoints{services, faults};
+    ProcessTable processes;
+    Session session;
+    Machine machine{&clock, &devices, &services, &endpoints, &processes, &session, &faults};
 };
-
-PlainMachine& plainMachine()
-{
-    static auto* const machine = new PlainMachine; // never destroyed: threads may outlive main()
-    return *machine;
-}
 
 std::atomic<Machine*>& current()
 {
-    static std::atomic<Machine*> machine{&plainMachine()};
+    static auto* const plain = new PlainMachine; // never destroyed: threads may outlive main()
+    static std::atomic<Machine*> machine{&plain->machine};
     return machine;
 }
 
@@ -45,12 +42,6 @@ std::atomic<Machine*>& current()
 Machine& currentMachine()
 {
     return *current().load();
-}
-
-void equipPlainMachine(std::unique_ptr<DeviceTree> devices, std::unique_ptr<Session> session)
-{
-    plainMachine().devices = std::move(devices);
-    plainMachine().userSession = std::move(session);
 }
 
 ScopedMachine::ScopedMachine(Machine& machine)

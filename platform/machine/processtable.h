@@ -9,11 +9,10 @@ struct ProcessEntry
 {
     DWORD id = 0;
     DWORD parentId = 0;
-    std::wstring executable; ///< file name without directory
 };
 
 /// The machine's processes. Unless a test scripts them, they are those of the Linux system that the program
-/// runs on, read from /proc.
+/// runs on. A snapshot then lists only this process.
 class ProcessTable
 {
 public:

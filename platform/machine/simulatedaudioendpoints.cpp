@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-SimulatedAudioEndpoints::SimulatedAudioEndpoints(SimulatedServiceManager& services)
+SimulatedAudioEndpoints::SimulatedAudioEndpoints(SimulatedServiceManager& services, CallFaults& machineFaults)
     : serviceManager(services)
+    , faults(machineFaults)
 {
 }
 
@@ -39,13 +40,12 @@ std::vector<SimulatedAudioEndpoints::DefaultSet> SimulatedAudioEndpoints::defaul
     return recorded;
 }
 
-HRESULT SimulatedAudioEndpoints::admit(AudioFunction function)
+HRESULT SimulatedAudioEndpoints::admit(const std::string& function)
 {
     if (const auto fault = faults.count(function))
-        return *fault;
-    const bool isOfService = function == AudioFunction::GetDefaultAudioEndpoint ||
-                             function == AudioFunction::EnumAudioEndpoints ||
-                             function == AudioFunction::SetDefaultEndpoint;
+        return static_cast<HRESULT>(*fault);
+    const bool isOfService = function == "GetDefaultAudioEndpoint" || function == "EnumAudioEndpoints" ||
+                             function == "SetDefaultEndpoint";
     const DWORD state = isOfService ? serviceManager.state(L"audiosrv") : SERVICE_RUNNING;
     return state == 0 || state == SERVICE_RUNNING ? S_OK : HRESULT_FROM_WIN32(ERROR_SERVICE_NOT_ACTIVE);
 }

@@ -20,29 +20,13 @@ struct AudioEndpoint
     DWORD state = DEVICE_STATE_ACTIVE;
 };
 
-/// The calls of the audio system's objects that can fail.
-enum class AudioFunction {
-    CreateEnumerator,
-    CreatePolicyConfiguration,
-    RunObject,
-    QueryInterface,
-    GetDefaultAudioEndpoint,
-    EnumAudioEndpoints,
-    GetCount,
-    Item,
-    OpenPropertyStore,
-    GetValue,
-    GetId,
-    SetDefaultEndpoint,
-};
-
 /// The computer's audio endpoints, none at first. They are unavailable while the audio service does not run.
 /// Every operation may be called on any thread.
 class SimulatedAudioEndpoints
 {
 public:
     /// The services are borrowed. If the audio service is not among them, it counts as running.
-    explicit SimulatedAudioEndpoints(SimulatedServiceManager& services);
+    SimulatedAudioEndpoints(SimulatedServiceManager& services, CallFaults& machineFaults);
 
     // How to script it.
 
@@ -53,7 +37,6 @@ public:
     /// Makes an endpoint the default as the user would in the system's settings.
     /// @return whether there is an endpoint with that identifier.
     bool chooseDefault(const std::wstring& id, ERole role);
-    CallFaults<AudioFunction, HRESULT> faults;
 
     // What it recorded.
 
@@ -66,9 +49,10 @@ public:
 
     // What it serves.
 
-    /// Called before each call. @return S_OK if the call may go on. Any other value is the call's result, and
-    /// the call has no output; S_FALSE is a success without output.
-    HRESULT admit(AudioFunction function);
+    /// Called before each call of @p function, which has the name that CallFaults uses.
+    /// @return S_OK if the call may go on. Any other value is the call's result, and the call has no output;
+    /// S_FALSE is a success without output.
+    HRESULT admit(const std::string& function);
 
     /// The endpoints of a flow whose state is in @p stateMask, in the order of enumeration.
     std::vector<AudioEndpoint> endpoints(EDataFlow flow, DWORD stateMask);
@@ -80,6 +64,7 @@ public:
 
 private:
     SimulatedServiceManager& serviceManager;
+    CallFaults& faults;
     mutable std::mutex mutex; ///< guards what follows
     std::vector<AudioEndpoint> all;
     std::map<std::pair<EDataFlow, ERole>, std::wstring> chosen;

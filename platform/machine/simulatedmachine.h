@@ -1,43 +1,43 @@
 #pragma once
 
+#include <memory>
+
 #include "callfaults.h"
+#include "clock.h"
 #include "machine.h"
+#include "processtable.h"
 #include "simulateddevicetree.h"
+#include "simulatedservicemanager.h"
 #include "simulatedsession.h"
 
 /// The machine of tests and of the bench: any clock, and parts that can be scripted.
-class SimulatedMachine : public Machine
+class SimulatedMachine
 {
 public:
     /// @param ownClock  borrowed; null for real time.
-    explicit SimulatedMachine(Clock* ownClock)
-        : activeClock(ownClock ? ownClock : &realClock)
-    {
-    }
+    explicit SimulatedMachine(Clock* ownClock);
+    ~SimulatedMachine();
+    SimulatedMachine(const SimulatedMachine&) = delete;
+    SimulatedMachine& operator=(const SimulatedMachine&) = delete;
 
-    // How to script it.
+    operator Machine&() { return machine; }
 
     /// Replaces the real processes by @p table, which is borrowed.
-    void setProcessTable(ProcessTable& table) { processes = &table; }
-    CallFaults<SystemCall, DWORD> faults;
+    void setProcessTable(ProcessTable& table) { machine.processes = &table; }
+    CallFaults faults;
 
-    // What it serves.
-
-    Clock& clock() override { return *activeClock; }
-    SimulatedDeviceTree& deviceTree() override { return tree; }
-    SimulatedServiceManager& serviceManager() override { return services; }
-    SimulatedAudioEndpoints& audioEndpoints() override { return endpoints; }
-    ProcessTable& processTable() override { return *processes; }
-    SimulatedSession& session() override { return userSession; }
-    DWORD admit(SystemCall call) override { return faults.count(call).value_or(ERROR_SUCCESS); }
+    Clock& clock() { return *machine.clock; }
+    SimulatedDeviceTree& deviceTree() { return tree; }
+    SimulatedServiceManager& serviceManager() { return services; }
+    SimulatedAudioEndpoints& audioEndpoints() { return *endpoints; }
+    SimulatedSession& session() { return userSession; }
 
 private:
     Clock realClock;
     ProcessTable realProcesses;
-    Clock* const activeClock;
-    ProcessTable* processes = &realProcesses;
-    SimulatedDeviceTree tree{*activeClock};
-    SimulatedServiceManager services{*activeClock};
-    SimulatedAudioEndpoints endpoints{services};
+    SimulatedDeviceTree tree;
+    SimulatedServiceManager services;
+    const std::unique_ptr<SimulatedAudioEndpoints> endpoints; ///< by pointer: its header is a large one
     SimulatedSession userSession;
+    Machine machine;
 };

@@ -31,8 +31,9 @@ DWORD checkPointAfter(DWORD elapsedMs, const SimulatedServiceManager::Transition
 
 } // namespace
 
-SimulatedServiceManager::SimulatedServiceManager(Clock& machineClock)
+SimulatedServiceManager::SimulatedServiceManager(Clock& machineClock, CallFaults& machineFaults)
     : clock(machineClock)
+    , faults(machineFaults)
 {
 }
 
@@ -60,19 +61,19 @@ DWORD SimulatedServiceManager::state(const std::wstring& name)
 
 DWORD SimulatedServiceManager::openManager(DWORD access)
 {
-    return serve(Function::OpenManager, {}, access, [] { return ERROR_SUCCESS; });
+    return serve("OpenSCManagerW", {}, access, [] { return ERROR_SUCCESS; });
 }
 
 DWORD SimulatedServiceManager::openService(const std::wstring& name, DWORD access)
 {
-    return serveService(Function::OpenService, name, access, [&](const Entry& entry) {
+    return serveService("OpenServiceW", name, access, [&](const Entry& entry) {
         return access & entry.service.deniedAccess ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
     });
 }
 
 DWORD SimulatedServiceManager::queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status)
 {
-    return serveService(Function::QueryStatus, name, 0, [&](const Entry& entry) {
+    return serveService("QueryServiceStatusEx", name, 0, [&](const Entry& entry) {
         status = statusOf(entry);
         return ERROR_SUCCESS;
     });
@@ -80,7 +81,7 @@ DWORD SimulatedServiceManager::queryStatus(const std::wstring& name, SERVICE_STA
 
 DWORD SimulatedServiceManager::stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status)
 {
-    return serveService(Function::Stop, name, 0, [&](Entry& entry) {
+    return serveService("ControlService", name, 0, [&](Entry& entry) {
         const DWORD refusal = stopRefusal(entry);
         if (refusal == ERROR_SUCCESS)
             begin(entry, SERVICE_STOP_PENDING);
@@ -91,7 +92,7 @@ DWORD SimulatedServiceManager::stop(const std::wstring& name, SERVICE_STATUS_PRO
 
 DWORD SimulatedServiceManager::start(const std::wstring& name)
 {
-    return serveService(Function::Start, name, 0, [&](Entry& entry) {
+    return serveService("StartServiceW", name, 0, [&](Entry& entry) {
         const DWORD refusal = startRefusal(entry);
         if (refusal == ERROR_SUCCESS)
             begin(entry, SERVICE_START_PENDING);
@@ -102,7 +103,7 @@ DWORD SimulatedServiceManager::start(const std::wstring& name)
 DWORD SimulatedServiceManager::dependents(const std::wstring& name, DWORD states,
                                           std::vector<ServiceEntry>& result)
 {
-    return serveService(Function::Dependents, name, states, [&](const Entry& entry) {
+    return serveService("EnumDependentServicesW", name, states, [&](const Entry& entry) {
         result.clear();
         for (const Entry* dependent : dependentsOf(entry.service.name)) {
             const Service& service = dependent->service;
@@ -114,7 +115,7 @@ DWORD SimulatedServiceManager::dependents(const std::wstring& name, DWORD states
 }
 
 template <typename Operation>
-DWORD SimulatedServiceManager::serve(Function function, const std::wstring& name, DWORD argument,
+DWORD SimulatedServiceManager::serve(const char* function, const std::wstring& name, DWORD argument,
                                      Operation operation)
 {
     const std::lock_guard<std::mutex> guard(mutex);
@@ -126,7 +127,7 @@ DWORD SimulatedServiceManager::serve(Function function, const std::wstring& name
 }
 
 template <typename Operation>
-DWORD SimulatedServiceManager::serveService(Function function, const std::wstring& name, DWORD argument,
+DWORD SimulatedServiceManager::serveService(const char* function, const std::wstring& name, DWORD argument,
                                             Operation operation)
 {
     return serve(function, name, argument, [&]() -> DWORD {

@@ -22,7 +22,7 @@ struct ServiceEntry
 class SimulatedServiceManager
 {
 public:
-    explicit SimulatedServiceManager(Clock& clock);
+    SimulatedServiceManager(Clock& machineClock, CallFaults& machineFaults);
 
     // How to script it.
 
@@ -45,16 +45,13 @@ public:
         Transition starting = {};
         DWORD deniedAccess = 0; ///< rights that the user does not have
     };
-    enum class Function { OpenManager, OpenService, QueryStatus, Stop, Start, Dependents };
-
     void add(Service service);
-    CallFaults<Function, DWORD> faults;
 
     // What it recorded.
 
     struct Call
     {
-        Function function;
+        std::string function; ///< of the Windows interface
         std::wstring service; ///< as the caller named it; empty for the manager
         DWORD argument;       ///< requested access or states
     };
@@ -89,9 +86,9 @@ private:
     };
 
     template <typename Operation>
-    DWORD serve(Function function, const std::wstring& name, DWORD argument, Operation operation);
+    DWORD serve(const char* function, const std::wstring& name, DWORD argument, Operation operation);
     template <typename Operation>
-    DWORD serveService(Function function, const std::wstring& name, DWORD argument, Operation operation);
+    DWORD serveService(const char* function, const std::wstring& name, DWORD argument, Operation operation);
 
     void settle(Entry& entry) const;
     void begin(Entry& entry, DWORD pendingState) const;
@@ -102,6 +99,7 @@ private:
     DWORD startRefusal(const Entry& entry) const;
 
     Clock& clock;
+    CallFaults& faults;
     mutable std::mutex mutex; ///< guards what follows
     std::vector<Entry> entries;
     std::vector<Call> recorded;

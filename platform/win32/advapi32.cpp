@@ -11,6 +11,7 @@
 
 #include "handletable.h"
 #include "lasterror.h"
+#include "simulatedservicemanager.h"
 
 namespace {
 
@@ -74,7 +75,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
         return fail(RPC_S_SERVER_UNAVAILABLE); // other computers cannot be reached
     if (!isEmpty(databaseName) && _wcsicmp(databaseName, SERVICES_ACTIVE_DATABASEW) != 0)
         return fail(ERROR_DATABASE_DOES_NOT_EXIST);
-    if (!isSuccess(currentMachine().serviceManager().openManager(desiredAccess)))
+    if (!isSuccess(currentMachine().services->openManager(desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(HandleTable::add(std::make_shared<ManagerObject>()));
 }
@@ -85,7 +86,7 @@ SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desir
         return nullptr; // any handle to the manager will do: each has the right to connect
     if (isEmpty(serviceName))
         return fail(ERROR_INVALID_NAME);
-    if (!isSuccess(currentMachine().serviceManager().openService(serviceName, desiredAccess)))
+    if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(
         HandleTable::add(std::make_shared<ServiceObject>(Service{serviceName, desiredAccess})));
@@ -103,7 +104,7 @@ BOOL WINAPI QueryServiceStatusEx(SC_HANDLE handle, SC_STATUS_TYPE infoLevel, LPB
     if (bufferSize < sizeof(SERVICE_STATUS_PROCESS))
         return fail(ERROR_INSUFFICIENT_BUFFER);
     SERVICE_STATUS_PROCESS status = {};
-    if (!isSuccess(currentMachine().serviceManager().queryStatus(service->name, status)))
+    if (!isSuccess(currentMachine().services->queryStatus(service->name, status)))
         return FALSE;
     std::memcpy(buffer, &status, sizeof(status));
     return TRUE;
@@ -117,7 +118,7 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
     if (!service)
         return FALSE;
     SERVICE_STATUS_PROCESS status = {};
-    const DWORD error = currentMachine().serviceManager().stop(service->name, status);
+    const DWORD error = currentMachine().services->stop(service->name, status);
     *serviceStatus = containsStatus(error) ? shortStatus(status) : SERVICE_STATUS{};
     return isSuccess(error);
 }
@@ -127,7 +128,7 @@ BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argumentCount, LPCWSTR*)
     if (argumentCount != 0)
         return fail(ERROR_INVALID_PARAMETER); // arguments are not modelled
     const auto service = serviceWith(handle, SERVICE_START);
-    return service && isSuccess(currentMachine().serviceManager().start(service->name));
+    return service && isSuccess(currentMachine().services->start(service->name));
 }
 
 BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_SERVICE_STATUSW services,
@@ -141,7 +142,7 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
     *servicesReturned = 0;
     *bytesNeeded = 0;
     std::vector<ServiceEntry> entries;
-    if (!isSuccess(currentMachine().serviceManager().dependents(service->name, serviceState, entries)))
+    if (!isSuccess(currentMachine().services->dependents(service->name, serviceState, entries)))
         return FALSE;
     for (const ServiceEntry& entry : entries)
         *bytesNeeded += static_cast<DWORD>(sizeof(*services) + textBytes(entry.name));

@@ -128,7 +128,7 @@ HDEVNOTIFY watchInterfaces(HWND window, const DEV_BROADCAST_DEVICEINTERFACE_W& f
     if (filter.dbcc_size != sizeof(filter))
         return fail(ERROR_INVALID_DATA);
     const auto notification = std::make_shared<InterfaceNotification>(window, filter.dbcc_classguid);
-    currentMachine().deviceTree().observe(notification);
+    currentMachine().devices->observe(notification);
     return HandleTable::add(notification);
 }
 
@@ -141,7 +141,7 @@ HDEVNOTIFY watchHandle(HWND window, const DEV_BROADCAST_HANDLE& filter)
         return nullptr;
     const auto notification = std::make_shared<HandleNotification>(window, filter.dbch_handle, *file);
     notification->self = HandleTable::add(notification);
-    currentMachine().deviceTree().observe(notification);
+    currentMachine().devices->observe(notification);
     return notification->self;
 }
 
@@ -151,7 +151,7 @@ HDEVNOTIFY WINAPI RegisterDeviceNotificationW(HANDLE recipient, LPVOID filter, D
 {
     if (flags != DEVICE_NOTIFY_WINDOW_HANDLE || !HandleTable::get<WindowObject>(recipient))
         return fail(ERROR_INVALID_PARAMETER);
-    if (!isServed(SystemCall::RegisterDeviceNotificationW))
+    if (!isServed(__func__))
         return nullptr;
     const auto window = static_cast<HWND>(recipient);
     const auto* const header = static_cast<const DEV_BROADCAST_HDR*>(filter);

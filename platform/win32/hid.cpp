@@ -56,7 +56,7 @@ bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes,
 
 void NTAPI HidD_GetHidGuid(LPGUID hidGuid)
 {
-    *hidGuid = hidInterfaceClass;
+    *hidGuid = GUID_DEVINTERFACE_HID;
 }
 
 BOOLEAN NTAPI HidD_GetPreparsedData(HANDLE device, PHIDP_PREPARSED_DATA* preparsedData)

@@ -12,11 +12,13 @@
 #include <thread>
 #include <utility>
 
+#include "clock.h"
 #include "currentthread.h"
 #include "file.h"
 #include "handletable.h"
 #include "lasterror.h"
 #include "openobjects.h"
+#include "session.h"
 
 namespace {
 
@@ -114,7 +116,7 @@ bool waitUntil(DWORD timeoutMs, Condition condition)
     if (timeoutMs == 0)
         return false;
     if (timeoutMs != INFINITE)
-        return currentMachine().clock().waitFor(lock, waitingRoom().changed, timeoutMs, condition);
+        return currentMachine().clock->waitFor(lock, waitingRoom().changed, timeoutMs, condition);
     waitingRoom().changed.wait(lock, condition);
     return true;
 }
@@ -145,7 +147,7 @@ HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initial
 {
     if (name)
         return fail(ERROR_INVALID_PARAMETER); // named events are not modelled
-    if (!isServed(SystemCall::CreateEventW))
+    if (!isServed(__func__))
         return nullptr;
     return HandleTable::add(std::make_shared<EventObject>(manualReset != FALSE, initialState != FALSE));
 }
@@ -164,7 +166,7 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
 {
     if (creationFlags != 0)
         return fail(ERROR_INVALID_PARAMETER); // suspended threads are not modelled
-    if (!isServed(SystemCall::CreateThread))
+    if (!isServed(__func__))
         return nullptr;
     const auto object = std::make_shared<ThreadObject>();
     const DWORD id = CurrentThread::nextId();
@@ -194,7 +196,7 @@ DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wai
 {
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1))
         return fail(ERROR_INVALID_PARAMETER, WAIT_FAILED); // waiting for all is not modelled
-    if (count > 1 && !isServed(SystemCall::WaitForMultipleObjects))
+    if (count > 1 && !isServed(__func__))
         return WAIT_FAILED;
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
     for (DWORD i = 0; i < count; ++i) {
@@ -240,19 +242,19 @@ void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section)
 
 void WINAPI Sleep(DWORD milliseconds)
 {
-    currentMachine().clock().sleep(milliseconds);
+    currentMachine().clock->sleep(milliseconds);
 }
 
 DWORD WINAPI GetTickCount()
 {
-    return currentMachine().clock().tickCount();
+    return currentMachine().clock->tickCount();
 }
 
 EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 {
     if ((state & ~(ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) != ES_CONTINUOUS)
         return fail(ERROR_INVALID_PARAMETER); // other requirements are not modelled
-    const EXECUTION_STATE previous = currentMachine().session().setExecutionState(state);
+    const EXECUTION_STATE previous = currentMachine().session->setExecutionState(state);
     if (previous == 0)
         SetLastError(ERROR_NOT_SUPPORTED);
     return previous;
@@ -309,7 +311,7 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode
     if (creationDisposition != OPEN_EXISTING)
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // devices are never created
     DWORD error = ERROR_SUCCESS;
-    auto file = currentMachine().deviceTree().open(fileName, desiredAccess, shareMode, error);
+    auto file = currentMachine().devices->open(fileName, desiredAccess, shareMode, error);
     if (!file)
         return fail(error, INVALID_HANDLE_VALUE);
     return HandleTable::add(std::make_shared<FileObject>(std::move(file)));

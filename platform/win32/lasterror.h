@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "callfaults.h"
 #include "machine.h"
 
 /// What most functions of the Windows interface return if they fail: FALSE, 0 or null.
@@ -35,8 +36,8 @@ inline bool isSuccess(DWORD error)
     return error == ERROR_SUCCESS || fail(error);
 }
 
-/// Whether @p call may succeed now; otherwise the last error is set.
-inline bool isServed(SystemCall call)
+/// Counts a call of @p function. @return whether it may succeed; otherwise the last error is set.
+inline bool isServed(const char* function)
 {
-    return isSuccess(currentMachine().admit(call));
+    return isSuccess(currentMachine().faults->count(function).value_or(ERROR_SUCCESS));
 }

@@ -15,6 +15,7 @@
 #include "machine.h"
 #include "openobjects.h"
 #include "policyconfiguration.h"
+#include "simulatedaudioendpoints.h"
 
 // COM interfaces have no destructor: a virtual one would take entries of the method table.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -26,7 +27,7 @@ thread_local int initialisations = 0; // how often COM is initialised on this th
 
 SimulatedAudioEndpoints& audio()
 {
-    return currentMachine().audioEndpoints();
+    return *currentMachine().endpoints;
 }
 
 LPWSTR newTaskString(const std::wstring& text)
@@ -40,7 +41,7 @@ LPWSTR newTaskString(const std::wstring& text)
 
 /// Starts every operation: clears @p output and checks whether the call may succeed.
 template <typename Output>
-HRESULT begin(AudioFunction function, Output* output)
+HRESULT begin(const char* function, Output* output)
 {
     if (!output)
         return E_POINTER;
@@ -64,7 +65,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override
     {
-        const HRESULT admitted = begin(AudioFunction::QueryInterface, object);
+        const HRESULT admitted = begin(__func__, object);
         return admitted == S_OK ? give(riid, object) : admitted;
     }
 
@@ -107,7 +108,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) override
     {
-        const HRESULT admitted = begin(AudioFunction::GetValue, value);
+        const HRESULT admitted = begin(__func__, value);
         if (admitted != S_OK)
             return admitted;
         if (key != PKEY_DeviceInterface_FriendlyName)
@@ -130,7 +131,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** properties) override
     {
-        const HRESULT admitted = begin(AudioFunction::OpenPropertyStore, properties);
+        const HRESULT admitted = begin(__func__, properties);
         if (admitted != S_OK)
             return admitted;
         if (access != STGM_READ)
@@ -141,7 +142,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override
     {
-        const HRESULT admitted = begin(AudioFunction::GetId, id);
+        const HRESULT admitted = begin(__func__, id);
         if (admitted != S_OK)
             return admitted;
         *id = newTaskString(shown.id);
@@ -159,7 +160,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override
     {
-        const HRESULT admitted = begin(AudioFunction::GetCount, count);
+        const HRESULT admitted = begin(__func__, count);
         if (admitted == S_OK)
             *count = static_cast<UINT>(shown.size());
         return admitted;
@@ -167,7 +168,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Item(UINT index, IMMDevice** device) override
     {
-        const HRESULT admitted = begin(AudioFunction::Item, device);
+        const HRESULT admitted = begin(__func__, device);
         if (admitted != S_OK)
             return admitted;
         if (index >= shown.size())
@@ -183,7 +184,7 @@ public:
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD stateMask,
                                                  IMMDeviceCollection** devices) override
     {
-        const HRESULT admitted = begin(AudioFunction::EnumAudioEndpoints, devices);
+        const HRESULT admitted = begin(__func__, devices);
         if (admitted != S_OK)
             return admitted;
         if (flow >= EDataFlow_enum_count || stateMask == 0 ||
@@ -196,7 +197,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** endpoint) override
     {
-        const HRESULT admitted = begin(AudioFunction::GetDefaultAudioEndpoint, endpoint);
+        const HRESULT admitted = begin(__func__, endpoint);
         if (admitted != S_OK)
             return admitted;
         if (flow >= eAll || role >= ERole_enum_count)
@@ -238,7 +239,7 @@ public:
             return E_POINTER;
         if (role >= ERole_enum_count)
             return E_INVALIDARG;
-        const HRESULT admitted = audio().admit(AudioFunction::SetDefaultEndpoint);
+        const HRESULT admitted = audio().admit(__func__);
         if (admitted != S_OK)
             return admitted;
         return audio().setDefault(endpointId, role) ? S_OK : E_NOTFOUND;
@@ -246,7 +247,7 @@ public:
 };
 
 template <typename Object>
-HRESULT create(AudioFunction creation, REFIID riid, void** object)
+HRESULT create(const char* creation, REFIID riid, void** object)
 {
     const HRESULT admitted = audio().admit(creation);
     if (admitted != S_OK)
@@ -287,9 +288,9 @@ HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN outer, DWORD classCon
     if (!(classContext & CLSCTX_INPROC_SERVER))
         return REGDB_E_CLASSNOTREG;
     if (rclsid == __uuidof(MMDeviceEnumerator))
-        return create<DeviceEnumerator>(AudioFunction::CreateEnumerator, riid, object);
+        return create<DeviceEnumerator>("MMDeviceEnumerator", riid, object);
     if (rclsid == __uuidof(PolicyConfigurationClient))
-        return create<PolicyConfiguration>(AudioFunction::CreatePolicyConfiguration, riid, object);
+        return create<PolicyConfiguration>("PolicyConfigurationClient", riid, object);
     return REGDB_E_CLASSNOTREG;
 }
 
@@ -299,7 +300,7 @@ HRESULT WINAPI OleRun(LPUNKNOWN object)
         return E_INVALIDARG;
     if (initialisations == 0)
         return CO_E_NOTINITIALIZED;
-    return audio().admit(AudioFunction::RunObject); // the objects of this layer are always running
+    return audio().admit(__func__); // the objects of this layer are always running
 }
 
 HRESULT WINAPI PropVariantClear(PROPVARIANT* value)

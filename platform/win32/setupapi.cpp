@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "devicetree.h"
 #include "handletable.h"
 #include "lasterror.h"
 
@@ -88,10 +89,10 @@ HDEVINFO WINAPI SetupDiGetClassDevsW(const GUID* classGuid, LPCWSTR enumerator, 
 {
     if (!classGuid || enumerator || flags != (DIGCF_PRESENT | DIGCF_DEVICEINTERFACE))
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other kinds of set are not modelled
-    if (!isServed(SystemCall::SetupDiGetClassDevsW))
+    if (!isServed(__func__))
         return INVALID_HANDLE_VALUE;
-    return HandleTable::add(std::make_shared<DeviceSet>(
-        Nodes{*classGuid, currentMachine().deviceTree().presentNodes(*classGuid)}));
+    return HandleTable::add(
+        std::make_shared<DeviceSet>(Nodes{*classGuid, currentMachine().devices->presentNodes(*classGuid)}));
 }
 
 BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO handle, PSP_DEVINFO_DATA device,
@@ -124,7 +125,7 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
         (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
         return fail(ERROR_INVALID_USER_BUFFER);
     const auto node = set->element(interfaceData->Reserved);
-    if (!node || !isServed(SystemCall::SetupDiGetDeviceInterfaceDetailW))
+    if (!node || !isServed(__func__))
         return FALSE;
     const std::size_t pathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
     const std::wstring path = enumeratedPath(node->interfacePath);
@@ -156,7 +157,7 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device
                                         DWORD instanceIdSize, PDWORD requiredSize)
 {
     const auto node = nodeOf(handle, device);
-    return node && isServed(SystemCall::SetupDiGetDeviceInstanceIdW) &&
+    return node && isServed(__func__) &&
            copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
                     sizeof(wchar_t));
 }
@@ -168,7 +169,7 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA 
     constexpr DWORD regSz = 1;
     constexpr DWORD regMultiSz = 7;
     const auto node = nodeOf(handle, device);
-    if (!node || !isServed(SystemCall::SetupDiGetDeviceRegistryPropertyW))
+    if (!node || !isServed(__func__))
         return FALSE;
     const std::wstring value = propertyOf(*node, property);
     if (value.empty())
@@ -185,7 +186,7 @@ BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO handle)
 
 DWORD WINAPI CMP_WaitNoPendingInstallEvents(DWORD timeoutMs)
 {
-    if (!isServed(SystemCall::CMP_WaitNoPendingInstallEvents))
+    if (!isServed(__func__))
         return WAIT_FAILED;
-    return currentMachine().deviceTree().waitInstallationSettled(timeoutMs) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+    return currentMachine().devices->waitInstallationSettled(timeoutMs) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
 }

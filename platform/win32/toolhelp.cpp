@@ -6,12 +6,11 @@
 
 #include <psapi.h>
 
-#include <algorithm>
-#include <cwchar>
 #include <vector>
 
 #include "handletable.h"
 #include "lasterror.h"
+#include "processtable.h"
 
 namespace {
 
@@ -29,13 +28,6 @@ struct Process
 };
 using ProcessObject = ObjectWith<KernelObject, Process>;
 
-void copyTruncated(const std::wstring& text, wchar_t* buffer, std::size_t size)
-{
-    const std::size_t length = std::min(text.size(), size - 1);
-    std::wmemcpy(buffer, text.c_str(), length);
-    buffer[length] = L'\0';
-}
-
 } // namespace
 
 HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
@@ -43,7 +35,7 @@ HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
     if (flags != TH32CS_SNAPPROCESS)
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other snapshots are not modelled
     return HandleTable::add(
-        std::make_shared<SnapshotObject>(Snapshot{currentMachine().processTable().snapshot()}));
+        std::make_shared<SnapshotObject>(Snapshot{currentMachine().processes->snapshot()}));
 }
 
 BOOL WINAPI Process32FirstW(HANDLE handle, LPPROCESSENTRY32W entry)
@@ -69,7 +61,6 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
     entry->dwSize = sizeof(*entry);
     entry->th32ProcessID = process.id;
     entry->th32ParentProcessID = process.parentId;
-    copyTruncated(process.executable, entry->szExeFile, MAX_PATH);
     return TRUE;
 }
 
@@ -80,12 +71,12 @@ HANDLE WINAPI GetCurrentProcess()
 
 DWORD WINAPI GetCurrentProcessId()
 {
-    return currentMachine().processTable().currentId();
+    return currentMachine().processes->currentId();
 }
 
 HANDLE WINAPI OpenProcess(DWORD desiredAccess, BOOL, DWORD processId)
 {
-    if (!currentMachine().processTable().exists(processId))
+    if (!currentMachine().processes->exists(processId))
         return fail(ERROR_INVALID_PARAMETER);
     if (desiredAccess == 0)
         return fail(ERROR_ACCESS_DENIED);
@@ -100,17 +91,18 @@ DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileN
     constexpr DWORD needed = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
     if ((process->access & needed) != needed)
         return fail(ERROR_ACCESS_DENIED);
-    const std::wstring path = currentMachine().processTable().imagePath(process->id);
+    const std::wstring path = currentMachine().processes->imagePath(process->id);
     if (path.empty() || module || size == 0)
         return fail(ERROR_ACCESS_DENIED);
-    copyTruncated(path, fileName, size);
-    return static_cast<DWORD>(std::wcslen(fileName));
+    const std::size_t length = path.copy(fileName, size - 1);
+    fileName[length] = L'\0';
+    return static_cast<DWORD>(length);
 }
 
 BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process)
 {
     if (process != GetCurrentProcess())
         return fail(ERROR_INVALID_HANDLE); // other processes are not modelled
-    *wow64Process = currentMachine().processTable().isWow64();
+    *wow64Process = currentMachine().processes->isWow64();
     return TRUE;
 }

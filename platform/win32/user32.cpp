@@ -10,6 +10,7 @@
 #include "handletable.h"
 #include "lasterror.h"
 #include "messagequeue.h"
+#include "session.h"
 #include "toolkitwindow.h"
 
 namespace {
@@ -61,7 +62,7 @@ BOOL WINAPI GetClassInfoW(HINSTANCE, LPCWSTR className, LPWNDCLASSW windowClass)
 ATOM WINAPI RegisterClassW(const WNDCLASSW* windowClass)
 {
     constexpr std::size_t firstAtom = 0xC000;
-    if (!isServed(SystemCall::RegisterClassW))
+    if (!isServed(__func__))
         return 0;
     const std::lock_guard<std::mutex> guard(classes().mutex);
     const auto [it, inserted] = classes().byName.emplace(windowClass->lpszClassName, *windowClass);
@@ -76,7 +77,7 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR windowName
                             LPVOID parameter)
 {
     WNDCLASSW windowClass;
-    if (!GetClassInfoW(instance, className, &windowClass) || !isServed(SystemCall::CreateWindowExW))
+    if (!GetClassInfoW(instance, className, &windowClass) || !isServed(__func__))
         return nullptr;
     const auto object = std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread());
     const auto window = static_cast<HWND>(HandleTable::addWindow(object));
@@ -156,12 +157,12 @@ BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
 {
     if (!ToolkitWindow::isOfCurrentThread(window))
         return FALSE;
-    return currentMachine().session().setBlockReason(window, reason) || fail(ERROR_NOT_SUPPORTED);
+    return currentMachine().session->setBlockReason(window, reason) || fail(ERROR_NOT_SUPPORTED);
 }
 
 BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
 {
     if (!ToolkitWindow::isOfCurrentThread(window))
         return FALSE;
-    return currentMachine().session().removeBlockReason(window) || fail(ERROR_INVALID_WINDOW_HANDLE);
+    return currentMachine().session->removeBlockReason(window) || fail(ERROR_INVALID_WINDOW_HANDLE);
 }

@@ -10,6 +10,7 @@
 #include "flashingdialog.h"
 #include "literals.h"
 #include "pairedcomputer.h"
+#include "simulatedaudioendpoints.h"
 #include "user.h"
 
 constexpr std::uint32_t sectorEraseMs = 4000;
