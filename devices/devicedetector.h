@@ -58,14 +58,14 @@ public:
     /// When the system asks for an orderly removal of the device, the detector closes the shared handle as
     /// soon as a transfer in progress has ended. The handle stays closed even if the removal is refused.
     /// @return null if the device is not known (any more) or cannot be opened.
-    virtual std::shared_ptr<DeviceHandle> lendDevice(DeviceInstance* device, int access, int share)
+    virtual std::shared_ptr<DeviceHandle> lendDevice(DeviceInstance* /*device*/, int /*access*/,
+                                                     int /*share*/)
     {
-        const HANDLE handle = openDevice(device, access, share, nullptr, 0);
-        return handle == INVALID_HANDLE_VALUE ? nullptr : std::make_shared<DeviceHandle>(handle);
+        return nullptr;
     }
 
     /// Stops watching a lent handle; the borrower closes it.
-    virtual void takeBack(const DeviceHandle& handle) { closeDevice(handle.value()); }
+    virtual void takeBack(const DeviceHandle& /*handle*/) {}
 
 protected:
     DeviceDetectorListener* listener = nullptr; ///< not owned; null until start()

@@ -9,6 +9,7 @@
 #include "detection.h"
 #include "devicereader_p.h"
 #include "leavesnothing.h"
+#include "table.h"
 #include "utilities.h"
 #include "waiting.h"
 
@@ -48,13 +49,11 @@ private Q_SLOTS:
 
 void TestDeviceReader::theReaderFollowsTheProtocol_data()
 {
-    QTest::addColumn<int>("chip");
-    QTest::addColumn<int>("revision");
-    QTest::addColumn<QByteArray>("addresses"); // mailbox, first row, second row
-    QTest::newRow("chip 12, revision 2") << 12 << 2 << QByteArray("4BC4 60C0 60D0");
-    QTest::newRow("chip 12, revision 3") << 12 << 3 << QByteArray("2EC4 60C0 60D0");
-    QTest::newRow("chip 13, revision 2") << 13 << 2 << QByteArray("52C4 A0B0 A0C0");
-    QTest::newRow("chip 13, revision 3") << 13 << 3 << QByteArray("3BB5 A0B0 A0C0");
+    const Table<int, int, QByteArray> table("chip", "revision", "addresses"); // mailbox, first and second row
+    table.row("chip 12, revision 2", 12, 2, "4BC4 60C0 60D0");
+    table.row("chip 12, revision 3", 12, 3, "2EC4 60C0 60D0");
+    table.row("chip 13, revision 2", 13, 2, "52C4 A0B0 A0C0");
+    table.row("chip 13, revision 3", 13, 3, "3BB5 A0B0 A0C0");
 }
 
 void TestDeviceReader::theReaderFollowsTheProtocol()
@@ -90,19 +89,21 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
     expected.replace("<mailbox>", addresses.split(' ')[0]);
     expected.replace("<row1>", addresses.split(' ')[1]).replace("<row2>", addresses.split(' ')[2]);
     QCOMPARE(scripted->journal.join(' '), expected);
+    constexpr int callsLeft = 256 - 11; // the reader has read the image's first byte and the ten ranges
+    for (int call = 1; call <= callsLeft + 1; ++call)
+        QCOMPARE(read(data, 0, 1), call <= callsLeft);
 }
 
 void TestDeviceReader::nothingIsSentForARangePastTheMemory_data()
 {
-    QTest::addColumn<int>("firstByte");
-    QTest::addColumn<int>("capacity");
-    QTest::newRow("none") << 0x00 << 0;
-    QTest::newRow("smallest") << 0x01 << 128;
-    QTest::newRow("low bits only") << 0xF2 << 256;
-    QTest::newRow("128 KiB") << 0x0B << 131072;
-    QTest::newRow("largest") << 0x7F << 2097152;
-    QTest::newRow("first byte without answer") << -1 << 1;
-    QTest::newRow("unknown loader") << -2 << 0;
+    const Table<int, int> table("firstByte", "capacity");
+    table.row("none", 0x00, 0);
+    table.row("smallest", 0x01, 128);
+    table.row("low bits only", 0xF2, 256);
+    table.row("128 KiB", 0x0B, 131072);
+    table.row("largest", 0x7F, 2097152);
+    table.row("first byte without answer", -1, 1);
+    table.row("unknown loader", -2, 0);
 }
 
 void TestDeviceReader::nothingIsSentForARangePastTheMemory()
@@ -159,37 +160,29 @@ void TestDeviceReader::aCancelledReaderStartsNoTransfer()
 
 void TestDeviceReader::lyingDevicesEndUnidentified_data()
 {
-    QTest::addColumn<Memory>("memory");
-    QTest::addColumn<Answer>("lie");
-    QTest::addColumn<int>("mostTransfers");
-    QTest::addColumn<int>("honestAnswers");
+    const Table<Memory, Answer, int, int> table("memory", "lie", "mostTransfers", "honestAnswers");
     constexpr int mostReads = 2 * 256; // 256 to find the product, 256 to find the version
     const Memory honest = ScriptedChip().memory;
-    const auto answers = [&](const char* name, const Answer& lie, int most, int honestAnswers) {
-        QTest::newRow(name) << honest << lie << most << honestAnswers;
-    };
+    const Answer nothing = [](const QByteArray&) { return QByteArray(); };
     const Answer isShort = [](const QByteArray& report) { return report.left(63); };
+    const Answer isLong = [](const QByteArray& report) { return report + QByteArray(70000, '\x7E'); };
     const Answer noData = [](const QByteArray& report) { return "\xFF\x01" + report.mid(2); };
     const Answer nonsense = [](const QByteArray&) { return QByteArray(264, '\x0E'); };
-    answers("short", isShort, 4, 0);
-    answers(
-        "nothing at all", [](const QByteArray&) { return QByteArray(); }, 4, 0);
-    answers("no data", noData, 4, 0);
-    answers("unknown chip", nonsense, 4, 0);
-    answers("short later", isShort, 8 + 2 * 4, 2);
-    answers("no data later", noData, 8 + 2 * 4, 3);
-    const Answer isLong = [](const QByteArray& report) { return report + QByteArray(70000, '\x7E'); };
-    answers("too long", isLong, 4 + 4 * mostReads, 0);
+    table.row("short", honest, isShort, 4, 0);
+    table.row("nothing at all", honest, nothing, 4, 0);
+    table.row("no data", honest, noData, 4, 0);
+    table.row("unknown chip", honest, nonsense, 4, 0);
+    table.row("short later", honest, isShort, 8 + 2 * 4, 2);
+    table.row("no data later", honest, noData, 8 + 2 * 4, 3);
+    table.row("too long", honest, isLong, 4 + 4 * mostReads, 0);
 
-    const auto table = [](const char* name, const QByteArray& entry, int most) {
-        QTest::newRow(name) << ScriptedChip::tableOf(entry) << Answer() << most << 0;
-    };
-    table("entries without length", QByteArray(4, '\0'), 4 + 4 * mostReads);
-    table("entries of 4 bytes", QByteArray::fromHex("010400017E7E7E7E"), 4 + 4 * mostReads);
-    table("length FFFF", QByteArray(4, '\xFF'), 4 + 4 * (2 * 34));
-    table("descriptors all over", QByteArray::fromHex("0CFFFFFFFF"), 4 + 4 * mostReads);
-    QTest::newRow("table past the end")
-        << Memory([](unsigned address) { return address ? 0xFF : 1; }) << Answer() << 4 + 4 * 3 << 0;
+    const auto entries = [](const char* hex) { return ScriptedChip::tableOf(QByteArray::fromHex(hex)); };
+    table.row("entries without length", entries("00000000"), {}, 4 + 4 * mostReads, 0);
+    table.row("entries of 4 bytes", entries("010400017E7E7E7E"), {}, 4 + 4 * mostReads, 0);
+    table.row("length FFFF", entries("FFFFFFFF"), {}, 4 + 4 * (2 * 34), 0);
+    table.row("descriptors all over", entries("0CFFFFFFFF"), {}, 4 + 4 * mostReads, 0);
+    table.row(
+        "table past the end", [](unsigned address) { return address ? 0xFF : 1; }, {}, 4 + 4 * 3, 0);
 }
 
 void TestDeviceReader::lyingDevicesEndUnidentified()

@@ -11,6 +11,7 @@
 #include "flasher.h"
 #include "leavesnothing.h"
 #include "scriptedhid.h"
+#include "table.h"
 #include "utilities.h"
 
 namespace {
@@ -158,16 +159,11 @@ private Q_SLOTS:
 
 void TestFlasher::theWholeSequenceFollowsTheProtocol_data()
 {
-    QTest::addColumn<int>("chip");
-    QTest::addColumn<int>("revision");
-    QTest::addColumn<QByteArray>("words");
-    const auto row = [](int chip, int revision, const char* words) {
-        QTest::addRow("chip %d, revision %d", chip, revision) << chip << revision << QByteArray(words);
-    };
-    row(12, 2, "C44A C44B C44F C451 C454 C457 C45E 64C7 F0E2=0A C0A7=00");
-    row(12, 3, "C42D C42E C432 C434 C437 C43A C441 12D3 F0E2=0A ");
-    row(13, 2, "C451 C452 C456 C458 C45B C45E C465 71C7 F0E1=A0 C0A7=00");
-    row(13, 3, "B53A B53B B53F B541 B544 B547 B54E 5CBB F0E1=A0 ");
+    const Table<int, int, QByteArray> table("chip", "revision", "words");
+    table.row("chip 12, revision 2", 12, 2, "C44A C44B C44F C451 C454 C457 C45E 64C7 F0E2=0A C0A7=00");
+    table.row("chip 12, revision 3", 12, 3, "C42D C42E C432 C434 C437 C43A C441 12D3 F0E2=0A ");
+    table.row("chip 13, revision 2", 13, 2, "C451 C452 C456 C458 C45B C45E C465 71C7 F0E1=A0 C0A7=00");
+    table.row("chip 13, revision 3", 13, 3, "B53A B53B B53F B541 B544 B547 B54E 5CBB F0E1=A0 ");
 }
 
 void TestFlasher::theWholeSequenceFollowsTheProtocol()
@@ -195,25 +191,29 @@ void TestFlasher::theWholeSequenceFollowsTheProtocol()
 
 void TestFlasher::theImageSetsGeometryRangeAndLengths_data()
 {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QByteArray>("image");
-    QTest::addColumn<QByteArray>("steps");
-    const auto row = [](const char* name, int type, const QByteArray& image, const char* steps) {
-        QTest::newRow(name) << type << image << QByteArray(steps);
-    };
-    row("no page size", Headset, imageOf(300, 0x0B, 0x0F), "C457=00000200000000,C45E=00000000");
-    row("the headset's page size has 3 bits", Headset, imageOf(300, 0x9B, 0x10), "C457=00000200010400");
-    row("the transmitter's page size has 4 bits", Transmitter, imageOf(300, 0x9B, 0xF5),
-        "C457=00000200030004,C45E=00080000");
-    row("largest sizes", Transmitter, imageOf(300, 0xFF, 0x0F), "C457=00002000000000,C45E=00002000,r109");
-    row("less than a chunk", Headset, imageOf(300, 0x0B, 0),
-        "r109,C451=0010 p C454=0000 C p s1000 p p s2000");
-    row("one chunk", Headset, imageOf(4096, 0x0B, 0),
-        "r124,D0F00 p s20 C44B=00000000 p C44F=64C7 p C451=0010 p C454=0000 C p s1000 p p s2000");
-    row("two chunks", Headset, imageOf(8192, 0x0B, 0), "r145,C44B=00100000 p C44F=64C7 p C451=0010");
-    row("whole sectors only", Transmitter, imageOf(8192, 0x0A, 0x36),
-        "C44B=00100000 p C451=0100 p E p s4000 p D0000");
-    row("all of the memory", Headset, imageOf(65536, 0x0A, 0), "C44B=00F00000,ok");
+    const Table<int, QByteArray, QByteArray> table("type", "image", "steps");
+    table.row("no page size", Headset, imageOf(300, 0x0B, 0x0F), "C457=00000200000000,C45E=00000000");
+    table.row("the headset's page size has 3 bits", Headset, imageOf(300, 0x9B, 0x10), "C457=00000200010400");
+    table.row("the transmitter's page size has 4 bits", Transmitter, imageOf(300, 0x9B, 0xF5),
+              "C457=00000200030004,C45E=00080000");
+    table.row("largest sizes", Transmitter, imageOf(300, 0xFF, 0x0F),
+              "C457=00002000000000,C45E=00002000,r109");
+    table.row("less than a chunk", Headset, imageOf(300, 0x0B, 0),
+              "r109,C451=0010 p C454=0000 C p s1000 p p s2000");
+    table.row("a byte less than a chunk", Headset, imageOf(4095, 0x0B, 0),
+              "r123,D0F00 p s20 C44B=00000000 p C44F=64C7 p C451=0010 p C454=0000 C p s1000 p p s2000");
+    table.row("one chunk", Headset, imageOf(4096, 0x0B, 0),
+              "r124,D0F00 p s20 C44B=00000000 p C44F=64C7 p C451=0010 p C454=0000 C p s1000 p p s2000");
+    table.row("a byte more than a chunk", Headset, imageOf(4097, 0x0B, 0),
+              "r129,D0000 p s20 C44B=00100000 p C44F=64C7 p C451=0100 p C454=0000 C p s1000 p p s2000");
+    table.row("two chunks", Headset, imageOf(8192, 0x0B, 0), "r145,C44B=00100000 p C44F=64C7 p C451=0010");
+    table.row("a byte less than a sector", Transmitter, imageOf(4095, 0x0A, 0x36),
+              "r123,C44B=00000000 p C451=0100 p E p s4000 p D0000");
+    table.row("one sector", Transmitter, imageOf(4096, 0x0A, 0x36),
+              "r129,C44B=00000000 p C451=0100 p E p s4000 p D0000");
+    table.row("a byte more than a sector", Transmitter, imageOf(4097, 0x0A, 0x36),
+              "r134,C44B=00100000 p C451=0100 p E p s4000 p D0000");
+    table.row("all of the memory", Headset, imageOf(65536, 0x0A, 0), "C44B=00F00000,ok");
 }
 
 void TestFlasher::theImageSetsGeometryRangeAndLengths()
@@ -230,33 +230,27 @@ void TestFlasher::theImageSetsGeometryRangeAndLengths()
 
 void TestFlasher::aRunThatCannotStartWritesNothing_data()
 {
-    QTest::addColumn<QByteArray>("image");
-    QTest::addColumn<int>("chip");
-    QTest::addColumn<int>("revision");
-    QTest::addColumn<QByteArray>("journal");
-    QTest::addColumn<QByteArray>("lastMessage");
-    const auto row = [](const char* name, const QByteArray& image, int chip, int revision,
-                        const QByteArray& journal, const char* message) {
-        QTest::newRow(name) << image << chip << revision << journal << QByteArray(message);
-    };
+    const Table<QByteArray, int, int, QByteArray, QByteArray> table("image", "chip", "revision", "journal",
+                                                                    "lastMessage");
     const QByteArray good = imageOf(300, 0x0B, 0x06);
     const char* const tooLarge = "!Transmitter: ERROR: File size is larger than available device memory!";
-    row("no device", good, noDevice, 2, "error 1", "");
-    row("aborted before the start", good, abortedBefore, 2, "error 1", "");
-    row("empty image", {}, 12, 2, "error 2", "");
-    row("unknown chip", good, 14, 2, identify + " error 3", "Device type = 1, chip major revision = 2");
-    row("no revision", good, 12, 0, identify + " error 3", "Device type = 1, chip major revision = 0");
-    row("unknown revision", good, 12, 4, identify + " error 5", "!Transmitter: ERROR: Unsupported chip");
-    row("a byte too long", imageOf(65537, 0x0A, 0x06), 12, 2, identify + " error 4", tooLarge);
-    row("no memory size", imageOf(300, 0x00, 0x06), 12, 2, identify + " error 4", tooLarge);
-    row("no sector size", imageOf(300, 0x0B, 0x30), 12, 2, identify + " error 4",
-        "!Transmitter: ERROR: File announces no sector size!");
-    row("no sector size, unknown revision", imageOf(300, 0x0B, 0x30), 12, 4, identify + " error 5",
-        "!Transmitter: ERROR: Unsupported chip");
-    row("half a header", imageOf(1, 0x0B, 0), 12, 2, identify + " error 4",
-        "!Transmitter: ERROR: File is too short to describe the device memory!");
-    row("reports too short for data", good, shortReports, 2, identify + " error 5",
-        "!Transmitter: ERROR: Device takes no data packets!");
+    table.row("no device", good, noDevice, 2, "error 1", "");
+    table.row("aborted before the start", good, abortedBefore, 2, "error 1", "");
+    table.row("empty image", {}, 12, 2, "error 2", "");
+    table.row("unknown chip", good, 14, 2, identify + " error 3", "Device type = 1, chip major revision = 2");
+    table.row("no revision", good, 12, 0, identify + " error 3", "Device type = 1, chip major revision = 0");
+    table.row("unknown revision", good, 12, 4, identify + " error 5",
+              "!Transmitter: ERROR: Unsupported chip");
+    table.row("a byte too long", imageOf(65537, 0x0A, 0x06), 12, 2, identify + " error 4", tooLarge);
+    table.row("no memory size", imageOf(300, 0x00, 0x06), 12, 2, identify + " error 4", tooLarge);
+    table.row("no sector size", imageOf(300, 0x0B, 0x30), 12, 2, identify + " error 4",
+              "!Transmitter: ERROR: File announces no sector size!");
+    table.row("no sector size, unknown revision", imageOf(300, 0x0B, 0x30), 12, 4, identify + " error 5",
+              "!Transmitter: ERROR: Unsupported chip");
+    table.row("half a header", imageOf(1, 0x0B, 0), 12, 2, identify + " error 4",
+              "!Transmitter: ERROR: File is too short to describe the device memory!");
+    table.row("reports too short for data", good, shortReports, 2, identify + " error 5",
+              "!Transmitter: ERROR: Device takes no data packets!");
 }
 
 void TestFlasher::aRunThatCannotStartWritesNothing()
@@ -301,34 +295,21 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
 
 void TestFlasher::everyTransferThatFailsIsLogged_data()
 {
-    QTest::addColumn<int>("chip");
-    QTest::addColumn<int>("revision");
-    QTest::addColumn<int>("firstFailing");
-    QTest::addColumn<int>("lastFailing");
-    QTest::addColumn<QByteArray>("logged");
-    QTest::addColumn<QByteArray>("outcome");
-    const auto row = [](const char* name, int chip, int revision, int first, int last, const char* logged,
-                        const char* outcome) {
-        QTest::newRow(name) << chip << revision << first << last << QByteArray(logged) << QByteArray(outcome);
-    };
     constexpr int never = 1000;
-    row("none", 12, 2, never, never, "", "ok, final wait after 20");
-    row("none, foreign chip", 14, 2, never, never, "", "error 3, identify after 4");
-    row("none, revision 0", 12, 0, never, never, "", "error 3, identify after 4");
-    row("from the first on", 12, 2, 1, never, "1 identify|2 identify|3 identify|4 identify",
-        "error 3, identify at 1");
-    row("a failed request with an answer", 12, 2, 3, 3, "3 identify", "ok, final wait after 20");
-    row("from the last two on", 12, 2, 19, never, "19 commit|20 final wait", "ok, commit at 19");
-    row("one of the packets", 12, 2, 14, 14, "14 download", "ok, final wait after 20");
+    const Table<int, int, QByteArray, QByteArray> table("firstFailing", "lastFailing", "logged", "outcome");
+    table.row("none", never, never, "", "ok, final wait after 20");
+    table.row("from the first on", 1, never, "1 identify|2 identify|3 identify|4 identify",
+              "error 3, identify at 1");
+    table.row("a failed request with an answer", 3, 3, "3 identify", "ok, final wait after 20");
+    table.row("from the last two on", 19, never, "19 commit|20 final wait", "ok, commit at 19");
+    table.row("one of the packets", 14, 14, "14 download", "ok, final wait after 20");
 }
 
 void TestFlasher::everyTransferThatFailsIsLogged()
 {
-    QFETCH(const int, chip);
-    QFETCH(const int, revision);
     QFETCH(const int, firstFailing);
     QFETCH(const int, lastFailing);
-    Run run(imageOf(300, 0x0B, 0x06), chip, revision);
+    Run run(imageOf(300, 0x0B, 0x06), 12, 2);
     run.hid->onTransfer = [&] {
         const bool fails = run.hid->transfers >= firstFailing && run.hid->transfers <= lastFailing;
         run.hid->setError = run.hid->getError = fails ? ERROR_GEN_FAILURE : ERROR_SUCCESS;

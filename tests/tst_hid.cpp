@@ -13,12 +13,12 @@ extern "C" {
 }
 
 #include "abstracthiddevice.h"
-#include "devicedetector.h"
 #include "hiddevicedescriptor.h"
 #include "hidutilities.h"
 #include "leavesnothing.h"
 #include "openobjects.h"
 #include "scriptedhid.h"
+#include "table.h"
 #include "utilities.h"
 
 using namespace HidUtilities;
@@ -37,24 +37,6 @@ QByteArray answerOf(int status, int value)
            QByteArray(reportBytes - 12, '\0');
 }
 
-/// Opens devices as a detector does. Records for each handle whether it was still open in closeDevice().
-class CountingDetector : public DeviceDetector
-{
-public:
-    HANDLE openDevice(DeviceInstance* device, int, int share, SECURITY_ATTRIBUTES*, DWORD) override
-    {
-        return CreateFileW(device->path.c_str(), GENERIC_READ, DWORD(share), nullptr, OPEN_EXISTING, 0,
-                           nullptr);
-    }
-    void closeDevice(HANDLE handle) override
-    {
-        PHIDP_PREPARSED_DATA data = nullptr;
-        closed << bool(HidD_GetPreparsedData(handle, &data) && HidD_FreePreparsedData(data));
-    }
-
-    QList<bool> closed;
-};
-
 } // namespace
 
 class TestHid : public LeavesNothing
@@ -68,7 +50,6 @@ private Q_SLOTS:
     void aDeviceMovesVectorsUpToItsReportLength();
     void capabilitiesAreAskedForOncePerOpening();
     void openingsShareOnlyAsAllowed();
-    void theLastHolderEndsTheWatchThenClosesTheDevice();
     void operandsAreCutToBytes_data();
     void operandsAreCutToBytes();
     void anAnswerThatIsTooShortIsNotUsed();
@@ -79,16 +60,13 @@ private Q_SLOTS:
 
 void TestHid::theLayerTransfersFeaturesAsWindowsDoes_data()
 {
-    QTest::addColumn<int>("bufferBytes");
-    QTest::addColumn<bool>("isGone");
-    QTest::addColumn<int>("control");
-    QTest::addColumn<int>("error");
+    const Table<int, bool, int, int> table("bufferBytes", "isGone", "control", "error");
     const int get = IOCTL_HID_GET_FEATURE;
-    QTest::newRow("buffer as long as the report") << reportBytes << false << get << 0;
-    QTest::newRow("longer buffer: cut") << reportBytes + 9 << false << get << 0;
-    QTest::newRow("shorter buffer") << reportBytes - 1 << false << get << ERROR_INVALID_USER_BUFFER;
-    QTest::newRow("device gone") << reportBytes << true << get << ERROR_DEVICE_NOT_CONNECTED;
-    QTest::newRow("another control code") << reportBytes << false << get + 4 << ERROR_INVALID_FUNCTION;
+    table.row("buffer as long as the report", reportBytes, false, get, 0);
+    table.row("longer buffer: cut", reportBytes + 9, false, get, 0);
+    table.row("shorter buffer", reportBytes - 1, false, get, ERROR_INVALID_USER_BUFFER);
+    table.row("device gone", reportBytes, true, get, ERROR_DEVICE_NOT_CONNECTED);
+    table.row("another control code", reportBytes, false, get + 4, ERROR_INVALID_FUNCTION);
 }
 
 void TestHid::theLayerTransfersFeaturesAsWindowsDoes()
@@ -135,17 +113,14 @@ void TestHid::theLayerTransfersFeaturesAsWindowsDoes()
 
 void TestHid::aDeviceMovesVectorsUpToItsReportLength_data()
 {
-    QTest::addColumn<int>("bytes");
-    QTest::addColumn<int>("answered");
-    QTest::addColumn<bool>("isSent");
-    QTest::addColumn<bool>("isRead");
-    QTest::newRow("empty") << 0 << reportBytes << false << false;
-    QTest::newRow("shorter than a report: padded, cut back") << 64 << reportBytes << true << true;
-    QTest::newRow("answer as long as asked for") << 64 << 64 << true << true;
-    QTest::newRow("answer a byte short") << 64 << 63 << true << false;
-    QTest::newRow("no answer") << 64 << 0 << true << false;
-    QTest::newRow("as long as a report") << reportBytes << reportBytes << true << true;
-    QTest::newRow("longer than a report") << reportBytes + 1 << reportBytes << false << false;
+    const Table<int, int, bool, bool> table("bytes", "answered", "isSent", "isRead");
+    table.row("empty", 0, reportBytes, false, false);
+    table.row("shorter than a report: padded, cut back", 64, reportBytes, true, true);
+    table.row("answer as long as asked for", 64, 64, true, true);
+    table.row("answer a byte short", 64, 63, true, false);
+    table.row("no answer", 64, 0, true, false);
+    table.row("as long as a report", reportBytes, reportBytes, true, true);
+    table.row("longer than a report", reportBytes + 1, reportBytes, false, false);
 }
 
 void TestHid::aDeviceMovesVectorsUpToItsReportLength()
@@ -216,52 +191,22 @@ void TestHid::openingsShareOnlyAsAllowed()
     QVERIFY(!open(Access::ReadWrite, Access::Read));
     QVERIFY(!open(Access::Read, Access::Write));
     QVERIFY(open(Access::Read, Access::Read));
-    device.reset();
-    f.tree.refuseOpen(f.path, ERROR_ACCESS_DENIED, 1);
-    QVERIFY(!open(Access::ReadWrite, Access::None));
-    QVERIFY(open(Access::ReadWrite, Access::None));
     QVERIFY(!Utilities::openHidDeviceByPath({}, Access::ReadWrite, Access::None));
-    f.tree.unplug(f.path);
-    QVERIFY(!open(Access::ReadWrite, Access::None));
-}
-
-void TestHid::theLastHolderEndsTheWatchThenClosesTheDevice()
-{
-    HidFixture f;
-    LogCapture log;
-    DeviceInstance instance;
-    instance.vendorId = 0x170D;
-    instance.productId = 0x010A;
-    instance.path = f.path;
-    const auto detector = std::make_shared<CountingDetector>();
-    Device first = Utilities::openHidDevice(detector, &instance, Access::ReadWrite, Access::None);
-    QVERIFY(first);
-    QVERIFY(!Utilities::openHidDevice(detector, &instance, Access::ReadWrite, Access::None));
-    QCOMPARE(log.text(), QByteArray("?Cannot open device VID: 0x170D, PID: 0x010A"));
-    Device last = std::move(first);
-    QVERIFY(detector->closed.isEmpty());
-    last.reset();
-    QCOMPARE(detector->closed, {true});
-    QCOMPARE(f.tree.openFileCount(), std::size_t(0));
 }
 
 void TestHid::operandsAreCutToBytes_data()
 {
-    QTest::addColumn<Command>("command");
-    QTest::addColumn<QByteArray>("frame");
-    const auto row = [](const char* frame, const Command& command) {
-        QTest::newRow(frame) << command << QByteArray(frame);
-    };
-    row("ff02000a", [](Device d) { return sendControlRequest(d, 0x10A); });
-    row("ff0a00ff0400000500e2f00a", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); });
-    row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); });
-    row("ff0700ff0400000284", [](Device d) { return executeOperation(d, 0x184); });
+    const Table<Command> table("command"); // a row is named after the frame that it sends
+    table.row("ff02000a", [](Device d) { return sendControlRequest(d, 0x10A); });
+    table.row("ff0a00ff0400000500e2f00a", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); });
+    table.row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); });
+    table.row("ff0700ff0400000284", [](Device d) { return executeOperation(d, 0x184); });
 }
 
 void TestHid::operandsAreCutToBytes()
 {
     QFETCH(const Command, command);
-    QFETCH(const QByteArray, frame);
+    const QByteArray frame = QTest::currentDataTag();
     HidFixture f;
     f.hid->caps.featureReportBytes = 64; // nothing is padded
     const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);
@@ -304,25 +249,18 @@ void TestHid::anAnswerThatIsTooShortIsNotUsed()
 
 void TestHid::chipQueriesReadOneRegisterByte_data()
 {
-    QTest::addColumn<Command>("query");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QByteArray>("log");
-    const auto row = [](const char* name, const QByteArray& answer, int value, const char* log) {
-        const bool isId = QByteArray(name).startsWith("id");
-        const Command query = isId ? getAvneraChipId : getAvneraChipRevision;
-        QTest::newRow(name) << query << answer << value << QByteArray(log);
-    };
+    const Table<Command, QByteArray, int, QByteArray> table("query", "answer", "value", "log");
     const char* const noData =
         "!Error getting chip type: Device reported no data to send.|!Failed trying obtain chip ID";
     const char* const foreign = "!Chip ID register does not match USB enumeration PID (Product ID number)";
-    row("id 12", answerOf(0, 12), 12, "VMI AV6x01 identified");
-    row("id 13", answerOf(0, 13), 13, "VMI AV6x02 identified");
-    row("id 14", answerOf(0, 14), 0, foreign);
-    row("id: no data", answerOf(1, 12), 0, noData);
-    row("id: short answer", answerOf(0, 12).left(12), 0, "!Failed trying obtain chip ID");
-    row("revision 200", answerOf(0, 200), 200, "");
-    row("revision: no answer", {}, 0, "!Failed trying obtain chip revision");
+    table.row("id 12", getAvneraChipId, answerOf(0, 12), 12, "VMI AV6x01 identified");
+    table.row("id 13", getAvneraChipId, answerOf(0, 13), 13, "VMI AV6x02 identified");
+    table.row("id 14", getAvneraChipId, answerOf(0, 14), 0, foreign);
+    table.row("id: no data", getAvneraChipId, answerOf(1, 12), 0, noData);
+    table.row("id: short answer", getAvneraChipId, answerOf(0, 12).left(12), 0,
+              "!Failed trying obtain chip ID");
+    table.row("revision 200", getAvneraChipRevision, answerOf(0, 200), 200, "");
+    table.row("revision: no answer", getAvneraChipRevision, "", 0, "!Failed trying obtain chip revision");
 }
 
 void TestHid::chipQueriesReadOneRegisterByte()

@@ -10,10 +10,12 @@
 #include "hidrawinterface.h"
 #include "lockholder.h"
 #include "reportdescriptor.h"
-
-namespace {
+#include "table.h"
 
 using Lock = HidrawDevice::Lock;
+Q_DECLARE_METATYPE(Lock)
+
+namespace {
 
 ReportDescriptor parse(const QByteArray& bytes)
 {
@@ -70,74 +72,67 @@ struct LockedFile
 
 const QByteArray field = "7508 9502 B102"; // the items of a feature report with two data bytes
 
-void addDescriptor(const char* name, const QByteArray& items, const QByteArray& summary)
-{
-    QTest::newRow(name) << items << summary;
-}
+using Descriptors = Table<QByteArray, QByteArray>;
 
-void addSoundDescriptors()
+void addSoundDescriptors(const Descriptors& table)
 {
     const QByteArray loader = "15 00 26FF00 7508 85FF 953F 0902 B102 85E4 960701 0903 B102";
-    addDescriptor("loader", vendorCollection(loader), "ff00:1 264");
-    addDescriptor("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0",
-                  "c:1 0, has no feature report");
-    addDescriptor("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
-                  "c:1 3, ff00:1 4");
-    addDescriptor("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
-    addDescriptor("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
-    addDescriptor("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
-    addDescriptor("usage that belongs to an earlier item", "0600FF A101 C0 0908 B100 A101 C0",
-                  "ff00:0 0, has a report outside of any collection");
-    addDescriptor("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
-    addDescriptor("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
-    addDescriptor("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
-                  "ff00:1 5");
-    addDescriptor("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
-                  "ff00:1 3, ff00:1 3");
-    addDescriptor("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
-    addDescriptor("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0, has no feature report");
-    addDescriptor("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
-    addDescriptor("empty long item at the end", vendorCollection("") + "FE0042",
-                  "ff00:1 0, has no feature report");
-    addDescriptor("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
-    addDescriptor("field without bits", vendorCollection("7508 9500 B102"),
-                  "ff00:1 0, has no feature report");
-    addDescriptor("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
+    table.row("loader", vendorCollection(loader), "ff00:1 264");
+    table.row("consumer control", "050C 0901 A101 8501 7501 9508 8102 C0", "c:1 0, has no feature report");
+    table.row("two collections", "050C 0901 A101" + field + "C0" + vendorCollection("7508 9503 B102"),
+              "c:1 3, ff00:1 4");
+    table.row("inner collection", vendorCollection("A102 0902" + field + "C0"), "ff00:1 3");
+    table.row("no usage", "0600FF A101 C0", "ff00:0 0, has no feature report");
+    table.row("first of two usages", "0600FF 0907 0908 A101 C0", "ff00:7 0, has no feature report");
+    table.row("usage that belongs to an earlier item", "0600FF A101 C0 0908 B100 A101 C0",
+              "ff00:0 0, has a report outside of any collection");
+    table.row("usage with its page", "050C 0B070000FF A101 C0", "ff00:7 0, has no feature report");
+    table.row("bits make up a byte", vendorCollection("7503 9503 B102"), "ff00:1 3");
+    table.row("fields of one report add up", vendorCollection("8501" + field + field + "8502 9501 B102"),
+              "ff00:1 5");
+    table.row("same report ID, other collection", vendorCollection(field) + vendorCollection(field),
+              "ff00:1 3, ff00:1 3");
+    table.row("pushed and popped", vendorCollection("7508 9502 A4 95FF 750F B4 B102"), "ff00:1 3");
+    table.row("popped usage page", "050C A4 0600FF B4 0901 A101 C0", "c:1 0, has no feature report");
+    table.row("long item", vendorCollection("FE0342 010203" + field), "ff00:1 3");
+    table.row("empty long item at the end", vendorCollection("") + "FE0042",
+              "ff00:1 0, has no feature report");
+    table.row("reserved items", vendorCollection("C4 D4 0C" + field), "ff00:1 3");
+    table.row("field without bits", vendorCollection("7508 9500 B102"), "ff00:1 0, has no feature report");
+    table.row("longest report", vendorCollection("7508 96FF3F B102"), "ff00:1 16384");
 }
 
-void addFaultyDescriptors()
+void addFaultyDescriptors(const Descriptors& table)
 {
     const QByteArray fault = "ff00:1 0, ";
-    addDescriptor("nothing", "", "0:0 0, has no collection");
-    addDescriptor("no collection", "0600FF 0901", "0:0 0, has no collection");
-    addDescriptor("cut in an item", vendorCollection(field) + "06 00", fault + "ends within an item");
-    addDescriptor("cut in a long item", vendorCollection("FE0442 0102"), fault + "ends within an item");
-    addDescriptor("cut after a long item's prefix", vendorCollection(field) + "FE",
-                  fault + "ends within an item");
-    addDescriptor("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
-    addDescriptor("End Collection without Collection", vendorCollection(field) + "C0",
-                  fault + "has an End Collection without a Collection");
-    addDescriptor("pop without push", vendorCollection(field) + "B4", fault + "has a Pop without a Push");
-    addDescriptor("report ID 0", vendorCollection("8500" + field),
-                  fault + "has a report ID that is not one of 1 to 255");
-    addDescriptor("report ID 256", vendorCollection("860001" + field),
-                  fault + "has a report ID that is not one of 1 to 255");
-    addDescriptor("report too long", vendorCollection("7508 960040 B102"),
-                  fault + "has a feature report of more than 16384 bytes");
-    addDescriptor("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
-                  fault + "has a feature report of more than 16384 bytes");
-    addDescriptor("32 deep",
-                  vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
-                  "ff00:1 0, has no feature report");
-    addDescriptor("33 deep",
-                  vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
-                  fault + "nests collections more than 32 deep");
-    addDescriptor("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
-                  fault + "has more than 32 nested Pushes");
-    addDescriptor("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
-                  "ff00:1 0, has no feature report");
-    addDescriptor("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
-                  "0:0 0, is longer than 4096 bytes");
+    table.row("nothing", "", "0:0 0, has no collection");
+    table.row("no collection", "0600FF 0901", "0:0 0, has no collection");
+    table.row("cut in an item", vendorCollection(field) + "06 00", fault + "ends within an item");
+    table.row("cut in a long item", vendorCollection("FE0442 0102"), fault + "ends within an item");
+    table.row("cut after a long item's prefix", vendorCollection(field) + "FE",
+              fault + "ends within an item");
+    table.row("cut in a collection", "0600FF 0901 A101" + field, fault + "ends within a collection");
+    table.row("End Collection without Collection", vendorCollection(field) + "C0",
+              fault + "has an End Collection without a Collection");
+    table.row("pop without push", vendorCollection(field) + "B4", fault + "has a Pop without a Push");
+    table.row("report ID 0", vendorCollection("8500" + field),
+              fault + "has a report ID that is not one of 1 to 255");
+    table.row("report ID 256", vendorCollection("860001" + field),
+              fault + "has a report ID that is not one of 1 to 255");
+    table.row("report too long", vendorCollection("7508 960040 B102"),
+              fault + "has a feature report of more than 16384 bytes");
+    table.row("report of nearly 2^64 bits", vendorCollection("77FFFFFFFF 97FFFFFFFF B102 B102 B102"),
+              fault + "has a feature report of more than 16384 bytes");
+    table.row("32 deep", vendorCollection(QByteArray("A100").repeated(31) + QByteArray("C0").repeated(31)),
+              "ff00:1 0, has no feature report");
+    table.row("33 deep", vendorCollection(QByteArray("A100").repeated(32) + QByteArray("C0").repeated(32)),
+              fault + "nests collections more than 32 deep");
+    table.row("33 pushes", vendorCollection(field + QByteArray("A4").repeated(33)),
+              fault + "has more than 32 nested Pushes");
+    table.row("longest descriptor", vendorCollection(QByteArray("A4B4").repeated(2044)),
+              "ff00:1 0, has no feature report");
+    table.row("too long", vendorCollection(QByteArray("A4B4").repeated(2044) + "8100"),
+              "0:0 0, is longer than 4096 bytes");
 }
 
 } // namespace
@@ -149,7 +144,6 @@ class TestLinuxDevices : public QObject
 private Q_SLOTS:
     void descriptorsAreRead_data();
     void descriptorsAreRead();
-    void aDescriptorThatIsCutHasAFault();
     void nodesAreNamedAsOnWindows_data();
     void nodesAreNamedAsOnWindows();
     void errnoValuesBecomeWindowsCodes_data();
@@ -160,10 +154,9 @@ private Q_SLOTS:
 
 void TestLinuxDevices::descriptorsAreRead_data()
 {
-    QTest::addColumn<QByteArray>("items"); // in hexadecimal
-    QTest::addColumn<QByteArray>("summary");
-    addSoundDescriptors();
-    addFaultyDescriptors();
+    const Descriptors table("items", "summary"); // the items are in hexadecimal
+    addSoundDescriptors(table);
+    addFaultyDescriptors(table);
 }
 
 void TestLinuxDevices::descriptorsAreRead()
@@ -173,46 +166,27 @@ void TestLinuxDevices::descriptorsAreRead()
     QCOMPARE(summaryOf(parse(QByteArray::fromHex(items))), summary);
 }
 
-void TestLinuxDevices::aDescriptorThatIsCutHasAFault()
-{
-    const QByteArray whole =
-        QByteArray::fromHex(vendorCollection("85FF 7508 953F B102 FE0342 010203 85E4 960701 B102"));
-    for (int length = 0; length < whole.size(); ++length) {
-        const ReportDescriptor cut = parse(whole.left(length));
-        QVERIFY2(!cut.fault.empty(), QByteArray::number(length));
-        QCOMPARE(cut.collections.size(), std::size_t(1));
-        QCOMPARE(cut.collections.front().featureReportBytes, std::uint16_t(0));
-    }
-}
-
 void TestLinuxDevices::nodesAreNamedAsOnWindows_data()
 {
-    QTest::addColumn<QByteArray>("hidId");
-    QTest::addColumn<QByteArray>("phys");
-    QTest::addColumn<QByteArray>("interfaces");
-    QTest::addColumn<int>("collections");
-    QTest::addColumn<QByteArray>("names");
+    const Table<QByteArray, QByteArray, QByteArray, int, QByteArray> table("hidId", "phys", "interfaces",
+                                                                           "collections", "names");
     const QByteArray id = "0003:00007A31:00000004";
-    QTest::newRow("function of a composite device")
-        << id << QByteArray("usb-0000:00:14.0-1/input3") << QByteArray(" 4") << 1
-        << QByteArray("HID\\VID_7A31&PID_0004&MI_03\\7&0000001F&0&0000 "
-                      "HID\\VID_7A31&PID_0004&REV_0123&MI_03 HID\\VID_7A31&PID_0004&MI_03");
-    QTest::newRow("only interface") << id << QByteArray("usb-0000:00:14.0-1/input0") << QByteArray(" 1") << 1
-                                    << QByteArray("HID\\VID_7A31&PID_0004\\7&0000001F&0&0000 "
-                                                  "HID\\VID_7A31&PID_0004&REV_0123 HID\\VID_7A31&PID_0004");
-    QTest::newRow("first of several interfaces, several collections")
-        << id << QByteArray("usb-0000:00:14.0-1/input0") << QByteArray(" 2") << 2
-        << QByteArray("HID\\VID_7A31&PID_0004&MI_00&COL01\\7&0000001F&0&0000 "
-                      "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col01 HID\\VID_7A31&PID_0004&MI_00&Col01 "
-                      "HID\\VID_7A31&PID_0004&MI_00&COL02\\7&0000001F&0&0001 "
-                      "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col02 HID\\VID_7A31&PID_0004&MI_00&Col02");
-    QTest::newRow("no USB device behind it")
-        << id << QByteArray("simulated-1/input2") << QByteArray() << 1
-        << QByteArray("HID\\VID_7A31&PID_0004&MI_02\\7&0000001F&0&0000 "
-                      "HID\\VID_7A31&PID_0004&REV_0123&MI_02 HID\\VID_7A31&PID_0004&MI_02");
-    QTest::newRow("Bluetooth") << QByteArray("0005:00007A31:00000004") << QByteArray() << QByteArray() << 1
-                               << QByteArray();
-    QTest::newRow("unreadable") << QByteArray("0003:") << QByteArray() << QByteArray() << 1 << QByteArray();
+    table.row("function of a composite device", id, "usb-0000:00:14.0-1/input3", " 4", 1,
+              "HID\\VID_7A31&PID_0004&MI_03\\7&0000001F&0&0000 "
+              "HID\\VID_7A31&PID_0004&REV_0123&MI_03 HID\\VID_7A31&PID_0004&MI_03");
+    table.row("only interface", id, "usb-0000:00:14.0-1/input0", " 1", 1,
+              "HID\\VID_7A31&PID_0004\\7&0000001F&0&0000 "
+              "HID\\VID_7A31&PID_0004&REV_0123 HID\\VID_7A31&PID_0004");
+    table.row("first of several interfaces, several collections", id, "usb-0000:00:14.0-1/input0", " 2", 2,
+              "HID\\VID_7A31&PID_0004&MI_00&COL01\\7&0000001F&0&0000 "
+              "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col01 HID\\VID_7A31&PID_0004&MI_00&Col01 "
+              "HID\\VID_7A31&PID_0004&MI_00&COL02\\7&0000001F&0&0001 "
+              "HID\\VID_7A31&PID_0004&REV_0123&MI_00&Col02 HID\\VID_7A31&PID_0004&MI_00&Col02");
+    table.row("no USB device behind it", id, "simulated-1/input2", "", 1,
+              "HID\\VID_7A31&PID_0004&MI_02\\7&0000001F&0&0000 "
+              "HID\\VID_7A31&PID_0004&REV_0123&MI_02 HID\\VID_7A31&PID_0004&MI_02");
+    table.row("Bluetooth", "0005:00007A31:00000004", "", "", 1, "");
+    table.row("unreadable", "0003:", "", "", 1, "");
 }
 
 void TestLinuxDevices::nodesAreNamedAsOnWindows()
@@ -242,20 +216,15 @@ void TestLinuxDevices::nodesAreNamedAsOnWindows()
 
 void TestLinuxDevices::errnoValuesBecomeWindowsCodes_data()
 {
-    QTest::addColumn<int>("value");
-    QTest::addColumn<int>("code");
-    QTest::newRow("gone") << ENODEV << 1167;
-    QTest::newRow("lost by its controller") << ESHUTDOWN << 1167;
-    QTest::newRow("no permission") << EACCES << 5;
-    QTest::newRow("not permitted") << EPERM << 5;
-    QTest::newRow("in use") << EBUSY << 32;
-    QTest::newRow("locked") << EWOULDBLOCK << 32;
-    QTest::newRow("no such node") << ENOENT << 2;
-    QTest::newRow("stalled") << EPIPE << 31;
-    QTest::newRow("input/output error") << EIO << 31;
-    QTest::newRow("no answer") << ETIMEDOUT << 121;
-    QTest::newRow("too many files") << EMFILE << 4;
-    QTest::newRow("too long") << EINVAL << 87;
+    const Table<int, int> table("value", "code");
+    table.row("gone", ENODEV, 1167);
+    table.row("lost by its controller", ESHUTDOWN, 1167);
+    table.row("no permission", EACCES, 5);
+    table.row("not permitted", EPERM, 5);
+    table.row("in use", EBUSY, 32);
+    table.row("no such node", ENOENT, 2);
+    table.row("stalled", EPIPE, 31);
+    table.row("no answer", ETIMEDOUT, 121);
 }
 
 void TestLinuxDevices::errnoValuesBecomeWindowsCodes()
@@ -267,40 +236,35 @@ void TestLinuxDevices::errnoValuesBecomeWindowsCodes()
 
 void TestLinuxDevices::locksHoldAgainstOtherPrograms_data()
 {
-    QTest::addColumn<int>("lockOfOther");
-    QTest::addColumn<int>("wanted");
-    QTest::addColumn<int>("error");
-    const auto row = [](const char* name, int lockOfOther, Lock wanted, DWORD error) {
-        QTest::newRow(name) << lockOfOther << int(wanted) << int(error);
-    };
-    row("free, exclusive", LOCK_UN, Lock::Exclusive, ERROR_SUCCESS);
-    row("shared, shared", LOCK_SH, Lock::Shared, ERROR_SUCCESS);
-    row("shared, exclusive", LOCK_SH, Lock::Exclusive, ERROR_SHARING_VIOLATION);
-    row("exclusive, shared", LOCK_EX, Lock::Shared, ERROR_SHARING_VIOLATION);
-    row("exclusive, queries only", LOCK_EX, Lock::None, ERROR_SUCCESS);
-    row("free, queries only", LOCK_UN, Lock::None, ERROR_SUCCESS);
+    const Table<int, Lock, int> table("lockOfOther", "wanted", "error");
+    table.row("free, exclusive", LOCK_UN, Lock::Exclusive, ERROR_SUCCESS);
+    table.row("shared, shared", LOCK_SH, Lock::Shared, ERROR_SUCCESS);
+    table.row("shared, exclusive", LOCK_SH, Lock::Exclusive, ERROR_SHARING_VIOLATION);
+    table.row("exclusive, shared", LOCK_EX, Lock::Shared, ERROR_SHARING_VIOLATION);
+    table.row("exclusive, queries only", LOCK_EX, Lock::None, ERROR_SUCCESS);
+    table.row("free, queries only", LOCK_UN, Lock::None, ERROR_SUCCESS);
 }
 
 void TestLinuxDevices::locksHoldAgainstOtherPrograms()
 {
     QFETCH(int, lockOfOther);
-    QFETCH(int, wanted);
+    QFETCH(Lock, wanted);
     QFETCH(int, error);
     LockedFile f(lockOfOther);
     const QString thisProcess = QStringLiteral("tst_linuxdevice (process %1)").arg(::getpid());
     const auto holder = [&] { return QString::fromStdString(lockHolder(f.device->path).value_or("nobody")); };
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
-    QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(error));
+    QCOMPARE(f.device->acquire(wanted), DWORD(error));
     if (error != ERROR_SUCCESS) {
         // Once the other file is closed, several users can have the device. The last release() unlocks it.
         f.other = FileDescriptor();
         f.other = FileDescriptor(::open(f.device->path.c_str(), O_RDWR | O_CLOEXEC));
-        QCOMPARE(f.device->acquire(Lock(wanted)), DWORD(ERROR_SUCCESS));
+        QCOMPARE(f.device->acquire(wanted), DWORD(ERROR_SUCCESS));
         QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SUCCESS));
         f.device->release();
         QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
     }
-    if (Lock(wanted) == Lock::Exclusive && error == ERROR_SUCCESS) {
+    if (wanted == Lock::Exclusive && error == ERROR_SUCCESS) {
         // A second user with a weaker lock weakens the lock neither by acquire() nor by release().
         for (const Lock weaker : {Lock::None, Lock::Shared}) {
             QCOMPARE(f.device->acquire(weaker), DWORD(ERROR_SUCCESS));
@@ -321,6 +285,8 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(f.device->getFeature(report, sizeof(report), received), DWORD(ERROR_INVALID_FUNCTION));
     f.device->release();
     QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), 0);
+    QCOMPARE(f.device->acquire(Lock::Exclusive),
+             DWORD(ERROR_SHARING_VIOLATION)); // nothing is left of the lock
 }
 
 QTEST_GUILESS_MAIN(TestLinuxDevices)

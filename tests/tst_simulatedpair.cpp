@@ -8,6 +8,7 @@
 #include "literals.h"
 #include "pairedcomputer.h"
 #include "simulatedchannel.h"
+#include "table.h"
 #include "utilities.h"
 
 Q_DECLARE_METATYPE(Fault)
@@ -99,7 +100,6 @@ private Q_SLOTS:
     void aCommitNeedsItsSetUp();
     void norFlashIsErasedBeforeItIsProgrammed();
     void aTransferNeverReachesTheNextConnection();
-    void loadedRowsLieApart();
     void faultsStrikeAtTheirTransfer_data();
     void faultsStrikeAtTheirTransfer();
     void restartFaultsStrikeAtTheNextRestart();
@@ -145,17 +145,14 @@ void TestSimulatedPair::theModeIsKeptWithoutPower()
 
 void TestSimulatedPair::aCommitNeedsItsSetUp_data()
 {
-    QTest::addColumn<bool>("isTransmitter");
-    QTest::addColumn<int>("without");
-    QTest::addColumn<QByteArray>("refusal");
+    const Table<bool, int, QByteArray> table("isTransmitter", "without", "refusal");
     for (const bool isTransmitter : {true, false}) {
-        const char* const name = isTransmitter ? "transmitter" : "headset";
-        QTest::addRow("%s, complete", name) << isTransmitter << nothing << QByteArray();
-        QTest::addRow("%s, without pins", name)
-            << isTransmitter << -1 << QByteArray("commit refused: pin multiplexer");
+        const QByteArray name = isTransmitter ? "transmitter, " : "headset, ";
+        table.row(name + "complete", isTransmitter, nothing, "");
+        table.row(name + "without pins", isTransmitter, -1, "commit refused: pin multiplexer");
         for (int i = 0; i < int(std::size(preparations)); ++i)
-            QTest::addRow("%s, without %X", name, preparations[i].address)
-                << isTransmitter << i << QByteArray("commit refused: ") + preparations[i].refusal;
+            table.row(name + "without " + QByteArray::number(preparations[i].address, 16), isTransmitter, i,
+                      QByteArray("commit refused: ") + preparations[i].refusal);
     }
 }
 
@@ -223,43 +220,21 @@ void TestSimulatedPair::aTransferNeverReachesTheNextConnection()
     TRY_VERIFY(device.isSettled() && device.isProgramming());
 }
 
-void TestSimulatedPair::loadedRowsLieApart()
-{
-    Workbench computer(Headset);
-    Channel channel(computer.channel());
-    const auto memory = computer.tested.memory();
-    const QByteArray image(reinterpret_cast<const char*>(memory.data()), 64);
-    QVERIFY(channel.write(0xC44B, "0600000060C02000") && channel.send("FF0700FF0400000284"));
-    QVERIFY(channel.ask(0xC060, 16));
-    QCOMPARE(channel.answer().left(16), image.mid(6, 16));
-    QVERIFY(channel.ask(0xD060, 16));
-    QCOMPARE(channel.answer().left(16), image.mid(22, 16));
-    QVERIFY(channel.ask(0xC070, 16));
-    QVERIFY(channel.answer().left(16) != image.mid(22, 16));
-    QCOMPARE(channel.answer(), QByteArray("no data")); // an answer can be read only once
-}
-
 void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
 {
-    QTest::addColumn<Fault>("fault");
-    QTest::addColumn<int>("transfer");
-    QTest::addColumn<QByteArray>("outcomes"); // . success, x failure, n no data, w wrong identity
-    QTest::addColumn<int>("struckAt");
-    const auto row = [](Fault fault, int transfer, const char* outcomes, int struckAt) {
-        QTest::addRow("fault %d at %d", int(fault), transfer)
-            << fault << transfer << QByteArray(outcomes) << struckAt;
-    };
-    row(Fault::None, 1, "........", 0);
-    row(Fault::Vanish, 1, "xxxxxxxx", 1);
-    row(Fault::Vanish, 4, "...xxxxx", 4);
-    row(Fault::PowerLost, 3, "..xxxxxx", 3);
-    row(Fault::TransferFails, 3, "..xn....", 3);
-    row(Fault::TransferFails, 4, "...x....", 4);
-    row(Fault::NoData, 3, "...n....", 4);
-    row(Fault::NoData, 4, "...n....", 4);
-    row(Fault::ShortAnswer, 6, ".....x..", 6);
-    row(Fault::WrongIdentity, 3, "...w.w.w", 3);
-    row(Fault::WrongIdentity, 4, ".....w.w", 4);
+    // Outcomes: . success, x failure, n no data, w wrong identity
+    const Table<Fault, int, QByteArray, int> table("fault", "transfer", "outcomes", "struckAt");
+    table.row("none", Fault::None, 1, "........", 0);
+    table.row("vanishes at the first", Fault::Vanish, 1, "xxxxxxxx", 1);
+    table.row("vanishes", Fault::Vanish, 4, "...xxxxx", 4);
+    table.row("power lost", Fault::PowerLost, 3, "..xxxxxx", 3);
+    table.row("request fails", Fault::TransferFails, 3, "..xn....", 3);
+    table.row("answer fails", Fault::TransferFails, 4, "...x....", 4);
+    table.row("no data from a request on", Fault::NoData, 3, "...n....", 4);
+    table.row("no data", Fault::NoData, 4, "...n....", 4);
+    table.row("short answer", Fault::ShortAnswer, 6, ".....x..", 6);
+    table.row("wrong identity from a request on", Fault::WrongIdentity, 3, "...w.w.w", 3);
+    table.row("wrong identity", Fault::WrongIdentity, 4, ".....w.w", 4);
 }
 
 void TestSimulatedPair::faultsStrikeAtTheirTransfer()

@@ -9,6 +9,7 @@
 #include "hidnode.h"
 #include "leavesnothing.h"
 #include "scriptedhid.h"
+#include "table.h"
 #include "waiting.h"
 
 namespace {
@@ -99,12 +100,10 @@ private Q_SLOTS:
 
 void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave_data()
 {
-    QTest::addColumn<int>("productId");
-    QTest::addColumn<bool>("wow64");
-    QTest::addColumn<QByteArray>("arguments");
-    QTest::newRow("first generation") << 4 << false << QByteArray("31281 4");
-    QTest::newRow("second generation") << 3 << true << QByteArray("31281 3");
-    QTest::newRow("headset") << 6 << true << QByteArray("31281 6");
+    const Table<int, bool, QByteArray> table("productId", "wow64", "arguments");
+    table.row("first generation", 4, false, "31281 4");
+    table.row("second generation", 3, true, "31281 3");
+    table.row("headset", 6, true, "31281 6");
 }
 
 void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
@@ -202,13 +201,13 @@ void TestUpdaterBegin::anEmptyImageIsNeverWritten()
 
 void TestUpdaterBegin::aDeviceThatCannotBeOpenedEndsTheAttempt_data()
 {
-    QTest::addColumn<QByteArray>("what");
-    QTest::newRow("gone before the attempt") << QByteArray("gone");
-    QTest::newRow("refused in normal mode") << QByteArray("refuses");
-    QTest::newRow("refused in programming mode") << QByteArray("refuses later");
-    QTest::newRow("removed before it is opened") << QByteArray("removed");
-    QTest::newRow("shared with somebody in normal mode") << QByteArray("shared");
-    QTest::newRow("shared with somebody in programming mode") << QByteArray("shared later");
+    const Table<QByteArray> table("what");
+    table.row("gone before the attempt", "gone");
+    table.row("refused in normal mode", "refuses");
+    table.row("refused in programming mode", "refuses later");
+    table.row("removed before it is opened", "removed");
+    table.row("shared with somebody in normal mode", "shared");
+    table.row("shared with somebody in programming mode", "shared later");
 }
 
 void TestUpdaterBegin::aDeviceThatCannotBeOpenedEndsTheAttempt()

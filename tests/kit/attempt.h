@@ -10,19 +10,14 @@
 #include "deviceinstance.h"
 #include "devicelistener.h"
 #include "firmwareupdater.h"
+#include "presentdevices_p.h"
 
 /// @return the record that a detector would make of the interface with the path @p path.
 inline DeviceInstance recordOf(const std::wstring& path)
 {
     DeviceInstance record;
-    record.path = QString::fromStdWString(path).toLower().toStdWString();
-    const auto hexAfter = [&](const wchar_t* key) {
-        const std::size_t at = record.path.find(key);
-        return at == std::wstring::npos ? 0 : std::stoul(record.path.substr(at + 4, 4), nullptr, 16);
-    };
-    record.vendorId = static_cast<std::uint16_t>(hexAfter(L"vid_"));
-    record.productId = static_cast<std::uint16_t>(hexAfter(L"pid_"));
-    record.interfaceKind = InterfaceKind::Hid;
+    static_cast<void>(readDeviceProperties(path, record, interfaceClassGuid(InterfaceKind::Hid)));
+    record.path = toLowerAscii(path);
     return record;
 }
 
