@@ -13,8 +13,9 @@
 #       Boots the disk. Its program FIRST (no systemd needed: /sbin/init or a script with execute permission) runs as
 #       process 1, with only the root file system and /dev mounted; PARAMETER... go to the kernel. The machine stops when
 #       it powers off or process 1 exits, or after LIMIT_S seconds. What is printed on /dev/console (/dev/ttyS0) goes to
-#       LOG; the lines of checks.sh and those that start with "| " also go to the standard output.
-#       Succeeds if exactly one line of LOG is "checks: all hold".
+#       machine_output. Succeeds if exactly one line of LOG is "checks: all hold".
+# machine_output LOG                   Writes the standard input to LOG, and the lines of checks.sh and those that start
+#                                      with "| " also to the standard output, at once.
 # machine_take IMAGE FOLDER TARGET     Copies a folder out of the image of a stopped machine, to TARGET/basename.
 # machine_modules FOLDER               Copies the kernel's modules into a Debian in FOLDER, for modprobe.
 
@@ -64,46 +65,50 @@ machine_make_initial_disk() (
     mv "$machine_cache/initrd.new" "$machine_cache/initrd"
 )
 
-machine_modules() {
-    as_root mkdir -p "$1/usr/lib/modules"
-    as_root cp -r "$machine_cache/kernel/lib/modules/." "$1/usr/lib/modules"
-}
+machine_modules() (
+    folder=$1
+    as_root mkdir -p "$folder/usr/lib/modules"
+    as_root cp -r "$machine_cache/kernel/lib/modules/." "$folder/usr/lib/modules"
+)
 
-machine_enter() {
-    entered=$1
+machine_enter() (
+    folder=$1
     shift
-    as_root unshare --mount --pid --fork --kill-child chroot "$entered" \
+    as_root unshare --mount --pid --fork --kill-child chroot "$folder" \
         sh -c 'mount -t proc proc /proc; mount -t tmpfs tmpfs /tmp; exec "$@"' sh "$@"
-}
+)
 
-machine_debian() {
-    [ "$(cat "$1/ready" 2>/dev/null)" != "$2;$3;$4" ] || return 0
-    echo "Making a Debian in $1; messages go to $1.log"
-    as_root rm -rf "$1"
+machine_debian() (
+    folder=$1 packages=$2 before=$3 after=$4
+    recipe="$packages;$before;$after"
+    [ "$(cat "$folder/ready" 2>/dev/null)" != "$recipe" ] || return 0
+    echo "Making a Debian in $folder; messages go to $folder.log"
+    as_root rm -rf "$folder"
     # shellcheck disable=SC1091
     release=$(. /etc/os-release && echo "$VERSION_CODENAME")
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
     # Uses the release's repository only, without later updates, so that the package lists of two architectures match.
-    as_root debootstrap --variant=minbase "$release" "$1" "$repository" >"$1.log" 2>&1 &&
-        machine_enter "$1" sh -ec "$3
+    as_root debootstrap --variant=minbase "$release" "$folder" "$repository" >"$folder.log" 2>&1 &&
+        machine_enter "$folder" sh -ec "$before
             apt-get update
             DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
-                -o Dpkg::Options::=--force-unsafe-io $2
+                -o Dpkg::Options::=--force-unsafe-io $packages
             apt-get clean
-            $4" >>"$1.log" 2>&1 ||
-        fail "Could not make a Debian; see $1.log"
-    printf '%s;%s;%s\n' "$2" "$3" "$4" | as_root tee "$1/ready" >/dev/null
-}
+            $after" >>"$folder.log" 2>&1 ||
+        fail "Could not make a Debian; see $folder.log"
+    echo "$recipe" | as_root tee "$folder/ready" >/dev/null
+)
 
-machine_disk() {
-    size=$(as_root du -sm "$2" | cut -f 1)
-    as_root rm -f "$1"
-    as_root mke2fs -q -t ext4 -O ^has_journal -d "$2" "$1" "$((size * 11 / 10 + $3))M"
-}
+machine_disk() (
+    image=$1 folder=$2 free_mib=$3
+    used_mib=$(as_root du -sm "$folder" | cut -f 1)
+    as_root rm -f "$image"
+    as_root mke2fs -q -t ext4 -O ^has_journal -d "$folder" "$image" "$((used_mib * 11 / 10 + free_mib))M"
+)
 
-machine_boot() {
+machine_boot() (
     image=$1 log=$2 limit_s=$3 first=$4
     shift 4
     # shellcheck disable=SC2094
@@ -111,11 +116,16 @@ machine_boot() {
         -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \
         -drive file="$image",format=raw,if=virtio,cache=unsafe \
         -append "console=ttyS0 quiet panic=-1 no_timer_check mitigations=off first=$first $*" </dev/null |
-        stdbuf -oL tr -d '\r' | tee "$log" | grep -a --line-buffered -E '^(holds|FAILED|checks):|^\| ' || true
+        stdbuf -oL tr -d '\r' | machine_output "$log"
     [ "$(grep -a -c '^checks: all hold$' "$log")" -eq 1 ]
+)
+
+machine_output() {
+    tee "$1" | grep -a --line-buffered -E '^(holds|FAILED|checks):|^\| ' || true
 }
 
-machine_take() {
-    mkdir -p "$3"
-    as_root /sbin/debugfs -R "rdump $2 $3" "$1" 2>/dev/null
-}
+machine_take() (
+    image=$1 folder=$2 target=$3
+    mkdir -p "$target"
+    as_root /sbin/debugfs -R "rdump $folder $target" "$image" 2>/dev/null
+)

@@ -46,8 +46,7 @@ run() {
         # Uses one processor: a transfer passes through five processes, and to wake another processor for each takes
         # longer than all their work.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
-        machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 |
-            tee "$2" | grep -a --line-buffered -E '^(holds|FAILED|checks):|^\| ' || true
+        machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 | machine_output "$2"
         grep -q '^checks: all hold$' "$2"
     fi
 }

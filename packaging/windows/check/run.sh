@@ -27,7 +27,16 @@ tool() { wine windowtool.exe "$@"; }
 # Wine starts its desktop with the first window. A program that does not wait long enough for the desktop has no
 # windows, so the script waits for it here.
 within 600 tool desktop
-window_text() { tool text "$title" | tr -d '\r'; }
+window_text() {
+    rm -f "$temporary/window-text.txt"
+    tool text "$title" && cat "$temporary/window-text.txt" 2>/dev/null
+}
+# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first key only opens the
+# menu, with its first item selected; from there "up" selects the last item.
+choose_system_item() {
+    tool command "$title" 0xF100
+    tool keys "$title" "$@" enter
+}
 
 # shows TEXT...: whether the window shows all of these texts within two minutes.
 shows() {

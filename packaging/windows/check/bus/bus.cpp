@@ -9,7 +9,7 @@ NTSTATUS passDown(const BusExtension* bus, PIRP irp)
     return IoCallDriver(bus->lower, irp);
 }
 
-NTSTATUS tellDevices(BusExtension* bus, PIRP irp)
+NTSTATUS reportDevices(BusExtension* bus, PIRP irp)
 {
     auto* const relations = static_cast<PDEVICE_RELATIONS>(
         ExAllocatePool(PagedPool, sizeof(DEVICE_RELATIONS) + BusProtocol::ports * sizeof(PDEVICE_OBJECT)));
@@ -52,7 +52,7 @@ NTSTATUS NTAPI plugAndPlay(PDEVICE_OBJECT device, PIRP irp)
     const IO_STACK_LOCATION* const location = IoGetCurrentIrpStackLocation(irp);
     if (location->MinorFunction == IRP_MN_QUERY_DEVICE_RELATIONS &&
         location->Parameters.QueryDeviceRelations.Type == BusRelations)
-        return tellDevices(bus, irp);
+        return reportDevices(bus, irp);
     if (location->MinorFunction == IRP_MN_REMOVE_DEVICE)
         return removeBus(bus, irp);
     return passDown(bus, irp);

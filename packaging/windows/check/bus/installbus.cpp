@@ -6,6 +6,9 @@
 
 #include <windows.h>
 
+#include <initguid.h>
+
+#include <devguid.h>
 #include <newdev.h>
 #include <setupapi.h>
 
@@ -13,7 +16,6 @@
 
 namespace {
 
-constexpr GUID hidClass{0x745a17a0, 0x74d3, 0x11d0, {0xb6, 0xfe, 0x00, 0xa0, 0xc9, 0x0f, 0x57, 0xda}};
 constexpr DWORD timeLimitMs = 20000;
 constexpr DWORD pollMs = 50;
 
@@ -28,12 +30,12 @@ bool createDevice()
     // A list of one string ends with two zeros.
     wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
     std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
-    const HDEVINFO set = SetupDiCreateDeviceInfoList(&hidClass, nullptr);
+    const HDEVINFO set = SetupDiCreateDeviceInfoList(&GUID_DEVCLASS_HIDCLASS, nullptr);
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);
     const bool isCreated =
-        SetupDiCreateDeviceInfoW(set, L"SimulatedBus", &hidClass, nullptr, nullptr, DICD_GENERATE_ID,
-                                 &device) &&
+        SetupDiCreateDeviceInfoW(set, L"SimulatedBus", &GUID_DEVCLASS_HIDCLASS, nullptr, nullptr,
+                                 DICD_GENERATE_ID, &device) &&
         SetupDiSetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID,
                                           reinterpret_cast<const BYTE*>(hardwareIds), sizeof(hardwareIds)) &&
         SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set, &device);

@@ -1,5 +1,7 @@
 // Replaces uiautomationcore.dll, because that of Wine 8 waits forever for windows of a single-threaded
-// apartment, such as Qt's windows. Writes to a file what the program reports to screen readers.
+// apartment, such as Qt's windows. When a program sends WM_GETOBJECT to a window, this library writes what
+// the window shows to screen readers to "window-text.txt" in the temporary folder, a line "identifier: name"
+// for each element.
 #include <cstdio>
 #include <string>
 
@@ -7,8 +9,6 @@
 
 #include <oleauto.h>
 #include <uiautomationclient.h>
-
-#include "../windowtext.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ __declspec(dllexport) LRESULT WINAPI
     wchar_t folder[MAX_PATH]{};
     GetTempPathW(MAX_PATH, folder);
     std::FILE* const file =
-        window ? _wfopen((std::wstring(folder) + windowTextFile).c_str(), L"wb") : nullptr;
+        window ? _wfopen((std::wstring(folder) + L"window-text.txt").c_str(), L"wb") : nullptr;
     if (!file)
         return 0;
     writeElements(file, *window);
