@@ -3,7 +3,7 @@
 #include <windows.h>
 
 extern "C" {
-// bind.sh enters the address of this structure in the program's header. Windows 10 (version 1607) and later
+// bind.sh writes the address of this structure to the program's header. Windows 10 (version 1607) and later
 // then resolve the program's imports in the system's folder only.
 extern const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used;
 const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used __attribute__((used)) = [] {

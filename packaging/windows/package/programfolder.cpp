@@ -139,7 +139,7 @@ OwnedHandle hold(std::wstring& path, DWORD access)
 
 /// Removes a file or folder with @p removal. If it remains in use, the system removes it at its next start.
 template <typename Removal>
-void removeInTheEnd(const std::wstring& path, Removal removal)
+void removeWhenPossible(const std::wstring& path, Removal removal)
 {
     for (int attempt = 0; attempt < removalAttempts; ++attempt) {
         if (removal(path.c_str()))
@@ -158,7 +158,7 @@ void removeFiles(const std::wstring& folder)
         return;
     do {
         if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-            removeInTheEnd(folder + L'\\' + found.cFileName, DeleteFileW);
+            removeWhenPossible(folder + L'\\' + found.cFileName, DeleteFileW);
     } while (FindNextFileW(search, &found));
     FindClose(search);
 }
@@ -167,7 +167,7 @@ void removeFolder(const std::wstring& path, OwnedHandle held)
 {
     removeFiles(path);
     held.reset();
-    removeInTheEnd(path, RemoveDirectoryW);
+    removeWhenPossible(path, RemoveDirectoryW);
 }
 
 void removeLeftoversIn(const std::wstring& parent)

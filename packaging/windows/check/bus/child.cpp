@@ -60,7 +60,7 @@ void completeChange(BusExtension* bus, Port& port)
     PIRP change = nullptr;
     {
         const ScopedLock guard(bus);
-        change = takeWaiting(port.change);
+        change = takePending(port.change);
     }
     if (change)
         complete(change, STATUS_SUCCESS);
@@ -101,7 +101,7 @@ NTSTATUS remove(ChildExtension* child, PIRP irp)
 }
 
 /// Copies @p size bytes to the buffer that the class driver passed.
-NTSTATUS give(PIRP irp, const void* bytes, ULONG size)
+NTSTATUS answerWith(PIRP irp, const void* bytes, ULONG size)
 {
     if (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.OutputBufferLength < size)
         return complete(irp, STATUS_INVALID_BUFFER_SIZE);
@@ -109,7 +109,7 @@ NTSTATUS give(PIRP irp, const void* bytes, ULONG size)
     return complete(irp, STATUS_SUCCESS, size);
 }
 
-NTSTATUS giveDeviceDescriptor(const Port& port, PIRP irp)
+NTSTATUS answerDeviceDescriptor(const Port& port, PIRP irp)
 {
     const HID_DESCRIPTOR descriptor{sizeof(descriptor),
                                     hidDescriptorType,
@@ -118,17 +118,17 @@ NTSTATUS giveDeviceDescriptor(const Port& port, PIRP irp)
                                     1,
                                     reportDescriptorType,
                                     static_cast<USHORT>(port.plug.descriptorBytes)};
-    return give(irp, &descriptor, sizeof(descriptor));
+    return answerWith(irp, &descriptor, sizeof(descriptor));
 }
 
-NTSTATUS giveAttributes(const Port& port, PIRP irp)
+NTSTATUS answerAttributes(const Port& port, PIRP irp)
 {
     HID_DEVICE_ATTRIBUTES attributes{};
     attributes.Size = sizeof(attributes);
     attributes.VendorID = port.plug.vendorId;
     attributes.ProductID = port.plug.productId;
     attributes.VersionNumber = 0x0100;
-    return give(irp, &attributes, sizeof(attributes));
+    return answerWith(irp, &attributes, sizeof(attributes));
 }
 
 NTSTATUS queueTransfer(BusExtension* bus, Port& port, PIRP irp)
@@ -181,11 +181,11 @@ NTSTATUS childTransfer(ChildExtension* child, PIRP irp)
     Port& port = *child->port;
     switch (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode) {
     case IOCTL_HID_GET_DEVICE_DESCRIPTOR:
-        return giveDeviceDescriptor(port, irp);
+        return answerDeviceDescriptor(port, irp);
     case IOCTL_HID_GET_REPORT_DESCRIPTOR:
-        return give(irp, port.plug.descriptor, port.plug.descriptorBytes);
+        return answerWith(irp, port.plug.descriptor, port.plug.descriptorBytes);
     case IOCTL_HID_GET_DEVICE_ATTRIBUTES:
-        return giveAttributes(port, irp);
+        return answerAttributes(port, irp);
     case IOCTL_HID_SET_FEATURE:
     case IOCTL_HID_GET_FEATURE:
         return queueTransfer(child->bus, port, irp);

@@ -25,7 +25,7 @@ BusExtension* busOf(PDEVICE_OBJECT device)
 }
 
 /// Completes a pending request that is being cancelled because the program ends.
-void NTAPI cancelWaiting(PDEVICE_OBJECT device, PIRP irp)
+void NTAPI cancelPending(PDEVICE_OBJECT device, PIRP irp)
 {
     IoReleaseCancelSpinLock(irp->CancelIrql);
     BusExtension* const bus = busOf(device);
@@ -42,21 +42,21 @@ void NTAPI cancelWaiting(PDEVICE_OBJECT device, PIRP irp)
 }
 
 /// Stores @p irp in @p slot as a pending request that can be cancelled. The caller holds the bus's lock.
-void letWait(PIRP irp, PIRP& slot)
+void makePending(PIRP irp, PIRP& slot)
 {
     IoMarkIrpPending(irp);
     slot = irp;
-    IoSetCancelRoutine(irp, cancelWaiting);
+    IoSetCancelRoutine(irp, cancelPending);
 }
 
-/// Completes @p irp if it was cancelled before letWait() set its cancel routine.
+/// Completes @p irp if it was cancelled before makePending() set its cancel routine.
 void completeIfCancelled(BusExtension* bus, PIRP irp, PIRP& slot)
 {
     PIRP cancelled = nullptr;
     {
         const ScopedLock guard(bus);
         if (slot == irp && irp->Cancel)
-            cancelled = takeWaiting(slot);
+            cancelled = takePending(slot);
     }
     if (cancelled)
         complete(cancelled, STATUS_CANCELLED);
@@ -88,7 +88,7 @@ NTSTATUS plug(BusExtension* bus, PIRP irp)
         port.plug = *input;
         port.device = device;
         port.isPresent = true;
-        letWait(irp, port.change);
+        makePending(irp, port.change);
     }
     completeIfCancelled(bus, irp, port.change);
     IoInvalidateDeviceRelations(bus->physical, BusRelations);
@@ -106,7 +106,7 @@ NTSTATUS unplug(BusExtension* bus, PIRP irp)
         if (!port.isPresent)
             return complete(irp, STATUS_NO_SUCH_DEVICE);
         port.isPresent = false;
-        letWait(irp, port.change);
+        makePending(irp, port.change);
     }
     completeIfCancelled(bus, irp, port.change);
     IoInvalidateDeviceRelations(bus->physical, BusRelations);
@@ -144,7 +144,7 @@ NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
         port.handedOut = nullptr;
         if (answered)
             size = fillIn(answered, *input); // before the next request overwrites the buffer
-        letWait(irp, port.next);
+        makePending(irp, port.next);
         ready = handOut(port);
     }
     if (answered)
@@ -158,7 +158,7 @@ NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
 
 } // namespace
 
-PIRP takeWaiting(PIRP& slot)
+PIRP takePending(PIRP& slot)
 {
     const PIRP irp = slot;
     slot = nullptr;
@@ -170,7 +170,7 @@ PIRP handOut(Port& port)
 {
     if (!port.next || IsListEmpty(&port.transfers))
         return nullptr;
-    const PIRP irp = takeWaiting(port.next);
+    const PIRP irp = takePending(port.next);
     if (!irp)
         return nullptr;
     const PIRP transfer = CONTAINING_RECORD(RemoveHeadList(&port.transfers), IRP, Tail.Overlay.ListEntry);

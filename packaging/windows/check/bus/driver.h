@@ -76,7 +76,7 @@ void unplugAll(BusExtension* bus);
 
 /// Takes the pending request out of @p slot. The caller holds the lock.
 /// @return null if there is none, or if it is being cancelled.
-PIRP takeWaiting(PIRP& slot);
+PIRP takePending(PIRP& slot);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
 /// @return the program's request, filled with a Request; the caller completes it after releasing the lock.
