@@ -1,9 +1,8 @@
 #!/bin/sh
 # Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. It and an
 # X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in namespaces
-# of this machine. Otherwise, or with UPDATER_EMULATE=1, it runs them in a virtual machine. Each check prints a line; the
-# exit status is 0 if all checks hold.
-# Pictures and logs go to build/windows/check.
+# of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check prints a line; the exit status is
+# 0 if all checks hold. Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh

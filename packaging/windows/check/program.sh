@@ -18,7 +18,7 @@ program=$!
 check "the start screen shows" tool wait "$title"
 check "the program examines the first HID interface of Wine" within 120 examined 0001
 check "the program examines the second HID interface of Wine" within 120 examined 0002
-check "it ignores both, since they have no enumerator name; screen readers get its text" shows "No device detected."
+check "it ignores both, since they have no enumerator name, and its window says that there is no device" shows "No device detected."
 picture start-screen
 # Below About... are Close and an item of Wine.
 choose_system_item up up up up up
@@ -78,7 +78,7 @@ rm -r "$logs"
 message() { tool message "$title" | tr -d '\r' | grep . | head -n 1; }
 wine damaged/package.exe &
 package=$!
-check "a damaged package says so" text_is "$(message)" \
+check "a damaged package shows a message" text_is "$(message)" \
     "This package is damaged. Please download it again."
 tool keys "$title" enter
 wait $package
@@ -101,7 +101,7 @@ folders_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell 
 wine reg add "$folders_key" /v "Common AppData" /d 'E:\' /f >/dev/null
 package_from_share &
 package=$!
-check "without any drive that can protect the program the package says so" \
+check "if no drive can protect the program, the package shows a message" \
     text_is "$(message)" \
     "Could not create a protected folder for the firmware updater."
 tool keys "$title" enter

@@ -9,7 +9,7 @@
 //                                        system menu
 //     windowtool text TITLE              requests its texts for screen readers; see standin/uiautomation.cpp
 //     windowtool message TITLE           prints the texts of a message box
-//     windowtool counts TITLE            prints how many handles and threads its process has
+//     windowtool counts TITLE            prints the numbers of handles and threads of its process
 //     windowtool close TITLE
 #include <cstdio>
 #include <iterator>
@@ -84,7 +84,7 @@ bool printCounts(HWND window)
     for (;;) {
         const auto* const entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(at);
         if (entry->UniqueProcessId == UlongToHandle(process)) {
-            std::printf("%lu handles, %lu threads\n", entry->HandleCount, entry->NumberOfThreads);
+            std::printf("%lu %lu\n", entry->HandleCount, entry->NumberOfThreads);
             return true;
         }
         if (entry->NextEntryOffset == 0)
