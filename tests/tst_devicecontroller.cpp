@@ -21,23 +21,7 @@ namespace {
 constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006};
 constexpr HidIdentity programmingTransmitter{0x170D, 0x0100};
-
-/// A chip whose first transfer waits until the test releases goOn.
-struct HeldChip : ScriptedChip
-{
-    HeldChip()
-    {
-        onTransfer = [this] {
-            if (transfers > 1)
-                return;
-            reached.release();
-            goOn.acquire();
-        };
-    }
-
-    QSemaphore reached;
-    QSemaphore goOn;
-};
+constexpr std::uint32_t memoryReadMs = 100;
 
 /// Waits until a running stop of the detection has closed the three handles that the detector had when
 /// @p handles were open.
@@ -51,29 +35,17 @@ void waitForTheDetectorsEnd(std::size_t handles)
 /// and holds the thread that reads it between two transfers.
 struct HeldRead : Detection
 {
-    HeldRead()
-    {
-        clock.onSleep = [this](std::uint32_t ms) {
-            gate.pass(ms);
-            second.pass(ms);
-        };
-    }
-    ~HeldRead()
-    {
-        second.open();
-        letThreadsEnd();
-    }
+    ~HeldRead() { letThreadsEnd(); }
 
     bool isHeld()
     {
         pair.device(Transmitter).plugIn();
-        gate.close(100);
+        gate.close(memoryReadMs);
         controller.startDetection();
         return QTest::qWaitFor([this] { return gate.isReached(); }, patienceMs);
     }
     std::wstring path() { return pair.channelPath(Transmitter); }
 
-    Gate second; ///< for another thread, while the first gate holds the read
     SimulatedPair pair{machine, {}};
     Stranger stranger; ///< reuses the value of the handle that the read used
     const std::shared_ptr<Bystander> bystander = std::make_shared<Bystander>();
@@ -206,53 +178,49 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
 
 void TestDeviceController::startedAndFinishedBracketAllReads()
 {
-    Detection c;
-    const auto first = std::make_shared<HeldChip>();
-    const auto second = std::make_shared<HeldChip>();
-    c.plug(transmitter, first);
-    c.plug(headset, second);
-    c.controller.startDetection();
+    HeldRead c;
+    QVERIFY(c.isHeld());
+    c.second.close(memoryReadMs);
+    c.pair.device(Headset).plugIn();
     TRY_COMPARE(c.text(), "started started");
+    TRY_VERIFY(c.second.isReached());
     QVERIFY(c.controller.isConnected(Headset));
     QCOMPARE(c.controller.pid(Headset), static_cast<unsigned short>(0));
-    second->goOn.release();
+    c.second.open();
     TRY_COMPARE(c.text(), "started started +2");
-    first->goOn.release();
+    c.gate.open();
     TRY_COMPARE(c.text(), "started started +2 finished +1");
 }
 
 void TestDeviceController::aRemovalEndsTheReadWithoutArrival()
 {
-    Detection c;
-    const auto chip = std::make_shared<HeldChip>();
-    const std::wstring path = c.plug(headset, chip);
-    c.controller.startDetection();
+    HeldRead c;
+    QVERIFY(c.isHeld());
     TRY_COMPARE(c.text(), "started");
-    TRY_ACQUIRE(chip->reached, 1);
-    c.tree.unplugAndWait(path);
-    TRY_COMPARE(c.text(), "started finished -2");
-    chip->goOn.release();
+    c.pair.device(Transmitter).unplug();
+    TRY_COMPARE(c.text(), "started finished -1");
+    c.gate.open();
     TRY_COMPARE(c.tree.openFileCount(), std::size_t(0));
-    c.plug(transmitter); // is reported after the headset's late result
-    TRY_COMPARE(c.text(), "started finished -2 started finished +1");
-    QVERIFY(!c.controller.isConnected(Headset));
+    c.pair.device(Headset).plugIn(); // is reported after the transmitter's late result
+    TRY_COMPARE(c.text(), "started finished -1 started finished +2");
+    QVERIFY(!c.controller.isConnected(Transmitter));
 }
 
 void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAgain()
 {
     Detection c;
-    const auto chip = std::make_shared<HeldChip>();
+    c.gate.close(memoryReadMs);
     c.controller.startDetection();
-    const std::wstring path = c.plug(headset, chip);
+    const std::wstring path = c.plug(headset);
     TRY_ACQUIRE(c.arrivals, 1);
     c.tree.unplugAndWait(path);
-    c.plug(headset, chip);
+    c.plug(headset);
     TRY_ACQUIRE(c.arrivals, 1);
     // The controller handles both arrivals only now. For the first arrival, it must not open the device that
     // was plugged in later.
     TRY_COMPARE(c.text(), "started");
     QCOMPARE(c.tree.openings().size(), std::size_t(1));
-    chip->goOn.release();
+    c.gate.open();
     TRY_COMPARE(c.text(), "started finished +2");
     c.tree.unplugAndWait(path);
     TRY_COMPARE(c.text(), "started finished +2 -2");
@@ -264,7 +232,7 @@ void TestDeviceController::aReadOfADisabledDeviceReachesNoOther()
     QVERIFY(c.isHeld());
     QVERIFY(c.tree.requestRemoval(c.path()));
     TRY_COMPARE(c.text(), "started finished -1");
-    c.second.close(100);
+    c.second.close(memoryReadMs);
     SimulatedDevice& headset = c.pair.device(Headset);
     headset.plugIn();
     TRY_VERIFY(c.second.isReached());
@@ -289,7 +257,7 @@ void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()
     auto someoneElse = c.tree.open(c.path(), 0, 0, error);
     c.bystander->onQuery = [&] { c.stranger.open(); };
     c.tree.observe(c.bystander);
-    c.second.close(100);
+    c.second.close(memoryReadMs);
     QVERIFY(!c.tree.requestRemoval(c.path()));
     c.bystander->onQuery = nullptr;
     TRY_COMPARE(c.text(), "started started");
@@ -371,19 +339,16 @@ void TestDeviceController::stopCutsReadsShort()
 void TestDeviceController::stopWaitsForTheReadOfADeviceThatIsGone()
 {
     constexpr int whileOthersRun = 100;
-    Detection c;
-    const auto chip = std::make_shared<HeldChip>();
-    const std::wstring path = c.plug(headset, chip);
-    c.controller.startDetection();
+    HeldRead c;
+    QVERIFY(c.isHeld());
     TRY_COMPARE(c.text(), "started");
-    TRY_ACQUIRE(chip->reached, 1);
-    c.tree.unplugAndWait(path);
-    TRY_COMPARE(c.text(), "started finished -2");
-    std::thread letGo([&chip, handles = openHandleCount()] {
+    c.pair.device(Transmitter).unplug();
+    TRY_COMPARE(c.text(), "started finished -1");
+    std::thread letGo([&c, handles = openHandleCount()] {
         waitForTheDetectorsEnd(handles);
         for (int i = 0; i < whileOthersRun; ++i)
             std::this_thread::yield();
-        chip->goOn.release();
+        c.gate.open();
     });
     c.controller.stopDetection();
     const std::size_t openFiles = c.tree.openFileCount();

@@ -17,22 +17,30 @@ namespace {
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 constexpr std::uint32_t packetDelayMs = 20;
 
-/// A computer with both devices plugged in. Each download waits at its start until the test releases @c goOn.
-struct HeldComputer : PairedComputer
+/// A computer with both devices plugged in, and an attempt that the gate holds after its first data packet.
+struct HeldDownload : PairedComputer
 {
-    HeldComputer()
+    explicit HeldDownload(DeviceType type)
+        : attempt(plugIn(type), type, images[type])
     {
-        onReport = [this](const std::string& text) {
-            if (text.find("download from") == std::string::npos)
-                return;
-            downloading.release();
-            goOn.acquire();
-        };
-        pair.plugIn();
+        gate.close(packetDelayMs);
+        attempt.updater->flashDevice();
+    }
+    ~HeldDownload() { letThreadsEnd(); }
+
+    bool isHeld()
+    {
+        return QTest::qWaitFor([this] { return gate.isReached(); }, patienceMs);
     }
 
-    QSemaphore downloading;
-    QSemaphore goOn;
+    Attempt attempt;
+
+private:
+    std::wstring plugIn(DeviceType type)
+    {
+        pair.plugIn();
+        return pair.channelPath(type);
+    }
 };
 
 } // namespace
@@ -120,32 +128,25 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
 /// ends before the headset's flasher.
 void TestUpdater::aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone()
 {
-    HeldComputer computer;
-    const auto letGo = qScopeGuard([&] { computer.goOn.release(2); });
-    computer.goOn.release();
-    computer.gate.close(packetDelayMs);
-    Attempt transmitter(computer.pair.channelPath(Transmitter), Transmitter, computer.images[Transmitter]);
-    transmitter.updater->flashDevice();
-    TRY_VERIFY(computer.gate.isReached() && computer.downloading.tryAcquire());
+    HeldDownload computer(Transmitter);
+    QVERIFY(computer.isHeld());
     QVERIFY(computer.tree.requestRemoval(computer.pair.channelPath(Transmitter)));
+    computer.second.close(packetDelayMs);
     Attempt headset(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
+    const auto letGo = qScopeGuard([&] { computer.second.open(); });
     headset.updater->flashDevice();
-    TRY_VERIFY(computer.downloading.tryAcquire());
+    TRY_VERIFY(computer.second.isReached());
     computer.gate.open();
-    TRY_COMPARE(transmitter.text(), "range 0, error 1");
-    computer.goOn.release();
+    TRY_COMPARE(computer.attempt.text(), "range 0, error 1");
+    computer.second.open();
     TRY_COMPARE(headset.text(), "range 0, finished");
     QVERIFY(computer.isUpdated(Headset));
 }
 
 void TestUpdater::aRefusedRemovalEndsTheAttempt()
 {
-    PairedComputer computer;
-    computer.pair.plugIn();
-    computer.gate.close(packetDelayMs);
-    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
-    attempt.updater->flashDevice();
-    TRY_VERIFY(computer.gate.isReached());
+    HeldDownload computer(Headset);
+    QVERIFY(computer.isHeld());
     const std::wstring path = computer.pair.channelPath(Headset);
     DWORD error = 0;
     auto someoneElse = computer.tree.open(path, 0, 0, error);
@@ -155,7 +156,7 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
     computer.tree.observe(bystander);
     QVERIFY(!computer.tree.requestRemoval(path));
     computer.gate.open();
-    TRY_COMPARE(attempt.text(), "range 0, error 1");
+    TRY_COMPARE(computer.attempt.text(), "range 0, error 1");
     QVERIFY(stranger.close());
     // The detector of the first attempt still holds the handle that it has reopened.
     Attempt again(path, Headset, computer.images[Headset]);
@@ -168,31 +169,26 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
 /// device ends the attempt.
 void TestUpdater::theDeviceThatArrivedLastCounts()
 {
-    HeldComputer computer;
-    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
-    attempt.updater->flashDevice();
-    const auto letGo = qScopeGuard([&] { computer.goOn.release(); });
-    TRY_VERIFY(computer.downloading.available() == 1);
-    attempt.watchArrivals();
+    HeldDownload computer(Headset);
+    QVERIFY(computer.isHeld());
+    computer.attempt.watchArrivals();
     const DeviceNode last = hidNode(programmingHeadset);
     computer.tree.plug(last);
-    TRY_ACQUIRE(attempt.arrivals, 1);
+    TRY_ACQUIRE(computer.attempt.arrivals, 1);
     QCoreApplication::processEvents();
     computer.tree.unplugAndWait(last.interfacePath);
     QCoreApplication::processEvents();
-    computer.goOn.release();
-    TRY_COMPARE(attempt.text(), "range 0, error 1");
+    computer.gate.open();
+    TRY_COMPARE(computer.attempt.text(), "range 0, error 1");
     QVERIFY(!computer.isUpdated(Headset));
 }
 
 void TestUpdater::destructionWaitsForTheProgramming()
 {
-    HeldComputer computer;
-    Attempt attempt(computer.pair.channelPath(Headset), Headset, computer.images[Headset]);
-    attempt.updater->flashDevice();
-    TRY_VERIFY(computer.downloading.available() == 1);
-    connect(attempt.updater.get(), &QObject::destroyed, [&] { computer.goOn.release(); });
-    attempt.updater.reset();
+    HeldDownload computer(Headset);
+    QVERIFY(computer.isHeld());
+    connect(computer.attempt.updater.get(), &QObject::destroyed, [&] { computer.gate.open(); });
+    computer.attempt.updater.reset();
     QVERIFY(computer.isUpdated(Headset));
     QCOMPARE(openHandleCount(), handlesBefore);
 }

@@ -8,6 +8,7 @@
 #include "attempt.h"
 #include "hidnode.h"
 #include "leavesnothing.h"
+#include "literals.h"
 #include "scriptedhid.h"
 #include "table.h"
 #include "waiting.h"
@@ -44,43 +45,6 @@ struct ScriptedComputer : Computer
     const std::wstring path;
 };
 
-/// Replaces the driver-uninstall tool by a script in the test's folder. When this process starts the script,
-/// the script writes its arguments to a text file in the same folder.
-class FakeTool
-{
-public:
-    explicit FakeTool(const char* architecture)
-        : script(QCoreApplication::applicationDirPath() +
-                 QStringLiteral("/UninstallDevices_%1.exe").arg(QLatin1String(architecture)))
-        , written(script.fileName() + QStringLiteral(".txt"))
-    {
-        written.remove();
-        const QByteArray text =
-            "#!/bin/sh\n[ $PPID = " + QByteArray::number(QCoreApplication::applicationPid()) +
-            " ] && echo \"$@\" > \"$0.new\" && mv \"$0.new\" \"$0.txt\"\n";
-        const bool isWritten = script.open(QIODevice::WriteOnly) && script.write(text) == text.size() &&
-                               script.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-        script.close();
-        if (!isWritten)
-            qFatal("The script cannot be written.");
-    }
-    ~FakeTool()
-    {
-        written.remove();
-        script.remove();
-    }
-
-    bool ran() const { return written.exists(); }
-    QByteArray arguments()
-    {
-        return written.open(QIODevice::ReadOnly) ? written.readAll().trimmed() : QByteArray();
-    }
-
-private:
-    QFile script;
-    QFile written;
-};
-
 } // namespace
 
 class TestUpdaterBegin : public LeavesNothing
@@ -100,10 +64,10 @@ private Q_SLOTS:
 
 void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave_data()
 {
-    const Table<int, bool, QByteArray> table("productId", "wow64", "arguments");
-    table.row("first generation", 4, false, "31281 4");
-    table.row("second generation", 3, true, "31281 3");
-    table.row("headset", 6, true, "31281 6");
+    const Table<int, bool, QStringList> table("productId", "wow64", "arguments");
+    table.row("first generation", 4, false, {"31281"_s, "4"_s});
+    table.row("second generation", 3, true, {"31281"_s, "3"_s});
+    table.row("headset", 6, true, {"31281"_s, "6"_s});
 }
 
 void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
@@ -112,15 +76,20 @@ void TestUpdaterBegin::aDeviceInNormalModeGetsTheRequestToLeave()
     QFETCH(const bool, wow64);
     ScriptedComputer computer({0x7A31, std::uint16_t(productId)});
     computer.processes.wow64 = wow64;
-    FakeTool tool(wow64 ? "x64" : "x86");
+    const QString tool = QDir(QCoreApplication::applicationDirPath())
+                             .filePath("UninstallDevices_%1.exe"_s.arg(wow64 ? "x64"_s : "x86"_s));
+    QFile::remove(tool); // left by a run that was interrupted
+    QVERIFY(QFile::link("/bin/true"_s, tool));
+    const auto removeTool = qScopeGuard([&] { QFile::remove(tool); });
     const DeviceType type = productId == 6 ? Headset : Transmitter;
     Attempt attempt(computer.path, type, "image");
     attempt.updater->flashDevice();
-    QCOMPARE(attempt.updater->findChildren<QProcess*>().size(), 1);
+    const auto processes = attempt.updater->findChildren<QProcess*>();
+    QCOMPARE(processes.size(), 1);
+    QCOMPARE(processes.front()->program(), tool);
+    QTEST(processes.front()->arguments(), "arguments");
     QCOMPARE(computer.hid->transfers, 1);
     QCOMPARE(computer.hid->sent, QByteArray::fromHex("FF02000A").leftJustified(264, '\0'));
-    TRY_VERIFY(tool.ran());
-    QTEST(tool.arguments(), "arguments");
     TRY_COMPARE(attempt.updater->findChild<QProcess*>(), static_cast<QProcess*>(nullptr));
     QCOMPARE(attempt.text(), QByteArray());
     QVERIFY(attempt.timer().isActive());
@@ -159,16 +128,15 @@ void TestUpdaterBegin::aDeviceThatLeavesAtOnceIsNoticed()
 void TestUpdaterBegin::aDeviceInProgrammingModeIsOpenedByItsPath()
 {
     ScriptedComputer computer(programmingHeadset);
-    FakeTool tool("x86");
     const std::wstring second = computer.plug(programmingHeadset, L"7&1a2b3c&0&0002");
     Attempt attempt(second, Headset, "image");
     attempt.updater->flashDevice();
     QCOMPARE(computer.hid->transfers, 0); // no leave request
+    QVERIFY(!attempt.updater->findChild<QProcess*>());
     computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
     TRY_COMPARE(attempt.text(), "error 3");
     for (const auto& opening : computer.tree.openings())
         QCOMPARE(recordOf(opening.path).path, recordOf(second).path);
-    QVERIFY(!tool.ran());
 }
 
 void TestUpdaterBegin::anAttemptWithoutPathOrTypeOpensNothing()

@@ -15,12 +15,16 @@ public:
     explicit Computer(std::uint32_t startTick = 0)
         : clock(startTick)
     {
-        clock.onSleep = [this](std::uint32_t ms) { gate.pass(ms); };
+        clock.onSleep = [this](std::uint32_t ms) {
+            gate.pass(ms);
+            second.pass(ms);
+        };
     }
     ~Computer() { letThreadsEnd(); }
 
     Gate gate;
-    VirtualClock clock; ///< a test that replaces onSleep disables the gate
+    Gate second;        ///< for another thread, while the first gate holds one
+    VirtualClock clock; ///< a test that replaces onSleep disables the gates
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();
     const LogCapture log;
@@ -29,6 +33,7 @@ protected:
     void letThreadsEnd()
     {
         gate.open();
+        second.open();
         QThreadPool::globalInstance()->waitForDone();
     }
 

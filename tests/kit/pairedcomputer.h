@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
 #include <string>
 
@@ -25,9 +24,7 @@ public:
 
     bool isUpdated(DeviceType type)
     {
-        const std::vector<std::uint8_t> memory = pair.device(type).memory();
-        return std::equal(images[type].cbegin(), images[type].cend(), memory.cbegin(),
-                          [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; });
+        return toByteArray(pair.device(type).memory()).startsWith(images[type]);
     }
 
     DWORD audioServiceState() { return machine.serviceManager().state(L"audiosrv"); }

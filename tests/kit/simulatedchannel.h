@@ -1,6 +1,7 @@
 #pragma once
 
 #include "abstracthiddevice.h"
+#include "hidutilities.h"
 #include "simulateddevice.h"
 #include "utilities.h"
 #include "waiting.h"
@@ -28,16 +29,17 @@ public:
     /// Writes the bytes @p hex, in hexadecimal notation, to the chip's @p address.
     bool write(unsigned address, const QByteArray& hex)
     {
-        QByteArray frame = QByteArray::fromHex("FF0000FF0400000000" + word(address) + hex);
-        frame[1] = static_cast<char>(frame.size() - 2);
-        frame[7] = static_cast<char>(frame.size() - 7);
-        return send(frame);
+        const QByteArray bytes = QByteArray::fromHex(hex);
+        return hid &&
+               HidUtilities::writeMemory(hid, HidUtilities::lowByte(address), HidUtilities::highByte(address),
+                                         {bytes.begin(), bytes.end()});
     }
 
     /// Requests @p count bytes at the chip's @p address. answer() then fetches them.
     bool ask(unsigned address, int count)
     {
-        return send(QByteArray::fromHex("FF0A00FD0400000581" + word(address)) + static_cast<char>(count));
+        return hid && HidUtilities::requestMemoryRead(hid, HidUtilities::lowByte(address),
+                                                      HidUtilities::highByte(address), count);
     }
 
     /// @return the requested bytes and the rest of the report; "no data" if the chip has none; "failed" if
@@ -52,13 +54,6 @@ public:
     }
 
 private:
-    /// @return the two bytes of @p value, the low one first, in hexadecimal notation.
-    static QByteArray word(unsigned value)
-    {
-        const char bytes[] = {static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)};
-        return QByteArray(bytes, 2).toHex();
-    }
-
     std::shared_ptr<AbstractHidDevice> hid;
 };
 
