@@ -65,6 +65,7 @@ MainWindow::MainWindow(QWidget* parent)
     connect(deviceController, &DeviceController::deviceArrived, this, &MainWindow::onDeviceArrived);
     connect(deviceController, &DeviceController::deviceRemoved, this, &MainWindow::onDeviceRemoved);
 
+    refreshMainPage();
     showStartScreen();
     deviceController->startDetection();
 }

@@ -9,6 +9,7 @@
 #include <QStatusBar>
 
 #include "desk.h"
+#include "keyguard.h"
 #include "leavesnothing.h"
 #include "statuslabel.h"
 
@@ -23,8 +24,8 @@ private Q_SLOTS:
     void anArchiveIsChosenInTheFileDialog();
     void aLongArchiveNameIsShownWhole();
     void textFromOutsideIsShownAsItIs();
-    void theUpdateIsDescribedWithItsButton();
     void aMessageBeforeTheWindowIsShownIsInTheMiddleOfTheScreen();
+    void aNewScreenIgnoresKeysForHalfASecond();
     void aTextGetsABackgroundIfItsColourNeedsOne_data();
     void aTextGetsABackgroundIfItsColourNeedsOne();
     void theStartScreenNamesTheArchivesGeneration();
@@ -45,7 +46,8 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     const QString none = "(NONE)|"_s, noDevice = "(NONE)|Please connect devices"_s, vynt1 = "VYNT1|"_s,
                   other = "VYNT1|Incompatible with current file"_s, unknown = "~Unknown device|"_s + broken;
     const QString gone = "*Disconnected>*No change"_s, fits = "1.0.0>1.2.3"_s, kept = "1.0.0>*No change"_s,
-                  wrong = "1.0.0>!*Incompatible"_s, amber = "~Unknown version>~?1.2.3"_s;
+                  wrong = "1.0.0>!*Incompatible"_s, amber = "~Unknown version>~?1.2.3"_s,
+                  amberKept = "~Unknown version>*No change"_s;
     row("A1", {start, noDevice, gone, gone, off});
     row("O", {main, noDevice, gone, gone, off});
     row("+T +H", {main, vynt1, kept, kept, off});
@@ -62,8 +64,12 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A2 +T +H A1", {main, vynt1, fits, fits, on});
     row("A1 +U", {start, unknown, amber, gone, on});
     row("A2 +U +H", {main, unknown, amber, fits, on});
-    row("Ah +U", {"start"_s, unknown, "~Unknown version>*No change"_s, gone, off});
-    row("A1 +U Ax", {"start"_s, unknown, "~Unknown version>*No change"_s, gone, off});
+    row("Ah +U", {"start"_s, unknown, amberKept, gone, off});
+    row("A1 +U Ax", {"start"_s, unknown, amberKept, gone, off});
+    row("Ah +U +H", {main, unknown, amberKept, fits, on});
+    row("+U +V", {main, unknown, amberKept, amberKept, off});
+    row("A1 +U +V", {main, unknown, amber, "~Unknown version>1.2.3"_s, on});
+    row("A2 +T +V", {main, other, wrong, "~Unknown version>!*Incompatible"_s, off});
     row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // keeps the label's colour
     row("A1 +U -U +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H A1 A2 A1", {main, vynt1, fits, fits, on});
@@ -192,27 +198,6 @@ void TestMainWindow::textFromOutsideIsShownAsItIs()
     check(*desk.mainPage);
 }
 
-void TestMainWindow::theUpdateIsDescribedWithItsButton()
-{
-    Desk desk("A1");
-    const auto description = [&](const char* button) {
-        return find<QPushButton>(*desk.mainPage, button)->accessibleDescription();
-    };
-    const auto outlook = [](const char* first, const QStringList& values) {
-        return text(first) +
-               "Current firmware versions on devices:\nTransmitter: %1\nHeadset: %2\n"
-               "Devices will be updated to firmware versions:\nTransmitter: %3\nHeadset: %4"_s.arg(
-                   values[0], values[1], values[2], values[3]);
-    };
-    const QStringList nothing{"Disconnected"_s, "Disconnected"_s, "No change"_s, "No change"_s};
-    QCOMPARE(description("updateButton"), outlook("Please connect devices\n", nothing));
-    desk.take("+T");
-    desk.take("+H");
-    const QString fits = outlook("", {"1.0.0"_s, "1.0.0"_s, "1.2.3"_s, "1.2.3"_s});
-    QCOMPARE(description("updateButton"), fits);
-    QCOMPARE(description("openFileButton"), "fw.1\n"_s + fits); // focused when the page appears
-}
-
 void TestMainWindow::aMessageBeforeTheWindowIsShownIsInTheMiddleOfTheScreen()
 {
     Desk desk;
@@ -225,6 +210,49 @@ void TestMainWindow::aMessageBeforeTheWindowIsShownIsInTheMiddleOfTheScreen()
     desk.window.setFirmwareFilePath(desk.folder.path());
     QVERIFY(user.isDone());
     QVERIFY((middle - QApplication::primaryScreen()->availableGeometry().center()).manhattanLength() < 50);
+}
+
+void TestMainWindow::aNewScreenIgnoresKeysForHalfASecond()
+{
+    Computer computer;
+    KeyGuard guard(nullptr);
+    QDialog screen;
+    QLabel part(&screen), toolTip(nullptr, Qt::ToolTip);
+    QPushButton button(&screen);
+    button.setAutoDefault(true);
+    int presses = 0;
+    connect(&button, &QPushButton::clicked, &screen, [&] { ++presses; });
+    connect(&screen, &QDialog::rejected, &screen, [&] { ++presses; });
+    const auto press = [&button](int key, Qt::KeyboardModifiers modifiers = {}) {
+        for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+            QKeyEvent event(type, key, modifiers);
+            QApplication::sendEvent(&button, &event);
+        }
+    };
+    // Escape is the last, because it closes the dialog.
+    const QList<Qt::Key> keys{Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Select, Qt::Key_Escape};
+    for (const bool isSameWindow : {false, true, false}) {
+        screen.show();
+        if (isSameWindow) {
+            Sleep(500);
+            guard.noteNewScreen();
+        }
+        presses = 0;
+        Sleep(499);
+        for (const Qt::Key key : keys)
+            press(key);
+        QCOMPARE(presses, 0);
+        press(Qt::Key_Space, Qt::AltModifier); // opens the system menu
+        QCOMPARE(presses, 1);
+        Sleep(1);
+        part.show();
+        toolTip.show();
+        for (const Qt::Key key : keys)
+            press(key);
+        QCOMPARE(presses, 1 + keys.size());
+        part.hide();
+        toolTip.hide();
+    }
 }
 
 void TestMainWindow::aTextGetsABackgroundIfItsColourNeedsOne_data()
@@ -286,6 +314,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.minimumSize(), QSize(479, 479));
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
+    const QRect place = find(*desk.screen(), "text")->geometry(); // also if there is no picture
     // Starts without an archive. The archives then have picture 1, picture 2, none, 2, none and 1.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
@@ -294,6 +323,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
         QCOMPARE(desk.screenState(), generation + " FIRMWARE"_s + instruction +
                                          (hasGeneration ? generation + "-startscreen"_s : QString()) +
                                          "@text"_s);
+        QCOMPARE(find(*desk.screen(), "text")->geometry(), place);
     }
 }
 

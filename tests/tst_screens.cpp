@@ -1,22 +1,13 @@
 #include <QtTest>
 
-#include <QApplication>
 #include <QBoxLayout>
-#include <QGroupBox>
-#include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QStatusBar>
-#include <QStyle>
 #include <QTranslator>
 
 #include "benchoptions.h"
 #include "benchrun.h"
 #include "eventlog.h"
-#include "flashingdialog.h"
 #include "looks.h"
 #include "mainwindow.h"
 #include "startup.h"
@@ -81,91 +72,40 @@ public:
     {
         screenName = name;
         screen = &inspected;
-        isBox = qobject_cast<QMessageBox*>(screen);
         if (qobject_cast<QMenu*>(screen))
             return; // Qt makes a menu large enough for its texts
-        for (auto* const widget : screen->findChildren<QWidget*>()) {
-            if (widget->isVisible())
-                inspectWidget(*widget);
-        }
-        requireTranslation(screen->windowTitle());
+        const QString oddities = WindowState::oddities(*screen);
+        require(oddities.isEmpty(), oddities);
         require(screen->fontMetrics().horizontalAdvance(screen->windowTitle()) < screen->width(),
-                "title too long");
+                "title too long"_s);
+        if (isPseudo)
+            inspectLanguage();
         inspectTabOrder();
         inspectButtons();
         if (auto* const window = qobject_cast<QMainWindow*>(screen))
-            inspectPage(*window->centralWidget());
+            inspectPage(*window);
     }
 
 private:
     void require(bool isRight, const QString& complaint)
     {
         if (!isRight)
-            complaints << QStringLiteral("%1: %2").arg(screenName, complaint);
-    }
-    void require(bool isRight, const char* complaint) { require(isRight, QString::fromLatin1(complaint)); }
-
-    void requireRoom(const QWidget& widget, const QString& text, const QSize& needed)
-    {
-        const QRect place(widget.mapTo(screen, QPoint()), widget.size());
-        require(needed.width() <= place.width() && needed.height() <= place.height() &&
-                    screen->rect().contains(place),
-                QStringLiteral("%1 \"%2\" of %3x%4 needs %5x%6")
-                    .arg(widget.objectName(), text.left(30))
-                    .arg(place.width())
-                    .arg(place.height())
-                    .arg(needed.width())
-                    .arg(needed.height()));
-        requireTranslation(text);
+            complaints << "%1: %2"_s.arg(screenName, complaint);
     }
 
-    /// In the pseudo-language, requires that @p text is translated, except names, versions and Qt's "OK".
-    void requireTranslation(const QString& text)
+    /// Requires that every text is in the pseudo-language, except names, versions and Qt's "OK".
+    void inspectLanguage()
     {
-        static const QRegularExpression isName(
-            QStringLiteral("^(VYNT\\d( FIRMWARE.*)?|vynt-.*|OK|[\\d.]*|\\s*)$"));
-        require(!isPseudo || text.contains(pseudoMark) || isName.match(text).hasMatch(),
-                QStringLiteral("not translated: %1").arg(text));
-    }
-
-    void inspectWidget(QWidget& widget)
-    {
-        if (auto* const label = qobject_cast<QLabel*>(&widget)) {
-            inspectLabel(*label);
-        } else if (auto* const button = qobject_cast<QPushButton*>(&widget)) {
-            requireRoom(*button, button->text(), button->sizeHint());
-        } else if (auto* const box = qobject_cast<QGroupBox*>(&widget)) {
-            requireRoom(*box, box->title(), QSize(box->fontMetrics().horizontalAdvance(box->title()), 0));
-        } else if (auto* const bar = qobject_cast<QStatusBar*>(&widget)) {
-            const int needed = bar->fontMetrics().horizontalAdvance(bar->currentMessage());
-            requireRoom(*bar, bar->currentMessage(), {needed + bar->findChild<QProgressBar*>()->width(), 0});
-        } else if (auto* const notes = qobject_cast<QPlainTextEdit*>(&widget)) {
-            require(notes->viewport()->height() >= 3 * notes->fontMetrics().lineSpacing(),
-                    "no room for notes");
+        static const QRegularExpression isName("^(VYNT\\d( FIRMWARE.*)?|vynt-.*|OK|[\\d.]*|\\s*)$"_s);
+        QStringList texts(screen->windowTitle());
+        for (const auto* const widget : screen->findChildren<QWidget*>()) {
+            if (widget->isVisible())
+                texts << WindowState::accessibleText(widget, QAccessible::Name);
+            if (const auto* const bar = qobject_cast<const QStatusBar*>(widget))
+                texts << bar->currentMessage();
         }
-        if (isTabStop(widget))
-            require(!WindowState::accessibleText(&widget, QAccessible::Name).isEmpty(),
-                    widget.objectName() + noName);
-        else if (qobject_cast<QProgressBar*>(&widget)) // Qt uses the bar's value as its name
-            require(!widget.accessibleName().isEmpty(), widget.objectName() + noName);
-    }
-
-    void inspectLabel(QLabel& label)
-    {
-        const QPixmap picture = label.pixmap(Qt::ReturnByValue);
-        if (!picture.isNull()) {
-            requireRoom(label, QString(), picture.size() / picture.devicePixelRatio());
-            require(isBox || !label.accessibleName().isEmpty(), label.objectName() + noName);
-        }
-        if (label.text().isEmpty())
-            return;
-        QSize needed = label.minimumSizeHint();
-        if (label.wordWrap()) {
-            needed = QSize(0, label.heightForWidth(label.width()));
-            for (const QString& word : label.text().split(QRegularExpression(QStringLiteral("[\\s/-]"))))
-                needed.setWidth(std::max(needed.width(), label.fontMetrics().horizontalAdvance(word)));
-        }
-        requireRoom(label, label.text(), needed);
+        for (const QString& text : texts)
+            require(text.contains(pseudoMark) || isName.match(text).hasMatch(), "not translated: "_s + text);
     }
 
     void inspectTabOrder()
@@ -176,44 +116,46 @@ private:
             if (isTabStop(*stop))
                 places << std::make_pair(place.y(), place.x());
         }
-        require(std::is_sorted(places.begin(), places.end()), "the tab order is not the reading order");
+        require(std::is_sorted(places.begin(), places.end()), "the tab order is not the reading order"_s);
     }
 
     void inspectButtons()
     {
-        auto* const close = screen->findChild<QPushButton*>(QStringLiteral("closeButton"));
+        auto* const close = screen->findChild<QPushButton*>("closeButton"_s);
         if (const auto* const box = qobject_cast<QMessageBox*>(screen))
-            require(box->buttons().size() == 1 || box->defaultButton(), "no default button");
+            require(box->buttons().size() == 1 || box->defaultButton(), "no default button"_s);
         if (!close || !close->isVisible())
             return;
-        require(close->isDefault() && close->autoDefault(), "Close is not the default");
-        require(!close->isEnabled() || screen->focusWidget() == close, "Close does not have the focus");
-        auto* const back = screen->findChild<QPushButton*>(QStringLiteral("backButton"));
-        require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default");
+        require(close->isDefault() && close->autoDefault(), "Close is not the default"_s);
+        require(!close->isEnabled() || screen->focusWidget() == close, "Close does not have the focus"_s);
+        auto* const back = screen->findChild<QPushButton*>("backButton"_s);
+        require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default"_s);
 
         // A screen reader reads the description of the button with the focus, so the result must be in it.
         const QString description = WindowState::accessibleText(close, QAccessible::Description);
         for (const char* const name : {"text", "transmitterInfoLabel", "headsetInfoLabel"}) {
-            const auto* const label = screen->findChild<QLabel*>(QLatin1String(name));
-            require(!label || description.contains(label->text()), "Close does not describe the result");
+            const auto* const label = screen->findChild<QLabel*>(text(name));
+            require(!label || description.contains(label->text()), "Close does not describe the result"_s);
         }
     }
 
-    void inspectPage(const QWidget& page)
+    void inspectPage(const QMainWindow& window)
     {
-        require(screen->size() == QSize(479, 479), "does not have its fixed size");
+        const QWidget& page = *window.centralWidget();
+        require(window.size() == QSize(479, 479), "does not have its fixed size"_s);
         const auto& layout = static_cast<const QBoxLayout&>(*page.layout());
-        require(layout.minimumHeightForWidth(page.width()) <= page.height(), "the page is too small");
+        require(layout.minimumHeightForWidth(page.width()) <= page.height(), "the page is too small"_s);
         for (const auto* const label : page.findChildren<QLabel*>()) {
             const bool isLabelled = label->text().endsWith(QLatin1Char(':')) && label->isVisible();
-            require(!isLabelled || label->buddy(), label->text() + QStringLiteral(" labels nothing"));
+            require(!isLabelled || label->buddy(), label->text() + " labels nothing"_s);
         }
+        const auto* const notes = page.findChild<QPlainTextEdit*>();
+        require(!notes || notes->viewport()->height() >= 3 * notes->fontMetrics().lineSpacing(),
+                "no room for notes"_s);
     }
 
-    const QString noName = QStringLiteral(" has no accessible name");
     QString screenName;
     QWidget* screen = nullptr;
-    bool isBox = false;
 };
 
 } // namespace

@@ -36,7 +36,7 @@ struct Desk : PairedComputer
     ///     At, Ah          loads an archive with an image for a transmitter only, or for a headset only
     ///     Ax              tries to load a folder as an archive
     ///     +T, -T, +H, -H  plugs the transmitter or the headset in, or unplugs it
-    ///     +U, -U          plugs in or unplugs a transmitter that cannot be identified
+    ///     +U, -U, +V      plugs in or unplugs a transmitter (U) or headset (V) that cannot be identified
     ///     PT, PH          switches a device to programming mode, as an interrupted update does
     ///     O               chooses Override from the system menu
     ///     Tab             presses the Tab key
@@ -52,16 +52,22 @@ struct Desk : PairedComputer
             QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
         } else if (!step.isEmpty()) {
             plug(step[1], step[0] == '+');
-            const char* const label = step[1] == 'H' ? "headsetVersion" : "transmitterVersion";
+            const bool isHeadset = step[1] == 'H' || step[1] == 'V';
+            const char* const label = isHeadset ? "headsetVersion" : "transmitterVersion";
             const bool isGone = step[0] == '-';
             TRY_COMPARE(find(*mainPage, label)->text() == "Disconnected"_s, isGone);
         }
     }
 
     /// Writes an archive with release notes, an image for a transmitter of @p generation (none if that is 0),
-    /// and, if @p hasHeadset, an image for a headset. @return the archive's path; empty if writing fails.
-    QString archive(int generation, bool hasHeadset)
+    /// and, if @p hasHeadset, an image for a headset. All desks share the file, which stays unchanged.
+    /// @return the archive's path; empty if writing fails.
+    static QString archive(int generation, bool hasHeadset)
     {
+        static const QTemporaryDir folders[2]; // the archive's name is the same with and without a headset
+        const QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
+        if (QFile::exists(path))
+            return path;
         std::vector<ArchiveEntry> entries{{"ReleaseNotes.txt"_s, "<b>New</b>\nand better"}};
         const auto add = [&entries](const QString& name, const ImageOptions& image) {
             entries.push_back({name, ArchiveBuilder::imageText(ImageBuilder::build(image))});
@@ -70,7 +76,6 @@ struct Desk : PairedComputer
             add("t.ff"_s, ImageBuilder::transmitter(generation));
         if (hasHeadset)
             add("h.ef"_s, ImageBuilder::headset());
-        const QString path = folder.filePath("fw.%1.zip"_s.arg(generation));
         return ArchiveBuilder::write(path, entries) ? path : QString();
     }
 
@@ -86,7 +91,8 @@ struct Desk : PairedComputer
             "not supported.\nTry to download it once again.||";
         QString nameInBox; // empty, because the page is refreshed before the box opens
         User user({[&](QWidget& modal) {
-            nameInBox = find(*mainPage, "firmwareFileName")->text();
+            nameInBox = modal.parentWidget() == &window ? find(*mainPage, "firmwareFileName")->text()
+                                                        : "not in front of the window"_s;
             return User::press("OK"_s)(modal);
         }});
         window.setFirmwareFilePath(path);
@@ -104,10 +110,11 @@ struct Desk : PairedComputer
 
     void plug(char letter, bool in)
     {
-        if (letter == 'U') {
+        if (letter == 'U' || letter == 'V') {
             const auto function = std::make_shared<ScriptedHid>();
             function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // "no data"
-            const DeviceNode node = hidNode({0x170D, 0x0100}, L"unknown", function);
+            const HidIdentity identity{0x170D, std::uint16_t(letter == 'U' ? 0x0100 : 0x0101)};
+            const DeviceNode node = hidNode(identity, L"unknown", function);
             if (in)
                 tree.plug(node);
             else
@@ -157,16 +164,18 @@ struct Desk : PairedComputer
         return user.isDone();
     }
 
+    InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
+
     /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is "main"
-    /// or "start" with the generation that its picture shows. For each device the versions are given as
-    /// "installed>in the archive". The button is "Update", or "-" if it is disabled.
+    /// or "start" with the generation that its picture shows and its buttons. For each device the versions
+    /// are given as "installed>in the archive". The button is "Update", or "-" if it is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
         const auto label = [this](const char* name) { return WindowState::shown(*find(*mainPage, name)); };
         const auto* const button = find<QPushButton>(*mainPage, "updateButton");
         const QString picture = screen() ? WindowState::pictureOf(*find(*screen(), "image")) : QString();
-        const QString page = screen() ? "start"_s + picture.mid(4, 1) : "main"_s;
+        const QString page = screen() ? "start"_s + picture.mid(4, 1) + screenButtons() : "main"_s;
         return QStringList{page,
                            label("connectedDeviceNameLabel"),
                            error->isHidden() ? QString() : error->text(),
@@ -175,21 +184,18 @@ struct Desk : PairedComputer
                            label("headsetVersion") + QLatin1Char('>') + label("headsetFirmwareVersion"),
                            text(button->isEnabled() ? "Update" : "-") + WindowState::focusOf(window)}
                    .join(QLatin1Char('|')) +
-               WindowState::oddities(window);
+               oddities();
     }
 
-    InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
     /// @return the info screen's "title|text|picture Back Close@focus", without hidden buttons, then all
     /// oddities.
     QString screenState() const
     {
-        const QString parts = WindowState::pictureOf(*find(*screen(), "image")) +
-                              text(screen()->backButton()->isHidden() ? "" : " Back") +
-                              text(screen()->closeButton()->isHidden() ? "" : " Close") +
+        const QString parts = WindowState::pictureOf(*find(*screen(), "image")) + screenButtons() +
                               WindowState::focusOf(window);
         return QStringList{find(*screen(), "title")->text(), find(*screen(), "text")->text(), parts}.join(
                    QLatin1Char('|')) +
-               WindowState::oddities(window);
+               oddities();
     }
 
     const QTemporaryDir folder;
@@ -198,6 +204,40 @@ struct Desk : PairedComputer
     QWidget* const mainPage = findMainPage();
 
 private:
+    QString screenButtons() const
+    {
+        return text(screen()->backButton()->isHidden() ? "" : " Back") +
+               text(screen()->closeButton()->isHidden() ? "" : " Close");
+    }
+
+    /// @return what WindowState::oddities() reports, and the widgets that a screen reader describes by other
+    /// texts than the page shows.
+    QString oddities() const
+    {
+        const auto shown = [this](const char* name) { return find(*mainPage, name)->text(); };
+        const auto described = [](const QWidget& page, const char* button) {
+            return find<QPushButton>(page, button)->accessibleDescription();
+        };
+        QString result = WindowState::oddities(window);
+        const bool hasError = !find(*mainPage, "devicesErrorInfoLabel")->isHidden();
+        const QString outlook =
+            (hasError ? shown("devicesErrorInfoLabel") + QLatin1Char('\n') : QString()) +
+            "Current firmware versions on devices:\nTransmitter: %1\nHeadset: %2\n"
+            "Devices will be updated to firmware versions:\nTransmitter: %3\nHeadset: %4"_s.arg(
+                shown("transmitterVersion"), shown("headsetVersion"), shown("transmitterFirmwareVersion"),
+                shown("headsetFirmwareVersion"));
+        if (described(*mainPage, "updateButton") != outlook ||
+            described(*mainPage, "openFileButton") != shown("firmwareFileName") + QLatin1Char('\n') + outlook)
+            result += " {main page described otherwise}"_s;
+        if (!screen())
+            return result;
+        const QString text = find(*screen(), "text")->text();
+        if (described(*screen(), "closeButton") != text || described(*screen(), "backButton") != text ||
+            find(*screen(), "image")->accessibleName() != find(*screen(), "title")->text())
+            result += " {info screen described otherwise}"_s;
+        return result;
+    }
+
     /// Searches all widgets, because the page is the window's child only while it is shown.
     static QWidget* findMainPage()
     {

@@ -9,7 +9,9 @@
 #include <QLabel>
 #include <QLayout>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QStyle>
 
 #include "literals.h"
@@ -57,23 +59,59 @@ inline QString pictureOf(const QLabel& label)
 /// @return the background of @p label: the most frequent colour in the area of its text.
 inline QColor backgroundOf(const QLabel& label)
 {
-    const QImage picture = const_cast<QLabel&>(label).grab().toImage();
+    const QPixmap pixmap = const_cast<QLabel&>(label).grab();
+    const QImage picture = pixmap.toImage().scaled(pixmap.size() / pixmap.devicePixelRatio());
     const int flags = int(label.alignment()) | (label.wordWrap() ? Qt::TextWordWrap : 0);
     const QRect area =
         label.style()
             ->itemTextRect(label.fontMetrics(), label.contentsRect(), flags, true, label.text())
             .intersected(picture.rect());
-    QMap<QRgb, int> counts;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x)
-            ++counts[picture.pixel(x, y)];
-    }
+    QHash<QRgb, int> counts;
     QRgb most = 0;
-    for (const QRgb colour : counts.keys()) {
-        if (counts[colour] > counts[most])
-            most = colour;
+    for (int y = area.top(); y <= area.bottom(); y += 2) { // every second pixel is enough
+        for (int x = area.left(); x <= area.right(); x += 2) {
+            const QRgb colour = picture.pixel(x, y);
+            if (++counts[colour] > counts.value(most))
+                most = colour;
+        }
     }
     return QColor(most);
+}
+
+/// @return the size that the texts or the picture of @p widget need.
+inline QSize neededSize(const QWidget& widget)
+{
+    const auto widthOf = [&widget](const QString& text) {
+        return widget.fontMetrics().horizontalAdvance(text);
+    };
+    if (const auto* const button = qobject_cast<const QPushButton*>(&widget))
+        return button->sizeHint();
+    if (const auto* const box = qobject_cast<const QGroupBox*>(&widget))
+        return {widthOf(box->title()), 0};
+    if (const auto* const bar = qobject_cast<const QStatusBar*>(&widget))
+        return {widthOf(bar->currentMessage()) + bar->findChild<QProgressBar*>()->width(), 0};
+    const auto* const label = qobject_cast<const QLabel*>(&widget);
+    const QPixmap picture = label ? label->pixmap(Qt::ReturnByValue) : QPixmap();
+    if (!label || !picture.isNull())
+        return picture.size() / picture.devicePixelRatio();
+    if (label->text().isEmpty() || !label->wordWrap())
+        return label->text().isEmpty() ? QSize() : label->minimumSizeHint();
+    QSize needed(0, label->heightForWidth(label->width()));
+    for (const QString& word : label->text().split(QRegularExpression("[\\s/-]"_s)))
+        needed.setWidth(std::max(needed.width(), widthOf(word)));
+    return needed;
+}
+
+/// @return whether a screen reader has no name for @p widget but needs one.
+inline bool isNameless(const QWidget& widget)
+{
+    if (qobject_cast<const QProgressBar*>(&widget)) // Qt uses the bar's value as its name
+        return widget.accessibleName().isEmpty();
+    const auto* const label = qobject_cast<const QLabel*>(&widget);
+    const bool isPicture = label && label->text().isEmpty() && !label->pixmap(Qt::ReturnByValue).isNull();
+    const bool needsName =
+        (widget.focusPolicy() & Qt::TabFocus) || (isPicture && !widget.window()->inherits("QMessageBox"));
+    return needsName && accessibleText(&widget, QAccessible::Name).isEmpty();
 }
 
 inline QStringList odditiesOf(const QLabel& label)
@@ -81,19 +119,16 @@ inline QStringList odditiesOf(const QLabel& label)
     QStringList odd;
     if (label.text().isEmpty())
         return odd;
-    const int height =
-        label.wordWrap() ? label.heightForWidth(label.width()) : label.minimumSizeHint().height();
-    const int width = label.wordWrap() ? 0 : label.minimumSizeHint().width();
-    if (label.width() < width || label.height() < height)
-        odd << "too small"_s;
     if (accessibleText(&label, QAccessible::Name) != label.text())
         odd << "named "_s + accessibleText(&label, QAccessible::Name);
     if (accessibleText(&label, QAccessible::Description) != label.toolTip())
         odd << "described otherwise than by its tool tip"_s;
     const QPalette desktop = label.parentWidget()->palette();
+    const QColor background = backgroundOf(label);
     const bool hasColour = label.isEnabled() && label.palette().windowText() != desktop.windowText();
-    if ((backgroundOf(label) != desktop.window().color()) != hasColour)
-        odd << "background "_s + backgroundOf(label).name();
+    const bool needsBackground = hasColour && desktop.window().color().lightness() > 128;
+    if (background == desktop.window().color() ? needsBackground : !hasColour)
+        odd << "background "_s + background.name();
     return odd;
 }
 
@@ -124,9 +159,12 @@ inline QString oddities(const QWidget& widget)
         });
         if (overlaps)
             found << "overlapping"_s;
+        const QSize needed = neededSize(one);
+        if (one.width() < needed.width() || one.height() < needed.height())
+            found << "too small"_s;
         if (const auto* const label = qobject_cast<const QLabel*>(&one))
             found << odditiesOf(*label);
-        if ((one.focusPolicy() & Qt::TabFocus) && accessibleText(&one, QAccessible::Name).isEmpty())
+        if (isNameless(one))
             found << "nameless"_s;
         for (const QString& oddity : found)
             odd << " {%1 %2}"_s.arg(one.objectName(), oddity);
