@@ -55,7 +55,7 @@ struct BusDevice
 };
 
 /// What a simulated device is plugged into: the simulated computer, or the HID stack of a real one. Every
-/// operation may be called on any thread, also from within a transfer of the device.
+/// operation may be called on any thread; all but requestRemoval() also from inside a transfer of the device.
 class Bus
 {
 public:
@@ -70,7 +70,8 @@ public:
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that
-    /// is asked has answered.
+    /// is asked has answered. Must not be called from inside a transfer on the same thread, because a program
+    /// answers only when its transfer in progress has ended.
     /// @param isHeld  whether another program keeps the device open, so that the computer refuses.
     /// @return whether the device is removed; always false if the computer knows no such request.
     virtual bool requestRemoval(int /*port*/, bool /*isHeld*/) { return false; }

@@ -213,6 +213,8 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
     f.tree.setInstallationPending(false); // lets stop() return even if it waits
     QVERIFY(outcome == std::future_status::ready);
+    const int waits = f.machine.faults.counted("CMP_WaitNoPendingInstallEvents");
+    QCOMPARE(f.clock.tickCount(), 1000u * static_cast<unsigned>(waits));
     QCOMPARE(f.recorder.waitFor(0), "");
 }
 

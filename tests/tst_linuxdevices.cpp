@@ -8,6 +8,7 @@
 #include <sys/file.h>
 
 #include "hidrawinterface.h"
+#include "linuxdevicetree.h"
 #include "lockholder.h"
 #include "reportdescriptor.h"
 #include "table.h"
@@ -150,6 +151,7 @@ private Q_SLOTS:
     void errnoValuesBecomeWindowsCodes();
     void locksHoldAgainstOtherPrograms_data();
     void locksHoldAgainstOtherPrograms();
+    void theTreeLooksForDevicesOnce();
 };
 
 void TestLinuxDevices::descriptorsAreRead_data()
@@ -287,6 +289,19 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), 0);
     QCOMPARE(f.device->acquire(Lock::Exclusive),
              DWORD(ERROR_SHARING_VIOLATION)); // nothing is left of the lock
+}
+
+void TestLinuxDevices::theTreeLooksForDevicesOnce()
+{
+    int logged = 0; // a sentence, if there is no device or no udev
+    LinuxDeviceTree tree([&logged](const std::string&) { ++logged; });
+    QCOMPARE(logged, 0);
+    DWORD error = 0;
+    QVERIFY(!tree.open(L"no device", GENERIC_READ, 0, error));
+    const int loggedFirst = logged;
+    QVERIFY(!tree.open(L"no device", GENERIC_READ, 0, error));
+    QCOMPARE(error, DWORD(ERROR_FILE_NOT_FOUND));
+    QCOMPARE(logged, loggedFirst);
 }
 
 QTEST_GUILESS_MAIN(TestLinuxDevices)
