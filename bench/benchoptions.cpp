@@ -1,8 +1,8 @@
 #include "benchoptions.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -108,10 +108,7 @@ void readChip(const QCommandLineParser& parser, BenchOptions& options)
     constexpr int maxByte = 255;
     options.chipId = number(parser, QStringLiteral("chip"), 0, maxByte);
     options.revision = number(parser, QStringLiteral("revision"), 0, maxByte);
-    const auto& known = SimulatedChip::models();
-    if (std::none_of(known.begin(), known.end(), [&](const SimulatedChip::Model& model) {
-            return model.chipId == options.chipId && model.revision == options.revision;
-        }))
+    if (!SimulatedChip::modelOf(options.chipId, options.revision))
         rejectArguments(
             QStringLiteral("no such chip: %1, revision %2").arg(options.chipId).arg(options.revision));
 }
@@ -155,7 +152,7 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
 
     BenchOptions options;
     options.generation = number(parser, QStringLiteral("generation"), 1,
-                                static_cast<int>(ImageBuilder::transmitterProductIds().size()));
+                                static_cast<int>(std::size(ImageBuilder::transmitterProductIds)));
     readChip(parser, options);
     options.imageBytes = number(parser, QStringLiteral("image-size"), minImageBytes, maxImageBytes);
     options.fast = parser.isSet(QStringLiteral("fast"));

@@ -3,7 +3,7 @@
 #include <future>
 
 #include <QCoreApplication>
-#include <QDir>
+#include <QEventLoop>
 #include <QThread>
 
 #include "archivebuilder.h"
@@ -123,8 +123,10 @@ void BenchRun::startUpdater()
     window->show();
 }
 
-void BenchRun::drive()
+int BenchRun::drive()
 {
+    QEventLoop loop;
+    connect(this, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
     qint64 longestMs = 160000; // for all but the programming, which both devices may do twice
     for (const DeviceType type : bothTypes)
         longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
@@ -134,10 +136,10 @@ void BenchRun::drive()
     });
     if (isHurried)
         vainWaits.start(lookIntervalMs);
+    makeDriver();
     if (options.takesTour)
         takeTour();
-    else
-        driveUpdater();
+    return loop.exec();
 }
 
 void BenchRun::takeTour()
@@ -147,11 +149,9 @@ void BenchRun::takeTour()
         Q_EMIT finished(unexpected);
         return;
     }
-    makeDriver();
     driver->takeTour(screenTour(*driver, *pair, archivePath, otherArchive));
     // Queued, because the slot deletes the driver that emits the signal.
     connect(driver.get(), &UserDriver::tourEnded, this, &BenchRun::updateAgain, Qt::QueuedConnection);
-    driver->start(lookIntervalMs);
 }
 
 void BenchRun::seeScreen(const QString& name, QWidget* screen)
@@ -172,11 +172,6 @@ void BenchRun::makeDriver()
     connect(driver.get(), &UserDriver::screenSeen, this, &BenchRun::seeScreen);
     connect(driver.get(), &UserDriver::updateRequested, this, &BenchRun::prepareUpdate);
     connect(driver.get(), &UserDriver::ended, this, &BenchRun::endUpdate);
-}
-
-void BenchRun::driveUpdater()
-{
-    makeDriver();
     driver->start(lookIntervalMs);
 }
 
@@ -237,7 +232,7 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
 void BenchRun::updateAgain()
 {
     startUpdater();
-    driveUpdater();
+    makeDriver();
 }
 
 /// An updater waits 30 s for its device to enter programming mode. If time runs fast, this function ends the

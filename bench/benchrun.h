@@ -31,8 +31,9 @@ public:
     /// @return false, with the reason logged, if the archive cannot be written or the bus is not usable.
     [[nodiscard]] bool prepare();
 
-    /// Starts to use the updater as a user would; finished() reports the end.
-    void drive();
+    /// Uses the updater as a user would.
+    /// @return 0 if everything ended as expected, otherwise 1.
+    [[nodiscard]] int drive();
 
     SimulatedDevice& device(DeviceType type) { return pair->device(type); }
     /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread.
@@ -53,8 +54,7 @@ public:
 Q_SIGNALS:
     /// Emitted once for each screen on the tour, after the screen's layout is done.
     void screenSeen(const QString& name, QWidget* screen);
-    /// @param exitCode  0 if everything ended as expected, otherwise 1.
-    void finished(int exitCode);
+    void finished(int exitCode); ///< ends drive()
 
 private:
     std::vector<std::uint8_t> imageOf(DeviceType type, int generation, const QString& version) const;
@@ -62,7 +62,6 @@ private:
     void startUpdater();
     void takeTour();
     void makeDriver();
-    void driveUpdater();
     void seeScreen(const QString& name, QWidget* screen);
     void prepareUpdate();
     void endUpdate(const Outcome& outcome);

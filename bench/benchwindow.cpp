@@ -189,7 +189,7 @@ QWidget* BenchWindow::makeArchiveBox(int generation)
     auto* const versionLabel = new QLabel(tr("&Version:"));
     versionLabel->setBuddy(version);
     auto* const generations = new QComboBox;
-    for (const std::uint16_t productId : ImageBuilder::transmitterProductIds())
+    for (const std::uint16_t productId : ImageBuilder::transmitterProductIds)
         generations->addItem(Utilities::deviceNameForPid(productId));
     generations->setAccessibleName(tr("Generation"));
     generations->setCurrentIndex(generation - 1);

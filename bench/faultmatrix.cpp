@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 
 #include "benchrun.h"
 #include "eventlog.h"
@@ -136,13 +135,8 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
 {
     EventLog log(EventLog::Output::Kept);
     BenchRun run(options, log);
-    QEventLoop loop;
-    QObject::connect(&run, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    if (run.prepare()) {
-        run.drive();
-        if (loop.exec() == 0)
-            return Result{run.device(options.faultDevice).transfers(), run.faultOutcome()};
-    }
+    if (run.prepare() && run.drive() == 0)
+        return Result{run.device(options.faultDevice).transfers(), run.faultOutcome()};
     print(name + QLatin1Char('\n') + log.lines().join(QLatin1Char('\n')));
     return std::nullopt;
 }

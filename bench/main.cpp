@@ -44,11 +44,8 @@ int runBench(const BenchOptions& options)
     });
     if (!run.prepare())
         return failure;
-    QObject::connect(&run, &BenchRun::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
-    if (options.drivesItself) {
-        run.drive();
-        return QCoreApplication::exec();
-    }
+    if (options.drivesItself)
+        return run.drive();
     BenchWindow bench(run, log, options);
     bench.show();
     return QCoreApplication::exec();

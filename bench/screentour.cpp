@@ -6,10 +6,8 @@
 #include <QMessageBox>
 
 #include "devicecontroller.h"
-#include "hidutilities.h"
 #include "mainwindow.h"
 #include "simulatedpair.h"
-#include "utilities.h"
 
 namespace {
 
@@ -43,20 +41,11 @@ void chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-void sendToTransmitter(SimulatedPair& pair, int controlRequest)
-{
-    constexpr int readWrite = 3;
-    constexpr int shared = 3;
-    const std::wstring path = pair.channelPath(DeviceType::Transmitter);
-    if (const auto hid = Utilities::openHidDeviceByPath(path, readWrite, shared))
-        HidUtilities::sendControlRequest(hid, controlRequest);
-}
-
 /// Leaves the transmitter in programming mode with unreadable memory.
 void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
-    sendToTransmitter(pair, HidUtilities::LeaveApplication);
+    pair.device(DeviceType::Transmitter).restart(SimulatedChip::leaveApplication);
 }
 
 } // namespace
@@ -105,7 +94,7 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         {"question-unknown-device", UserDriver::messageBox,
          [=, &window, &pair] {
              loadArchive(window, otherArchive);
-             sendToTransmitter(pair, HidUtilities::EndProgramming);
+             pair.device(DeviceType::Transmitter).restart(SimulatedChip::endOfProgramming);
          }},
         {"main-page-incompatible",
          [=, &user] { return controller->deviceName().isEmpty() ? nullptr : user.mainPage(); }, [] {}},

@@ -1,6 +1,5 @@
 #include "comparison.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -46,13 +45,6 @@ bool add(const char* what, double bound, int pairs, const std::function<Pair()>&
     auto* const registered = benchmark::RegisterBenchmark(what, run);
     registered->Iterations(1)->Repetitions(pairs)->ReportAggregatesOnly()->UseManualTime();
     return true;
-}
-
-double seconds(const std::function<void()>& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 void require(bool condition, const char* failure)

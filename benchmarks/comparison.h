@@ -20,8 +20,6 @@ struct Pair
 /// @param pairs  the number of pairs to measure.
 bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair);
 
-double seconds(const std::function<void()>& work);
-
 /// Ends the program with exit status 1 if @p condition is false, because the figures mean nothing then.
 void require(bool condition, const char* failure);
 

@@ -1,5 +1,7 @@
 // Measures the whole program by running "updaterun": its start, its memory, and an update in real time.
 
+#include <chrono>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -58,6 +60,13 @@ Figures update(std::size_t imageBytes, int speed, int idleSeconds)
 Figures showEmptyWindow(std::size_t imageBytes, const char* platform)
 {
     return figuresOf({QStringLiteral("empty"), QString::number(imageBytes)}, platform);
+}
+
+double seconds(const std::function<void()>& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 Pair startPair()

@@ -77,20 +77,11 @@ std::optional<Identity> identityOf(const Bytes& memory)
     return identity;
 }
 
-const std::vector<std::uint16_t>& transmitterProductIds()
-{
-    static const std::vector<std::uint16_t> ids{
-        0x0004,
-        0x0003,
-    };
-    return ids;
-}
-
 ImageOptions transmitter(int generation, std::size_t size)
 {
     ImageOptions options;
     options.size = size;
-    options.productId = transmitterProductIds().at(static_cast<std::size_t>(generation) - 1);
+    options.productId = transmitterProductIds[generation - 1];
     options.geometry = {0x70, 0x26}; // pages of 256 bytes, sectors of 4096
     return options;
 }
@@ -102,15 +93,6 @@ ImageOptions headset(std::size_t size)
     options.productId = 0x0006;
     options.geometry = {0x50, 0x10}; // pages of 64 bytes
     options.seed = 2;
-    return options;
-}
-
-ImageOptions forMemoryOf(ImageOptions options, const Bytes& image)
-{
-    if (image.size() < options.geometry.size())
-        return options;
-    options.size = image.size();
-    options.geometry = {image[0], image[1]};
     return options;
 }
 

@@ -55,14 +55,13 @@ std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory);
 
 /// The USB product identifiers of the transmitter's generations, the first one first. They are not taken from
 /// the updater's table; a test compares the two.
-const std::vector<std::uint16_t>& transmitterProductIds();
+constexpr std::uint16_t transmitterProductIds[] = {
+    0x0004,
+    0x0003,
+};
 
 ImageOptions transmitter(int generation = 1, std::size_t size = ImageOptions().size);
 ImageOptions headset(std::size_t size = ImageOptions().size);
-
-/// @return @p options with the size and the memory type of @p image. If @p image is too short, returns
-/// @p options unchanged.
-ImageOptions forMemoryOf(ImageOptions options, const std::vector<std::uint8_t>& image);
 
 std::vector<std::uint8_t> build(const ImageOptions& options);
 

@@ -37,15 +37,6 @@ enum {
     SectorSize = 20
 };
 
-const SimulatedChip::Model* modelOf(int chipId, int revision)
-{
-    for (const SimulatedChip::Model& model : SimulatedChip::models()) {
-        if (model.chipId == chipId && model.revision == revision)
-            return &model;
-    }
-    return nullptr;
-}
-
 /// Each code from 1 on means twice the size of the one before.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
@@ -63,6 +54,15 @@ const std::vector<SimulatedChip::Model>& SimulatedChip::models()
         {13, 3, 0xB53A, 0xBB5C, 0xB0A0, false, pinmux1, 0xA0},
     };
     return all;
+}
+
+const SimulatedChip::Model* SimulatedChip::modelOf(int chipId, int revision)
+{
+    for (const Model& one : models()) {
+        if (one.chipId == chipId && one.revision == revision)
+            return &one;
+    }
+    return nullptr;
 }
 
 SimulatedChip::Geometry SimulatedChip::geometryOf(DeviceType device, const std::vector<std::uint8_t>& image)

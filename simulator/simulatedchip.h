@@ -39,6 +39,7 @@ public:
         std::uint8_t headsetPinSetting;
     };
     static const std::vector<Model>& models();
+    static const Model* modelOf(int chipId, int revision); ///< null if the simulator does not know the chip
 
     /// The memory that an image announces in its first two bytes; sizes in bytes, 0 if there is none.
     struct Geometry

@@ -183,7 +183,6 @@ void SimulatedDevice::requestRemoval(bool isHeld)
         onRemovalRequested(removal);
 }
 
-/// Carries out a control request.
 void SimulatedDevice::restart(int controlRequest)
 {
     Fault striking = Fault::None;

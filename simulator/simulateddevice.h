@@ -46,6 +46,8 @@ public:
 
     void plugIn();
     void unplug();
+    /// Carries out a control request: restarts the device in another mode, or ignores an unknown request.
+    void restart(int controlRequest);
 
     /// Arms a fault. It strikes from the @p transfer-th feature-report transfer on; 1 is the next transfer.
     void setFault(Fault fault, int transfer);
@@ -105,7 +107,6 @@ private:
 
     // Connecting, disconnecting and restarting.
     BusDevice busDevice();
-    void restart(int controlRequest);
     void later(const std::vector<Move>& moves);
     void connectToBus();
     void disconnectFromBus();

@@ -12,9 +12,9 @@ constexpr DWORD serviceWaitHintMs = 100;
 SimulatedDevice::Setup deviceSetup(const SimulatedPair::Setup& setup, DeviceType type)
 {
     const bool isTransmitter = type == DeviceType::Transmitter;
-    ImageOptions installed = ImageBuilder::forMemoryOf(
-        isTransmitter ? ImageBuilder::transmitter(setup.generation) : ImageBuilder::headset(),
-        isTransmitter ? setup.transmitterImage : setup.headsetImage);
+    ImageOptions installed = isTransmitter
+                                 ? ImageBuilder::transmitter(setup.generation, setup.transmitterImage.size())
+                                 : ImageBuilder::headset(setup.headsetImage.size());
     installed.version = "1.0.0";
     installed.seed = 99;
     const int port = isTransmitter ? 1 : 2;

@@ -17,7 +17,7 @@ public:
         int generation = 1; ///< generation of the installed transmitter firmware; 1 is the first
         int chipId = 12;
         int revision = 2;
-        /// Images for the two devices. A device gets the memory for which its image is built.
+        /// Images for the two devices. A device gets a memory for an image of that size.
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< see SimulatedDevice::Setup::report

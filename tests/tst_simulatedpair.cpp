@@ -380,7 +380,8 @@ void TestSimulatedPair::identitiesAreTheSameEverywhere()
         found.sort();
         QCOMPARE(found, expected);
     }
-    std::vector<std::uint16_t> simulated = ImageBuilder::transmitterProductIds();
+    std::vector<std::uint16_t> simulated(std::begin(ImageBuilder::transmitterProductIds),
+                                         std::end(ImageBuilder::transmitterProductIds));
     simulated.push_back(ImageBuilder::headset().productId);
     for (const Utilities::KnownDevice& device : Utilities::knownDevices())
         QCOMPARE(device.id.productId, simulated.at(std::size_t(&device - Utilities::knownDevices().data())));
