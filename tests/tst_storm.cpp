@@ -3,7 +3,6 @@
 // present devices, and nothing may be left open.
 //   TST_STORM_SEED  repeats the events of the run that printed this seed
 
-#include <future>
 #include <random>
 #include <thread>
 
@@ -106,15 +105,16 @@ private:
     /// Pauses the storm until each present device is identified and no identification is in progress.
     void waitUntilAllIsRead()
     {
-        std::promise<bool> waiting;
-        onGuiThread([this, &waiting] {
+        bool isAllRead = false;
+        const auto wait = [this] {
             const auto isAtRest = [this] {
                 return isRead(Transmitter) && isRead(Headset) &&
                        QThreadPool::globalInstance()->activeThreadCount() == 0;
             };
-            waiting.set_value(QTest::qWaitFor(isAtRest, patienceMs));
-        });
-        unread += waiting.get_future().get() ? 0 : 1;
+            return QTest::qWaitFor(isAtRest, patienceMs);
+        };
+        QMetaObject::invokeMethod(&controller, wait, Qt::BlockingQueuedConnection, &isAllRead);
+        unread += isAllRead ? 0 : 1;
     }
 
     /// @param how  0: requests a removal that is refused; 1: one that nobody refuses; else pulls the cable.
