@@ -44,7 +44,7 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QVERIFY(second != INVALID_HANDLE_VALUE);
     QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
     QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
-    // The relaxed flag does not synchronise the threads. Thread sanitizer checks that the detector's lock does.
+    // The relaxed flag does not synchronise the threads, so thread sanitizer sees whether the lock does.
     std::atomic<bool> isRemoved{false};
     std::thread closing([&] {
         while (!isRemoved.load(std::memory_order_relaxed))
@@ -158,11 +158,11 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
     const auto observer = std::make_shared<Bystander>();
-    QByteArray heard; // the last report before other programs get the broadcast
-    observer->onRemoved = [&] { heard = f.recorder.waitFor(3, 2); };
+    QByteArray lastReport; // before other programs get the broadcast
+    observer->onRemoved = [&] { lastReport = f.recorder.waitFor(3, 2); };
     f.tree.observe(observer);
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
-    QCOMPARE(heard, "-4");
+    QCOMPARE(lastReport, "-4");
     f.tree.plug(hidNode(headset));
     QCOMPARE(f.recorder.waitFor(4, 2), "-4, +7a31:6");
     QVERIFY(CloseHandle(handle));

@@ -77,7 +77,7 @@ public:
     QMap<DeviceType, bool> reported; ///< the connected devices, according to the signals
     bool isDetecting = false;
     int disagreements = 0;
-    int answers[2][2] = {}; ///< number of removal requests: [nobody refuses][is granted]
+    int answers[2][2] = {}; ///< number of removal requests: [there is no other user][is granted]
     int arrivals = 0;
     int unread = 0;
     std::size_t blocksAfterWarmUp = 0;
@@ -117,7 +117,8 @@ private:
         unread += isAllRead ? 0 : 1;
     }
 
-    /// @param how  0: requests a removal that is refused; 1: one that nobody refuses; else pulls the cable.
+    /// @param how  0: requests a removal that another user refuses; 1: requests one without another user;
+    ///     else pulls the cable.
     void remove(DeviceType type, unsigned how)
     {
         SimulatedDeviceTree& tree = machine.deviceTree();

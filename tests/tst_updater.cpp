@@ -208,8 +208,8 @@ void TestUpdater::aDeviceThatCannotBeOpenedEndsTheAttempt_data()
     table.row("refused in normal mode", "refuses");
     table.row("refused in programming mode", "refuses later");
     table.row("removed before it is opened", "removed");
-    table.row("shared with somebody in normal mode", "shared");
-    table.row("shared with somebody in programming mode", "shared later");
+    table.row("shared with another program in normal mode", "shared");
+    table.row("shared with another program in programming mode", "shared later");
 }
 
 void TestUpdater::aDeviceThatCannotBeOpenedEndsTheAttempt()

@@ -26,8 +26,8 @@ public:
     /// Calls unplug() and waits until every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
     /// Asks the users of the node to close their files. Then removes the node unless a file is still open.
-    /// Must not be called from inside a transfer on the same thread: a user closes its file only when a transfer
-    /// in progress has ended, and this call waits for that.
+    /// Must not be called from inside a transfer on the same thread: a user closes its file only when a
+    /// transfer in progress has ended, and this call waits for that.
     /// @return whether the node was removed.
     bool requestRemoval(const std::wstring& path);
     /// Sets whether a driver is being installed.

@@ -30,7 +30,7 @@ public:
 };
 
 /// An event for whose handle the system reuses the value of a handle that was just closed. It shows whether
-/// somebody closes that value again and thus closes the event.
+/// the program closes that value again and thus closes the event.
 class Stranger
 {
 public:
