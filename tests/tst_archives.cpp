@@ -13,6 +13,7 @@
 #include "firmwarecontroller.h"
 #include "logcapture.h"
 #include "smallimage.h"
+#include "table.h"
 #include "waiting.h"
 
 namespace {
@@ -82,26 +83,6 @@ int loadInChild(const QString& path)
     return 0;
 }
 
-/// @return every file and folder below @p folder with its size and time, so that a write changes the list.
-QStringList listing(const QString& folder)
-{
-    QStringList files;
-    QDirIterator all(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                     QDirIterator::Subdirectories);
-    while (all.hasNext()) {
-        const QFileInfo file(all.next());
-        const bool isMarked =
-            !isSanitized || !file.isDir(); // a sanitizer creates and removes files of its own
-        const QString time = file.lastModified().toString(Qt::ISODateWithMs);
-        files << QStringLiteral("%1 %2 %3")
-                     .arg(file.filePath())
-                     .arg(file.size())
-                     .arg(isMarked ? time : QString());
-    }
-    files.sort();
-    return files;
-}
-
 } // namespace
 
 class TestArchives : public QObject
@@ -150,7 +131,6 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* variable : {"HOME", "TMPDIR", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
         environment.insert(QString::fromLatin1(variable), home);
-    const QStringList before = listing(folder.path());
     QProcess child;
     child.setProcessEnvironment(environment);
     child.setWorkingDirectory(home);
@@ -159,7 +139,8 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     const QByteArray errors = child.readAllStandardError().right(3000);
     QVERIFY2(child.exitStatus() == QProcess::NormalExit, "a limit or a fault ended the child\n" + errors);
     QVERIFY2(child.exitCode() == 0, errors.constData());
-    QCOMPARE(listing(folder.path()), before);
+    constexpr auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    QVERIFY(QDir(home).isEmpty(all));
     const QByteArrayList output = child.readAllStandardOutput().split(' ');
     QCOMPARE(output.size(), 4);
     QCOMPARE(QString::fromUtf8(QByteArray::fromHex(output.at(3))), expected);
@@ -174,8 +155,7 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
 
 void TestArchives::everyArchiveEmitsItsSignal_data()
 {
-    QTest::addColumn<Archive>("archive");
-    QTest::addColumn<QString>("outcome");
+    const Table<Archive, QString> table("archive", "outcome");
     ArchiveRows::addReleases();
     ArchiveRows::addDamagedEntries();
     ArchiveRows::addUnusualEntries();

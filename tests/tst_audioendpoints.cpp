@@ -10,6 +10,7 @@
 #include "computer.h"
 #include "leavesnothing.h"
 #include "simulatedaudioendpoints.h"
+#include "table.h"
 
 using Endpoints = std::vector<AudioEndpoint>;
 Q_DECLARE_METATYPE(Endpoints)
@@ -48,28 +49,25 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
 {
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
-    QTest::addColumn<Endpoints>("endpoints");
-    QTest::addColumn<Endpoints>("later"); // endpoints that are added, or change their state
-    QTest::addColumn<QByteArray>("restored");
-    const auto row = [](const char* name, const Endpoints& endpoints, const Endpoints& later,
-                        const QByteArray& restored) {
-        QTest::newRow(name) << endpoints << later << restored;
-    };
+    // The endpoints in the column "later" are added, or change their state.
+    const Table<Endpoints, Endpoints, QByteArray> table("endpoints", "later", "restored");
 
-    row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
-    row("playback first", {{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2");
-    row("number in front", {{L"r", L"2- USB Audio Device"}}, {}, "");
-    row("number in front is gone", {{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}},
-        "u0 u1 u2");
-    row("number behind", {{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}}, "v0 v1 v2");
-    row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
-    row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
-    row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
-    row("same name twice", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
-    row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}}, "r0 r1 r2");
-    row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
-    row("playback without default", {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {},
-        "c0 c1 c2");
+    table.row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
+    table.row("playback first", {{L"c", L"Headset", eCapture}, {L"r", L"Headset"}}, {}, "r0 r1 r2 c0 c1 c2");
+    table.row("number in front", {{L"r", L"2- USB Audio Device"}}, {}, "");
+    table.row("number in front is gone", {{L"r", L"2- USB Audio Device"}}, {{L"u", L"USB Audio Device"}},
+              "u0 u1 u2");
+    table.row("number behind", {{L"r", L"Speakers 2"}}, {{L"u", L"Speakers"}, {L"v", L"Speakers "}},
+              "v0 v1 v2");
+    table.row("mark in front", {{L"r", L"(R) Speakers"}}, {{L"u", L"Speakers"}, {L"v", L"R"}}, "v0 v1 v2");
+    table.row("no letters", {{L"r", L"\u8033\u673a"}}, {{L"u", L""}}, "u0 u1 u2");
+    table.row("case counts", {{L"r", L"2-usb audio"}}, {{L"u", L"USB audio"}}, "");
+    table.row("same name twice", {{L"q", L"Headset", eRender, disabled}, {L"r", L"Headset"}}, {}, "q0 q1 q2");
+    table.row("unplugged", {{L"r", L"Headset"}}, {{L"r", {}, eRender, unplugged}, {L"u", L"Headset"}},
+              "r0 r1 r2");
+    table.row("gone", {{L"r", L"Headset"}}, {{L"r", {}, eRender, gone}, {L"u", L"Headset"}}, "u0 u1 u2");
+    table.row("playback without default",
+              {{L"r", L"Headset", eRender, disabled}, {L"c", L"Headset", eCapture}}, {}, "c0 c1 c2");
 }
 
 void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
@@ -123,6 +121,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
         endpoints.add({L"m", L"Monitor"});
         endpoints.add({L"r", L"Speakers"});
         endpoints.add({L"c", L"Microphone", eCapture});
+        endpoints.add({L"n", L"Not looked at"}); // no default is left
         for (const ERole role : {eConsole, eMultimedia, eCommunications})
             endpoints.chooseDefault(L"r", role);
         {

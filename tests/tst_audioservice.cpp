@@ -16,8 +16,6 @@ using Service = Manager::Service;
 using Services = std::vector<Service>;
 using Transition = Manager::Transition;
 using Sleeps = std::vector<std::uint32_t>;
-using Operation = void (ScopedAudioServiceStopper::*)();
-Q_DECLARE_METATYPE(Operation)
 Q_DECLARE_METATYPE(Services)
 Q_DECLARE_METATYPE(Sleeps)
 
@@ -80,69 +78,63 @@ QByteArray controlsOf(const Manager& manager)
 
 const Transition refuses = {0, 0, 0, INFINITE, 0, ERROR_INVALID_SERVICE_CONTROL};
 
-void addStop(const char* name, const Services& services, const QByteArray& log, const Sleeps& sleeps,
-             DWORD state, const QByteArray& controls)
+void add(const char* name, const Services& services, const QByteArray& log, const Sleeps& sleeps, DWORD state,
+         const QByteArray& controls)
 {
-    QTest::addRow("stop, %s", name) << &ScopedAudioServiceStopper::stop << services << log << sleeps << state
-                                    << controls;
-}
-
-void addStart(const char* name, const Service& service, const QByteArray& log, const Sleeps& sleeps,
-              DWORD state, const QByteArray& controls)
-{
-    QTest::addRow("start, %s", name) << &ScopedAudioServiceStopper::start << Services{service} << log
-                                     << sleeps << state << controls;
+    QTest::newRow(name) << services << log << sleeps << state << controls;
 }
 
 void addStops()
 {
     const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
-    addStop("at once", {audio(running, {})}, done, {}, stopped, sent);
-    addStop("within two hints", {audio(running, {2500, 2000})}, done, {2000, 2000}, stopped, sent);
-    addStop("long hint", {audio(running, {1, 12000})}, done, {12000}, stopped, sent);
-    addStop("no hint", {audio(running, {3, 0})}, done, {0, 0, 0}, stopped, sent);
-    addStop("never, no hint", {audio(running, {INFINITE, 0})}, "Wait timed out", Sleeps(30001, 0), stopping,
-            sent);
-    addStop("exactly at the limit", {audio(running, {45000, 15000})}, done, Sleeps(3, 15000), stopped, sent);
-    addStop("never", {audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping, sent);
-    addStop("endless hint", {audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000),
-            stopping, sent);
-    addStop("refused", {audio(running, refuses)}, "ControlService failed (1052)", {}, running, sent);
-    addStop("while starting", {audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {}, starting,
-            sent);
-    addStop("while stopped", {audio(stopped, {})}, "Service is already stopped.", {}, stopped, {});
+    add("stop, at once", {audio(running, {})}, done, {}, stopped, sent);
+    add("stop, within two hints", {audio(running, {2500, 2000})}, done, {2000, 2000}, stopped, sent);
+    add("stop, long hint", {audio(running, {1, 12000})}, done, {12000}, stopped, sent);
+    add("stop, no hint", {audio(running, {3, 0})}, done, {0, 0, 0}, stopped, sent);
+    add("stop, never, no hint", {audio(running, {INFINITE, 0})}, "Wait timed out", Sleeps(30001, 0), stopping,
+        sent);
+    add("stop, exactly at the limit", {audio(running, {45000, 15000})}, done, Sleeps(3, 15000), stopped,
+        sent);
+    add("stop, never", {audio(running, {INFINITE, 10000})}, "Wait timed out", Sleeps(4, 10000), stopping,
+        sent);
+    add("stop, endless hint", {audio(running, {INFINITE, INFINITE})}, "Wait timed out", Sleeps(2, 30000),
+        stopping, sent);
+    add("stop, refused", {audio(running, refuses)}, "ControlService failed (1052)", {}, running, sent);
+    add("stop, while starting", {audio(starting, {}, {INFINITE})}, "ControlService failed (1061)", {},
+        starting, sent);
+    add("stop, while stopped", {audio(stopped, {})}, "Service is already stopped.", {}, stopped, {});
 
     const QByteArray pending = "Service stop pending...|", doneByItself = "Service stopped successfully.";
-    addStop("stopping already", {audio(stopping, {500, 0}), dependent(L"a", {})}, pending + doneByItself,
-            {1000}, stopped, {});
-    addStop("stopping, tenth of hint", {audio(stopping, {5000, 25000})}, pending + pending + doneByItself,
-            {2500, 2500}, stopped, {});
-    addStop("stopping, never", {audio(stopping, {INFINITE, 200000})},
-            pending.repeated(4) + "Service stop timed out.", Sleeps(4, 10000), stopping, {});
+    add("stop, stopping already", {audio(stopping, {500, 0}), dependent(L"a", {})}, pending + doneByItself,
+        {1000}, stopped, {});
+    add("stop, stopping, tenth of hint", {audio(stopping, {5000, 25000})}, pending + pending + doneByItself,
+        {2500, 2500}, stopped, {});
+    add("stop, stopping, never", {audio(stopping, {INFINITE, 200000})},
+        pending.repeated(4) + "Service stop timed out.", Sleeps(4, 10000), stopping, {});
 }
 
 void addStopsOfDependents()
 {
     const QByteArray done = "Service stopped successfully", sent = "Stop audiosrv";
     const QByteArray held = "ControlService failed (1051)";
-    addStop("dependents one by one",
-            {audio(running, {1000, 1000}),
-             dependent(L"a", {4000, 2000}),
-             {L"b", running, {L"a"}, {1000, 500}},
-             {L"c", stopped, {L"a"}}},
-            done, {500, 500, 2000, 2000, 1000}, stopped, "Stop b|Stop a|Stop audiosrv");
-    addStop("dependents in time",
-            {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {15000, 15000}),
-             dependent(L"c", {})},
-            done, {15000, 15000}, stopped, "Stop a|Stop b|Stop c|Stop audiosrv");
-    addStop("dependents late",
-            {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {16000, 16000}),
-             dependent(L"c", {})},
-            held, {15000, 16000}, running, "Stop a|Stop b|Stop audiosrv");
-    addStop("dependent refuses", {audio(running, {}), dependent(L"a", refuses), dependent(L"b", {})}, held,
-            {}, running, "Stop a|Stop audiosrv");
-    addStop("dependent denied", {audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, held, {}, running,
-            sent);
+    add("stop, dependents one by one",
+        {audio(running, {1000, 1000}),
+         dependent(L"a", {4000, 2000}),
+         {L"b", running, {L"a"}, {1000, 500}},
+         {L"c", stopped, {L"a"}}},
+        done, {500, 500, 2000, 2000, 1000}, stopped, "Stop b|Stop a|Stop audiosrv");
+    add("stop, dependents in time",
+        {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {15000, 15000}),
+         dependent(L"c", {})},
+        done, {15000, 15000}, stopped, "Stop a|Stop b|Stop c|Stop audiosrv");
+    add("stop, dependents late",
+        {audio(running, {}), dependent(L"a", {15000, 15000}), dependent(L"b", {16000, 16000}),
+         dependent(L"c", {})},
+        held, {15000, 16000}, running, "Stop a|Stop b|Stop audiosrv");
+    add("stop, dependent refuses", {audio(running, {}), dependent(L"a", refuses), dependent(L"b", {})}, held,
+        {}, running, "Stop a|Stop audiosrv");
+    add("stop, dependent denied", {audio(running, {}), dependent(L"a", {}, SERVICE_STOP)}, held, {}, running,
+        sent);
 }
 
 void addStarts()
@@ -150,35 +142,32 @@ void addStarts()
     const QByteArray begun = "Service start pending...|", runs = begun + "Service started successfully.";
     const QByteArray runsAlready = "Cannot start the service because it is already running";
     const QByteArray asked = "Start audiosrv";
-    addStart("at once", audio(stopped, {}, {}), runs, {}, running, asked);
-    addStart("tenth of hint", audio(stopped, {}, {3500, 20000}), runs, {2000, 2000}, running, asked);
-    addStart("hint of 10,009 ms", audio(stopped, {}, {1, 10009}), runs, {1000}, running, asked);
-    addStart("hint of 10,010 ms", audio(stopped, {}, {1, 10010}), runs, {1001}, running, asked);
-    addStart("hint of 99,990 ms", audio(stopped, {}, {1, 99990}), runs, {9999}, running, asked);
-    addStart("hint of 100,010 ms", audio(stopped, {}, {1, 100010}), runs, {10000}, running, asked);
-    addStart("longest wait", audio(stopped, {}, {15000, 150000}), runs, {10000, 10000}, running, asked);
-    addStart("slow but sure", audio(stopped, {}, {12000, 2500, 2000}), runs, Sleeps(12, 1000), running,
-             asked);
-    addStart("stalls", audio(stopped, {}, {INFINITE, 5000, 2000, 4000}),
-             begun +
-                 "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
-             Sleeps(10, 1000), starting, asked);
-    addStart("endless hint", audio(stopped, {}, {INFINITE, INFINITE}),
-             begun +
-                 "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
-             Sleeps(11, 3000), starting, asked);
-    addStart("fails", audio(stopped, {}, {0, 0, 0, INFINITE, 1066}),
-             begun +
-                 "Service not started. |  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
-             {}, stopped, asked);
-    addStart("refused", audio(stopped, {}, refuses), "StartService failed (1052)", {}, stopped, asked);
-    addStart("while running", audio(running, {}), runsAlready, {}, running, {});
-    addStart("while starting", audio(starting, {}, {INFINITE}), runsAlready, {}, starting, {});
-    addStart("still stopping", audio(stopping, {2500, 3000}), runs, Sleeps(3, 1000), running, asked);
-    addStart("still stopping, slow but sure", audio(stopping, {12000, 2500, 2000}), runs, Sleeps(12, 1000),
-             running, asked);
-    addStart("still stopping, stalls", audio(stopping, {INFINITE, 20000, 3000, 7000}),
-             "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
+    add("start, at once", {audio(stopped, {}, {})}, runs, {}, running, asked);
+    add("start, tenth of hint", {audio(stopped, {}, {3500, 20000})}, runs, {2000, 2000}, running, asked);
+    add("start, hint of 10,009 ms", {audio(stopped, {}, {1, 10009})}, runs, {1000}, running, asked);
+    add("start, hint of 10,010 ms", {audio(stopped, {}, {1, 10010})}, runs, {1001}, running, asked);
+    add("start, hint of 99,990 ms", {audio(stopped, {}, {1, 99990})}, runs, {9999}, running, asked);
+    add("start, hint of 100,010 ms", {audio(stopped, {}, {1, 100010})}, runs, {10000}, running, asked);
+    add("start, longest wait", {audio(stopped, {}, {15000, 150000})}, runs, {10000, 10000}, running, asked);
+    add("start, slow but sure", {audio(stopped, {}, {12000, 2500, 2000})}, runs, Sleeps(12, 1000), running,
+        asked);
+    add("start, stalls", {audio(stopped, {}, {INFINITE, 5000, 2000, 4000})},
+        begun + "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 3|  Wait Hint: 5000",
+        Sleeps(10, 1000), starting, asked);
+    add("start, endless hint", {audio(stopped, {}, {INFINITE, INFINITE})},
+        begun + "Service not started. |  Current State: 2|  Exit Code: 0|  Check Point: 1|  Wait Hint: -1",
+        Sleeps(11, 3000), starting, asked);
+    add("start, fails", {audio(stopped, {}, {0, 0, 0, INFINITE, 1066})},
+        begun + "Service not started. |  Current State: 1|  Exit Code: 1066|  Check Point: 0|  Wait Hint: 0",
+        {}, stopped, asked);
+    add("start, refused", {audio(stopped, {}, refuses)}, "StartService failed (1052)", {}, stopped, asked);
+    add("start, while running", {audio(running, {})}, runsAlready, {}, running, {});
+    add("start, while starting", {audio(starting, {}, {INFINITE})}, runsAlready, {}, starting, {});
+    add("start, still stopping", {audio(stopping, {2500, 3000})}, runs, Sleeps(3, 1000), running, asked);
+    add("start, still stopping, slow but sure", {audio(stopping, {12000, 2500, 2000})}, runs,
+        Sleeps(12, 1000), running, asked);
+    add("start, still stopping, stalls", {audio(stopping, {INFINITE, 20000, 3000, 7000})},
+        "Timeout waiting for service to stop", Sleeps(14, 2000), stopping, {});
 }
 
 } // namespace
@@ -198,7 +187,6 @@ private Q_SLOTS:
 
 void TestAudioService::theServiceStopsAndStarts_data()
 {
-    QTest::addColumn<Operation>("operation");
     QTest::addColumn<Services>("services"); // the first is the audio service
     QTest::addColumn<QByteArray>("expectedLog");
     QTest::addColumn<Sleeps>("expectedSleeps");
@@ -211,7 +199,7 @@ void TestAudioService::theServiceStopsAndStarts_data()
 
 void TestAudioService::theServiceStopsAndStarts()
 {
-    QFETCH(Operation, operation);
+    const bool isStop = QByteArray(QTest::currentDataTag()).startsWith("stop");
     QFETCH(Services, services);
     // The tick count does not wrap, wraps during the first wait, or during a later one.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
@@ -219,13 +207,12 @@ void TestAudioService::theServiceStopsAndStarts()
         for (const Service& service : services)
             computer.services.add(service);
         ScopedAudioServiceStopper stopper;
-        (stopper.*operation)();
+        isStop ? stopper.stop() : stopper.start();
         QTEST(computer.log.text(), "expectedLog");
         QTEST(computer.clock.sleeps(), "expectedSleeps");
         QTEST(computer.services.state(L"audiosrv"), "expectedState");
         QTEST(controlsOf(computer.services), "expectedControls");
-        if (operation == &ScopedAudioServiceStopper::stop &&
-            computer.services.state(L"audiosrv") == stopped) {
+        if (isStop && computer.services.state(L"audiosrv") == stopped) {
             stopper.start(); // works whatever the state was before stop()
             QCOMPARE(computer.services.state(L"audiosrv"), running);
         }

@@ -7,6 +7,7 @@
 
 #include "dialogrun.h"
 #include "leavesnothing.h"
+#include "table.h"
 
 namespace {
 
@@ -54,9 +55,9 @@ private Q_SLOTS:
 
 void TestDialogClosing::theEndpointsWaitForTheService_data()
 {
-    QTest::addColumn<bool>("isClosed"); // the dialog, before the service runs again
-    QTest::newRow("left open") << false;
-    QTest::newRow("closed") << true;
+    const Table<bool> table("isClosed"); // the dialog, before the service runs again
+    table.row("left open", false);
+    table.row("closed", true);
 }
 
 void TestDialogClosing::theEndpointsWaitForTheService()
@@ -83,9 +84,9 @@ void TestDialogClosing::theEndpointsWaitForTheService()
 
 void TestDialogClosing::closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data()
 {
-    QTest::addColumn<bool>("isStoppedBefore"); // the service, before the dialog is deleted
-    QTest::newRow("the service is stopping") << false;
-    QTest::newRow("the service has stopped") << true;
+    const Table<bool> table("isStoppedBefore"); // the service, before the dialog is deleted
+    table.row("the service is stopping", false);
+    table.row("the service has stopped", true);
 }
 
 void TestDialogClosing::closingBeforeADeviceIsReachedLeavesTheDevicesAlone()

@@ -4,6 +4,7 @@
 
 #include "dialogrun.h"
 #include "leavesnothing.h"
+#include "table.h"
 #include "windowstate.h"
 
 using Errors = QMap<DeviceType, int>;
@@ -50,12 +51,6 @@ void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()
     QVERIFY(run.isUpdated(Headset));
     QVERIFY(run.result(Transmitter).isEmpty());
     QCOMPARE(run.pair.device(Transmitter).transfers().count, 0);
-
-    QMetaObject::invokeMethod(&dialog, "fixProgressBar", Q_ARG(DeviceType, Transmitter));
-    QCOMPARE(run.bar(Transmitter)->maximum(), 100);
-    run.bar(Transmitter)->setRange(0, 7);
-    QMetaObject::invokeMethod(&dialog, "fixProgressBar", Q_ARG(DeviceType, Transmitter));
-    QCOMPARE(run.bar(Transmitter)->maximum(), 7);
 }
 
 void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
@@ -94,34 +89,27 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theRunEndsWithTheLastReport_data()
 {
-    QTest::addColumn<QByteArray>("reports"); // in order, each a device and its error code; 0 for success
-    QTest::addColumn<QString>("transmitterText");
-    QTest::addColumn<QString>("headsetText");
-    QTest::addColumn<Errors>("errors");
-    QTest::addColumn<QByteArray>("closedBy");
+    // The row's name has the reports in order, each a device and its error code; 0 for success.
+    const Table<QString, QString, Errors, QByteArray> table("transmitterText", "headsetText", "errors",
+                                                            "closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
-    const auto row = [](const char* reports, const QString& transmitterText, const QString& headsetText,
-                        const Errors& errors, const char* closedBy) {
-        QTest::newRow(reports) << QByteArray(reports) << transmitterText << headsetText << errors
-                               << QByteArray(closedBy);
-    };
-    row("T0", updated, QString(), {}, "Close");
-    row("H0", QString(), updated, {}, "X");
-    row("H0 T0", updated, updated, {}, "Escape");
-    row("T1", advice, QString(), {{Transmitter, 1}}, "Close");
-    row("H3", QString(), advice, {{Headset, 3}}, "X");
-    row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
-    row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
-    row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
+    table.row("T0", updated, QString(), {}, "Close");
+    table.row("H0", QString(), updated, {}, "X");
+    table.row("H0 T0", updated, updated, {}, "Escape");
+    table.row("T1", advice, QString(), {{Transmitter, 1}}, "Close");
+    table.row("H3", QString(), advice, {{Headset, 3}}, "X");
+    table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
+    table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
+    table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
     // An updater's second report counts for no device.
-    row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
-    row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
-    row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
+    table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
+    table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
+    table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
 }
 
 void TestFlashingDialog::theRunEndsWithTheLastReport()
 {
-    QFETCH(const QByteArray, reports);
+    const QByteArray reports = QTest::currentDataTag();
     QFETCH(const Errors, errors);
     QFETCH(const QByteArray, closedBy);
     const int devices = reports.contains('T') + reports.contains('H');

@@ -11,20 +11,11 @@
 #include "leavesnothing.h"
 #include "literals.h"
 #include "logfile.h"
+#include "table.h"
+#include "textfile.h"
 #include "waiting.h"
 
 namespace {
-
-QByteArray contentsOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool makeFile(const QString& path)
-{
-    return QFile(path).open(QIODevice::WriteOnly);
-}
 
 /// @return the contents of all regular files below @p folder, by path.
 QMap<QString, QByteArray> filesIn(const QString& folder)
@@ -90,52 +81,52 @@ void TestLogFile::everyRunHasItsOwnLog()
 
 void TestLogFile::theLogIsANewFileInAFolderOfTheUser_data()
 {
-    QTest::addColumn<QString>("preparation"); // shell commands; $L is the folder, $N the log without suffix
-    QTest::addColumn<QString>("log");
-    const auto row = [](const char* name, const char* preparation, const char* log) {
-        QTest::newRow(name) << text(preparation) << text(log);
-    };
-    row("nothing is there", "", "/20240305-0709.txt");
-    row("folder that others can write to", "mkdir $L; chmod 2777 $L", "/20240305-0709.txt");
-    row("link to a file", "mkdir $L; echo kept >victim; ln -s ../victim $N.txt", "/20240305-0709-2.txt");
-    row("link to no file", "mkdir $L; ln -s ../victim $N.txt", "/20240305-0709-2.txt");
-    row("second name of a file", "mkdir $L; echo kept >victim; ln victim $N.txt", "/20240305-0709-2.txt");
-    row("FIFO", "mkdir $L; mkfifo $N.txt", "/20240305-0709-2.txt");
-    row("folder with the log's name", "mkdir -p $N.txt", "/20240305-0709-2.txt");
+    // The preparation consists of shell commands. $L is the folder, $N the log without suffix.
+    const Table<QByteArray, QByteArray> table("preparation", "log");
+    table.row("nothing is there", "", "/20240305-0709.txt");
+    table.row("folder that others can write to", "mkdir $L; chmod 2777 $L", "/20240305-0709.txt");
+    table.row("link to a file", "mkdir $L; echo kept >victim; ln -s ../victim $N.txt",
+              "/20240305-0709-2.txt");
+    table.row("link to no file", "mkdir $L; ln -s ../victim $N.txt", "/20240305-0709-2.txt");
+    table.row("second name of a file", "mkdir $L; echo kept >victim; ln victim $N.txt",
+              "/20240305-0709-2.txt");
+    table.row("FIFO", "mkdir $L; mkfifo $N.txt", "/20240305-0709-2.txt");
+    table.row("folder with the log's name", "mkdir -p $N.txt", "/20240305-0709-2.txt");
     const char* const links = "mkdir -p $N.txt; for i in `seq 2 %1`; do ln -s x $N-$i.txt; done";
-    row("19 names are taken", text(links).arg(19).toLatin1(), "/20240305-0709-20.txt");
-    row("20 names are taken", text(links).arg(20).toLatin1(), "-anna/20240305-0709.txt");
-    row("another user's folder", "mkdir $L; chmod 777 $L; chown 65534 $L", "-anna/20240305-0709.txt");
-    row("link to a folder", "mkdir victim; ln -s victim $L", "-anna/20240305-0709.txt");
-    row("file instead of the folder", "echo kept >$L", "-anna/20240305-0709.txt");
-    row("FIFO instead of the folder", "mkfifo $L", "-anna/20240305-0709.txt");
-    row("both folders are links", "mkdir victim; ln -s victim $L; ln -s victim $L-anna", "");
-    row("no temporary directory", "rmdir $PWD", "");
+    table.row("19 names are taken", text(links).arg(19).toLatin1(), "/20240305-0709-20.txt");
+    table.row("20 names are taken", text(links).arg(20).toLatin1(), "-anna/20240305-0709.txt");
+    table.row("another user's folder", "mkdir $L; chmod 777 $L; chown 65534 $L", "-anna/20240305-0709.txt");
+    table.row("link to a folder", "mkdir victim; ln -s victim $L", "-anna/20240305-0709.txt");
+    table.row("file instead of the folder", "echo kept >$L", "-anna/20240305-0709.txt");
+    table.row("FIFO instead of the folder", "mkfifo $L", "-anna/20240305-0709.txt");
+    table.row("both folders are links", "mkdir victim; ln -s victim $L; ln -s victim $L-anna", "");
+    table.row("no temporary directory", "rmdir $PWD", "");
 }
 
 void TestLogFile::theLogIsANewFileInAFolderOfTheUser()
 {
-    QFETCH(const QString, preparation);
-    QFETCH(const QString, log);
-    if (preparation.contains("chown"_s) && geteuid() != 0)
+    QFETCH(const QByteArray, preparation);
+    QFETCH(const QByteArray, log);
+    const QString path = log.isEmpty() ? QString() : logFolder() + QString::fromLatin1(log);
+    if (preparation.contains("chown") && geteuid() != 0)
         QSKIP("Only root can give a folder to another user");
     QProcess shell;
     shell.setWorkingDirectory(folder->path());
     shell.start("/bin/sh"_s,
-                {"-ec"_s, "L=ZEFO_VYNT_Firmware_Update_Logs; N=$L/20240305-0709; "_s + preparation});
+                {"-ec"_s, "L=ZEFO_VYNT_Firmware_Update_Logs; N=$L/20240305-0709; "_s + text(preparation)});
     QVERIFY(shell.waitForFinished(patienceMs));
     QCOMPARE(shell.readAllStandardError(), QByteArray());
     const auto before = filesIn(folder->path());
     {
         const LogFile file(start);
         qDebug("message");
-        QCOMPARE(file.path(), log.isEmpty() ? QString() : logFolder() + log);
+        QCOMPARE(file.path(), path);
     }
     auto after = filesIn(folder->path());
     if (!log.isEmpty()) {
-        QCOMPARE(after.take(logFolder() + log), QByteArray("message\r\n"));
+        QCOMPARE(after.take(path), QByteArray("message\r\n"));
         const QFile::Permissions others = QFile::WriteGroup | QFile::WriteOther;
-        QCOMPARE(QFile::permissions(QFileInfo(logFolder() + log).path()) & others, QFile::Permissions());
+        QCOMPARE(QFile::permissions(QFileInfo(path).path()) & others, QFile::Permissions());
     }
     QCOMPARE(after, before);
 }
@@ -148,7 +139,8 @@ void TestLogFile::theNewestTwentyLogsStay()
         QVERIFY(makeFile(logs.filePath(text(name))));
     QStringList expected = logs.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
     for (int age = 1; age <= 25; ++age) { // in minutes; the order of the names is another one
-        const QString name = "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-2"_s);
+        const QString name =
+            "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-12"_s);
         QFile file(logs.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
         QVERIFY(file.setFileTime(start.addSecs(qint64{-60} * age), QFileDevice::FileModificationTime));

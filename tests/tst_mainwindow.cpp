@@ -12,6 +12,7 @@
 #include "keyguard.h"
 #include "leavesnothing.h"
 #include "statuslabel.h"
+#include "table.h"
 
 class TestMainWindow : public LeavesNothing
 {
@@ -35,11 +36,11 @@ private Q_SLOTS:
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
 {
-    QTest::addColumn<QString>("state"); // after the steps in the row's name
-    const auto row = [](const char* steps, const QStringList& parts) {
+    const Table<QString> table("state"); // after the steps in the row's name
+    const auto row = [&table](const char* steps, const QStringList& parts) {
         const QString state = parts.join(QLatin1Char('|'));
         const QString focus = text(parts.first().startsWith("start"_s) ? "@text" : "@openFileButton");
-        QTest::newRow(steps) << (state.contains(QLatin1Char('@')) ? state : state + focus);
+        table.row(steps, state.contains(QLatin1Char('@')) ? state : state + focus);
     };
     const QString off = "-"_s, on = "Update"_s, start = "start1"_s, main = "main"_s;
     const QString broken = "Last update was not completed. Please update again."_s;
@@ -257,21 +258,14 @@ void TestMainWindow::aNewScreenIgnoresKeysForHalfASecond()
 
 void TestMainWindow::aTextGetsABackgroundIfItsColourNeedsOne_data()
 {
-    QTest::addColumn<QString>("colour");
-    QTest::addColumn<QString>("desktop");
-    QTest::addColumn<bool>("isEnabled");
-    QTest::addColumn<QString>("background");
-    const auto row = [](const char* name, const QString& colour, const QString& desktop, bool isEnabled,
-                        const QString& background) {
-        QTest::newRow(name) << colour << desktop << isEnabled << background;
-    };
+    const Table<QString, QString, bool, QString> table("colour", "desktop", "isEnabled", "background");
     // On white, #767676 is the lightest grey with a contrast of at least 4.5 to 1.
-    row("just enough", "#767676"_s, "#ffffff"_s, true, "#ffffff"_s);
-    row("a shade too light", "#777777"_s, "#ffffff"_s, true, "#060606"_s);
-    row("amber on a light desktop", "#e9ab17"_s, "#efefef"_s, true, "#474747"_s);
-    row("amber on a dark desktop", "#e9ab17"_s, "#353535"_s, true, "#353535"_s);
-    row("crimson on a dark desktop", "#dc143c"_s, "#353535"_s, true, "#f4f4f4"_s);
-    row("disabled", "#777777"_s, "#ffffff"_s, false, "#ffffff"_s);
+    table.row("just enough", "#767676"_s, "#ffffff"_s, true, "#ffffff"_s);
+    table.row("a shade too light", "#777777"_s, "#ffffff"_s, true, "#060606"_s);
+    table.row("amber on a light desktop", "#e9ab17"_s, "#efefef"_s, true, "#474747"_s);
+    table.row("amber on a dark desktop", "#e9ab17"_s, "#353535"_s, true, "#353535"_s);
+    table.row("crimson on a dark desktop", "#dc143c"_s, "#353535"_s, true, "#f4f4f4"_s);
+    table.row("disabled", "#777777"_s, "#ffffff"_s, false, "#ffffff"_s);
 }
 
 void TestMainWindow::aTextGetsABackgroundIfItsColourNeedsOne()

@@ -16,6 +16,8 @@
 #include "literals.h"
 #include "simulatedmachine.h"
 #include "startup.h"
+#include "table.h"
+#include "textfile.h"
 #include "waiting.h"
 
 int updaterMain(int argc, char* argv[]); // the program's main()
@@ -26,17 +28,6 @@ Q_DECLARE_METATYPE(Processes)
 namespace {
 
 constexpr char runProgram[] = "--run-program";
-
-QByteArray contentsOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool makeFile(const QString& path)
-{
-    return QFile(path).open(QIODevice::WriteOnly);
-}
 
 bool isProgram = false; ///< whether this process is the program that the test has started
 
@@ -106,18 +97,16 @@ private:
 
 void TestStartup::theProgramSpeaksTheSystemsLanguage_data()
 {
-    QTest::addColumn<QByteArray>("texts");
-    const auto row = [](const char* locale, const char* texts) {
-        QTest::newRow(locale) << QByteArray(texts);
-    };
-    row("en_US.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
-    row("pt_BR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
-    row("es_MX.UTF-8", "Actualización del firmware ZEFO VYNT|Actualizar|Cancelar");
-    row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
-    row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
-    row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
-    row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel"); // this and the next have other digits
-    row("ar_EG.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    const Table<QByteArray> table("texts");
+    table.row("en_US.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    table.row("pt_BR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    table.row("es_MX.UTF-8", "Actualización del firmware ZEFO VYNT|Actualizar|Cancelar");
+    table.row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
+    table.row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
+    table.row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
+    // The next two have other digits.
+    table.row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
+    table.row("ar_EG.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
 }
 
 void TestStartup::theProgramSpeaksTheSystemsLanguage()
@@ -153,24 +142,20 @@ void TestStartup::theSwitchCountsAsAWholeArgument()
 
 void TestStartup::theFirstReadableArchiveIsTaken_data()
 {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<bool>("isFound"); // whether one of the files is taken
-    const auto row = [](const char* files, bool isFound) {
-        QTest::newRow(files) << text(files).split(QLatin1Char(' '), Qt::SkipEmptyParts) << isFound;
-    };
-    row("", false);
-    row("fw.zip", true);
-    row("FW.ZIP", true);
-    row("b.zip a.zip c.Zip", true);
-    row(".hidden.zip", false);
-    row("zip fw.zip.txt fw.7z", false);
-    row("folder.zip/ ", false);
-    row("unreadable.zip", false);
+    const Table<bool> table("isFound"); // whether one of the files in the row's name is taken
+    table.row("", false);
+    table.row("fw.zip", true);
+    table.row("FW.ZIP", true);
+    table.row("b.zip a.zip c.Zip", true);
+    table.row(".hidden.zip", false);
+    table.row("zip fw.zip.txt fw.7z", false);
+    table.row("folder.zip/ ", false);
+    table.row("unreadable.zip", false);
 }
 
 void TestStartup::theFirstReadableArchiveIsTaken()
 {
-    QFETCH(const QStringList, files);
+    const QStringList files = text(QTest::currentDataTag()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     QFETCH(const bool, isFound);
     const QTemporaryDir searched;
     for (const QString& path : {folder.path(), searched.path()})
@@ -202,16 +187,15 @@ void TestStartup::theFirstReadableArchiveIsTaken()
 
 void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes_data()
 {
-    QTest::addColumn<Processes>("processes");
-    QTest::addColumn<QString>("folder");
+    const Table<Processes, QString> table("processes", "folder");
     const QString here = QDir::currentPath(), package = "/opt/package"_s;
     const ProcessEntry idle{0, 0}, ours{7, 5};
-    QTest::newRow("found") << Processes{idle, {5, 1}, ours} << package;
-    QTest::newRow("the first entry is not looked at") << Processes{ours, {8, 3}} << here;
-    QTest::newRow("listed twice") << Processes{{7, 6}, ours} << package;
-    QTest::newRow("no entry") << Processes{} << here;
-    QTest::newRow("parent gone") << Processes{idle, {7, 9}} << here;
-    QTest::newRow("parent's path is not readable") << Processes{idle, {7, 6}} << here;
+    table.row("found", {idle, {5, 1}, ours}, package);
+    table.row("the first entry is not looked at", {ours, {8, 3}}, here);
+    table.row("listed twice", {{7, 6}, ours}, package);
+    table.row("no entry", {}, here);
+    table.row("parent gone", {idle, {7, 9}}, here);
+    table.row("parent's path is not readable", {idle, {7, 6}}, here);
 }
 
 void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
@@ -226,9 +210,9 @@ void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
 
 void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt_data()
 {
-    QTest::addColumn<bool>("isPackage");
-    QTest::newRow("-sfx") << true;
-    QTest::newRow("-x") << false;
+    const Table<bool> table("isPackage");
+    table.row("-sfx", true);
+    table.row("-x", false);
 }
 
 void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()

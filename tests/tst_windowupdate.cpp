@@ -8,6 +8,7 @@
 #include "firmwareupdater.h"
 #include "flashingdialog.h"
 #include "leavesnothing.h"
+#include "table.h"
 
 namespace {
 
@@ -42,14 +43,13 @@ private Q_SLOTS:
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
-    QTest::addColumn<QByteArray>("steps");
-    QTest::addColumn<QByteArray>("answers"); // steps to take while the question is open, or y, n, Esc
-    QTest::addColumn<QStringList>("questions");
-    QTest::addColumn<QByteArray>("updated"); // the devices in the dialog; "" if no update starts
-    const auto row = [](const char* steps, const char* answers, const QStringList& questions,
-                        const char* updated) {
-        QTest::addRow("%s: %s", steps, answers)
-            << QByteArray(steps) << QByteArray(answers) << questions << QByteArray(updated);
+    // The answers are steps to take while a question is open, or y, n, Esc. The last column has the devices in
+    // the dialog; it is empty if no update starts.
+    const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
+                                                                       "updated");
+    const auto row = [&table](const QByteArray& steps, const QByteArray& answers,
+                              const QStringList& questions, const char* updated) {
+        table.row((steps + ": " + answers).constData(), steps, answers, questions, updated);
     };
     row("A1 +T +H", "", {}, "TH");
     row("A1 +T O", "y", {oneDevice}, "T");
@@ -181,25 +181,22 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    QTest::addColumn<QByteArray>("reports"); // one error code per updater; 0 for success
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<bool>("isOverridden"); // before the user leaves the report
+    // A row's name has an error code per updater, 0 for success. isOverridden: whether the user chooses
+    // Override on the report.
+    const Table<QString, bool> table("reason", "isOverridden");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "
         "restart the firmware update process."_s;
-    const auto row = [](const char* reports, const QString& reason, bool isOverridden) {
-        QTest::newRow(reports) << QByteArray(reports) << reason << isOverridden;
-    };
-    row("50", "Error code: 1/5."_s, false);
-    row("57", "Error code: 1/5, 2/7."_s, true);
-    row("04", "Error code: 2/4."_s, false);
-    row("43", lost, false);
-    row("15", lost, false);
+    table.row("50", "Error code: 1/5."_s, false);
+    table.row("57", "Error code: 1/5, 2/7."_s, true);
+    table.row("04", "Error code: 2/4."_s, false);
+    table.row("43", lost, false);
+    table.row("15", lost, false);
 }
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
 {
-    QFETCH(const QByteArray, reports);
+    const QByteArray reports = QTest::currentDataTag();
     QFETCH(const QString, reason);
     QFETCH(const bool, isOverridden);
     Desk desk("A1 +T +H");

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <map>
 #include <mutex>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <QByteArrayList>
 #include <QString>
@@ -26,21 +25,18 @@ public:
     QByteArray text() const
     {
         const std::lock_guard<std::mutex> guard(kept().mutex);
-        QByteArrayList own;
-        for (const auto& [thread, message] : kept().messages) {
-            if (thread == std::this_thread::get_id())
-                own << message;
-        }
-        return own.join('|');
+        return kept().messages[std::this_thread::get_id()].join('|');
     }
 
-    /// @return the first message of any thread that contains @p part; empty if there is none.
+    /// @return a message of any thread that contains @p part; empty if there is none.
     QByteArray find(const QByteArray& part) const
     {
         const std::lock_guard<std::mutex> guard(kept().mutex);
-        for (const auto& [thread, message] : kept().messages) {
-            if (message.contains(part))
-                return message;
+        for (const auto& [thread, messages] : kept().messages) {
+            for (const QByteArray& message : messages) {
+                if (message.contains(part))
+                    return message;
+            }
         }
         return {};
     }
@@ -49,7 +45,7 @@ private:
     struct Kept
     {
         std::mutex mutex;
-        std::vector<std::pair<std::thread::id, QByteArray>> messages;
+        std::map<std::thread::id, QByteArrayList> messages;
     };
 
     static Kept& kept()
@@ -61,7 +57,7 @@ private:
     {
         const char* const mark = type == QtCriticalMsg ? "!" : type == QtWarningMsg ? "?" : "";
         const std::lock_guard<std::mutex> guard(kept().mutex);
-        kept().messages.emplace_back(std::this_thread::get_id(), mark + text.toLatin1());
+        kept().messages[std::this_thread::get_id()] << mark + text.toLatin1();
     }
 
     QtMessageHandler previous;
