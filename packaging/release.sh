@@ -54,7 +54,7 @@ row() {
     printf '| %s | %s |\n' "$name" "$("$@")"
 }
 
-version_of() { dpkg-query -W -f '${Version}' "$1"; }
+package_of() { dpkg-query -W -f '${Package} ${Version}' "$1"; }
 wine_version() { sed -n 's/^wine-/Wine /p' build/windows/check/wine.log; }
 machine_kernel() { sed -n 's/^Linux: //p' build/windows/check/wine.log; }
 machine() { echo "$(nproc) processors, load $(cut -d ' ' -f 1 /proc/loadavg) at the end"; }
@@ -75,9 +75,9 @@ write_page() {
     row commit git rev-parse HEAD
     row date date -u +%Y-%m-%dT%H:%M:%SZ
     row machine machine
-    row "compiler of the Linux program" version_of g++
-    row "compiler of the Windows program" version_of g++-mingw-w64-i686-posix
-    row "Qt of the Linux program" version_of libqt5core5a
+    row "compiler of the Linux program" package_of g++
+    row "compiler of the Windows program" package_of g++-mingw-w64-i686-posix
+    row "Qt of the Linux program" package_of libqt5core5a
     row "Qt of the Windows program" sed -n 2p "$cache/qt.recipe"
     row Wine wine_version
     row "Linux kernel under Wine" machine_kernel
@@ -111,7 +111,7 @@ cp build/linux/*.deb build/windows/release/*.exe build/windows/release/licences.
 cp -r build/linux/check "$report/pictures/linux"
 cp -r build/windows/check/pictures "$report/pictures/windows"
 find "$report/pictures" -type f ! -name '*.png' -delete
-CREATED=$(git log -1 --format=%cd --date=format-local:%Y-%m-%dT%H:%M:%SZ) packaging/windows/licences.pl spdx \
+CREATED=$(TZ=UTC git log -1 --format=%cd --date=format-local:%Y-%m-%dT%H:%M:%SZ) packaging/windows/licences.pl spdx \
     "$cache/src/qtbase-opensource-src" "$cache/src/libquazip1-qt5" "$version" >"$report/linked.spdx"
 (cd "$report" && sha256sum -- *.deb *.exe licences.txt linked.spdx >SHA256SUMS)
 write_page >"$page"
