@@ -3,17 +3,15 @@
 #include <QAction>
 #include <QMenu>
 
-#include "abstracthiddevice.h"
 #include "archivebuilder.h"
 #include "hidnode.h"
-#include "hidutilities.h"
 #include "infoscreen.h"
 #include "literals.h"
 #include "mainwindow.h"
 #include "pairedcomputer.h"
 #include "scriptedhid.h"
+#include "simulatedchannel.h"
 #include "user.h"
-#include "utilities.h"
 #include "windowstate.h"
 
 /// How long a thread that reads a device sleeps between a request and its answer.
@@ -47,7 +45,8 @@ struct Desk : PairedComputer
         } else if (step == "O") {
             choose("Override"_s, false);
         } else if (step.startsWith('P')) {
-            breakOffUpdate(step == "PT" ? Transmitter : Headset);
+            const DeviceType type = step == "PT" ? Transmitter : Headset;
+            enterProgrammingMode(pair.device(type), pair.channelPath(type));
         } else if (step == "Tab") {
             QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
         } else if (!step.isEmpty()) {
@@ -98,14 +97,6 @@ struct Desk : PairedComputer
         window.setFirmwareFilePath(path);
         QCOMPARE(nameInBox, QString());
         QCOMPARE(user.boxes.join(QString()), text(step == "Ax" ? failure : ""));
-    }
-
-    void breakOffUpdate(DeviceType type)
-    {
-        const auto hid =
-            Utilities::openHidDeviceByPath(pair.channelPath(type), Access::ReadWrite, Access::ReadWrite);
-        QVERIFY(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
-        TRY_VERIFY(pair.device(type).isProgramming() && pair.device(type).isSettled());
     }
 
     void plug(char letter, bool in)

@@ -6,7 +6,7 @@
 #include <QProgressBar>
 #include <QTemporaryDir>
 
-#include "firmwareupdater.h"
+#include "attempt.h"
 #include "flashingdialog.h"
 #include "literals.h"
 #include "pairedcomputer.h"
@@ -42,14 +42,7 @@ struct Run : PairedComputer
 
     ~Run() { gate.open(); } // the dialog waits for the threads that the gate holds
 
-    DeviceInstance instance(DeviceType type)
-    {
-        DeviceInstance result;
-        result.vendorId = 0x7A31;
-        result.productId = type == Transmitter ? 0x0004 : 0x0006;
-        result.path = pair.channelPath(type);
-        return result;
-    }
+    DeviceInstance instance(DeviceType type) { return recordOf(pair.channelPath(type)); }
 
     /// Asks the dialog to close, by the X of its window or by Escape.
     void ask(bool byX)
