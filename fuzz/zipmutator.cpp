@@ -1,11 +1,9 @@
 // Mutates archives so that the loader often reads the entries: in three of four mutations it corrects
-// directory, sizes and checksums for the mutated bytes. In one of these three it also gives an entry an
-// arbitrary method.
+// directory, sizes and checksums for the mutated bytes.
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <iterator>
 
 #include <QtEndian>
 
@@ -60,28 +58,6 @@ void measure(RawEntry& entry)
     inflateEnd(&stream);
 }
 
-/// Gives one entry an arbitrary compression method and cuts it to a random length below 64 bytes. The entry's
-/// sizes are those of the remaining bytes.
-void setMethod(std::vector<RawEntry>& entries, unsigned int random)
-{
-    // ZIP application note, 4.4.5
-    constexpr std::uint16_t methods[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9, 10,
-                                         11, 12, 13, 14, 93, 95, 96, 97, 98, 99};
-    constexpr unsigned int longestCut = 64;
-    if (entries.empty())
-        return;
-    RawEntry& entry = entries[random % entries.size()];
-    random /= static_cast<unsigned int>(entries.size());
-    const std::uint16_t method = methods[random % std::size(methods)];
-    random /= std::size(methods);
-    if (method == RawZip::Bzip2)
-        entry.packed.prepend("BZh91AY&SY"); // otherwise the first byte is refused
-    entry = RawZip::entry(entry.name, entry.packed.left(static_cast<int>(random % longestCut)));
-    entry.method = method;
-    if (method == RawZip::Deflated)
-        measure(entry);
-}
-
 std::vector<RawEntry> entriesOf(const QByteArray& zip)
 {
     constexpr int flagsOffset = 6;
@@ -116,10 +92,8 @@ std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::s
     size = LLVMFuzzerMutate(data, size, maxSize);
     if (seed % 4 == 0)
         return size;
-    auto entries = entriesOf(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)));
-    if (seed % 4 == 1)
-        setMethod(entries, seed / 4);
-    const QByteArray zip = RawZip::archive(entries);
+    const QByteArray mutated(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    const QByteArray zip = RawZip::archive(entriesOf(mutated));
     if (static_cast<std::size_t>(zip.size()) > maxSize)
         return size;
     std::copy(zip.begin(), zip.end(), data);
