@@ -120,6 +120,7 @@ void TestHid::aDeviceMovesVectorsUpToItsReportLength_data()
     table.row("answer as long as asked for", 64, 64, true, true);
     table.row("answer a byte short", 64, 63, true, false);
     table.row("no answer", 64, 0, true, false);
+    table.row("a byte shorter than a report", reportBytes - 1, reportBytes, true, true);
     table.row("as long as a report", reportBytes, reportBytes, true, true);
     table.row("longer than a report", reportBytes + 1, reportBytes, false, false);
 }
@@ -174,6 +175,8 @@ void TestHid::capabilitiesAreAskedForOncePerOpening()
     f.hid->caps.usagePage = 0x000C;
     QVERIFY(device->open(Access::ReadWrite, Access::None));
     QCOMPARE(device->usagePage(), 0x000C);
+    Bytes report(64);
+    QVERIFY(device->setFeatureBlocking(&report) && device->getFeatureBlocking(&report));
 }
 
 void TestHid::openingsShareOnlyAsAllowed()
