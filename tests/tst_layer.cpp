@@ -83,11 +83,6 @@ HDEVNOTIFY watchFile(HWND window, HANDLE file, DWORD sizeError = 0)
     return RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
 }
 
-HANDLE open(const std::wstring& path)
-{
-    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-}
-
 HRESULT createEnumerator(IMMDeviceEnumerator** enumerator)
 {
     return CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL, __uuidof(IMMDeviceEnumerator),
@@ -155,7 +150,7 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
     tree.setBroadcasts(broadcasts);
     const HWND window = newWindow();
     const HDEVNOTIFY ofInterfaces = watchHid(window);
-    const HANDLE file = open(node.interfacePath);
+    const HANDLE file = CreateFileW(node.interfacePath.c_str(), 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     for (const DWORD sizeError : {DWORD(-1), DWORD(1)}) {
         QCOMPARE(watchFile(window, file, sizeError), nullptr);
         QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_DATA));

@@ -18,13 +18,6 @@ Q_DECLARE_METATYPE(Lock)
 
 namespace {
 
-ReportDescriptor parse(const QByteArray& bytes)
-{
-    // The copy has memory of exactly its size, so that the sanitizer reports a read past the end.
-    const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
-    return ReportDescriptor::parse(own.data(), own.size());
-}
-
 /// @return the usage page, usage and feature report length of each collection, then the fault.
 QByteArray summaryOf(const ReportDescriptor& descriptor)
 {
@@ -42,34 +35,6 @@ QByteArray vendorCollection(const QByteArray& items)
 {
     return "0600FF 0901 A101" + items + "C0";
 }
-
-QByteArray namesOf(const std::vector<DeviceNode>& nodes)
-{
-    QStringList names;
-    for (const DeviceNode& node : nodes) {
-        names << QString::fromStdWString(node.instanceId);
-        for (const std::wstring& id : node.hardwareIds)
-            names << QString::fromStdWString(id);
-    }
-    return names.join(QLatin1Char(' ')).toLatin1();
-}
-
-/// A file that another file descriptor has locked. The file is no HID device, so transfers fail.
-struct LockedFile
-{
-    explicit LockedFile(int lockOfOther)
-    {
-        [this] { QVERIFY(file.open()); }();
-        const QByteArray path = QFile::encodeName(file.fileName());
-        device = std::make_unique<HidrawDevice>(path.toStdString());
-        other = FileDescriptor(::open(path.constData(), O_RDWR | O_CLOEXEC));
-        [&] { QCOMPARE(::flock(other.get(), lockOfOther), 0); }();
-    }
-
-    QTemporaryFile file;
-    FileDescriptor other;
-    std::unique_ptr<HidrawDevice> device;
-};
 
 const QByteArray field = "7508 9502 B102"; // the items of a feature report with two data bytes
 
@@ -164,7 +129,10 @@ void TestLinuxDevices::descriptorsAreRead()
 {
     QFETCH(QByteArray, items);
     QFETCH(QByteArray, summary);
-    QCOMPARE(summaryOf(parse(QByteArray::fromHex(items))), summary);
+    const QByteArray bytes = QByteArray::fromHex(items);
+    // The copy has memory of exactly its size, so that the sanitizer reports a read past the end.
+    const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
+    QCOMPARE(summaryOf(ReportDescriptor::parse(own.data(), own.size())), summary);
 }
 
 void TestLinuxDevices::nodesAreNamedAsOnWindows_data()
@@ -205,14 +173,18 @@ void TestLinuxDevices::nodesAreNamedAsOnWindows()
     interface.revision = "0123";
     ReportDescriptor descriptor;
     descriptor.collections.resize(std::size_t(collections));
-    const auto nodes = nodesOf(interface, descriptor, std::make_shared<HidrawDevice>("/dev/hidraw0"));
-    QCOMPARE(namesOf(nodes), names);
-    for (const DeviceNode& node : nodes) {
+    const auto device = std::make_shared<HidrawDevice>("/dev/hidraw0");
+    QStringList found;
+    for (const DeviceNode& node : nodesOf(interface, descriptor, device)) {
+        found << QString::fromStdWString(node.instanceId);
+        for (const std::wstring& id : node.hardwareIds)
+            found << QString::fromStdWString(id);
         // The detector finds the node of a path by the instance identifier in the path.
         const QString path =
             QString::fromStdWString(node.interfacePath).replace(QLatin1Char('#'), QLatin1Char('\\'));
         QVERIFY(path.contains(QString::fromStdWString(node.instanceId), Qt::CaseInsensitive));
     }
+    QCOMPARE(found.join(QLatin1Char(' ')).toLatin1(), names);
 }
 
 void TestLinuxDevices::errnoValuesBecomeWindowsCodes()
@@ -241,42 +213,47 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QFETCH(int, lockOfOther);
     QFETCH(Lock, wanted);
     QFETCH(int, error);
-    LockedFile f(lockOfOther);
+    QTemporaryFile file; // no HID device, so transfers fail
+    QVERIFY(file.open());
+    HidrawDevice device(QFile::encodeName(file.fileName()).toStdString());
+    const auto openAgain = [&] { return FileDescriptor(::open(device.path.c_str(), O_RDWR | O_CLOEXEC)); };
+    FileDescriptor other = openAgain();
+    QCOMPARE(::flock(other.get(), lockOfOther), 0);
     const QString thisProcess = QStringLiteral("tst_linuxdevice (process %1)").arg(::getpid());
-    const auto holder = [&] { return QString::fromStdString(lockHolder(f.device->path).value_or("nobody")); };
+    const auto holder = [&] { return QString::fromStdString(lockHolder(device.path).value_or("nobody")); };
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
-    QCOMPARE(f.device->acquire(wanted), DWORD(error));
+    QCOMPARE(device.acquire(wanted), DWORD(error));
     if (error != ERROR_SUCCESS) {
         // Once the other file is closed, several users can have the device. The last release() unlocks it.
-        f.other = FileDescriptor();
-        f.other = FileDescriptor(::open(f.device->path.c_str(), O_RDWR | O_CLOEXEC));
-        QCOMPARE(f.device->acquire(wanted), DWORD(ERROR_SUCCESS));
-        QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SUCCESS));
-        f.device->release();
-        QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
+        other = FileDescriptor();
+        other = openAgain();
+        QCOMPARE(device.acquire(wanted), DWORD(ERROR_SUCCESS));
+        QCOMPARE(device.acquire(Lock::Exclusive), DWORD(ERROR_SUCCESS));
+        device.release();
+        QCOMPARE(::flock(other.get(), LOCK_SH | LOCK_NB), -1);
     }
     if (wanted == Lock::Exclusive && error == ERROR_SUCCESS) {
         // A second user with a weaker lock weakens the lock neither by acquire() nor by release().
         for (const Lock weaker : {Lock::None, Lock::Shared}) {
-            QCOMPARE(f.device->acquire(weaker), DWORD(ERROR_SUCCESS));
-            QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
-            f.device->release();
-            QCOMPARE(::flock(f.other.get(), LOCK_SH | LOCK_NB), -1);
+            QCOMPARE(device.acquire(weaker), DWORD(ERROR_SUCCESS));
+            QCOMPARE(::flock(other.get(), LOCK_SH | LOCK_NB), -1);
+            device.release();
+            QCOMPARE(::flock(other.get(), LOCK_SH | LOCK_NB), -1);
         }
     }
     if (lockOfOther == LOCK_SH && error == ERROR_SUCCESS) {
         // The others keep their lock when a user is refused.
-        QCOMPARE(f.device->acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
-        QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), -1);
+        QCOMPARE(device.acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
+        QCOMPARE(::flock(other.get(), LOCK_EX | LOCK_NB), -1);
     }
     std::uint8_t report[2] = {};
     std::size_t received = 0;
-    QVERIFY(f.device->isConnected());
-    QCOMPARE(f.device->setFeature(report, sizeof(report)), DWORD(ERROR_INVALID_FUNCTION));
-    QCOMPARE(f.device->getFeature(report, sizeof(report), received), DWORD(ERROR_INVALID_FUNCTION));
-    f.device->release();
-    QCOMPARE(::flock(f.other.get(), LOCK_EX | LOCK_NB), 0);
-    QCOMPARE(f.device->acquire(Lock::Exclusive),
+    QVERIFY(device.isConnected());
+    QCOMPARE(device.setFeature(report, sizeof(report)), DWORD(ERROR_INVALID_FUNCTION));
+    QCOMPARE(device.getFeature(report, sizeof(report), received), DWORD(ERROR_INVALID_FUNCTION));
+    device.release();
+    QCOMPARE(::flock(other.get(), LOCK_EX | LOCK_NB), 0);
+    QCOMPARE(device.acquire(Lock::Exclusive),
              DWORD(ERROR_SHARING_VIOLATION)); // nothing is left of the lock
 }
 
