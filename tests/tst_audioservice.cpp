@@ -326,12 +326,6 @@ void TestAudioService::serviceHandlesCheckKindAndRights()
     QVERIFY(stopFailsWith(ERROR_INVALID_HANDLE, manager));
     QVERIFY(stopFailsWith(ERROR_ACCESS_DENIED, mayStart));
     QVERIFY(ControlService(mayStop, SERVICE_CONTROL_STOP, &reply));
-    QCOMPARE(reply.dwWaitHint, DWORD(700));
-    reply = {};
-    QVERIFY(stopFailsWith(ERROR_SERVICE_CANNOT_ACCEPT_CTRL, mayStop));
-    QCOMPARE(reply.dwCurrentState, stopping);
-    QVERIFY(!StartServiceW(mayStart, 0, nullptr));
-    QCOMPARE(GetLastError(), DWORD(ERROR_SERVICE_ALREADY_RUNNING));
     for (const SC_HANDLE handle : {manager, mayStop, mayStart})
         QVERIFY(CloseServiceHandle(handle));
     QVERIFY(!CloseServiceHandle(manager));

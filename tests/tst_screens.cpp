@@ -35,13 +35,6 @@ public:
     }
 };
 
-QFont largeFont()
-{
-    QFont font = QApplication::font();
-    font.setPointSize(12);
-    return font;
-}
-
 struct Desktop
 {
     QByteArray scaling;
@@ -233,8 +226,10 @@ int main(int argc, char* argv[])
         Startup::enableHighDpiScaling();
         QApplication application(argc, argv);
         Looks::setFont();
+        QFont large = QApplication::font();
+        large.setPointSize(12);
         if (desktop.hasLargeText)
-            QApplication::setFont(largeFont());
+            QApplication::setFont(large);
         tst_Screens test(desktop);
         failures += QTest::qExec(&test, argc, argv);
     }

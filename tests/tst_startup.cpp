@@ -2,7 +2,6 @@
 
 #include <csignal>
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -166,13 +165,8 @@ void TestStartup::theFirstReadableArchiveIsTaken()
         if (name.startsWith("unreadable"_s))
             QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
     }
-    QString first;
-    DIR* const directory = opendir(QFile::encodeName(searched.path()).constData());
-    while (const dirent* const entry = readdir(directory)) {
-        if (first.isEmpty() && isFound && entry->d_name[0] != '.')
-            first = searched.filePath(QFile::decodeName(entry->d_name));
-    }
-    closedir(directory);
+    QDirIterator inOrder(searched.path(), QDir::Files); // in the order of the file system
+    const QString first = isFound ? inOrder.next() : QString();
 
     // Root may read every file. Qt checks permissions for the real user ID, so the test changes that ID.
     const bool isSuperuser = geteuid() == 0;
@@ -242,24 +236,17 @@ void TestStartup::theProgramLoadsTheArchiveOfThePackageThatStartsIt()
     const QDir logs(package.filePath("ZEFO_VYNT_Firmware_Update_Logs"_s));
     const auto log = [&] {
         const QStringList names = logs.entryList({"*.txt"_s}, QDir::Files);
-        QByteArrayList lines =
-            names.isEmpty() ? QByteArrayList() : contentsOf(logs.filePath(names.first())).split('\n');
-        // Whether the program can see devices depends on the computer that runs the test.
-        lines.erase(
-            std::remove_if(lines.begin(), lines.end(),
-                           [](const QByteArray& each) { return each.startsWith("No device can be"); }),
-            lines.end());
-        return lines.join('\n');
+        return names.isEmpty() ? QByteArray() : contentsOf(logs.filePath(names.first()));
     };
     const auto line = [](const char* text, const QString& path, const char* end) {
         return text + QByteArray(" \"") + QFile::encodeName(path) + '"' + end;
     };
     const QByteArray looking =
-        line("Application path: ", programFolder, "\r\n") +
         line("Looking firmware file in: ", isPackage ? package.path() : programFolder, "\r\n");
     const QByteArray loaded = line("Firmware successfully loaded: ", archive, "\r\n");
-    TRY_VERIFY(isPackage ? log().endsWith(loaded) : log() == looking);
-    QVERIFY2(log().startsWith(looking), log());
+    TRY_VERIFY(log().contains(isPackage ? loaded : looking));
+    QVERIFY2(log().startsWith(line("Application path: ", programFolder, "\r\n")), log());
+    QVERIFY2(log().contains(looking) && log().contains("firmware: ") == isPackage, log());
 }
 
 int main(int argc, char** argv)
