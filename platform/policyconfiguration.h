@@ -14,15 +14,15 @@
 /// operation, counting those of IUnknown; the others fill the method table.
 struct IPolicyConfiguration : public IUnknown
 {
-    virtual HRESULT STDMETHODCALLTYPE operation4() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation5() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation6() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation7() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation8() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation9() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation10() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation11() = 0;
-    virtual HRESULT STDMETHODCALLTYPE operation12() = 0;
+    virtual HRESULT STDMETHODCALLTYPE operation4() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation5() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation6() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation7() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation8() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation9() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation10() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation11() { return E_NOTIMPL; }
+    virtual HRESULT STDMETHODCALLTYPE operation12() { return E_NOTIMPL; }
     virtual HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) = 0;
 };
 

@@ -53,7 +53,7 @@ QByteArray textOf(const Manager::Call& call)
     QByteArray text = names.at(call.function);
     if (!call.service.empty())
         text += ' ' + QString::fromStdWString(call.service).toLatin1();
-    return call.argument ? text + ' ' + QByteArray::number(call.argument, 16) : text;
+    return call.access ? text + ' ' + QByteArray::number(call.access, 16) : text;
 }
 
 /// @return the message that is logged if @p function fails with ERROR_GEN_FAILURE.
@@ -255,8 +255,8 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         texts << textOf(call);
     QCOMPARE(
         texts.join('|'),
-        QByteArray("OpenManager f003f|OpenService audiosrv 2c|QueryStatus audiosrv|Dependents audiosrv 1|"
-                   "Dependents audiosrv 1|OpenService a 24|Stop a|QueryStatus a|OpenService b 24|Stop b|"
+        QByteArray("OpenManager f003f|OpenService audiosrv 2c|QueryStatus audiosrv|Dependents audiosrv|"
+                   "Dependents audiosrv|OpenService a 24|Stop a|QueryStatus a|OpenService b 24|Stop b|"
                    "OpenService c 24|Stop c|QueryStatus c|Stop audiosrv|QueryStatus audiosrv|"
                    "OpenManager f003f|OpenService audiosrv f01ff|QueryStatus audiosrv|Start audiosrv|"
                    "QueryStatus audiosrv|QueryStatus audiosrv"));

@@ -145,7 +145,7 @@ void TestDeviceController::theFirstVendorDefinedInterfaceIsUsed()
         chip->caps.usagePage = page.right(4).toUShort(nullptr, 16);
         const HidIdentity function{0x7A31, 0x0006, int(paths.size())};
         if (page.startsWith('!'))
-            c.tree.refuseOpen(hidNode(function, c.serial).interfacePath, ERROR_ACCESS_DENIED, 1);
+            c.tree.refuseOpen(hidNode(function, c.serial).interfacePath, ERROR_ACCESS_DENIED);
         paths.push_back(c.plug(function, chip));
     }
     c.controller.startDetection();

@@ -17,7 +17,6 @@
 #include "policyconfiguration.h"
 #include "simulatedaudioendpoints.h"
 #include "table.h"
-#include "toolkitwindow.h"
 #include "waiting.h"
 
 using Broadcasts = SimulatedDeviceTree::Broadcasts;
@@ -108,7 +107,6 @@ private Q_SLOTS:
     void broadcastsComeInAnyOrderAndNumber();
     void aBroadcastInProgressReservesTheHandleOfItsNotification();
     void theImageNameOfAProcessNeedsBothRights();
-    void windowsBelongToTheirThreads();
     void comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService();
     void theThirteenthOperationSetsTheDefaultEndpoint();
 };
@@ -196,20 +194,6 @@ void TestLayer::theImageNameOfAProcessNeedsBothRights()
         QCOMPARE(K32GetModuleFileNameExW(process, nullptr, name, MAX_PATH) != 0, access == (query | read));
         QVERIFY(CloseHandle(process));
     }
-}
-
-void TestLayer::windowsBelongToTheirThreads()
-{
-    Computer computer;
-    const auto window = reinterpret_cast<HWND>(std::uintptr_t(7));
-    const auto errorOf = [](BOOL succeeded) { return succeeded ? DWORD(ERROR_SUCCESS) : GetLastError(); };
-    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_INVALID_WINDOW_HANDLE));
-    std::thread([&] { ToolkitWindow::opened(window); }).join();
-    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_ACCESS_DENIED));
-    ToolkitWindow::opened(window);
-    QCOMPARE(errorOf(ShutdownBlockReasonCreate(window, L"busy")), DWORD(ERROR_SUCCESS));
-    QCOMPARE(errorOf(ShutdownBlockReasonDestroy(window)), DWORD(ERROR_SUCCESS));
-    ToolkitWindow::closed(window);
 }
 
 void TestLayer::comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService()

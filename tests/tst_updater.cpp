@@ -221,7 +221,7 @@ void TestUpdater::aDeviceThatCannotBeOpenedEndsTheAttempt()
     if (what == "gone")
         tree.unplug(computer.path);
     if (what.startsWith("refuses"))
-        tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED, 1);
+        tree.refuseOpen(what == "refuses" ? computer.path : programming, ERROR_ACCESS_DENIED);
     std::unique_ptr<DeviceFile> someoneElse;
     const auto share = [&](const std::wstring& path) {
         DWORD error = 0;

@@ -14,10 +14,11 @@ constexpr std::uint8_t longItemPrefix = 0xFE;
 constexpr int usagePageBits = 16;
 constexpr std::uint64_t bitsPerByte = 8;
 
+constexpr std::uint8_t typeMask = 0x0C;
+constexpr std::uint8_t mainType = 0;
+
 /// An item's tag and type, as its prefix byte holds them (HID 1.11 sections 6.2.2.4, 6.2.2.7 and 6.2.2.8).
 enum Item : std::uint8_t {
-    InputItem = 0x80,
-    OutputItem = 0x90,
     FeatureItem = 0xB0,
     CollectionItem = 0xA0,
     EndCollectionItem = 0xC0,
@@ -99,33 +100,25 @@ private:
         switch (item) {
         case UsagePageItem:
             globals.usagePage = static_cast<std::uint16_t>(value);
-            return;
+            break;
         case ReportSizeItem:
             globals.reportSize = value;
-            return;
+            break;
         case ReportCountItem:
             globals.reportCount = value;
-            return;
+            break;
         case ReportIdItem:
             setReportId(value);
-            return;
+            break;
         case PushItem:
             push();
-            return;
+            break;
         case PopItem:
             pop();
-            return;
+            break;
         case UsageItem:
             setUsage(value, valueBytes);
-            return;
-        default:
-            takeMain(item);
-        }
-    }
-
-    void takeMain(std::uint8_t item)
-    {
-        switch (item) {
+            break;
         case CollectionItem:
             startCollection();
             break;
@@ -135,13 +128,11 @@ private:
         case FeatureItem:
             addFeature();
             break;
-        case InputItem:
-        case OutputItem:
-            break;
         default:
-            return; // no other item affects the result or ends the usage
+            break; // no other item affects the result
         }
-        hasUsage = false; // a local item counts up to the next main item
+        if ((item & typeMask) == mainType)
+            hasUsage = false; // a local item counts up to the next main item
     }
 
     void setReportId(std::uint32_t id)

@@ -79,16 +79,11 @@ UdevMonitor::~UdevMonitor()
     if (!thread.joinable())
         return;
     isEnding = true;
-    wake();
+    retry();
     thread.join();
 }
 
 void UdevMonitor::retry()
-{
-    wake();
-}
-
-void UdevMonitor::wake()
 {
     const std::uint64_t once = 1;
     // Fails only if a wake-up is pending already.

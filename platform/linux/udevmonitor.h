@@ -43,7 +43,6 @@ private:
     };
 
     void listen();
-    void wake();
     void enumerate();
     void run();
     void receive();

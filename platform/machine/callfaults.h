@@ -8,13 +8,12 @@
 #include <windows.h>
 
 /// Counts the calls of the Windows interface, and fails those that a test chooses. A call has the name of its
-/// function, such as "CreateEventW", or of the COM class that it creates an object of. Callable on any thread.
+/// function, such as "CreateEventW". The creation of a COM object has the name of the object's class.
+/// Callable on any thread.
 class CallFaults
 {
 public:
-    static constexpr int everyCall = 0;
-
-    /// Makes the @p nth call of @p function fail: 1 is the first, `everyCall` means each.
+    /// Makes the @p nth call of @p function fail; 1 is the first.
     /// @param error  a Windows error code, or the HRESULT that a COM function returns.
     void fail(const std::string& function, int nth, DWORD error)
     {
@@ -26,12 +25,8 @@ public:
     std::optional<DWORD> count(const std::string& function)
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        const int nth = ++counts[function];
-        for (const int faulty : {nth, everyCall}) {
-            if (const auto fault = faults.find({function, faulty}); fault != faults.end())
-                return fault->second;
-        }
-        return std::nullopt;
+        const auto fault = faults.find({function, ++counts[function]});
+        return fault == faults.end() ? std::nullopt : std::optional(fault->second);
     }
 
     int counted(const std::string& function)

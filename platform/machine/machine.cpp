@@ -7,27 +7,19 @@
 #include "devicetree.h"
 #include "processtable.h"
 #include "session.h"
-#include "simulatedaudioendpoints.h"
 #include "simulatedservicemanager.h"
 
 namespace {
 
 struct PlainMachine
 {
-    PlainMachine()
-    {
-        for (const char* const className : {"MMDeviceEnumerator", "PolicyConfigurationClient"})
-            faults.fail(className, CallFaults::everyCall, static_cast<DWORD>(REGDB_E_CLASSNOTREG));
-    }
-
     Clock clock;
     CallFaults faults;
     DeviceTree devices;
     SimulatedServiceManager services{clock, faults};
-    SimulatedAudioEndpoints endpoints{services, faults};
     ProcessTable processes;
     Session session;
-    Machine machine{&clock, &devices, &services, &endpoints, &processes, &session, &faults};
+    Machine machine{&clock, &devices, &services, nullptr, &processes, &session, &faults};
 };
 
 std::atomic<Machine*>& current()

@@ -9,21 +9,21 @@ class SimulatedAudioEndpoints;
 class SimulatedServiceManager;
 
 /// The computer that the program runs on, as the functions of the Windows interface see it. The parts are
-/// borrowed; none is null.
+/// borrowed.
 struct Machine
 {
     Clock* clock;
     DeviceTree* devices;
     SimulatedServiceManager* services;
-    SimulatedAudioEndpoints* endpoints;
+    SimulatedAudioEndpoints* endpoints; ///< null if the computer has no audio system
     ProcessTable* processes;
     Session* session;
     CallFaults* faults; ///< counts the calls that may fail although the other parts serve them
 };
 
 /// The machine of the innermost ScopedMachine; without one, the plain machine. The plain machine has the real
-/// clock and the real processes, but no services, no audio endpoints, no devices and no session. A program that
-/// has devices and a session sets them before it uses either. Callable on any thread.
+/// clock and the real processes, but no services, audio system, devices or session. A program that has
+/// devices and a session sets them before it uses either. Callable on any thread.
 Machine& currentMachine();
 
 /// Makes a machine the current one for its own lifetime. Before that ends, everything that was opened on the

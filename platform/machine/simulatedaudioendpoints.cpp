@@ -55,7 +55,7 @@ std::vector<AudioEndpoint> SimulatedAudioEndpoints::endpoints(EDataFlow flow, DW
     const std::lock_guard<std::mutex> guard(mutex);
     std::vector<AudioEndpoint> found;
     for (const AudioEndpoint& endpoint : all) {
-        if ((flow == eAll || endpoint.flow == flow) && (endpoint.state & stateMask))
+        if (endpoint.flow == flow && (endpoint.state & stateMask))
             found.push_back(endpoint);
     }
     return found;

@@ -86,10 +86,10 @@ void SimulatedDeviceTree::setInstallationPending(bool pending)
     settled.notify_all();
 }
 
-void SimulatedDeviceTree::refuseOpen(const std::wstring& path, DWORD error, int count)
+void SimulatedDeviceTree::refuseOpen(const std::wstring& path, DWORD error)
 {
     const std::lock_guard<std::mutex> guard(mutex);
-    refusals[enumeratedPath(path)] = {error, count};
+    refusals[enumeratedPath(path)] = error;
 }
 
 void SimulatedDeviceTree::repeatArrival(const std::wstring& path)
@@ -108,15 +108,12 @@ std::vector<SimulatedDeviceTree::Opening> SimulatedDeviceTree::openings() const
 std::unique_ptr<DeviceFile> SimulatedDeviceTree::open(const std::wstring& path, DWORD access, DWORD share,
                                                       DWORD& error)
 {
-    const bool isPresent = find(path) != nullptr;
     const std::lock_guard<std::mutex> guard(mutex);
     recorded.push_back({path, access, share});
     if (recorded.size() > openingsKept)
         recorded.pop_front();
-    const auto refusal = refusals.find(enumeratedPath(path));
-    if (isPresent && refusal != refusals.end() && refusal->second.count > 0) {
-        --refusal->second.count;
-        error = refusal->second.error;
+    if (const auto refusal = refusals.extract(enumeratedPath(path))) {
+        error = refusal.mapped();
         return nullptr;
     }
     return DeviceTree::open(path, access, share, error);

@@ -32,8 +32,8 @@ public:
     bool requestRemoval(const std::wstring& path);
     /// Sets whether a driver is being installed.
     void setInstallationPending(bool pending);
-    /// Makes the next @p count attempts to open @p path fail with @p error.
-    void refuseOpen(const std::wstring& path, DWORD error, int count);
+    /// Makes the next attempt to open @p path fail with @p error.
+    void refuseOpen(const std::wstring& path, DWORD error);
     /// The order and number of broadcasts, which Windows does not define.
     struct Broadcasts
     {
@@ -63,12 +63,6 @@ public:
     bool waitInstallationSettled(DWORD timeoutMs) override;
 
 private:
-    struct Refusal
-    {
-        DWORD error;
-        int count;
-    };
-
     Handled report(WPARAM event, const DeviceNode& node);
 
     Clock& clock;
@@ -77,6 +71,6 @@ private:
     mutable std::mutex mutex; ///< guards what follows; locked before DeviceTree's own mutex
     std::condition_variable settled;
     bool installationPending = false;
-    std::map<std::wstring, Refusal> refusals;
+    std::map<std::wstring, DWORD> refusals; ///< by path
     std::deque<Opening> recorded;
 };

@@ -83,54 +83,55 @@ DWORD SimulatedServiceManager::stop(const std::wstring& name, SERVICE_STATUS_PRO
 {
     return serveService("ControlService", name, 0, [&](Entry& entry) {
         const DWORD refusal = stopRefusal(entry);
-        if (refusal == ERROR_SUCCESS)
-            begin(entry, SERVICE_STOP_PENDING);
+        if (refusal != ERROR_SUCCESS)
+            return refusal;
+        begin(entry, SERVICE_STOP_PENDING);
         status = statusOf(entry);
-        return refusal;
+        return DWORD(ERROR_SUCCESS);
     });
 }
 
 DWORD SimulatedServiceManager::start(const std::wstring& name)
 {
     return serveService("StartServiceW", name, 0, [&](Entry& entry) {
-        const DWORD refusal = startRefusal(entry);
+        if (entry.service.state != SERVICE_STOPPED)
+            return DWORD(ERROR_SERVICE_ALREADY_RUNNING);
+        const DWORD refusal = entry.service.starting.refusal;
         if (refusal == ERROR_SUCCESS)
             begin(entry, SERVICE_START_PENDING);
         return refusal;
     });
 }
 
-DWORD SimulatedServiceManager::dependents(const std::wstring& name, DWORD states,
-                                          std::vector<ServiceEntry>& result)
+DWORD SimulatedServiceManager::runningDependents(const std::wstring& name, std::vector<std::wstring>& names)
 {
-    return serveService("EnumDependentServicesW", name, states, [&](const Entry& entry) {
-        result.clear();
+    return serveService("EnumDependentServicesW", name, 0, [&](const Entry& entry) {
+        names.clear();
         for (const Entry* dependent : dependentsOf(entry.service.name)) {
-            const Service& service = dependent->service;
-            if (states & (service.state == SERVICE_STOPPED ? SERVICE_INACTIVE : SERVICE_ACTIVE))
-                result.push_back({service.name, statusOf(*dependent)});
+            if (dependent->service.state != SERVICE_STOPPED)
+                names.push_back(dependent->service.name);
         }
         return ERROR_SUCCESS;
     });
 }
 
 template <typename Operation>
-DWORD SimulatedServiceManager::serve(const char* function, const std::wstring& name, DWORD argument,
+DWORD SimulatedServiceManager::serve(const char* function, const std::wstring& name, DWORD access,
                                      Operation operation)
 {
     const std::lock_guard<std::mutex> guard(mutex);
     for (Entry& entry : entries)
         settle(entry);
-    recorded.push_back({function, name, argument});
+    recorded.push_back({function, name, access});
     const auto fault = faults.count(function);
     return fault ? *fault : operation();
 }
 
 template <typename Operation>
-DWORD SimulatedServiceManager::serveService(const char* function, const std::wstring& name, DWORD argument,
+DWORD SimulatedServiceManager::serveService(const char* function, const std::wstring& name, DWORD access,
                                             Operation operation)
 {
-    return serve(function, name, argument, [&]() -> DWORD {
+    return serve(function, name, access, [&]() -> DWORD {
         Entry* const entry = find(name);
         return entry ? operation(*entry) : ERROR_SERVICE_DOES_NOT_EXIST;
     });
@@ -168,11 +169,8 @@ SERVICE_STATUS_PROCESS SimulatedServiceManager::statusOf(const Entry& entry) con
 {
     const Service& service = entry.service;
     SERVICE_STATUS_PROCESS status = {};
-    status.dwServiceType = SERVICE_WIN32_SHARE_PROCESS;
     status.dwCurrentState = service.state;
     status.dwWin32ExitCode = entry.exitCode;
-    if (service.state == SERVICE_RUNNING && service.stopping.refusal != ERROR_INVALID_SERVICE_CONTROL)
-        status.dwControlsAccepted = SERVICE_ACCEPT_STOP;
     if (isPending(service.state)) {
         const Transition& transition = transitionOf(service);
         status.dwCheckPoint = checkPointAfter(clock.tickCount() - entry.beginTick, transition);
@@ -212,19 +210,4 @@ DWORD SimulatedServiceManager::stopRefusal(const Entry& entry) const
                     [](const Entry* dependent) { return dependent->service.state != SERVICE_STOPPED; }))
         return ERROR_DEPENDENT_SERVICES_RUNNING;
     return entry.service.stopping.refusal;
-}
-
-DWORD SimulatedServiceManager::startRefusal(const Entry& entry) const
-{
-    if (entry.service.state != SERVICE_STOPPED)
-        return ERROR_SERVICE_ALREADY_RUNNING;
-    // Windows would first start what the service depends on. That is not modelled, so the start fails.
-    for (const std::wstring& needed : entry.service.dependsOn) {
-        const bool runs = std::any_of(entries.begin(), entries.end(), [&](const Entry& other) {
-            return areSame(other.service.name, needed) && other.service.state == SERVICE_RUNNING;
-        });
-        if (!runs)
-            return ERROR_SERVICE_DEPENDENCY_FAIL;
-    }
-    return entry.service.starting.refusal;
 }

@@ -10,13 +10,6 @@
 #include "callfaults.h"
 #include "clock.h"
 
-/// A service in a list of services.
-struct ServiceEntry
-{
-    std::wstring name;
-    SERVICE_STATUS_PROCESS status = {};
-};
-
 /// The computer's services, none at first. Their transitions take time on the machine's clock. Names are
 /// compared without regard to case. Every operation may be called on any thread.
 class SimulatedServiceManager
@@ -53,7 +46,7 @@ public:
     {
         std::string function; ///< of the Windows interface
         std::wstring service; ///< as the caller named it; empty for the manager
-        DWORD argument;       ///< requested access or states
+        DWORD access;         ///< that the call requests
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 if there is no such service
@@ -68,14 +61,14 @@ public:
 
     DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
-    /// Sends the stop control and sets @p status to the service's status, even if the service refuses.
+    /// Sends the stop control. If the service accepts it, sets @p status to the service's status.
     DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
     DWORD start(const std::wstring& name);
 
-    /// The services that depend on @p name, directly or indirectly, each before those that it depends on.
-    /// @param states  SERVICE_ACTIVE, SERVICE_INACTIVE, or both.
-    DWORD dependents(const std::wstring& name, DWORD states, std::vector<ServiceEntry>& entries);
+    /// Sets @p names to the services that depend on @p name, directly or indirectly, and are not stopped.
+    /// Each comes before those that it depends on.
+    DWORD runningDependents(const std::wstring& name, std::vector<std::wstring>& names);
 
 private:
     struct Entry
@@ -86,9 +79,9 @@ private:
     };
 
     template <typename Operation>
-    DWORD serve(const char* function, const std::wstring& name, DWORD argument, Operation operation);
+    DWORD serve(const char* function, const std::wstring& name, DWORD access, Operation operation);
     template <typename Operation>
-    DWORD serveService(const char* function, const std::wstring& name, DWORD argument, Operation operation);
+    DWORD serveService(const char* function, const std::wstring& name, DWORD access, Operation operation);
 
     void settle(Entry& entry) const;
     void begin(Entry& entry, DWORD pendingState) const;
@@ -96,7 +89,6 @@ private:
     SERVICE_STATUS_PROCESS statusOf(const Entry& entry) const;
     std::vector<const Entry*> dependentsOf(const std::wstring& name) const;
     DWORD stopRefusal(const Entry& entry) const;
-    DWORD startRefusal(const Entry& entry) const;
 
     Clock& clock;
     CallFaults& faults;

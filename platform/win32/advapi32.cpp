@@ -41,27 +41,6 @@ std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
     return service;
 }
 
-bool isEmpty(LPCWSTR text)
-{
-    return !text || !*text;
-}
-
-/// The members of SERVICE_STATUS are the first ones of SERVICE_STATUS_PROCESS.
-SERVICE_STATUS shortStatus(const SERVICE_STATUS_PROCESS& status)
-{
-    SERVICE_STATUS beginning;
-    std::memcpy(&beginning, &status, sizeof(beginning));
-    return beginning;
-}
-
-/// Whether the reply to a control that ended with @p error contains the service's status. If not, the status
-/// in the reply is all zero.
-bool containsStatus(DWORD error)
-{
-    return error == ERROR_SUCCESS || error == ERROR_INVALID_SERVICE_CONTROL ||
-           error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL || error == ERROR_SERVICE_NOT_ACTIVE;
-}
-
 std::size_t textBytes(const std::wstring& text)
 {
     return (text.size() + 1) * sizeof(wchar_t);
@@ -71,10 +50,8 @@ std::size_t textBytes(const std::wstring& text)
 
 SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD desiredAccess)
 {
-    if (!isEmpty(machineName))
-        return fail(RPC_S_SERVER_UNAVAILABLE); // other computers cannot be reached
-    if (!isEmpty(databaseName) && _wcsicmp(databaseName, SERVICES_ACTIVE_DATABASEW) != 0)
-        return fail(ERROR_DATABASE_DOES_NOT_EXIST);
+    if (machineName || databaseName)
+        return fail(ERROR_INVALID_PARAMETER); // other computers and databases are not modelled
     if (!isSuccess(currentMachine().services->openManager(desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(HandleTable::add(std::make_shared<ManagerObject>()));
@@ -84,8 +61,6 @@ SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desir
 {
     if (!HandleTable::get<ManagerObject>(handle))
         return nullptr; // any handle to the manager will do: each has the right to connect
-    if (isEmpty(serviceName))
-        return fail(ERROR_INVALID_NAME);
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(
@@ -118,9 +93,11 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
     if (!service)
         return FALSE;
     SERVICE_STATUS_PROCESS status = {};
-    const DWORD error = currentMachine().services->stop(service->name, status);
-    *serviceStatus = containsStatus(error) ? shortStatus(status) : SERVICE_STATUS{};
-    return isSuccess(error);
+    if (!isSuccess(currentMachine().services->stop(service->name, status)))
+        return FALSE;
+    // The members of SERVICE_STATUS are the first ones of SERVICE_STATUS_PROCESS.
+    std::memcpy(serviceStatus, &status, sizeof(*serviceStatus));
+    return TRUE;
 }
 
 BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argumentCount, LPCWSTR*)
@@ -137,25 +114,24 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD serviceState, LPENUM_
     const auto service = serviceWith(handle, SERVICE_ENUMERATE_DEPENDENTS);
     if (!service)
         return FALSE;
-    if (serviceState == 0 || serviceState & ~static_cast<DWORD>(SERVICE_ACTIVE | SERVICE_INACTIVE))
-        return fail(ERROR_INVALID_PARAMETER);
+    if (serviceState != SERVICE_ACTIVE)
+        return fail(ERROR_INVALID_PARAMETER); // lists of stopped services are not modelled
     *servicesReturned = 0;
     *bytesNeeded = 0;
-    std::vector<ServiceEntry> entries;
-    if (!isSuccess(currentMachine().services->dependents(service->name, serviceState, entries)))
+    std::vector<std::wstring> names;
+    if (!isSuccess(currentMachine().services->runningDependents(service->name, names)))
         return FALSE;
-    for (const ServiceEntry& entry : entries)
-        *bytesNeeded += static_cast<DWORD>(sizeof(*services) + textBytes(entry.name));
+    for (const std::wstring& name : names)
+        *bytesNeeded += static_cast<DWORD>(sizeof(*services) + textBytes(name));
     if (*bytesNeeded > bufferSize)
         return fail(ERROR_MORE_DATA);
-    auto* text = reinterpret_cast<wchar_t*>(services + entries.size());
-    for (const ServiceEntry& entry : entries) {
-        std::memcpy(text, entry.name.c_str(), textBytes(entry.name));
-        *services = {text, text, shortStatus(entry.status)}; // the display name equals the name
-        ++services;
-        text += entry.name.size() + 1;
+    auto* text = reinterpret_cast<wchar_t*>(services + names.size());
+    for (const std::wstring& name : names) {
+        std::memcpy(text, name.c_str(), textBytes(name));
+        *services++ = {text, text, {}}; // the display name equals the name; the status is not modelled
+        text += name.size() + 1;
     }
-    *servicesReturned = static_cast<DWORD>(entries.size());
+    *servicesReturned = static_cast<DWORD>(names.size());
     return TRUE;
 }
 

@@ -264,10 +264,7 @@ HLOCAL WINAPI LocalAlloc(UINT flags, SIZE_T bytes)
 {
     if (flags != LPTR)
         return fail(ERROR_INVALID_PARAMETER); // other kinds of memory are not modelled
-    void* const memory = std::calloc(1, bytes);
-    if (!memory)
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return memory;
+    return std::calloc(1, bytes);
 }
 
 HLOCAL WINAPI LocalFree(HLOCAL memory)

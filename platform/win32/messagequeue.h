@@ -54,12 +54,12 @@ class WindowObject : public HandleObject
 public:
     WindowObject(const WNDCLASSW& windowClass, std::shared_ptr<MessageQueue> ownersQueue)
         : procedure(windowClass.lpfnWndProc)
-        , storage(static_cast<std::size_t>(windowClass.cbWndExtra))
+        , extra(static_cast<std::size_t>(windowClass.cbWndExtra) / sizeof(LONG_PTR))
         , queue(std::move(ownersQueue))
     {
     }
 
     const WNDPROC procedure;
-    std::vector<std::uint8_t> storage; ///< touched by the owning thread only
+    std::vector<LONG_PTR> extra; ///< touched by the owning thread only
     const std::shared_ptr<MessageQueue> queue;
 };

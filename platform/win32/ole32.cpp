@@ -39,14 +39,14 @@ LPWSTR newTaskString(const std::wstring& text)
     return static_cast<LPWSTR>(memory);
 }
 
-/// Starts every operation: clears @p output and checks whether the call may succeed.
-template <typename Output>
-HRESULT begin(const char* function, Output* output)
+/// Serves a call of @p function that stores a result: clears @p output, then calls @p store unless the call
+/// must fail.
+template <typename Output, typename Store>
+HRESULT serve(const char* function, Output* output, Store store)
 {
-    if (!output)
-        return E_POINTER;
     *output = {};
-    return audio().admit(function);
+    const HRESULT admitted = audio().admit(function);
+    return admitted == S_OK ? store() : admitted;
 }
 
 /// An object with one interface besides IUnknown. It holds a copy of the audio system's data that it shows.
@@ -65,8 +65,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** object) override
     {
-        const HRESULT admitted = begin(__func__, object);
-        return admitted == S_OK ? give(riid, object) : admitted;
+        return serve(__func__, object, [&] { return give(riid, object); });
     }
 
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
@@ -108,14 +107,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) override
     {
-        const HRESULT admitted = begin(__func__, value);
-        if (admitted != S_OK)
-            return admitted;
-        if (key != PKEY_DeviceInterface_FriendlyName)
-            return S_OK; // a property that the endpoint does not have is empty
-        value->vt = VT_LPWSTR;
-        value->pwszVal = newTaskString(shown.adapterName);
-        return S_OK;
+        return serve(__func__, value, [&] {
+            if (key != PKEY_DeviceInterface_FriendlyName)
+                return S_OK; // a property that the endpoint does not have is empty
+            value->vt = VT_LPWSTR;
+            value->pwszVal = newTaskString(shown.adapterName);
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE SetValue(REFPROPERTYKEY, REFPROPVARIANT) override { return E_ACCESSDENIED; }
@@ -131,22 +129,20 @@ public:
 
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** properties) override
     {
-        const HRESULT admitted = begin(__func__, properties);
-        if (admitted != S_OK)
-            return admitted;
-        if (access != STGM_READ)
-            return E_ACCESSDENIED;
-        *properties = new PropertyStore(shown);
-        return S_OK;
+        return serve(__func__, properties, [&] {
+            if (access != STGM_READ)
+                return E_ACCESSDENIED;
+            *properties = new PropertyStore(shown);
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override
     {
-        const HRESULT admitted = begin(__func__, id);
-        if (admitted != S_OK)
-            return admitted;
-        *id = newTaskString(shown.id);
-        return S_OK;
+        return serve(__func__, id, [&] {
+            *id = newTaskString(shown.id);
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
@@ -160,21 +156,20 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override
     {
-        const HRESULT admitted = begin(__func__, count);
-        if (admitted == S_OK)
+        return serve(__func__, count, [&] {
             *count = static_cast<UINT>(shown.size());
-        return admitted;
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE Item(UINT index, IMMDevice** device) override
     {
-        const HRESULT admitted = begin(__func__, device);
-        if (admitted != S_OK)
-            return admitted;
-        if (index >= shown.size())
-            return E_INVALIDARG;
-        *device = new Device(shown[index]);
-        return S_OK;
+        return serve(__func__, device, [&] {
+            if (index >= shown.size())
+                return E_INVALIDARG;
+            *device = new Device(shown[index]);
+            return S_OK;
+        });
     }
 };
 
@@ -184,29 +179,22 @@ public:
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD stateMask,
                                                  IMMDeviceCollection** devices) override
     {
-        const HRESULT admitted = begin(__func__, devices);
-        if (admitted != S_OK)
-            return admitted;
-        if (flow >= EDataFlow_enum_count || stateMask == 0 ||
-            stateMask & ~static_cast<DWORD>(DEVICE_STATEMASK_ALL))
-            return E_INVALIDARG;
-        *devices = new DeviceCollection(audio().endpoints(flow, stateMask));
-        return S_OK;
+        return serve(__func__, devices, [&] {
+            *devices = new DeviceCollection(audio().endpoints(flow, stateMask));
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** endpoint) override
     {
-        const HRESULT admitted = begin(__func__, endpoint);
-        if (admitted != S_OK)
-            return admitted;
-        if (flow >= eAll || role >= ERole_enum_count)
-            return E_INVALIDARG;
-        const auto found = audio().defaultEndpoint(flow, role);
-        if (!found)
-            return E_NOTFOUND;
-        *endpoint = new Device(*found);
-        return S_OK;
+        return serve(__func__, endpoint, [&] {
+            const auto found = audio().defaultEndpoint(flow, role);
+            if (!found)
+                return E_NOTFOUND;
+            *endpoint = new Device(*found);
+            return S_OK;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR, IMMDevice**) override { return E_NOTIMPL; }
@@ -223,22 +211,8 @@ public:
 class PolicyConfiguration final : public ComObject<IPolicyConfiguration>
 {
 public:
-    HRESULT STDMETHODCALLTYPE operation4() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation5() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation6() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation7() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation8() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation9() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation10() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation11() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE operation12() override { return E_NOTIMPL; }
-
     HRESULT STDMETHODCALLTYPE SetDefaultEndpoint(LPCWSTR endpointId, ERole role) override
     {
-        if (!endpointId)
-            return E_POINTER;
-        if (role >= ERole_enum_count)
-            return E_INVALIDARG;
         const HRESULT admitted = audio().admit(__func__);
         if (admitted != S_OK)
             return admitted;
@@ -247,15 +221,14 @@ public:
 };
 
 template <typename Object>
-HRESULT create(const char* creation, REFIID riid, void** object)
+HRESULT create(const char* className, REFIID riid, void** object)
 {
-    const HRESULT admitted = audio().admit(creation);
-    if (admitted != S_OK)
-        return admitted;
-    auto* const created = new Object;
-    const HRESULT given = created->give(riid, object);
-    created->Release();
-    return given;
+    return serve(className, object, [&] {
+        auto* const created = new Object;
+        const HRESULT given = created->give(riid, object);
+        created->Release();
+        return given;
+    });
 }
 
 } // namespace
@@ -278,14 +251,11 @@ void WINAPI OleUninitialize()
 HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN outer, DWORD classContext, REFIID riid,
                                 LPVOID* object)
 {
-    if (!object)
-        return E_POINTER;
-    *object = nullptr;
     if (initialisations == 0)
         return CO_E_NOTINITIALIZED;
-    if (outer)
-        return CLASS_E_NOAGGREGATION;
-    if (!(classContext & CLSCTX_INPROC_SERVER))
+    if (outer || !(classContext & CLSCTX_INPROC_SERVER))
+        return E_INVALIDARG; // neither aggregation nor other kinds of server are modelled
+    if (!currentMachine().endpoints)
         return REGDB_E_CLASSNOTREG;
     if (rclsid == __uuidof(MMDeviceEnumerator))
         return create<DeviceEnumerator>("MMDeviceEnumerator", riid, object);

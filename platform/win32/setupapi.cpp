@@ -36,25 +36,15 @@ std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA*
     const auto set = HandleTable::get<DeviceSet>(handle);
     if (!set)
         return nullptr;
-    if (!device || device->cbSize != sizeof(*device))
+    if (device->cbSize != sizeof(*device))
         return fail(ERROR_INVALID_USER_BUFFER);
     return set->element(device->Reserved);
 }
 
-void fillDevice(SP_DEVINFO_DATA& device, DWORD index)
-{
-    device.ClassGuid = {};
-    device.DevInst = index + 1;
-    device.Reserved = index + 1;
-}
-
-/// Copies @p text with its terminator if it fits. Counts @p required in units of @p unit bytes.
-BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes, DWORD* required,
-              std::size_t unit)
+/// Copies @p text with its terminator if it fits.
+BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes)
 {
     const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
-    if (required)
-        *required = static_cast<DWORD>(bytes / unit);
     if (bytes > bufferBytes)
         return fail(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(buffer, text.c_str(), bytes);
@@ -104,7 +94,7 @@ BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO handle, PSP_DEVINFO_DATA device
         return FALSE;
     if (device)
         return fail(ERROR_INVALID_PARAMETER); // the interfaces of one device are not modelled
-    if (!interfaceData || interfaceData->cbSize != sizeof(*interfaceData))
+    if (interfaceData->cbSize != sizeof(*interfaceData))
         return fail(ERROR_INVALID_USER_BUFFER);
     if (index >= set->nodes.size() || *interfaceClassGuid != set->interfaceClass)
         return fail(ERROR_NO_MORE_ITEMS);
@@ -121,7 +111,9 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
     const auto set = HandleTable::get<DeviceSet>(handle);
     if (!set)
         return FALSE;
-    if (!interfaceData || interfaceData->cbSize != sizeof(*interfaceData) ||
+    if (device)
+        return fail(ERROR_INVALID_PARAMETER); // the device of an interface is not modelled
+    if (interfaceData->cbSize != sizeof(*interfaceData) ||
         (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
         return fail(ERROR_INVALID_USER_BUFFER);
     const auto node = set->element(interfaceData->Reserved);
@@ -135,8 +127,6 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
     if (detailSize < bytes)
         return fail(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(reinterpret_cast<std::uint8_t*>(detail) + pathOffset, path.c_str(), bytes - pathOffset);
-    if (device)
-        fillDevice(*device, static_cast<DWORD>(interfaceData->Reserved - 1));
     return TRUE;
 }
 
@@ -145,38 +135,37 @@ BOOL WINAPI SetupDiEnumDeviceInfo(HDEVINFO handle, DWORD index, PSP_DEVINFO_DATA
     const auto set = HandleTable::get<DeviceSet>(handle);
     if (!set)
         return FALSE;
-    if (!device || device->cbSize != sizeof(*device))
+    if (device->cbSize != sizeof(*device))
         return fail(ERROR_INVALID_USER_BUFFER);
     if (index >= set->nodes.size())
         return fail(ERROR_NO_MORE_ITEMS);
-    fillDevice(*device, index);
+    device->ClassGuid = {};
+    device->DevInst = index + 1;
+    device->Reserved = index + 1;
     return TRUE;
 }
 
 BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device, LPWSTR instanceId,
                                         DWORD instanceIdSize, PDWORD requiredSize)
 {
+    if (requiredSize)
+        return fail(ERROR_INVALID_PARAMETER); // the size is not modelled
     const auto node = nodeOf(handle, device);
     return node && isServed(__func__) &&
-           copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t), requiredSize,
-                    sizeof(wchar_t));
+           copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t));
 }
 
 BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA device, DWORD property,
                                               PDWORD propertyRegDataType, PBYTE buffer, DWORD bufferSize,
                                               PDWORD requiredSize)
 {
-    constexpr DWORD regSz = 1;
-    constexpr DWORD regMultiSz = 7;
+    if (propertyRegDataType || requiredSize)
+        return fail(ERROR_INVALID_PARAMETER); // neither type nor size are modelled
     const auto node = nodeOf(handle, device);
     if (!node || !isServed(__func__))
         return FALSE;
     const std::wstring value = propertyOf(*node, property);
-    if (value.empty())
-        return fail(ERROR_INVALID_DATA);
-    if (propertyRegDataType)
-        *propertyRegDataType = property == SPDRP_HARDWAREID ? regMultiSz : regSz;
-    return copyText(value, buffer, bufferSize, requiredSize, 1);
+    return value.empty() ? fail(ERROR_INVALID_DATA) : copyText(value, buffer, bufferSize);
 }
 
 BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO handle)

@@ -1,28 +1,23 @@
-// Does what Qt does only on Windows: initialises COM on the GUI thread, and makes Qt's windows known to the
-// layer.
+// Does what Qt does only on Windows: initialises COM on the GUI thread. Implements the functions of user32
+// that take one of Qt's windows: those for the end of the session, and those for the system menu.
 //
-// Also provides a window's system menu, because desktops here have none: a QMenu that sends WM_SYSCOMMAND to
-// the window. Alt+Space opens it, and so do the Menu key and a right click on the window's status bar or,
-// while that is hidden, on the window's free area. The menu functions may be called on the GUI thread only.
+// Desktops here have no system menu, so it is a QMenu that sends WM_SYSCOMMAND to the window. Alt+Space opens
+// it, and so do the Menu key and a right click on the window's status bar or, while that is hidden, on the
+// window's free area. The menu's handle is its address. Qt's windows belong to the GUI thread.
 
-#include <QApplication>
-#include <QHash>
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QStatusBar>
+#include <QThread>
 #include <QWidget>
 
 #include <ole2.h>
 
 #include "lasterror.h"
-#include "toolkitwindow.h"
+#include "session.h"
 
 namespace {
-
-HWND handleOf(const QWidget* window)
-{
-    return reinterpret_cast<HWND>(window->internalWinId());
-}
 
 /// QWidget::nativeEvent is protected, but a derived class may form a pointer to it.
 struct NativeEvents : QWidget
@@ -39,58 +34,43 @@ void choose(QWidget* window, UINT command)
 {
     constexpr WPARAM noise = 0x3; // the system uses the low four bits
     MSG message = {};
-    message.hwnd = handleOf(window);
+    message.hwnd = reinterpret_cast<HWND>(window->winId());
     message.message = WM_SYSCOMMAND;
     message.wParam = command | noise;
     if (!NativeEvents::deliver(window, message) && command == SC_CLOSE)
         window->close();
 }
 
-/// The menu's handle is its address.
-class SystemMenu : public QMenu
+const auto menuName = QStringLiteral("systemMenu");
+
+/// The system menu of @p window; null if the program has not asked for it.
+QMenu* systemMenuOf(const QWidget* window)
 {
-public:
-    explicit SystemMenu(QWidget* window)
-        : QMenu(window)
-    {
-        // The desktop offers to move, size and minimise windows, so the menu starts with Close only. The
-        // program's catalogues contain the text.
-        addSeparator();
-        insert(1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
-    }
+    return window->findChild<QMenu*>(menuName, Qt::FindDirectChildrenOnly);
+}
 
-    static SystemMenu* of(const QWidget* window)
-    {
-        for (QObject* const child : window->children()) {
-            if (auto* const menu = dynamic_cast<SystemMenu*>(child))
-                return menu;
-        }
-        return nullptr;
-    }
+void insertItem(QMenu& menu, int position, UINT command, const QString& text)
+{
+    auto* const item = new QAction(text, &menu);
+    item->setData(command);
+    QWidget* const window = menu.parentWidget();
+    // Queued so that the menu closes first, because the command may take long.
+    QObject::connect(
+        item, &QAction::triggered, window, [window, command] { choose(window, command); },
+        Qt::QueuedConnection);
+    menu.insertAction(menu.actions().value(position), item);
+}
 
-    /// The menu with that handle; null, with the last error set, if there is none.
-    static SystemMenu* at(HMENU handle)
-    {
-        for (QWidget* const widget : QApplication::topLevelWidgets()) {
-            auto* const menu = dynamic_cast<SystemMenu*>(widget);
-            if (menu && reinterpret_cast<HMENU>(menu) == handle)
-                return menu;
-        }
-        return fail(ERROR_INVALID_MENU_HANDLE);
-    }
-
-    void insert(int position, UINT command, const QString& text)
-    {
-        auto* const item = new QAction(text, this);
-        item->setData(command);
-        QWidget* const window = parentWidget();
-        // Queued so that the menu closes first, because the command may take long.
-        connect(
-            item, &QAction::triggered, window, [window, command] { choose(window, command); },
-            Qt::QueuedConnection);
-        insertAction(actions().value(position), item);
-    }
-};
+/// The desktop offers to move, size and minimise windows, so the menu starts with Close only.
+QMenu* newSystemMenu(QWidget* window)
+{
+    auto* const menu = new QMenu(window);
+    menu->setObjectName(menuName);
+    menu->addSeparator();
+    // The program's catalogues contain the text.
+    insertItem(*menu, 1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
+    return menu;
+}
 
 class SystemMenuHelper : public QObject
 {
@@ -102,8 +82,6 @@ public:
         auto* const widget = qobject_cast<QWidget*>(watched);
         if (!widget)
             return false;
-        if (event->type() == QEvent::WinIdChange)
-            follow(widget);
         QWidget* const window = widget->window();
         if (event->type() == QEvent::KeyPress) {
             const auto* const key = static_cast<QKeyEvent*>(event);
@@ -116,28 +94,26 @@ public:
     }
 
 private:
-    /// The widget has got another window, or has lost its own.
-    void follow(QWidget* widget)
-    {
-        if (const HWND closed = handles.take(widget))
-            ToolkitWindow::closed(closed);
-        if (!widget->internalWinId())
-            return;
-        handles.insert(widget, handleOf(widget));
-        ToolkitWindow::opened(handleOf(widget));
-    }
-
     /// Shows the window's system menu if the program has asked for one. @return whether it has.
     static bool popUp(const QWidget* window, const QPoint& position)
     {
-        SystemMenu* const menu = SystemMenu::of(window);
+        QMenu* const menu = systemMenuOf(window);
         if (menu)
             menu->popup(position);
         return menu != nullptr;
     }
-
-    QHash<QWidget*, HWND> handles;
 };
+
+/// The window behind @p handle, if the calling thread owns it; otherwise null, with the last error set.
+QWidget* ownWindow(HWND handle)
+{
+    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        return fail(ERROR_ACCESS_DENIED);
+    QWidget* const window = QWidget::find(reinterpret_cast<WId>(handle));
+    if (!window)
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return window;
+}
 
 void install()
 {
@@ -154,36 +130,44 @@ HMENU WINAPI GetSystemMenu(HWND handle, BOOL revert)
 {
     if (revert)
         return fail(ERROR_INVALID_PARAMETER); // resetting the menu is not modelled
-    QWidget* const window = QWidget::find(reinterpret_cast<WId>(handle));
+    QWidget* const window = ownWindow(handle);
     if (!window)
-        return fail(ERROR_INVALID_WINDOW_HANDLE);
-    SystemMenu* const menu = SystemMenu::of(window);
-    return reinterpret_cast<HMENU>(menu ? menu : new SystemMenu(window));
+        return nullptr;
+    QMenu* const menu = systemMenuOf(window);
+    return reinterpret_cast<HMENU>(menu ? menu : newSystemMenu(window));
 }
 
-int WINAPI GetMenuItemCount(HMENU handle)
+int WINAPI GetMenuItemCount(HMENU menu)
 {
-    const SystemMenu* const menu = SystemMenu::at(handle);
-    return menu ? menu->actions().size() : -1;
+    return reinterpret_cast<const QMenu*>(menu)->actions().size();
 }
 
-UINT WINAPI GetMenuItemID(HMENU handle, int position)
+UINT WINAPI GetMenuItemID(HMENU menu, int position)
 {
     constexpr UINT none = 0xFFFFFFFF;
-    const SystemMenu* const menu = SystemMenu::at(handle);
-    const QAction* const item = menu ? menu->actions().value(position) : nullptr;
-    if (!item)
-        return none;
-    return item->data().toUInt(); // 0 for a separator
+    const QAction* const item = reinterpret_cast<const QMenu*>(menu)->actions().value(position);
+    return item ? item->data().toUInt() : none; // 0 for a separator
 }
 
-BOOL WINAPI InsertMenuW(HMENU handle, UINT position, UINT flags, UINT_PTR newItemId, LPCWSTR newItem)
+BOOL WINAPI InsertMenuW(HMENU menu, UINT position, UINT flags, UINT_PTR newItemId, LPCWSTR newItem)
 {
-    SystemMenu* const menu = SystemMenu::at(handle);
-    if (!menu)
-        return FALSE;
     if (flags != (MF_BYPOSITION | MF_STRING))
         return fail(ERROR_INVALID_PARAMETER); // other kinds of item are not modelled
-    menu->insert(static_cast<int>(position), static_cast<UINT>(newItemId), QString::fromWCharArray(newItem));
+    insertItem(*reinterpret_cast<QMenu*>(menu), static_cast<int>(position), static_cast<UINT>(newItemId),
+               QString::fromWCharArray(newItem));
     return TRUE;
+}
+
+BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
+{
+    if (!ownWindow(window))
+        return FALSE;
+    return currentMachine().session->setBlockReason(window, reason) || fail(ERROR_NOT_SUPPORTED);
+}
+
+BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
+{
+    if (!ownWindow(window))
+        return FALSE;
+    return currentMachine().session->removeBlockReason(window) || fail(ERROR_INVALID_WINDOW_HANDLE);
 }

@@ -1,17 +1,15 @@
-// Hidden windows, messages, the end of the session.
+// Hidden windows and messages.
 
 #include <windows.h>
 
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "handletable.h"
 #include "lasterror.h"
 #include "messagequeue.h"
-#include "session.h"
-#include "toolkitwindow.h"
 
 namespace {
 
@@ -36,15 +34,16 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-/// The storage at @p index in a window that the calling thread owns; otherwise null, with the last error set.
-std::uint8_t* storageAt(HWND handle, int index)
+/// The extra value at @p index in a window that the calling thread owns; otherwise null, with the last error
+/// set.
+LONG_PTR* extraValue(HWND handle, int index)
 {
     const auto window = ownWindow(handle);
     if (!window)
         return nullptr;
-    if (index < 0 || static_cast<std::size_t>(index) + sizeof(LONG_PTR) > window->storage.size())
-        return fail(ERROR_INVALID_INDEX);
-    return window->storage.data() + index;
+    if (index != 0 || window->extra.empty())
+        return fail(ERROR_INVALID_INDEX); // a second value is not modelled
+    return window->extra.data();
 }
 
 } // namespace
@@ -72,21 +71,16 @@ ATOM WINAPI RegisterClassW(const WNDCLASSW* windowClass)
     return static_cast<ATOM>(firstAtom + classes().byName.size());
 }
 
-HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR windowName, DWORD style, int x, int y,
-                            int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
-                            LPVOID parameter)
+HWND WINAPI CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR, DWORD, int, int, int, int, HWND, HMENU,
+                            HINSTANCE instance, LPVOID)
 {
     WNDCLASSW windowClass;
     if (!GetClassInfoW(instance, className, &windowClass) || !isServed(__func__))
         return nullptr;
     const auto object = std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread());
     const auto window = static_cast<HWND>(HandleTable::addWindow(object));
-    CREATESTRUCTW creation = {
-        parameter,  instance,  menu,   parent, height, width, y, x, static_cast<LONG>(style),
-        windowName, className, exStyle};
-    const auto lParam = reinterpret_cast<LPARAM>(&creation);
-    if (object->procedure(window, WM_NCCREATE, 0, lParam) &&
-        object->procedure(window, WM_CREATE, 0, lParam) != -1)
+    // The data of a creation is not modelled.
+    if (object->procedure(window, WM_NCCREATE, 0, 0) && object->procedure(window, WM_CREATE, 0, 0) != -1)
         return window;
     DestroyWindow(window);
     return nullptr;
@@ -104,18 +98,14 @@ BOOL WINAPI DestroyWindow(HWND window)
 
 LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value)
 {
-    const LONG_PTR previous = GetWindowLongPtrW(handle, index);
-    if (auto* const storage = storageAt(handle, index))
-        std::memcpy(storage, &value, sizeof(value));
-    return previous;
+    LONG_PTR* const extra = extraValue(handle, index);
+    return extra ? std::exchange(*extra, value) : 0;
 }
 
 LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 {
-    LONG_PTR value = 0;
-    if (const auto* const storage = storageAt(handle, index))
-        std::memcpy(&value, storage, sizeof(value));
-    return value;
+    const LONG_PTR* const extra = extraValue(handle, index);
+    return extra ? *extra : 0;
 }
 
 LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
@@ -131,12 +121,9 @@ BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterM
     return message->message != WM_QUIT;
 }
 
-LRESULT WINAPI DispatchMessageW(const MSG* message)
+LRESULT WINAPI DispatchMessageW(const MSG*)
 {
-    if (!message->hwnd)
-        return 0;
-    const auto window = ownWindow(message->hwnd);
-    return window ? window->procedure(message->hwnd, message->message, message->wParam, message->lParam) : 0;
+    return 0; // only messages without a window are posted
 }
 
 BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam)
@@ -148,21 +135,6 @@ BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPAR
     posted.message = message;
     posted.wParam = wParam;
     posted.lParam = lParam;
-    posted.time = GetTickCount();
     queue->post(posted);
     return TRUE;
-}
-
-BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
-{
-    if (!ToolkitWindow::isOfCurrentThread(window))
-        return FALSE;
-    return currentMachine().session->setBlockReason(window, reason) || fail(ERROR_NOT_SUPPORTED);
-}
-
-BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
-{
-    if (!ToolkitWindow::isOfCurrentThread(window))
-        return FALSE;
-    return currentMachine().session->removeBlockReason(window) || fail(ERROR_INVALID_WINDOW_HANDLE);
 }
