@@ -1,4 +1,4 @@
-// Recording the default audio endpoints and making them the defaults again, on a simulated computer.
+// Records the default audio endpoints and makes them the defaults again, on a simulated computer.
 
 #include <QtTest>
 
@@ -95,9 +95,9 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
-    QTest::addColumn<QByteArrayList>("lost"); // prefix of the lost defaults per failing call, "-" for none
-    const auto row = [](const char* function, const QByteArray& lost) {
-        QTest::newRow(function) << lost.split(' ');
+    const Table<QByteArrayList> table("lost"); // prefix of the lost defaults per failing call, "-" for none
+    const auto row = [&table](const char* function, const QByteArray& lost) {
+        table.row(function, lost.split(' '));
     };
     row("MMDeviceEnumerator", "r c r c");
     row("PolicyConfigurationClient", "r0 r1 r2 c0 c1 c2");

@@ -1,4 +1,4 @@
-// Stopping and starting the audio service, on a simulated computer.
+// Stops and starts the audio service on a simulated computer.
 
 #include <future>
 #include <map>
@@ -10,6 +10,7 @@
 #include "computer.h"
 #include "leavesnothing.h"
 #include "scopedaudioservicestopper.h"
+#include "table.h"
 
 using Manager = SimulatedServiceManager;
 using Service = Manager::Service;
@@ -187,11 +188,9 @@ private Q_SLOTS:
 
 void TestAudioService::theServiceStopsAndStarts_data()
 {
-    QTest::addColumn<Services>("services"); // the first is the audio service
-    QTest::addColumn<QByteArray>("expectedLog");
-    QTest::addColumn<Sleeps>("expectedSleeps");
-    QTest::addColumn<DWORD>("expectedState"); // of the audio service afterwards
-    QTest::addColumn<QByteArray>("expectedControls");
+    // The first service is the audio service, whose state afterwards is expected.
+    const Table<Services, QByteArray, Sleeps, DWORD, QByteArray> table(
+        "services", "expectedLog", "expectedSleeps", "expectedState", "expectedControls");
     addStops();
     addStopsOfDependents();
     addStarts();

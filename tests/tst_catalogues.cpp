@@ -1,4 +1,4 @@
-// The translations into the program's languages.
+// Checks that the translations are complete.
 
 #include <QtTest>
 
@@ -46,7 +46,7 @@ void TestCatalogues::theCataloguesAreComplete()
         int messages = 0;
         for (auto match = message.globalMatch(catalogue); match.hasNext(); ++messages) {
             const QStringList parts = match.next().capturedTexts();
-            QVERIFY2(parts[2].isEmpty() && !parts[3].isEmpty(), qPrintable(parts[1])); // finished
+            QVERIFY2(parts[2].isEmpty() && !parts[3].isEmpty(), qPrintable(parts[1])); // it is finished
             QCOMPARE(placeholders(parts[3]), placeholders(parts[1]));
         }
         QCOMPARE(messages, catalogue.count("<message>"_s));

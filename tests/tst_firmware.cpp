@@ -9,6 +9,7 @@
 #include "imagetext.h"
 #include "imagetextreference.h"
 #include "smallimage.h"
+#include "table.h"
 #include "utilities.h"
 
 namespace {
@@ -67,10 +68,9 @@ private Q_SLOTS:
     void versionAndProductAreReadFromImages_data()
     {
         using namespace ImageBuilder;
-        QTest::addColumn<QByteArray>("image");
-        QTest::addColumn<QString>("versionAndPid");
-        const auto image = [](const char* name, const QByteArray& bytes, const char* expected) {
-            QTest::newRow(name) << bytes << QString::fromLatin1(expected);
+        const Table<QByteArray, QString> columns("image", "versionAndPid");
+        const auto image = [&columns](const char* name, const QByteArray& bytes, const char* expected) {
+            columns.row(name, bytes, QString::fromLatin1(expected));
         };
         const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };

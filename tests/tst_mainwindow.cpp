@@ -80,7 +80,8 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A2 +T +H PH", {main, other, wrong, "1.0.0>!*Incompatible"_s, off});
     // A refresh leaves the focus where the user has put it.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
-    row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s}); // start page in between
+    row("A1 +T +H Tab -H +H",
+        {main, vynt1, fits, fits, "Update@openFileButton"_s}); // the start page is between them
 }
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive()
@@ -151,8 +152,8 @@ void TestMainWindow::aLongArchiveNameIsShownWhole()
     const QString longest = "vynt-firmware-1.2.3-"_s.repeated(13).left(251);
     const QImage usual = picture(longest);
     QVERIFY(!usual.isNull());
-    for (const int place : {0, 60, 125, 190, 250})
-        QVERIFY(picture(QString(longest).replace(place, 1, QLatin1Char('X'))) != usual);
+    for (const int index : {0, 60, 125, 190, 250})
+        QVERIFY(picture(QString(longest).replace(index, 1, QLatin1Char('X'))) != usual);
     // The label has chosen a smaller font instead.
     QCOMPARE(WindowState::oddities(desk.window), " {firmwareFileName too small}"_s);
     const auto* const notes = find<QPlainTextEdit>(desk.window, "releaseNotes");
@@ -308,7 +309,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.minimumSize(), QSize(479, 479));
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
-    const QRect place = find(*desk.screen(), "text")->geometry(); // also if there is no picture
+    const QRect textArea = find(*desk.screen(), "text")->geometry(); // the same with and without a picture
     // Starts without an archive. The archives then have picture 1, picture 2, none, 2, none and 1.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
@@ -317,7 +318,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
         QCOMPARE(desk.screenState(), generation + " FIRMWARE"_s + instruction +
                                          (hasGeneration ? generation + "-startscreen"_s : QString()) +
                                          "@text"_s);
-        QCOMPARE(find(*desk.screen(), "text")->geometry(), place);
+        QCOMPARE(find(*desk.screen(), "text")->geometry(), textArea);
     }
 }
 

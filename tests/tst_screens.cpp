@@ -11,6 +11,7 @@
 #include "looks.h"
 #include "mainwindow.h"
 #include "startup.h"
+#include "table.h"
 #include "windowstate.h"
 
 namespace {
@@ -103,13 +104,14 @@ private:
 
     void inspectTabOrder()
     {
-        QList<std::pair<int, int>> places;
+        QList<std::pair<int, int>> positions;
         for (QWidget* stop = screen->nextInFocusChain(); stop != screen; stop = stop->nextInFocusChain()) {
-            const QPoint place = stop->mapTo(screen, QPoint());
+            const QPoint position = stop->mapTo(screen, QPoint());
             if (isTabStop(*stop))
-                places << std::make_pair(place.y(), place.x());
+                positions << std::make_pair(position.y(), position.x());
         }
-        require(std::is_sorted(places.begin(), places.end()), "the tab order is not the reading order"_s);
+        require(std::is_sorted(positions.begin(), positions.end()),
+                "the tab order is not the reading order"_s);
     }
 
     void inspectButtons()
@@ -173,9 +175,9 @@ private:
 
 void tst_Screens::everyScreenHasRoomForItsTexts_data()
 {
-    QTest::addColumn<int>("generation");
+    const Table<int> table("generation");
     for (const QByteArray& row : desktop.rows)
-        QTest::newRow(row) << (row == "vynt2" ? 2 : 1);
+        table.row(row, row == "vynt2" ? 2 : 1);
 }
 
 void tst_Screens::everyScreenHasRoomForItsTexts()

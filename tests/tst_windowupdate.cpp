@@ -42,8 +42,8 @@ private Q_SLOTS:
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
-    // The answers are steps to take while a question is open, or y, n, Esc. The last column has the devices in
-    // the dialog; it is empty if no update starts.
+    // The answers are steps to take while a question is open, or y, n, Esc. The last column has the devices
+    // in the dialog; it is empty if no update starts.
     const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
                                                                        "updated");
     const auto row = [&table](const QByteArray& steps, const QByteArray& answers,

@@ -12,7 +12,7 @@
 using Archive = std::function<QByteArray()>; // builds the archive when its row runs
 Q_DECLARE_METATYPE(Archive)
 
-/// Adds rows with damaged, hostile and unusual archives to a test with the columns "archive" and "outcome".
+/// Adds rows with archives to a test that has the columns "archive" and "outcome".
 namespace ArchiveRows {
 
 using RawZip::Deflated;

@@ -201,7 +201,7 @@ private:
                text(screen()->closeButton()->isHidden() ? "" : " Close");
     }
 
-    /// @return what WindowState::oddities() reports, and the widgets that a screen reader describes by other
+    /// @return what WindowState::oddities() reports, and whether a screen reader describes a page by other
     /// texts than the page shows.
     QString oddities() const
     {

@@ -14,7 +14,7 @@
 #include "user.h"
 
 constexpr std::uint32_t sectorEraseMs = 4000;
-constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< by the GUI thread, before the update
+constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< state of the GUI thread before the update
 
 inline bool canSessionEnd()
 {
