@@ -18,7 +18,7 @@ struct Machine
     SimulatedAudioEndpoints* endpoints; ///< null if the computer has no audio system
     ProcessTable* processes;
     Session* session;
-    CallFaults* faults; ///< counts the calls that may fail although the other parts serve them
+    CallFaults* faults; ///< fails the calls that a test chooses
 };
 
 /// The machine of the innermost ScopedMachine; without one, the plain machine. The plain machine has the real

@@ -37,7 +37,7 @@ public:
     /// The order and number of broadcasts, which Windows does not define.
     struct Broadcasts
     {
-        bool filesFirst = false;   ///< observers of an open file learn of a removal first
+        bool filesFirst = false;   ///< observers of an open file receive each event first
         int removals = 1;          ///< reports of each removal
         bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes every other broadcast
     };

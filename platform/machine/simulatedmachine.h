@@ -37,7 +37,8 @@ private:
     ProcessTable realProcesses;
     SimulatedDeviceTree tree;
     SimulatedServiceManager services;
-    const std::unique_ptr<SimulatedAudioEndpoints> endpoints; ///< by pointer: its header is a large one
+    /// A pointer, because the header of the class takes long to compile.
+    const std::unique_ptr<SimulatedAudioEndpoints> endpoints;
     SimulatedSession userSession;
     Machine machine;
 };

@@ -10,7 +10,7 @@ class HandleObject
 public:
     virtual ~HandleObject() = default;
 
-    /// While somebody holds this object, the value of the closed handle is not reused.
+    /// While the returned object exists, the value of the closed handle is not reused.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
@@ -41,7 +41,7 @@ HANDLE addWindow(std::shared_ptr<HandleObject> window);
 
 std::shared_ptr<HandleObject> find(HANDLE handle);
 
-/// Removes @p handle if @p isKind accepts its object, which lives until nobody holds it.
+/// Removes @p handle if @p isKind accepts its object.
 /// @return the object; otherwise null, with ERROR_INVALID_HANDLE as last error.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
