@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer on the files in the given folder. Fails if it cannot read a file or finds
-// none.
+// Runs a fuzz target without a fuzzer on the files in the given folder. Fails if it cannot read a file or the
+// folder has none.
 
 #include "fuzztarget.h"
 

@@ -252,13 +252,12 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
     QByteArrayList texts;
     for (const Manager::Call& call : calls)
         texts << textOf(call);
-    QCOMPARE(
-        texts.join('|'),
-        QByteArray("OpenManager f003f|OpenService audiosrv 2c|QueryStatus audiosrv|Dependents audiosrv|"
-                   "Dependents audiosrv|OpenService a 24|Stop a|QueryStatus a|OpenService b 24|Stop b|"
-                   "OpenService c 24|Stop c|QueryStatus c|Stop audiosrv|QueryStatus audiosrv|"
-                   "OpenManager f003f|OpenService audiosrv f01ff|QueryStatus audiosrv|Start audiosrv|"
-                   "QueryStatus audiosrv|QueryStatus audiosrv"));
+    QCOMPARE(texts.join('|'),
+             QByteArray("OpenManager f003f|OpenService audiosrv 2c|QueryStatus audiosrv|Dependents audiosrv|"
+                        "Dependents audiosrv|OpenService a 24|Stop a|QueryStatus a|OpenService b 24|Stop b|"
+                        "OpenService c 24|Stop c|QueryStatus c|Stop audiosrv|QueryStatus audiosrv|"
+                        "OpenManager f003f|OpenService audiosrv f01ff|QueryStatus audiosrv|Start audiosrv|"
+                        "QueryStatus audiosrv|QueryStatus audiosrv"));
     const int lastOfDependents = 12, firstOfStart = 15, startControl = 18;
 
     const QLatin1Char bar('|');
