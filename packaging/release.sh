@@ -72,7 +72,7 @@ block_of() {
 
 write_page() {
     printf '# ZEFO VYNT firmware update %s%s\n\n| | |\n|---|---|\n' "$version" "$dry_run"
-    row commit git rev-parse HEAD
+    row commit echo "$commit"
     row date date -u +%Y-%m-%dT%H:%M:%SZ
     row machine machine
     row "compiler of the Linux program" package_of g++
@@ -95,6 +95,7 @@ write_page() {
 reasons=$(obstacles)
 [ -z "$reasons" ] || [ -n "$dry_run" ] || fail "$reasons"
 
+commit=$(git rev-parse HEAD)
 rm -rf "$report"
 mkdir -p "$logs" "$report/pictures"
 step tests ./test.sh
@@ -105,6 +106,7 @@ step windows-build packaging/windows/build.sh
 step windows-check packaging/windows/check.sh
 checked windows-check
 step benchmarks benchmarks/run.sh
+[ "$(git rev-parse HEAD)" = "$commit" ] || fail "Another commit was checked out while the checks ran."
 
 . packaging/windows/common.sh
 cp build/linux/*.deb build/windows/release/*.exe build/windows/release/licences.txt "$report"
