@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Longest time from a transfer that fails because the cable is pulled to the removal of the device.
+/// When the cable is pulled, a transfer may fail up to this long before the device is removed.
 constexpr int removalDelayMs = 100;
 
 // Windows error codes that are used here only.
@@ -128,7 +128,7 @@ void HidrawDevice::close()
 
 bool HidrawDevice::isGoneWithin(int timeoutMs) const
 {
-    pollfd polled{file.get(), 0, 0}; // POLLERR and POLLHUP need no request
+    pollfd polled{file.get(), 0, 0}; // poll() always reports POLLERR and POLLHUP
     return uninterrupted([&] { return ::poll(&polled, 1, timeoutMs); }) > 0;
 }
 

@@ -10,23 +10,23 @@
 
 /// A HID interface with a node of the kernel's hidraw driver, such as /dev/hidraw3.
 ///
-/// All users in this program share one open file: the first acquire() opens it, and the last release() closes
-/// it. Call these two one at a time; between them, transfers may come on any thread.
+/// All users in this program share one descriptor: the first acquire() opens it, and the last release()
+/// closes it. Calls of acquire() and release() must not overlap. After acquire(), any thread may transfer.
 class HidrawDevice
 {
 public:
     explicit HidrawDevice(std::string devicePath);
 
-    /// How a user keeps out other programs that lock the device too (flock). The strictest lock of all users
-    /// holds until the last user releases the device.
+    /// The lock (flock) with which a user keeps out other programs that lock the device too. The strictest
+    /// lock that any user wanted holds until the last user releases the device.
     enum class Lock {
         None,
         Shared,    ///< keeps out programs that ask for an exclusive lock
-        Exclusive, ///< keeps out all others
+        Exclusive, ///< keeps out programs that ask for any lock
     };
 
     /// Adds a user.
-    /// @return 0, or a Windows error code; then no user is added.
+    /// @return 0, or a Windows error code if it cannot add the user.
     [[nodiscard]] DWORD acquire(Lock wanted);
     void release();
 
@@ -34,7 +34,7 @@ public:
     bool isConnected() const;
 
     /// Make a feature transfer. @p report[0] is the report ID, 0 for a device without report IDs.
-    /// @return 0, or a Windows error code: ERROR_DEVICE_NOT_CONNECTED if the device is gone.
+    /// @return 0, or a Windows error code, such as ERROR_DEVICE_NOT_CONNECTED if the device is gone.
     [[nodiscard]] DWORD setFeature(const std::uint8_t* report, std::size_t size) const;
     [[nodiscard]] DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) const;
 
@@ -52,7 +52,7 @@ private:
     Lock held = Lock::None;
 };
 
-/// The Windows error code for the errno value of a failed open or transfer: ERROR_DEVICE_NOT_CONNECTED if the
-/// device is gone, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION if another program has it, ERROR_GEN_FAILURE
-/// if the device does not answer properly.
+/// The Windows error code for the errno value of a failed open or transfer, such as
+/// ERROR_DEVICE_NOT_CONNECTED if the device is gone, ERROR_ACCESS_DENIED if the user lacks the permission,
+/// ERROR_SHARING_VIOLATION if another program has locked it, ERROR_GEN_FAILURE if it answers wrongly.
 DWORD windowsError(int errnoValue);

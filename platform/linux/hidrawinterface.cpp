@@ -44,7 +44,7 @@ private:
     const std::shared_ptr<HidrawDevice> device;
 };
 
-/// @return the number after the last @p mark; nothing if there is none.
+/// @return the number after the last @p mark in @p text; nothing if @p text does not contain the mark.
 std::optional<int> numberAfter(const std::string& text, const std::string& mark, int base)
 {
     const std::size_t found = text.rfind(mark);
@@ -53,9 +53,9 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
     return static_cast<int>(std::strtol(text.c_str() + found + mark.size(), nullptr, base));
 }
 
-/// The number of the USB interface if Windows puts it into names, that is, if the device has several
-/// interfaces. A device that a program creates through uhid does not report how many it has. If its number is
-/// 0, the interface counts as the only one.
+/// The number of the USB interface if the device has several interfaces: only then does Windows put the
+/// number into names. A device that a program creates through uhid does not report how many interfaces it
+/// has; it counts as having several if the number is not 0.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

@@ -24,10 +24,10 @@ struct HidrawInterface
 };
 
 /// The nodes that Windows would make for the interface: one for each top-level collection. Their HID
-/// functions transfer through @p device; each file that is open on a node is a user of @p device.
+/// functions transfer through @p device; each DeviceFile that is open on a node is a user of @p device.
 ///
 /// A node's names contain the kernel's number for the interface, which is different at each arrival, and the
 /// collection's number.
-/// @return nothing if the interface does not belong to a USB device.
+/// @return no nodes if the interface does not belong to a USB device.
 std::vector<DeviceNode> nodesOf(const HidrawInterface& interface, const ReportDescriptor& descriptor,
                                 const std::shared_ptr<HidrawDevice>& device);

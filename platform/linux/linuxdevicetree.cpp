@@ -15,9 +15,9 @@ std::string textOf(const std::wstring& text)
     return std::filesystem::path(text).string();
 }
 
-/// Whether the device at @p devicePath can be opened after an attempt that failed with @p refusal. If a lock
-/// caused that failure, the function only reads who holds one: trying to lock the device could make another
-/// program's attempt fail.
+/// Whether the device at @p devicePath can be opened now. The last attempt failed with @p refusal. If a lock
+/// was the reason, the function only checks whether a process still holds one: trying to lock the device
+/// could make another program's attempt fail.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)
@@ -67,8 +67,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     std::vector<std::shared_ptr<const DeviceNode>> added;
     bool isRetry = false;
     {
-        // A node may be opened as soon as it is added. noteOutcome() then waits for this lock, and finds the
-        // recorded interface.
+        // Another thread may open a node as soon as it is added. Its call of noteOutcome() waits for this
+        // lock, so it finds the recorded interface.
         const std::lock_guard<std::mutex> guard(mutex);
         added = addNodes(description, descriptor);
         isRetry = loggedRefusals.count(description.systemPath) > 0;
@@ -83,7 +83,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     }
 }
 
-/// Call it with the mutex held. @return nothing if the interface's nodes are present already.
+/// Call it with the mutex held.
+/// @return the nodes that it has added; none if the interface's nodes are present already.
 std::vector<std::shared_ptr<const DeviceNode>> LinuxDeviceTree::addNodes(const HidrawInterface& description,
                                                                          const ReportDescriptor& descriptor)
 {
@@ -126,7 +127,7 @@ void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
 }
 
 /// Reports a removal and an arrival for each refused interface that can be opened now.
-/// @return whether any interface remains refused.
+/// @return whether any refused interface still cannot be opened.
 bool LinuxDeviceTree::retryRefused()
 {
     std::vector<Interface> ready;
@@ -183,7 +184,7 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
     monitor->retry();
 }
 
-/// Logs a refusal unless it is the same as the interface's last one. Call it with the mutex held.
+/// Logs the interface's refusal unless the last logged one was the same. Call it with the mutex held.
 void LinuxDeviceTree::logOnce(const Interface& interface, const std::wstring& instanceId)
 {
     DWORD& logged = loggedRefusals[interface.description.systemPath];

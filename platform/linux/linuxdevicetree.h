@@ -18,12 +18,12 @@
 class LinuxDeviceTree : public DeviceTree
 {
 public:
-    /// Does not look for devices before the first use.
-    /// @param log  gets a sentence for each reason why a device cannot be used, on any thread.
+    /// The first use of the tree starts the search for devices.
+    /// @param log  called on any thread with a sentence for each reason why a device cannot be used.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
 
-    /// If two of this program's files are open on one interface, the stricter lock of the two holds
-    /// against other programs until both are closed.
+    /// If this program opens one interface twice, the stricter of the two locks (HidrawDevice::Lock) keeps
+    /// other programs out until both are closed.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
 
@@ -33,7 +33,7 @@ private:
     {
         HidrawInterface description;
         std::vector<std::wstring> paths; ///< interface paths of its nodes
-        DWORD refusal = ERROR_SUCCESS;   ///< error with which the system last refused to open it
+        DWORD refusal = ERROR_SUCCESS;   ///< error if the system refused the last attempt to open it
     };
 
     void start() override;
@@ -48,7 +48,7 @@ private:
     void logOnce(const Interface& interface, const std::wstring& instanceId);
 
     const std::function<void(const std::string&)> log;
-    std::mutex mutex;                            ///< guards the next two
+    std::mutex mutex;                            ///< guards `interfaces` and `loggedRefusals`
     std::map<std::string, Interface> interfaces; ///< by system path
     std::map<std::string, DWORD> loggedRefusals; ///< last logged refusal of each interface, by system path
     std::once_flag started;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The file's name in /proc/locks (proc(5)): major and minor number of its file system, and its inode.
+/// How /proc/locks identifies the file (proc(5)): by its file system's major and minor number, and its inode.
 std::string nameInLocks(const struct stat& file)
 {
     char name[64];

@@ -33,8 +33,8 @@ bool LoginSession::require(EXECUTION_STATE required)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        // The lid has its own lock, because a user may lack only the permission for it. It is taken last, so
-        // that no lock stays held if the first one is refused.
+        // The lid has its own lock, because a user may lack only the permission for the lid. It is taken
+        // last, so that no lock is held if logind refuses the one against sleep.
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }

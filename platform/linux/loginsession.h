@@ -12,7 +12,7 @@
 class LoginSession : public Session
 {
 public:
-    /// @param log  gets a sentence for each refused lock, on any thread.
+    /// @param log  called on any thread with a sentence for each refused lock.
     explicit LoginSession(std::function<void(const std::string&)> log);
 
     bool setBlockReason(HWND window, const std::wstring& reason) override;
@@ -23,7 +23,7 @@ private:
     FileDescriptor inhibit(const char* what, const std::string& why) const;
 
     const std::function<void(const std::string&)> log;
-    FileDescriptor wakefulness; ///< held while a thread requires the system or the display
+    FileDescriptor wakefulness; ///< held while a thread requires the system or the display to stay awake
     FileDescriptor lid; ///< held likewise: `wakefulness` does not prevent a suspend by the laptop's lid
     std::mutex mutex;   ///< guards what follows
     std::map<HWND, FileDescriptor> blocks;

@@ -37,7 +37,7 @@ struct Globals
     std::uint16_t usagePage = 0;
     std::uint32_t reportSize = 0; ///< bits of a field
     std::uint32_t reportCount = 0;
-    std::uint32_t reportId = 0; ///< 0 if reports have none
+    std::uint32_t reportId = 0; ///< 0 if reports have no ID
 };
 
 class Parser
@@ -87,7 +87,7 @@ private:
             return available;
         }
         if (isLong)
-            return length; // no long item is defined
+            return length; // skipped: HID defines no long items
         std::uint32_t value = 0;
         for (std::size_t i = length; i > 1; --i)
             value = value << bitsPerByte | bytes[i - 1];
@@ -132,7 +132,7 @@ private:
             break; // no other item affects the result
         }
         if ((item & typeMask) == mainType)
-            hasUsage = false; // a local item counts up to the next main item
+            hasUsage = false; // a local item applies only up to the next main item
     }
 
     void setReportId(std::uint32_t id)
@@ -142,7 +142,7 @@ private:
         globals.reportId = id;
     }
 
-    /// A collection has the first usage that precedes it. The long form of a usage includes the usage page.
+    /// If several usages precede a collection, it has the first. A usage in long form includes a usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
         if (hasUsage)
@@ -202,7 +202,7 @@ private:
         }
         std::uint64_t& bits = featureBits[globals.reportId];
         bits += std::uint64_t(globals.reportSize) * globals.reportCount;
-        const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // with the report ID
+        const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // includes the report ID
         if (bytes > maxReportBytes) {
             fail("has a feature report of more than 16384 bytes");
             return;

@@ -11,7 +11,7 @@
 ///
 ///     05 0C 09 01 A1 01 85 05 75 08 95 3F 09 01 B1 02 C0
 ///
-/// is one collection of usage page 0x000C and usage 0x0001, whose feature report 5 has 63 data bytes:
+/// describes one collection of usage page 0x000C and usage 0x0001, whose feature report 5 has 63 data bytes:
 /// `{0x000C, 0x0001, 64}`.
 struct ReportDescriptor
 {

@@ -98,11 +98,11 @@ void UdevMonitor::listen()
         monitor.reset();
 }
 
-/// Reports the difference between the nodes that are present and those that were reported.
+/// Reports that each missing node has left, and that each present node has arrived, even if it did so before.
 void UdevMonitor::enumerate()
 {
     const Enumeration enumeration(udev_enumerate_new(context.get()));
-    // Leaves out nodes whose rules have not run yet: udev sends an event for each of them later.
+    // Leaves out nodes for which udev has not run its rules yet: it sends an event for each of them later.
     udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
     udev_enumerate_add_match_is_initialized(enumeration.get());
     udev_enumerate_scan_devices(enumeration.get());
@@ -146,7 +146,7 @@ void UdevMonitor::receive()
     const Device device(udev_monitor_receive_device(monitor.get()));
     if (device)
         report(textOf(udev_device_get_action(device.get())), device.get());
-    else if (errno == ENOBUFS) // more events came than the socket holds
+    else if (errno == ENOBUFS) // events are lost, because the socket was full
         enumerate();
 }
 

@@ -20,12 +20,12 @@ public:
     {
         std::function<void(const HidrawInterface&)> arrived; ///< may be called twice for one node
         std::function<void(const std::string& systemPath)> left;
-        std::function<bool()> retry; ///< see UdevMonitor::retry(); @return whether to call it again
+        std::function<bool()> retry; ///< see UdevMonitor::retry(); returns whether to call it again
     };
 
-    /// Reports the nodes that are present before it returns, and those that come and go on a thread of its
-    /// own. If udev's events were lost, it compares the nodes it has reported with those that are present.
-    /// @param problem  why no device can be seen, for a log; empty if there is no problem.
+    /// Reports the nodes that are present, and returns. Then a thread of its own reports the nodes that come
+    /// and go. If events of udev are lost, that thread compares the reported nodes with the present ones.
+    /// @param problem  why no device can be seen, for a log; stays empty if there is no problem.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.
     ~UdevMonitor();

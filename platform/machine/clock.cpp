@@ -83,7 +83,7 @@ std::uint32_t ScaledClock::tickCount()
 bool ScaledClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                           std::uint32_t timeoutMs, const std::function<bool()>& condition)
 {
-    constexpr Duration patience(20); // longest wait before it looks for a change of speed
+    constexpr Duration patience(20); // longest wait before it checks for a change of speed
     const auto left = [this](double end) {
         const std::lock_guard<std::mutex> guard(mutex);
         return untilWallShows(end);

@@ -17,11 +17,11 @@ public:
     /// Blocks the calling thread for @p ms milliseconds of this clock.
     virtual void sleep(std::uint32_t ms);
 
-    /// Milliseconds since some start; wraps at 2^32.
+    /// Milliseconds since an arbitrary start; wraps at 2^32.
     virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is called. @p changed is notified after each change of the result.
+    /// return and whenever @p condition is called. Other threads notify @p changed when its result changes.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);
@@ -59,8 +59,8 @@ private:
     Wall::time_point changeWallTime = Wall::now();
 };
 
-/// A clock on which every wait ends at once: a sleep advances the tick and is recorded. A sleep of 0 advances
-/// it by 1, so that polling without a pause reaches its time limit too.
+/// A clock on which every wait ends at once. A sleep only advances the tick and is recorded. A sleep of 0
+/// advances the tick by 1, so that polling without a pause reaches its time limit too.
 class VirtualClock : public Clock
 {
 public:

@@ -13,7 +13,7 @@ struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes = 0; ///< length of the longest, with the report ID; 0 if there is none
+    std::uint16_t featureReportBytes = 0; ///< length of the longest, with its report ID; 0 if there is none
 };
 
 /// The access with which a file is open, and the access that it leaves to others.
@@ -34,8 +34,8 @@ public:
 
     virtual HidCapabilities capabilities() const = 0;
 
-    /// open() is called when a file is opened on the function, close() after one was closed. The calls come
-    /// one at a time.
+    /// The tree calls open() when a file is opened on the function, and close() after a file was closed. The
+    /// calls do not overlap.
     /// @return 0, or the Windows error code with which the opening fails.
     virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
     virtual void close() {}
@@ -53,7 +53,7 @@ public:
     virtual DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
 };
 
-/// One device node with its one device interface (on Windows each HID top-level collection is such a node).
+/// A device node and its only device interface. On Windows each HID top-level collection is such a node.
 struct DeviceNode
 {
     std::wstring instanceId;               ///< such as HID\VID_7A31&PID_0004&MI_03\7&1A2B3C4D&0&0000
@@ -79,8 +79,8 @@ public:
     virtual bool watchesFile() const = 0;
 
     /// @param event  an event of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
-    ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device; DBT_DEVICEQUERYREMOVEFAILED: the
-    ///     device stays. The node's users have handled these two when the function returns.
+    ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device. DBT_DEVICEQUERYREMOVEFAILED: the
+    ///     device stays. In these two cases the function returns after the node's users have handled it.
     /// @return a future that is ready when the users of the node have handled the report. The caller need not
     ///     wait: a device leaves without waiting for its users.
     virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
@@ -103,7 +103,7 @@ public:
     /// Opens the interface at @p path (case is ignored).
     /// @param access  GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only.
     /// @param share   FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0.
-    /// @return null with a Windows error code in @p error on failure.
+    /// @return the open file; on failure null, with a Windows error code in @p error.
     virtual std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                              DWORD& error);
 

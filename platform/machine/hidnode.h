@@ -13,7 +13,7 @@ struct HidIdentity
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
     std::optional<int> interfaceNumber = {};  ///< set if the device is composite
-    std::optional<int> collectionNumber = {}; ///< from 1; set if the interface has several
+    std::optional<int> collectionNumber = {}; ///< from 1; set if the interface has several collections
     std::uint16_t usagePage = 0xFF00;         ///< of the top-level collection (HID Usage Tables)
     std::uint16_t revision = 0x0100;          ///< bcdDevice (USB 2.0 section 9.6.1)
 };

@@ -26,8 +26,8 @@ struct Machine
 /// devices and a session sets them before it uses either. Callable on any thread.
 Machine& currentMachine();
 
-/// Makes a machine the current one for its own lifetime. Before that ends, everything that was opened on the
-/// machine must be closed, and every thread that uses it must have ended.
+/// Makes a machine the current one as long as this object exists. Before its destruction, everything that was
+/// opened on the machine must be closed, and every thread that uses the machine must have ended.
 class ScopedMachine
 {
 public:

@@ -11,8 +11,8 @@ struct ProcessEntry
     DWORD parentId = 0;
 };
 
-/// The machine's processes. Unless a test scripts them, they are those of the Linux system that the program
-/// runs on. A snapshot then lists only this process.
+/// The machine's processes. Unless a test replaces them, they are those of the Linux system that the program
+/// runs on; a snapshot then lists only the idle process and this one.
 class ProcessTable
 {
 public:

@@ -14,7 +14,7 @@ class Session
 public:
     virtual ~Session() = default;
 
-    /// Sets the calling thread's state, which includes ES_CONTINUOUS.
+    /// Sets the calling thread's state; @p state must include ES_CONTINUOUS.
     /// @return the previous state; 0 if the state cannot be set.
     EXECUTION_STATE setExecutionState(EXECUTION_STATE state);
 
@@ -26,7 +26,7 @@ public:
     virtual bool removeBlockReason(HWND /*window*/) { return false; }
 
 protected:
-    /// Keeps the system or the display awake, as all threads require. Called by one thread at a time.
+    /// Keeps awake what the threads together require. Called by one thread at a time.
     /// @param required  ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
     /// @return whether that is possible.
     virtual bool require(EXECUTION_STATE /*required*/) { return false; }

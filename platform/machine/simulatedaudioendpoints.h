@@ -32,7 +32,7 @@ public:
 
     /// Adds an endpoint. Until one is chosen, the first active endpoint of a flow is its default.
     void add(AudioEndpoint endpoint);
-    /// Changes an endpoint's state, as unplugging its device does. Only an active endpoint is a default.
+    /// Changes an endpoint's state, as unplugging its device does. Only an active endpoint can be a default.
     void setState(const std::wstring& id, DWORD state);
     /// Makes an endpoint the default as the user would in the system's settings.
     /// @return whether there is an endpoint with that identifier.
@@ -49,12 +49,12 @@ public:
 
     // What it serves.
 
-    /// Called before each call of @p function, which has the name that CallFaults uses.
-    /// @return S_OK if the call may go on. Any other value is the call's result, and the call has no output;
-    /// S_FALSE is a success without output.
+    /// Call it at the start of each COM function. @p function is its name, or the class's, as in CallFaults.
+    /// @return S_OK if the function may go on. Otherwise the function must return this value without output,
+    /// even if it is the success S_FALSE.
     HRESULT admit(const std::string& function);
 
-    /// The endpoints of a flow whose state is in @p stateMask, in the order of enumeration.
+    /// The endpoints of a flow whose state is in @p stateMask, in the order in which they were added.
     std::vector<AudioEndpoint> endpoints(EDataFlow flow, DWORD stateMask);
 
     std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);

@@ -21,13 +21,13 @@ public:
     /// A future for each observer of an event. It is ready when that observer has handled the event.
     using Handled = std::vector<std::future<void>>;
 
-    /// Pulls the node with the given interface path out, even if files are open on it.
+    /// Pulls out the node with the interface path @p path, even if files are open on it.
     Handled unplug(const std::wstring& path);
     /// Calls unplug() and waits until every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
-    /// Asks the users of the node to close their files. Then removes the node unless a file is still open.
-    /// Must not be called from inside a transfer on the same thread: a user closes its file only when a
-    /// transfer in progress has ended, and this call waits for that.
+    /// Asks the users of the node to close their files, waits for their answers, and removes the node unless
+    /// a file is still open. A transfer must not call it on its own thread: a user closes its file only after
+    /// the transfer has ended.
     /// @return whether the node was removed.
     bool requestRemoval(const std::wstring& path);
     /// Sets whether a driver is being installed.
@@ -38,7 +38,7 @@ public:
     struct Broadcasts
     {
         bool filesFirst = false;   ///< observers of an open file receive each event first
-        int removals = 1;          ///< reports of each removal
+        int removals = 1;          ///< how often each removal is reported
         bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes every other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);
@@ -53,7 +53,7 @@ public:
         DWORD access;
         DWORD share;
     };
-    std::vector<Opening> openings() const; ///< the last attempts to open, in order
+    std::vector<Opening> openings() const; ///< the latest attempts to open a path, in order
     std::size_t openFileCount() const { return countOpenFiles(nullptr); } ///< files not closed yet
 
     // What it serves.

@@ -19,15 +19,15 @@ public:
 
     // How to script it.
 
-    /// A service's way from running to stopped, or back.
+    /// How a service gets from running to stopped, or back.
     struct Transition
     {
         DWORD durationMs = 0;           ///< time in the pending state; INFINITE: forever
         DWORD waitHintMs = 0;           ///< wait hint that the service reports meanwhile
-        DWORD checkPointEveryMs = 0;    ///< interval at which the check point grows by 1 from 1; 0: never
-        DWORD stallsAfterMs = INFINITE; ///< after that the check point no longer grows
-        DWORD exitCode = ERROR_SUCCESS; ///< a start that ends with any other code leaves the service stopped
-        DWORD refusal = ERROR_SUCCESS;  ///< the control or start call fails with any other code
+        DWORD checkPointEveryMs = 0;    ///< the check point grows from 1 by 1 at this interval; 0: never
+        DWORD stallsAfterMs = INFINITE; ///< time after which the check point no longer grows
+        DWORD exitCode = ERROR_SUCCESS; ///< a start with any other exit code leaves the service stopped
+        DWORD refusal = ERROR_SUCCESS;  ///< any other code: the control or start call fails with it
     };
     struct Service
     {
@@ -46,12 +46,12 @@ public:
     {
         std::string function; ///< of the Windows interface
         std::wstring service; ///< as the caller named it; empty for the manager
-        DWORD access;         ///< that the call requests
+        DWORD access;         ///< access that the call requests
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 if there is no such service
 
-    // What it serves. Callers check the rights of handles. All return a Windows error code.
+    // What it serves. Each operation returns a Windows error code. Its caller checks the rights of handles.
 
     /// Succeeds with any @p access: the user has every right to the manager.
     DWORD openManager(DWORD access);

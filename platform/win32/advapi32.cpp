@@ -60,7 +60,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
     if (!HandleTable::get<ManagerObject>(handle))
-        return nullptr; // any handle to the manager will do: each has the right to connect
+        return nullptr; // no check of access: every handle to the manager has the right to connect
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(

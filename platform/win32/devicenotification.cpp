@@ -15,7 +15,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 /// A registration for device broadcasts. Broadcasts that are in progress when the registration ends still
-/// arrive. The value of its handle is not reused before they have arrived.
+/// arrive. Only then can the value of the registration's handle be reused.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:

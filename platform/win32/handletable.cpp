@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::uintptr_t step = 4;      // programs may use the two low bits
-constexpr std::uintptr_t first = 0x100; // a process starts with some handles
+constexpr std::uintptr_t first = 0x100; // a process has some handles from the start
 constexpr std::uintptr_t firstWindow = 0x10000;
 
 struct Table

@@ -10,7 +10,7 @@ class HandleObject
 public:
     virtual ~HandleObject() = default;
 
-    /// While the returned object exists, the value of the closed handle is not reused.
+    /// After the handle is closed, its value is not reused as long as the returned object exists.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
@@ -42,10 +42,10 @@ HANDLE addWindow(std::shared_ptr<HandleObject> window);
 std::shared_ptr<HandleObject> find(HANDLE handle);
 
 /// Removes @p handle if @p isKind accepts its object.
-/// @return the object; otherwise null, with ERROR_INVALID_HANDLE as last error.
+/// @return the removed object; null, with ERROR_INVALID_HANDLE as last error, if there is none.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
-/// The object of kind T behind @p handle; otherwise null, with ERROR_INVALID_HANDLE as last error.
+/// The object behind @p handle; null, with ERROR_INVALID_HANDLE as last error, if there is none of kind T.
 template <typename T>
 std::shared_ptr<T> get(HANDLE handle)
 {

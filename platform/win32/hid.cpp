@@ -21,7 +21,7 @@ namespace {
 
 using PreparsedData = ObjectWith<HandleObject, HidCapabilities>;
 
-/// The HID function behind an open file; null, with the last error set, if there is none or it is gone.
+/// The HID function behind @p file; null, with the last error set, if there is none or the device is gone.
 HidFunction* hidFunction(const FileObject& file)
 {
     if (!file.file->isConnected())
@@ -99,7 +99,7 @@ BOOL WINAPI DeviceIoControl(HANDLE device, DWORD ioControlCode, LPVOID, DWORD, L
                             DWORD outBufferSize, LPDWORD bytesReturned, LPOVERLAPPED overlapped)
 {
     if (ioControlCode != IOCTL_HID_GET_FEATURE)
-        return fail(ERROR_INVALID_FUNCTION); // nothing else is modelled
+        return fail(ERROR_INVALID_FUNCTION); // no other control code is modelled
     if (overlapped || !bytesReturned)
         return fail(ERROR_INVALID_PARAMETER); // only blocking transfers are modelled
     *bytesReturned = 0;

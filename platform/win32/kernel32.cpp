@@ -36,8 +36,8 @@ WaitingRoom& waitingRoom()
     return *room;
 }
 
-/// A kernel object that threads can wait for. All objects share one lock, so that a wait for several objects
-/// is an ordinary condition.
+/// A kernel object that threads can wait for. All objects share one lock and one condition variable, so that
+/// a thread can wait for several of them.
 class Waitable : public KernelObject
 {
 public:
@@ -105,7 +105,7 @@ class ModuleObject : public HandleObject
 {
 };
 
-/// Waits until @p condition returns true, but at most @p timeoutMs. Calls it with the waiting lock held.
+/// Waits until @p condition returns true, but at most @p timeoutMs. Holds the waiting lock during its calls.
 /// @return false after the timeout.
 template <typename Condition>
 bool waitUntil(DWORD timeoutMs, Condition condition)

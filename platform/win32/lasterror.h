@@ -22,7 +22,7 @@ inline Failure fail(DWORD error)
     return {};
 }
 
-/// The same for functions whose failure value is not FALSE, 0 or null.
+/// Sets the last error too; for functions whose failure value @p result is not FALSE, 0 or null.
 template <typename Result>
 Result fail(DWORD error, Result result)
 {
@@ -30,13 +30,13 @@ Result fail(DWORD error, Result result)
     return result;
 }
 
-/// Whether @p error is ERROR_SUCCESS; otherwise it becomes the last error.
+/// Whether @p error is ERROR_SUCCESS. Any other error becomes the last error.
 inline bool isSuccess(DWORD error)
 {
     return error == ERROR_SUCCESS || fail(error);
 }
 
-/// Counts a call of @p function. @return whether it may succeed; otherwise the last error is set.
+/// Counts a call of @p function. @return whether the call may succeed; if not, the last error is set.
 inline bool isServed(const char* function)
 {
     return isSuccess(currentMachine().faults->count(function).value_or(ERROR_SUCCESS));

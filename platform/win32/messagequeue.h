@@ -19,7 +19,7 @@ struct SentMessage
     UINT message = 0;
     WPARAM wParam = 0;
     std::vector<std::uint8_t> data;     ///< what lParam points to
-    std::shared_ptr<const void> sender; ///< kept until the message was handled
+    std::shared_ptr<const void> sender; ///< kept alive until the message was handled
     std::promise<void> handled;         ///< broken if the message is never handled
 };
 
@@ -35,7 +35,7 @@ public:
     void post(const MSG& message);
     /// The result becomes ready when the message was handled or can no longer be handled.
     std::future<void> send(SentMessage message);
-    /// Handles sent messages until there is a posted one, which it returns.
+    /// Returns the next posted message, after a wait if necessary. Handles all sent messages first.
     MSG next();
     /// Called when the thread ends. From then on the queue drops all messages.
     void close();
@@ -60,6 +60,6 @@ public:
     }
 
     const WNDPROC procedure;
-    std::vector<LONG_PTR> extra; ///< touched by the owning thread only
+    std::vector<LONG_PTR> extra; ///< only the owning thread uses it
     const std::shared_ptr<MessageQueue> queue;
 };

@@ -149,7 +149,7 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device
                                         DWORD instanceIdSize, PDWORD requiredSize)
 {
     if (requiredSize)
-        return fail(ERROR_INVALID_PARAMETER); // the size is not modelled
+        return fail(ERROR_INVALID_PARAMETER); // the required size is not modelled
     const auto node = nodeOf(handle, device);
     return node && isServed(__func__) &&
            copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t));

@@ -94,7 +94,7 @@ public:
     }
 
 private:
-    /// Shows the window's system menu if the program has asked for one. @return whether it has.
+    /// Shows the window's system menu. @return false if the program has not asked for one.
     static bool popUp(const QWidget* window, const QPoint& position)
     {
         QMenu* const menu = systemMenuOf(window);

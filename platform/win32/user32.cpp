@@ -79,7 +79,7 @@ HWND WINAPI CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR, DWORD, int, int, 
         return nullptr;
     const auto object = std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread());
     const auto window = static_cast<HWND>(HandleTable::addWindow(object));
-    // The data of a creation is not modelled.
+    // The layer passes no CREATESTRUCT.
     if (object->procedure(window, WM_NCCREATE, 0, 0) && object->procedure(window, WM_CREATE, 0, 0) != -1)
         return window;
     DestroyWindow(window);
@@ -110,7 +110,7 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 
 LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
 {
-    return message == WM_DEVICECHANGE || message == WM_NCCREATE; // grants every query
+    return message == WM_DEVICECHANGE || message == WM_NCCREATE; // TRUE grants every query to remove a device
 }
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax)
@@ -123,7 +123,7 @@ BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterM
 
 LRESULT WINAPI DispatchMessageW(const MSG*)
 {
-    return 0; // only messages without a window are posted
+    return 0; // messages are posted to threads only, never to windows
 }
 
 BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam)

@@ -4,4 +4,4 @@
 #include <windows.h>
 
 #include_next <objbase.h>
-#undef interface // a word that sources may use
+#undef interface // sources may use this word as a name

@@ -16,7 +16,7 @@
 #undef _WIN64
 #undef WIN32
 
-// For constants that several units define.
+// Allows several translation units to define the same constant.
 #undef DECLSPEC_SELECTANY
 #define DECLSPEC_SELECTANY __attribute__((weak))
 
