@@ -21,7 +21,7 @@ constexpr int maxSample = 1000000;
 struct Switch
 {
     const char* name;
-    const char* value; ///< name of its value in the help; empty if the switch takes no value
+    const char* value; ///< what the help calls the switch's value; empty if it takes none
     const char* byDefault;
     const char* description;
 };
@@ -71,8 +71,8 @@ int number(const QCommandLineParser& parser, const QString& name, int min, int m
     return value;
 }
 
-/// Rejects a value of the option @p name that is neither @p first nor @p second.
-/// @return whether it is @p first.
+/// Rejects the arguments if the value of the option @p name is neither @p first nor @p second.
+/// @return whether the value is @p first.
 bool choice(const QCommandLineParser& parser, const QString& name, const QString& first,
             const QString& second)
 {

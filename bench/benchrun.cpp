@@ -18,7 +18,7 @@ namespace {
 
 constexpr int unexpected = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
-constexpr int reenumerationTimeoutMs = 30000; // how long the updater waits for a device
+constexpr int reenumerationTimeoutMs = 30000; // how long the updater waits for a restarting device
 
 /// The version in the archive that the updater loads first.
 QString firstVersion()
@@ -127,7 +127,7 @@ int BenchRun::drive()
 {
     QEventLoop loop;
     connect(this, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    qint64 longestMs = 160000; // for all but the programming, which both devices may do twice
+    qint64 longestMs = 160000; // for all but programming; each device may be programmed twice
     for (const DeviceType type : bothTypes)
         longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
@@ -201,14 +201,14 @@ void BenchRun::endUpdate(const Outcome& outcome)
                 .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
     if (!outcomeOfFault.exception.isEmpty())
         log.add(QStringLiteral("verdict: documented exception: ") + outcomeOfFault.exception);
-    // The pairing instructions have no Back button.
+    // Without a failure report the updater shows the pairing instructions, which have no Back button.
     tryAgain(!outcome.report.isEmpty());
 }
 
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    // A device that still restarts would leave programming mode in the middle of the next update.
+    // Wait for a device that is still restarting: it could leave programming mode during the next update.
     if (!pair->device(DeviceType::Transmitter).isSettled() ||
         !pair->device(DeviceType::Headset).isSettled()) {
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
@@ -236,7 +236,8 @@ void BenchRun::updateAgain()
 }
 
 /// An updater waits 30 s for its device to enter programming mode. If time runs fast, this function ends the
-/// wait as soon as the device has settled outside programming mode: it does not enter that mode any more.
+/// wait as soon as the device has settled outside programming mode, because such a device does not enter that
+/// mode any more.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -253,7 +254,8 @@ void BenchRun::endVainWaits()
     }
 }
 
-/// In virtual time the first delay after an orderly removal waits until the removal is over.
+/// In virtual time each delay waits until the latest orderly removal is over, because the delay itself gives
+/// the removal no time.
 void BenchRun::noteSleep(std::uint32_t ms)
 {
     judge->noteSleep(ms);
@@ -264,8 +266,8 @@ void BenchRun::noteSleep(std::uint32_t ms)
         underWay.wait();
 }
 
-/// Waits until the GUI thread has handled the report of a removal, which is in its event queue already. If
-/// time runs fast, the updater's delays are too short for that.
+/// Waits until the GUI thread has handled the report of a removal, which is already in that thread's event
+/// queue. If time runs fast, the updater's own delays do not give the GUI thread enough time.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())

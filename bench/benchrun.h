@@ -18,7 +18,8 @@ class KernelComputer;
 class MainWindow;
 
 /// Runs the updater on the simulated computer. drive() updates both devices as a user would and checks the
-/// outcome. After a fault it also plugs the device in again and updates once more. GUI thread.
+/// outcome. After an update with a fault it also plugs the faulty device in again and makes another update.
+/// GUI thread.
 class BenchRun : public QObject
 {
     Q_OBJECT
@@ -28,7 +29,7 @@ public:
     ~BenchRun() override;
 
     /// Makes the archive, the devices and the updater's window.
-    /// @return false, with the reason logged, if the archive cannot be written or the bus is not usable.
+    /// @return false if the archive cannot be written or the bus is not usable; the reason is in the log.
     [[nodiscard]] bool prepare();
 
     /// Uses the updater as a user would.
@@ -39,7 +40,7 @@ public:
     /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
-    /// The outcome of the update with the fault.
+    /// The outcome of the update for which a fault was armed.
     struct FaultOutcome
     {
         QString phase; ///< phase in which the fault struck; empty if it did not strike
@@ -54,7 +55,7 @@ public:
 Q_SIGNALS:
     /// Emitted once for each screen on the tour, after the screen's layout is done.
     void screenSeen(const QString& name, QWidget* screen);
-    void finished(int exitCode); ///< ends drive()
+    void finished(int exitCode); ///< makes drive() return @p exitCode
 
 private:
     std::vector<std::uint8_t> imageOf(DeviceType type, int generation, const QString& version) const;
@@ -72,14 +73,14 @@ private:
     void letGuiHandleEvents();
 
     const BenchOptions options;
-    const bool isHurried; ///< time runs faster than real time
+    const bool isHurried; ///< whether time runs faster than real time
     const int lookIntervalMs;
-    std::optional<Fault> fault; ///< fault of the next update; the repair has none
+    std::optional<Fault> fault; ///< fault to arm for the next update; empty for the repair
     FaultOutcome outcomeOfFault;
     EventLog& log;
-    const std::function<void(const std::string&)> logLine; ///< any thread
+    const std::function<void(const std::string&)> logLine; ///< any thread may call it
     const QTemporaryDir folder;
-    const QString archivePath;                                ///< of the archive that the updater loads first
+    const QString archivePath; ///< path of the archive that the updater loads first
     const QMap<DeviceType, std::vector<std::uint8_t>> images; ///< the images in that archive
     VirtualClock virtualClock;
     ScaledClock scaledClock;
@@ -87,11 +88,11 @@ private:
     std::unique_ptr<KernelComputer> kernelComputer; ///< null if the computer is simulated
     ScopedMachine scope;
     std::mutex removalMutex;
-    std::shared_future<void> removal; ///< the last orderly removal; guarded by `removalMutex`
-    std::unique_ptr<Judge> judge;     ///< outlives the pair, whose threads report their sleeps to it
+    std::shared_future<void> removal; ///< the latest orderly removal; guarded by `removalMutex`
+    std::unique_ptr<Judge> judge;     ///< outlives the pair, whose threads report their sleeps to the judge
     std::unique_ptr<SimulatedPair> pair;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<UserDriver> driver;
     QSet<QString> seenScreens;
-    QTimer vainWaits; ///< polls for waits that must be ended
+    QTimer vainWaits; ///< calls endVainWaits() regularly
 };

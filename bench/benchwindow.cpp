@@ -74,7 +74,7 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
 /// because the position that the window manager gives it is not known yet.
 void BenchWindow::placeWindows()
 {
-    constexpr int gap = 16; // wider than the frames of the windows
+    constexpr int gap = 16; // wider than the windows' frames
     constexpr int titleBar = 40;
     constexpr QSize usualSize(860, 640);
     QWidget& updater = run.updater();
@@ -93,12 +93,12 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     const bool isTransmitter = type == DeviceType::Transmitter;
     auto* const box = new QGroupBox(isTransmitter ? tr("Transmitter") : tr("Headset"));
     auto* const rows = new QFormLayout(box);
-    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // some styles do not widen fields
+    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // not every style widens fields
     addState(*rows, tr("State:"), [&device] { return modeOf(device); });
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });
     addFault(*rows, device);
-    // The text contains the device's name so that the two boxes have different mnemonics.
+    // The text contains the device's name so that the two check boxes have different mnemonics.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
     connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
@@ -113,11 +113,11 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     return box;
 }
 
-/// Adds a line that shows a state of the device.
+/// Adds a row that always shows what @p state returns.
 void BenchWindow::addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state)
 {
     auto* const label = new QLabel;
-    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // the text does not resize the window
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // the text does not widen the window
     rows.addRow(name, label);
     connect(&refreshTimer, &QTimer::timeout, label, [=] { label->setText(state()); });
 }
@@ -233,7 +233,8 @@ void BenchWindow::makeArchive(const QString& version, int generation)
     run.updater().setFirmwareFilePath(path);
 }
 
-/// A modal dialog blocks all windows except its own children, so the bench becomes its child.
+/// A modal dialog blocks all windows except its own children, so the bench's window becomes the dialog's
+/// child.
 void BenchWindow::remainUsable()
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -243,8 +244,8 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// Ends the program after one of the two windows was closed. An update in progress runs to its end first, so
-/// time runs at the highest speed.
+/// Ends the program after one of the two windows was closed. The end waits for an update in progress, so time
+/// runs at the highest speed.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

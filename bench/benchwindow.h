@@ -13,9 +13,9 @@ class QFormLayout;
 class SimulatedDevice;
 struct BenchOptions;
 
-/// A small window beside the updater's. It shows the simulated devices, plugs them in, unplugs them and arms
-/// faults in them. It also changes the speed of time, makes archives and shows the log. It is usable while
-/// the updater waits for an answer. Closing it or the updater's window ends the program. GUI thread.
+/// A small window beside the updater's window. It shows the simulated devices, plugs them in, unplugs them
+/// and arms faults in them. It also changes the speed of time, makes archives and shows the log. It remains
+/// usable while the updater shows a dialog. Closing it or the updater's window ends the program. GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
@@ -38,5 +38,5 @@ private:
     void endAfterClosing();
 
     BenchRun& run;
-    QTimer refreshTimer; ///< updates everything that shows a state
+    QTimer refreshTimer; ///< updates the shown states and checks the two windows
 };

@@ -11,8 +11,8 @@
 /// A device's name in the log.
 QString nameOf(DeviceType type);
 
-/// The bench's log: a line per event with the seconds since the start. While the object exists it also
-/// receives the updater's own log. Only one may exist at a time. Any thread.
+/// The bench's log. Each event is a line that starts with the seconds since the log was created. While the
+/// object exists, it also receives the updater's own log. Only one object may exist at a time. Any thread.
 class EventLog : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ class EventLog : public QObject
 public:
     enum class Output { Printed, Kept };
 
-    /// @param logOutput  `Printed`: the lines go to the standard output too.
+    /// @param logOutput  `Printed`: the log also writes its lines to the standard output.
     explicit EventLog(Output logOutput = Output::Printed);
     ~EventLog() override;
 

@@ -11,8 +11,8 @@ constexpr int anyNumber = std::numeric_limits<int>::max();
 constexpr char failedTransfer[] = "a transfer failed, the device stayed";
 constexpr char lostAtLastCommit[] = "the device was lost, noticed after the last commit";
 
-// A request and an answer for the chip identifier, and the same for the revision. The updater makes all four
-// transfers even if one fails.
+// The updater reads the chip identifier and the revision, each with a request and an answer. It makes all
+// four transfers even if one fails.
 constexpr int identificationTransfers = 4;
 
 constexpr Expectation failsWith(int code, int lostTransfers = 0)
@@ -62,21 +62,21 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
         break;
     }
     if (isAtLastCommit(at, commits))
-        return succeeds(2, lostAtLastCommit); // the updater still announces the end of programming
+        return succeeds(2, lostAtLastCommit); // the commit and the announcement of the end of programming
     if (isNoticedLate)
         return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);
 }
 
-/// The outcome if the detector closed the device after the transfers @p at.
+/// The outcome if the detector closes the device's handle after the transfers @p at.
 Expectation whenWithdrawn(const Transfers& at, int commits)
 {
     if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)
-        return succeeds(); // the device is not lent out then
+        return succeeds(); // no updater uses the device's handle then
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
-        return failsWith(FlashingError::DeviceLost, 1); // the end of programming cannot be announced
+        return failsWith(FlashingError::DeviceLost, 1); // the announcement of the end of programming
     return {FlashingError::DeviceLost, 0, 1};
 }
 
@@ -102,7 +102,7 @@ Expectation expectationFor(std::optional<Fault> fault, const std::optional<Trans
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // counts as failed; the updater reads answers in identification only
+    case Fault::ShortAnswer:           // counts as a failed transfer; only identification reads answers
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int imageBytes = 5000; // two chunks, the second one short
+constexpr int imageBytes = 5000; // one full chunk and a part of a second one
 
 /// A device on one chip and revision.
 struct Family
@@ -49,7 +49,7 @@ std::vector<Family> allFamilies()
     return all;
 }
 
-/// Keeps all windows unpainted, to save time.
+/// Prevents the painting of all windows, to save time.
 class Unpainted : public QObject
 {
 public:
@@ -62,9 +62,9 @@ protected:
     }
 };
 
-/// The last transfer from which @p fault must be tried. A fault of an answer strikes in identification only,
-/// because the updater reads no other answers. A fault of a restart that is armed for a later transfer than
-/// the request to leave the application always strikes at the same restart, the last one.
+/// The last transfer for which arming @p fault makes a difference. A fault in an answer strikes during
+/// identification only, because the updater reads no other answers. A fault at a restart that is armed for
+/// any transfer after the request to leave the application strikes at the last restart.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);
@@ -98,7 +98,7 @@ public:
     bool countTransfers();
     void runAll();
     void runSample();
-    /// @return whether all faults were survived.
+    /// @return whether at least one fault was tried and all were survived.
     bool printTotals() const;
 
 private:
@@ -130,7 +130,7 @@ Matrix::Matrix(const BenchOptions& benchOptions)
 }
 
 /// Runs one update and, after a fault, the update that repairs the device. If anything is not as expected, it
-/// prints @p name and the log and returns nothing.
+/// prints @p name and the log and returns no result.
 std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const QString& name)
 {
     EventLog log(EventLog::Output::Kept);
@@ -141,7 +141,7 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
     return std::nullopt;
 }
 
-/// @return false if the options name an unknown family, or if an update fails without a fault.
+/// @return false if the options name an unknown family, or if an update without a fault fails.
 bool Matrix::countTransfers()
 {
     if (families.empty())
@@ -166,7 +166,8 @@ void Matrix::runAll()
     }
 }
 
-/// Draws every kind of fault and every family equally often, whatever the seed is.
+/// Tries a random sample of the faults. Whatever the seed is, it draws the kinds of faults equally often, up
+/// to a difference of one, and the families likewise.
 void Matrix::runSample()
 {
     print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(options.seed));

@@ -2,17 +2,17 @@
 
 struct BenchOptions;
 
-/// Tries every fault at every transfer of an update, through the real windows. The update must end as the
-/// protocol prescribes, and the next one must repair the device.
+/// Tries every fault at every transfer of an update, with the updater's real windows. A fault counts as
+/// survived if the update ends as the protocol prescribes and the next update repairs the device.
 ///
-/// A family is one device on one chip and revision, such as "transmitter-12-2". The firmware is of the first
-/// generation in the families of the transmitter, and of the second in those of the headset.
+/// A family is one device on one chip and revision, such as "transmitter-12-2". The transmitter's families
+/// use the first product generation, the headset's families the second.
 namespace FaultMatrix {
 
 /// Prints the log of each failed run, a line for each family, the totals, and how many of the outcomes shown
 /// to the user were true of both devices. With a sample it also prints a line for each drawn fault.
-/// @param options  family, sample and seed choose the faults. The speed counts on the kernel's bus only;
-///                 elsewhere time is virtual.
+/// @param options  `family`, `sample` and `seed` choose the faults. `speed` has an effect only on the
+///                 kernel's bus, because time is virtual otherwise.
 /// @return the exit code: 0 if all faults were survived, otherwise 1.
 int run(const BenchOptions& options);
 

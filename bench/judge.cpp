@@ -14,7 +14,7 @@ QString windowText(const char* text)
     return QCoreApplication::translate("MainWindow", text);
 }
 
-/// Whether @p fault lets its transfer succeed and takes effect afterwards.
+/// Whether the transfer at which @p fault strikes succeeds and the fault takes effect afterwards.
 bool isWithdrawal(std::optional<Fault> fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;
@@ -67,7 +67,7 @@ void Judge::notePhase(DeviceType type, Phase phase)
 
 QStringList Judge::complaints(const Outcome& outcome) const
 {
-    QThreadPool::globalInstance()->waitForDone(); // one of its threads restores the endpoints
+    QThreadPool::globalInstance()->waitForDone(); // one of the pool's threads restores the endpoints
     QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
@@ -140,8 +140,8 @@ QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
     return QString();
 }
 
-/// The log must name every transfer that failed while the device was programmed. It counts transfers from the
-/// start of programming mode.
+/// The log must name every transfer that failed while the device was programmed. The log counts transfers
+/// from the start of programming mode.
 QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) const
 {
     const QString logged = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
@@ -151,7 +151,7 @@ QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) c
         return QStringLiteral("%1: %2 transfers failed").arg(nameOf(type)).arg(lines.size());
     if (lines.isEmpty())
         return QString();
-    const int leaving = 1; // transfers before programming mode
+    const int leaving = 1; // number of transfers before programming mode
     const int number = scene.pair.device(type).struckAt()->count - leaving + (isWithdrawal(armed) ? 1 : 0);
     return lines.first().contains(logged + QStringLiteral("%1 did not").arg(number))
                ? QString()
@@ -173,7 +173,8 @@ QString Judge::complaintAboutReport(const Outcome& outcome) const
     return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
-/// The audio service must run, the default endpoints must be the earlier ones, and no device may be open.
+/// The audio service must run, the default endpoints must be the same as before the update and must have been
+/// set again, and no device may be open.
 QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)
@@ -186,7 +187,7 @@ QString Judge::complaintAboutComputer() const
     return QString();
 }
 
-/// @return the identifiers of the default endpoints, by flow and role.
+/// @return the identifiers of the default endpoints, ordered by flow and role.
 QStringList Judge::defaultEndpoints() const
 {
     QStringList all;

@@ -19,13 +19,13 @@ class EventLog;
 class Judge
 {
 public:
-    /// What the judge examines. It must outlive the judge.
+    /// What the judge examines. The objects that it refers to must outlive the judge.
     struct Scene
     {
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< noteSleep() reports every wait; delays are checked to the millisecond
+        bool isTimeVirtual; ///< noteSleep() reports every wait, so delays are checked to the millisecond
         EventLog& log;
     };
     explicit Judge(const Scene& judged);
@@ -42,7 +42,7 @@ public:
     /// @return what differs from the expected outcome.
     QStringList complaints(const Outcome& outcome) const;
 
-    /// The documented exception that lets the ended update show success although a memory differs from the
+    /// The documented exception that allows the updater to show success although a memory differs from the
     /// image; empty if the shown outcome is true of both devices.
     QString exception(const Outcome& outcome) const;
 
@@ -66,6 +66,6 @@ private:
 
     mutable std::mutex mutex; ///< guards what follows
     std::map<std::thread::id, std::int64_t> sleptMs;
-    std::map<DeviceType, std::int64_t> startedMs; ///< sleep of the device's thread before the configuration
-    std::map<DeviceType, std::int64_t> programmedMs; ///< sleep from then until the end-of-programming request
+    std::map<DeviceType, std::int64_t> startedMs;    ///< time the device's thread slept before configuring
+    std::map<DeviceType, std::int64_t> programmedMs; ///< time slept from then until the end of programming
 };

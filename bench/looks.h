@@ -8,7 +8,7 @@ namespace Looks {
 /// Sets the usual text size and turns off subpixel antialiasing, which suits only one kind of screen.
 void setFont();
 
-/// @return light text on a dark background.
+/// @return a palette with light text on a dark background.
 QPalette darkPalette();
 
 } // namespace Looks

@@ -17,8 +17,8 @@ namespace {
 
 constexpr int failure = 1;
 
-/// If there is no display, chooses one in memory with 96 dots per inch. Call it before the application object
-/// is created.
+/// If there is no display, makes Qt draw into memory at 96 dots per inch. Call it before the application
+/// object is created.
 void chooseDisplay()
 {
     for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -55,7 +55,7 @@ int runBench(const BenchOptions& options)
 
 int main(int argc, char* argv[])
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // each line appears at once in a log file
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // so that each line appears in a log file at once
     chooseDisplay();
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);

@@ -41,7 +41,8 @@ void chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Leaves the transmitter in programming mode with unreadable memory.
+/// Makes the transmitter look like one whose update was broken off: in programming mode, with unreadable
+/// memory.
 void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
@@ -63,7 +64,7 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // This state is too short for a stop of the tour.
+    // The main page is in this state too briefly for a stop of the tour.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

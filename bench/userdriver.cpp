@@ -142,7 +142,7 @@ void UserDriver::follow(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
-    constexpr int fullPercent = 95; // a transmitter makes four of the five announced steps per sector
+    constexpr int fullPercent = 95; // below 100: a transmitter makes only 4 of 5 announced steps per sector
     const QByteArray name = nameOf(type).toLatin1();
     const QString text = labelText(dialog, name + "InfoLabel");
     if (text.isEmpty())

@@ -30,13 +30,13 @@ struct Outcome
 /// A screen of the updater, and what the user does there on a tour.
 struct Stop
 {
-    const char* name;                 ///< name of its picture; null if no picture is taken
+    const char* name;                 ///< name of the screen's picture; null if no picture is taken
     std::function<QWidget*()> screen; ///< returns null while the screen is not shown
     std::function<void()> act;
 };
 
-/// Uses the updater as a user would, by its widgets: waits for both devices, presses Update, answers the
-/// questions, follows the progress bars, closes the dialog, and reports how the run ended. GUI thread.
+/// Uses the updater's widgets as a user would: waits for both devices, presses Update, answers the questions,
+/// follows the progress bars, closes the dialog, and reports how the update ended. GUI thread.
 class UserDriver : public QObject
 {
     Q_OBJECT
@@ -50,26 +50,27 @@ public:
     /// Makes the driver visit @p tourStops in order instead of updating; tourEnded() reports the end.
     void takeTour(std::vector<Stop> tourStops) { tour = std::move(tourStops); }
 
-    /// Presses Back on the failure report and goes on to the next update.
+    /// Presses Back on the failure report. The driver then makes the next update.
     void tryAgain();
 
     // Used by the stops of a tour.
 
     MainWindow& updater() const { return window; }
     static QMessageBox* messageBox();
-    bool isStartScreen() const; ///< false also if a box is in front of it
-    /// The main page; null until all devices are identified, and while a box is in front of it.
+    bool isStartScreen() const; ///< false if a dialog is in front of the start screen
+    /// The main page; null while another screen is shown, devices are being identified, or a dialog is in
+    /// front.
     QWidget* mainPage() const;
     void pressUpdate();
 
 Q_SIGNALS:
     /// Reports an event as a line for the log.
     void happened(const QString& event);
-    /// @p screen is shown. Emitted again each time the driver looks at it.
+    /// Reports that @p screen is shown, each time the driver looks at it.
     void screenSeen(const QString& name, QWidget* screen);
-    /// The driver is about to press Update.
+    /// Emitted just before the driver presses Update.
     void updateRequested();
-    /// The pairing instructions or the failure report are shown.
+    /// Emitted when the pairing instructions or the failure report are shown.
     void ended(const Outcome& outcome);
     void tourEnded();
 
@@ -84,8 +85,8 @@ private:
     void end(bool isFailed);
 
     MainWindow& window;
-    std::vector<Stop> tour;  ///< empty if the driver updates
-    std::size_t reached = 0; ///< number of stops of the tour that were reached
+    std::vector<Stop> tour;  ///< empty if the driver makes updates instead
+    std::size_t reached = 0; ///< number of stops that were visited
     QTimer timer;
     bool isUpdating = false; ///< true from the press on Update to the screen with the result
     Outcome outcome;         ///< outcome of the last update

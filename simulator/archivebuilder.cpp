@@ -57,7 +57,7 @@ std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterIm
 bool write(const QString& path, const std::vector<ArchiveEntry>& entries)
 {
     QuaZip archive(path);
-    archive.setDataDescriptorWritingEnabled(false); // most tools write the sizes before the data
+    archive.setDataDescriptorWritingEnabled(false); // like most tools, put the sizes before the data
     if (!archive.open(QuaZip::mdCreate))
         return false;
     for (const ArchiveEntry& entry : entries) {

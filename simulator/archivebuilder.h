@@ -25,17 +25,17 @@ struct ArchiveEntry
     QByteArray contents;
 };
 
-/// Writes firmware archives like those of a release.
+/// Writes firmware archives like those that users get.
 ///
 ///     const auto entries = ArchiveBuilder::release(ImageBuilder::build(ImageBuilder::transmitter(1)),
 ///                                                  ImageBuilder::build(ImageBuilder::headset()), "Notes");
 ///     if (!ArchiveBuilder::write(path, entries)) ...
 namespace ArchiveBuilder {
 
-/// The image as hexadecimal text: a byte per line in different spellings, with comment lines and remarks.
+/// The image as hexadecimal text: one byte per line, in different spellings, with comment lines and remarks.
 QByteArray imageText(const std::vector<std::uint8_t>& image);
 
-/// Both images and the release notes, under the names of a release.
+/// Both images and the release notes, under the file names that a release uses.
 std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterImage,
                                   const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes);

@@ -8,7 +8,8 @@
 #include <mutex>
 #include <utility>
 
-/// Runs each task on a thread of its own; the destructor waits for all. Any thread may call all operations.
+/// Runs each task on a thread of its own. The destructor waits until all tasks have ended. Any thread may
+/// call all operations.
 class BackgroundTasks
 {
 public:

@@ -11,18 +11,18 @@
 /// The outcome of a feature-report transfer.
 enum class [[nodiscard]] Transfer{
     Done,
-    Failed, ///< the device remains, but the report was lost
+    Failed, ///< the device remains connected, but the report was lost
     Gone,   ///< the device went away during the transfer
 };
 
-/// Serves the feature reports of one HID interface. Any thread may call it, several at a time.
+/// Serves the feature reports of one HID interface. Several threads may call it at the same time.
 struct FeatureReports
 {
-    /// Takes one report; @p report[0] is the report ID.
+    /// Receives one report from the computer; @p report[0] is the report ID.
     std::function<Transfer(const std::uint8_t* report, std::size_t size)> set;
 
-    /// Answers the report whose ID is in @p report[0] with at most @p size bytes, the report ID included, and
-    /// sets @p received to their number.
+    /// Replaces @p report, which starts with the report ID, by the answer of at most @p size bytes including
+    /// the report ID. Sets @p received to the number of bytes.
     std::function<Transfer(std::uint8_t* report, std::size_t size, std::size_t& received)> get;
 };
 
@@ -36,7 +36,7 @@ struct FeatureReportFormat
 /// A USB interface of the HID class with its one top-level collection.
 struct HidInterface
 {
-    std::optional<int> number;   ///< set for a function of a composite device (USB 2.0 section 5.2.3)
+    std::optional<int> number;   ///< empty unless the device is composite (USB 2.0 section 5.2.3)
     std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
     std::vector<FeatureReportFormat> featureReports;
@@ -54,25 +54,27 @@ struct BusDevice
     std::vector<HidInterface> interfaces;
 };
 
-/// What a simulated device is plugged into: the simulated computer, or the HID stack of a real one. Every
-/// operation may be called on any thread; all but requestRemoval() also from inside a transfer of the device.
+/// What a simulated device is plugged into: the simulated computer, or the HID stack of a real computer.
+/// Every operation may be called on any thread; all but requestRemoval() also from inside a transfer of the
+/// device.
 class Bus
 {
 public:
     virtual ~Bus() = default;
 
-    /// Connects the device. Returns when the computer knows of it.
+    /// Connects the device. Returns when the computer knows the device.
     virtual void attach(const BusDevice& device) = 0;
 
-    /// Disconnects the device at @p port, even if programs have it open. No transfer starts from then on.
-    /// Returns when the computer knows of the removal. If the bus can find that out, it also waits until
-    /// every listener has handled the removal.
+    /// Disconnects the device at @p port, even if programs have it open. No transfer starts after that.
+    /// Returns when the computer knows of the removal, and, on a bus that can find this out, when every
+    /// listener has handled the removal.
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that
     /// is asked has answered. Must not be called from inside a transfer on the same thread, because a program
     /// answers only when its transfer in progress has ended.
-    /// @param isHeld  whether another program keeps the device open, so that the computer refuses.
-    /// @return whether the device is removed; always false if the computer knows no such request.
+    /// @param isHeld  whether another program keeps the device open, so that the computer refuses the
+    ///                removal.
+    /// @return whether the device is removed; always false on a bus that has no such request.
     virtual bool requestRemoval(int /*port*/, bool /*isHeld*/) { return false; }
 };

@@ -57,7 +57,7 @@ Fault FaultPlan::countTransfer(std::optional<Phase> phase, bool isAnswer)
     return striking == Fault::None && isAnswer ? strike(FaultDescription::Answer) : striking;
 }
 
-/// @return the armed fault if it strikes at @p event, which happens now; otherwise `None`.
+/// Call it when @p event happens. @return the armed fault if it strikes now, otherwise `None`.
 Fault FaultPlan::strike(FaultDescription::Event event)
 {
     if (armed == Fault::None || descriptionOf(armed).strikesAt != event || made.count < atTransfer)

@@ -7,30 +7,31 @@
 
 #include "simulatedchip.h"
 
-/// What can go wrong with a simulated device. A fault strikes once.
+/// What can go wrong with a simulated device. An armed fault strikes once.
 enum class Fault {
     None,
     Vanish,         ///< the cable is pulled; the device stays away until it is plugged in
-    PowerLost,      ///< it loses power and RAM, and comes back by itself
+    PowerLost,      ///< the device loses power and its RAM contents, and comes back by itself
     NoData,         ///< the answer has the status "no data"
     TransferFails,  ///< the transfer fails and does not reach the chip
     ShortAnswer,    ///< the answer is cut short
     WrongIdentity,  ///< from then on the chip reports an unknown identifier
-    RefuseOpen,     ///< it restarts and cannot be opened until it is plugged in again
-    NeverBack,      ///< it restarts and stays away until it is plugged in
-    OtherPort,      ///< it restarts and comes back on another port
+    RefuseOpen,     ///< after a restart the device cannot be opened until it is plugged in again
+    NeverBack,      ///< after a restart the device stays away until it is plugged in
+    OtherPort,      ///< after a restart the device comes back on another port
     Removed,        ///< the computer removes the device in an orderly way, unless a program keeps it open
-    RemovalRefused, ///< the same, but another program keeps the device open
+    RemovalRefused, ///< the computer is asked to remove the device, but another program keeps it open
 };
 
 struct FaultDescription
 {
-    /// The event at which a fault strikes: the first of its kind from the given transfer on.
+    /// The kind of event at which a fault strikes. It strikes at the first such event from the armed transfer
+    /// on.
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
     Event strikesAt;
-    bool needsLayer;  ///< only the simulated computer can do it
+    bool needsLayer;  ///< only the simulated computer can produce it
     const char* name; ///< name on the command line
     const char* explanation;
 };
@@ -41,34 +42,36 @@ const FaultDescription& descriptionOf(Fault fault); ///< @p fault must not be `N
 
 std::optional<Fault> faultByName(const std::string& name);
 
-/// Feature-report transfers since a fault was armed or cleared.
+/// The feature-report transfers since a fault was last armed or cleared.
 struct Transfers
 {
     int count = 0;
-    Phase phase = Phase::Leave;   ///< phase of the last transfer
-    std::map<Phase, int> inPhase; ///< transfers in each phase that was reached
+    Phase phase = Phase::Leave;   ///< phase of the latest transfer
+    std::map<Phase, int> inPhase; ///< number of transfers in each phase that was reached
 };
 
-/// Counts a device's transfers and decides when its armed fault strikes. Its device guards it with a lock.
+/// Counts a device's transfers and decides when its armed fault strikes. Not thread-safe: the device guards
+/// it with a lock.
 class FaultPlan
 {
 public:
     FaultPlan() = default;
-    /// @param transfer  the fault strikes from this transfer on; 1 is the next.
+    /// @param transfer  earliest transfer at which the fault strikes; 1 is the next transfer.
     FaultPlan(Fault fault, int transfer);
 
-    /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the last one.
+    /// Counts a transfer. @p phase is empty if the transfer belongs to the same phase as the transfer before
+    /// it.
     /// @return the fault that strikes at this transfer, or `None`.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
 
     /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// Call it when a fault that takes time has taken effect: it counts as having struck now.
+    /// Call it when a fault that takes time has taken effect. From then on the fault counts as struck now.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }
-    /// The transfers up to the one at which the fault struck; nothing if it has not struck.
+    /// The transfers up to and including the one at which the fault struck; empty if it has not struck.
     const std::optional<Transfers>& struckAt() const { return struck; }
 
 private:

@@ -2,7 +2,8 @@
 
 namespace {
 
-// Short items (HID 1.11 sections 6.2.2.4 to 6.2.2.8). The two lowest bits count the data bytes.
+// Short items (HID 1.11 sections 6.2.2.4 to 6.2.2.8). The two lowest bits of an item are the number of its
+// data bytes.
 enum Item : std::uint8_t {
     UsagePage = 0x06,
     Usage = 0x0A,

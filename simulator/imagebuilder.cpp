@@ -10,7 +10,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
-constexpr std::size_t unreadTailBytes = 4; // the updater includes the header in a version file's length
+constexpr std::size_t unreadTailBytes = 4; // the updater reads the length as if it included the header
 
 constexpr std::uint8_t headerBlockBytes = 11; // length of the block between header and file table
 constexpr std::size_t memoryUnit = 64;
@@ -102,7 +102,7 @@ Bytes build(const ImageOptions& options)
     image.resize(image.size() + headerBlockBytes, 0x33);
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
         image.insert(image.end(), entry.begin(), entry.end());
-    image.resize(image.size() + 5, endOfTable); // readers of an entry's header read one byte more
+    image.resize(image.size() + 5, endOfTable); // a reader of an entry's header reads one byte beyond it
     image.reserve(options.size);
     std::mt19937 generator(options.seed); // its sequence is the same on every system
     while (image.size() < options.size)
@@ -127,7 +127,7 @@ Bytes versionEntry(const std::string& text)
 Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
     const Bytes contents{
-        // Before the records: their length plus 9.
+        // Ten bytes before the records; the first is the length of the records plus 9.
         0x15, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
         // A record for each descriptor: type, 0, offset from the first record, length.
         0x01, 0x00, 0x0C, 0x00, 0x12, 0x00, //

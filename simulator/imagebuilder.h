@@ -9,15 +9,16 @@
 /// The contents of a firmware image. `ImageBuilder::transmitter()` and `headset()` return the usual contents,
 /// which the caller may change.
 ///
-/// The updater reads at most 32 bytes of the version entry (version, comma, remark) from a device. The entry
-/// must not be longer in an image that a device runs.
+/// In an image that a device runs, the version entry (version, comma, remark) must not be longer than 32
+/// bytes, because the updater reads no more of it from a device.
 struct ImageOptions
 {
-    std::size_t size = 8192; ///< bytes of the image, which is longer if its table needs more
+    std::size_t size = 8192; ///< size of the image in bytes; build() exceeds it if the table needs more
 
     /// The first two bytes, which describe the memory that the image is built for. From the highest bit on:
     /// - 4 bits: a code; a page has 2 << code bytes
-    /// - 4 bits: a code; the memory has 64 << code bytes. 0: the smallest memory that holds the image
+    /// - 4 bits: a code; the memory has 64 << code bytes. Code 0 means the smallest memory that holds the
+    ///   image
     /// - 2 bits: unused
     /// - 2 bits: configuration
     /// - 4 bits: a code; a sector has 64 << code bytes (transmitter only)
@@ -27,11 +28,11 @@ struct ImageOptions
     std::uint16_t vendorId = 0x7A31;
     std::uint16_t productId = 0x0004;
 
-    /// The file table's entries in order (see the functions below); if empty, the usual four: filler,
-    /// version, filler, USB descriptors.
+    /// The file table's entries in order (see the functions below). If it is empty, the image gets the usual
+    /// four entries: filler, version, filler, USB descriptors.
     std::vector<std::vector<std::uint8_t>> entries;
 
-    std::uint32_t seed = 1; ///< seed of the payload after the table
+    std::uint32_t seed = 1; ///< seed of the pseudo-random bytes after the table
 };
 
 /// Builds firmware images like real ones: header, table of typed files, end mark, and then pseudo-random
@@ -49,12 +50,12 @@ struct Identity
     std::uint16_t productId = 0;
 };
 
-/// The identity of the image at the start of @p memory; nothing if it is not valid. Independent of the
-/// updater's own inspection, so that tests can compare the two.
+/// The identity of the image at the start of @p memory; empty if the image is not valid. The function does
+/// not use the updater's own inspection, so that tests can compare both results.
 std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory);
 
-/// The USB product identifiers of the transmitter's generations, the first one first. They are not taken from
-/// the updater's table; a test compares the two.
+/// The USB product identifiers of the transmitter, in the order of its generations. They are not taken from
+/// the updater's table; a test compares both lists.
 constexpr std::uint16_t transmitterProductIds[] = {
     0x0004,
     0x0003,
@@ -68,7 +69,8 @@ std::vector<std::uint8_t> build(const ImageOptions& options);
 /// A file entry: identifier, length of the contents, contents.
 std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
-/// The version file with the text @p text (version, comma, remark). Its last four bytes are never read.
+/// The version file with the text @p text (version, comma, remark). It ends with four zero bytes, because the
+/// updater does not read an entry's last four bytes.
 std::vector<std::uint8_t> versionEntry(const std::string& text);
 
 /// A USB descriptor file with a device and a configuration descriptor.

@@ -8,12 +8,12 @@
 #include "simulatedmachine.h"
 #include "uhidbus.h"
 
-/// A simulated computer with the devices and the user's session of the Linux system that the program runs on.
-/// Its bus plugs devices into the kernel.
+/// A computer that is simulated except for the devices and the user's session: they are those of the Linux
+/// system that the program runs on. Its bus plugs devices into the kernel.
 class KernelComputer
 {
 public:
-    /// @param otherwise  everything but the devices and the session; borrowed.
+    /// @param otherwise  provides everything but the devices and the session; must outlive this object.
     /// @param log        see LinuxDeviceTree and LoginSession.
     KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log)
         : devices(log)

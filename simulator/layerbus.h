@@ -18,7 +18,7 @@ public:
     void detach(int port) override;
     bool requestRemoval(int port, bool isHeld) override;
 
-    /// The path that opens the last interface of the device at @p port; empty without a device.
+    /// The path that opens the last interface of the device at @p port; empty if there is no device.
     std::wstring channelPath(int port) const;
 
 private:

@@ -37,7 +37,7 @@ enum {
     SectorSize = 20
 };
 
-/// Each code from 1 on means twice the size of the one before.
+/// Code 1 means twice @p unit, and each further code twice the size of the code before it.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
     return code == 0 ? 0 : unit << code;
@@ -119,7 +119,8 @@ SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std
     return {payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait, payload[0], [] {}};
 }
 
-/// Understands a payload that consists of class, 04 00 00, N, operation, operands.
+/// Understands a payload that consists of class, 04 00 00, N (number of operand bytes plus 2), operation,
+/// operands.
 SimulatedChip::Command SimulatedChip::understandOperation(const std::uint8_t* payload, std::size_t size)
 {
     constexpr std::size_t operationOffset = 5;
@@ -233,7 +234,8 @@ void SimulatedChip::erase()
     std::fill(flash.begin() + address, flash.begin() + static_cast<std::ptrdiff_t>(end), erased);
 }
 
-/// Whether mode, pins and geometry are what this hardware needs.
+/// Whether mode, pins and geometry are what this hardware needs. If not, it records why it refuses
+/// @p operation.
 bool SimulatedChip::isLoaderSetUp(const char* operation)
 {
     const char* missing = nullptr;

@@ -14,7 +14,8 @@
 ///
 /// The transmitter's memory is NOR flash: programming only clears bits, and an erase sets one sector to 0xFF.
 /// The headset's memory is overwritten in place. The chip refuses a command that is malformed or that comes
-/// before its set-up, and records the reason. Not thread-safe: the device guards it with a lock.
+/// before the set-up that it needs, and records the reason. Not thread-safe: the device guards it with a
+/// lock.
 class SimulatedChip
 {
 public:
@@ -23,10 +24,10 @@ public:
     static constexpr int leaveApplication = 0x0A;  ///< code of a control request
     static constexpr int endOfProgramming = 0x05;  ///< code of a control request
     static constexpr std::size_t statusOffset = 1; ///< offset of the status in an answer
-    static constexpr std::uint8_t noData = 0x01;   ///< the status if nothing is prepared
+    static constexpr std::uint8_t noData = 0x01;   ///< status of an answer without data
 
-    /// A chip that the simulator knows. `models()` is independent of the updater's table, so that tests can
-    /// compare the two.
+    /// A chip that the simulator knows. `models()` is not taken from the updater's table, so that tests can
+    /// compare both.
     struct Model
     {
         int chipId;
@@ -41,7 +42,7 @@ public:
     static const std::vector<Model>& models();
     static const Model* modelOf(int chipId, int revision); ///< null if the simulator does not know the chip
 
-    /// The memory that an image announces in its first two bytes; sizes in bytes, 0 if there is none.
+    /// The memory that an image announces in its first two bytes. Sizes are in bytes; 0 if none is announced.
     struct Geometry
     {
         std::uint32_t memorySize = 0;
@@ -52,11 +53,12 @@ public:
     static Geometry geometryOf(DeviceType device, const std::vector<std::uint8_t>& image);
 
     /// A chip that is not among `models()` answers reads and refuses everything that needs its loader.
-    /// @param device  the device that contains the chip. Its memory is the one that @p image announces.
-    /// @param image   what the memory holds at first; the rest of the memory is erased.
+    /// @param device  the device that contains the chip.
+    /// @param image   the first content of the memory; announces the memory's size. The rest of the memory is
+    ///                erased.
     SimulatedChip(DeviceType device, int chipId, int revision, const std::vector<std::uint8_t>& image);
 
-    /// Starts the chip. RAM and control block lose their content.
+    /// Starts the chip. The RAM and the control block lose their contents.
     /// @param inLoader  whether the loader runs instead of the application. Only the loader accepts data
     ///                  packets, commits and erases.
     void powerUp(bool inLoader);
@@ -68,11 +70,11 @@ public:
     {
         std::optional<Phase> phase;    ///< empty if the report belongs to no particular phase
         int controlRequest = 0;        ///< code of the control request for the device; 0: none
-        std::function<void()> execute; ///< executes or refuses the command; the report must still exist
+        std::function<void()> execute; ///< executes or refuses the command; call it while the report exists
     };
     Command understand(const std::uint8_t* report, std::size_t size);
 
-    /// The answer to the last memory-read request, or "no data".
+    /// The answer to the last memory-read request; "no data" if there is none or it was answered already.
     std::vector<std::uint8_t> answer(std::size_t size);
 
     DeviceType device() const { return type; }
@@ -101,7 +103,7 @@ private:
     const Geometry geometry;
     std::vector<std::uint8_t> ram;
     std::vector<std::uint8_t> flash;
-    std::vector<std::uint8_t> prepared; ///< the next answer
+    std::vector<std::uint8_t> prepared; ///< data of the next answer
     bool isProgramming = false;
     bool hasWrongIdentity = false;
     std::vector<std::string> refused;

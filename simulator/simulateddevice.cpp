@@ -19,7 +19,7 @@ constexpr std::uint16_t headsetLoaderProductId = 0x0101;
 constexpr std::uint16_t consumerPage = 0x000C;
 constexpr std::uint16_t vendorPage = 0xFF00;
 constexpr std::uint16_t firstUsage = 0x0001;
-constexpr int consumerInterface = 2; // the audio functions come before it
+constexpr int consumerInterface = 2; // the audio functions have lower numbers
 constexpr int channelInterface = 3;
 
 const std::vector<FeatureReportFormat> applicationReports{{SimulatedChip::commandReportId, 63}};
@@ -125,8 +125,8 @@ Transfer SimulatedDevice::get(int ofConnection, std::uint8_t* report, std::size_
     return Transfer::Done;
 }
 
-/// Applies @p fault to the transfer in progress, the last of @p made.
-/// @return the outcome of the transfer; nothing if the chip still receives the transfer.
+/// Applies @p fault to the transfer in progress, which @p made already counts.
+/// @return the outcome of the transfer; empty if the transfer goes on to the chip.
 std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& made)
 {
     const std::string at = " at transfer " + std::to_string(made.count) + " (" + phaseName(made.phase) + ")";
@@ -149,7 +149,7 @@ std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& ma
         return std::nullopt;
     }
     default:
-        return std::nullopt; // the fault concerns the answer or a restart
+        return std::nullopt; // these faults take effect in the answer or at a restart
     }
 }
 
@@ -166,7 +166,8 @@ Transfer SimulatedDevice::vanish(bool comesBack)
     return Transfer::Gone;
 }
 
-/// Requests the removal on a separate thread: a program may answer only after the transfer in progress.
+/// Requests the removal on a separate thread, because a program may answer only after the transfer in
+/// progress.
 void SimulatedDevice::requestRemoval(bool isHeld)
 {
     const std::shared_future<void> removal = background.start([this, isHeld] {
@@ -207,7 +208,7 @@ void SimulatedDevice::restart(int controlRequest)
     later(moves);
 }
 
-/// Makes the moves after their delays, unless a user moves the cable meanwhile.
+/// Makes the moves on a separate thread, each after its delay, until someone moves the cable.
 void SimulatedDevice::later(const std::vector<Move>& moves)
 {
     background.start([this, moves, planned = cableMoves.load()] {
@@ -239,8 +240,8 @@ void SimulatedDevice::connectToBus()
 }
 
 /// The device as a computer sees it. In programming mode it has the identity of its chip's loader, otherwise
-/// that of the firmware in its memory. If that firmware is not valid, it has its usual identity. Call it with
-/// `mutex` locked.
+/// that of the firmware in its memory. If that firmware is not valid, the device has its usual identity. Call
+/// it with `mutex` locked.
 BusDevice SimulatedDevice::busDevice()
 {
     auto serves = std::make_shared<FeatureReports>();

@@ -13,7 +13,7 @@
 #include "faults.h"
 #include "simulatedchip.h"
 
-/// Blocks the calling thread for @p ms milliseconds of whatever clock the simulation runs by.
+/// Blocks the calling thread for @p ms milliseconds of the simulation's clock.
 using SleepFunction = std::function<void(std::uint32_t ms)>;
 
 /// A transmitter or headset on a port of a bus.
@@ -21,7 +21,7 @@ using SleepFunction = std::function<void(std::uint32_t ms)>;
 /// In normal mode the device has the identity of the firmware in its memory. It shows two HID interfaces, one
 /// for consumer control and a vendor-defined one. In programming mode it shows the one interface of its
 /// chip's loader. A request to leave the application starts programming mode. An end-of-programming request
-/// ends it if the memory then holds a valid image. A loss of power does not change the mode.
+/// ends programming mode if the memory then holds a valid image. A loss of power does not change the mode.
 ///
 /// Restarts take time and run on the device's threads. All operations may be called on any thread. Nothing
 /// may use the device when it is destroyed.
@@ -37,7 +37,7 @@ public:
         int revision = 2;
         std::vector<std::uint8_t> image; ///< first content of the memory; announces the memory's size
         int port = 1;
-        /// Gets a line of text for each event of the device, on the thread where it happens.
+        /// Called with a line of text for each event of the device, on the thread where the event happens.
         std::function<void(const std::string&)> report;
     };
     /// @param clockSleep  blocks for the delays of a restart.
@@ -46,15 +46,17 @@ public:
 
     void plugIn();
     void unplug();
-    /// Carries out a control request: restarts the device in another mode, or ignores an unknown request.
+    /// Carries out a control request: restarts the device in the mode that the request leads to. Ignores an
+    /// unknown request.
     void restart(int controlRequest);
 
-    /// Arms a fault. It strikes from the @p transfer-th feature-report transfer on; 1 is the next transfer.
+    /// Arms a fault. @p transfer is the earliest feature-report transfer at which it strikes; 1 is the next
+    /// transfer.
     void setFault(Fault fault, int transfer);
     void clearFault();
 
     /// Called on the transferring thread when a fault has made the device vanish and all listeners of the bus
-    /// have handled that. Set it before the device is plugged in.
+    /// have handled its removal. Set it before the device is plugged in.
     std::function<void()> onVanished;
     /// Called on the transferring thread when the first transfer of a phase has succeeded. Arming or clearing
     /// a fault makes every phase count as new. Set it before the device is plugged in.
@@ -67,16 +69,16 @@ public:
 
     // What it recorded.
 
-    /// The transfers since a fault was armed or cleared.
+    /// The transfers since a fault was last armed or cleared.
     Transfers transfers() const { return copyOf(faults.transfers()); }
-    /// The transfers up to the one at which the fault struck; nothing if it has not struck.
+    /// The transfers up to and including the one at which the fault struck; empty if it has not struck.
     std::optional<Transfers> struckAt() const { return copyOf(faults.struckAt()); }
-    /// Returns false also while the device restarts.
+    /// Whether the device is connected; false also while it is away because of a restart.
     bool isPluggedIn() const { return copyOf(isPresent); }
     bool isProgramming() const { return copyOf(programming); }
     /// Whether no restart and no orderly removal is under way.
     bool isSettled() const { return background.areOver(); }
-    /// The port that the device is plugged into, or was last.
+    /// The port that the device is plugged into, or was plugged into last.
     int port() const { return copyOf(lastPort); }
     std::vector<std::uint8_t> memory() const { return copyOf(chip.memory()); }
     /// Why the chip refused commands, in order.
@@ -92,11 +94,11 @@ private:
 
     struct Move
     {
-        std::uint32_t delayMs; ///< after the previous move
+        std::uint32_t delayMs; ///< delay after the previous move
         void (SimulatedDevice::*make)();
     };
 
-    // Answers to transfers. A transfer that was started on an earlier connection never reaches the device.
+    // Answer transfers. A transfer that was started on an earlier connection never reaches the device.
     Transfer set(int ofConnection, const std::uint8_t* report, std::size_t size);
     Transfer get(int ofConnection, std::uint8_t* report, std::size_t size, std::size_t& received);
 
@@ -117,8 +119,8 @@ private:
     const SleepFunction sleep;
     const std::function<void(const std::string&)> reportTo;
 
-    std::mutex moving;                ///< held while the device connects or disconnects; taken before `mutex`
-    std::atomic<int> cableMoves = {}; ///< each move cancels the restarts planned before it
+    std::mutex moving;                ///< held to connect or disconnect the device; lock it before `mutex`
+    std::atomic<int> cableMoves = {}; ///< counts cable moves; each cancels the restarts planned before it
     mutable std::mutex mutex;         ///< guards what follows; never held while the bus is called
     SimulatedChip chip;
     FaultPlan faults;
@@ -126,7 +128,7 @@ private:
     int lastPort = 0;
     int connection = 0; ///< counts the connections to the bus
     bool isPresent = false;
-    bool refusesOpen = false; ///< lasts until the device is plugged in again
+    bool refusesOpen = false; ///< no program can open it until it is plugged in again or restarts
     bool programming = false;
 
     BackgroundTasks background;

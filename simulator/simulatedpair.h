@@ -17,11 +17,12 @@ public:
         int generation = 1; ///< generation of the installed transmitter firmware; 1 is the first
         int chipId = 12;
         int revision = 2;
-        /// Images for the two devices. A device gets a memory for an image of that size.
+        /// The images that will be installed on the two devices. Each device gets a memory of the size that
+        /// its image needs.
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< see SimulatedDevice::Setup::report
-        Bus* bus = nullptr; ///< borrowed; null: the bus of the computer's device tree
+        Bus* bus = nullptr; ///< must outlive the pair; null: the bus of the computer's device tree
     };
 
     /// Both devices hold an older firmware and are not plugged in.

@@ -31,7 +31,7 @@ void copyText(const std::string& text, __u8 (&field)[Size])
 
 } // namespace
 
-/// One interface in the kernel. The kernel removes the interface when the file is closed.
+/// One interface in the kernel. The kernel removes the interface when `file` is closed.
 class UhidBus::Attached
 {
 public:
@@ -115,7 +115,7 @@ private:
         send(reply);
     }
 
-    /// The report's length with its ID; 0 if there is no such report.
+    /// The report's length including its ID; 0 if there is no such report.
     std::size_t reportBytes(std::uint8_t id) const
     {
         for (const FeatureReportFormat& format : interface.featureReports) {
@@ -127,7 +127,7 @@ private:
 
     static __u16 errorOf(Transfer outcome) { return outcome == Transfer::Done ? 0 : EIO; }
 
-    /// Failures are ignored: they happen after the interface has left, when nobody waits for an answer.
+    /// Ignores failures: they happen only after the interface has left, when nobody waits for an answer.
     void send(const uhid_event& event) const { static_cast<void>(!::write(file, &event, sizeof(event))); }
 
     const HidInterface interface;
@@ -168,8 +168,8 @@ void UhidBus::detach(int port)
         const std::lock_guard<std::mutex> guard(mutex);
         leaving.swap(ports[port]);
     }
-    // When an interface leaves, the kernel drops an answer that the program has not fetched yet. The wait is
-    // in real time, whatever clock the simulation uses.
+    // When an interface leaves, the kernel drops an answer that the program has not fetched yet, so give the
+    // program time to fetch it. The wait is in real time, whatever clock the simulation uses.
     std::this_thread::sleep_for(answerTime);
     for (const auto& interface : leaving)
         interface->leave();

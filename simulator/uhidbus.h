@@ -10,7 +10,7 @@
 #include "bus.h"
 
 /// The HID bus of the Linux kernel that the program runs on: each interface is a USB HID device that is
-/// created through /dev/uhid. BusDevice::refusesOpen has no effect: root may open every device.
+/// created through /dev/uhid. BusDevice::refusesOpen has no effect, because root may open every device.
 ///
 /// The bus serves the reports of each interface on a thread of its own.
 class UhidBus : public Bus
@@ -20,7 +20,7 @@ public:
     static std::string obstacle();
 
     UhidBus() = default;
-    /// Detaches what is attached and waits until the last transfer is over.
+    /// Detaches all devices and waits until the last transfer is over.
     ~UhidBus() override;
     UhidBus(const UhidBus&) = delete;
     UhidBus& operator=(const UhidBus&) = delete;

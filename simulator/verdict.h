@@ -11,7 +11,8 @@
 /// Compares a device's memory with the image for it, and totals the protocol's fixed delays for that image.
 namespace Verdict {
 
-/// The offset of the first byte in which @p memory differs from @p image; nothing if they are equal.
+/// The offset of the first byte in which @p memory differs from @p image; empty if the memory starts with the
+/// image.
 std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memory,
                                            const std::vector<std::uint8_t>& image);
 
@@ -19,7 +20,7 @@ std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memo
 std::string versionOf(const std::vector<std::uint8_t>& memory);
 
 /// @return a text such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
-/// @param before  the memory before the update.
+/// @param before  the memory's contents before the update.
 std::string text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
                  const std::vector<std::uint8_t>& image);
 
