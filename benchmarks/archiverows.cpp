@@ -17,7 +17,7 @@ using namespace Comparison;
 
 namespace {
 
-/// @return the text of @p image with bare digits.
+/// @return the text of @p image without "0x".
 QByteArray bareText(const std::vector<std::uint8_t>& image)
 {
     return ArchiveBuilder::imageText(image).replace("0x", "");
@@ -31,7 +31,7 @@ QByteArray prefixedText(const std::vector<std::uint8_t>& image)
     return text;
 }
 
-/// Unpacks @p packed into the memory of @p text, which has the right size.
+/// Unpacks @p packed into the memory of @p text, which must have the right size already.
 void inflateEntry(const QByteArray& packed, QByteArray& text)
 {
     constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the bytes of zlib
@@ -42,7 +42,8 @@ void inflateEntry(const QByteArray& packed, QByteArray& text)
     require(result == Z_OK && bytes == static_cast<uLongf>(text.size()), "cannot unpack an entry");
 }
 
-/// An archive of two images, one for each spelling of a byte, and the same entries without the archive.
+/// An archive of two images, one in each spelling of the bytes, and the same two texts packed without an
+/// archive.
 struct Sample
 {
     Sample()

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-/// Compares what the updater takes for a task with the least that the task can cost. Rows are added before
+/// Compares what a task costs the updater with the least that the task can cost. Rows are added before
 /// main(), which runs them under Google Benchmark and returns 1 if a row fails or exceeds its bound.
 namespace Comparison {
 
@@ -15,7 +15,7 @@ struct Pair
 
 /// Adds a row that shows the medians of both figures and of the pairs' ratios. Short disturbances of the
 /// machine do not change the medians.
-/// @param what   names the work and the reference; contains no '/'.
+/// @param what   names the work and the reference; must not contain '/'.
 /// @param bound  the largest ratio of work to reference.
 /// @param pairs  the number of pairs to measure.
 bool add(const char* what, double bound, int pairs, const std::function<Pair()>& makePair);

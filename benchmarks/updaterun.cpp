@@ -1,4 +1,4 @@
-// Runs the updater for the rows about the whole program. Prints lines of a name and a figure.
+// Runs the updater for the rows about the whole program. Each line of the output is a name and a figure.
 //
 //     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
 //         updates both devices of a simulated pair
@@ -49,8 +49,8 @@ void printPeakMemory()
     }
 }
 
-/// Measures the longest time that the GUI thread leaves a timer of 5 ms waiting. Time in which the thread
-/// waits for a processor does not count: other programs cause that.
+/// Measures the longest time between two events of a 5 ms timer on the GUI thread. Time in which the thread
+/// waits for a processor does not count, because other programs cause it.
 class StallProbe : public QObject
 {
 public:
@@ -64,7 +64,7 @@ public:
     double longest() const { return longestMs; }
 
 private:
-    /// @return the time in ms, less the time that the thread has waited for a processor since its start.
+    /// @return the time in ms, minus the time that the thread has waited for a processor since its start.
     static double now()
     {
         std::ifstream statistics("/proc/thread-self/schedstat");
@@ -150,7 +150,7 @@ public:
         window.setFirmwareFilePath(archivePath);
         window.show();
         connect(&driver, &UserDriver::updateRequested, this, [this] { probe.start(); });
-        // Waits until the pairing instructions are painted.
+        // The delay leaves time to paint the pairing instructions.
         connect(&driver, &UserDriver::ended, this, [this](const Outcome& outcome) {
             QTimer::singleShot(lookIntervalMs, this, [this, outcome] { finish(outcome); });
         });
@@ -158,7 +158,7 @@ public:
 
     int run(int idleSeconds)
     {
-        constexpr int settlingMs = 5000; // until both devices are identified
+        constexpr int settlingMs = 5000; // long enough to identify both devices
         QTimer::singleShot(settlingMs, this, [this] { probe.start(); });
         QTimer::singleShot(settlingMs + idleSeconds * 1000, this, [this] {
             print("idle-ms", probe.longest());
@@ -168,7 +168,7 @@ public:
     }
 
 private:
-    /// Measures the programming of the transmitter. Called on the updater's thread.
+    /// Measures how long the transmitter is programmed. Called on the updater's thread.
     void notePhase(Phase phase)
     {
         const auto now = std::chrono::steady_clock::now();

@@ -1,4 +1,5 @@
-// Fuzzes the archive loader. It must emit exactly one signal, and may hold only complete images afterwards.
+// Fuzzes the archive loader. The loader must emit exactly one signal. Every image that it then holds must be
+// complete.
 
 #include "fuzztarget.h"
 
@@ -12,7 +13,8 @@ namespace {
 
 constexpr int maxReleaseNotes = 1024 * 1024;
 
-/// @return whether an image for @p type is loaded. Ends the process if the image is incomplete.
+/// @return whether @p controller holds an image for @p type. Ends the process if the image's version or
+///         product is missing or wrong, or if the product is another kind of device.
 bool holds(const FirmwareController& controller, DeviceType type)
 {
     const QByteArray image = controller.firmware(type);

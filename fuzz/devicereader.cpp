@@ -1,5 +1,5 @@
 // Fuzzes the inspection of the image in a device that answers with arbitrary bytes. The inspection must end
-// in bounded time and send only requests to load and to read.
+// in bounded time and send only the requests that loading and reading need.
 
 #include "fuzztarget.h"
 
@@ -14,11 +14,12 @@
 namespace {
 
 constexpr int operationOffset = 8;
-constexpr int countOffset = 11; // in the request for an answer
+constexpr int countOffset = 11; // offset of the number of bytes in a read request
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
-/// Takes its answers from the fuzz input: for each answer one byte for its kind, then as many bytes as were
-/// requested. The input's first byte decides whether answers after the input's end are zeros or fail.
+/// A chip whose answers come from the fuzz input: for each answer one byte that is its kind, then as many
+/// bytes as were requested. The input's first byte decides whether answers after the input's end are zeros or
+/// fail.
 class LyingChip
 {
 public:

@@ -1,5 +1,5 @@
-// Fuzzes the inspection of an image in memory. The inspection must end, read only the image, and have the
-// same result with a reader that lends the bytes as with a reader that copies them.
+// Fuzzes the inspection of an image in memory. The inspection must end, read only the image, and give the
+// same result whether its reader lends or copies the bytes.
 
 #include "fuzztarget.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Copies the requested bytes into a block of exactly their size.
+/// Copies the requested bytes into a block of exactly their size, so that the sanitizer sees overruns.
 class CopyingReader
 {
 public:
@@ -44,7 +44,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // two headers; twice, the records of three files
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // 2 headers, and twice the records of 3 files
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);
     const QString version = FirmwareUtilities::getVersion(lending);

@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer on the files in the given folder. Fails if it cannot read a file or the
-// folder has none.
+// Runs a fuzz target without a fuzzer on the files in the given folder. Fails if it cannot read a file or if
+// the folder contains no file.
 
 #include "fuzztarget.h"
 
@@ -14,7 +14,7 @@ int main(int argc, char** argv)
     const auto inputs = QDir(QFile::decodeName(argv[1])).entryInfoList(QDir::Files, QDir::Name);
     for (const QFileInfo& input : inputs) {
         std::printf("%s\n",
-                    qPrintable(input.fileName())); // if the target ends the process, this is its input
+                    qPrintable(input.fileName())); // shows the failing input if the target ends the process
         std::fflush(stdout);
         QFile file(input.filePath());
         FuzzTarget::require(file.open(QIODevice::ReadOnly), "the input cannot be read");

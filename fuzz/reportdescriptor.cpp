@@ -1,5 +1,5 @@
-// Fuzzes the parser of report descriptors. Its results must be within bounds, and items without effect must
-// not change them.
+// Fuzzes the parser of report descriptors. The results must be within bounds, and items without effect must
+// not change the results.
 
 #include "fuzztarget.h"
 
@@ -45,8 +45,8 @@ bool mayPush(std::uint8_t byte)
     return (byte & 0xFC) == push;
 }
 
-/// Parses a valid descriptor again, with an unknown item and a Push before it and a Pop after it. Requires
-/// the same result.
+/// Parses a valid descriptor again, now with an unknown item and a Push before it and a Pop after it. Ends
+/// the process if the result changes.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {
     std::vector<std::uint8_t> decorated{0xFE, 0x02, 0x55, push, pop, push};

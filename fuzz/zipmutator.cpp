@@ -1,5 +1,5 @@
-// Mutates archives so that the loader often reads the entries: in three of four mutations it corrects
-// directory, sizes and checksums for the mutated bytes.
+// Mutates archives. In three of four mutations it then corrects directory, sizes and checksums, so that the
+// loader often goes on to read the entries.
 
 #include <algorithm>
 #include <array>
@@ -24,7 +24,8 @@ std::uint16_t wordAt(const QByteArray& bytes, int offset)
     return qFromLittleEndian<quint16>(bytes.constData() + offset);
 }
 
-/// @return the offset of the next header of any kind, or the size of @p zip if there is none.
+/// @return the offset of the first header of any kind from @p from on, or the size of @p zip if there is
+///         none.
 int nextHeader(const QByteArray& zip, int from)
 {
     int next = zip.size();
