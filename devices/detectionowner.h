@@ -10,8 +10,8 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// Runs detections one after the other and passes their reports to the callbacks. Lives on the GUI thread and
-/// calls them there.
+/// Runs detections one after the other and passes their reports to callbacks. Lives on the GUI thread and
+/// calls the callbacks there.
 class DetectionOwner : public QObject
 {
 public:
@@ -24,7 +24,7 @@ public:
         connect(&listener, &DeviceListener::deviceRemoved, this, [this, removed](DeviceInstance* gone) {
             removed(gone);
             if (detector)
-                detector->forget(gone); // every earlier report has been handled
+                detector->forget(gone); // reports arrive in order, so all earlier ones have been handled
         });
     }
     ~DetectionOwner() override { stop(); }
@@ -41,7 +41,7 @@ public:
     {
         if (!detector)
             return;
-        detector->stop(); // explicitly, because opened devices also own the detector
+        detector->stop(); // reset() may not stop it, because open devices also own the detector
         detector.reset();
         // Removes queued reports, because the records to which they point have been deleted.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);

@@ -19,8 +19,8 @@ constexpr int lastVendorUsagePage = 0xFFFF;
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// Each of these tasks owns its device while it runs. It closes the device before its result is reported,
-// because the receiver of the result may want to open the device exclusively.
+// The next two functions run as tasks. A task owns its device while it runs, and closes the device before its
+// result is reported, because the receiver of the result may want to open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)
@@ -136,7 +136,7 @@ void DeviceControllerPrivate::stopDetection()
         return;
     *detectionEnded = true;
     detection.stop();
-    const auto reads = findChildren<QFutureWatcherBase*>(); // also reads whose device is gone
+    const auto reads = findChildren<QFutureWatcherBase*>(); // including those of removed devices
     for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }
@@ -221,7 +221,7 @@ void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
     if (!device)
         return;
     const DeviceType type = changed.key();
-    pendingReads.remove(pendingReads.key(type, nullptr)); // this read fails, because its device was closed
+    pendingReads.remove(pendingReads.key(type, nullptr)); // the old read fails: its device was closed
     *changed = {instance, 0, QString()};
     identify(*instance, type, std::move(device));
 }

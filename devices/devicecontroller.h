@@ -16,7 +16,7 @@ class DeviceController : public QObject
 public:
     explicit DeviceController(QObject* parent);
 
-    /// Starts detection unless it runs. Every device that is present is reported.
+    /// Starts detection; devices that are already present are reported too. Does nothing if detection runs.
     void startDetection();
 
     /// Forgets all devices without reporting their removal, and ends detection. Waits for a transfer in
@@ -33,7 +33,8 @@ public:
     /// The device's firmware version; empty if it is not known (yet).
     QString version(DeviceType type) const;
 
-    /// A copy of the detector's record; a default one (product identifier 0) if no such device is connected.
+    /// A copy of the detector's record of the device; a default record (product identifier 0) if no device of
+    /// kind @p type is connected.
     DeviceInstance deviceInstance(DeviceType type) const;
 
     /// The generation of the connected transmitter, such as "VYNT1"; empty if it is not known.

@@ -9,8 +9,8 @@
 
 class DeviceDetectorListener;
 
-/// Finds the devices with given identities, reports their arrivals and removals, and lends handles to them.
-/// Any thread may call all operations, but only one thread at a time may call start() or stop().
+/// Finds the devices with given identities, reports their arrivals and removals, and opens them for callers.
+/// Any thread may call any operation, but only one thread at a time may call start() or stop().
 class DeviceDetector
 {
 public:
@@ -48,9 +48,9 @@ public:
     /// Stops watching a handle; the caller closes it. Does nothing for a handle that is not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
-    /// Deletes the record of a removed device. A later record may have the same address. Call this when the
-    /// receiver of the reports has handled the removal and every earlier report. Does nothing for a device
-    /// that is not removed.
+    /// Deletes the record of a removed device. A later record may then get the same address in memory, so
+    /// call this after the receiver of the reports has handled the removal and every earlier report. Does
+    /// nothing for a device that is not removed.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().
@@ -64,7 +64,7 @@ public:
         return nullptr;
     }
 
-    /// Stops watching a lent handle; the borrower closes it.
+    /// Stops watching a lent handle if it is still open; the borrower closes it.
     virtual void takeBack(const DeviceHandle& /*handle*/) {}
 
 protected:

@@ -1,5 +1,5 @@
-// The handles that a DeviceDetectorWindows lends: it opens and watches them, and closes them when the system
-// asks for an orderly removal.
+// The part of DeviceDetectorWindows that opens devices for callers. It watches the handles, and closes them
+// when the system asks for an orderly removal.
 
 #include "devicedetectorwindows.h"
 
@@ -68,17 +68,17 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // A handle that was opened after the query is still valid when the removal is refused.
+    // If the handle is open, it was opened after the query, so it stays valid after the refused removal.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);
     if (event == DBT_DEVICEQUERYREMOVEFAILED)
         reopenDevice(record);
     else
-        removeDevice(std::wstring(record.device->path)); // a copy, because the record is removed
+        removeDevice(std::wstring(record.device->path)); // a copy, because the call removes the record
 }
 
-/// Closes the handle at once, so that the removal can proceed.
+/// Closes the handle that @p broadcast names, so that the removal can proceed.
 void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
 {
     std::shared_ptr<DeviceHandle> handle;
@@ -86,18 +86,18 @@ void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
         const Guard guard(lock);
         handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
     }
-    // Closes it without the lock, because close() waits for a transfer in progress.
+    // Closes the handle without holding the lock, because close() waits for a transfer in progress.
     if (handle)
         handle->close();
 }
 
-/// Opens a device again whose removal was refused.
-/// @param closed  the handle that was closed before. It is no longer in handleNotifications, because the new
-///     handle may have its value.
+/// Opens a device again after its removal was refused.
+/// @param closed  the record of the handle that was closed for the removal. The caller has taken it out of
+///     handleNotifications, because the new handle may get the same value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // The record holds CreateFileW's high access bits. open() expects Access::Bits, the two low bits, which
-    // are 0 here. So it opens the device for queries only.
+    // open() reads Access::Bits, the two low bits. In the record's access (GENERIC_READ, GENERIC_WRITE) they
+    // are 0, so open() opens the device for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

@@ -11,7 +11,7 @@ class DeviceInstance;
 class DeviceDetectorListener
 {
 public:
-    /// A matching device is present. DeviceInstance says how long the record is valid.
+    /// A matching device is present. The description of DeviceInstance says how long the record is valid.
     virtual void deviceArrived(DeviceInstance*) {}
     /// The device is gone. The record stays readable until DeviceDetector::forget().
     virtual void deviceRemoved(DeviceInstance*) {}

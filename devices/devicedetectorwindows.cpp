@@ -56,7 +56,7 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     listener = reportTo;
     {
-        const Guard guard(lock); // a worker left over from a failed start reads the filters
+        const Guard guard(lock); // a worker left over from a failed start may read the filters
         filters.assign(ids, ids + count);
     }
     started = false;
@@ -72,8 +72,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // Waits even if the worker thread could not be created: stop() posts WM_QUIT to the notification thread,
-    // which cannot receive it before it has a message queue.
+    // Waits even if the worker thread could not be created, because stop() then posts WM_QUIT to the
+    // notification thread, which must have a message queue by then.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
@@ -130,7 +130,8 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // Here the end marker stays queued: the next arrival or removal reports completion once more.
+    // If no device is present, nothing wakes the worker and the end marker stays queued. The next arrival or
+    // removal then reports completion once more.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;
@@ -243,7 +244,7 @@ void DeviceDetectorWindows::workerThread()
 {
     const HANDLE events[] = {stopEvent, workEvent};
     for (;;) {
-        // A wait that fails ends the thread, because it would fail again at once.
+        // If the wait fails, the thread ends, because the next wait would fail at once, too.
         const DWORD result = WaitForMultipleObjects(2, events, FALSE, INFINITE);
         if (result != WAIT_OBJECT_0 + 1 || !waitInstallationSettled())
             return;

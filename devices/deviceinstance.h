@@ -39,6 +39,6 @@ class DeviceInstance : public DeviceId
 public:
     std::wstring name;     ///< friendly name, else the device description, else empty
     std::wstring path;     ///< interface path, ASCII letters lower-cased; the string that opens the device
-    bool removing = false; ///< the device is going away; no detector of this program sets it
+    bool removing = false; ///< the device is being removed; no detector of this program sets this
     bool hasFriendlyName = false; ///< whether `name` is the friendly name
 };

@@ -19,10 +19,10 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    std::shared_ptr<DeviceHandle> handle; ///< also owned by its borrower, unless it was reopened
+    std::shared_ptr<DeviceHandle> handle; ///< shared with its borrower; a reopened handle has none
     bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
-    DWORD desiredAccess;    ///< CreateFileW's argument, as are the next two
+    DWORD desiredAccess;    ///< this and the next two are CreateFileW's arguments
     DWORD shareMode;
     DWORD flagsAndAttributes;
     DeviceNotification notification = {}; ///< null if the system refused to watch the handle
@@ -51,7 +51,7 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Closes the handle that was reopened for @p device.
+    /// Stops watching the handle that was reopened for @p device, which closes the handle.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

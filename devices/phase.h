@@ -3,7 +3,7 @@
 /// The phases of an update, in their order. Prepare and Restore concern the computer, the others a device.
 enum class Phase { Prepare, Leave, Identify, Configure, Erase, Download, Commit, FinalWait, Restore };
 
-/// Returns the name of @p phase in the log, the bench and the documentation.
+/// Returns the name that the log, the bench and the documentation use for @p phase.
 constexpr const char* phaseName(Phase phase)
 {
     constexpr const char* names[] = {"prepare",  "leave",  "identify",   "configure", "erase",

@@ -21,7 +21,7 @@ constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
-constexpr std::size_t maxTextLength = 260; // of instance identifiers and of the properties read here
+constexpr std::size_t maxTextLength = 260; // in characters, of instance identifiers and properties
 
 using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
 
@@ -53,7 +53,7 @@ std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA&
 /// Reads a text property of a device. If the property is a list of texts, returns the first one.
 std::optional<std::wstring> property(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DWORD which)
 {
-    wchar_t text[maxTextLength + 1] = {}; // the call cannot write the last 0, so the text always ends
+    wchar_t text[maxTextLength + 1] = {}; // the call below cannot overwrite the final 0
     if (!SetupDiGetDeviceRegistryPropertyW(list.get(), &data, which, nullptr, reinterpret_cast<BYTE*>(text),
                                            maxTextLength * sizeof(wchar_t), nullptr))
         return std::nullopt;

@@ -17,7 +17,7 @@ class DeviceDetector;
 /// has the chip maker's vendor identifier. Any thread may call the identity lookups.
 namespace Utilities {
 
-/// A device in normal mode. The headset's name is empty: a generation is named after its transmitter.
+/// A device in normal mode. The headset's name is empty, because a generation is named after its transmitter.
 struct KnownDevice
 {
     QString name;
@@ -25,7 +25,7 @@ struct KnownDevice
     DeviceId id;
 };
 
-/// A device in programming mode. Both transmitter generations share one identity there.
+/// A device in programming mode. In this mode both transmitter generations share one identity.
 struct ProgrammingModeDevice
 {
     DeviceType type;
@@ -44,12 +44,12 @@ constexpr std::uint16_t programmingVendorId()
 const std::vector<KnownDevice>& knownDevices();
 const std::vector<ProgrammingModeDevice>& programmingModeDevices();
 
-/// The identities in knownDevices(), those in programmingModeDevices(), and all of them in this order.
+/// The identities in normal mode, those in programming mode, and both lists one after the other.
 const std::vector<DeviceId>& knownDeviceIds();
 const std::vector<DeviceId>& programmingModeDeviceIds();
 const std::vector<DeviceId>& allDeviceIds();
 
-/// The kind of the device with identity @p id in either table, else DeviceType::Unknown.
+/// The kind of the device with identity @p id; DeviceType::Unknown if neither table has it.
 DeviceType deviceTypeOf(const DeviceId& id);
 
 /// The generation ("VYNT1", "VYNT2") whose transmitter has the normal-mode product identifier @p pid, or "".

@@ -27,8 +27,8 @@ DeviceId programmingModeId(DeviceType type)
     return {};
 }
 
-/// Whether this is a 32-bit process on 64-bit Windows. Some systems lack IsWow64Process(), so it is
-/// looked up.
+/// Whether this is a 32-bit process on 64-bit Windows. Some systems lack IsWow64Process(), so the function is
+/// looked up at run time.
 bool isWow64()
 {
     using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
@@ -144,7 +144,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
     if (failed)
         return;
     timer.stop();
-    flashingDevice = arrived; // even if a flasher runs: this device's removal then ends the run
+    flashingDevice = arrived; // even while a flasher runs, so that the removal of this device ends the run
     if (flasher || firmware.isEmpty())
         return;
     if (arrived->removing) {
@@ -194,7 +194,7 @@ void FirmwareUpdaterPrivate::giveUp()
     failed = true;
     flashingDevice = nullptr;
     if (flasher) {
-        flasher->abort(); // the flasher then fails with code 1 and reports that
+        flasher->abort(); // at its next check the flasher fails with code 1 and reports that
         return;
     }
     qCritical("Failed in phase %s, code %d, device type = %d", phaseName(Phase::Leave),

@@ -8,7 +8,7 @@
 class FirmwareUpdaterPrivate;
 
 /// Updates one device: switches it into programming mode, waits up to 30 s for it, and programs it on a
-/// worker thread. Use an object for one attempt, on the GUI thread. Its destructor waits until the
+/// worker thread. Use each object for one attempt, on the GUI thread. The destructor waits until the
 /// programming sequence has ended.
 class FirmwareUpdater : public QObject
 {
@@ -26,8 +26,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void flashingStarted();       ///< never emitted
-    void flashingError(int code); ///< FlashingError::Code; the last signal of an attempt
-    void flashingFinished();      ///< the last signal of an attempt
+    void flashingError(int code); ///< last signal of a failed attempt; @p code is a FlashingError::Code
+    void flashingFinished();      ///< last signal of any other attempt
     void progressRangeChanged(int min, int max);
     void progressValueChanged(int value);
 

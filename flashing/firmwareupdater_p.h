@@ -26,7 +26,7 @@ public:
     bool failed = false; ///< the update was given up; later arrivals are ignored
     std::unique_ptr<Flasher> flasher;
     QThread thread;
-    DeviceInstance* flashingDevice = nullptr; ///< last reported device in programming mode; borrowed
+    DeviceInstance* flashingDevice = nullptr; ///< last reported device in programming mode; not owned
     DeviceType type;
     QByteArray firmware;
     DeviceInstance device;

@@ -34,7 +34,7 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// These steps add up to the maximum of the progress. The last chunk adds one more per full packet.
+// The maximum of the progress is the sum of these steps, plus one step per full packet of the last chunk.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -46,7 +46,7 @@ Flasher::Flasher(std::shared_ptr<AbstractHidDevice> hidDevice)
 {
     if (!device)
         return;
-    // The run continues after a failed transfer. If the run succeeds, only this line shows the failure.
+    // The run continues after a failed transfer. If the run succeeds, only this log line shows the failure.
     device->onFailure = [this](const Place& place) {
         qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer,
                  phaseName(place.phase));
@@ -89,7 +89,7 @@ void Flasher::program()
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
     detectSizes(chipId, chipRevision);
-    // A device that takes no data is refused here, while its memory is still intact.
+    // Refuses a device that takes no data packets, while its memory is still intact.
     static_cast<void>(createPacket());
     setupProgressRange();
     advance();
@@ -141,7 +141,7 @@ void Flasher::detectSizes(int chipId, int chipRevision)
 void Flasher::setupProgressRange()
 {
     const std::uint32_t size = imageSize();
-    const std::uint32_t fullChunks = (size - 1) / chunkBytes; // the last chunk has a step per packet
+    const std::uint32_t fullChunks = (size - 1) / chunkBytes; // all but the last chunk
     const std::uint32_t lastChunk = size - fullChunks * chunkBytes;
     std::uint32_t max = fixedSteps + fullChunks * stepsPerChunk + lastChunk / packetDataBytes;
     if (isTransmitter())
@@ -209,7 +209,7 @@ void Flasher::commitChunk(std::uint32_t address, std::uint32_t chunkSize)
     writeChipMemory({{Cleared, 0}});
     checkAborted();
     qDebug("%s: Committing RAM starting at 0x%.4X", name.c_str(), address);
-    // The result is ignored. The run only waits for the delay that follows.
+    // The result is ignored, because the run waits for a fixed delay and not for an answer.
     executeOperation(device, CommitOperation);
     advance();
 }
@@ -227,7 +227,7 @@ std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
 void Flasher::downloadToRam(std::uint32_t chunkSize)
 {
     device->enterPhase(Phase::Download);
-    // The image may end within the chunk; the full length of the chunk is committed all the same.
+    // An image that is shorter than a chunk ends within it. The length of a whole chunk is still committed.
     for (std::uint32_t offset = 0; offset < chunkSize && bytesLeft() > 0; offset += packetDataBytes) {
         const std::uint32_t count = std::min(packetDataBytes, bytesLeft());
         const auto packet = createPacket();
@@ -235,7 +235,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // A failure is ignored here: if the device was removed, the abort flag ends the run.
+        // A failure is ignored, because if the device was removed, the abort flag ends the run.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -253,7 +253,7 @@ void Flasher::eraseTransmitterFlash()
         advance();
         qDebug("%s: Erasing Flash starting at 0x%.4X", name.c_str(), address);
         checkAborted();
-        sendEraseCommand(device); // the result is ignored; the run waits for the delay
+        sendEraseCommand(device); // the result is ignored, as in commitChunk()
         advance();
         Sleep(sectorEraseDelayMs);
         advance();
@@ -305,7 +305,7 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// The writes ignore failures: if the device was removed, the abort flag ends the run.
+// Both functions ignore a failed write, because if the device was removed, the abort flag ends the run.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

@@ -18,7 +18,7 @@
 /// Writes one firmware image into one device that is in programming mode.
 ///
 /// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as
-/// the chip needs. The run waits for fixed delays, not for answers. Use an object for one run. If the
+/// the chip needs. The run waits for fixed delays, not for answers. Use each object for one run. If the
 /// detector closes the device for an orderly removal, the run ends as if it were aborted, even if the
 /// removal is refused.
 class Flasher : public QObject
@@ -30,9 +30,9 @@ public:
 
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
-    /// Makes the sequence end with code 1 at its next check: at the start, and before each chip write, data
-    /// packet, erase and commit. There is no check between the identity queries or before the end of
-    /// programming. May be called on any thread.
+    /// Makes the run end with code 1 at its next check. The run checks at its start and before each chip
+    /// write, data packet, erase and commit. It does not check between the two identity queries, nor before
+    /// the request that ends programming. May be called on any thread.
     void abort();
 
     /// Returns the place where the run ended or lost the device. Call it in a slot that is directly connected
@@ -41,13 +41,13 @@ public:
 
 public Q_SLOTS:
     /// Runs the whole sequence with image @p firmware, then releases the device.
-    /// @param memoryType  the DeviceType value. The flash of a transmitter (1) is erased first.
+    /// @param memoryType  the device's DeviceType. The flash of a transmitter (1) is erased first.
     void operate(QByteArray firmware, int memoryType);
 
 Q_SIGNALS:
     void flashingStarted();       ///< never emitted
-    void flashingError(int code); ///< FlashingError::Code; the last signal of a run
-    void flashingFinished();      ///< the last signal of a run
+    void flashingError(int code); ///< last signal of a failed run; @p code is a FlashingError::Code
+    void flashingFinished();      ///< last signal of a successful run
     void progressRangeChanged(int min, int max);
     void progressValueChanged(int value); ///< may pass the maximum by a few steps
 
@@ -75,12 +75,12 @@ private:
     void writeChipMemory(std::initializer_list<HidUtilities::ControlValue> values);
 
     std::shared_ptr<ChipChannel> device;
-    QByteArray image;           ///< the caller's bytes, not a second copy of them
+    QByteArray image;           ///< shares the caller's bytes
     std::uint32_t consumed = 0; ///< bytes of the image that were sent
     int nvmemType = 0;
     std::string name;
     std::atomic<bool> aborted{false};
     int progress = 0;
-    ImageGeometry geometry = {}; ///< set by detectSizes(), as is the model
+    ImageGeometry geometry = {}; ///< set by detectSizes(), like the model
     const ChipModel* model = nullptr;
 };

@@ -10,7 +10,7 @@ public:
         DeviceLost = 1, ///< device gone, not openable or not back in time; or update aborted
         EmptyImage = 2,
         UnknownChip = 3,     ///< chip identifier or revision could not be read
-        ImageDoesNotFit = 4, ///< larger than the memory its header announces, or without a usable header
+        ImageDoesNotFit = 4, ///< image larger than the memory that its header gives, or header unusable
         UnsupportedChip = 5, ///< no loader is known for the chip and revision, or device takes no image data
     };
 

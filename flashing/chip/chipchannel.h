@@ -7,8 +7,7 @@
 #include "abstracthiddevice.h"
 #include "phase.h"
 
-/// Forwards a chip's commands to its device and counts the transfers. Like the device, it is used by one
-/// thread at a time.
+/// Forwards a chip's commands to its device and counts the transfers. Only one thread at a time may use it.
 class ChipChannel : public AbstractHidDevice
 {
 public:
@@ -20,7 +19,7 @@ public:
     struct Place
     {
         Phase phase = Phase::Identify;
-        int transfer = 0;      ///< number of the last feature report, sent or received, from 1
+        int transfer = 0;      ///< number of the last feature report, sent or received; 0 before the first
         bool isFailed = false; ///< whether that transfer failed
     };
 
@@ -28,7 +27,8 @@ public:
 
     void enterPhase(Phase phase) { last.phase = phase; }
 
-    /// The place of the last transfer. If it failed, the place from which on every transfer failed.
+    /// The place of the last transfer. If it failed, the place of the first failed transfer since the last
+    /// success.
     Place place() const { return lost.isFailed ? lost : last; }
 
     std::function<void(const Place&)> onFailure; ///< called after each transfer that failed
@@ -51,5 +51,5 @@ private:
     const std::shared_ptr<AbstractHidDevice> device;
     const Cancelled cancelled;
     Place last;
-    Place lost; ///< first failed transfer since the last successful one
+    Place lost; ///< first failed transfer since the last success; isFailed is false if there is none
 };

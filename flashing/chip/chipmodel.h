@@ -9,8 +9,8 @@ struct RegisterWrite
     unsigned char value;
 };
 
-/// What the updater knows about one revision of a chip. It writes nothing to a chip or revision that it does
-/// not know.
+/// What the updater knows about one revision of a chip. The updater writes nothing to a chip or revision that
+/// it does not know.
 struct ChipModel
 {
     int id;       ///< value of the identifier register
@@ -21,10 +21,10 @@ struct ChipModel
     unsigned short smData;              ///< address of the loader's control block
     unsigned short ramBase;             ///< address of the buffer for downloads
     unsigned short readBuffer;          ///< address of the buffer for reading image bytes
-    RegisterWrite headsetPinmux;        ///< connects the headset's memory
-    std::optional<RegisterWrite> patch; ///< needed before programming
+    RegisterWrite headsetPinmux;        ///< the write that connects the headset's memory
+    std::optional<RegisterWrite> patch; ///< the write that the chip needs before programming, if any
 };
 
-/// @param revision  without one, any revision matches.
+/// @param revision  if it is missing, any revision matches.
 /// @return nullptr if the chip or the revision is not known.
 const ChipModel* findChipModel(int id, std::optional<int> revision = std::nullopt);

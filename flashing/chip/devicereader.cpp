@@ -44,7 +44,8 @@ bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int addres
         return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
-    // The results are ignored: a device that does not accept the commands does not answer, either.
+    // The results are ignored, because a device that does not accept the commands does not answer the read
+    // below, either.
     writeControlBlock(device, model->smData,
                       {{FlashAddress, address}, {RamAddress, model->readBuffer}, {Length, size}});
     executeOperation(device, LoadOperation);

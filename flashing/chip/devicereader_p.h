@@ -21,12 +21,13 @@ public:
     /// A flag that the owner sets when nobody waits for the result any more. No transfer starts after that.
     using Cancelled = ChipChannel::Cancelled;
 
-    /// Reads the chip's identifier and revision, and the memory's size from the image. Blocks for several
-    /// transfers. If the chip is not known, reads no image bytes and writes nothing to it.
+    /// Reads the chip's identifier and revision, then the image's first byte, which gives the memory's size.
+    /// Blocks for several transfers. If the chip is not known, reads no image bytes and writes nothing to it.
     ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
-    /// Replaces @p data by the @p size bytes of the image from @p address on. Reads at most 32 bytes.
-    /// @return false if the range ends beyond the device's memory or a transfer fails.
+    /// Replaces @p data by @p size bytes of the image, but at most 32, from @p address on.
+    /// @return false if the chip is not known, the range ends beyond the device's memory, a transfer fails
+    ///         or the reader has given up.
     bool operator()(QByteArray& data, unsigned int address, unsigned short size);
 
 private:
@@ -36,6 +37,6 @@ private:
 
     std::shared_ptr<AbstractHidDevice> device;
     int readsLeft = maxReads;
-    const ChipModel* model = nullptr; ///< null if it is not known
+    const ChipModel* model = nullptr; ///< null if the chip is not known
     std::uint32_t capacity = 0;       ///< image bytes that may be read
 };

@@ -40,7 +40,7 @@ unsigned char byteOf(int operand)
     return static_cast<unsigned char>(operand);
 }
 
-/// Returns the length byte that precedes @p bytes in a frame. It counts itself too.
+/// Returns the length byte for @p bytes in a frame, which is their number plus one.
 unsigned char lengthOf(const Bytes& bytes)
 {
     return static_cast<unsigned char>(bytes.size() + 1);

@@ -17,7 +17,7 @@ namespace HidUtilities {
 /// One-byte requests to the device as a whole.
 enum ControlRequest {
     LeaveApplication = 0x0A, ///< re-enumerate in programming mode
-    EndProgramming = 0x05,   ///< restart; wait 10 s for the device
+    EndProgramming = 0x05,   ///< restart; the caller then gives the device 10 s
 };
 
 /// Operations without operands.
@@ -26,7 +26,7 @@ enum ChipOperation {
     LoadOperation = 0x84,   ///< copy image bytes into RAM, as the control block says
 };
 
-/// A field of the control block of the chip's loader, which starts at the chip's SmData address.
+/// A field of the loader's control block. The control block starts at the chip's SmData address.
 struct ControlField
 {
     unsigned char offset;
@@ -72,8 +72,8 @@ bool executeOperation(std::shared_ptr<AbstractHidDevice> device, int operation);
 /// Erases the transmitter's flash sector at the control block's flash address.
 bool sendEraseCommand(std::shared_ptr<AbstractHidDevice> device);
 
-/// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that it needs. Does not
-/// wait if the device is closed.
+/// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that the chip needs. Does
+/// not wait if the device is closed.
 bool requestMemoryRead(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh, int count);
 
 enum class Answer {
@@ -86,12 +86,12 @@ enum class Answer {
 [[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                                 int count, std::vector<unsigned char>& data);
 
-/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if it is unknown or unreadable, with
-/// critical log lines unless the device is closed.
+/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if it is unknown or cannot be read, and
+/// logs that as critical unless the device is closed.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
-/// The revision register's value, whatever it is; 0 if unreadable, with critical log lines unless the device
-/// is closed.
+/// Reads the revision register and returns any value that it has. Returns 0 if it cannot be read, and logs
+/// that as critical unless the device is closed.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
 /// Looks up a chip and revision. Logs the revision's name, or that this revision of a known chip
