@@ -126,7 +126,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // Every device may already have failed, and reported that, while it was being started.
+    // If every device failed while it was being started, no later report ends the run.
     endRunAfterLastReport();
 }
 
@@ -153,7 +153,7 @@ void FlashingDialog::restartAudioService()
         if (stage == Stage::Reported)
             restore();
     });
-    // Only this task uses the stopper now; the destructor waits for it.
+    // From now on only this task uses the stopper, and the destructor waits for the task.
     restartWatcher->setFuture(QtConcurrent::run([this] { audioServiceStopper.reset(); }));
 }
 
@@ -222,7 +222,7 @@ void FlashingDialog::endRunAfterLastReport()
     ui->closeButton->setEnabled(true);
     ui->closeButton->setFocus();
     callUser();
-    // Endpoints cannot be restored without the audio service.
+    // The endpoints can be restored only after the audio service has restarted.
     if (restartWatcher->isFinished())
         restore();
 }

@@ -22,7 +22,7 @@ namespace Ui {
 class FlashingDialogClass;
 }
 
-/// The modal dialog that carries out one update run and shows its progress: add the devices, call start(),
+/// The modal dialog that carries out one update run and shows its progress. Add the devices, call start(),
 /// then exec().
 ///
 /// A run stops the audio service on a pool thread, starts the updaters of all devices, and restarts the
@@ -31,7 +31,7 @@ class FlashingDialogClass;
 ///
 /// Escape and a request to close the window cancel the run while no device has been touched, do nothing while
 /// devices are being programmed, and do what Close does after the last report. The result is
-/// QDialog::Accepted if every device was updated; a cancelled run is rejected without an error code.
+/// QDialog::Accepted if every device was updated, else QDialog::Rejected. A cancelled run has no error codes.
 ///
 /// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
 /// and the updaters' worker threads have ended. It does not interrupt programming.
@@ -44,7 +44,8 @@ public:
     ~FlashingDialog() override;
 
     /// Adds a device to the run; call before start().
-    /// @return false, with nothing changed, if a device of @p type was added before or @p instance is empty.
+    /// @return false, with nothing changed, if a device of @p type was added before or @p instance has the
+    ///         product identifier 0.
     bool addDeviceToUpdate(const DeviceInstance& instance, const QByteArray& firmware, DeviceType type);
 
     /// Shows the dialog and starts the run.
@@ -67,8 +68,8 @@ private:
         Prepared,        ///< devices can be added
         StoppingService, ///< no device has been touched
         Starting,        ///< some updaters may still have to be created
-        Updating,        ///< an updater still has to report
-        Reported,        ///< all updaters have reported; the audio service may not run again yet
+        Updating,        ///< at least one updater still has to report
+        Reported,        ///< all updaters have reported, but the audio endpoints are not restored yet
         Ended,           ///< the audio endpoints are restored
         Cancelled,       ///< the user cancelled before a device was touched
     };

@@ -19,7 +19,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     titleFont.setPointSizeF(QFontInfo(titleFont).pointSizeF() * titleSizeRatio);
     ui->title->setFont(titleFont);
 
-    // A hidden picture still takes up its space below the text, which would otherwise move down.
+    // A hidden picture keeps its space below the text, so that the text does not move down.
     QSizePolicy imagePolicy = ui->image->sizePolicy();
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);

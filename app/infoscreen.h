@@ -12,8 +12,8 @@ class InfoScreenClass;
 }
 
 /// A full-window page: a title naming the product generation, a text, an optional picture and the buttons
-/// Back and Close. It holds no logic: its owner sets everything, shows the buttons and connects to them. The
-/// focus of the page goes to its text.
+/// Back and Close. It holds no logic, because its owner sets the contents, shows the buttons and connects to
+/// them. If the page gets the focus, its text receives it.
 class InfoScreen : public QWidget
 {
 public:

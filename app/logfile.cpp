@@ -42,6 +42,6 @@ LogFile::LogFile(const QDateTime& start)
 LogFile::~LogFile()
 {
     qInstallMessageHandler(previousHandler);
-    // Another thread may still be in writeMessage(). After this call it finds no file.
+    // Another thread may still be about to write a message. After this call it finds no file.
     attachLogStream(nullptr);
 }

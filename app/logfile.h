@@ -5,8 +5,8 @@
 
 class QDateTime;
 
-/// The log of one run: while an object lives, the text of every message of Qt's message logger, from any
-/// thread, is written to its file, ended by CR LF and flushed at once. Type and source context are not.
+/// The log of one run. While an object lives, every message that any thread logs through Qt is written to the
+/// object's file, without its type and source context. A message ends with CR LF and is flushed at once.
 ///
 /// If no file can be created, or while the disk is full, messages are lost silently. There is one log per
 /// process at a time; create and destroy it on the main thread.

@@ -44,7 +44,7 @@ bool createIn(const QString& folder, const QString& baseName, QFile& file)
 {
     if (!prepare(folder))
         return false;
-    removeOldLogs(folder); // then one of the keptLogs names below is free
+    removeOldLogs(folder); // leaves fewer than keptLogs logs, so one of the names below is free
     for (int attempt = 1; attempt <= keptLogs; ++attempt) {
         const QString number = attempt == 1 ? QString() : QStringLiteral("-%1").arg(attempt);
         file.setFileName(QStringLiteral("%1/%2%3.txt").arg(folder, baseName, number));
@@ -59,7 +59,7 @@ bool createIn(const QString& folder, const QString& baseName, QFile& file)
 bool LogFolder::createLog(QFile& file, const QDateTime& start)
 {
     const QString temporary = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
-    if (temporary.isEmpty()) // there is none, and the path below would start at the root
+    if (temporary.isEmpty()) // otherwise the path below would start at the root
         return false;
     const QString folder = temporary + QStringLiteral("/ZEFO_VYNT_Firmware_Update_Logs");
     const QString name = QLocale::c().toString(start, QStringLiteral("yyyyMMdd-HHmm"));

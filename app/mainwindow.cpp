@@ -211,7 +211,7 @@ void MainWindow::on_updateButton_clicked()
         return;
 
     runUpdate(*dialog);
-    // The dialog's destructor may wait for the audio service, so the page is painted before.
+    // Paints the page now, because the dialog's destructor may wait for the audio service.
     repaint();
     QApplication::setOverrideCursor(Qt::WaitCursor);
     dialog.reset();
@@ -233,7 +233,7 @@ void MainWindow::runUpdate(FlashingDialog& dialog)
         showFailureReport(dialog.errors());
 }
 
-/// Keeps the main page, but without devices: the restarted detection reports them again.
+/// Keeps the main page but shows both devices as disconnected, until the restarted detection reports them.
 void MainWindow::returnFromCancelledUpdate()
 {
     labels->showDisconnected(DeviceType::Transmitter);

@@ -2,8 +2,8 @@
 
 #include <QLabel>
 
-/// Shows the texts of all labels in @p window as they are, even if they look like markup. Such texts can
-/// come from archives, devices and file names, and a label that treats them as markup would load pictures
+/// Shows the texts of all labels in @p window as they are, even if they look like markup. The texts can come
+/// from archives, devices and file names, and a label that treated them as markup would load pictures
 /// from anywhere.
 inline void showAsPlainText(const QWidget& window)
 {

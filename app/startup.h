@@ -26,7 +26,7 @@ bool isLaunchedByPackage(const QStringList& arguments);
 QDir parentProcessDirectory();
 
 /// The absolute path of the firmware archive ("*.zip", in upper or lower case) that the system lists first in
-/// @p directory, or "".
+/// @p directory; "" if there is none.
 QString findFirmwareArchive(const QDir& directory);
 
 } // namespace Startup

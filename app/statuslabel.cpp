@@ -62,7 +62,7 @@ std::optional<QColor> StatusLabel::textBackground() const
 void StatusLabel::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
-    // A text without a background starts where the texts above and below it do.
+    // A text without a background needs no margin, so it lines up with the texts above and below it.
     const int margin = textBackground() ? paddingPixels : 0;
     setContentsMargins(margin, 0, margin, 0);
 }

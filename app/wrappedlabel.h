@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <QStyle>
 
-/// A label of plain text for any width: it breaks lines between any two characters. If the text has too
-/// little room, the label shrinks its font, down to 4 points.
+/// A label of plain text that fits any width, because it breaks lines between any two characters. If the text
+/// has too little room, the label shrinks its font, down to 4 points.
 class WrappedLabel : public QLabel
 {
 public:

@@ -55,8 +55,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Logs a warning if the archive announces more than @p found entries. The list of entries ends at the first
-/// one that cannot be read.
+/// Logs a warning if the archive announces more than @p found entries, because reading the list of entries
+/// ends at the first one that cannot be read.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -238,7 +238,7 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
-    // The stream decodes by the byte order mark; if there is none, it assumes the system's encoding.
+    // The stream decodes by the byte order mark. If there is no mark, it assumes the system's encoding.
     if (!texts.isEmpty())
         releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =

@@ -28,7 +28,7 @@ class FirmwareController : public QObject
 public:
     explicit FirmwareController(QObject* parent = nullptr);
 
-    /// Loads the archive at @p path instead of the present one. Emits one of the signals before it returns.
+    /// Loads the archive at @p path in place of the loaded one. Emits one of the signals before it returns.
     void setFilePath(const QString& path);
 
     QByteArray firmware(DeviceType type) const; ///< the image, address 0 first

@@ -9,7 +9,7 @@
 
 class FirmwareController;
 
-/// An archive's firmware for one kind of device. A default value means that the archive has none for it.
+/// An archive's firmware for one kind of device. Default-constructed if the archive has none for that kind.
 struct FirmwareData
 {
     QByteArray image; ///< address 0 first
@@ -30,7 +30,7 @@ public:
 
     FirmwareController* q;
     QString filePath;                         ///< empty unless the last load succeeded
-    QMap<DeviceType, FirmwareData> firmwares; ///< never of DeviceType::Unknown
+    QMap<DeviceType, FirmwareData> firmwares; ///< DeviceType::Unknown is never a key
     QString releaseNotes;
 
 private:

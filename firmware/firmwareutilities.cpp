@@ -18,7 +18,7 @@ constexpr unsigned short imageHeaderBytes = 5;
 constexpr int headerBlockLengthOffset = 3;
 
 // File entry.
-constexpr unsigned short entryHeaderReadBytes = 5; // the header and one byte
+constexpr unsigned short entryHeaderReadBytes = 5; // the header and one byte of the contents
 constexpr unsigned int entryHeaderBytes = 4;
 constexpr int entryLengthOffset = 1;
 constexpr int entryLengthEnd = entryLengthOffset + 2;
@@ -46,7 +46,7 @@ constexpr int vendorIdOffset = 8;
 constexpr int productIdOffset = 10;
 constexpr int productIdEnd = productIdOffset + 2;
 
-using FileEntry = std::pair<QByteArray, unsigned int>; // header copy, address
+using FileEntry = std::pair<QByteArray, unsigned int>; // a copy of the header, the file's address
 
 unsigned char byteAt(const QByteArray& data, int offset)
 {
@@ -89,7 +89,8 @@ std::vector<FileEntry> findFiles(std::vector<unsigned short> fileIds, ReadDataFu
             return found;
         const auto match = std::find(fileIds.begin(), fileIds.end(), identifierOf(buffer));
         if (match != fileIds.end()) {
-            found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address); // a copy, not a view
+            // Copies the bytes, because the buffer may be a view into the image.
+            found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address);
             fileIds.erase(match);
         }
         if (byteAt(buffer, 0) == endOfTable || buffer.size() < entryLengthEnd)

@@ -13,9 +13,9 @@ struct ImageGeometry
 
     /// Decodes the first two bytes of an image:
     ///
-    ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, and each further step doubles it
-    ///             bits 4 to 7  page size: 1 is 4 bytes, and so on; the headset ignores bit 7
-    ///     byte 1  bits 0 to 3  sector size of the transmitter: 1 is 128 bytes, and so on
+    ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, and each step doubles it
+    ///             bits 4 to 7  page size: 1 is 4 bytes, and each step doubles it; the headset ignores bit 7
+    ///     byte 1  bits 0 to 3  sector size of the transmitter: 1 is 128 bytes, and each step doubles it
     ///             bits 4 to 5  configuration bits
     static constexpr ImageGeometry decode(unsigned byte0, unsigned byte1)
     {
@@ -26,7 +26,7 @@ struct ImageGeometry
     }
 
 private:
-    /// The size with the code @p code. Code 1 is @p first, and each further code doubles it.
+    /// The size with the code @p code. Code 0 is 0, code 1 is @p first, and each further code doubles it.
     static constexpr std::uint32_t sizeOf(unsigned code, std::uint32_t first)
     {
         return code == 0 ? 0 : first << (code - 1);

@@ -48,7 +48,8 @@ bool hasPrefix(const char* token)
     return token[0] == '0' && (token[1] == 'x' || token[1] == 'X');
 }
 
-/// Reads a line that consists of two digits, with or without the prefix. Nearly all lines have this form.
+/// Reads a line of two digits, with or without the prefix, and moves @p line to the next line. Nearly all
+/// lines have this form.
 /// @return false, with @p line unchanged, if the line has another form or may continue beyond @p end.
 bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
 {
@@ -62,7 +63,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // branches, so the processor need not wait for the line's length
+    if (tail[0] == lineEnd) // a branch lets the processor go on before it knows the line's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;
@@ -109,7 +110,7 @@ namespace ImageText {
 bool Decoder::feed(const char* text, int bytes)
 {
     unfinished.append(text, static_cast<std::size_t>(bytes));
-    const auto pieceEnd = unfinished.crbegin() + bytes; // no line ends before this piece
+    const auto pieceEnd = unfinished.crbegin() + bytes; // the text before this piece has no line end
     const auto lastEnd = std::find(unfinished.crbegin(), pieceEnd, lineEnd);
     if (lastEnd != pieceEnd) {
         const auto decodable = static_cast<std::size_t>(unfinished.crend() - lastEnd);
@@ -129,13 +130,13 @@ QByteArray Decoder::takeImage()
 void Decoder::decodeLines(const char* position, const char* end)
 {
     const int decoded = image.size();
-    // Each byte takes at least a digit and an end of line.
+    // Each byte of the image takes at least a digit and a line end in the text.
     image.resize(decoded + static_cast<int>(end - position) / 2 + 1);
     char* next = image.data() + decoded;
     while (position != end && !isMalformed) {
         std::uint32_t number = 0;
         if (!readPlainLine(position, end, number)) {
-            if (*position == lineEnd) { // fast if the text has many empty lines
+            if (*position == lineEnd) { // a short cut for texts with many empty lines
                 ++position;
                 continue;
             }

@@ -26,11 +26,11 @@ std::shared_ptr<DeviceHandle> ownerOf(HANDLE handle)
     return isOne ? std::make_shared<DeviceHandle>(handle) : nullptr;
 }
 
-/// A HID device over the Windows HID class driver.
+/// A HID device that is used through the Windows HID class driver.
 class WindowsHidDevice : public AbstractHidDevice
 {
 public:
-    /// A closed device with the given interface path.
+    /// Creates a closed device with the given interface path.
     explicit WindowsHidDevice(std::wstring interfacePath)
         : path(std::move(interfacePath))
     {
@@ -81,7 +81,7 @@ public:
         std::vector<unsigned char> answer(capabilities().FeatureReportByteLength);
         answer[0] = report->front();
         const auto bytes = static_cast<DWORD>(answer.size());
-        // Unlike HidD_GetFeature, this returns the number of bytes.
+        // Unlike HidD_GetFeature, DeviceIoControl returns the number of bytes that were received.
         DWORD received = 0;
         const bool isAnswered = handle->use([&](HANDLE opened) {
             return DeviceIoControl(opened, IOCTL_HID_GET_FEATURE, answer.data(), bytes, answer.data(), bytes,
@@ -134,7 +134,7 @@ private:
     }
 
     const std::wstring path;
-    std::shared_ptr<DeviceHandle> handle; ///< null until the device was opened
+    std::shared_ptr<DeviceHandle> handle; ///< null until the device is opened for the first time
     bool capabilitiesKnown = false;
     HIDP_CAPS known = {};
 };

@@ -22,10 +22,10 @@ class AbstractHidDevice
 public:
     virtual ~AbstractHidDevice() = default;
 
-    /// Wraps a device handle that is already open, and owns it from then on.
+    /// Creates a device that takes over an open device handle.
     static AbstractHidDevice* create(void* handle, const HidDeviceDescriptor& descriptor);
 
-    /// Creates a device that shares @p handle. Once any owner has closed the handle, the device is closed:
+    /// Creates a device that shares @p handle. Once any owner has closed the handle, the device is closed and
     /// every transfer fails.
     static AbstractHidDevice* create(std::shared_ptr<DeviceHandle> handle);
 

@@ -4,7 +4,7 @@
 
 #include "threadsafety.h"
 
-/// The system's recursive lock.
+/// A critical section of Windows, which is a recursive lock.
 class THREAD_SAFETY(capability("lock")) CriticalSection
 {
 public:
@@ -20,7 +20,7 @@ private:
     CRITICAL_SECTION section;
 };
 
-/// Holds a lock until the end of its scope. Like std::unique_lock, but clang can check it.
+/// Holds a lock until the end of its scope, like std::lock_guard, but in a form that Clang can check.
 class THREAD_SAFETY(scoped_lockable) Guard
 {
 public:

@@ -6,8 +6,8 @@
 
 #include "criticalsection.h"
 
-/// An open device file that several users share. When one of them closes it, it is closed for all of them and
-/// stays closed.
+/// The handle of an open device, which several users share. When one of them closes the handle, it is closed
+/// for all of them and stays closed.
 ///
 /// Windows may reuse the value of a closed handle for the next object that is opened. So use the handle only
 /// in use(), during which close() cannot close it. All operations may be called on any thread.
@@ -19,7 +19,7 @@ public:
         : handle(openHandle)
     {
     }
-    /// Closes the handle, unless the caller of release() does.
+    /// Closes the handle, unless release() has given it away.
     ~DeviceHandle();
     DeviceHandle(const DeviceHandle&) = delete;
     DeviceHandle& operator=(const DeviceHandle&) = delete;
@@ -29,12 +29,13 @@ public:
 
     bool isOpen() const { return usable; }
 
-    /// Lets no further transfer start and closes the handle. It waits for a transfer in progress, so it takes
-    /// as long as one transfer.
+    /// Lets no further transfer start and closes the handle. Waits for a transfer in progress, so the call
+    /// can take as long as one transfer.
     void close();
 
-    /// Calls @p transfer(HANDLE), which returns bool, while nobody can close the handle.
-    /// @return the result of @p transfer; false, without a call, if the handle is closed.
+    /// Calls the function @p transfer with the handle, which nobody can close meanwhile.
+    /// @return the bool that @p transfer returns. If the handle is closed, @p transfer is not called and the
+    ///         result is false.
     template <typename Transfer>
     bool use(Transfer transfer)
     {
@@ -42,7 +43,7 @@ public:
         return usable && transfer(handle);
     }
 
-    /// Returns the handle to a caller who closes it with CloseHandle. After that the destructor leaves the
+    /// Gives the handle to the caller, who must close it with CloseHandle. The destructor then leaves the
     /// handle open, but close() still closes it.
     HANDLE release();
 

@@ -29,8 +29,8 @@ private:
     std::wstring devicePath;
 };
 
-/// Names the device of an AbstractHidDevice. A default-constructed descriptor names no device; it is for a
-/// device with a handle that is already open.
+/// Names the device of an AbstractHidDevice. A default-constructed descriptor names no device, and serves for
+/// a device whose handle is already open.
 class HidDeviceDescriptor
 {
 public:

@@ -56,8 +56,8 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
     return name.pwszVal;
 }
 
-/// Returns the first letters and blanks of @p name. The system puts a number before a name that several
-/// adapters have.
+/// Returns the first letters and blanks of @p name. This leaves out the number that the system puts before a
+/// name that several adapters have.
 std::wstring normalised(const std::wstring& name)
 {
     const QRegExp words(QStringLiteral("(?:\\d*[- ]*)([A-Za-z ]+)"), Qt::CaseInsensitive, QRegExp::RegExp2);
@@ -74,8 +74,8 @@ void makeDefault(LPCWSTR endpointId, ERole role)
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
 }
 
-/// Looks up the roles of the endpoint's adapter in @p defaults, makes @p endpoint the default for them, and
-/// removes these entries.
+/// Looks up the roles of the endpoint's adapter in @p defaults, makes @p endpoint the default in these roles,
+/// and removes the adapter's entries.
 void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
 {
     const std::optional<std::wstring> name = adapterName(endpoint);

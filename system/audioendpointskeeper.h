@@ -7,8 +7,8 @@
 /// destruction. It identifies an endpoint by the friendly name of its audio adapter, because the endpoint's
 /// identifier changes when the device comes back on another port.
 ///
-/// Names are recorded without a leading number ("2- USB Audio Device") and only up to the first character
-/// that is neither a Latin letter nor a blank, but are compared with the system's complete names. So an
+/// A recorded name has no leading number (as in "2- USB Audio Device") and ends before the first character
+/// that is neither a Latin letter nor a blank. It is compared with the system's complete names. So an
 /// endpoint becomes the default again only if the complete name of its adapter consists of letters and
 /// blanks. If several endpoints have adapters with the same name, the first in the system's order becomes
 /// the default.

@@ -28,19 +28,19 @@ int lastError()
     return static_cast<int>(GetLastError());
 }
 
-/// The tick count wraps at 2^32. The unsigned difference is right in spite of it.
+/// The tick count wraps at 2^32, but the unsigned difference is still right.
 DWORD elapsedMs(DWORD sinceTick)
 {
     return GetTickCount() - sinceTick;
 }
 
-/// The wait hint in milliseconds. A service that reports INFINITE would make the updater wait for ever.
+/// The wait hint in milliseconds. INFINITE counts as stopLimitMs, so that no wait lasts for ever.
 DWORD waitHintMs(const SERVICE_STATUS_PROCESS& status)
 {
     return status.dwWaitHint == INFINITE ? stopLimitMs : status.dwWaitHint;
 }
 
-/// A tenth of the wait hint, within bounds, as the Windows documentation advises.
+/// A tenth of the wait hint, but from 1 s to 10 s, as the Windows documentation advises.
 DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
 {
     constexpr DWORD shortestMs = 1000;
@@ -89,7 +89,7 @@ ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
 }
 
 /// Waits for a stop that is already in progress.
-/// @return false if the service has stopped, or if the wait failed or took too long.
+/// @return whether the service still has to be stopped; false also if the wait failed or took too long.
 bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     const DWORD startTick = GetTickCount();
@@ -110,7 +110,7 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @param startTick  the tick at which the common time limit of all dependents started.
+/// @param startTick  the tick from which the common time limit of all dependents counts.
 /// @return whether the service has stopped.
 bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {
@@ -257,7 +257,7 @@ void ScopedAudioServiceStopper::stop()
     }
     if (!outlastPendingStop(service, status))
         return;
-    // If a dependent service still runs, the stop control fails, and that failure is logged.
+    // The result is ignored. If a dependent service still runs, stopAudioService() fails and logs that.
     static_cast<void>(stopDependentServices(manager, service));
     stopAudioService(service);
 }
