@@ -26,7 +26,7 @@ as_root() {
     fi
 }
 
-# install_packages PACKAGE...: installs those that are missing.
+# install_packages PACKAGE...: installs the packages that are missing.
 install_packages() {
     missing=""
     for package in "$@"; do

@@ -32,8 +32,8 @@ bench_pid=$!
 until [ -s "$work/log" ]; do sleep 0.1; done
 
 steps=0
-seen=0 # lines of the log at the last step
-step() { # name of the picture, pattern in the log, how many lines since the last step must match it
+seen=0 # number of lines that the log had at the last step
+step() { # name of the picture, pattern, how many of the log's lines since the last step must match it
     tries=0
     until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
         tries=$((tries + 1))

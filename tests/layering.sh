@@ -5,7 +5,7 @@ cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# Returns the most specific row for a file: the longest row name with which the path of the file starts.
+# Returns the most specific row for a file: the longest row name with which its path starts.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))
@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# Returns the name of an included header in the table: a row, or a library; empty for the standard library.
+# Returns what the table calls an included header: a row or a library; empty for the standard library.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)
