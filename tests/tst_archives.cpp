@@ -1,5 +1,5 @@
-// Loads archives of all kinds, damaged and hostile ones too, and files that are no archives. A child process
-// loads each and measures the cost.
+// Loads archives of all kinds, also damaged and hostile ones, and files that are no archives. A child process
+// loads each of them and measures the cost.
 
 #include <limits>
 
@@ -25,8 +25,8 @@ constexpr int endsWithinMs = 120000; // a child that runs longer is blocked for 
 constexpr char childSwitch[] = "--load";
 
 /// Loads the archive at @p path.
-/// @return its base name, both product identifiers and the release notes, or "failed"; then the complaints
-/// about the archive that were logged.
+/// @return its base name, both product identifiers and the release notes, or "failed"; after that, the logged
+/// complaints about the archive.
 QString load(FirmwareController& controller, const QString& path)
 {
     const LogCapture log;
@@ -110,7 +110,7 @@ private:
 void TestArchives::initTestCase()
 {
     QVERIFY(folder.isValid());
-    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child changes its user
+    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // another user reads it
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("home")));
     path = folder.filePath(QStringLiteral("fw.1.zip"));
 }
@@ -250,7 +250,7 @@ void TestArchives::everyStepIsLogged()
     write(RawZip::archive({RawZip::entry("t\n.ef", image), RawZip::entry("x.ff", "word"),
                            RawZip::entry("y.ff", imageTextOf({fileEntry(1, "")}))}));
     controller.setFilePath(path);
-    // Two notes, then two transmitters: the images that follow are not read.
+    // After the second file of release notes, or the second transmitter, no more images are read.
     write(
         RawZip::archive({RawZip::entry("x.ff", ""), RawZip::entry("a.txt", ""), RawZip::entry("b.txt", "")}));
     controller.setFilePath(path);

@@ -49,7 +49,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
 {
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
-    // The endpoints in the column "later" are added, or change their state.
+    // Endpoints in the column "later" are added afterwards, or get a new state.
     const Table<Endpoints, Endpoints, QByteArray> table("endpoints", "later", "restored");
 
     table.row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
@@ -95,7 +95,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
-    const Table<QByteArrayList> table("lost"); // prefix of the lost defaults per failing call, "-" for none
+    const Table<QByteArrayList> table("lost"); // for each failing call: prefix of the lost defaults, or "-"
     const auto row = [&table](const char* function, const QByteArray& lost) {
         table.row(function, lost.split(' '));
     };
@@ -121,7 +121,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
         endpoints.add({L"m", L"Monitor"});
         endpoints.add({L"r", L"Speakers"});
         endpoints.add({L"c", L"Microphone", eCapture});
-        endpoints.add({L"n", L"Not looked at"}); // no default is left
+        endpoints.add({L"n", L"Not looked at"}); // the defaults are all other endpoints
         for (const ERole role : {eConsole, eMultimedia, eCommunications})
             endpoints.chooseDefault(L"r", role);
         {

@@ -188,7 +188,7 @@ private Q_SLOTS:
 
 void TestAudioService::theServiceStopsAndStarts_data()
 {
-    // The first service is the audio service, whose state afterwards is expected.
+    // The first of the services is the audio service. "expectedState" is its state at the end.
     const Table<Services, QByteArray, Sleeps, DWORD, QByteArray> table(
         "services", "expectedLog", "expectedSleeps", "expectedState", "expectedControls");
     addStops();
@@ -270,7 +270,7 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
         // A failed call for a dependent logs nothing, but then the audio service cannot be stopped. Only the
-        // last of these calls does no harm: it queries a dependent that has already stopped.
+        // last of these calls may fail without harm: it queries a dependent that has already stopped.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()

@@ -61,12 +61,12 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
     QVERIFY(!f.detector->start(&f.recorder, nullptr, 1));
     QVERIFY(!f.detector->start(&f.recorder, &id, 0));
     QVERIFY(f.detector->start(&f.recorder, &id, 1));
-    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // already runs: ignores the new identities
+    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // already runs, so it ignores the new identities
     f.recorder.waitFor(1);
     f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(3);
     f.tree.unplug(hidNode(transmitter).interfacePath);
-    // The first later batch of arrivals reports the completion again.
+    // The detector reports the completion again with the first batch of arrivals that follows.
     QCOMPARE(f.recorder.waitFor(4), "complete 0, complete 0, +7a31:4, -4");
 }
 
@@ -88,7 +88,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const QByteArray, call);
     QFETCH(const int, nth);
     QFETCH(const std::size_t, threads);
-    for (int i = 0; i < 100; ++i) { // repeated, because a thread left running may end in time by luck
+    for (int i = 0; i < 100; ++i) { // repeated, since a thread that is left running may end by chance
         const bool isStartedAgain = i % 2 != 0;
         DetectorFixture f;
         f.machine.faults.fail(call.toStdString(), nth, ERROR_NOT_ENOUGH_MEMORY);
@@ -102,7 +102,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         f.detector.reset();
         QCOMPARE(openHandleCount(), handlesBefore);
     }
-    DetectorFixture f; // if the first identity cannot register its class, the second one does
+    DetectorFixture f; // the first identity cannot register its class, but the second one can
     f.machine.faults.fail("RegisterDeviceNotificationW", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
@@ -132,7 +132,7 @@ void TestDetector::theWorkerWakesOncePerArrival()
     constexpr int arrivals = 20;
     for (int i = 0; i < arrivals; ++i) {
         f.tree.plug(hidNode(transmitter, L"7&1a2b3c&0&00" + std::to_wstring(10 + i)));
-        f.recorder.waitFor(3 + i); // two are completions, 1 + i arrivals
+        f.recorder.waitFor(3 + i); // 2 completions and 1 + i arrivals
     }
     const int waits = f.machine.faults.counted("WaitForMultipleObjects");
     QVERIFY2(waits <= 1 + arrivals, QByteArray::number(waits));
@@ -146,7 +146,7 @@ void TestDetector::aWaitThatFailsEndsTheWorker()
     f.machine.faults.fail("WaitForMultipleObjects", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
     TRY_VERIFY(runningThreadCount() == 1); // only the notification thread is left
-    f.recorder.waitFor(1);                 // the enumeration must not find the transmitter
+    f.recorder.waitFor(1);                 // so that the enumeration does not find the transmitter
     f.tree.plug(hidNode(transmitter));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(1), "complete 0");
@@ -243,7 +243,7 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
     DetectorFixture f;
     QVERIFY(f.detected({transmitter}));
     int reports = 2;
-    for (const bool isForgotten : {true, false}) { // if it is not, stop() deletes the record
+    for (const bool isForgotten : {true, false}) { // stop() deletes a record that is not forgotten
         const std::size_t blocksBefore = liveBlockCount();
         for (std::size_t round = 0; round < rounds; ++round) {
             DeviceInstance* const removed = f.recorder.last;
@@ -251,9 +251,9 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
             f.recorder.waitFor(++reports);
             f.tree.plug(hidNode(transmitter));
             f.recorder.waitFor(++reports);
-            QVERIFY(f.recorder.last != removed); // the old address still names the removed record
+            QVERIFY(f.recorder.last != removed); // the removed record still exists at its address
             QCOMPARE(removed->productId, std::uint16_t(4));
-            f.detector->forget(isForgotten ? removed : f.recorder.last); // a present device stays known
+            f.detector->forget(isForgotten ? removed : f.recorder.last); // ignores a present device
             QCOMPARE(f.recorder.last->productId, std::uint16_t(4));
             if (isForgotten)
                 continue;
@@ -310,7 +310,7 @@ void TestDetector::theHardwareIdGivesTheIdentity()
     DetectorFixture f;
     DeviceNode node = hidNode(transmitter);
     const std::wstring hardwareId = QString::fromLatin1(QTest::currentDataTag()).toStdWString();
-    node.hardwareIds = {hardwareId, L"HID\\VID_7A31&PID_0003"}; // only the first is used
+    node.hardwareIds = {hardwareId, L"HID\\VID_7A31&PID_0003"}; // only the first identifier is used
     node.interfaceClass = interfaceClass;
     node.friendlyName = L"Friendly";
     f.tree.plug(node);
@@ -326,7 +326,7 @@ void TestDetector::theHardwareIdGivesTheIdentity()
 void TestDetector::nodesThatCannotBeReadAreSkipped()
 {
     DetectorFixture f;
-    // The names of the transmitter's node start with the names of these nodes.
+    // The transmitter's instance identifier starts with the instance identifier of each of these nodes.
     DeviceNode noHardwareId = hidNode(transmitter, L"7&1a2b3c&0&000");
     noHardwareId.hardwareIds.clear();
     noHardwareId.friendlyName = L"Friendly";
@@ -349,7 +349,7 @@ void TestDetector::aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data()
     table.row("its path", "SetupDiGetDeviceInterfaceDetailW", 2);
     table.row("devices", "SetupDiGetClassDevsW", 2);
     table.row("instance id", "SetupDiGetDeviceInstanceIdW", 1);
-    table.row("hardware id", "SetupDiGetDeviceRegistryPropertyW", 3); // 1 and 2 read names
+    table.row("hardware id", "SetupDiGetDeviceRegistryPropertyW", 3); // calls 1 and 2 read names
     table.row("enumerator", "SetupDiGetDeviceRegistryPropertyW", 4);
 }
 

@@ -38,7 +38,7 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
     QCOMPARE(f.tree.openings().front().share, DWORD(FILE_SHARE_READ));
     f.detector->closeDevice(first);
-    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath)); // it is not watched any more
+    QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath)); // the handle is no longer watched
     QVERIFY(CloseHandle(first));
     const HANDLE second = f.detector->openDevice(device, Access::Read, Access::Write, nullptr, 0);
     QVERIFY(second != INVALID_HANDLE_VALUE);
@@ -94,7 +94,7 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     QCOMPARE(f.recorder.waitFor(6, 5), "reopened 6");
 }
 
-/// Between the request for a removal and its refusal, the system reuses the value of the closed handle.
+/// The system reuses the value of the closed handle between the request for a removal and its refusal.
 void TestDetectorHandles::handlesOfOneValueAreNotConfused()
 {
     DetectorFixture f;
@@ -158,7 +158,7 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
     const auto observer = std::make_shared<Bystander>();
-    QByteArray lastReport; // before other programs get the broadcast
+    QByteArray lastReport; // the last report when another program gets the broadcast
     observer->onRemoved = [&] { lastReport = f.recorder.waitFor(3, 2); };
     f.tree.observe(observer);
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);

@@ -23,8 +23,8 @@ constexpr HidIdentity headset{0x7A31, 0x0006};
 constexpr HidIdentity programmingTransmitter{0x170D, 0x0100};
 constexpr std::uint32_t memoryReadMs = 100;
 
-/// Waits until a running stop of the detection has closed the three handles that the detector had when
-/// @p handles were open.
+/// Waits until the detector, which another thread is stopping, has closed its three handles.
+/// @param handles  number of handles that were open before the stop.
 void waitForTheDetectorsEnd(std::size_t handles)
 {
     while (openHandleCount() + 3 > handles)
@@ -169,7 +169,7 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
     TRY_ACQUIRE(c.arrivals, 3);
     c.tree.unplugAndWait(third);
     c.tree.unplugAndWait(first);
-    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second transmitter does not replace it
+    TRY_COMPARE(c.text(), "started finished +1 -1"); // the second transmitter does not replace the first
     c.tree.unplugAndWait(second);
     c.plug({0x7A31, 0x0003});
     TRY_COMPARE(c.text(), "started finished +1 -1 started finished +1");
@@ -201,7 +201,7 @@ void TestDeviceController::aRemovalEndsTheReadWithoutArrival()
     TRY_COMPARE(c.text(), "started finished -1");
     c.gate.open();
     TRY_COMPARE(c.tree.openFileCount(), std::size_t(0));
-    c.pair.device(Headset).plugIn(); // is reported after the transmitter's late result
+    c.pair.device(Headset).plugIn(); // the headset is reported after the transmitter's late result
     TRY_COMPARE(c.text(), "started finished -1 started finished +2");
     QVERIFY(!c.controller.isConnected(Transmitter));
 }
@@ -268,7 +268,7 @@ void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()
     TRY_COMPARE(c.text(), "started started started finished +1");
     QCOMPARE(c.controller.version(Transmitter), QStringLiteral("1.0.0"));
     QVERIFY(c.stranger.close());
-    QVERIFY(!c.tree.requestRemoval(c.path())); // the result of the read is kept
+    QVERIFY(!c.tree.requestRemoval(c.path())); // does not repeat the finished read
     someoneElse.reset();
     QCOMPARE(c.tree.openFileCount(), std::size_t(0));
     QVERIFY(c.tree.requestRemoval(c.path()));
@@ -281,10 +281,10 @@ void TestDeviceController::detectionStartedAgainReportsWhatIsThere()
     c.plug(transmitter);
     const std::wstring gone = c.plug(headset);
     c.controller.startDetection();
-    c.controller.startDetection(); // does nothing: detection already runs
+    c.controller.startDetection(); // does nothing, because detection already runs
     TRY_COMPARE(c.text().count('+'), 2);
     const int before = c.reports.size();
-    c.tree.unplugAndWait(gone); // its report is still queued when the detection ends
+    c.tree.unplugAndWait(gone); // the removal is still queued when detection stops
     c.controller.stopDetection();
     QVERIFY(!c.controller.isConnected(Transmitter));
     QCOMPARE(c.controller.deviceName(), QString());
@@ -298,7 +298,7 @@ void TestDeviceController::stopCutsReadsShort()
 {
     Detection c;
     const auto chip = std::make_shared<ScriptedChip>();
-    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // takes about 200 reads
+    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // identifying it takes about 200 reads
     std::atomic<bool> isArmed{true};
     QSemaphore reached;
     chip->onTransfer = [&] {
@@ -314,7 +314,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_ACQUIRE(reached, 1);
     c.controller.stopDetection();
     QCOMPARE(openHandleCount(), handlesBefore);
-    QCOMPARE(chip->transfers, 20); // the last one fetched the answer to a request that was sent
+    QCOMPARE(chip->transfers, 20); // the last one fetched the answer to the last request
     QVERIFY(!c.controller.isConnected(Headset));
     TRY_COMPARE(c.text(), "started finished +2");
     QVERIFY(c.controller.isConnected(Headset));

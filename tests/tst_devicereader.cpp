@@ -49,7 +49,7 @@ private Q_SLOTS:
 
 void TestDeviceReader::theReaderFollowsTheProtocol_data()
 {
-    const Table<int, int, QByteArray> table("chip", "revision", "addresses"); // mailbox, first and second row
+    const Table<int, int, QByteArray> table("chip", "revision", "addresses"); // of mailbox, rows 1 and 2
     table.row("chip 12, revision 2", 12, 2, "4BC4 60C0 60D0");
     table.row("chip 12, revision 3", 12, 3, "2EC4 60C0 60D0");
     table.row("chip 13, revision 2", 13, 2, "52C4 A0B0 A0C0");
@@ -135,7 +135,7 @@ void TestDeviceReader::nothingIsSentForARangePastTheMemory()
 void TestDeviceReader::aCancelledReaderStartsNoTransfer()
 {
     const LogCapture log;
-    constexpr int allTransfers = 4 + 4 + 6; // the chip's kind, the image's first byte, two rows
+    constexpr int allTransfers = 4 + 4 + 6; // for the chip's kind, the image's first byte and two rows
     for (int k = 1; k <= allTransfers; ++k) {
         const auto chip = std::make_shared<ScriptedChip>();
         HidFixture f(chip);

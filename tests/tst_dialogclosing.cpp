@@ -55,7 +55,7 @@ private Q_SLOTS:
 
 void TestDialogClosing::theEndpointsWaitForTheService_data()
 {
-    const Table<bool> table("isClosed"); // the dialog, before the service runs again
+    const Table<bool> table("isClosed"); // whether the dialog is closed before the service runs again
     table.row("left open", false);
     table.row("closed", true);
 }
@@ -84,7 +84,7 @@ void TestDialogClosing::theEndpointsWaitForTheService()
 
 void TestDialogClosing::closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data()
 {
-    const Table<bool> table("isStoppedBefore"); // the service, before the dialog is deleted
+    const Table<bool> table("isStoppedBefore"); // whether the service stops before the dialog is deleted
     table.row("the service is stopping", false);
     table.row("the service has stopped", true);
 }
@@ -138,7 +138,7 @@ void TestDialogClosing::closingWaitsForADeviceThatIsBeingProgrammed()
     run.gate.close(sectorEraseMs);
     run.dialog->start();
     TRY_VERIFY(run.gate.isReached());
-    // The headset, too, is in programming mode.
+    // Waits until the headset, too, is in programming mode.
     TRY_VERIFY(run.pair.device(Headset).transfers().count > 1);
     QVERIFY(run.isAwake());
     std::thread opener([&run] { run.gate.open(); });

@@ -20,7 +20,7 @@ FileEntry patched(FileEntry entry, int offset, const std::string& replacement)
     return entry;
 }
 
-/// Decodes @p text in two pieces, of which the first ends at offset @p cut.
+/// Decodes @p text in two pieces; the second one starts at offset @p cut.
 QByteArray decoded(const QByteArray& text, int cut = 0)
 {
     ImageText::Decoder decoder;
@@ -131,15 +131,15 @@ private Q_SLOTS:
         int reads = 0;
         int failing = 0;
         const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {
-            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device delivers
+            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device does
             return ++reads != failing;
         };
-        const int pidReads = 5 + 1 + 4; // header and entries; end mark; file, record and descriptor
+        const int pidReads = 5 + 1 + 4; // 5: header and entries; 1: end mark; 4: file, record and descriptor
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
-            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: end mark
+            const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: the end mark
             QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);
         }
-        for (failing = 1; failing <= 4; ++failing, reads = 0) // header, two entries, file
+        for (failing = 1; failing <= 4; ++failing, reads = 0) // reads header, two entries, file
             QCOMPARE(FirmwareUtilities::getVersion(reader), QString());
         QCOMPARE(FirmwareUtilities::getVersion(reader), QStringLiteral("1.2.3"));
     }
@@ -190,7 +190,7 @@ private Q_SLOTS:
             QByteArray text;
             for (unsigned int length = 1 + random() % 12; length > 0; --length) {
                 if (i % 2 == 0)
-                    text += symbols[random() % sizeof symbols]; // the terminating NUL included
+                    text += symbols[random() % sizeof symbols]; // includes the terminating NUL
                 else
                     text += random() % 4 ? pieces[random() % std::size(pieces)] : text.left(1);
             }

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Values for Run's chip identifier that stand for a run that cannot start.
+/// Values that stand in place of a chip identifier if the run must end before it sends data.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)
@@ -178,7 +178,7 @@ void TestFlasher::theWholeSequenceFollowsTheProtocol()
         for (int i = 0; i < names.size(); ++i)
             expected.replace(names[i], words.split(' ')[i]);
         Run run(isHeadset ? headsetImage : transmitterImage, chip, revision);
-        run.hid->setError = isHeadset ? ERROR_SUCCESS : ERROR_GEN_FAILURE; // errors must change nothing
+        run.hid->setError = isHeadset ? ERROR_SUCCESS : ERROR_GEN_FAILURE; // errors must not change the steps
         const QByteArrayList steps = run.operate(isHeadset ? Headset : Transmitter).split(' ');
         const QByteArrayList wanted = expected.simplified().split(' ');
         for (int i = 0; i < std::min(steps.size(), wanted.size()); ++i)
@@ -282,7 +282,7 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             const QByteArray journal = run.operate(type);
             if (k == 0)
                 count = run.hid->transfers;
-            const bool isComplete = k == 0 || k >= count - 1; // the last commit is under way
+            const bool isComplete = k == 0 || k >= count - 1; // the last commit cannot be aborted
             QVERIFY2(journal.endsWith(isComplete ? " ok" : " error 1"), journal);
             QCOMPARE(run.hid->transfers, isComplete ? count : std::max(k, queries));
             QCOMPARE(run.place.transfer, run.hid->transfers); // the last transfer

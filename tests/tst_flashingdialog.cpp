@@ -89,7 +89,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theRunEndsWithTheLastReport_data()
 {
-    // The row's name has the reports in order, each a device and its error code; 0 for success.
+    // The row's name lists the reports in order: a device and its error code, or 0 for success.
     const Table<QString, QString, Errors, QByteArray> table("transmitterText", "headsetText", "errors",
                                                             "closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
@@ -101,7 +101,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // An updater's second report counts for no device.
+    // The second report of an updater counts for no device.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
@@ -149,7 +149,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QVERIFY(run.dialog->isVisible() && !run.dialog->isMinimized());
     QCOMPARE(WindowState::oddities(*run.dialog), QString());
     const bool isInOneLine = run.result(Transmitter) != advice && run.result(Headset) != advice;
-    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // the dialog has kept one line free
+    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // a text in one line does not move it
     QCOMPARE(WindowState::focusOf(*run.dialog), "@closeButton"_s);
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");

@@ -212,7 +212,7 @@ void TestHid::operandsAreCutToBytes()
     QFETCH(const Command, command);
     const QByteArray frame = QTest::currentDataTag();
     HidFixture f;
-    f.hid->caps.featureReportBytes = 64; // nothing is padded
+    f.hid->caps.featureReportBytes = 64; // so that no frame is padded
     const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);
     QVERIFY(command(device));
     QCOMPARE(f.hid->sent.toHex(), frame.leftJustified(128, '0'));
@@ -269,7 +269,7 @@ void TestHid::chipQueriesReadOneRegisterByte()
     QFETCH(const QByteArray, answer);
     HidFixture f;
     LogCapture log;
-    f.hid->setError = ERROR_GEN_FAILURE; // only the answer counts
+    f.hid->setError = ERROR_GEN_FAILURE; // the error must not matter, only the answer
     f.hid->answer = [&](const QByteArray& entry) { return entry[0] == '\xFF' ? answer : QByteArray(); };
     QTEST(query(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None)), "value");
     QTEST(log.text(), "log");

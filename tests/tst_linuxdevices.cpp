@@ -224,7 +224,8 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(device.acquire(wanted), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // Once the other file is closed, several users can have the device. The last release() unlocks it.
+        // Once the other descriptor is closed, several users can have the device. Only the last release()
+        // unlocks it.
         other = FileDescriptor();
         other = openAgain();
         QCOMPARE(device.acquire(wanted), DWORD(ERROR_SUCCESS));
@@ -242,7 +243,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
         }
     }
     if (lockOfOther == LOCK_SH && error == ERROR_SUCCESS) {
-        // The others keep their lock when a user is refused.
+        // When a user is refused, the other users keep their lock.
         QCOMPARE(device.acquire(Lock::Exclusive), DWORD(ERROR_SHARING_VIOLATION));
         QCOMPARE(::flock(other.get(), LOCK_EX | LOCK_NB), -1);
     }
@@ -254,12 +255,12 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     device.release();
     QCOMPARE(::flock(other.get(), LOCK_EX | LOCK_NB), 0);
     QCOMPARE(device.acquire(Lock::Exclusive),
-             DWORD(ERROR_SHARING_VIOLATION)); // nothing is left of the lock
+             DWORD(ERROR_SHARING_VIOLATION)); // the other descriptor has the lock
 }
 
 void TestLinuxDevices::theTreeLooksForDevicesOnce()
 {
-    int logged = 0; // a sentence, if there is no device or no udev
+    int logged = 0; // becomes 1 if there is no device or no udev
     LinuxDeviceTree tree([&logged](const std::string&) { ++logged; });
     QCOMPARE(logged, 0);
     DWORD error = 0;

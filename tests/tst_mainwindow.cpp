@@ -59,7 +59,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H -H -T", {start, noDevice, gone, gone, off});
     row("A1 +T +H Ax", {main, vynt1, kept, kept, off});
     row("At +T +H", {main, vynt1, fits, kept, on});
-    row("Ah +T", {"start"_s, vynt1, kept, gone, off}); // not incompatible: no image to compare with
+    row("Ah +T", {"start"_s, vynt1, kept, gone, off}); // not incompatible, because there is no image for it
     row("A2 +T", {"start2"_s, other, wrong, "*Disconnected>!*Incompatible"_s, off});
     row("A2 +T +H -T", {"start2"_s, none, gone, fits, on});
     row("A2 +T +H A1", {main, vynt1, fits, fits, on});
@@ -71,7 +71,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("+U +V", {main, unknown, amberKept, amberKept, off});
     row("A1 +U +V", {main, unknown, amber, "~Unknown version>1.2.3"_s, on});
     row("A2 +T +V", {main, other, wrong, "~Unknown version>!*Incompatible"_s, off});
-    row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // keeps the label's colour
+    row("A1 +U -U", {start, noDevice, "~*Disconnected>*No change"_s, gone, off}); // the label stays amber
     row("A1 +U -U +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H A1 A2 A1", {main, vynt1, fits, fits, on});
     row("A1 +T +H PT", {main, vynt1 + broken, fits, fits, on});
@@ -81,7 +81,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     // A refresh leaves the focus where the user has put it.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
     row("A1 +T +H Tab -H +H",
-        {main, vynt1, fits, fits, "Update@openFileButton"_s}); // the start page is between them
+        {main, vynt1, fits, fits, "Update@openFileButton"_s}); // meanwhile the start page is shown
 }
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive()
@@ -160,7 +160,7 @@ void TestMainWindow::aLongArchiveNameIsShownWhole()
     QVERIFY(notes->height() > notes->fontMetrics().lineSpacing());
 }
 
-/// Detects a label that interprets its text as markup by the tags that its accessible name lacks.
+/// If a label interprets its text as markup, its accessible name lacks the tags.
 void TestMainWindow::textFromOutsideIsShownAsItIs()
 {
     Desk desk("O");
@@ -231,7 +231,7 @@ void TestMainWindow::aNewScreenIgnoresKeysForHalfASecond()
             QApplication::sendEvent(&button, &event);
         }
     };
-    // Escape is the last, because it closes the dialog.
+    // Escape comes last, because it closes the dialog.
     const QList<Qt::Key> keys{Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Select, Qt::Key_Escape};
     for (const bool isSameWindow : {false, true, false}) {
         screen.show();
@@ -310,7 +310,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
     const QRect textArea = find(*desk.screen(), "text")->geometry(); // the same with and without a picture
-    // Starts without an archive. The archives then have picture 1, picture 2, none, 2, none and 1.
+    // At first there is no archive. The archives then have picture 1, picture 2, none, 2, none and 1.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
         const bool hasGeneration = *archive != '\0' && archive[1] != 'h';

@@ -27,7 +27,7 @@ public:
     QString translate(const char* context, const char* source, const char*, int) const override
     {
         if (QByteArray(context).startsWith('Q'))
-            return QString(); // a text of Qt
+            return QString(); // texts of Qt stay as they are
         const QString text = QString::fromUtf8(source);
         QString more = text.contains(QLatin1Char(' ')) ? QStringLiteral(" ") : QString();
         while (more.size() < text.size() / 2)
@@ -214,7 +214,7 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
     QVERIFY(run.prepare());
     QVERIFY2(run.drive() == 0, qPrintable(log.lines().join(QLatin1Char('\n'))));
     QVERIFY2(inspector.complaints.isEmpty(), qPrintable(inspector.complaints.join(QLatin1Char('\n'))));
-    screens.remove(QStringLiteral("updating")); // in virtual time it may end before it is seen
+    screens.remove(QStringLiteral("updating")); // in virtual time this screen may close before it is seen
     QCOMPARE(screens.size(), 17);
 }
 

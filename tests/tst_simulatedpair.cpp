@@ -165,7 +165,7 @@ void TestSimulatedPair::aCommitNeedsItsSetUp()
     Workbench computer(isTransmitter ? Transmitter : Headset);
     Channel normal(computer.channel());
     prepare(normal, isTransmitter, nothing);
-    QVERIFY(normal.send(commit)); // in normal mode the device accepts none
+    QVERIFY(normal.send(commit)); // the device refuses a commit in normal mode
     QCOMPARE(computer.tested.refusals(), std::vector<std::string>{"commit refused: programming mode"});
     enterProgrammingMode(computer.tested, computer.channel());
     Channel channel(computer.channel());
@@ -196,7 +196,7 @@ void TestSimulatedPair::norFlashIsErasedBeforeItIsProgrammed()
         QVERIFY(computer.tested.memory() == expected);
         QCOMPARE(computer.tested.refusals().size(), type == Transmitter ? std::size_t(0) : 1);
         QVERIFY(channel.write(0xC44B, "00080000") && channel.write(0xC451, "0100") && channel.send(erase));
-        QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target")); // within a sector
+        QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target")); // inside a sector
     }
 }
 

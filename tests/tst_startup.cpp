@@ -103,7 +103,7 @@ void TestStartup::theProgramSpeaksTheSystemsLanguage_data()
     table.row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
     table.row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
     table.row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
-    // The next two have other digits.
+    // Persian and Arabic have digits of their own.
     table.row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
     table.row("ar_EG.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
 }
@@ -165,7 +165,7 @@ void TestStartup::theFirstReadableArchiveIsTaken()
         if (name.startsWith("unreadable"_s))
             QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
     }
-    QDirIterator inOrder(searched.path(), QDir::Files); // in the order of the file system
+    QDirIterator inOrder(searched.path(), QDir::Files); // in the file system's order
     const QString first = isFound ? inOrder.next() : QString();
 
     // Root may read every file. Qt checks permissions for the real user ID, so the test changes that ID.

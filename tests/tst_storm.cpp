@@ -1,5 +1,5 @@
-// Plugs in and removes both devices as fast as the layer can report it, by their cables and by orderly
-// removals, while detection stops and starts. Afterwards the controller must agree with the machine about the
+// Plugs in and removes both devices, by cable or by an orderly removal, as fast as the layer can report it.
+// Meanwhile detection stops and starts. Afterwards the controller must agree with the machine about the
 // present devices, and nothing may be left open.
 //   TST_STORM_SEED  repeats the events of the run that printed this seed
 
@@ -16,8 +16,8 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // after this event detection runs to the end, so that its leaks show
-constexpr int eventsPerPause = 50; // in a pause all reports are handled
+constexpr int lastToggle = 7000;   // from this event on, detection never stops, so that its leaks show
+constexpr int eventsPerPause = 50; // between two pauses, in which all reports are handled
 
 /// A clock whose sleeps end at once. It keeps no record of them, so that memory use stays constant.
 class HurriedClock : public VirtualClock
@@ -56,8 +56,8 @@ public:
         toggleDetection();
     }
 
-    /// Runs the event loop on this thread until another thread has made all plug and removal events, which
-    /// @p usedSeed determines.
+    /// Starts a thread that makes all plug and removal events, which @p usedSeed determines. Runs the event
+    /// loop on this thread until the other thread has ended.
     void rage(std::uint32_t usedSeed)
     {
         std::thread storm([this, usedSeed] {
@@ -77,7 +77,7 @@ public:
     QMap<DeviceType, bool> reported; ///< the connected devices, according to the signals
     bool isDetecting = false;
     int disagreements = 0;
-    int answers[2][2] = {}; ///< number of removal requests: [there is no other user][is granted]
+    int answers[2][2] = {}; ///< numbers of removal requests, by [no other user][granted]
     int arrivals = 0;
     int unread = 0;
     std::size_t blocksAfterWarmUp = 0;
@@ -117,8 +117,9 @@ private:
         unread += isAllRead ? 0 : 1;
     }
 
-    /// @param how  0: requests a removal that another user refuses; 1: requests one without another user;
-    ///     else pulls the cable.
+    /// @param how  0: requests a removal while another user has the device open.
+    ///     1: requests a removal without another user, then pulls the cable.
+    ///     Any other value: pulls the cable.
     void remove(DeviceType type, unsigned how)
     {
         SimulatedDeviceTree& tree = machine.deviceTree();
@@ -168,7 +169,7 @@ private Q_SLOTS:
 
 void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
 {
-    constexpr std::size_t tolerance = 1000; // blocks, for reads in progress and reports that are queued
+    constexpr std::size_t tolerance = 1000; // memory blocks of reads in progress and of queued reports
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
     const QtMessageHandler previous =
@@ -190,11 +191,11 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // Few requests are refused: only those that come while the detector stops or a read ends. At these
-        // moments the device can be open without being watched.
+        // Without another user, a removal is refused only while the detector stops or a read ends, because
+        // the device can then be open without being watched. That is rare, so most requests must be granted.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
-        QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified
+        QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified devices
         storm.controller.stopDetection();
         QCOMPARE(openHandleCount(), handlesBefore);
         QCOMPARE(storm.machine.deviceTree().openFileCount(), std::size_t(0));

@@ -47,7 +47,7 @@ struct ScriptedComputer : Computer
     const std::wstring path;
 };
 
-/// A computer with both devices plugged in, and an attempt that the gate holds after its first data packet.
+/// A computer with both devices plugged in, and an attempt that the gate stops after its first data packet.
 struct HeldDownload : PairedComputer
 {
     explicit HeldDownload(DeviceType type)
@@ -165,7 +165,7 @@ void TestUpdater::aDeviceInProgrammingModeIsOpenedByItsPath()
     const std::wstring second = computer.plug(programmingHeadset, L"7&1a2b3c&0&0002");
     Attempt attempt(second, Headset, "image");
     attempt.updater->flashDevice();
-    QCOMPARE(computer.hid->transfers, 0); // no leave request
+    QCOMPARE(computer.hid->transfers, 0); // no leave request was sent
     QVERIFY(!attempt.updater->findChild<QProcess*>());
     computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
     TRY_COMPARE(attempt.text(), "error 3");
@@ -274,7 +274,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     const auto kind = static_cast<DeviceType>(type);
     SimulatedDevice& device = computer.pair.device(kind);
     device.setFault(Fault::Vanish, transfer);
-    // The flasher waits until the updater knows of the loss, because virtual time has no delays.
+    // Virtual time has no delays, so this makes the flasher wait until the updater knows of the loss.
     device.onVanished = [this] {
         if (QThread::currentThread() != thread())
             QMetaObject::invokeMethod(

@@ -43,7 +43,7 @@ private Q_SLOTS:
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
     // The answers are steps to take while a question is open, or y, n, Esc. The last column has the devices
-    // in the dialog; it is empty if no update starts.
+    // that the dialog updates; it is empty if no update starts.
     const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
                                                                        "updated");
     const auto row = [&table](const QByteArray& steps, const QByteArray& answers,
@@ -182,7 +182,7 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
     QCOMPARE(desk.screenState(), pairing);
     QVERIFY(desk.window.statusBar()->isHidden());
 
-    // The screen ignores keys that were meant for the dialog, Override, and devices that go.
+    // The screen ignores Override, devices that go, and keys that were meant for the dialog.
     press(desk.window, false);
     letScreenSettle();
     press(desk.window, true);
@@ -199,8 +199,8 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    // A row's name has an error code per updater, 0 for success. isOverridden: whether the user chooses
-    // Override on the report.
+    // A row's name has an error code for each updater, 0 for success. isOverridden: the user chooses Override
+    // while the report is shown.
     const Table<QString, bool> table("reason", "isOverridden");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "

@@ -9,7 +9,7 @@
 #include "rawzip.h"
 #include "smallimage.h"
 
-using Archive = std::function<QByteArray()>; // builds the archive when its row runs
+using Archive = std::function<QByteArray()>; // called when its row runs
 Q_DECLARE_METATYPE(Archive)
 
 /// Adds rows with archives to a test that has the columns "archive" and "outcome".
@@ -22,7 +22,7 @@ const QString failed = QStringLiteral("failed");
 
 constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked bytes of one entry
 constexpr int notesLimit = 1024 * 1024;
-constexpr int restLimit = 1024 * 1024;        ///< unpacked bytes left after an entry of entryLimit bytes
+constexpr int restLimit = 1024 * 1024;        ///< unpacked bytes allowed after an entry of entryLimit bytes
 constexpr int packedLimit = 16 * 1024 * 1024; ///< packed bytes of all entries together
 constexpr int directoryLimit = 1024 * 1024;
 
@@ -79,8 +79,8 @@ inline QByteArray bzip2OfNew()
                                "020000802000219A68334D133C5DC914E14241E6FD2154");
 }
 
-/// Adds a row for an archive with an intact headset's image and two copies of a transmitter's image, one
-/// deflated and one stored, that @p change damages. Only the headset's image must load.
+/// Adds a row for an archive with an intact image for a headset and two images for a transmitter, one
+/// deflated and one stored. @p change damages these two images. Only the headset's image must load.
 inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
 {
     addRow(name, headsetOnly(), [=] {
@@ -173,7 +173,7 @@ inline void addReleaseNotes()
     addNotes("notes in UTF-16, little end first", notes(QByteArray("\xFF\xFE\xE9\0", 4)), accented);
     addNotes("notes in UTF-16, big end first", notes(QByteArray("\xFE\xFF\0\xE9", 4)), accented);
     addNotes("notes of half a character", notes(QByteArray("\xFF\xFE\xE9", 3)));
-    for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // around one and two chunks of 4064 bytes
+    for (const int bytes : {4063, 4064, 4065, 8128, 8129}) { // close to one or two chunks of 4064 bytes
         const QByteArray text = "start" + QByteArray(bytes - 8, 'n') + "end";
         addNotes(QByteArray("notes of " + QByteArray::number(bytes) + " bytes").constData(), notes(text),
                  QString::fromLatin1(text));

@@ -29,8 +29,8 @@ public:
     std::function<void()> onQuery;
 };
 
-/// An event for whose handle the system reuses the value of a handle that was just closed. It shows whether
-/// the program closes that value again and thus closes the event.
+/// An event whose handle gets the value of a handle that the program has just closed. If the program closes
+/// that handle a second time, it closes this event.
 class Stranger
 {
 public:

@@ -7,8 +7,8 @@
 #include "simulatedmachine.h"
 
 /// A bare simulated computer under virtual time. While it exists, the Windows functions act on it, and log
-/// messages are captured. Destroy all objects that use it first. Only tasks of the global thread pool may
-/// still run: the destructor waits for them.
+/// messages are captured. Destroy all objects that use it first. Tasks of the global thread pool may still
+/// run: the destructor waits for them.
 class Computer
 {
 public:
@@ -23,7 +23,7 @@ public:
     ~Computer() { letThreadsEnd(); }
 
     Gate gate;
-    Gate second;        ///< for another thread, while the first gate holds one
+    Gate second;        ///< for another thread while `gate` holds one
     VirtualClock clock; ///< a test that replaces onSleep disables the gates
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();

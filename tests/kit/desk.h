@@ -158,8 +158,8 @@ struct Desk : PairedComputer
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
 
     /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is "main"
-    /// or "start" with the generation that its picture shows and its buttons. For each device the versions
-    /// are given as "installed>in the archive". The button is "Update", or "-" if it is disabled.
+    /// or "start"; after "start" come the generation in its picture, and its buttons. Each device has its
+    /// versions as "installed>in the archive". The button is "Update", or "-" if it is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
@@ -201,7 +201,7 @@ private:
                text(screen()->closeButton()->isHidden() ? "" : " Close");
     }
 
-    /// @return what WindowState::oddities() reports, and whether a screen reader describes a page by other
+    /// @return what WindowState::oddities() reports, and each page that a screen reader describes by other
     /// texts than the page shows.
     QString oddities() const
     {

@@ -8,7 +8,7 @@
 class Gate
 {
 public:
-    /// The next thread that sleeps for @p ms is held until open().
+    /// Holds the next thread that sleeps for @p ms until open() is called.
     void close(std::uint32_t ms)
     {
         const std::lock_guard<std::mutex> guard(mutex);

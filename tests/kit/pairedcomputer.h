@@ -33,7 +33,7 @@ public:
     const QMap<DeviceType, QByteArray> images{
         {DeviceType::Transmitter, toByteArray(ImageBuilder::build(ImageBuilder::transmitter()))},
         {DeviceType::Headset, toByteArray(ImageBuilder::build(ImageBuilder::headset()))}};
-    std::function<void(const std::string&)> onReport; ///< gets the devices' reports, on any thread
+    std::function<void(const std::string&)> onReport; ///< called on any thread with each report of a device
     SimulatedPair pair;
 
 private:

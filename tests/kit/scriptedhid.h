@@ -17,12 +17,12 @@ public:
     DWORD setError = ERROR_SUCCESS;
     DWORD getError = ERROR_SUCCESS;
     std::function<void(const QByteArray& report)> onSet;
-    std::function<QByteArray(const QByteArray& entry)> answer; ///< makes the report from the buffer on entry
+    std::function<QByteArray(const QByteArray& entry)> answer; ///< makes the report from the caller's buffer
     std::function<void()> onTransfer;                          ///< called before each transfer
 
     // What it recorded.
 
-    QByteArray sent; ///< the last report set
+    QByteArray sent; ///< the last report that was set
     int transfers = 0;
     mutable int queries = 0; ///< number of calls of capabilities()
 

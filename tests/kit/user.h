@@ -15,7 +15,7 @@
 #include "waiting.h"
 #include "windowstate.h"
 
-/// Waits on the computer's clock for as long as a new screen ignores keys.
+/// Waits, on the computer's clock, until a new screen no longer ignores keys.
 inline void letScreenSettle()
 {
     Sleep(500);

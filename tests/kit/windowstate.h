@@ -16,8 +16,8 @@
 
 #include "literals.h"
 
-/// Describes in text what a window shows to a user and offers to a screen reader. Features that must be right
-/// on every screen are left out. oddities() reports the ones that are wrong.
+/// Describes in text what a window shows to a user and offers to a screen reader. Leaves out what must be
+/// right on every screen: oddities() reports it if it is wrong.
 namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
@@ -135,7 +135,7 @@ inline QStringList odditiesOf(const QLabel& label)
 /// Handles all layout requests that are posted, so that every widget has its final geometry.
 inline void layOut()
 {
-    constexpr int layoutsDeep = 4; // each posts a request to the layout that contains it
+    constexpr int layoutsDeep = 4; // each layout posts a request to the one that contains it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
