@@ -2,7 +2,7 @@
 
 failures=0
 
-# check SENTENCE COMMAND...: prints whether the command succeeds, as the sentence says; counts failures.
+# check SENTENCE COMMAND...: prints the sentence and whether the command succeeds; counts failures.
 check() {
     sentence=$1
     shift

@@ -1,9 +1,9 @@
 #!/bin/sh
-# release.sh [--dry-run]: builds both packages, checks them, runs tests and benchmarks, and collects everything of a
-# release in build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and REPORT.md.
-# Refuses to make a release if the tree has changes or one of these is missing: a new version, a licence, a real
-# address, UPDATER_SIGN (the command that signs the Windows programs). A dry run only reports these obstacles. Both runs
-# fail if a check fails or cannot run.
+# release.sh [--dry-run]: builds both packages, checks them, runs tests and benchmarks, and collects everything that a
+# release consists of in build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and
+# REPORT.md. Refuses to make a release if the tree has changes or one of these is missing: a new version, a licence, a
+# real address, UPDATER_SIGN (the command that signs the Windows programs). A dry run only reports these obstacles.
+# Either kind of run fails if a check fails or cannot run.
 set -e
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -30,7 +30,7 @@ obstacles() {
     [ -n "${UPDATER_SIGN:-}" ] || echo "UPDATER_SIGN is not set: the Windows programs would not be signed."
 }
 
-# step NAME COMMAND...: runs the command and records its time; its output goes to NAME.log.
+# step NAME COMMAND...: runs the command and records its time; the command's output goes to NAME.log.
 step() {
     name=$1
     shift
@@ -42,7 +42,7 @@ step() {
     echo "$name: $(($(date +%s) - start)) s" | tee -a "$report/times"
 }
 
-# checked NAME: fails if the log of the step NAME has no check that holds, or has one that failed.
+# checked NAME: fails unless the log of the step NAME has a check that holds and no check that failed.
 checked() {
     grep -q '^holds: ' "$logs/$1.log" && ! grep -q '^FAILED: ' "$logs/$1.log" || fail "$1 did not run all its checks."
 }

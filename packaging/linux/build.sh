@@ -11,7 +11,7 @@ install_packages $build_packages $package_packages
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
 export CCACHE_BASEDIR= # ccache would compile with relative paths, which the prefix map does not replace
-rm -rf build/package build/linux # the date is part of what is compiled
+rm -rf build/package build/linux # the compiled files contain the date
 cmake --preset package
 cmake --build --preset package
 cpack --config build/package/CPackConfig.cmake -B build/linux

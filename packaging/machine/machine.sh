@@ -1,21 +1,22 @@
 # Sourced at the root of the sources, after scripts/packages.sh, by the scripts that check the packages. Makes Debian
-# systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its processor, so
-# it runs 32-bit programs on every computer.
+# systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its processor,
+# so it runs 32-bit programs on every computer.
 #
 # machine_install                      Installs what the functions below need on this computer, and fetches the kernel.
 # machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
-#       Makes a Debian of this computer's release in FOLDER, unless the same call already did. The shell commands BEFORE
-#       and AFTER run in it before and after PACKAGES are installed. Messages go to FOLDER.log.
+#       Makes a Debian of this computer's release in FOLDER, unless a call with the same arguments already did. The
+#       shell commands BEFORE and AFTER run in that Debian before and after PACKAGES are installed. Messages go to
+#       FOLDER.log.
 # machine_enter FOLDER COMMAND...      Runs a command in the Debian in FOLDER, in new namespaces: when the command ends,
 #                                      all processes that it started end too.
 # machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
 # machine_boot IMAGE LOG LIMIT_S FIRST [PARAMETER...]
-#       Boots the disk. Its program FIRST (no systemd needed: /sbin/init or a script with execute permission) runs as
-#       process 1, with only the root file system and /dev mounted; PARAMETER... go to the kernel. The machine stops when
-#       it powers off or process 1 exits, or after LIMIT_S seconds. What is printed on /dev/console (/dev/ttyS0) goes to
-#       machine_output. Succeeds if exactly one line of LOG is "checks: all hold".
-# machine_output LOG                   Writes the standard input to LOG, and the lines of checks.sh and those that start
-#                                      with "| " also to the standard output, at once.
+#       Boots the disk. FIRST, a program on the disk (/sbin/init, or a script with execute permission), runs as
+#       process 1, with only the root file system and /dev mounted; the kernel gets PARAMETER... The machine stops
+#       when it powers off or process 1 exits, or after LIMIT_S seconds. machine_output gets what is printed on
+#       /dev/console (/dev/ttyS0). Succeeds if exactly one line of LOG is "checks: all hold".
+# machine_output LOG                   Writes the standard input to LOG. At once, it also writes the lines of checks.sh
+#                                      and lines that start with "| " to the standard output.
 # machine_take IMAGE FOLDER TARGET     Copies a folder out of the image of a stopped machine, to TARGET/basename.
 # machine_modules FOLDER               Copies the kernel's modules into a Debian in FOLDER, for modprobe.
 

@@ -1,13 +1,13 @@
 #!/bin/sh
 # Builds Qt and QuaZip as static libraries from the distribution's source packages and keeps them in a cache folder.
 # Then builds the updater for Windows and its self-extracting package.
-# UPDATER_SIGN: a command that signs the file whose name is appended to it; nothing is signed without it.
+# UPDATER_SIGN is the command that signs a file; the file's name is appended to it. If it is not set, nothing is signed.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
 
 jobs=$(nproc)
-# A base folder of ccache would change the names of source files in the program.
+# If ccache had a base folder, the names of source files in the program would change.
 export CCACHE_BASEDIR=
 qt_source=$cache/src/qtbase-opensource-src
 quazip_source=$cache/src/libquazip1-qt5
@@ -68,11 +68,11 @@ build_qt() {
     ! made qt "$qt_recipe" || return 0
     rm -rf "$cache/qt" "$cache/build-qt"
     mkdir -p "$cache/bin" "$cache/build-qt"
-    # Qt calls the compiler without the thread model in its name.
+    # Qt's build calls the compiler by a name without the thread model.
     for tool in gcc g++; do
         ln -sf "$(command -v $target-$tool-posix)" "$cache/bin/$target-$tool"
     done
-    # A style includes this header even if the dialog is left out.
+    # Removes the line because a style includes this header even if the dialog is left out.
     sed -i '/#include <qinputdialog.h>/d' "$qt_source/src/plugins/styles/windowsvista/qwindowsvistastyle_p_p.h"
     echo "Building Qt; messages go to $cache/qt.log"
     # shellcheck disable=SC2086

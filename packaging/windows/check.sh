@@ -1,8 +1,8 @@
 #!/bin/sh
-# Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. It and an
-# X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in namespaces
-# of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check prints a line; the exit status is
-# 0 if all checks hold. Pictures and logs go to build/windows/check.
+# Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. Wine and
+# an X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in
+# namespaces of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check prints a line; the
+# exit status is 0 if all checks hold. Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
@@ -42,8 +42,8 @@ run() {
         machine_disk "$image" "$root" 1000
         machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
     else
-        # Uses one processor: a transfer passes through five processes, and to wake another processor for each takes
-        # longer than all their work.
+        # Uses one processor: a transfer passes through five processes, and waking another processor for each process
+        # takes longer than all their work.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
         machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 | machine_output "$2"
         grep -q '^checks: all hold$' "$2"
@@ -129,7 +129,7 @@ as_root mkdir -p "$work/package" "$work/damaged" "$work/devices" "$work/devices-
 sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
 as_root cp "$released" "$work/package/package.exe"
-# Damages the last four bytes of the gzip stream in the package, which are the size of its contents.
+# Overwrites the last four bytes of the gzip stream in the package, which are the size of the stream's contents.
 as_root cp "$released" "$work/damaged/package.exe"
 printf '\377\377\377\377' | as_root dd of="$work/damaged/package.exe" bs=1 conv=notrunc status=none \
     seek=$(($(payload_start "$released") + $(wc -c <"$made/package.tar.gz") - 4))

@@ -1,5 +1,5 @@
-# Sourced at the root of the sources by the scripts of the Windows program. Users get the 32-bit program, which runs on every
-# Windows.
+# Sourced at the root of the sources by the scripts of the Windows program. Users get the 32-bit program, which runs on
+# every Windows.
 
 . scripts/packages.sh
 

@@ -1,5 +1,5 @@
-// Linked into the updater and its package. Makes both load libraries from the system's folder only, since
-// other programs can put files into the package's folder.
+// Linked into the updater and its package. Makes both programs load libraries from the system's folder only,
+// since other programs can put files into the package's folder.
 #include <windows.h>
 
 extern "C" {
@@ -22,7 +22,7 @@ class SystemLibrariesOnly
 public:
     SystemLibrariesOnly()
     {
-        // Windows 7 lacks this function without the update KB2533623.
+        // On Windows 7 this function is missing unless the update KB2533623 is installed.
         const FARPROC procedure =
             GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories");
         if (procedure)

@@ -10,7 +10,7 @@ public:
     Lid(const Lid&) = delete;
     Lid& operator=(const Lid&) = delete;
 
-    /// @return false if the kernel refuses.
+    /// @return false if the kernel refuses the change.
     [[nodiscard]] bool setClosed(bool closed) const;
 
 private:

@@ -3,7 +3,7 @@
 // from the standard input, one per line:
 //
 //     plug, unplug    plugs both devices in, or unplugs both
-//     report-again    prints each phase of both devices once more, at its next transfer
+//     report-again    makes both devices print each phase again, at the phase's next transfer
 //     compare         prints whether each memory equals its image in the archive
 //     close, open     closes or opens the lid
 //
@@ -34,7 +34,7 @@ void unplug(SimulatedPair& pair)
     pair.device(DeviceType::Headset).unplug();
 }
 
-/// Makes both devices report each phase once more, at its next transfer.
+/// Makes both devices report each phase again, at the phase's next transfer.
 void reportPhasesAgain(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).clearFault();
@@ -79,7 +79,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     SimulatedPair::Setup setup;
-    constexpr std::size_t imageBytes = 131072; // enough that the user can act during the update
+    constexpr std::size_t imageBytes = 131072; // large enough for the user to act during the update
     setup.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes));
     setup.headsetImage = ImageBuilder::build(ImageBuilder::headset(imageBytes));
     setup.report = print;

@@ -35,7 +35,7 @@ user_may_not_open() {
     done
 }
 
-# start_program NAME: starts the installed program as the user; NAME distinguishes its runs.
+# start_program NAME: starts the installed program as the user; NAME identifies this run of the program.
 start_program() {
     rm -rf "/home/user/$1"
     setpriv --reuid=user --regid=user --init-groups mkdir "/home/user/$1"
@@ -49,7 +49,7 @@ end_program() {
     kill "$(process_of "$1")"
     within 30 ended "$1"
 }
-# logged NAME PATTERN: whether a line of the run's log matches.
+# logged NAME PATTERN: whether a line in the log of the run NAME matches.
 logged() { grep -qE -- "$2" "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt 2>/dev/null; }
 show_log() { sed 's/^/| /' "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt; }
 

@@ -4,7 +4,7 @@ key() { as_user "xdotool key --clearmodifiers $1"; }
 window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }
 picture() { import -window root "pictures/$1.png"; }
 
-# press CONDITION...: moves the focus from button to button and presses, until the condition holds.
+# press CONDITION...: presses one button after the other until the condition holds.
 press() {
     for _ in 1 2 3 4 5 6; do
         sleep 2 # a new screen ignores keys that arrive too early

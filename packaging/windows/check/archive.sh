@@ -1,6 +1,6 @@
 #!/bin/sh
 # archive.sh FILE: makes a firmware archive with one image, for a transmitter. The image contains a version file and a
-# USB descriptor file; it is a text with one byte per line.
+# USB descriptor file; the image is a text with one byte per line.
 set -e
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

@@ -1,6 +1,6 @@
 # Checks the program with a transmitter and a headset, simulated devices on the simulated bus. Everything between the
-# bus and the program is part of Wine, with one exception: instead of SETUPAPI.dll these copies of the program load a
-# stand-in, which knows the names of enumerators. Sourced by run.sh.
+# bus and the program is part of Wine, with one exception: instead of SETUPAPI.dll the checked copies of the program
+# load a stand-in, which knows the names of enumerators. Sourced by run.sh.
 
 # The version that the devices of pair.exe have before an update.
 installed=1.0.0.20240131.1207
@@ -100,9 +100,9 @@ duration() {
 # The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, 16 sectors (transmitter only), the final wait.
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
-# The percentages by which an update may take longer than the sum of its delays. They are higher in a virtual machine,
-# where the time also contains the load of the host. The percentage of the headset is higher, because it makes as many
-# transfers as the transmitter in a third of the time, always at the same time as the transmitter.
+# The percentages by which an update may take longer than the sum of its delays. Both are higher in a virtual machine,
+# because the load of the host adds to the time. The headset's percentage is the higher one, because the headset makes
+# as many transfers as the transmitter in a third of the time, always at the same time as the transmitter.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
@@ -120,7 +120,7 @@ both_are_within_bounds() {
     is_within transmitter $transmitter_ms $transmitter_percent && is_within headset $headset_ms $headset_percent
 }
 
-# In a virtual machine, whose host may have been busy, a second update may hold the bounds.
+# In a virtual machine, whose host may have been busy, it is enough if a second update is within bounds.
 both_are_within_bounds_at_last() {
     both_are_within_bounds || { [ -n "$emulated" ] && update_new_devices && both_are_within_bounds; }
 }
@@ -134,7 +134,7 @@ events() {
     sed -n "/done: count $1/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v "bytes compared"
 }
 
-# log_of NAME: prints the log lines of one device, which the flasher calls NAME.
+# log_of NAME: prints the log lines of the device that the log calls NAME.
 log_of() { log | grep "^$1: "; }
 
 # commits NAME: prints the lines that the log must have for the download of 64 KiB.
@@ -171,7 +171,7 @@ audio_service_runs() { wine sc query audiosrv | grep -q 'STATE.* 4 '; }
 wine installbus.exe simbus.inf
 check "the simulated bus is installed" [ $? -eq 0 ]
 
-# Wine has no audio service. This one is its print spooler under that name.
+# Wine has no audio service, so this is Wine's print spooler under that name.
 wine sc create audiosrv binPath= 'C:\windows\system32\spoolsv.exe' >/dev/null
 wine net start audiosrv >/dev/null
 check "a service with the name of the audio service runs" audio_service_runs
@@ -263,7 +263,7 @@ check "the package's program updates both, chip 13, revision 3" update finished 
 check "the package's driver-uninstall tool is started for both, in its own folder" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 $tool_folder
 31281 6 $tool_folder"
-# Wine's adapters have no names, so there is nothing to restore.
+# Wine's audio adapters have no names, so there is nothing to restore.
 check "the program reads the default audio endpoints of both flows, before and after" \
     [ "$(grep -c 'CoCreateInstance {bcde0395-e52f-467c-8e3d-c4579291692e}' ole.txt)" -eq 4 ]
 check "both memories are equal to their images, and no chip refused a command" updates_are_clean
@@ -318,7 +318,7 @@ end_program
 end_pair
 
 counts() { tool counts "$title" | tr -d '\r'; }
-# counts_are_at_most HANDLES THREADS: whether the program has no more handles and threads.
+# counts_are_at_most HANDLES THREADS: whether the program has at most so many handles and threads.
 counts_are_at_most() {
     # shellcheck disable=SC2046
     set -- "$@" $(counts)

@@ -6,8 +6,9 @@
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # The numbers limit the transfer: answers matter during identification only, and the first restart is at
-        # transfer 1.
+        # Each number is the highest transfer that can be drawn. It is small for faults in answers, which matter during
+        # identification only, and for faults at restarts: the first restart is at transfer 1, the only other one at the
+        # end.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)
@@ -19,7 +20,8 @@ fault_rows() {
 
 results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
 
-# has_both_results: whether the log has both results. Also answers the question about an unknown firmware if necessary.
+# has_both_results: whether the log has both results. If the program asks about an unknown firmware, the function
+# answers first.
 has_both_results() {
     ! tool shown Warning || tool keys Warning enter
     [ "$(results | wc -l)" -eq 2 ]
@@ -45,7 +47,8 @@ as_expected() {
     text_is "$(results)" "$(cat expected.txt)"
 }
 
-# fault_row FAULT DEVICE CHIP REVISION TRANSFER: whether the update ends as expected and the next one repairs it.
+# fault_row FAULT DEVICE CHIP REVISION TRANSFER: whether the update ends as expected and the next update repairs the
+# device.
 fault_row() {
     start_pair 1 "$3" "$4" 8192
     run_update fault "$2" "$1" "$5" && as_expected

@@ -20,7 +20,7 @@ check "the program examines the first HID interface of Wine" within 120 examined
 check "the program examines the second HID interface of Wine" within 120 examined 0002
 check "it ignores both, since they have no enumerator name, and its window says that there is no device" shows "No device detected."
 picture start-screen
-# Below About... are Close and an item of Wine.
+# In the system menu, Override and About... come before Close and an item of Wine.
 choose_system_item up up up up up
 picture main-page
 check "the item above About... in the system menu is Override: it changes the screen" \

@@ -31,8 +31,8 @@ window_text() {
     rm -f "$temporary/window-text.txt"
     tool text "$title" && cat "$temporary/window-text.txt" 2>/dev/null
 }
-# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first key only opens the
-# menu, with its first item selected; from there "up" selects the last item.
+# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first key only opens
+# the menu, with its first item selected; from there "up" selects the last item.
 choose_system_item() {
     tool command "$title" 0xF100
     tool keys "$title" "$@" enter

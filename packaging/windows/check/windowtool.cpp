@@ -7,10 +7,10 @@
 //     windowtool keys TITLE KEY...       presses the keys tab, space, enter or up
 //     windowtool command TITLE NUMBER    sends the system command NUMBER, such as 0xF100, which opens the
 //                                        system menu
-//     windowtool text TITLE              requests its texts for screen readers; see standin/uiautomation.cpp
+//     windowtool text TITLE              requests the texts for screen readers; see standin/uiautomation.cpp
 //     windowtool message TITLE           prints the texts of a message box
 //     windowtool counts TITLE            prints the numbers of handles and threads of its process
-//     windowtool close TITLE
+//     windowtool close TITLE             asks the window to close
 #include <cstdio>
 #include <iterator>
 #include <map>
@@ -71,7 +71,7 @@ bool pressKeys(HWND window, int count, wchar_t* names[])
     return true;
 }
 
-/// Takes the counts from the system's list of processes, since GetProcessHandleCount() does not work in Wine.
+/// Reads the counts from the system's list of processes, since GetProcessHandleCount() does not work in Wine.
 bool printCounts(HWND window)
 {
     DWORD process = 0;

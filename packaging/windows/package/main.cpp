@@ -22,8 +22,8 @@ DWORD writeAll(const ProgramFolder& folder, const std::vector<PackedFile>& files
     return ERROR_SUCCESS;
 }
 
-/// Runs the program with @p folder as its working directory, so that it loads nothing from the package's
-/// folder.
+/// Runs the program @p name with @p folder as its working directory, so that it loads nothing from the
+/// package's folder.
 /// @return ERROR_SUCCESS if the program has run; @p status is then its exit status. Otherwise an error code
 /// of the system.
 DWORD runProgram(const ProgramFolder& folder, const std::wstring& name, DWORD& status)

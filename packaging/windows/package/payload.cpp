@@ -10,7 +10,7 @@ namespace {
 constexpr int payloadResource = 1;
 constexpr int gzipWindowBits = 16 + MAX_WBITS;
 
-// A larger size in the gzip stream means that the package's file is damaged.
+// If the gzip stream states a larger size, the package's file is damaged.
 constexpr DWORD largestPayloadBytes = 256 * 1024 * 1024;
 
 // A tar archive (POSIX.1-1988 ustar): for each file a header and the bytes, both padded to whole blocks, then

@@ -8,11 +8,11 @@
 /// A file that the package carries.
 struct PackedFile
 {
-    std::wstring name; ///< without folders
+    std::wstring name; ///< file name without folders
     std::vector<BYTE> bytes;
 };
 
 /// Unpacks the files that the package carries, the program first. They are in the package's resource, a tar
 /// archive compressed with gzip.
-/// @return an error code of the system; ERROR_SUCCESS if @p files are complete.
+/// @return ERROR_SUCCESS if @p files are complete, otherwise an error code of the system.
 [[nodiscard]] DWORD unpackFiles(std::vector<PackedFile>& files);

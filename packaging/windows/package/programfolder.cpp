@@ -11,7 +11,7 @@ constexpr wchar_t namePrefix[] = L"ZEFO_VYNT_Firmware_Update_";
 /// Full access for administrators, the system and the owner; nothing inherited from the parent folder.
 constexpr wchar_t folderAccess[] = L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;OW)";
 
-// Virus scanners and a program that is ending keep files open for a moment.
+// Removal is tried again, because virus scanners and a program that is ending keep files open for a moment.
 constexpr int removalAttempts = 20;
 constexpr DWORD removalPauseMs = 100;
 
@@ -19,7 +19,7 @@ bool isElevated()
 {
     HANDLE opened = nullptr;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened))
-        return true; // the safe assumption
+        return true; // if in doubt, the folder gets the stronger protection
     const OwnedHandle token(opened);
     TOKEN_ELEVATION elevation{};
     DWORD size = sizeof(elevation);
@@ -33,7 +33,7 @@ std::wstring temporaryFolder()
     return GetTempPathW(MAX_PATH + 1, path) == 0 ? std::wstring() : std::wstring(path);
 }
 
-/// Asks the system, since the user can set the environment variable.
+/// Asks the system for the folder, since the user can set the environment variable.
 std::wstring programDataFolder()
 {
     wchar_t path[MAX_PATH + 1]{};
@@ -51,7 +51,8 @@ std::wstring newFolderPath(const std::wstring& parent)
     return parent + namePrefix + name;
 }
 
-/// @return the path of @p object without links. While it is open, nobody can rename a folder on this path.
+/// @return the path of @p object without links. While @p object is open, nobody can rename a folder on this
+///         path.
 std::wstring resolvedPathOf(HANDLE object)
 {
     std::wstring path(GetFinalPathNameByHandleW(object, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
@@ -111,8 +112,8 @@ bool isOwn(HANDLE folder, const std::wstring& path)
 
 /// Opens the folder so that nobody can rename or remove it while the handle is open. Requests the right to
 /// list the folder, because the system ignores the share mode of a handle without access to the contents.
-/// @param path    the path of the folder; becomes the path without links
-/// @param access  additional rights; DELETE fails if anybody else holds the folder open with this function
+/// @param path    the path of the folder; is set to the path without links
+/// @param access  additional rights; with DELETE the function fails if anybody else holds the folder
 /// @return null, with the system's last error set, if the folder cannot be opened, is a link or has another
 /// owner. Also null if the process has an administrator's rights and the folder cannot be protected.
 OwnedHandle hold(std::wstring& path, DWORD access)

@@ -23,8 +23,8 @@ constexpr std::uint32_t controlCode(std::uint32_t function)
 constexpr std::uint32_t plugCode = controlCode(0);
 /// Input: a port's number. Completes when the system has removed the device and its transfers have failed.
 constexpr std::uint32_t unplugCode = controlCode(1);
-/// Input: an Answer to the port's last Request, ignored if there was no Request or the device is gone.
-/// Output: the next Request. Completes when a program starts a transfer with the port's device.
+/// Input: an Answer to the port's last Request. The driver ignores it if there was no Request or the device
+/// is gone. Output: the next Request. Completes when a program starts a transfer with the port's device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
 /// The number of ports. Each takes one HID interface. When the program closes its handle, the driver empties

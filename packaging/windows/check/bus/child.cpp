@@ -163,7 +163,8 @@ NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
     case IRP_MN_START_DEVICE:
         return complete(irp, STATUS_SUCCESS);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The class driver has started and created its own device. A removal finds this device from now on.
+        // The class driver has started and created its own device. From now on a removal finds the class
+        // driver's device.
         completeChange(child->bus, *child->port);
         return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
     case IRP_MN_SURPRISE_REMOVAL:

@@ -143,7 +143,7 @@ NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
         answered = port.handedOut;
         port.handedOut = nullptr;
         if (answered)
-            size = fillIn(answered, *input); // before the next request overwrites the buffer
+            size = fillIn(answered, *input); // before handOut() overwrites the buffer
         makePending(irp, port.next);
         ready = handOut(port);
     }

@@ -15,7 +15,7 @@ struct Port
     PDEVICE_OBJECT device; ///< null while nothing is plugged in
     bool isPresent;        ///< false after unplugging, while the system removes the device
     BusProtocol::Plug plug;
-    LIST_ENTRY transfers; ///< transfers that the program has not received, linked by Tail.Overlay.ListEntry
+    LIST_ENTRY transfers; ///< not yet received by the program; linked by Tail.Overlay.ListEntry
     PIRP handedOut;       ///< the transfer that the program is answering
 
     // Pending requests of the program.
@@ -25,7 +25,7 @@ struct Port
 
 enum class Role { Bus, Control, Child };
 
-/// The common start of the extensions of all device objects of the bus driver.
+/// The extension of every device object of the bus driver starts with these members.
 struct Extension
 {
     Role role;
@@ -75,7 +75,7 @@ NTSTATUS controlRequest(BusExtension* bus, PIRP irp);
 void unplugAll(BusExtension* bus);
 
 /// Takes the pending request out of @p slot. The caller holds the lock.
-/// @return null if there is none, or if it is being cancelled.
+/// @return the request; null if there is none, or if it is being cancelled.
 PIRP takePending(PIRP& slot);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.

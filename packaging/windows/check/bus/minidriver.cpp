@@ -28,6 +28,6 @@ NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath)
     registration.DriverObject = driver;
     registration.RegistryPath = registryPath;
     registration.DeviceExtensionSize = sizeof(HID_DEVICE_EXTENSION);
-    registration.DevicesArePolled = TRUE; // otherwise Wine requests input reports endlessly; there are none
+    registration.DevicesArePolled = TRUE; // otherwise Wine endlessly requests input reports that never come
     return HidRegisterMinidriver(&registration);
 }

@@ -33,7 +33,7 @@ namespace {
 
 constexpr unsigned longestPauseMs = 1000;
 
-/// Prints a line as the bench does, after the seconds since the start. Thread-safe.
+/// Prints a line that starts with the seconds since the start, as the bench does. Thread-safe.
 void report(const std::string& text)
 {
     using Clock = std::chrono::steady_clock;
@@ -82,8 +82,8 @@ public:
             report(name + ": refused: " + refusal);
     }
 
-    /// Arms @p fault for the transfer with the given number, or disarms with Fault::None. Transfers count
-    /// from 1 again.
+    /// Arms @p fault; it strikes at the transfer @p transfer at the earliest. Fault::None disarms. Transfers
+    /// are counted from 1 again.
     void arm(Fault fault, int transfer = 1)
     {
         armed = fault;
@@ -115,7 +115,7 @@ private:
     SimulatedDevice::Setup setup(const ImageOptions& wanted, int chipId, int revision) const
     {
         ImageOptions installed = wanted;
-        installed.version = "1.0.0.20240131.1207"; // so long that an answer contains it in two rows
+        installed.version = "1.0.0.20240131.1207"; // so long that it takes two rows of an answer
         installed.seed = 99;
         const int port = type == DeviceType::Transmitter ? 1 : 2;
         return {type, chipId, revision, ImageBuilder::build(installed), port, report};

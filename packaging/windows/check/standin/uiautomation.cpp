@@ -1,7 +1,7 @@
-// Replaces uiautomationcore.dll, because that of Wine 8 waits forever for windows of a single-threaded
+// Replaces uiautomationcore.dll, because Wine 8's own DLL waits forever for windows of a single-threaded
 // apartment, such as Qt's windows. When a program sends WM_GETOBJECT to a window, this library writes what
-// the window shows to screen readers to "window-text.txt" in the temporary folder, a line "identifier: name"
-// for each element.
+// the window shows to screen readers to "window-text.txt" in the temporary folder, with a line
+// "identifier: name" for each element.
 #include <cstdio>
 #include <string>
 
