@@ -200,7 +200,7 @@ void TestAudioService::theServiceStopsAndStarts()
 {
     const bool isStop = QByteArray(QTest::currentDataTag()).startsWith("stop");
     QFETCH(Services, services);
-    // The tick count does not wrap, wraps during the first wait, or during a later one.
+    // The tick count never wraps, wraps during the first wait, or wraps during a later wait.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
         HostComputer computer(startTick);
         for (const Service& service : services)

@@ -146,7 +146,7 @@ void TestDetector::aWaitThatFailsEndsTheWorker()
     f.machine.faults.fail("WaitForMultipleObjects", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
     TRY_VERIFY(runningThreadCount() == 1); // only the notification thread is left
-    f.recorder.waitFor(1);                 // so that the enumeration does not find the transmitter
+    f.recorder.waitFor(1);                 // waits, so that the enumeration does not find the transmitter
     f.tree.plug(hidNode(transmitter));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(1), "complete 0");

@@ -99,7 +99,7 @@ struct Run : HidFixture
     int packets = 0;
     Flasher flasher;
     const std::size_t openBefore = tree.openFileCount();
-    Flasher::Place place; ///< at the end of the run
+    Flasher::Place place; ///< where the flasher was at the end of the run
 };
 
 QByteArray packets(int count)

@@ -11,7 +11,8 @@
 /// A HID interface with a node of the kernel's hidraw driver, such as /dev/hidraw3.
 ///
 /// All users in this program share one descriptor: the first acquire() opens it, and the last release()
-/// closes it. Calls of acquire() and release() must not overlap. After acquire(), any thread may transfer.
+/// closes it. Calls of acquire() and release() must not overlap. After acquire(), transfers may run on any
+/// thread.
 class HidrawDevice
 {
 public:

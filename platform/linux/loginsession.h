@@ -24,7 +24,7 @@ private:
 
     const std::function<void(const std::string&)> log;
     FileDescriptor wakefulness; ///< held while a thread requires the system or the display to stay awake
-    FileDescriptor lid; ///< held likewise: `wakefulness` does not prevent a suspend by the laptop's lid
+    FileDescriptor lid; ///< held too, since `wakefulness` does not prevent a suspend by the laptop's lid
     std::mutex mutex;   ///< guards what follows
     std::map<HWND, FileDescriptor> blocks;
 };

@@ -21,7 +21,7 @@ public:
     virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is called. Other threads notify @p changed when its result changes.
+    /// return and whenever @p condition is called. Whoever changes its result notifies @p changed.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);
@@ -72,7 +72,7 @@ public:
 
     // What it recorded.
 
-    std::vector<std::uint32_t> sleeps() const; ///< of all threads, in order
+    std::vector<std::uint32_t> sleeps() const; ///< the sleeps of all threads, in order
 
     // What it serves.
 

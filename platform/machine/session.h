@@ -26,8 +26,8 @@ public:
     virtual bool removeBlockReason(HWND /*window*/) { return false; }
 
 protected:
-    /// Keeps awake what the threads together require. Called by one thread at a time.
-    /// @param required  ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
+    /// Keeps awake what @p required names. Called by one thread at a time.
+    /// @param required  what any thread requires: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
     /// @return whether that is possible.
     virtual bool require(EXECUTION_STATE /*required*/) { return false; }
 

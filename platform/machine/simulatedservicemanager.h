@@ -24,7 +24,7 @@ public:
     {
         DWORD durationMs = 0;           ///< time in the pending state; INFINITE: forever
         DWORD waitHintMs = 0;           ///< wait hint that the service reports meanwhile
-        DWORD checkPointEveryMs = 0;    ///< the check point grows from 1 by 1 at this interval; 0: never
+        DWORD checkPointEveryMs = 0;    ///< the check point is 1, then grows by 1 at this interval; 0: never
         DWORD stallsAfterMs = INFINITE; ///< time after which the check point no longer grows
         DWORD exitCode = ERROR_SUCCESS; ///< a start with any other exit code leaves the service stopped
         DWORD refusal = ERROR_SUCCESS;  ///< any other code: the control or start call fails with it
@@ -44,7 +44,7 @@ public:
 
     struct Call
     {
-        std::string function; ///< of the Windows interface
+        std::string function; ///< called function of the Windows interface
         std::wstring service; ///< as the caller named it; empty for the manager
         DWORD access;         ///< access that the call requests
     };
@@ -67,7 +67,7 @@ public:
     DWORD start(const std::wstring& name);
 
     /// Sets @p names to the services that depend on @p name, directly or indirectly, and are not stopped.
-    /// Each comes before those that it depends on.
+    /// Each service comes before the services that it depends on.
     DWORD runningDependents(const std::wstring& name, std::vector<std::wstring>& names);
 
 private:

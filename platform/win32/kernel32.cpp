@@ -105,8 +105,8 @@ class ModuleObject : public HandleObject
 {
 };
 
-/// Waits until @p condition returns true, but at most @p timeoutMs. Holds the waiting lock during its calls.
-/// @return false after the timeout.
+/// Waits until @p condition returns true, but at most @p timeoutMs. Calls @p condition with the waiting lock
+/// held. @return false after the timeout.
 template <typename Condition>
 bool waitUntil(DWORD timeoutMs, Condition condition)
 {

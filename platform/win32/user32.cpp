@@ -25,7 +25,7 @@ Classes& classes()
     return *instance;
 }
 
-/// The window behind @p handle, if the calling thread owns it.
+/// The window behind @p handle; null, with the last error set, if the calling thread does not own it.
 std::shared_ptr<WindowObject> ownWindow(HWND handle)
 {
     auto window = HandleTable::get<WindowObject>(handle);
@@ -34,8 +34,8 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-/// The extra value at @p index in a window that the calling thread owns; otherwise null, with the last error
-/// set.
+/// The extra value at @p index of the window behind @p handle; null, with the last error set, if the window
+/// has no such value or the calling thread does not own it.
 LONG_PTR* extraValue(HWND handle, int index)
 {
     const auto window = ownWindow(handle);

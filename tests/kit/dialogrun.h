@@ -93,7 +93,7 @@ struct Run : PairedComputer
     }
 
     /// @return how many updaters were destroyed while the audio service ran, the endpoints were restored, and
-    /// isAwake() was the same as before the call.
+    /// isAwake() returned the same as before the call.
     int destroyDialog()
     {
         const bool wasAwake = isAwake();

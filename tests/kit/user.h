@@ -61,7 +61,7 @@ public:
         };
     }
 
-    QStringList boxes; ///< texts of the message boxes, with oddities
+    QStringList boxes; ///< texts of the message boxes, with their oddities
 
 private:
     void look()

@@ -140,8 +140,8 @@ inline void layOut()
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
 
-/// Reports widgets inside @p widget whose geometry, background, accessible name or description would be wrong
-/// on any screen.
+/// Reports faults that no screen may have: each widget inside @p widget whose geometry, background,
+/// accessible name or description is wrong.
 inline QString oddities(const QWidget& widget)
 {
     layOut();
