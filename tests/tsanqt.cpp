@@ -41,7 +41,10 @@ bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* 
     static const auto own = next<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
         "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
     __tsan_release(&handovers);
-    return own(object, slot, type, result);
+    const bool isInvoked = own(object, slot, type, result);
+    if (type == Qt::BlockingQueuedConnection)
+        __tsan_acquire(&handovers); // the call has ended on the receiver's thread
+    return isInvoked;
 }
 
 bool QObject::event(QEvent* event)

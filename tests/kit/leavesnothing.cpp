@@ -12,6 +12,9 @@ std::atomic<std::size_t> liveBlocks{0};
 
 } // namespace
 
+// A sanitizer has operators of its own, which check what these would hide.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 // The linker uses these operators in the whole program, Qt included.
 
 void* operator new(std::size_t size)
@@ -33,6 +36,8 @@ void operator delete(void* block, std::size_t) noexcept
 {
     operator delete(block);
 }
+
+#endif
 
 std::size_t liveBlockCount()
 {
