@@ -16,12 +16,12 @@ struct BenchOptions
     int revision = 2;
     int imageBytes = 8192; ///< size of each sample image
     std::optional<Fault> fault;
-    int faultTransfer = 1; ///< earliest transfer at which the fault strikes; 1 is the first
+    int faultTransfer = 1; ///< earliest transfer at which the fault can strike; transfers count from 1
     DeviceType faultDevice = DeviceType::Headset;
     bool fast = false;         ///< whether the clock is virtual
-    int speed = 1;             ///< factor by which time runs faster than real time; unused if it is virtual
+    int speed = 1;             ///< factor by which time runs faster than real time; unused if time is virtual
     bool onKernelBus = false;  ///< the devices are plugged into the kernel, not into the simulated computer
-    bool dark = false;         ///< light text on a dark background
+    bool dark = false;         ///< the windows show light text on a dark background
     bool drivesItself = false; ///< works without a user even if there is a display
     bool takesTour = false;    ///< visits all screens before the update
     QString screenshotsFolder; ///< folder for a picture of each screen

@@ -20,7 +20,7 @@ constexpr int unexpected = 1;
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 constexpr int reenumerationTimeoutMs = 30000; // how long the updater waits for a restarting device
 
-/// The version in the archive that the updater loads first.
+/// The firmware version in the archive that the updater loads first.
 QString firstVersion()
 {
     return QStringLiteral("1.2.3");
@@ -272,7 +272,7 @@ void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())
         return;
-    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may be waiting for the calling thread
+    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may itself wait for the calling thread
     const auto handled = std::make_shared<std::promise<void>>();
     QMetaObject::invokeMethod(
         this, [handled] { handled->set_value(); }, Qt::QueuedConnection);

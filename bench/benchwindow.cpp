@@ -93,7 +93,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     const bool isTransmitter = type == DeviceType::Transmitter;
     auto* const box = new QGroupBox(isTransmitter ? tr("Transmitter") : tr("Headset"));
     auto* const rows = new QFormLayout(box);
-    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // not every style widens fields
+    rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow); // some styles keep the fields narrow
     addState(*rows, tr("State:"), [&device] { return modeOf(device); });
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return textOf(device.transfers()); });

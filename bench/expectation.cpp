@@ -62,7 +62,7 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
         break;
     }
     if (isAtLastCommit(at, commits))
-        return succeeds(2, lostAtLastCommit); // the commit and the announcement of the end of programming
+        return succeeds(2, lostAtLastCommit); // lost: the commit and the announcement of programming's end
     if (isNoticedLate)
         return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);
@@ -76,7 +76,7 @@ Expectation whenWithdrawn(const Transfers& at, int commits)
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
-        return failsWith(FlashingError::DeviceLost, 1); // the announcement of the end of programming
+        return failsWith(FlashingError::DeviceLost, 1); // lost: the announcement of programming's end
     return {FlashingError::DeviceLost, 0, 1};
 }
 

@@ -14,7 +14,7 @@ QString windowText(const char* text)
     return QCoreApplication::translate("MainWindow", text);
 }
 
-/// Whether the transfer at which @p fault strikes succeeds and the fault takes effect afterwards.
+/// Whether @p fault takes effect only after the transfer at which it strikes, so that the transfer succeeds.
 bool isWithdrawal(std::optional<Fault> fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kib = 1024;
 using Figures = std::map<std::string, double>;
 
-/// Runs updaterun. @return the figures that it prints, by their names.
+/// Runs updaterun. @return the figures that it prints, keyed by their names.
 Figures figuresOf(const QStringList& arguments, const char* platform)
 {
     qputenv("QT_QPA_PLATFORM", platform);

@@ -54,7 +54,7 @@ void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const Repo
     decorated.push_back(pop);
     const bool isFull =
         decorated.size() > maxDescriptorBytes ||
-        std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // another Push might not fit
+        std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // the parser may refuse one more Push
     const ReportDescriptor again = ReportDescriptor::parse(decorated.data(), decorated.size());
     FuzzTarget::require(isFull || isSame(again, descriptor), "items without effect change the result");
 }

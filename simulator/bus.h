@@ -21,8 +21,8 @@ struct FeatureReports
     /// Receives one report from the computer; @p report[0] is the report ID.
     std::function<Transfer(const std::uint8_t* report, std::size_t size)> set;
 
-    /// Replaces @p report, which starts with the report ID, by the answer of at most @p size bytes including
-    /// the report ID. Sets @p received to the number of bytes.
+    /// Replaces @p report, whose first byte is the report ID, by the answer. The answer has at most @p size
+    /// bytes including the report ID; @p received is set to their number.
     std::function<Transfer(std::uint8_t* report, std::size_t size, std::size_t& received)> get;
 };
 
@@ -30,14 +30,14 @@ struct FeatureReports
 struct FeatureReportFormat
 {
     std::uint8_t id = 0;
-    std::uint16_t dataBytes = 0; ///< without the report ID
+    std::uint16_t dataBytes = 0; ///< number of bytes without the report ID
 };
 
 /// A USB interface of the HID class with its one top-level collection.
 struct HidInterface
 {
     std::optional<int> number;   ///< empty unless the device is composite (USB 2.0 section 5.2.3)
-    std::uint16_t usagePage = 0; ///< of the top-level collection (HID Usage Tables)
+    std::uint16_t usagePage = 0; ///< usage page of the top-level collection (HID Usage Tables)
     std::uint16_t usage = 0;
     std::vector<FeatureReportFormat> featureReports;
     std::shared_ptr<FeatureReports> serves; ///< null if there are no feature reports
@@ -48,15 +48,15 @@ struct BusDevice
 {
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
-    std::string name;         ///< shown to people
+    std::string name;         ///< name that users see
     int port = 0;             ///< each port takes one device
     bool refusesOpen = false; ///< no program may open it
     std::vector<HidInterface> interfaces;
 };
 
 /// What a simulated device is plugged into: the simulated computer, or the HID stack of a real computer.
-/// Every operation may be called on any thread; all but requestRemoval() also from inside a transfer of the
-/// device.
+/// Every operation may be called on any thread. Every operation except requestRemoval() may also be called
+/// from inside a transfer of the device.
 class Bus
 {
 public:

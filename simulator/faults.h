@@ -25,8 +25,7 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. It strikes at the first such event from the armed transfer
-    /// on.
+    /// The kind of event at which a fault strikes, at its earliest transfer or later.
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
@@ -36,7 +35,7 @@ struct FaultDescription
     const char* explanation;
 };
 
-const std::vector<FaultDescription>& faultDescriptions(); ///< of every fault but `None`
+const std::vector<FaultDescription>& faultDescriptions(); ///< of every fault except `None`
 
 const FaultDescription& descriptionOf(Fault fault); ///< @p fault must not be `None`
 
@@ -56,18 +55,17 @@ class FaultPlan
 {
 public:
     FaultPlan() = default;
-    /// @param transfer  earliest transfer at which the fault strikes; 1 is the next transfer.
+    /// @param transfer  earliest transfer at which the fault can strike; 1 is the next transfer.
     FaultPlan(Fault fault, int transfer);
 
-    /// Counts a transfer. @p phase is empty if the transfer belongs to the same phase as the transfer before
-    /// it.
+    /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the previous one.
     /// @return the fault that strikes at this transfer, or `None`.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
 
     /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// Call it when a fault that takes time has taken effect. From then on the fault counts as struck now.
+    /// Call it when a fault that takes time has taken effect. The fault then counts as struck at this moment.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }

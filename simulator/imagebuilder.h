@@ -70,7 +70,7 @@ std::vector<std::uint8_t> build(const ImageOptions& options);
 std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
 /// The version file with the text @p text (version, comma, remark). It ends with four zero bytes, because the
-/// updater does not read an entry's last four bytes.
+/// updater does not read the last four bytes of the entry.
 std::vector<std::uint8_t> versionEntry(const std::string& text);
 
 /// A USB descriptor file with a device and a configuration descriptor.

@@ -50,8 +50,8 @@ public:
     /// unknown request.
     void restart(int controlRequest);
 
-    /// Arms a fault. @p transfer is the earliest feature-report transfer at which it strikes; 1 is the next
-    /// transfer.
+    /// Arms a fault. @p transfer is the earliest feature-report transfer at which it can strike; 1 is the
+    /// next transfer.
     void setFault(Fault fault, int transfer);
     void clearFault();
 

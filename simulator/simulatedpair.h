@@ -34,7 +34,8 @@ public:
     }
     void plugIn();
 
-    /// The path that opens a device's vendor-defined interface; empty if it is unplugged or on another bus.
+    /// The path that opens a device's vendor-defined interface; empty if the device is unplugged or on
+    /// another bus.
     std::wstring channelPath(DeviceType type) { return layerBus.channelPath(device(type).port()); }
 
 private:

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/../.."
 
 # shellcheck disable=SC2086
 install_packages $build_packages $package_packages
-# The date that all files get: the last commit's, or CHANGELOG.md's if the sources come without their history.
+# All files get the date of the last commit, or of CHANGELOG.md if the sources come without their history.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
 export CCACHE_BASEDIR= # ccache would compile with relative paths, which the prefix map does not replace

@@ -18,7 +18,7 @@ work=$cache/check
 results=build/linux/check
 # The packages that the checks need in that Debian: systemd, a login session, and a desktop.
 root_packages="dbus fonts-dejavu-core imagemagick kmod libpam-systemd openbox polkitd procps systemd-sysv udev x11-utils xdotool xvfb"
-limit_s=2400 # for the virtual machine, enough on a busy computer
+limit_s=2400 # time limit of the virtual machine; enough on a busy computer
 
 # shellcheck disable=SC2086
 install_packages $build_packages
@@ -33,7 +33,7 @@ machine_modules "$work"
 as_root mkdir -p "$work/check" "$work/var/cache/apt/archives"
 as_root cp -r packaging/linux/check/. packaging/checks.sh build/release/bench/bench \
     build/release/packaging/linux/check/pair "$deb" "$work/check"
-as_root cp /bin/busybox "$work/check" # for chvt
+as_root cp /bin/busybox "$work/check" # provides chvt
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
 # Instead of suspending, systemd records how many updates have finished. logind reacts to the lid as soon as it has
 # started.

@@ -25,7 +25,7 @@ base=$($tools-objdump -p "$program" | sed -n 's/^ImageBase[[:space:]]*//p')
 SOURCE_DATE_EPOCH=0 $tools-strip "$program" # keeps the time of this run out of the header
 header=$(number_at 60)
 directory=$((header + 24 + 96 + 10 * 8)) # skips signature, file header, optional header, 10 directories
-size=72                                  # of IMAGE_LOAD_CONFIG_DIRECTORY32
+size=72                                  # size of IMAGE_LOAD_CONFIG_DIRECTORY32
 {
     little_endian $((0x$symbol - 0x$base))
     little_endian $size

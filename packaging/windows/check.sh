@@ -15,7 +15,7 @@ work=$root/check
 made=$build/packaging/windows
 results=$build/check
 released=$(echo "$build/release/$updater"-*.exe)
-limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # for the virtual machine, enough on a busy computer
+limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # time limit of the virtual machine; enough on a busy computer
 seed=${UPDATER_SEED:-$(date +%s)} # draws the faults of matrix.sh
 
 [ -f "$released" ] || fail "There is nothing to check; run packaging/windows/build.sh first."

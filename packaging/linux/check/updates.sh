@@ -1,7 +1,7 @@
 # Runs the bench on the kernel's HID bus, as root: whole updates of both generations, and what a user does after a
 # fault. Sourced by run.sh.
 
-. /check/settings # rows, seed
+. /check/settings # sets rows and seed
 
 # bench NAME ARGUMENT...: runs the bench, which drives the updater and judges the result; its log goes to NAME.log.
 bench() {

@@ -2,13 +2,13 @@
 # table of expectations judges each result, and the next update must repair the device. The variable "seed" decides
 # devices, chips and transfers. Sourced by run.sh.
 
-# fault_rows SEED: prints lines of fault, device, chip, revision, transfer. Each device gets four faults, each chip two.
+# fault_rows SEED: prints lines of fault, device, chip, revision, transfer. Each device gets four faults, each revision
+# of each chip two.
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # Each number is the highest transfer that can be drawn. It is small for faults in answers, which matter during
-        # identification only, and for faults at restarts: the first restart is at transfer 1, the only other one at the
-        # end.
+        # Each number is the highest transfer that can be drawn. Faults in answers strike during identification only,
+        # which ends at transfer 5. The device restarts after transfer 1 and at the end of the update.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)

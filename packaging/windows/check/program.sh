@@ -40,8 +40,8 @@ check "the log is in its folder, with CR LF line ends" every_log_line_ends_with_
 check "the log contains the program's folder" log_holds 'Application path:  "Z:/check"'
 rm -r "$logs"
 
-# The package, with an archive in its folder. It removes a folder that an earlier package left behind, unless somebody
-# holds that folder open.
+# The package, with an archive in its folder. The package removes a folder that an earlier package left behind, unless
+# somebody holds that folder open.
 # is_held FOLDER: whether the system refuses to rename a folder in the temporary folder, since a program holds it open.
 is_held() { ! wine cmd /c ren "$windows_temporary\\$1" renamed >/dev/null && [ -d "$temporary/$1" ]; }
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }

@@ -1,6 +1,6 @@
 // The self-extracting package: unpacks the updater and its companions into a new folder, starts the updater
 // there with "-sfx", waits until it ends, and removes the folder. The updater looks for the firmware archive
-// in the folder of the package. The exit status is that of the updater, or 1 if it does not run.
+// in the folder of the package. The exit status is that of the updater, or 1 if the updater does not run.
 #include <string>
 #include <vector>
 

@@ -12,7 +12,7 @@ struct PackedFile
     std::vector<BYTE> bytes;
 };
 
-/// Unpacks the files that the package carries, the program first. They are in the package's resource, a tar
-/// archive compressed with gzip.
+/// Unpacks the files that the package carries, the program first. The files are in the package's resource, a
+/// tar archive compressed with gzip.
 /// @return ERROR_SUCCESS if @p files are complete, otherwise an error code of the system.
 [[nodiscard]] DWORD unpackFiles(std::vector<PackedFile>& files);

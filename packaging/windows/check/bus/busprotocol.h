@@ -48,7 +48,7 @@ struct Plug
 struct Request
 {
     std::uint32_t isGet; ///< 1: the device returns a report; 0: the device receives the report
-    std::uint32_t size;  ///< bytes of the report, including its report ID
+    std::uint32_t size;  ///< number of bytes of the report, including its report ID
     std::uint8_t report[maxReportBytes];
 };
 
@@ -56,7 +56,7 @@ struct Answer
 {
     std::uint32_t port;
     std::uint32_t isDone;
-    std::uint32_t size; ///< bytes that the device returns; only if isGet was 1
+    std::uint32_t size; ///< number of bytes that the device returns; used only if isGet was 1
     std::uint8_t report[maxReportBytes];
 };
 

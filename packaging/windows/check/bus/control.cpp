@@ -124,7 +124,8 @@ ULONG fillIn(PIRP transfer, const Answer& answer)
     return size;
 }
 
-/// One request answers a transfer and waits for the next, since each request costs several context switches.
+/// One request answers a transfer and waits for the next transfer, since each request costs several context
+/// switches.
 NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
 {
     const Answer* const input = inputOf<Answer>(irp);

@@ -17,8 +17,8 @@ std::uint32_t slotOf(int port, std::uint32_t interfaceIndex)
     return static_cast<std::uint32_t>(port - 1) * interfacesPerDevice + interfaceIndex;
 }
 
-/// @return the identifier that Windows gives @p hid: such as "VID_7A31&PID_0004&MI_03" for a function of a
-/// composite device, and "VID_7A31&PID_0004" for a device with one function.
+/// @return the identifier that Windows gives @p hid, such as "VID_7A31&PID_0004&MI_03" for a function of a
+///         composite device, and "VID_7A31&PID_0004" for a device with one function.
 std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
 {
     wchar_t text[BusProtocol::maxIdLength];
@@ -126,7 +126,7 @@ bool DriverBus::request(const Event& done, std::uint32_t code, const void* input
 
 void DriverBus::serve(std::uint32_t number)
 {
-    const Event done = makeEvent(); // one for all transfers of the thread
+    const Event done = makeEvent(); // one event for all transfers of this thread
     BusProtocol::Request wanted{};
     BusProtocol::Answer answer{};
     answer.port = number;

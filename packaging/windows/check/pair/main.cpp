@@ -5,7 +5,7 @@
 //
 //     plug DEVICE
 //     unplug DEVICE
-//     count DEVICE                  counts its transfers from 1 again and disarms its fault
+//     count DEVICE                  counts the device's transfers from 1 again and disarms its fault
 //     fault DEVICE NAME TRANSFER    arms a fault of the bench
 //     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
 //     expectation                   prints how an update with the armed faults must have ended
@@ -82,8 +82,8 @@ public:
             report(name + ": refused: " + refusal);
     }
 
-    /// Arms @p fault; it strikes at the transfer @p transfer at the earliest. Fault::None disarms. Transfers
-    /// are counted from 1 again.
+    /// Arms @p fault, which can strike from the transfer with the number @p transfer on. Fault::None disarms.
+    /// Transfers are counted from 1 again.
     void arm(Fault fault, int transfer = 1)
     {
         armed = fault;
@@ -175,7 +175,7 @@ private:
         int transfer = 0;
         words >> name >> transfer;
         const auto fault = faultByName(name);
-        // The HID class driver decides who may open a device, not the bus.
+        // The HID class driver, not the bus, decides who may open a device.
         if (!fault || descriptionOf(*fault).needsLayer || transfer < 1)
             return false;
         candidate.arm(*fault, transfer);
