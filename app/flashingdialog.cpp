@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Hides @p label but keeps its space. A visible empty label would take its accessible name from its box.
+/// Hides @p label but keeps its space. A visible empty label would get the accessible name of its group box.
 void hideUntilFilled(QLabel* label)
 {
     QSizePolicy policy = label->sizePolicy();

@@ -24,7 +24,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     imagePolicy.setRetainSizeWhenHidden(true);
     ui->image->setSizePolicy(imagePolicy);
 
-    setFocusProxy(ui->text); // screen readers read the widget with the focus
+    setFocusProxy(ui->text); // screen readers read the widget that has the focus
     ui->closeButton->hide();
     ui->backButton->hide();
     ui->image->hide();

@@ -15,7 +15,7 @@ namespace LogFolder {
 /// Other users may write to the temporary directory. So the file is always a new one, never opened through a
 /// link, and its folder is one that only this user can write to.
 ///
-/// Removes the oldest logs of the folder, so that 20 remain, including the new one.
+/// Removes the oldest logs of the folder, so that at most 20 remain, including the new one.
 ///
 /// @return false if no log could be created.
 [[nodiscard]] bool createLog(QFile& file, const QDateTime& start);

@@ -25,8 +25,8 @@ class MainWindowClass;
 /// Its central widget is one of two pages. The main page compares the connected devices with the loaded
 /// archive and starts an update. The info screen asks for devices, and after an update shows the pairing
 /// instructions or the failure report. The window's system menu has the items "Override" and "About...".
-/// "Override" keeps the main page, whatever devices are connected. GUI thread only. The constructor starts
-/// device detection.
+/// "Override" keeps the main page open, whatever devices are connected. GUI thread only. The constructor
+/// starts device detection.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT

@@ -15,7 +15,7 @@ UINT insertPosition(HMENU menu)
 {
     const int count = GetMenuItemCount(menu);
     for (int position = 0; position < count; ++position) {
-        // The item above Close is a separator.
+        // The new items go above the separator that precedes Close.
         if (GetMenuItemID(menu, position) == SC_CLOSE)
             return static_cast<UINT>(std::max(position - 1, 0));
     }

@@ -50,5 +50,5 @@ private:
     void forgetEarlierDetection();
 
     DetectionOwner detection;
-    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< shared with the detection's reads
+    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< the reads stop once it is true
 };

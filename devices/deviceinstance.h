@@ -10,7 +10,7 @@ enum DeviceType : std::int32_t {
     Headset = 2,
 };
 
-/// Device interface class under which an identity is watched and enumerated.
+/// The device interface class in which a detector looks for an identity.
 enum class InterfaceKind : std::uint32_t {
     None = 0,
     Hid = 1,
@@ -33,7 +33,7 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
 /// One device interface that a detector accepted.
 ///
 /// Only detectors create and delete records. A borrowed pointer is valid from the arrival report until its
-/// holder passes it to DeviceDetector::forget() or stops the detector; a copy is always valid.
+/// holder passes it to DeviceDetector::forget() or stops the detector; a copy of the record is always valid.
 class DeviceInstance : public DeviceId
 {
 public:

@@ -102,7 +102,7 @@ std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector>
         return nullptr;
     }
     const auto giveBackAndClose = [detector, handle](AbstractHidDevice* opened) {
-        detector->takeBack(*handle); // first, because the system may reuse a closed handle's value
+        detector->takeBack(*handle); // before closing, because the system may reuse a closed handle's value
         closeAndDelete(opened);
     };
     return {AbstractHidDevice::create(handle), giveBackAndClose};

@@ -71,7 +71,7 @@ bool isShowable(const QString& version)
                         [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
-/// Reads @p size bytes. @return false if fewer than @p needed were delivered.
+/// Reads @p size bytes. @return false if @p reader fails or delivers fewer than @p needed bytes.
 bool read(ReadDataFunction& reader, QByteArray& buffer, unsigned int address, unsigned short size, int needed)
 {
     return reader(buffer, address, size) && buffer.size() >= needed;

@@ -11,7 +11,7 @@
 /// On success the function replaces the buffer's whole content with the @c size bytes at @c address and
 /// returns true. A function that reads from a device may deliver fewer bytes if one exchange cannot carry
 /// them all. On failure it returns false, and the buffer's content is unspecified. It is called
-/// synchronously, and may be called with the same buffer again.
+/// synchronously. A caller may pass the same buffer again.
 using ReadDataFunction = std::function<bool(QByteArray&, unsigned int, unsigned short)>;
 
 /// Reads from an image in memory. It copies nothing: the buffer becomes a view into the image, so the image

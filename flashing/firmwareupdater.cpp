@@ -165,7 +165,7 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
-    // Runs on the worker thread, so the failure is logged even if nobody waits for the report any more.
+    // This slot runs on the worker thread, so it logs the failure even if nobody waits for the report.
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();

@@ -12,7 +12,7 @@ using namespace HidUtilities;
 
 namespace {
 
-constexpr std::uint32_t headerBytes = 2; // at the start of the image; they contain its geometry
+constexpr std::uint32_t headerBytes = 2; // the first bytes of the image, which give its geometry
 
 constexpr unsigned short transmitterPinmux = 0xF0E1;
 
@@ -235,7 +235,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // A failure is ignored, because if the device was removed, the abort flag ends the run.
+        // A failure is ignored. If the device was removed, the abort flag ends the run at the next check.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -305,7 +305,8 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// Both functions ignore a failed write, because if the device was removed, the abort flag ends the run.
+// Both functions ignore a failed write. If the device was removed, the abort flag ends the run at the next
+// check.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

@@ -49,7 +49,7 @@ Q_SIGNALS:
     void flashingError(int code); ///< last signal of a failed run; @p code is a FlashingError::Code
     void flashingFinished();      ///< last signal of a successful run
     void progressRangeChanged(int min, int max);
-    void progressValueChanged(int value); ///< may pass the maximum by a few steps
+    void progressValueChanged(int value); ///< @p value may exceed the maximum by a few steps
 
 private:
     void program();

@@ -3,8 +3,8 @@
 /// Stops the Windows audio service "audiosrv" and the services that depend on it. The destructor starts the
 /// audio service, whatever its state was before, but not the dependent services.
 ///
-/// The caller gets no result. Every outcome is logged as a debug message. The message of a failure contains
-/// the Windows error code. Without administrator rights each operation only logs such a message.
+/// The caller gets no result. Every outcome is logged as a debug message. If a call to Windows failed, the
+/// message contains the error code. Without administrator rights each operation only logs such a message.
 ///
 /// The object has no state, so any thread may call each operation, even while another operation runs. All
 /// operations block: they call Sleep() between queries of the service's status.

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
-constexpr unsigned rowStep = 0x1000; // the loader places the rows this far apart, not 16 bytes
+constexpr unsigned rowStep = 0x1000; // the loader places the rows this far apart, not rowBytes
 
 } // namespace
 

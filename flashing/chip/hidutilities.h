@@ -10,20 +10,20 @@ struct ChipModel;
 
 /// The commands to the audio chips: 64-byte feature reports on the vendor-defined HID interface.
 ///
-/// Every operation blocks the calling thread for its transfers. The results say whether the transfer itself
-/// succeeded, not what the chip did with it. Only the low byte of an int operand is sent.
+/// Every operation blocks the calling thread for its transfers. A bool result says whether the transfer
+/// succeeded, not whether the chip executed the command. Only the low byte of an int operand is sent.
 namespace HidUtilities {
 
 /// One-byte requests to the device as a whole.
 enum ControlRequest {
     LeaveApplication = 0x0A, ///< re-enumerate in programming mode
-    EndProgramming = 0x05,   ///< restart; the caller then gives the device 10 s
+    EndProgramming = 0x05,   ///< restart; the caller then waits 10 s for the device
 };
 
 /// Operations without operands.
 enum ChipOperation {
-    CommitOperation = 0x03, ///< program RAM into the non-volatile memory, as the control block says
-    LoadOperation = 0x84,   ///< copy image bytes into RAM, as the control block says
+    CommitOperation = 0x03, ///< write RAM bytes to the memory; the control block says which and where
+    LoadOperation = 0x84,   ///< copy image bytes into RAM; the control block says which and where
 };
 
 /// A field of the loader's control block. The control block starts at the chip's SmData address.
