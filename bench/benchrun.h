@@ -53,7 +53,7 @@ public:
     [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
 
 Q_SIGNALS:
-    /// Emitted once for each screen on the tour, after the screen's layout is done.
+    /// In a run with the tour, emitted once for each screen, after the screen's layout is done.
     void screenSeen(const QString& name, QWidget* screen);
     void finished(int exitCode); ///< makes drive() return @p exitCode
 

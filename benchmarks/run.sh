@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs missing packages, builds, and compares what the updater's work costs with the least that it can cost. Takes
+# Installs missing packages, builds, and compares the cost of the updater's work with the lowest possible cost. Takes
 # about four minutes; the figures of a busy machine mean less. Exit status 1: a row exceeds its bound. Arguments go to
 # the program, such as --benchmark_filter=archive for some of the rows.
 cd "$(dirname "$0")/.." || exit 1

@@ -68,7 +68,7 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // If the handle is open, it was opened after the query, so it stays valid after the refused removal.
+    // The query closed the old handle. An open one is newer, so the refused removal leaves it valid.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);

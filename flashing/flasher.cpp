@@ -227,7 +227,7 @@ std::unique_ptr<std::vector<unsigned char>> Flasher::createPacket()
 void Flasher::downloadToRam(std::uint32_t chunkSize)
 {
     device->enterPhase(Phase::Download);
-    // An image that is shorter than a chunk ends within it. The length of a whole chunk is still committed.
+    // If the whole image is shorter than a chunk, this loop ends early, but the commit covers a whole chunk.
     for (std::uint32_t offset = 0; offset < chunkSize && bytesLeft() > 0; offset += packetDataBytes) {
         const std::uint32_t count = std::min(packetDataBytes, bytesLeft());
         const auto packet = createPacket();

@@ -17,7 +17,7 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-char handovers; // one address for all, so ThreadSanitizer assumes at least the order that Qt guarantees
+char handovers; // one address for all, so ThreadSanitizer sees more order than Qt guarantees, never less
 
 template <typename Function>
 Function next(const char* symbol)

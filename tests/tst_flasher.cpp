@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Values that stand in place of a chip identifier if the run must end before it sends data.
+/// Rows have these values instead of a chip identifier if their run must end before it sends data.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)

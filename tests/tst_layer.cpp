@@ -1,4 +1,4 @@
-// Tests where the layer has to behave like Windows: calls that it refuses, and broadcasts that it repeats.
+// Tests details that the layer copies from Windows, such as refused calls and repeated broadcasts.
 
 #include <QtTest>
 

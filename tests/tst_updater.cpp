@@ -1,4 +1,4 @@
-// Updates one device with a FirmwareUpdater, from the device's normal mode to the updater's last signal, and
+// Updates one device with a FirmwareUpdater, from either mode of the device to the updater's last signal, and
 // checks the signals.
 
 #include <QProcess>

@@ -90,8 +90,8 @@ enum class Answer {
 /// logs that as critical unless the device is closed.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
-/// Reads the revision register and returns any value that it has. Returns 0 if it cannot be read, and logs
-/// that as critical unless the device is closed.
+/// Reads the revision register and does not check its value. Returns 0 if it cannot be read, and logs that as
+/// critical unless the device is closed.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
 /// Looks up a chip and revision. Logs the revision's name, or that this revision of a known chip

@@ -35,8 +35,8 @@ as_root cp -r packaging/linux/check/. packaging/checks.sh build/release/bench/be
     build/release/packaging/linux/check/pair "$deb" "$work/check"
 as_root cp /bin/busybox "$work/check" # provides chvt
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
-# Instead of suspending, systemd records how many updates have finished. logind reacts to the lid as soon as it has
-# started.
+# Instead of suspending, systemd records how many updates have finished. logind reacts to the lid right from its own
+# start.
 as_root mkdir -p "$work/etc/systemd/system/systemd-suspend.service.d" "$work/etc/systemd/logind.conf.d"
 as_root cp "$work/check/suspend.conf" "$work/etc/systemd/system/systemd-suspend.service.d"
 as_root cp "$work/check/logind.conf" "$work/etc/systemd/logind.conf.d"

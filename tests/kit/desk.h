@@ -178,8 +178,8 @@ struct Desk : PairedComputer
                oddities();
     }
 
-    /// @return the info screen's "title|text|picture Back Close@focus", without hidden buttons, then all
-    /// oddities.
+    /// @return the state of the info screen as "title|text|picture Back Close@focus", with visible buttons
+    /// only, then all oddities.
     QString screenState() const
     {
         const QString parts = WindowState::pictureOf(*find(*screen(), "image")) + screenButtons() +

@@ -101,8 +101,8 @@ duration() {
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
 # The percentages by which an update may take longer than the sum of its delays. Both are higher in a virtual machine,
-# because the load of the host adds to the time. The headset's percentage is the higher one, because the headset makes
-# as many transfers as the transmitter in a third of the time, always at the same time as the transmitter.
+# because the load of the host adds to the time. The headset's percentage is the higher one: the headset needs only a
+# third of the time for as many transfers, and the transmitter works during all of that time.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else

@@ -7,8 +7,8 @@
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # Each number is the highest transfer that can be drawn. Faults in answers strike during identification only,
-        # which ends at transfer 5. The device restarts after transfer 1 and at the end of the update.
+        # Each number is the highest transfer to draw. It is 5 for a fault that strikes only while the chip is
+        # identified, and 2 for a fault at a restart: the device restarts after transfer 1 and after the update.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)
