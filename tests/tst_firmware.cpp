@@ -77,8 +77,8 @@ private Q_SLOTS:
         // Offset 4 holds the length of the records plus 9. The device's record is at offset 14, with the
         // descriptor's offset at 16 and its length at 18. The other record is at offset 20.
         const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
-        const FileEntry second =
-            patched(patched(usb, 20, std::string(usb.begin() + 14, usb.begin() + 20)), 14, "\2");
+        const std::string record(usb.begin() + 14, usb.begin() + 20);
+        const FileEntry second = patched(patched(usb, 20, record), 14, "\2");
         const FileEntry other = usbDescriptorEntry(0x0D, 0x7A31, 3);
         const FileEntry foreign = usbDescriptorEntry(0x0D, 0x1234, 3);
         image("no image", QByteArray(), "/0");
@@ -93,11 +93,10 @@ private Q_SLOTS:
         table("version shorter than its header", {fileEntry(5, "12"), usb}, "/4");
         table("first of two versions", {versionEntry("1,"), versionEntry("2,")}, "1/0");
         for (const char control : {'\0', '\t', '\n', '\x1F', '\x7F', '\x80', '\x9F'}) {
-            const QByteArray name = "version with control character " + QByteArray::number(control & 0xFF);
+            const QByteArray name = "control character " + QByteArray::number(control & 0xFF);
             table(name.constData(), {versionEntry(std::string("1.2") + control + "3,"), usb}, "/4");
         }
-        table("version with neighbours of control characters", {versionEntry(" ~\xA0\xAD,"), usb},
-              " ~\xA0\xAD/4");
+        table("neighbours of control characters", {versionEntry(" ~\xA0\xAD,"), usb}, " ~\xA0\xAD/4");
         const std::string longest(64, '<');
         table("version of 64 characters", {versionEntry(longest + ','), usb}, (longest + "/4").c_str());
         table("version of 65 characters", {versionEntry(longest + "<,"), usb}, "/4");

@@ -18,6 +18,48 @@ constexpr std::uint32_t packetMs = 20;
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
 
+/// Tries to close the dialog by Escape and by X, and minimises it. @return whether it stays open, with its
+/// warning and without its Close button.
+bool isClosingRefused(Run& run)
+{
+    for (const bool byX : {false, true})
+        run.ask(byX);
+    run.dialog->showMinimized();
+    return !run.closeButton()->isEnabled() && run.dialog->isVisible() && run.dialog->isMinimized() &&
+           find(*run.dialog, "doNotDisconnectDevicesLabel")->isEnabled() && run.isAwake();
+}
+
+/// Whether the box of @p type shows a busy bar and no result.
+bool isWaiting(const Run& run, DeviceType type)
+{
+    return run.of(type, "ResultIcon")->isHidden() && run.of(type, "InfoLabel")->isHidden() &&
+           run.bar(type)->maximum() == 0;
+}
+
+/// @return the picture of the result, and what a screen reader reads at the picture and at the bar.
+QStringList resultAround(const Run& run, DeviceType type)
+{
+    const auto* const icon = run.of(type, "ResultIcon");
+    return {WindowState::pictureOf(*icon), icon->accessibleName(), run.bar(type)->accessibleDescription()};
+}
+
+void report(FirmwareUpdater& updater, int code)
+{
+    if (code == 0)
+        Q_EMIT updater.flashingFinished();
+    else
+        Q_EMIT updater.flashingError(code);
+}
+
+/// Closes the dialog by @p way: "Close", "X" or "Escape".
+void close(Run& run, const QByteArray& way)
+{
+    if (way == "Close")
+        QTest::mouseClick(run.closeButton(), Qt::LeftButton);
+    else
+        run.ask(way == "X");
+}
+
 } // namespace
 
 class TestFlashingDialog : public LeavesNothing
@@ -120,29 +162,14 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     const auto* const warning = find(*run.dialog, "doNotDisconnectDevicesLabel");
     QSet<FirmwareUpdater*> reported;
     const int bottom = run.closeButton()->y();
-    for (const QByteArray& report : reports.split(' ')) {
-        const bool isFirst = report.startsWith('T') || devices == 1;
+    for (const QByteArray& letterAndCode : reports.split(' ')) {
+        const DeviceType type = letterAndCode.startsWith('T') ? Transmitter : Headset;
+        const bool isFirst = type == Transmitter || devices == 1;
         FirmwareUpdater* const updater = isFirst ? updaters.first() : updaters.last();
-        const DeviceType type = report.startsWith('T') ? Transmitter : Headset;
-        if (reported.size() < devices) { // Escape and X do nothing yet
-            for (const bool byX : {false, true})
-                run.ask(byX);
-            run.dialog->showMinimized();
-            QVERIFY(!run.closeButton()->isEnabled());
-            QVERIFY(run.dialog->isVisible() && run.dialog->isMinimized());
-            QVERIFY(warning->isEnabled());
-            QVERIFY(run.isAwake());
-        }
-        if (reported.isEmpty()) {
-            QVERIFY(run.of(type, "ResultIcon")->isHidden());
-            QVERIFY(run.of(type, "InfoLabel")->isHidden());
-            QCOMPARE(run.bar(type)->maximum(), 0);
-        }
+        QVERIFY(reported.size() == devices || isClosingRefused(run));
+        QVERIFY(!reported.isEmpty() || isWaiting(run, type));
         reported << updater;
-        if (report.endsWith('0'))
-            Q_EMIT updater->flashingFinished();
-        else
-            Q_EMIT updater->flashingError(report.mid(1).toInt());
+        report(*updater, letterAndCode.mid(1).toInt());
         QCOMPARE(run.bar(type)->maximum(), 100);
     }
     QCOMPARE(warning->palette().color(warning->foregroundRole()), QColor(120, 120, 120));
@@ -156,20 +183,14 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QCOMPARE(run.dialog->errors(), errors);
     for (const DeviceType type : bothTypes) {
         const QString result = run.result(type);
-        const auto* const icon = run.of(type, "ResultIcon");
-        QCOMPARE(WindowState::pictureOf(*icon), text(result.isEmpty()    ? ""
-                                                     : result == updated ? "doneandnext"
-                                                                         : "process-stop"));
-        QCOMPARE(icon->accessibleName(), result);
-        QCOMPARE(run.bar(type)->accessibleDescription(), result);
+        const QString picture = text(result == updated ? "doneandnext" : "process-stop");
+        QCOMPARE(resultAround(run, type),
+                 (QStringList{result.isEmpty() ? QString() : picture, result, result}));
         QVERIFY(run.closeButton()->accessibleDescription().contains(result));
     }
     TRY_VERIFY(run.isAtRest());
     QVERIFY(run.log.text().endsWith("|Phase restore"));
-    if (closedBy == "Close")
-        QTest::mouseClick(run.closeButton(), Qt::LeftButton);
-    else
-        run.ask(closedBy == "X");
+    close(run, closedBy);
     QCOMPARE(run.dialog->result(), int(errors.isEmpty() ? QDialog::Accepted : QDialog::Rejected));
     QVERIFY(run.dialog->isHidden());
     QCOMPARE(run.destroyDialog(), devices);

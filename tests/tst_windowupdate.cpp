@@ -23,6 +23,38 @@ const QString oneDevice =
 const QString reject = "Do not update"_s;
 const QString broken = "Last update was not completed. Please update again."_s;
 
+bool isQuestion(const QWidget& modal)
+{
+    const auto* const box = qobject_cast<const QMessageBox*>(&modal);
+    return box && box->icon() == QMessageBox::Warning && box->standardButtons() == 0 &&
+           !box->windowFlags().testFlag(Qt::WindowCloseButtonHint) &&
+           box->buttonRole(box->defaultButton()) == QMessageBox::AcceptRole;
+}
+
+/// Answers the question in @p modal: y, n, or Esc. Any other @p answer is a step to take while it is open.
+bool giveAnswer(Desk& desk, const QByteArray& answer, QWidget& modal)
+{
+    if (answer == "n")
+        return User::press(reject)(modal);
+    if (answer == "y")
+        return User::press(qobject_cast<QMessageBox*>(&modal)->defaultButton()->text())(modal);
+    if (answer == "Esc")
+        return User::type(Qt::Key_Escape)(modal);
+    desk.take(answer);
+    return true;
+}
+
+/// @return the letters of the devices that the flashing dialog @p modal shows.
+QByteArray devicesIn(const QWidget& modal)
+{
+    QByteArray letters;
+    if (find<QWidget>(modal, "transmitterBox")->isVisible())
+        letters += 'T';
+    if (find<QWidget>(modal, "headsetBox")->isVisible())
+        letters += 'H';
+    return letters;
+}
+
 } // namespace
 
 class TestWindowUpdate : public LeavesNothing
@@ -88,35 +120,20 @@ void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts()
     for (const QByteArray& answer : all) {
         const bool isLast = acts.size() + 1 == std::size_t(all.size());
         acts.emplace_back([&, answer, isLast](QWidget& modal) {
-            const auto* const box = qobject_cast<QMessageBox*>(&modal);
-            const bool isRight = box->icon() == QMessageBox::Warning && box->standardButtons() == 0 &&
-                                 !box->windowFlags().testFlag(Qt::WindowCloseButtonHint) &&
-                                 box->buttonRole(box->defaultButton()) == QMessageBox::AcceptRole;
-            if (!isRight)
+            if (!isQuestion(modal))
                 return false;
             if (isLast)
                 holdServiceStop();
-            if (answer == "n" || answer == "y")
-                return User::press(answer == "n" ? reject : box->defaultButton()->text())(modal);
-            if (answer == "Esc")
-                return User::type(Qt::Key_Escape)(modal);
-            desk.take(answer);
-            return true;
+            return giveAnswer(desk, answer, modal);
         });
     }
     QByteArray inDialog;
     QString state;
     if (!updated.isEmpty()) {
         acts.emplace_back([&](QWidget& modal) {
-            if (!qobject_cast<FlashingDialog*>(&modal))
+            if (!qobject_cast<FlashingDialog*>(&modal) || !desk.gate.isReached())
                 return false;
-            inDialog.clear();
-            for (const char* const box : {"transmitterBox", "headsetBox"}) {
-                if (find<QWidget>(modal, box)->isVisible())
-                    inDialog += *box == 't' ? 'T' : 'H';
-            }
-            if (!desk.gate.isReached())
-                return false;
+            inDialog = devicesIn(modal);
             state = desk.state();
             return User::type(Qt::Key_Escape)(modal);
         });
