@@ -24,8 +24,9 @@ bool isClosingRefused(Run& run)
 {
     for (const bool byX : {false, true})
         run.ask(byX);
+    const bool isOpen = run.dialog->isVisible();
     run.dialog->showMinimized();
-    return !run.closeButton()->isEnabled() && run.dialog->isVisible() && run.dialog->isMinimized() &&
+    return isOpen && !run.closeButton()->isEnabled() && run.dialog->isMinimized() &&
            find(*run.dialog, "doNotDisconnectDevicesLabel")->isEnabled() && run.isAwake();
 }
 
