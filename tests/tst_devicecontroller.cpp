@@ -233,20 +233,20 @@ void TestDeviceController::aReadOfADisabledDeviceReachesNoOther()
     QVERIFY(c.tree.requestRemoval(c.path()));
     TRY_COMPARE(c.text(), "started finished -1");
     c.second.close(memoryReadMs);
-    SimulatedDevice& headset = c.pair.device(Headset);
-    headset.plugIn();
+    SimulatedDevice& other = c.pair.device(Headset);
+    other.plugIn();
     TRY_VERIFY(c.second.isReached());
     c.gate.open();
     TRY_COMPARE(QThreadPool::globalInstance()->activeThreadCount(), 1); // only the headset's read still runs
     c.second.open();
     TRY_COMPARE(c.text(), "started finished -1 started finished +2");
     QCOMPARE(c.controller.version(Headset), QStringLiteral("1.0.0"));
-    const int transfers = headset.transfers().count;
-    headset.clearFault(); // also sets the count of transfers to 0
-    headset.unplug();
-    headset.plugIn();
+    const int transfers = other.transfers().count;
+    other.clearFault(); // also sets the count of transfers to 0
+    other.unplug();
+    other.plugIn();
     TRY_COMPARE(c.reports.mid(6).join(' '), "-2 started finished +2");
-    QCOMPARE(transfers, headset.transfers().count);
+    QCOMPARE(transfers, other.transfers().count);
 }
 
 void TestDeviceController::aDeviceWhoseRemovalIsRefusedIsReadAgain()

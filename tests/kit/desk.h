@@ -64,7 +64,7 @@ struct Desk : PairedComputer
     static QString archive(int generation, bool hasHeadset)
     {
         static const QTemporaryDir folders[2]; // the archive's name is the same with and without a headset
-        const QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
+        QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
         if (QFile::exists(path))
             return path;
         std::vector<ArchiveEntry> entries{{"ReleaseNotes.txt"_s, "<b>New</b>\nand better"}};
