@@ -51,7 +51,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle that was reopened for @p device, which closes the handle.
+    /// Stops watching the handle that was reopened for @p device. This closes the handle, because nobody else
+    /// owns it.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# Returns what the table calls an included header: a row or a library; empty for the standard library.
+# Returns the name that the table has for an included header: a row or a library; empty for the standard library.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)

@@ -221,7 +221,7 @@ void TestHid::operandsAreCutToBytes()
     QVERIFY(!command(device));
 }
 
-/// The device answers with fewer bytes than were requested, as AbstractHidDevice allows.
+/// A device that breaks the contract: it answers with fewer bytes than were requested, and reports success.
 void TestHid::anAnswerThatIsTooShortIsNotUsed()
 {
     struct ShortAnswers : ChipChannel

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // from this event on, detection never stops, so that its leaks show
+constexpr int lastToggle = 7000;   // after this event, detection never stops: a stop would free what leaked
 constexpr int eventsPerPause = 50; // between two pauses, in which all reports are handled
 
 /// A clock whose sleeps end at once. It keeps no record of them, so that memory use stays constant.
