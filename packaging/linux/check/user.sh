@@ -2,6 +2,7 @@
 
 key() { as_user "xdotool key --clearmodifiers $1"; }
 window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }
+no_window() { ! window "$1"; }
 picture() { import -window root "pictures/$1.png"; }
 
 # press CONDITION...: presses one button after the other until the condition holds.
@@ -10,7 +11,10 @@ press() {
         sleep 2 # a new screen ignores keys that arrive too early
         key space
         within 20 "$@" && return 0
-        ! window Open || key Escape
+        if window Open; then
+            key Escape
+            within 20 no_window Open # otherwise it would receive the next key
+        fi
         key Tab
     done
     return 1
