@@ -9,6 +9,7 @@
 #include "pairedcomputer.h"
 #include "simulatedchannel.h"
 #include "table.h"
+#include "textfile.h"
 #include "utilities.h"
 
 Q_DECLARE_METATYPE(Fault)
@@ -372,10 +373,9 @@ void TestSimulatedPair::identitiesAreTheSameEverywhere()
         {"metainfo.xml.in"_s, "<modalias>usb:v(\\w{4})p(\\w{4})d\\*</modalias>"_s},
     };
     for (auto pattern = patterns.begin(); pattern != patterns.end(); ++pattern) {
-        QFile file(LINUX_PACKAGING_FOLDER "/"_s + pattern.key());
-        const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        const QByteArray text = contentsOf(LINUX_PACKAGING_FOLDER "/"_s + pattern.key());
         QStringList found;
-        for (auto all = QRegularExpression(*pattern).globalMatch(text); all.hasNext();)
+        for (auto all = QRegularExpression(*pattern).globalMatch(QString::fromUtf8(text)); all.hasNext();)
             found << all.next().capturedTexts().mid(1).join(QString());
         found.sort();
         QCOMPARE(found, expected);
