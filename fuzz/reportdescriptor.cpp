@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t maxReportBytes = 16384;
-constexpr std::size_t maxDescriptorBytes = 4096;
+constexpr std::uint8_t unknownItem = 0xC4;
 constexpr std::uint8_t push = 0xA4;
 constexpr std::uint8_t pop = 0xB4;
 
@@ -39,24 +39,15 @@ void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
     }
 }
 
-/// @return whether @p byte can be the prefix of a Push item, with or without data.
-bool mayPush(std::uint8_t byte)
-{
-    return (byte & 0xFC) == push;
-}
-
 /// Parses a valid descriptor again, now with an unknown item and a Push before it and a Pop after it. Ends
 /// the process if the result changes.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {
-    std::vector<std::uint8_t> decorated{0xFE, 0x02, 0x55, push, pop, push};
+    std::vector<std::uint8_t> decorated{unknownItem, push, pop, push};
     decorated.insert(decorated.end(), bytes.begin(), bytes.end());
     decorated.push_back(pop);
-    const bool isFull =
-        decorated.size() > maxDescriptorBytes ||
-        std::count_if(bytes.begin(), bytes.end(), mayPush) >= 31; // the parser may refuse one more Push
     const ReportDescriptor again = ReportDescriptor::parse(decorated.data(), decorated.size());
-    FuzzTarget::require(isFull || isSame(again, descriptor), "items without effect change the result");
+    FuzzTarget::require(isSame(again, descriptor), "items without effect change the result");
 }
 
 } // namespace

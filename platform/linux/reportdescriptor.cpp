@@ -5,12 +5,9 @@
 
 namespace {
 
-constexpr std::size_t maxDescriptorBytes = 4096; // HID_MAX_DESCRIPTOR_SIZE
-constexpr std::size_t maxReportBytes = 16384;    // HID_MAX_BUFFER_SIZE
-constexpr std::size_t maxDepth = 32;
-constexpr std::uint32_t maxReportId = 0xFF;
+constexpr std::size_t maxReportBytes = 16384; // HID_MAX_BUFFER_SIZE
 
-constexpr std::uint8_t longItemPrefix = 0xFE;
+constexpr std::uint8_t longItemPrefix = 0xFE; // HID defines no long items
 constexpr int usagePageBits = 16;
 constexpr std::uint64_t bitsPerByte = 8;
 
@@ -45,49 +42,34 @@ class Parser
 public:
     ReportDescriptor parse(const std::uint8_t* bytes, std::size_t size)
     {
-        if (size > maxDescriptorBytes)
-            fail("is longer than 4096 bytes");
         std::size_t at = 0;
-        while (at < size && result.fault.empty())
+        while (at < size && !isDamaged)
             at += readItem(bytes + at, size - at);
-        if (depth > 0)
-            fail("ends within a collection");
-        if (result.collections.empty()) {
-            fail("has no collection");
-            result.collections.emplace_back();
-        }
-        if (std::all_of(result.collections.begin(), result.collections.end(),
-                        [](const HidCapabilities& c) { return c.featureReportBytes == 0; }))
-            fail("has no feature report");
+        std::vector<HidCapabilities>& collections = result.collections;
+        if (isDamaged || depth > 0 || collections.empty())
+            result.fault = "is damaged";
+        else if (std::all_of(collections.begin(), collections.end(),
+                             [](const HidCapabilities& c) { return c.featureReportBytes == 0; }))
+            result.fault = "has no feature report";
+        if (collections.empty())
+            collections.emplace_back();
         if (!result.fault.empty()) {
-            for (HidCapabilities& collection : result.collections)
+            for (HidCapabilities& collection : collections)
                 collection.featureReportBytes = 0;
         }
         return std::move(result);
     }
 
 private:
-    /// Keeps the first fault: later ones may follow from it.
-    void fail(const char* what)
-    {
-        if (result.fault.empty())
-            result.fault = what;
-    }
-
     /// @return the item's length.
     std::size_t readItem(const std::uint8_t* bytes, std::size_t available)
     {
         const std::uint8_t prefix = bytes[0];
-        const bool isLong = prefix == longItemPrefix;
-        std::size_t length = 1 + ((prefix & 3) == 3 ? 4 : prefix & 3);
-        if (isLong && available > 1)
-            length = std::size_t(3) + bytes[1]; // prefix, size, tag and data
-        if (length > available || (isLong && available == 1)) {
-            fail("ends within an item");
+        const std::size_t length = 1 + ((prefix & 3) == 3 ? 4 : prefix & 3);
+        if (length > available || prefix == longItemPrefix) {
+            isDamaged = true;
             return available;
         }
-        if (isLong)
-            return length; // skipped: HID defines no long items
         std::uint32_t value = 0;
         for (std::size_t i = length; i > 1; --i)
             value = value << bitsPerByte | bytes[i - 1];
@@ -108,10 +90,10 @@ private:
             globals.reportCount = value;
             break;
         case ReportIdItem:
-            setReportId(value);
+            globals.reportId = value;
             break;
         case PushItem:
-            push();
+            pushed.push_back(globals);
             break;
         case PopItem:
             pop();
@@ -135,13 +117,6 @@ private:
             hasUsage = false; // a local item applies only up to the next main item
     }
 
-    void setReportId(std::uint32_t id)
-    {
-        if (id == 0 || id > maxReportId)
-            fail("has a report ID that is not one of 1 to 255");
-        globals.reportId = id;
-    }
-
     /// If several usages precede a collection, it has the first. A usage in long form includes a usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
@@ -152,18 +127,10 @@ private:
         pageOfUsage = valueBytes == sizeof(value) ? value >> usagePageBits : 0;
     }
 
-    void push()
-    {
-        if (pushed.size() == maxDepth)
-            fail("has more than 32 nested Pushes");
-        else
-            pushed.push_back(globals);
-    }
-
     void pop()
     {
         if (pushed.empty()) {
-            fail("has a Pop without a Push");
+            isDamaged = true;
             return;
         }
         globals = pushed.back();
@@ -172,10 +139,6 @@ private:
 
     void startCollection()
     {
-        if (depth == maxDepth) {
-            fail("nests collections more than 32 deep");
-            return;
-        }
         if (depth++ > 0)
             return;
         HidCapabilities collection;
@@ -189,7 +152,7 @@ private:
     void endCollection()
     {
         if (depth == 0)
-            fail("has an End Collection without a Collection");
+            isDamaged = true;
         else
             --depth;
     }
@@ -197,14 +160,14 @@ private:
     void addFeature()
     {
         if (depth == 0) {
-            fail("has a report outside of any collection");
+            isDamaged = true;
             return;
         }
         std::uint64_t& bits = featureBits[globals.reportId];
         bits += std::uint64_t(globals.reportSize) * globals.reportCount;
         const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // includes the report ID
         if (bytes > maxReportBytes) {
-            fail("has a feature report of more than 16384 bytes");
+            isDamaged = true;
             return;
         }
         std::uint16_t& longest = result.collections.back().featureReportBytes;
@@ -213,6 +176,7 @@ private:
     }
 
     ReportDescriptor result;
+    bool isDamaged = false; ///< ends the parsing
     Globals globals;
     std::vector<Globals> pushed;
     std::size_t depth = 0;

@@ -7,7 +7,8 @@
 
 #include "devicetree.h"
 
-/// The contents of a HID report descriptor (HID 1.11 section 6.2.2), as far as the updater needs them.
+/// The contents of a HID report descriptor (HID 1.11 section 6.2.2), as far as the updater needs them. The
+/// kernel parses the descriptor first, and makes a hidraw node only if it finds no fault.
 ///
 ///     05 0C 09 01 A1 01 85 05 75 08 95 3F 09 01 B1 02 C0
 ///
@@ -18,11 +19,10 @@ struct ReportDescriptor
     /// One for each top-level collection, in order; never empty. After a fault none has feature reports.
     std::vector<HidCapabilities> collections;
 
-    /// Why there is no feature report: the descriptor is damaged or describes a keyboard, for example. Empty
-    /// if there is one.
+    /// Why there is no feature report: "is damaged", or "has no feature report" as that of a keyboard. Empty if
+    /// there is one.
     std::string fault;
 
-    /// Accepts at most 4096 bytes, as the kernel does. Collections and pushed states may be nested at most 32
-    /// deep, and a feature report may have at most 16384 bytes.
+    /// A feature report may have at most 16384 bytes, as in the kernel.
     static ReportDescriptor parse(const std::uint8_t* bytes, std::size_t size);
 };
