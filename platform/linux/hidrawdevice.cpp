@@ -1,8 +1,6 @@
 #include "hidrawdevice.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <iterator>
 
 #include <fcntl.h>
 #include <linux/hidraw.h>
@@ -14,35 +12,6 @@ namespace {
 
 /// When the cable is pulled, a transfer may fail up to this long before the device is removed.
 constexpr int removalDelayMs = 100;
-
-// Windows error codes that are used here only.
-constexpr DWORD tooManyOpenFiles = 4;
-constexpr DWORD timedOut = 121; // ERROR_SEM_TIMEOUT: the device did not answer the transfer
-
-struct Pair
-{
-    int errnoValue;
-    DWORD error;
-};
-
-constexpr Pair pairs[] = {
-    {ENODEV, ERROR_DEVICE_NOT_CONNECTED},
-    {ENXIO, ERROR_DEVICE_NOT_CONNECTED},
-    {ESHUTDOWN, ERROR_DEVICE_NOT_CONNECTED}, // the USB host controller has lost the device
-    {EACCES, ERROR_ACCESS_DENIED},
-    {EPERM, ERROR_ACCESS_DENIED},
-    {EBUSY, ERROR_SHARING_VIOLATION},
-    {EWOULDBLOCK, ERROR_SHARING_VIOLATION}, // from flock
-    {ENOENT, ERROR_FILE_NOT_FOUND},
-    {EINVAL, ERROR_INVALID_PARAMETER},
-    {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
-    {EMFILE, tooManyOpenFiles},
-    {ENFILE, tooManyOpenFiles},
-    {ENOTTY, ERROR_INVALID_FUNCTION},
-    {ENOSYS, ERROR_INVALID_FUNCTION},
-    {EOPNOTSUPP, ERROR_NOT_SUPPORTED},
-    {ETIMEDOUT, timedOut},
-};
 
 /// Repeats a system call that a signal interrupted.
 template <typename Call>
@@ -140,7 +109,22 @@ DWORD HidrawDevice::failure(int errnoValue) const
 
 DWORD windowsError(int errnoValue)
 {
-    const auto* const known = std::find_if(std::begin(pairs), std::end(pairs),
-                                           [&](const Pair& pair) { return pair.errnoValue == errnoValue; });
-    return known == std::end(pairs) ? ERROR_GEN_FAILURE : known->error;
+    switch (errnoValue) {
+    case ENODEV:
+    case ENXIO:
+    case ESHUTDOWN: // the USB host controller has lost the device
+        return ERROR_DEVICE_NOT_CONNECTED;
+    case EACCES:
+    case EPERM:
+        return ERROR_ACCESS_DENIED;
+    case EBUSY:
+    case EWOULDBLOCK: // from flock
+        return ERROR_SHARING_VIOLATION;
+    case ENOENT:
+        return ERROR_FILE_NOT_FOUND;
+    case ENOTTY:
+        return ERROR_INVALID_FUNCTION;
+    default:
+        return ERROR_GEN_FAILURE;
+    }
 }
