@@ -10,7 +10,6 @@
 #include <psapi.h>
 
 #include "computer.h"
-#include "currentthread.h"
 #include "hidnode.h"
 #include "leavesnothing.h"
 #include "literals.h"
@@ -58,7 +57,7 @@ HWND newWindow()
 /// Handles all messages that were sent to this thread's windows up to now.
 void handleMessages()
 {
-    PostThreadMessageW(CurrentThread::id, WM_QUIT, 0, 0);
+    PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 0, 0);
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0)
         DispatchMessageW(&message);

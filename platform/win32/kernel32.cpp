@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "clock.h"
-#include "currentthread.h"
 #include "file.h"
 #include "handletable.h"
 #include "lasterror.h"
@@ -72,6 +71,14 @@ class EventObject : public Waitable
 public:
     using Waitable::Waitable;
 };
+
+DWORD nextThreadId()
+{
+    static std::atomic<DWORD> last{0};
+    return ++last;
+}
+
+thread_local DWORD currentThreadId = nextThreadId(); // CreateThread sets it before the thread's function runs
 
 std::atomic<std::size_t> runningThreads{0};
 
@@ -169,13 +176,13 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
     if (!isServed(__func__))
         return nullptr;
     const auto object = std::make_shared<ThreadObject>();
-    const DWORD id = CurrentThread::nextId();
+    const DWORD id = nextThreadId();
     if (threadId)
         *threadId = id;
     try {
         ++runningThreads;
         object->thread = std::thread([object, id, start, parameter] {
-            CurrentThread::id = id;
+            currentThreadId = id;
             start(parameter);
             --runningThreads;
             object->signal();
@@ -185,6 +192,11 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
         return fail(ERROR_NOT_ENOUGH_MEMORY);
     }
     return HandleTable::add(object);
+}
+
+DWORD WINAPI GetCurrentThreadId()
+{
+    return currentThreadId;
 }
 
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD timeoutMs)

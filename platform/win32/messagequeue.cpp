@@ -2,8 +2,6 @@
 
 #include <map>
 
-#include "currentthread.h"
-
 namespace {
 
 struct Registry
@@ -21,7 +19,7 @@ Registry& registry()
 /// A thread's queue; the end of the thread closes it.
 struct OwnQueue
 {
-    const DWORD thread = CurrentThread::id;
+    const DWORD thread = GetCurrentThreadId();
     const std::shared_ptr<MessageQueue> queue = std::make_shared<MessageQueue>();
 
     OwnQueue()
