@@ -53,26 +53,6 @@ void printTextsAndClose()
 
 Q_COREAPP_STARTUP_FUNCTION(printTextsAndClose)
 
-/// A list of processes in which the updater has the identifier 7. Processes 5 and 6 still run, and only the
-/// path of process 5 can be read.
-class ScriptedProcesses : public ProcessTable
-{
-public:
-    explicit ScriptedProcesses(Processes listed)
-        : entries(std::move(listed))
-    {
-    }
-
-    DWORD currentId() override { return 7; }
-    Processes snapshot() override { return entries; }
-    bool exists(DWORD id) override { return id == 5 || id == 6; }
-    std::wstring imagePath(DWORD id) override { return id == 5 ? L"/opt/package/setup" : L""; }
-    bool isWow64() override { return false; }
-
-private:
-    const Processes entries;
-};
-
 } // namespace
 
 class TestStartup : public LeavesNothing
@@ -195,9 +175,9 @@ void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes_data()
 void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
 {
     QFETCH(const Processes, processes);
-    ScriptedProcesses table(processes);
     SimulatedMachine machine(nullptr);
-    machine.setProcessTable(table);
+    // The updater has the identifier 7. Only the path of process 5 can be read, although process 6 runs too.
+    machine.processes() = {7, processes, {{5, L"/opt/package/setup"}, {6, L""}}};
     const ScopedMachine scope(machine);
     QTEST(Startup::parentProcessDirectory().absolutePath(), "folder");
 }

@@ -26,7 +26,6 @@ struct ScriptedComputer : Computer
     explicit ScriptedComputer(const HidIdentity& identity)
         : path(plug(identity))
     {
-        machine.setProcessTable(processes);
     }
 
     std::wstring plug(const HidIdentity& identity, const std::wstring& serial = L"7&1a2b3c&0&0001")
@@ -36,13 +35,6 @@ struct ScriptedComputer : Computer
         return node.interfacePath;
     }
 
-    struct Processes : ProcessTable
-    {
-        bool isWow64() override { return wow64; }
-        bool wow64 = false;
-    };
-
-    Processes processes;
     std::shared_ptr<ScriptedHid> hid = std::make_shared<ScriptedHid>();
     const std::wstring path;
 };
@@ -109,7 +101,7 @@ void TestUpdater::aDeviceInNormalModeGetsTheRequestToLeave()
     QFETCH(const int, productId);
     QFETCH(const bool, wow64);
     ScriptedComputer computer({0x7A31, std::uint16_t(productId)});
-    computer.processes.wow64 = wow64;
+    computer.machine.processes().isWow64 = wow64;
     const QString tool = QDir(QCoreApplication::applicationDirPath())
                              .filePath("UninstallDevices_%1.exe"_s.arg(wow64 ? "x64"_s : "x86"_s));
     QFile::remove(tool); // left by a run that was interrupted

@@ -17,7 +17,7 @@ struct PlainMachine
     CallFaults faults;
     DeviceTree devices;
     SimulatedServiceManager services{clock, faults};
-    ProcessTable processes;
+    ProcessTable processes = ownProcesses();
     Session session;
     Machine machine{&clock, &devices, &services, nullptr, &processes, &session, &faults};
 };

@@ -3,10 +3,10 @@
 class CallFaults;
 class Clock;
 class DeviceTree;
-class ProcessTable;
 class Session;
 class SimulatedAudioEndpoints;
 class SimulatedServiceManager;
+struct ProcessTable;
 
 /// The computer that the program runs on, as the functions of the Windows interface see it. The parts are
 /// borrowed.

@@ -4,37 +4,15 @@
 
 #include <unistd.h>
 
-namespace fs = std::filesystem;
-
-namespace {
-
-fs::path procDirectory(DWORD id)
+ProcessTable ownProcesses()
 {
-    return fs::path("/proc") / std::to_string(id);
-}
-
-} // namespace
-
-DWORD ProcessTable::currentId()
-{
-    return static_cast<DWORD>(getpid());
-}
-
-std::vector<ProcessEntry> ProcessTable::snapshot()
-{
-    const ProcessEntry idle = {0, 0};
-    return {idle, {currentId(), static_cast<DWORD>(getppid())}};
-}
-
-bool ProcessTable::exists(DWORD id)
-{
-    std::error_code error;
-    return id != 0 && fs::exists(procDirectory(id), error);
-}
-
-std::wstring ProcessTable::imagePath(DWORD id)
-{
-    std::error_code error;
-    const fs::path path = fs::read_symlink(procDirectory(id) / "exe", error);
-    return error ? std::wstring() : path.wstring();
+    const auto own = static_cast<DWORD>(getpid());
+    const auto parent = static_cast<DWORD>(getppid());
+    ProcessTable table{own, {{0, 0}, {own, parent}}, {}};
+    for (const DWORD id : {own, parent}) {
+        std::error_code error; // the path of another user's process cannot be read
+        table.imagePaths[id] =
+            std::filesystem::read_symlink("/proc/" + std::to_string(id) + "/exe", error).wstring();
+    }
+    return table;
 }

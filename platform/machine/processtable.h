@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,24 +12,16 @@ struct ProcessEntry
     DWORD parentId = 0;
 };
 
-/// The machine's processes. Unless a test replaces them, they are those of the Linux system that the program
-/// runs on; a snapshot then lists only the idle process and this one.
-class ProcessTable
+/// The machine's processes.
+struct ProcessTable
 {
-public:
-    virtual ~ProcessTable() = default;
-
-    virtual DWORD currentId();
-
-    /// As on Windows, the first entry is the idle process with identifier 0.
-    virtual std::vector<ProcessEntry> snapshot();
-
-    /// Whether the process with identifier @p id exists and may be queried.
-    virtual bool exists(DWORD id);
-
-    /// The full path of the executable of process @p id; empty if it cannot be read.
-    virtual std::wstring imagePath(DWORD id);
-
-    /// Whether the program runs as a 32-bit process on a 64-bit system.
-    virtual bool isWow64() { return false; }
+    DWORD ownId = 0;
+    std::vector<ProcessEntry>
+        snapshot; ///< as on Windows, the first one is the idle process, with identifier 0
+    /// The executables, by identifier, of the processes that may be queried; empty if the path cannot be read.
+    std::map<DWORD, std::wstring> imagePaths;
+    bool isWow64 = false; ///< whether the program runs as a 32-bit process on a 64-bit system
 };
+
+/// The idle process, and those of the Linux system that the program needs: its own and its parent's.
+ProcessTable ownProcesses();

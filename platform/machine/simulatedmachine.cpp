@@ -10,7 +10,7 @@ SimulatedMachine::SimulatedMachine(Clock* ownClock)
               &tree,
               &services,
               endpoints.get(),
-              &realProcesses,
+              &processTable,
               &userSession,
               &faults}
 {

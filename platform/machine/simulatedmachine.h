@@ -22,10 +22,9 @@ public:
 
     operator Machine&() { return machine; }
 
-    /// Replaces the real processes by @p table, which is borrowed.
-    void setProcessTable(ProcessTable& table) { machine.processes = &table; }
     CallFaults faults;
 
+    ProcessTable& processes() { return *machine.processes; } ///< ownProcesses() at first
     Clock& clock() { return *machine.clock; }
     SimulatedDeviceTree& deviceTree() { return tree; }
     SimulatedServiceManager& serviceManager() { return services; }
@@ -34,7 +33,7 @@ public:
 
 private:
     Clock realClock;
-    ProcessTable realProcesses;
+    ProcessTable processTable = ownProcesses();
     SimulatedDeviceTree tree;
     SimulatedServiceManager services;
     /// A pointer, because the header of the class takes long to compile.

@@ -34,8 +34,7 @@ HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD)
 {
     if (flags != TH32CS_SNAPPROCESS)
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // other snapshots are not modelled
-    return HandleTable::add(
-        std::make_shared<SnapshotObject>(Snapshot{currentMachine().processes->snapshot()}));
+    return HandleTable::add(std::make_shared<SnapshotObject>(Snapshot{currentMachine().processes->snapshot}));
 }
 
 BOOL WINAPI Process32FirstW(HANDLE handle, LPPROCESSENTRY32W entry)
@@ -71,12 +70,12 @@ HANDLE WINAPI GetCurrentProcess()
 
 DWORD WINAPI GetCurrentProcessId()
 {
-    return currentMachine().processes->currentId();
+    return currentMachine().processes->ownId;
 }
 
 HANDLE WINAPI OpenProcess(DWORD desiredAccess, BOOL, DWORD processId)
 {
-    if (!currentMachine().processes->exists(processId))
+    if (currentMachine().processes->imagePaths.count(processId) == 0)
         return fail(ERROR_INVALID_PARAMETER);
     if (desiredAccess == 0)
         return fail(ERROR_ACCESS_DENIED);
@@ -91,7 +90,7 @@ DWORD WINAPI K32GetModuleFileNameExW(HANDLE handle, HMODULE module, LPWSTR fileN
     constexpr DWORD needed = PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
     if ((process->access & needed) != needed)
         return fail(ERROR_ACCESS_DENIED);
-    const std::wstring path = currentMachine().processes->imagePath(process->id);
+    const std::wstring& path = currentMachine().processes->imagePaths.at(process->id);
     if (path.empty() || module || size == 0)
         return fail(ERROR_ACCESS_DENIED);
     const std::size_t length = path.copy(fileName, size - 1);
@@ -103,6 +102,6 @@ BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64Process)
 {
     if (process != GetCurrentProcess())
         return fail(ERROR_INVALID_HANDLE); // other processes are not modelled
-    *wow64Process = currentMachine().processes->isWow64();
+    *wow64Process = currentMachine().processes->isWow64;
     return TRUE;
 }
