@@ -30,59 +30,18 @@ NTSTATUS reportDevices(BusExtension* bus, PIRP irp)
     return passDown(bus, irp);
 }
 
-NTSTATUS removeBus(BusExtension* bus, PIRP irp)
-{
-    UNICODE_STRING link;
-    RtlInitUnicodeString(&link, BusProtocol::linkName);
-    IoDeleteSymbolicLink(&link);
-    IoDeleteDevice(bus->control);
-    const NTSTATUS status = passDown(bus, irp);
-    IoDetachDevice(bus->lower);
-    IoDeleteDevice(bus->self);
-    return status;
-}
-
 NTSTATUS NTAPI plugAndPlay(PDEVICE_OBJECT device, PIRP irp)
 {
-    auto* const extension = static_cast<Extension*>(device->DeviceExtension);
-    if (extension->role == Role::Child)
-        return childPlugAndPlay(static_cast<ChildExtension*>(extension), irp);
+    Extension* const extension = extensionOf(device);
+    if (extension->port)
+        return childPlugAndPlay(extension, irp);
 
     BusExtension* const bus = extension->bus;
     const IO_STACK_LOCATION* const location = IoGetCurrentIrpStackLocation(irp);
     if (location->MinorFunction == IRP_MN_QUERY_DEVICE_RELATIONS &&
         location->Parameters.QueryDeviceRelations.Type == BusRelations)
         return reportDevices(bus, irp);
-    if (location->MinorFunction == IRP_MN_REMOVE_DEVICE)
-        return removeBus(bus, irp);
     return passDown(bus, irp);
-}
-
-NTSTATUS NTAPI transfer(PDEVICE_OBJECT device, PIRP irp)
-{
-    auto* const extension = static_cast<Extension*>(device->DeviceExtension);
-    return extension->role == Role::Child ? childTransfer(static_cast<ChildExtension*>(extension), irp)
-                                          : complete(irp, STATUS_INVALID_DEVICE_REQUEST);
-}
-
-NTSTATUS NTAPI control(PDEVICE_OBJECT device, PIRP irp)
-{
-    const auto* const extension = static_cast<Extension*>(device->DeviceExtension);
-    return extension->role == Role::Control ? controlRequest(extension->bus, irp)
-                                            : complete(irp, STATUS_INVALID_DEVICE_REQUEST);
-}
-
-NTSTATUS NTAPI open(PDEVICE_OBJECT, PIRP irp)
-{
-    return complete(irp, STATUS_SUCCESS);
-}
-
-NTSTATUS NTAPI close(PDEVICE_OBJECT device, PIRP irp)
-{
-    const auto* const extension = static_cast<Extension*>(device->DeviceExtension);
-    if (extension->role == Role::Control)
-        unplugAll(extension->bus);
-    return complete(irp, STATUS_SUCCESS);
 }
 
 /// Creates the bus's control device, which programs open.
@@ -92,15 +51,14 @@ NTSTATUS createControl(PDRIVER_OBJECT driver, BusExtension* bus)
     UNICODE_STRING link;
     RtlInitUnicodeString(&name, BusProtocol::deviceName);
     RtlInitUnicodeString(&link, BusProtocol::linkName);
+    PDEVICE_OBJECT control = nullptr;
     const NTSTATUS status =
-        IoCreateDevice(driver, sizeof(Extension), &name, FILE_DEVICE_UNKNOWN, 0, FALSE, &bus->control);
+        IoCreateDevice(driver, sizeof(Extension), &name, FILE_DEVICE_UNKNOWN, 0, FALSE, &control);
     if (!NT_SUCCESS(status))
         return status;
-    auto* const extension = static_cast<Extension*>(bus->control->DeviceExtension);
-    extension->role = Role::Control;
-    extension->bus = bus;
-    bus->control->Flags |= DO_BUFFERED_IO;
-    bus->control->Flags &= ~DO_DEVICE_INITIALIZING;
+    extensionOf(control)->bus = bus;
+    control->Flags |= DO_BUFFERED_IO;
+    control->Flags &= ~DO_DEVICE_INITIALIZING;
     return IoCreateSymbolicLink(&link, &name);
 }
 
@@ -112,7 +70,6 @@ NTSTATUS NTAPI addDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
     if (!NT_SUCCESS(status))
         return status;
     auto* const bus = static_cast<BusExtension*>(device->DeviceExtension);
-    bus->role = Role::Bus;
     bus->bus = bus;
     bus->self = device;
     bus->physical = physical;
@@ -120,10 +77,8 @@ NTSTATUS NTAPI addDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
     for (Port& port : bus->ports)
         InitializeListHead(&port.transfers);
     status = createControl(driver, bus);
-    if (!NT_SUCCESS(status)) {
-        IoDeleteDevice(device);
+    if (!NT_SUCCESS(status))
         return status;
-    }
     bus->lower = IoAttachDeviceToDeviceStack(device, physical);
     device->Flags &= ~DO_DEVICE_INITIALIZING;
     return STATUS_SUCCESS;
@@ -142,10 +97,10 @@ NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information)
 NTSTATUS registerBus(PDRIVER_OBJECT driver)
 {
     driver->MajorFunction[IRP_MJ_PNP] = plugAndPlay;
-    driver->MajorFunction[IRP_MJ_INTERNAL_DEVICE_CONTROL] = transfer;
-    driver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = control;
-    driver->MajorFunction[IRP_MJ_CREATE] = open;
-    driver->MajorFunction[IRP_MJ_CLOSE] = close;
+    driver->MajorFunction[IRP_MJ_INTERNAL_DEVICE_CONTROL] = childTransfer;
+    driver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = controlRequest;
+    driver->MajorFunction[IRP_MJ_CREATE] = openControl;
+    driver->MajorFunction[IRP_MJ_CLOSE] = closeControl;
     driver->DriverExtension->AddDevice = addDevice;
     return STATUS_SUCCESS;
 }

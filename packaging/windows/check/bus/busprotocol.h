@@ -3,7 +3,8 @@
 #include <cstdint>
 
 /// The requests to the driver of the simulated bus. The program that simulates the devices sends them to the
-/// bus's control device with DeviceIoControl(). The driver does not interpret the reports.
+/// bus's control device with DeviceIoControl(). The driver does not interpret the reports, and trusts the
+/// program to send valid requests.
 namespace BusProtocol {
 
 constexpr wchar_t deviceName[] = L"\\Device\\SimulatedBus";
@@ -28,7 +29,7 @@ constexpr std::uint32_t unplugCode = controlCode(1);
 constexpr std::uint32_t answerCode = controlCode(2);
 
 /// The number of ports. Each takes one HID interface. When the program closes its handle, the driver empties
-/// all ports.
+/// all ports, and every answerCode that waits for a Request fails.
 constexpr std::uint32_t ports = 8;
 constexpr std::uint32_t maxIdLength = 64;
 constexpr std::uint32_t maxDescriptorBytes = 256;
@@ -39,8 +40,8 @@ struct Plug
     std::uint32_t port;
     std::uint16_t vendorId;
     std::uint16_t productId;
-    wchar_t deviceId[maxIdLength];   ///< without the bus's name, terminated by zero
-    wchar_t instanceId[maxIdLength]; ///< unique among the devices with the same deviceId
+    wchar_t deviceId[maxIdLength];   ///< with the bus's name, terminated by zero
+    wchar_t instanceId[maxIdLength]; ///< unique among the devices with the same deviceId, also terminated
     std::uint32_t descriptorBytes;
     std::uint8_t descriptor[maxDescriptorBytes]; ///< the report descriptor
 };

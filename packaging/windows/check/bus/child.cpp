@@ -1,4 +1,6 @@
 // A device of the bus: answers the requests of the system and of the HID minidriver.
+#include <utility>
+
 #include "driver.h"
 #include "hidport.h"
 
@@ -8,41 +10,32 @@ constexpr UCHAR hidDescriptorType = 0x21;
 constexpr UCHAR reportDescriptorType = 0x22;
 constexpr USHORT hidVersion = 0x0111;
 
-/// @return @p prefix and @p text in one new string, which the sender of the request frees. The string ends
-/// with two zeros, so it is also valid as a list of strings.
-PWCHAR allocatedId(const wchar_t* prefix, const wchar_t* text)
+/// Answers with a copy of @p id, which the sender of the request frees. The copy ends with two zeros, so it
+/// is also valid as a list of strings.
+NTSTATUS answerWithId(PIRP irp, const wchar_t* id)
 {
-    const SIZE_T prefixLength = wcslen(prefix);
-    const SIZE_T textLength = wcslen(text);
-    auto* const id =
-        static_cast<PWCHAR>(ExAllocatePool(PagedPool, (prefixLength + textLength + 2) * sizeof(wchar_t)));
-    if (!id)
-        return nullptr;
-    RtlCopyMemory(id, prefix, prefixLength * sizeof(wchar_t));
-    RtlCopyMemory(id + prefixLength, text, textLength * sizeof(wchar_t));
-    id[prefixLength + textLength] = id[prefixLength + textLength + 1] = 0;
-    return id;
+    const SIZE_T length = wcslen(id);
+    auto* const copy = static_cast<PWCHAR>(ExAllocatePool(PagedPool, (length + 2) * sizeof(wchar_t)));
+    if (!copy)
+        return complete(irp, STATUS_INSUFFICIENT_RESOURCES);
+    RtlCopyMemory(copy, id, length * sizeof(wchar_t));
+    copy[length] = copy[length + 1] = 0;
+    return complete(irp, STATUS_SUCCESS, reinterpret_cast<ULONG_PTR>(copy));
 }
 
 NTSTATUS answerId(const Port& port, PIRP irp)
 {
-    PWCHAR id = nullptr;
     switch (IoGetCurrentIrpStackLocation(irp)->Parameters.QueryId.IdType) {
     case BusQueryDeviceID:
-        id = allocatedId(L"SIMBUS\\", port.plug.deviceId);
-        break;
+        return answerWithId(irp, port.plug.deviceId);
     case BusQueryInstanceID:
-        id = allocatedId(L"", port.plug.instanceId);
-        break;
+        return answerWithId(irp, port.plug.instanceId);
     case BusQueryHardwareIDs:
     case BusQueryCompatibleIDs:
-        id = allocatedId(L"", BusProtocol::childHardwareId);
-        break;
+        return answerWithId(irp, BusProtocol::childHardwareId);
     default:
         return complete(irp, irp->IoStatus.Status);
     }
-    return id ? complete(irp, STATUS_SUCCESS, reinterpret_cast<ULONG_PTR>(id))
-              : complete(irp, STATUS_INSUFFICIENT_RESOURCES);
 }
 
 NTSTATUS answerCapabilities(PIRP irp)
@@ -50,8 +43,6 @@ NTSTATUS answerCapabilities(PIRP irp)
     PDEVICE_CAPABILITIES capabilities =
         IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceCapabilities.Capabilities;
     capabilities->UniqueID = TRUE;
-    capabilities->Removable = TRUE;
-    capabilities->SurpriseRemovalOK = TRUE;
     return complete(irp, STATUS_SUCCESS);
 }
 
@@ -60,7 +51,7 @@ void completeChange(BusExtension* bus, Port& port)
     PIRP change = nullptr;
     {
         const ScopedLock guard(bus);
-        change = takePending(port.change);
+        change = std::exchange(port.change, nullptr);
     }
     if (change)
         complete(change, STATUS_SUCCESS);
@@ -72,8 +63,7 @@ void failTransfers(BusExtension* bus, Port& port)
         PIRP irp = nullptr;
         {
             const ScopedLock guard(bus);
-            irp = port.handedOut;
-            port.handedOut = nullptr;
+            irp = std::exchange(port.handedOut, nullptr);
             if (!irp && !IsListEmpty(&port.transfers))
                 irp = CONTAINING_RECORD(RemoveHeadList(&port.transfers), IRP, Tail.Overlay.ListEntry);
         }
@@ -83,7 +73,7 @@ void failTransfers(BusExtension* bus, Port& port)
     }
 }
 
-NTSTATUS remove(ChildExtension* child, PIRP irp)
+NTSTATUS remove(Extension* child, PIRP irp)
 {
     BusExtension* const bus = child->bus;
     Port& port = *child->port;
@@ -153,7 +143,7 @@ NTSTATUS queueTransfer(BusExtension* bus, Port& port, PIRP irp)
 
 } // namespace
 
-NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
+NTSTATUS childPlugAndPlay(Extension* child, PIRP irp)
 {
     switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
     case IRP_MN_QUERY_ID:
@@ -162,23 +152,21 @@ NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp)
         return answerCapabilities(irp);
     case IRP_MN_START_DEVICE:
         return complete(irp, STATUS_SUCCESS);
+    case IRP_MN_REMOVE_DEVICE:
+        return remove(child, irp);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
         // The class driver has started and created its own device. From now on a removal finds the class
         // driver's device.
         completeChange(child->bus, *child->port);
-        return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
-    case IRP_MN_SURPRISE_REMOVAL:
-        failTransfers(child->bus, *child->port);
-        return complete(irp, STATUS_SUCCESS);
-    case IRP_MN_REMOVE_DEVICE:
-        return remove(child, irp);
+        [[fallthrough]];
     default:
         return complete(irp, irp->IoStatus.Status, irp->IoStatus.Information);
     }
 }
 
-NTSTATUS childTransfer(ChildExtension* child, PIRP irp)
+NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp)
 {
+    Extension* const child = extensionOf(device);
     Port& port = *child->port;
     switch (IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode) {
     case IOCTL_HID_GET_DEVICE_DESCRIPTOR:

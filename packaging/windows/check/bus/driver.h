@@ -23,28 +23,25 @@ struct Port
     PIRP next;   ///< waits for the next transfer
 };
 
-enum class Role { Bus, Control, Child };
-
 /// The extension of every device object of the bus driver starts with these members.
 struct Extension
 {
-    Role role;
     struct BusExtension* bus;
+    Port* port; ///< the port that the device is plugged into; null for the bus and for its control device
 };
+
+inline Extension* extensionOf(PDEVICE_OBJECT device)
+{
+    return static_cast<Extension*>(device->DeviceExtension);
+}
 
 struct BusExtension : Extension
 {
     PDEVICE_OBJECT self;
     PDEVICE_OBJECT physical;
     PDEVICE_OBJECT lower;
-    PDEVICE_OBJECT control; ///< the device that programs open
     KSPIN_LOCK lock;
     Port ports[BusProtocol::ports];
-};
-
-struct ChildExtension : Extension
-{
-    Port* port;
 };
 
 class ScopedLock
@@ -66,17 +63,16 @@ private:
 
 NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information = 0);
 
-// Requests to a device of the bus.
-NTSTATUS childPlugAndPlay(ChildExtension* child, PIRP irp);
-NTSTATUS childTransfer(ChildExtension* child, PIRP irp);
+// Requests to a device that is plugged in.
+NTSTATUS childPlugAndPlay(Extension* child, PIRP irp);
+NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp);
 
 // Requests of the program that simulates the devices.
-NTSTATUS controlRequest(BusExtension* bus, PIRP irp);
-void unplugAll(BusExtension* bus);
-
-/// Takes the pending request out of @p slot. The caller holds the lock.
-/// @return the request; null if there is none, or if it is being cancelled.
-PIRP takePending(PIRP& slot);
+NTSTATUS NTAPI openControl(PDEVICE_OBJECT device, PIRP irp);
+NTSTATUS NTAPI controlRequest(PDEVICE_OBJECT device, PIRP irp);
+/// Empties all ports, and fails the requests that wait for transfers. Wine closes the device at once when the
+/// program ends; it does not wait for these requests.
+NTSTATUS NTAPI closeControl(PDEVICE_OBJECT device, PIRP irp);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
 /// @return the program's request, filled with a Request; the caller completes it after releasing the lock.

@@ -30,19 +30,16 @@ bool createDevice()
     // A list of one string ends with two zeros.
     wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
     std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
+    // The system destroys the list when this program ends.
     const HDEVINFO set = SetupDiCreateDeviceInfoList(&GUID_DEVCLASS_HIDCLASS, nullptr);
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);
-    const bool isCreated =
-        SetupDiCreateDeviceInfoW(set, L"SimulatedBus", &GUID_DEVCLASS_HIDCLASS, nullptr, nullptr,
-                                 DICD_GENERATE_ID, &device) &&
-        SetupDiSetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID,
-                                          reinterpret_cast<const BYTE*>(hardwareIds), sizeof(hardwareIds)) &&
-        SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set, &device);
-    const DWORD error = GetLastError();
-    SetupDiDestroyDeviceInfoList(set);
-    SetLastError(error);
-    return isCreated;
+    return SetupDiCreateDeviceInfoW(set, L"SimulatedBus", &GUID_DEVCLASS_HIDCLASS, nullptr, nullptr,
+                                    DICD_GENERATE_ID, &device) &&
+           SetupDiSetDeviceRegistryPropertyW(set, &device, SPDRP_HARDWAREID,
+                                             reinterpret_cast<const BYTE*>(hardwareIds),
+                                             sizeof(hardwareIds)) &&
+           SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set, &device);
 }
 
 bool waitForBus()

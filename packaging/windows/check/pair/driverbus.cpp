@@ -17,37 +17,20 @@ std::uint32_t slotOf(int port, std::uint32_t interfaceIndex)
     return static_cast<std::uint32_t>(port - 1) * interfacesPerDevice + interfaceIndex;
 }
 
-/// @return the identifier that Windows gives @p hid, such as "VID_7A31&PID_0004&MI_03" for a function of a
-///         composite device, and "VID_7A31&PID_0004" for a device with one function.
-std::wstring deviceId(const BusDevice& device, const HidInterface& hid)
-{
-    wchar_t text[BusProtocol::maxIdLength];
-    std::swprintf(text, std::size(text), L"VID_%04X&PID_%04X", device.vendorId, device.productId);
-    std::wstring id = text;
-    if (hid.number) {
-        std::swprintf(text, std::size(text), L"&MI_%02X", *hid.number);
-        id += text;
-    }
-    return id;
-}
-
-void copyText(wchar_t (&to)[BusProtocol::maxIdLength], const std::wstring& text)
-{
-    std::copy_n(text.c_str(), std::min<std::size_t>(text.size(), BusProtocol::maxIdLength - 1), to);
-}
-
 BusProtocol::Plug plugFor(const BusDevice& device, const HidInterface& hid, std::uint32_t slot)
 {
     BusProtocol::Plug plug{};
     plug.port = slot;
     plug.vendorId = device.vendorId;
     plug.productId = device.productId;
-    copyText(plug.deviceId, deviceId(device, hid));
-    copyText(plug.instanceId, L"7&1A2B3C" + std::to_wstring(device.port) + L"&0&0000");
+    const int length = std::swprintf(plug.deviceId, std::size(plug.deviceId), L"SIMBUS\\VID_%04X&PID_%04X",
+                                     device.vendorId, device.productId);
+    if (hid.number) // the device is composite
+        std::swprintf(plug.deviceId + length, std::size(plug.deviceId) - length, L"&MI_%02X", *hid.number);
+    std::swprintf(plug.instanceId, std::size(plug.instanceId), L"7&1A2B3C%d&0&0000", device.port);
     const std::vector<std::uint8_t> descriptor = reportDescriptorOf(hid);
     plug.descriptorBytes = static_cast<std::uint32_t>(descriptor.size());
-    std::copy_n(descriptor.begin(), std::min<std::size_t>(descriptor.size(), BusProtocol::maxDescriptorBytes),
-                plug.descriptor);
+    std::copy_n(descriptor.begin(), std::min(descriptor.size(), std::size(plug.descriptor)), plug.descriptor);
     return plug;
 }
 
@@ -61,15 +44,12 @@ DriverBus::DriverBus()
 
 DriverBus::~DriverBus()
 {
-    if (!isOpen())
-        return;
-    ending = true;
-    CancelIoEx(handle, nullptr);
+    if (isOpen())
+        CloseHandle(handle); // every request of a server then fails, which ends the server
     for (Slot& slot : slots) {
         if (slot.server.joinable())
             slot.server.join();
     }
-    CloseHandle(handle);
 }
 
 void DriverBus::attach(const BusDevice& device)
@@ -130,8 +110,7 @@ void DriverBus::serve(std::uint32_t number)
     BusProtocol::Request wanted{};
     BusProtocol::Answer answer{};
     answer.port = number;
-    while (!ending &&
-           request(done, BusProtocol::answerCode, &answer, sizeof(answer), &wanted, sizeof(wanted)))
+    while (request(done, BusProtocol::answerCode, &answer, sizeof(answer), &wanted, sizeof(wanted)))
         answer = serveOne(number, wanted);
 }
 
@@ -140,8 +119,7 @@ BusProtocol::Answer DriverBus::serveOne(std::uint32_t number, const BusProtocol:
     std::shared_ptr<FeatureReports> serves;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        if (slots.at(number).isTaken)
-            serves = slots.at(number).serves;
+        serves = slots.at(number).serves;
     }
     BusProtocol::Answer answer{};
     answer.port = number;

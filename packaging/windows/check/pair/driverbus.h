@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -49,7 +48,6 @@ private:
     BusProtocol::Answer serveOne(std::uint32_t number, const BusProtocol::Request& wanted);
 
     const HANDLE handle;
-    std::atomic<bool> ending{false};
     std::mutex mutex; ///< guards slots
     std::array<Slot, BusProtocol::ports> slots;
 };
