@@ -59,15 +59,15 @@ int failed(const wchar_t* step, DWORD error)
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
 {
     ProgramFolder::removeLeftovers();
+    const std::vector<PackedFile> files = unpackFiles();
+    if (files.empty())
+        return failed(L"This package is damaged. Please download it again.", ERROR_INVALID_DATA);
     ProgramFolder folder;
-    std::vector<PackedFile> files;
-    DWORD status = EXIT_FAILURE;
-    if (const DWORD error = unpackFiles(files))
-        return failed(L"This package is damaged. Please download it again.", error);
     if (const DWORD error = folder.create())
         return failed(L"Could not create a protected folder for the firmware updater.", error);
     if (const DWORD error = writeAll(folder, files))
         return failed(L"Could not unpack the firmware updater.", error);
+    DWORD status = EXIT_FAILURE;
     if (const DWORD error = runProgram(folder, files.front().name, status))
         return failed(L"Could not start the firmware updater.", error);
     return static_cast<int>(status);

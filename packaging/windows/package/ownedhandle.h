@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <type_traits>
 
 #include <windows.h>
@@ -13,9 +14,10 @@ struct HandleCloser
 /// Closes the handle that it owns. An owner without a handle is null, never INVALID_HANDLE_VALUE.
 using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
 
-/// Opens an existing file or folder with CreateFileW(). Returns null if that fails.
-inline OwnedHandle openExisting(const wchar_t* path, DWORD access, DWORD share, DWORD flags)
+/// Opens or creates a file with CreateFileW(). Returns null if that fails.
+inline OwnedHandle openFile(const std::wstring& path, DWORD access, DWORD share, DWORD disposition,
+                            DWORD flags)
 {
-    const HANDLE handle = CreateFileW(path, access, share, nullptr, OPEN_EXISTING, flags, nullptr);
+    const HANDLE handle = CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
     return OwnedHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
 }

@@ -54,8 +54,9 @@ std::vector<BYTE> unpackedResource()
 
 } // namespace
 
-DWORD unpackFiles(std::vector<PackedFile>& files)
+std::vector<PackedFile> unpackFiles()
 {
+    std::vector<PackedFile> files;
     const std::vector<BYTE> archive = unpackedResource();
     std::size_t at = 0;
     while (at + blockBytes <= archive.size() && archive[at] != 0) {
@@ -65,11 +66,11 @@ DWORD unpackFiles(std::vector<PackedFile>& files)
             std::strtoul(std::string(header + sizeOffset, sizeBytes).c_str(), nullptr, octal);
         at += blockBytes;
         if (size > archive.size() - at)
-            return ERROR_INVALID_DATA;
+            return {};
         const auto begin = archive.begin() + static_cast<std::ptrdiff_t>(at);
         files.push_back({std::wstring(name.begin(), name.end()),
                          std::vector<BYTE>(begin, begin + static_cast<std::ptrdiff_t>(size))});
         at += (size + blockBytes - 1) / blockBytes * blockBytes;
     }
-    return files.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
+    return files;
 }

@@ -14,5 +14,5 @@ struct PackedFile
 
 /// Unpacks the files that the package carries, the program first. The files are in the package's resource, a
 /// tar archive compressed with gzip.
-/// @return ERROR_SUCCESS if @p files are complete, otherwise an error code of the system.
-[[nodiscard]] DWORD unpackFiles(std::vector<PackedFile>& files);
+/// @return the files; none if the package is damaged.
+std::vector<PackedFile> unpackFiles();

@@ -96,12 +96,9 @@ Owner ownerOf(HANDLE object)
 Owner ownerOfCreationsBeside(const std::wstring& path)
 {
     const std::wstring parent = path.substr(0, path.rfind(L'\\') + 1);
-    const HANDLE created = CreateFileW((newFolderPath(parent) + L".tmp").c_str(), READ_CONTROL | DELETE, 0,
-                                       nullptr, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-    if (created == INVALID_HANDLE_VALUE)
-        return {};
-    const OwnedHandle file(created);
-    return ownerOf(file.get());
+    const OwnedHandle file = openFile(newFolderPath(parent) + L".tmp", READ_CONTROL | DELETE, 0, CREATE_NEW,
+                                      FILE_FLAG_DELETE_ON_CLOSE);
+    return file ? ownerOf(file.get()) : Owner();
 }
 
 bool isOwn(HANDLE folder, const std::wstring& path)
@@ -118,9 +115,9 @@ bool isOwn(HANDLE folder, const std::wstring& path)
 /// owner. Also null if the process has an administrator's rights and the folder cannot be protected.
 OwnedHandle hold(std::wstring& path, DWORD access)
 {
-    OwnedHandle folder = openExisting(path.c_str(), access | FILE_LIST_DIRECTORY | READ_CONTROL,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
+    OwnedHandle folder =
+        openFile(path, access | FILE_LIST_DIRECTORY | READ_CONTROL, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
     BY_HANDLE_FILE_INFORMATION information{};
     if (!folder || !GetFileInformationByHandle(folder.get(), &information))
         return nullptr;
@@ -150,48 +147,47 @@ void removeWhenPossible(const std::wstring& path, Removal removal)
     MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
 }
 
-/// Removes the files directly in the folder; the package creates no folders in it.
-void removeFiles(const std::wstring& folder)
+/// @return the files and folders in @p folder, a path with a backslash at its end, whose names match
+/// @p pattern.
+std::vector<WIN32_FIND_DATAW> entriesOf(const std::wstring& folder, const std::wstring& pattern)
 {
+    std::vector<WIN32_FIND_DATAW> entries;
     WIN32_FIND_DATAW found{};
-    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    const HANDLE search = FindFirstFileW((folder + pattern).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE)
-        return;
-    do {
-        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-            removeWhenPossible(folder + L'\\' + found.cFileName, DeleteFileW);
-    } while (FindNextFileW(search, &found));
+        return entries;
+    do
+        entries.push_back(found);
+    while (FindNextFileW(search, &found));
     FindClose(search);
+    return entries;
 }
 
+/// Removes the folder and the files directly in it; the package creates no folders in it.
 void removeFolder(const std::wstring& path, OwnedHandle held)
 {
-    removeFiles(path);
+    for (const WIN32_FIND_DATAW& entry : entriesOf(path + L'\\', L"*")) {
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            removeWhenPossible(path + L'\\' + entry.cFileName, DeleteFileW);
+    }
     held.reset();
     removeWhenPossible(path, RemoveDirectoryW);
 }
 
 void removeLeftoversIn(const std::wstring& parent)
 {
-    WIN32_FIND_DATAW found{};
-    const HANDLE search = FindFirstFileW((parent + namePrefix + L"{*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return;
-    do {
-        std::wstring path = parent + found.cFileName;
+    for (const WIN32_FIND_DATAW& entry : entriesOf(parent, std::wstring(namePrefix) + L"{*")) {
+        std::wstring path = parent + entry.cFileName;
         // The system grants the right to delete only if nobody holds the folder. The handle with this right
         // is closed at once, because some systems do not list a folder while such a handle is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)
             removeFolder(path, std::move(leftover));
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
+    }
 }
 
 } // namespace
-
-ProgramFolder::ProgramFolder() = default;
 
 ProgramFolder::~ProgramFolder()
 {
@@ -227,13 +223,11 @@ DWORD ProgramFolder::createIn(const std::wstring& parent)
 
 DWORD ProgramFolder::write(const PackedFile& file) const
 {
-    const HANDLE created = CreateFileW(pathOf(file.name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                       FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (created == INVALID_HANDLE_VALUE)
-        return GetLastError();
-    const OwnedHandle target(created);
+    const OwnedHandle target =
+        openFile(pathOf(file.name), GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
     DWORD written = 0;
-    if (!WriteFile(target.get(), file.bytes.data(), static_cast<DWORD>(file.bytes.size()), &written, nullptr))
+    if (!target ||
+        !WriteFile(target.get(), file.bytes.data(), static_cast<DWORD>(file.bytes.size()), &written, nullptr))
         return GetLastError();
     return written == file.bytes.size() ? ERROR_SUCCESS : ERROR_DISK_FULL;
 }

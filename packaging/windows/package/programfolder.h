@@ -17,7 +17,7 @@
 class ProgramFolder
 {
 public:
-    ProgramFolder();
+    ProgramFolder() = default;
     ~ProgramFolder();
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
