@@ -1,72 +1,47 @@
 // pair ARCHIVE: simulates a transmitter and a headset on the kernel's HID bus, and a laptop's lid. Writes a
-// firmware archive for the pair to the file ARCHIVE. Prints each event of the devices, and reads commands
-// from the standard input, one per line:
-//
-//     plug, unplug    plugs both devices in, or unplugs both
-//     report-again    makes both devices print each phase again, at the phase's next transfer
-//     compare         prints whether each memory equals its image in the archive
-//     close, open     closes or opens the lid
-//
-// At the end of the input it unplugs both devices.
-
-#include <cstdio>
+// firmware archive for the pair to the file ARCHIVE. Reads commands from the standard input, one per line:
+// those of CommandedPair, and "close" and "open" for the lid.
+#include <cstring>
 #include <iostream>
-#include <string>
+
+#include <fcntl.h>
+#include <linux/uinput.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "archivebuilder.h"
-#include "imagebuilder.h"
-#include "lid.h"
-#include "simulatedpair.h"
+#include "commandedpair.h"
 #include "uhidbus.h"
-#include "verdict.h"
 
 namespace {
 
-void print(const std::string& text)
+/// Adds an open lid to the computer: an input device with a lid switch.
+/// @return the file of the device, which exists until the program ends.
+int addLid()
 {
-    std::puts(text.c_str());
-    std::fflush(stdout);
+    const int file = ::open("/dev/uinput", O_WRONLY | O_CLOEXEC);
+    uinput_setup setup = {};
+    std::strcpy(setup.name, "Lid Switch");
+    setup.id.bustype = BUS_HOST;
+    ::ioctl(file, UI_SET_EVBIT, EV_SW);
+    ::ioctl(file, UI_SET_SWBIT, SW_LID);
+    ::ioctl(file, UI_DEV_SETUP, &setup);
+    ::ioctl(file, UI_DEV_CREATE);
+    return file;
 }
 
-void unplug(SimulatedPair& pair)
+/// @return false if @p command is neither "close" nor "open", or if the kernel refuses the change.
+bool moveLid(int file, const std::string& command)
 {
-    pair.device(DeviceType::Transmitter).unplug();
-    pair.device(DeviceType::Headset).unplug();
-}
-
-/// Makes both devices report each phase again, at the phase's next transfer.
-void reportPhasesAgain(SimulatedPair& pair)
-{
-    pair.device(DeviceType::Transmitter).clearFault();
-    pair.device(DeviceType::Headset).clearFault();
-}
-
-void compare(SimulatedPair& pair, const SimulatedPair::Setup& setup)
-{
-    const auto isEqual = [&](DeviceType type, const std::vector<std::uint8_t>& image) {
-        return !Verdict::firstDifference(pair.device(type).memory(), image);
-    };
-    print(std::string("transmitter: memory ") +
-          (isEqual(DeviceType::Transmitter, setup.transmitterImage) ? "equals the image" : "differs"));
-    print(std::string("headset: memory ") +
-          (isEqual(DeviceType::Headset, setup.headsetImage) ? "equals the image" : "differs"));
-}
-
-void carryOut(const std::string& command, SimulatedPair& pair, const SimulatedPair::Setup& setup,
-              const Lid& lid)
-{
-    if (command == "plug")
-        pair.plugIn();
-    else if (command == "unplug")
-        unplug(pair);
-    else if (command == "report-again")
-        reportPhasesAgain(pair);
-    else if (command == "compare")
-        compare(pair, setup);
-    else if (command != "close" && command != "open")
-        print("no such command: " + command);
-    else if (!lid.setClosed(command == "close"))
-        print("the lid cannot be moved");
+    if (command != "close" && command != "open")
+        return false;
+    input_event events[2] = {};
+    events[0].type = EV_SW;
+    events[0].code = SW_LID;
+    events[0].value = command == "close" ? 1 : 0;
+    events[1].type = EV_SYN;
+    events[1].code = SYN_REPORT;
+    return ::write(file, events, sizeof(events)) == static_cast<ssize_t>(sizeof(events));
 }
 
 } // namespace
@@ -75,28 +50,21 @@ int main(int argc, char* argv[])
 {
     const std::string obstacle = UhidBus::obstacle();
     if (argc != 2 || !obstacle.empty()) {
-        print(argc != 2 ? "usage: pair ARCHIVE" : obstacle);
+        report(argc != 2 ? "usage: pair ARCHIVE" : obstacle);
         return 1;
     }
-    SimulatedPair::Setup setup;
     constexpr std::size_t imageBytes = 131072; // large enough for the user to act during the update
-    setup.transmitterImage = ImageBuilder::build(ImageBuilder::transmitter(1, imageBytes));
-    setup.headsetImage = ImageBuilder::build(ImageBuilder::headset(imageBytes));
-    setup.report = print;
+    UhidBus bus;
+    CommandedPair pair(bus, 1, 12, 2, imageBytes);
     if (!ArchiveBuilder::write(
             QString::fromLocal8Bit(argv[1]),
-            ArchiveBuilder::release(setup.transmitterImage, setup.headsetImage, "Notes"))) {
-        print("the archive cannot be written");
+            ArchiveBuilder::release(pair.transmitter.image, pair.headset.image, "Notes"))) {
+        report("the archive cannot be written");
         return 1;
     }
-    UhidBus bus;
-    setup.bus = &bus;
-    SimulatedMachine machine(nullptr);
-    SimulatedPair pair(machine, setup);
-    const Lid lid;
+    const int lid = addLid();
     std::string command;
     while (std::getline(std::cin, command))
-        carryOut(command, pair, setup, lid);
-    unplug(pair);
+        report((pair.execute(command) || moveLid(lid, command) ? "done: " : "failed: ") + command);
     return 0;
 }

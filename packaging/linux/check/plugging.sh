@@ -12,7 +12,7 @@ count() { grep -c "$1: identify from transfer" pair.log; }
 # remember: counts how often each device has been identified; call it while both are unplugged.
 # identified_again: whether both devices have been identified since the last call of remember.
 remember() {
-    echo report-again >&3
+    echo count >&3
     known_transmitter=$(count transmitter)
     known_headset=$(count headset)
 }

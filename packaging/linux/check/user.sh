@@ -32,10 +32,8 @@ inhibited() { systemd-inhibit --list --no-pager --no-legend | grep zefo-vynt-fir
 inhibits_nothing() { ! inhibited .; }
 is_unfinished() { ! logged "$1" 'Update finished'; }
 succeeded() { [ "$(grep -c 'Update finished, device type' "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt)" -eq 2 ]; }
-memories_are_equal() {
-    echo compare >&3
-    within 20 [ "$(grep -c 'memory equals the image' pair.log)" -eq 2 ]
-}
+equal_memories_are() { [ "$(grep -c 'bytes compared, equal' pair.log)" -eq "$1" ]; }
+memories_are_equal() { echo verdict >&3 && within 20 equal_memories_are 2; }
 suspended() { [ -s /run/check/suspended ]; }
 suspended_after_both() { [ "$(sort -n /run/check/suspended | head -n 1)" = 2 ]; }
 # Installs the package with a higher version number, as if it were the next release.

@@ -129,9 +129,9 @@ no_update_is_faster_than_its_delays() {
     [ "$(duration transmitter)" -ge $transmitter_ms ] && [ "$(duration headset)" -ge $headset_ms ]
 }
 
-# events DEVICE: prints the events of the device since its last command "count", without times.
+# events DEVICE: prints the events of the device since the last command "count", without times.
 events() {
-    sed -n "/done: count $1/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v "bytes compared"
+    sed -n "/done: count/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v "bytes compared"
 }
 
 # log_of NAME: prints the log lines of the device that the log calls NAME.
@@ -178,8 +178,7 @@ check "a service with the name of the audio service runs" audio_service_runs
 
 start_pair 1 12 2 65536
 start_program devices $updater
-devices plug transmitter
-devices plug headset
+devices plug
 check "both devices are identified, with their versions" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3" \
     "headsetFirmwareVersion: 1.2.3"
@@ -197,12 +196,10 @@ update_new_devices() {
     [ ! -e running ] || { close_dialog; end_program; end_pair; }
     touch running
     start_pair 1 12 2 65536
-    devices plug transmitter
-    devices plug headset
+    devices plug
     start_program devices $updater
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
-    devices count transmitter
-    devices count headset
+    devices count
     update finished finished
 }
 
@@ -250,8 +247,7 @@ end_program
 end_pair
 
 start_pair 2 13 3 8192
-devices plug transmitter
-devices plug headset
+devices plug
 rm -f "$temporary/uninstalled.txt"
 WINEDEBUG=+ole
 start_program devices-package package.exe 2>ole.txt
@@ -274,8 +270,7 @@ end_program
 end_pair
 
 start_pair 1 12 3 8192
-devices plug transmitter
-devices plug headset
+devices plug
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 20
@@ -298,8 +293,7 @@ end_program
 end_pair
 
 start_pair 1 13 2 8192
-devices plug transmitter
-devices plug headset
+devices plug
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 2

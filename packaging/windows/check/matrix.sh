@@ -30,8 +30,7 @@ has_both_results() {
 # run_update [COMMAND...]: plugs both devices in, starts the program, sends the command to pair.exe, and runs an update
 # to its end.
 run_update() {
-    devices plug transmitter
-    devices plug headset
+    devices plug
     start_program devices "$updater"
     shows transmitterVersion: headsetVersion:
     [ $# -eq 0 ] || devices "$@"

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "imagebuilder.h"
+#include "simulateddevice.h"
+
+/// Prints @p text after the seconds since the start. Thread-safe.
+void report(const std::string& text);
+
+/// A simulated transmitter or headset, and its new image. At first the device is unplugged and holds an older
+/// firmware. Prints each event of the device.
+class CommandedDevice
+{
+public:
+    CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOptions& wanted, int chipId, int revision);
+
+    /// Executes a command of CommandedPair for this device.
+    /// @return false if there is no such command.
+    bool execute(const std::string& verb, std::istream& operands);
+
+    const DeviceType type;
+    const std::string name;
+    const std::vector<std::uint8_t> image;
+    SimulatedDevice device;
+
+private:
+    SimulatedDevice::Setup setup(const ImageOptions& wanted, int chipId, int revision) const;
+    bool arm(std::istream& operands);
+    void judge() const;
+    void expect() const;
+
+    const std::vector<std::uint8_t> before; ///< the memory's contents at the start
+    Fault armed = Fault::None;
+};
+
+/// A transmitter and a headset that a check controls with lines of text:
+///
+///     plug [DEVICE]
+///     unplug [DEVICE]
+///     count [DEVICE]                counts transfers from 1 again, disarms the fault, and prints each phase
+///                                   again at the phase's next transfer
+///     fault DEVICE NAME TRANSFER    arms a fault of the bench
+///     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
+///     expectation                   prints how an update with the armed faults must have ended
+///     verdict                       prints versions, and whether each memory equals its image
+///
+/// DEVICE is "transmitter" or "headset". Commands without it are for both devices.
+class CommandedPair
+{
+public:
+    CommandedPair(Bus& bus, int generation, int chipId, int revision, std::size_t imageBytes);
+
+    /// @return false if there is no such command.
+    bool execute(const std::string& command);
+
+    CommandedDevice transmitter;
+    CommandedDevice headset;
+
+private:
+    void storm(int count);
+};
