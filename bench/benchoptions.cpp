@@ -3,10 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 
 #include <QCommandLineParser>
 #include <QDir>
-#include <QRandomGenerator>
+#include <QGuiApplication>
 
 #include "clock.h"
 #include "imagebuilder.h"
@@ -17,6 +18,7 @@ constexpr int usageError = 2;
 constexpr int minImageBytes = 1024;             // room for the headers and the descriptors
 constexpr int maxImageBytes = 16 * 1024 * 1024; // larger than any chip's flash
 constexpr int maxSample = 1000000;
+constexpr int maxSeed = std::numeric_limits<int>::max();
 
 struct Switch
 {
@@ -31,13 +33,14 @@ constexpr Switch switches[] = {
     {"chip", "ID", "12", "The chip's identifier, such as 12."},
     {"revision", "N", "2", "The chip's revision, such as 2."},
     {"image-size", "BYTES", "8192", "The size of each sample image."},
-    {"fault", "NAME[@K]", "", "A fault, from the device's K-th transfer on (default 1)."},
-    {"fault-device", "DEVICE", "headset", "The device with the fault, transmitter or headset."},
-    {"fast", "", "", "Virtual time: no delay is waited for."},
+    {"fault", "NAME[@K]", "",
+     "A fault, from the device's K-th transfer on (default 1); the bench drives itself."},
+    {"fault-on-transmitter", "", "", "The transmitter has the fault, not the headset."},
+    {"fast", "", "", "Virtual time: no delay is waited for, and the bench drives itself."},
     {"speed", "N", "1", "Time runs N times as fast as real time."},
-    {"bus", "NAME", "layer",
-     "What the devices are plugged into: layer, the simulated computer, or uhid, this computer's kernel, "
-     "which needs root."},
+    {"uhid", "", "",
+     "The devices are plugged into this computer's kernel, which needs root, not into the simulated "
+     "computer."},
     {"dark", "", "", "Light text on a dark background."},
     {"drive", "", "", "Drive itself even if there is a display."},
     {"screenshots", "FOLDER", "", "Save a picture of every screen."},
@@ -45,8 +48,14 @@ constexpr Switch switches[] = {
     {"family", "NAME", "", "Of the fault matrix, only this family, such as headset-12-2."},
     {"sample", "N", "0",
      "Of the fault matrix, only N faults, drawn at random over kinds and families; 0: all."},
-    {"seed", "S", "", "The seed of the draw; without it a random one is taken. It is printed."},
+    {"seed", "S", "0", "The seed of the draw; 0: a random one. It is printed."},
 };
+
+[[noreturn]] void rejectArguments(const QString& mistake)
+{
+    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(mistake));
+    std::exit(usageError);
+}
 
 QString description()
 {
@@ -71,16 +80,6 @@ int number(const QCommandLineParser& parser, const QString& name, int min, int m
     return value;
 }
 
-/// Rejects the arguments if the value of the option @p name is neither @p first nor @p second.
-/// @return whether the value is @p first.
-bool choice(const QCommandLineParser& parser, const QString& name, const QString& first,
-            const QString& second)
-{
-    if (parser.value(name) != first && parser.value(name) != second)
-        rejectArguments(QStringLiteral("--%1 is %2 or %3").arg(name, first, second));
-    return parser.value(name) == first;
-}
-
 /// Reads the fault from "NAME[@K]"; K is the number of a transfer.
 void readFault(const QString& text, BenchOptions& options)
 {
@@ -89,18 +88,14 @@ void readFault(const QString& text, BenchOptions& options)
     options.fault = faultByName(parts.first().toStdString());
     if (parts.size() == 2)
         options.faultTransfer = parts.last().toInt(&isNumber);
-    if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || !options.fault)
+    if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || options.fault == Fault::None)
         rejectArguments(QStringLiteral("no such fault: %1").arg(text));
 }
 
-void checkKernelBus(const BenchOptions& options)
+bool needsSimulatedComputer(const BenchOptions& options)
 {
-    if (options.fast)
-        rejectArguments(QStringLiteral("the kernel's time is not virtual"));
-    if (options.takesTour)
-        rejectArguments(QStringLiteral("the tour of the screens needs the simulated computer"));
-    if (options.fault && descriptionOf(*options.fault).needsLayer)
-        rejectArguments(QStringLiteral("this fault needs the simulated computer"));
+    return options.fast || options.takesTour ||
+           (options.fault != Fault::None && descriptionOf(options.fault).needsLayer);
 }
 
 void readChip(const QCommandLineParser& parser, BenchOptions& options)
@@ -113,26 +108,7 @@ void readChip(const QCommandLineParser& parser, BenchOptions& options)
             QStringLiteral("no such chip: %1, revision %2").arg(options.chipId).arg(options.revision));
 }
 
-void readFaultMatrix(const QCommandLineParser& parser, BenchOptions& options)
-{
-    options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
-    options.family = parser.value(QStringLiteral("family"));
-    options.sample = number(parser, QStringLiteral("sample"), 0, maxSample);
-    bool isNumber = true;
-    options.seed = parser.isSet(QStringLiteral("seed"))
-                       ? parser.value(QStringLiteral("seed")).toUInt(&isNumber)
-                       : QRandomGenerator::system()->generate();
-    if (!isNumber)
-        rejectArguments(QStringLiteral("--seed takes a number"));
-}
-
 } // namespace
-
-void rejectArguments(const QString& mistake)
-{
-    std::fprintf(stderr, "bench: %s; see --help\n", qPrintable(mistake));
-    std::exit(usageError);
-}
 
 BenchOptions parseBenchOptions(const QStringList& arguments)
 {
@@ -162,16 +138,19 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     options.screenshotsFolder = parser.value(QStringLiteral("screenshots"));
     if (options.takesTour && !QDir().mkpath(options.screenshotsFolder))
         rejectArguments(QStringLiteral("cannot create the folder %1").arg(options.screenshotsFolder));
-    options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.takesTour;
-    readFaultMatrix(parser, options);
-    const bool isHeadsets = choice(parser, QStringLiteral("fault-device"), QStringLiteral("headset"),
-                                   QStringLiteral("transmitter"));
-    options.faultDevice = isHeadsets ? DeviceType::Headset : DeviceType::Transmitter;
+    options.faultMatrix = parser.isSet(QStringLiteral("fault-matrix"));
+    options.family = parser.value(QStringLiteral("family"));
+    options.sample = number(parser, QStringLiteral("sample"), 0, maxSample);
+    options.seed = number(parser, QStringLiteral("seed"), 0, maxSeed);
+    if (parser.isSet(QStringLiteral("fault-on-transmitter")))
+        options.faultDevice = DeviceType::Transmitter;
     if (parser.isSet(QStringLiteral("fault")))
         readFault(parser.value(QStringLiteral("fault")), options);
-    options.onKernelBus =
-        choice(parser, QStringLiteral("bus"), QStringLiteral("uhid"), QStringLiteral("layer"));
-    if (options.onKernelBus)
-        checkKernelBus(options);
+    options.onKernelBus = parser.isSet(QStringLiteral("uhid"));
+    if (options.onKernelBus && needsSimulatedComputer(options))
+        rejectArguments(QStringLiteral("--fast, --screenshots or the fault does not work with --uhid"));
+    options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.fast || options.takesTour ||
+                           options.fault != Fault::None ||
+                           QGuiApplication::platformName() == QLatin1String("offscreen");
     return options;
 }

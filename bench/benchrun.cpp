@@ -180,8 +180,7 @@ void BenchRun::prepareUpdate()
     for (const DeviceType type : bothTypes)
         pair->device(type).clearFault();
     judge->start(fault, options.faultDevice);
-    if (fault)
-        pair->device(options.faultDevice).setFault(*fault, options.faultTransfer);
+    pair->device(options.faultDevice).setFault(fault, options.faultTransfer);
 }
 
 void BenchRun::endUpdate(const Outcome& outcome)
@@ -189,7 +188,7 @@ void BenchRun::endUpdate(const Outcome& outcome)
     const QStringList complaints = judge->complaints(outcome);
     for (const QString& complaint : complaints)
         log.add(QStringLiteral("verdict: not the expected outcome: %1").arg(complaint));
-    if (!complaints.isEmpty() || !fault) {
+    if (!complaints.isEmpty() || fault == Fault::None) {
         Q_EMIT finished(complaints.isEmpty() ? 0 : unexpected);
         return;
     }
@@ -214,7 +213,7 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
         return;
     }
-    fault.reset();
+    fault = Fault::None;
     SimulatedDevice& device = pair->device(options.faultDevice);
     device.clearFault();
     log.add(QStringLiteral("user: replug the %1").arg(nameOf(options.faultDevice)));

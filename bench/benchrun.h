@@ -75,7 +75,7 @@ private:
     const BenchOptions options;
     const bool isHurried; ///< whether time runs faster than real time
     const int lookIntervalMs;
-    std::optional<Fault> fault; ///< fault to arm for the next update; empty for the repair
+    Fault fault; ///< fault to arm for the next update; `None` for the repair
     FaultOutcome outcomeOfFault;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread may call it

@@ -1,7 +1,5 @@
 #include "eventlog.h"
 
-#include <cstdio>
-
 #include <QMutexLocker>
 
 namespace {
@@ -21,8 +19,7 @@ QString nameOf(DeviceType type)
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
-EventLog::EventLog(Output logOutput)
-    : output(logOutput)
+EventLog::EventLog()
 {
     timer.start();
     messageLog = this;
@@ -44,8 +41,6 @@ void EventLog::add(const QString& text)
                    .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
                    .arg(text);
         all << line;
-        if (output == Output::Printed)
-            std::puts(qUtf8Printable(line));
     }
     Q_EMIT added(line);
 }

@@ -18,10 +18,7 @@ class EventLog : public QObject
     Q_OBJECT
 
 public:
-    enum class Output { Printed, Kept };
-
-    /// @param logOutput  `Printed`: the log also writes its lines to the standard output.
-    explicit EventLog(Output logOutput = Output::Printed);
+    EventLog();
     ~EventLog() override;
 
     void add(const QString& text);
@@ -29,10 +26,9 @@ public:
     QStringList lines() const; ///< all lines so far
 
 Q_SIGNALS:
-    void added(const QString& line);
+    void added(const QString& line); ///< emitted on the thread that adds the line
 
 private:
-    const Output output;
     QtMessageHandler previousHandler;
     mutable QMutex mutex; ///< guards what follows
     QElapsedTimer timer;

@@ -82,15 +82,15 @@ Expectation whenWithdrawn(const Transfers& at, int commits)
 
 } // namespace
 
-Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits,
+Expectation expectationFor(Fault fault, const std::optional<Transfers>& struckAt, int commits,
                            bool isNoticedLate)
 {
-    if (!fault || !struckAt)
+    if (!struckAt)
         return succeeds();
     const bool isAtLeave = struckAt->phase == Phase::Leave;
     const bool isBeforeIdentification =
         isAtLeave || (struckAt->phase == Phase::Identify && struckAt->inPhase.at(Phase::Identify) == 1);
-    switch (*fault) {
+    switch (fault) {
     case Fault::TransferFails:
         return whenTransferFails(*struckAt);
     case Fault::Vanish:

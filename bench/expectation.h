@@ -23,5 +23,5 @@ struct Expectation
 /// the second, the device is lost at the last of @p commits commits; the protocol checks nothing after that
 /// commit.
 /// @param isNoticedLate  whether the updater may try more transfers before it notices that a device is lost.
-Expectation expectationFor(std::optional<Fault> fault, const std::optional<Transfers>& struckAt, int commits,
+Expectation expectationFor(Fault fault, const std::optional<Transfers>& struckAt, int commits,
                            bool isNoticedLate);

@@ -78,18 +78,6 @@ int lastEffective(const FaultDescription& fault, const Transfers& transfers)
     }
 }
 
-/// @return at least @p count cards. All of @p cards are dealt in random order before any is dealt again.
-template <typename Card>
-std::vector<Card> deal(std::vector<Card> cards, int count, std::mt19937& random)
-{
-    std::vector<Card> dealt;
-    while (dealt.size() < static_cast<std::size_t>(count)) {
-        std::shuffle(cards.begin(), cards.end(), random);
-        dealt.insert(dealt.end(), cards.begin(), cards.end());
-    }
-    return dealt;
-}
-
 class Matrix
 {
 public:
@@ -133,7 +121,7 @@ Matrix::Matrix(const BenchOptions& benchOptions)
 /// prints @p name and the log and returns no result.
 std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const QString& name)
 {
-    EventLog log(EventLog::Output::Kept);
+    EventLog log;
     BenchRun run(options, log);
     if (run.prepare() && run.drive() == 0)
         return Result{run.device(options.faultDevice).transfers(), run.faultOutcome()};
@@ -170,17 +158,23 @@ void Matrix::runAll()
 /// to a difference of one, and the families likewise.
 void Matrix::runSample()
 {
-    print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(options.seed));
-    std::mt19937 random(options.seed);
-    std::vector<Family*> cards;
+    const auto seed =
+        options.seed > 0 ? static_cast<unsigned>(options.seed) : std::random_device()() / 2; // fits an int
+    print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(seed));
+    std::mt19937 random(seed);
+    std::vector<const FaultDescription*> drawnKinds = kinds();
+    std::vector<Family*> drawnFamilies;
     for (Family& family : families)
-        cards.push_back(&family);
-    const auto drawnFamilies = deal(cards, options.sample, random);
-    const auto drawnKinds = deal(kinds(), options.sample, random);
+        drawnFamilies.push_back(&family);
     for (std::size_t i = 0; i < static_cast<std::size_t>(options.sample); ++i) {
-        Family& family = *drawnFamilies[i];
-        const auto last = static_cast<unsigned>(lastEffective(*drawnKinds[i], family.transfers));
-        runFault(family, *drawnKinds[i], static_cast<int>(random() % last) + 1);
+        if (i % drawnKinds.size() == 0)
+            std::shuffle(drawnKinds.begin(), drawnKinds.end(), random);
+        if (i % drawnFamilies.size() == 0)
+            std::shuffle(drawnFamilies.begin(), drawnFamilies.end(), random);
+        const FaultDescription& fault = *drawnKinds[i % drawnKinds.size()];
+        Family& family = *drawnFamilies[i % drawnFamilies.size()];
+        const auto last = static_cast<unsigned>(lastEffective(fault, family.transfers));
+        runFault(family, fault, static_cast<int>(random() % last) + 1);
     }
     for (const Family& family : families)
         printFamily(family);

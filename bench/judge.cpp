@@ -15,7 +15,7 @@ QString windowText(const char* text)
 }
 
 /// Whether @p fault takes effect only after the transfer at which it strikes, so that the transfer succeeds.
-bool isWithdrawal(std::optional<Fault> fault)
+bool isWithdrawal(Fault fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;
 }
@@ -35,7 +35,7 @@ Judge::Judge(const Scene& judged)
 {
 }
 
-void Judge::start(std::optional<Fault> fault, DeviceType faulty)
+void Judge::start(Fault fault, DeviceType faulty)
 {
     armed = fault;
     faultyType = faulty;
@@ -94,7 +94,7 @@ QString Judge::exception(const Outcome& outcome) const
 
 Expectation Judge::expectationFor(DeviceType type) const
 {
-    return ::expectationFor(type == faultyType ? armed : std::nullopt, scene.pair.device(type).struckAt(),
+    return ::expectationFor(type == faultyType ? armed : Fault::None, scene.pair.device(type).struckAt(),
                             Verdict::commits(scene.images[type]), !scene.isTimeVirtual);
 }
 

@@ -2,7 +2,6 @@
 
 #include <map>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 #include <QMap>
@@ -31,7 +30,7 @@ public:
     explicit Judge(const Scene& judged);
 
     /// Notes that an update starts with @p fault armed for @p faulty.
-    void start(std::optional<Fault> fault, DeviceType faulty);
+    void start(Fault fault, DeviceType faulty);
 
     /// Notes that the calling thread sleeps for @p ms milliseconds. Any thread.
     void noteSleep(std::uint32_t ms);
@@ -57,7 +56,7 @@ private:
     QStringList defaultEndpoints() const;
 
     const Scene scene;
-    std::optional<Fault> armed;
+    Fault armed = Fault::None;
     DeviceType faultyType = DeviceType::Unknown;
     QMap<DeviceType, std::vector<std::uint8_t>> before; ///< memories before the update
     QStringList endpointsBefore;

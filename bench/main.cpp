@@ -1,8 +1,10 @@
 #include <cstdio>
 
 #include <QApplication>
+#include <QFont>
 #include <QIcon>
 #include <QImage>
+#include <QPalette>
 #include <QTranslator>
 
 #include "benchoptions.h"
@@ -10,7 +12,6 @@
 #include "benchwindow.h"
 #include "eventlog.h"
 #include "faultmatrix.h"
-#include "looks.h"
 #include "startup.h"
 
 namespace {
@@ -30,10 +31,21 @@ void chooseDisplay()
         qputenv("QT_FONT_DPI", "96");
 }
 
+/// Without a display Qt's text is larger than on most desktops, and antialiased for only one kind of screen.
+void setUsualFont()
+{
+    constexpr int usualPoints = 9;
+    QFont font = QApplication::font();
+    font.setPointSize(usualPoints);
+    font.setStyleStrategy(QFont::NoSubpixelAntialias);
+    QApplication::setFont(font);
+}
+
 /// @return the program's exit code.
 int runBench(const BenchOptions& options)
 {
     EventLog log;
+    QObject::connect(&log, &EventLog::added, [](const QString& line) { std::puts(qUtf8Printable(line)); });
     BenchRun run(options, log);
     QObject::connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
         constexpr int mostCompressed = 0;
@@ -59,7 +71,7 @@ int main(int argc, char* argv[])
     chooseDisplay();
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
-    BenchOptions options = parseBenchOptions(QCoreApplication::arguments());
+    const BenchOptions options = parseBenchOptions(QCoreApplication::arguments());
 
     QTranslator qtTranslator;
     Startup::installTranslator(qtTranslator, QStringLiteral("qt_"));
@@ -68,16 +80,8 @@ int main(int argc, char* argv[])
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/MarovexLogo.png")));
 
     if (options.dark)
-        QApplication::setPalette(Looks::darkPalette());
-    if (QGuiApplication::platformName() == QLatin1String("offscreen")) {
-        Looks::setFont();
-        options.drivesItself = true;
-    }
-    if (options.fault && !options.drivesItself)
-        rejectArguments(QStringLiteral("--fault needs --drive; the bench's window has its own faults"));
-    if (options.fast && !options.drivesItself) {
-        options.fast = false; // virtual time is too fast to watch
-        options.speed = static_cast<int>(ScaledClock::atOnce);
-    }
+        QApplication::setPalette(QPalette(QColor(53, 53, 53)));
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        setUsualFont();
     return options.faultMatrix ? FaultMatrix::run(options) : runBench(options);
 }

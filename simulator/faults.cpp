@@ -34,12 +34,12 @@ const FaultDescription& descriptionOf(Fault fault)
     return *std::find_if(all.begin(), all.end(), [&](const auto& one) { return one.fault == fault; });
 }
 
-std::optional<Fault> faultByName(const std::string& name)
+Fault faultByName(const std::string& name)
 {
     const auto& all = faultDescriptions();
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const auto& fault) { return fault.name == name; });
-    return found == all.end() ? std::nullopt : std::optional<Fault>(found->fault);
+    return found == all.end() ? Fault::None : found->fault;
 }
 
 FaultPlan::FaultPlan(Fault fault, int transfer)

@@ -7,7 +7,7 @@
 
 #include "simulatedchip.h"
 
-/// What can go wrong with a simulated device. An armed fault strikes once.
+/// What can go wrong with a simulated device. An armed fault strikes once. `None` never strikes.
 enum class Fault {
     None,
     Vanish,         ///< the cable is pulled; the device stays away until it is plugged in
@@ -39,7 +39,7 @@ const std::vector<FaultDescription>& faultDescriptions(); ///< of every fault ex
 
 const FaultDescription& descriptionOf(Fault fault); ///< @p fault must not be `None`
 
-std::optional<Fault> faultByName(const std::string& name);
+Fault faultByName(const std::string& name); ///< `None` if there is no such fault
 
 /// The feature-report transfers since a fault was last armed or cleared.
 struct Transfers

@@ -68,12 +68,6 @@ void SimulatedDevice::setFault(Fault fault, int transfer)
 {
     const std::lock_guard<std::mutex> guard(mutex);
     faults = FaultPlan(fault, transfer);
-}
-
-void SimulatedDevice::clearFault()
-{
-    const std::lock_guard<std::mutex> guard(mutex);
-    faults = FaultPlan();
     chip.setWrongIdentity(false);
 }
 

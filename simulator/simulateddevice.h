@@ -50,10 +50,10 @@ public:
     /// unknown request.
     void restart(int controlRequest);
 
-    /// Arms a fault. @p transfer is the earliest feature-report transfer at which it can strike; 1 is the
-    /// next transfer.
+    /// Arms a fault in place of an earlier one. @p transfer is the earliest feature-report transfer at which
+    /// it can strike; 1 is the next transfer.
     void setFault(Fault fault, int transfer);
-    void clearFault();
+    void clearFault() { setFault(Fault::None, 1); }
 
     /// Called on the transferring thread when a fault has made the device vanish and all listeners of the bus
     /// have handled its removal. Set it before the device is plugged in.

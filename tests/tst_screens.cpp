@@ -8,7 +8,6 @@
 #include "benchoptions.h"
 #include "benchrun.h"
 #include "eventlog.h"
-#include "looks.h"
 #include "mainwindow.h"
 #include "startup.h"
 #include "table.h"
@@ -194,7 +193,7 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
         QCoreApplication::installTranslator(&qtTranslator);
     if (translator.load(QStringLiteral("tessalinefirmwareupdater_") + row, QStringLiteral(":/translations")))
         QCoreApplication::installTranslator(&translator);
-    QApplication::setPalette(row == QLatin1String("dark") ? Looks::darkPalette() : QPalette());
+    QApplication::setPalette(row == QLatin1String("dark") ? QPalette(QColor(53, 53, 53)) : QPalette());
 
     BenchOptions options;
     options.fast = true;
@@ -202,7 +201,7 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
     options.generation = generation;
     options.fault = Fault::Vanish;
     options.faultTransfer = 40;
-    EventLog log(EventLog::Output::Kept);
+    EventLog log;
     Inspector inspector;
     inspector.isPseudo = isPseudo;
     QSet<QString> screens;
@@ -227,11 +226,9 @@ int main(int argc, char* argv[])
         qputenv("QT_SCALE_FACTOR", desktop.scaling);
         Startup::enableHighDpiScaling();
         QApplication application(argc, argv);
-        Looks::setFont();
-        QFont large = QApplication::font();
-        large.setPointSize(12);
-        if (desktop.hasLargeText)
-            QApplication::setFont(large);
+        QFont font = QApplication::font();
+        font.setPointSize(desktop.hasLargeText ? 12 : 9);
+        QApplication::setFont(font);
         tst_Screens test(desktop);
         failures += QTest::qExec(&test, argc, argv);
     }

@@ -75,11 +75,11 @@ bool CommandedDevice::arm(std::istream& operands)
     std::string faultName;
     int transfer = 0;
     operands >> faultName >> transfer;
-    const auto fault = faultByName(faultName);
-    if (!fault || descriptionOf(*fault).needsLayer || transfer < 1)
+    const Fault fault = faultByName(faultName);
+    if (fault == Fault::None || descriptionOf(fault).needsLayer || transfer < 1)
         return false;
-    armed = *fault;
-    device.setFault(*fault, transfer);
+    armed = fault;
+    device.setFault(fault, transfer);
     return true;
 }
 
