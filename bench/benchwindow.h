@@ -26,17 +26,16 @@ public:
 
 private:
     QWidget* makeDeviceBox(DeviceType type);
-    QWidget* makeTimeBox(int speed);
-    QWidget* makeArchiveBox(int generation);
-    static QWidget* makeLogBox(EventLog& eventLog);
+    static QWidget* makeLogView(EventLog& eventLog);
     void addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state);
     void addFault(QFormLayout& rows, SimulatedDevice& device);
     QString memoryState(DeviceType type) const;
-    void makeArchive(const QString& version, int generation);
+    void makeArchive();
     void placeWindows();
     void remainUsable();
     void endAfterClosing();
 
     BenchRun& run;
-    QTimer refreshTimer; ///< updates the shown states and checks the two windows
+    const int generation; ///< generation of the archives that makeArchive() makes
+    QTimer refreshTimer;  ///< updates the shown states and checks the two windows
 };

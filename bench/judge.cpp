@@ -40,7 +40,7 @@ void Judge::start(Fault fault, DeviceType faulty)
     armed = fault;
     faultyType = faulty;
     for (const DeviceType type : scene.images.keys())
-        before[type] = scene.pair.device(type).memory();
+        versionBefore[type] = Verdict::versionOf(scene.pair.device(type).memory());
     endpointsBefore = defaultEndpoints();
     linesBefore = scene.log.lines().size();
     restoredBefore = scene.machine.audioEndpoints().defaultsSet().size();
@@ -74,7 +74,8 @@ QStringList Judge::complaints(const Outcome& outcome) const
         const Outcome::Device device = outcome.devices[type];
         const QString error = device.errorCode == 0 ? QStringLiteral("no error")
                                                     : QStringLiteral("error code %1").arg(device.errorCode);
-        const std::string verdict = Verdict::text(before[type], scene.pair.device(type).memory(), *image);
+        const std::string verdict =
+            versionBefore[type] + " -> " + Verdict::text(scene.pair.device(type).memory(), *image);
         scene.log.add(
             QStringLiteral("verdict: %1: %2, %3").arg(nameOf(type), QString::fromStdString(verdict), error));
         all << complaintsAbout(type, device);

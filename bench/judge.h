@@ -58,7 +58,7 @@ private:
     const Scene scene;
     Fault armed = Fault::None;
     DeviceType faultyType = DeviceType::Unknown;
-    QMap<DeviceType, std::vector<std::uint8_t>> before; ///< memories before the update
+    QMap<DeviceType, std::string> versionBefore; ///< versions before the update
     QStringList endpointsBefore;
     std::size_t restoredBefore = 0;
     int linesBefore = 0;

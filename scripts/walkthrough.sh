@@ -61,7 +61,7 @@ press "$bench_window" alt+n
 press '^New Archive$' Return
 press "$bench_window" alt+t alt+h
 step new-archive 'Bytes to read' 4
-press "$bench_window" alt+r
+press "$bench_window" alt+1
 press "$updater" Tab Tab Return
 step updating 'Headset: Committing' 1
 press "$bench_window" alt+h alt+1
@@ -71,7 +71,7 @@ step failure-report 'Bytes to read' 1
 press "$bench_window" alt+h
 press "$updater" Tab space
 step plugged-in-again 'Bytes to read' 1
-press "$bench_window" alt+r
+press "$bench_window" alt+1
 press "$updater" Tab Tab Return
 step updating-again 'Headset: Committing' 1
 press "$bench_window" alt+1

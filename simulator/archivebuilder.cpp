@@ -1,7 +1,5 @@
 #include "archivebuilder.h"
 
-#include <QDateTime>
-
 #include <quazip.h>
 #include <quazipfile.h>
 
@@ -12,10 +10,9 @@ constexpr std::size_t bytesPerRemark = 64;
 
 bool writeEntry(QuaZip& archive, const ArchiveEntry& entry)
 {
-    QuaZipNewInfo info(entry.name);
-    info.dateTime = QDateTime(QDate(2020, 1, 1), QTime(0, 0));
     QuaZipFile file(&archive);
-    if (!file.open(QIODevice::WriteOnly, info) || file.write(entry.contents) != entry.contents.size())
+    if (!file.open(QIODevice::WriteOnly, QuaZipNewInfo(entry.name)) ||
+        file.write(entry.contents) != entry.contents.size())
         return false;
     file.close();
     return file.getZipError() == ZIP_OK;

@@ -40,7 +40,7 @@ std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterIm
                                   const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes);
 
-/// Writes a ZIP archive; the same entries give the same bytes.
+/// Writes a ZIP archive.
 /// @return false if the file could not be written completely.
 [[nodiscard]] bool write(const QString& path, const std::vector<ArchiveEntry>& entries);
 

@@ -37,17 +37,16 @@ std::optional<std::size_t> Verdict::firstDifference(const std::vector<std::uint8
     return static_cast<std::size_t>(difference - image.begin());
 }
 
-std::string Verdict::text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
-                          const std::vector<std::uint8_t>& image)
+std::string Verdict::text(const std::vector<std::uint8_t>& memory, const std::vector<std::uint8_t>& image)
 {
-    std::string comparison = "equal";
+    std::string comparison = " bytes compared, equal";
     if (const auto offset = firstDifference(memory, image)) {
         char text[40];
-        std::snprintf(text, sizeof text, "first difference at 0x%04lx", static_cast<unsigned long>(*offset));
+        std::snprintf(text, sizeof text, " bytes, first difference at 0x%04lx",
+                      static_cast<unsigned long>(*offset));
         comparison = text;
     }
-    return versionOf(before) + " -> " + versionOf(memory) + ", " + std::to_string(image.size()) +
-           " bytes compared, " + comparison;
+    return versionOf(memory) + ", " + std::to_string(image.size()) + comparison;
 }
 
 int Verdict::commits(const std::vector<std::uint8_t>& image)

@@ -19,10 +19,8 @@ std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memo
 /// The version of the firmware in @p memory, such as "1.2.3", or "(no valid firmware)".
 std::string versionOf(const std::vector<std::uint8_t>& memory);
 
-/// @return a text such as "1.0.0 -> 1.2.3, 8192 bytes compared, equal".
-/// @param before  the memory's contents before the update.
-std::string text(const std::vector<std::uint8_t>& before, const std::vector<std::uint8_t>& memory,
-                 const std::vector<std::uint8_t>& image);
+/// @return a text such as "1.2.3, 8192 bytes compared, equal".
+std::string text(const std::vector<std::uint8_t>& memory, const std::vector<std::uint8_t>& image);
 
 int commits(const std::vector<std::uint8_t>& image); ///< number of commits in an update
 

@@ -38,7 +38,7 @@ CommandedDevice::CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOpt
     , name(type == DeviceType::Transmitter ? "transmitter" : "headset")
     , image(ImageBuilder::build(wanted))
     , device(bus, sleepFor, setup(wanted, chipId, revision))
-    , before(device.memory())
+    , versionBefore(Verdict::versionOf(device.memory()))
 {
 }
 
@@ -85,7 +85,7 @@ bool CommandedDevice::arm(std::istream& operands)
 
 void CommandedDevice::judge() const
 {
-    report(name + ": " + Verdict::text(before, device.memory(), image));
+    report(name + ": " + versionBefore + " -> " + Verdict::text(device.memory(), image));
     for (const std::string& refusal : device.refusals())
         report(name + ": refused: " + refusal);
 }

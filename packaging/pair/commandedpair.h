@@ -32,7 +32,7 @@ private:
     void judge() const;
     void expect() const;
 
-    const std::vector<std::uint8_t> before; ///< the memory's contents at the start
+    const std::string versionBefore;
     Fault armed = Fault::None;
 };
 
