@@ -146,8 +146,6 @@ void addStarts()
     add("start, at once", {audio(stopped, {}, {})}, runs, {}, running, asked);
     add("start, tenth of hint", {audio(stopped, {}, {3500, 20000})}, runs, {2000, 2000}, running, asked);
     add("start, hint of 10,009 ms", {audio(stopped, {}, {1, 10009})}, runs, {1000}, running, asked);
-    add("start, hint of 10,010 ms", {audio(stopped, {}, {1, 10010})}, runs, {1001}, running, asked);
-    add("start, hint of 99,990 ms", {audio(stopped, {}, {1, 99990})}, runs, {9999}, running, asked);
     add("start, hint of 100,010 ms", {audio(stopped, {}, {1, 100010})}, runs, {10000}, running, asked);
     add("start, longest wait", {audio(stopped, {}, {15000, 150000})}, runs, {10000, 10000}, running, asked);
     add("start, slow but sure", {audio(stopped, {}, {12000, 2500, 2000})}, runs, Sleeps(12, 1000), running,
@@ -180,7 +178,6 @@ class TestAudioService : public LeavesNothing
 private Q_SLOTS:
     void theServiceStopsAndStarts_data();
     void theServiceStopsAndStarts();
-    void oneStopperServesTwice();
     void everyFailingServiceCallIsLoggedAndTheServiceComesBack();
     void startMayOvertakeAStopOnAnotherThread();
     void serviceHandlesCheckKindAndRights();
@@ -216,25 +213,6 @@ void TestAudioService::theServiceStopsAndStarts()
             QCOMPARE(computer.services.state(L"audiosrv"), running);
         }
     }
-}
-
-void TestAudioService::oneStopperServesTwice()
-{
-    HostComputer computer;
-    computer.services.add(audio(running, {2000, 2000}, {1000, 5000}));
-    ScopedAudioServiceStopper stopper;
-    for (const auto& [operation, state] : {std::pair(&ScopedAudioServiceStopper::stop, stopped),
-                                           std::pair(&ScopedAudioServiceStopper::start, running)}) {
-        for (int time = 0; time < 2; ++time) { // the second time there is nothing to do
-            (stopper.*operation)();
-            QCOMPARE(computer.services.state(L"audiosrv"), state);
-        }
-    }
-    stopper.stop();
-    stopper.start();
-    QCOMPARE(controlsOf(computer.services),
-             QByteArray("Stop audiosrv|Start audiosrv|Stop audiosrv|Start audiosrv"));
-    QCOMPARE(computer.services.state(L"audiosrv"), running);
 }
 
 void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()

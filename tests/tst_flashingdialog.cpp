@@ -1,11 +1,20 @@
-// Runs the flashing dialog on a simulated computer, from start() to the end of the update.
+// Runs the flashing dialog on a simulated computer, and closes it at every stage of an update.
 
+#include <memory>
+#include <thread>
+
+#include <QAbstractEventDispatcher>
 #include <QGroupBox>
+#include <QProgressBar>
 
-#include "dialogrun.h"
+#include "attempt.h"
+#include "flashingdialog.h"
 #include "leavesnothing.h"
+#include "literals.h"
+#include "pairedcomputer.h"
+#include "simulatedaudioendpoints.h"
 #include "table.h"
-#include "windowstate.h"
+#include "user.h"
 
 using Errors = QMap<DeviceType, int>;
 Q_DECLARE_METATYPE(Errors)
@@ -14,9 +23,112 @@ Q_DECLARE_METATYPE(DeviceType)
 namespace {
 
 constexpr std::uint32_t packetMs = 20;
+constexpr std::uint32_t sectorEraseMs = 4000;
+constexpr std::uint32_t serviceStopMs = 100; // time between queries while the service stops
+constexpr std::uint32_t serviceStartMs = 1000;
+constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< state of the GUI thread before the update
 
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
+
+bool canSessionEnd()
+{
+    MSG query = {};
+    query.message = WM_QUERYENDSESSION;
+    long answer = TRUE;
+    QAbstractEventDispatcher::instance()->filterNativeEvent("windows_generic_MSG", &query, &answer);
+    return answer != FALSE;
+}
+
+/// A computer with both devices plugged in, and a flashing dialog with its parent window. The dialog updates
+/// the devices whose letters ("T", "H") the constructor gets.
+struct Run : PairedComputer
+{
+    explicit Run(const QByteArray& letters)
+        : dialog(std::make_unique<FlashingDialog>(&window))
+    {
+        pair.plugIn();
+        SetThreadExecutionState(ES_CONTINUOUS | requiredBefore);
+        for (const DeviceType type : bothTypes) {
+            if (letters.contains(type == Transmitter ? 'T' : 'H'))
+                dialog->addDeviceToUpdate(instance(type), images[type], type);
+        }
+    }
+
+    ~Run() { gate.open(); } // the dialog waits for the threads that the gate holds
+
+    DeviceInstance instance(DeviceType type) { return recordOf(pair.channelPath(type)); }
+
+    /// Asks the dialog to close, by the X of its window or by Escape.
+    void ask(bool byX)
+    {
+        if (byX)
+            dialog->close();
+        else
+            QTest::keyClick(dialog.get(), Qt::Key_Escape);
+    }
+
+    /// Starts the update of devices that do not come back after their restart, and waits until the dialog has
+    /// @p deviceCount updaters.
+    void startInVain(int deviceCount)
+    {
+        for (const DeviceType type : bothTypes)
+            pair.device(type).setFault(Fault::NeverBack, 1);
+        dialog->start();
+        TRY_COMPARE(updaters().size(), deviceCount);
+    }
+
+    QList<FirmwareUpdater*> updaters() const
+    {
+        return dialog->findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
+    }
+
+    template <typename Widget = QLabel>
+    Widget* of(DeviceType type, const char* role) const
+    {
+        return find<Widget>(*dialog, QByteArray(type == Transmitter ? "transmitter" : "headset") + role);
+    }
+    QString result(DeviceType type) const { return of(type, "InfoLabel")->text(); }
+    QProgressBar* bar(DeviceType type) const { return of<QProgressBar>(type, "ProgressBar"); }
+    QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
+
+    bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
+    /// Whether the computer is kept awake, and a user who wants to end the session sees the reason.
+    bool isAwake()
+    {
+        const SimulatedSession& session = machine.session();
+        return session.required() == (ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED) && !canSessionEnd() &&
+               session.blockReason(HWND(window.winId())) == L"Do not disconnect devices during update.";
+    }
+    bool isAtRest()
+    {
+        const SimulatedSession& session = machine.session();
+        return session.required() == requiredBefore && canSessionEnd() &&
+               session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
+    }
+
+    /// Opens the gate while the dialog's destructor runs.
+    /// @return how many updaters were destroyed while the audio service ran, the endpoints were restored, and
+    /// isAwake() returned the same as before the call.
+    int destroyDialog()
+    {
+        const bool wasAwake = isAwake();
+        int orderly = 0;
+        for (FirmwareUpdater* updater : updaters()) {
+            QObject::connect(updater, &QObject::destroyed, &window, [&] {
+                if (audioServiceState() == SERVICE_RUNNING && areEndpointsRestored() && isAwake() == wasAwake)
+                    ++orderly;
+            });
+        }
+        std::thread opener([this] { gate.open(); });
+        dialog.reset();
+        opener.join();
+        return orderly;
+    }
+
+    QWidget window;
+    std::unique_ptr<FlashingDialog> dialog;
+};
 
 /// Tries to close the dialog by Escape and by X, and minimises it. @return whether it stays open, with its
 /// warning and without its Close button.
@@ -37,30 +149,6 @@ bool isWaiting(const Run& run, DeviceType type)
            run.bar(type)->maximum() == 0;
 }
 
-/// @return the picture of the result, and what a screen reader reads at the picture and at the bar.
-QStringList resultAround(const Run& run, DeviceType type)
-{
-    const auto* const icon = run.of(type, "ResultIcon");
-    return {WindowState::pictureOf(*icon), icon->accessibleName(), run.bar(type)->accessibleDescription()};
-}
-
-void report(FirmwareUpdater& updater, int code)
-{
-    if (code == 0)
-        Q_EMIT updater.flashingFinished();
-    else
-        Q_EMIT updater.flashingError(code);
-}
-
-/// Closes the dialog by @p way: "Close", "X" or "Escape".
-void close(Run& run, const QByteArray& way)
-{
-    if (way == "Close")
-        QTest::mouseClick(run.closeButton(), Qt::LeftButton);
-    else
-        run.ask(way == "X");
-}
-
 } // namespace
 
 class TestFlashingDialog : public LeavesNothing
@@ -73,6 +161,11 @@ private Q_SLOTS:
     void theRunEndsWithTheLastReport_data();
     void theRunEndsWithTheLastReport();
     void aDeviceThatFailsAtItsStartDoesNotEndTheRun();
+    void theEndpointsWaitForTheService();
+    void closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data();
+    void closingBeforeADeviceIsReachedLeavesTheDevicesAlone();
+    void closingWaitsForTheServiceBeforeItEndsTheUpdaters();
+    void closingWaitsForADeviceThatIsBeingProgrammed();
 };
 
 void TestFlashingDialog::onlyOneRealDeviceOfAKindIsTaken()
@@ -170,7 +263,8 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
         QVERIFY(reported.size() == devices || isClosingRefused(run));
         QVERIFY(!reported.isEmpty() || isWaiting(run, type));
         reported << updater;
-        report(*updater, letterAndCode.mid(1).toInt());
+        const int code = letterAndCode.mid(1).toInt();
+        code == 0 ? Q_EMIT updater->flashingFinished() : Q_EMIT updater->flashingError(code);
         QCOMPARE(run.bar(type)->maximum(), 100);
     }
     QCOMPARE(warning->palette().color(warning->foregroundRole()), QColor(120, 120, 120));
@@ -185,13 +279,18 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     for (const DeviceType type : bothTypes) {
         const QString result = run.result(type);
         const QString picture = text(result == updated ? "doneandnext" : "process-stop");
-        QCOMPARE(resultAround(run, type),
-                 (QStringList{result.isEmpty() ? QString() : picture, result, result}));
+        const auto* const icon = run.of(type, "ResultIcon");
+        QCOMPARE(WindowState::pictureOf(*icon), result.isEmpty() ? QString() : picture);
+        QCOMPARE(icon->accessibleName(), result);
+        QCOMPARE(run.bar(type)->accessibleDescription(), result);
         QVERIFY(run.closeButton()->accessibleDescription().contains(result));
     }
     TRY_VERIFY(run.isAtRest());
     QVERIFY(run.log.text().endsWith("|Phase restore"));
-    close(run, closedBy);
+    if (closedBy == "Close")
+        QTest::mouseClick(run.closeButton(), Qt::LeftButton);
+    else
+        run.ask(closedBy == "X");
     QCOMPARE(run.dialog->result(), int(errors.isEmpty() ? QDialog::Accepted : QDialog::Rejected));
     QVERIFY(run.dialog->isHidden());
     QCOMPARE(run.destroyDialog(), devices);
@@ -214,6 +313,81 @@ void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheRun()
     QCOMPARE(run.dialog->errors(), (Errors{{Transmitter, 1}}));
     QVERIFY(run.isUpdated(Headset));
     TRY_VERIFY(run.isAtRest());
+}
+
+void TestFlashingDialog::theEndpointsWaitForTheService()
+{
+    Run run("TH");
+    for (const DeviceType type : bothTypes)
+        run.pair.device(type).unplug(); // so that its update fails at the start
+    run.gate.close(serviceStartMs);
+    run.dialog->start();
+    TRY_VERIFY(run.closeButton()->isEnabled() && run.gate.isReached());
+    QVERIFY(!run.areEndpointsRestored());
+    QVERIFY(run.isAwake());
+    run.gate.open();
+    TRY_VERIFY(run.isAtRest());
+}
+
+void TestFlashingDialog::closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data()
+{
+    const Table<bool> table("isStoppedBefore"); // whether the service stops before the dialog is deleted
+    table.row("the service is stopping", false);
+    table.row("the service has stopped", true);
+}
+
+void TestFlashingDialog::closingBeforeADeviceIsReachedLeavesTheDevicesAlone()
+{
+    QFETCH(const bool, isStoppedBefore);
+    Run run("TH");
+    run.gate.close(serviceStopMs);
+    run.dialog->start();
+    TRY_VERIFY(run.gate.isReached());
+    QVERIFY(run.isAwake());
+    run.ask(isStoppedBefore);
+    QVERIFY(run.dialog->isHidden());
+    QCOMPARE(run.dialog->result(), int(QDialog::Rejected));
+    QVERIFY(run.dialog->errors().isEmpty());
+    if (isStoppedBefore) {
+        run.gate.open();
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+    }
+    QVERIFY(run.updaters().isEmpty());
+    run.dialog.reset();
+    QVERIFY(run.isAtRest());
+    QCOMPARE(run.audioServiceState(), DWORD(SERVICE_RUNNING));
+
+    run.gate.open();
+    QThreadPool::globalInstance()->waitForDone();
+    QCOMPARE(run.audioServiceState(), DWORD(SERVICE_RUNNING));
+    for (const DeviceType type : bothTypes)
+        QCOMPARE(run.pair.device(type).transfers().count, 0);
+}
+
+void TestFlashingDialog::closingWaitsForTheServiceBeforeItEndsTheUpdaters()
+{
+    Run run("TH");
+    run.gate.close(serviceStartMs);
+    run.startInVain(2);
+    TRY_VERIFY(run.gate.isReached());
+    QCOMPARE(run.destroyDialog(), 2);
+    QVERIFY(run.isAtRest());
+}
+
+void TestFlashingDialog::closingWaitsForADeviceThatIsBeingProgrammed()
+{
+    Run run("TH");
+    run.gate.close(sectorEraseMs);
+    run.dialog->start();
+    TRY_VERIFY(run.gate.isReached());
+    // Waits until the headset, too, is in programming mode.
+    TRY_VERIFY(run.pair.device(Headset).transfers().count > 1);
+    QVERIFY(run.isAwake());
+    QCOMPARE(run.destroyDialog(), 2);
+    QVERIFY(run.isAtRest());
+    for (const DeviceType type : bothTypes)
+        QVERIFY(run.isUpdated(type));
 }
 
 QTEST_MAIN(TestFlashingDialog)
