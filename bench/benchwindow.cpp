@@ -62,7 +62,7 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     placeWindows();
 }
 
-/// Places the updater and this window side by side. Moves the updater too, because the position that the window
+/// Puts the updater and this window side by side. Moves the updater too, because the position that the window
 /// manager gives it is not known yet.
 void BenchWindow::placeWindows()
 {
@@ -155,7 +155,7 @@ QWidget* BenchWindow::makeLogView(EventLog& eventLog)
     return view;
 }
 
-/// Makes an archive whose version is in its file name, behind the last hyphen.
+/// Makes an archive and loads it. Its version is in the file name, after the last hyphen.
 void BenchWindow::makeArchive()
 {
     const QString proposed = QDir::temp().filePath(QStringLiteral("vynt-firmware-1.3.0.zip"));

@@ -10,14 +10,14 @@
 /// What can go wrong with a simulated device. An armed fault strikes once. `None` never strikes.
 enum class Fault {
     None,
-    Vanish,         ///< the cable is pulled; the device stays away until it is plugged in
+    Vanish,         ///< the cable is pulled; the device remains away until it is plugged in
     PowerLost,      ///< the device loses power and its RAM contents, and comes back by itself
     NoData,         ///< the answer has the status "no data"
     TransferFails,  ///< the transfer fails and does not reach the chip
     ShortAnswer,    ///< the answer is cut short
     WrongIdentity,  ///< from then on the chip reports an unknown identifier
     RefuseOpen,     ///< after a restart the device cannot be opened until it is plugged in again
-    NeverBack,      ///< after a restart the device stays away until it is plugged in
+    NeverBack,      ///< after a restart the device remains away until it is plugged in
     OtherPort,      ///< after a restart the device comes back on another port
     Removed,        ///< the computer removes the device in an orderly way, unless a program keeps it open
     RemovalRefused, ///< the computer is asked to remove the device, but another program keeps it open
