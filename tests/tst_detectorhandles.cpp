@@ -1,16 +1,50 @@
 // The handles that the detector opens and watches while devices are removed from a simulated device tree.
 
 #include <atomic>
+#include <functional>
+#include <future>
 #include <thread>
 
-#include "bystander.h"
+#include <windows.h>
+
+#include <dbt.h>
+
 #include "detectorfixture.h"
+#include "devicetree.h"
 #include "leavesnothing.h"
 #include "openobjects.h"
 #include "table.h"
 
 using Broadcasts = SimulatedDeviceTree::Broadcasts;
 Q_DECLARE_METATYPE(Broadcasts)
+
+namespace {
+
+/// Another program that watches a device. The device tree passes each event to it on the thread that causes
+/// the event, after the observers that registered earlier.
+class Bystander final : public DeviceTreeObserver
+{
+public:
+    Bystander(WPARAM awaitedEvent, std::function<void()> reaction)
+        : awaited(awaitedEvent)
+        , react(std::move(reaction))
+    {
+    }
+
+    bool watchesFile() const override { return true; }
+    std::future<void> onEvent(WPARAM event, const DeviceNode&) override
+    {
+        if (event == awaited)
+            react();
+        return std::promise<void>().get_future(); // ready at once, since the promise is gone
+    }
+
+private:
+    const WPARAM awaited;
+    const std::function<void()> react;
+};
+
+} // namespace
 
 class TestDetectorHandles : public LeavesNothing
 {
@@ -32,7 +66,7 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QVERIFY(device);
     const HANDLE first = f.detector->openDevice(device, Access::ReadWrite, Access::Read, nullptr, 0);
     QVERIFY(first != INVALID_HANDLE_VALUE);
-    QCOMPARE(f.detector->openDevice(device, Access::ReadWrite, Access::None, nullptr, 0),
+    QCOMPARE(f.detector->openDevice(device, Access::ReadWrite, Access::ReadWrite, nullptr, 0),
              INVALID_HANDLE_VALUE);
     QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
     QCOMPARE(f.tree.openings().front().access, DWORD(GENERIC_READ) | DWORD(GENERIC_WRITE));
@@ -107,15 +141,14 @@ void TestDetectorHandles::handlesOfOneValueAreNotConfused()
     DeviceInstance* const second = f.recorder.last;
     const HANDLE closed = f.detector->openDevice(first, Access::ReadWrite, Access::Read, nullptr, 0);
     QVERIFY(closed != INVALID_HANDLE_VALUE);
-    const auto observer = std::make_shared<Bystander>();
     HANDLE other = INVALID_HANDLE_VALUE;
-    observer->onQuery = [&] {
+    auto bystander = std::make_shared<Bystander>(DBT_DEVICEQUERYREMOVE, [&] {
         other = f.detector->openDevice(second, Access::ReadWrite, Access::Read, nullptr, 0);
-    };
-    f.tree.observe(observer);
+    });
+    f.tree.observe(bystander);
     const auto someoneElse = f.tree.open(hidNode(transmitter).interfacePath, 0, 0, error);
     QVERIFY(!f.tree.requestRemoval(hidNode(transmitter).interfacePath));
-    observer->onQuery = nullptr;
+    bystander.reset();
     QCOMPARE(f.recorder.waitFor(4, 3), "reopened 4");
     QCOMPARE(other, closed);
     const auto anyone = f.tree.open(path, 0, 0, error);
@@ -157,10 +190,10 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     QVERIFY(f.detected({transmitter}));
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
-    const auto observer = std::make_shared<Bystander>();
     QByteArray lastReport; // the last report when another program gets the broadcast
-    observer->onRemoved = [&] { lastReport = f.recorder.waitFor(3, 2); };
-    f.tree.observe(observer);
+    const auto bystander =
+        std::make_shared<Bystander>(DBT_DEVICEREMOVECOMPLETE, [&] { lastReport = f.recorder.waitFor(3, 2); });
+    f.tree.observe(bystander);
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
     QCOMPARE(lastReport, "-4");
     f.tree.plug(hidNode(headset));

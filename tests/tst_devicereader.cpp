@@ -65,7 +65,7 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
     const auto scripted = std::make_shared<ScriptedChip>();
     scripted->chip = chip;
     scripted->revision = revision;
-    HidFixture f(scripted);
+    HidFixture f({0x170D, 0x0101}, scripted);
     f.clock.onSleep = [&](std::uint32_t ms) { scripted->journal << "s" + QByteArray::number(ms); };
     ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None),
                                    notCancelled);
@@ -118,7 +118,7 @@ void TestDeviceReader::nothingIsSentForARangePastTheMemory()
         const bool isMute = firstByte == -1 && chip->journal.count("A") == 3;
         return isMute ? "\xFF\x01" + honest.mid(2) : honest;
     };
-    const HidFixture f(chip);
+    const HidFixture f({0x170D, 0x0101}, chip);
     ReadDataHelper_FromDevice read(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None),
                                    notCancelled);
     QCOMPARE(chip->transfers, firstByte == -2 ? 4 : 8);
@@ -138,7 +138,7 @@ void TestDeviceReader::aCancelledReaderStartsNoTransfer()
     constexpr int allTransfers = 4 + 4 + 6; // for the chip's kind, the image's first byte and two rows
     for (int k = 1; k <= allTransfers; ++k) {
         const auto chip = std::make_shared<ScriptedChip>();
-        HidFixture f(chip);
+        HidFixture f({0x170D, 0x0101}, chip);
         const auto cancelled = std::make_shared<std::atomic<bool>>(false);
         std::uint32_t cancelledAt = 0;
         chip->onTransfer = [&] {

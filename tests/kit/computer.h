@@ -1,10 +1,56 @@
 #pragma once
 
+#include <condition_variable>
+#include <mutex>
+
 #include <QThreadPool>
 
-#include "gate.h"
+#include "hidnode.h"
 #include "logcapture.h"
 #include "simulatedmachine.h"
+
+/// Holds one thread in a sleep of a given length until a test opens the gate.
+class Gate
+{
+public:
+    /// Holds the next thread that sleeps for @p ms until open() is called.
+    void close(std::uint32_t ms)
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        heldMs = ms;
+        reached = false;
+        closed = true;
+    }
+    void open()
+    {
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            closed = false;
+        }
+        changed.notify_all();
+    }
+    bool isReached() const
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        return reached;
+    }
+
+    void pass(std::uint32_t ms)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        if (!closed || reached || ms != heldMs)
+            return;
+        reached = true;
+        changed.wait(lock, [this] { return !closed; });
+    }
+
+private:
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    std::uint32_t heldMs = 0;
+    bool closed = false;
+    bool reached = false;
+};
 
 /// A bare simulated computer under virtual time. While it exists, the Windows functions act on it, and log
 /// messages are captured. Destroy all objects that use it first. Tasks of the global thread pool may still
@@ -21,6 +67,15 @@ public:
         };
     }
     ~Computer() { letThreadsEnd(); }
+
+    /// Plugs a device in. @return its interface path.
+    std::wstring plug(const HidIdentity& identity, const std::shared_ptr<HidFunction>& function,
+                      const std::wstring& location = L"7&1a2b3c&0&0000")
+    {
+        const DeviceNode node = hidNode(identity, location, function);
+        tree.plug(node);
+        return node.interfacePath;
+    }
 
     Gate gate;
     Gate second;        ///< for another thread while `gate` holds one

@@ -8,7 +8,6 @@
 
 #include "devicecontroller.h"
 #include "devicelistener.h"
-#include "hidnode.h"
 #include "scriptedchip.h"
 
 /// A computer with a device controller that has not started detection, and a journal of the controller's
@@ -37,15 +36,12 @@ public:
     std::wstring plug(const HidIdentity& identity,
                       const std::shared_ptr<HidFunction>& hid = std::make_shared<ScriptedChip>())
     {
-        const DeviceNode node = hidNode(identity, serial, hid);
-        tree.plug(node);
-        return node.interfacePath;
+        return Computer::plug(identity, hid);
     }
 
     QByteArray text() const { return reports.join(' '); }
 
-    const std::wstring serial = L"7&1a2b3c&0&0001"; ///< in the path of every device that is plugged in
-    QSemaphore arrivals;                            ///< released at each arrival that the detector reports
+    QSemaphore arrivals; ///< released at each arrival that the detector reports
     DeviceController controller{nullptr};
     QByteArrayList reports;
 };

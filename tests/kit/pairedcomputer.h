@@ -15,11 +15,6 @@ constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset
 class PairedComputer : public Computer
 {
 public:
-    explicit PairedComputer(int chipId = 12, int revision = 2)
-        : pair(machine, setup(chipId, revision))
-    {
-    }
-
     ~PairedComputer() { letThreadsEnd(); }
 
     bool isUpdated(DeviceType type)
@@ -34,14 +29,12 @@ public:
         {DeviceType::Transmitter, toByteArray(ImageBuilder::build(ImageBuilder::transmitter()))},
         {DeviceType::Headset, toByteArray(ImageBuilder::build(ImageBuilder::headset()))}};
     std::function<void(const std::string&)> onReport; ///< called on any thread with each report of a device
-    SimulatedPair pair;
+    SimulatedPair pair{machine, setup()};
 
 private:
-    SimulatedPair::Setup setup(int chipId, int revision)
+    SimulatedPair::Setup setup()
     {
         SimulatedPair::Setup result;
-        result.chipId = chipId;
-        result.revision = revision;
         result.transmitterImage = bytesOf(images[DeviceType::Transmitter]);
         result.headsetImage = bytesOf(images[DeviceType::Headset]);
         result.report = [this](const std::string& report) {

@@ -61,15 +61,13 @@ private:
 /// A computer with a scripted HID device plugged in.
 struct HidFixture : Computer
 {
-    explicit HidFixture(std::shared_ptr<ScriptedHid> scripted = std::make_shared<ScriptedHid>())
-        : hid(std::move(scripted))
+    explicit HidFixture(const HidIdentity& identity = {0x170D, 0x0101},
+                        const std::shared_ptr<ScriptedHid>& scripted = std::make_shared<ScriptedHid>())
+        : hid(scripted)
+        , path(plug(identity, hid))
     {
-        DeviceNode node;
-        node.interfacePath = path;
-        node.hid = hid;
-        tree.plug(node);
     }
 
-    const std::wstring path = L"\\\\?\\hid#vid_170d&pid_0101#1";
     const std::shared_ptr<ScriptedHid> hid;
+    const std::wstring path;
 };
