@@ -14,7 +14,7 @@
 #include "presentdevices_p.h"
 #include "table.h"
 
-Q_DECLARE_METATYPE(GUID)
+Q_DECLARE_METATYPE(DeviceId)
 
 class TestDetector : public LeavesNothing
 {
@@ -34,10 +34,8 @@ private Q_SLOTS:
     void stopDoesNotWaitForAnInstallation();
     void completionIsReportedWithoutTheLock();
     void removedRecordsStayReadableUntilForgotten();
-    void aFilterMatches_data();
-    void aFilterMatches();
-    void theHardwareIdGivesTheIdentity_data();
-    void theHardwareIdGivesTheIdentity();
+    void devicesAreReportedByHardwareIdAndFilter_data();
+    void devicesAreReportedByHardwareIdAndFilter();
     void nodesThatCannotBeReadAreSkipped();
     void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast_data();
     void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast();
@@ -265,60 +263,41 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
     }
 }
 
-void TestDetector::aFilterMatches_data()
+void TestDetector::devicesAreReportedByHardwareIdAndFilter_data()
 {
-    const Table<int, int, bool, bool> table("vendorId", "productId", "isHid", "isMatch");
-    table.row("itself", 0x7A31, 4, true, true);
-    table.row("any vendor", 0, 4, true, true);
-    table.row("any product", 0x7A31, 0, true, true);
-    table.row("any device", 0, 0, true, true);
-    table.row("other vendor", 0x170D, 0, true, false);
-    table.row("other product", 0, 3, true, false);
-    table.row("other kind", 0x7A31, 4, false, false);
+    const Table<QByteArray, bool, DeviceId, QByteArray> table("hardwareId", "isHid", "filter", "report");
+    constexpr DeviceId anyHid{0, 0, InterfaceKind::Hid};
+    constexpr DeviceId anyUsb{0, 0, InterfaceKind::UsbDevice};
+    const QByteArray id = "HID\\VID_7A31&PID_0004";
+    table.row("other vendor", id, true, {0x170D, 0, InterfaceKind::Hid}, "complete 0");
+    table.row("other product", id, true, {0, 3, InterfaceKind::Hid}, "complete 0");
+    table.row("other kind", id, true, {0x7A31, 4, InterfaceKind::UsbDevice}, "complete 0");
+    table.row("four digits", "HID\\Vid_7a31&Pid_0010", true, anyHid, "+7a31:16");
+    table.row("USB device", "USB\\VID_7A31&PID_0004", false, anyUsb, "+7a31:4");
+    table.row("no digit, counts as 0", "HID\\VID_12G4&PID_0004", true, anyHid, "+1204:4");
+    table.row("short number", "HID\\VID_7A31&PID_4", true, anyHid, "+7a31:4");
+    table.row("no product", "HID\\VID_7A31", true, anyHid, "complete 0");
+    table.row("vendor 0", "HID\\VID_0000&PID_0004", true, anyHid, "complete 0");
 }
 
-void TestDetector::aFilterMatches()
+void TestDetector::devicesAreReportedByHardwareIdAndFilter()
 {
-    QFETCH(const int, vendorId);
-    QFETCH(const int, productId);
+    QFETCH(const QByteArray, hardwareId);
     QFETCH(const bool, isHid);
-    QFETCH(const bool, isMatch);
-    DetectorFixture f;
-    f.tree.plug(hidNode(transmitter));
-    const DeviceId filter{static_cast<std::uint16_t>(vendorId), static_cast<std::uint16_t>(productId),
-                          isHid ? InterfaceKind::Hid : InterfaceKind::UsbDevice};
-    QVERIFY(f.start({{0x1234, 0x0001, InterfaceKind::Hid}, filter}));
-    QVERIFY(f.recorder.waitFor(1).startsWith(isMatch ? "+7a31:4" : "complete 0"));
-}
-
-void TestDetector::theHardwareIdGivesTheIdentity_data()
-{
-    const Table<GUID, QByteArray> table("interfaceClass", "report"); // a row is named after its hardware id
-    table.row("HID\\Vid_7a31&Pid_0010", GUID_DEVINTERFACE_HID, "+7a31:16");
-    table.row("USB\\VID_7A31&PID_0004", GUID_DEVINTERFACE_USB_DEVICE, "+7a31:4");
-    table.row("HID\\VID_12G4&PID_0004", GUID_DEVINTERFACE_HID,
-              "+1204:4"); // a character that is no digit counts as 0
-    table.row("HID\\VID_7A31&PID_4", GUID_DEVINTERFACE_HID, "+7a31:4");
-    table.row("HID\\VID_7A31", GUID_DEVINTERFACE_HID, "complete 0");
-    table.row("HID\\VID_0000&PID_0004", GUID_DEVINTERFACE_HID, "complete 0");
-}
-
-void TestDetector::theHardwareIdGivesTheIdentity()
-{
-    QFETCH(const GUID, interfaceClass);
+    QFETCH(const DeviceId, filter);
     QFETCH(const QByteArray, report);
     DetectorFixture f;
     DeviceNode node = hidNode(transmitter);
-    const std::wstring hardwareId = QString::fromLatin1(QTest::currentDataTag()).toStdWString();
-    node.hardwareIds = {hardwareId, L"HID\\VID_7A31&PID_0003"}; // only the first identifier is used
-    node.interfaceClass = interfaceClass;
+    // Only the first identifier is used.
+    node.hardwareIds = {QString::fromLatin1(hardwareId).toStdWString(), L"HID\\VID_7A31&PID_0003"};
+    node.interfaceClass = isHid ? GUID_DEVINTERFACE_HID : GUID_DEVINTERFACE_USB_DEVICE;
     node.friendlyName = L"Friendly";
     f.tree.plug(node);
-    QVERIFY(f.start({{0, 0, InterfaceKind::Hid}, {0, 0, InterfaceKind::UsbDevice}}));
+    QVERIFY(f.start({{0x1234, 0x0001, InterfaceKind::Hid}, filter}));
     QVERIFY(f.recorder.waitFor(1).startsWith(report));
     if (!f.recorder.last)
         return;
-    QCOMPARE(f.recorder.last->interfaceKind == InterfaceKind::Hid, interfaceClass == GUID_DEVINTERFACE_HID);
+    QCOMPARE(f.recorder.last->interfaceKind == InterfaceKind::Hid, isHid);
     QVERIFY(f.recorder.last->hasFriendlyName);
     QCOMPARE(f.recorder.last->name, std::wstring(L"Friendly"));
 }

@@ -25,21 +25,16 @@ namespace {
 
 constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
 
-QStringList messages; ///< that this test's windows received
-UINT refused;         ///< the message that this test's windows refuse
+QStringList broadcasts; ///< that this test's windows received
 
 LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
-    QString text = QString::number(message, 16);
-    const auto* const header = reinterpret_cast<const DEV_BROADCAST_HDR*>(lParam);
     if (message == WM_DEVICECHANGE) {
-        text = QString::number(wParam, 16);
+        const auto* const header = reinterpret_cast<const DEV_BROADCAST_HDR*>(lParam);
+        broadcasts << QString::number(wParam, 16);
         if (header)
-            text += header->dbch_devicetype == DBT_DEVTYP_HANDLE ? " handle"_s : " interface"_s;
+            broadcasts.last() += header->dbch_devicetype == DBT_DEVTYP_HANDLE ? " handle"_s : " interface"_s;
     }
-    messages << text;
-    if (message == refused)
-        return message == WM_CREATE ? -1 : FALSE;
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -49,7 +44,7 @@ HWND newWindow()
     windowClass.lpfnWndProc = takeMessage;
     windowClass.lpszClassName = L"window of the layer's test";
     RegisterClassW(&windowClass);
-    messages.clear();
+    broadcasts.clear();
     return CreateWindowExW(0, windowClass.lpszClassName, nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr,
                            nullptr);
 }
@@ -94,14 +89,6 @@ class TestLayer : public LeavesNothing
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        LeavesNothing::init();
-        refused = WM_QUIT;
-    }
-
-    void aWindowReceivesTheMessagesOfItsLife_data();
-    void aWindowReceivesTheMessagesOfItsLife();
     void broadcastsComeInAnyOrderAndNumber_data();
     void broadcastsComeInAnyOrderAndNumber();
     void aBroadcastInProgressReservesTheHandleOfItsNotification();
@@ -110,27 +97,9 @@ private Q_SLOTS:
     void theThirteenthOperationSetsTheDefaultEndpoint();
 };
 
-void TestLayer::aWindowReceivesTheMessagesOfItsLife_data()
-{
-    const Table<UINT, QByteArray> table("refusedMessage", "expected");
-    table.row("created and destroyed", WM_QUIT, "81 1 2 82");
-    table.row("WM_NCCREATE refused", WM_NCCREATE, "81 2 82");
-    table.row("WM_CREATE refused", WM_CREATE, "81 1 2 82");
-}
-
-void TestLayer::aWindowReceivesTheMessagesOfItsLife()
-{
-    QFETCH(UINT, refusedMessage);
-    refused = refusedMessage;
-    const HWND window = newWindow();
-    QCOMPARE(window != nullptr, refused == WM_QUIT);
-    QCOMPARE(DestroyWindow(window) != FALSE, refused == WM_QUIT);
-    QTEST(messages.join(QLatin1Char(' ')).toLatin1(), "expected");
-}
-
 void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
 {
-    const Table<Broadcasts, QByteArray> table("broadcasts", "expected"); // messages of a removal
+    const Table<Broadcasts, QByteArray> table("choice", "expected"); // broadcasts of a removal
     table.row("usual", Broadcasts{}, "8004 interface,8004 handle");
     table.row("file first", Broadcasts{true}, "8004 handle,8004 interface");
     table.row("twice", Broadcasts{false, 2}, "8004 interface,8004 handle,8004 interface,8004 handle");
@@ -139,12 +108,12 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
 
 void TestLayer::broadcastsComeInAnyOrderAndNumber()
 {
-    QFETCH(Broadcasts, broadcasts);
+    QFETCH(Broadcasts, choice);
     Computer computer;
     SimulatedDeviceTree& tree = computer.tree;
     const DeviceNode node = hidNode(identity);
     tree.plug(node);
-    tree.setBroadcasts(broadcasts);
+    tree.setBroadcasts(choice);
     const HWND window = newWindow();
     const HDEVNOTIFY ofInterfaces = watchHid(window);
     const HANDLE file = CreateFileW(node.interfacePath.c_str(), 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -153,10 +122,9 @@ void TestLayer::broadcastsComeInAnyOrderAndNumber()
         QCOMPARE(GetLastError(), DWORD(ERROR_INVALID_DATA));
     }
     const HDEVNOTIFY ofFile = watchFile(window, file);
-    messages.clear();
     tree.unplug(node.interfacePath);
     handleMessages();
-    QTEST(messages.join(QLatin1Char(',')).toLatin1(), "expected");
+    QTEST(broadcasts.join(QLatin1Char(',')).toLatin1(), "expected");
     for (const HDEVNOTIFY notification : {ofInterfaces, ofFile})
         QVERIFY(UnregisterDeviceNotification(notification));
     QVERIFY(CloseHandle(file));
@@ -174,7 +142,7 @@ void TestLayer::aBroadcastInProgressReservesTheHandleOfItsNotification()
     const HDEVNOTIFY second = watchHid(window);
     QVERIFY(second != first);
     handleMessages();
-    QVERIFY(messages.contains(QLatin1String("8000 interface")));
+    QVERIFY(broadcasts.contains(QLatin1String("8000 interface")));
     const HDEVNOTIFY third = watchHid(window);
     QCOMPARE(third, first);
     for (const HDEVNOTIFY notification : {second, third})
