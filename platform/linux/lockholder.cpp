@@ -1,7 +1,7 @@
 #include "lockholder.h"
 
+#include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -28,21 +28,17 @@ std::optional<std::string> lockHolder(const std::string& path)
     std::ifstream locks("/proc/locks");
     std::string line;
     while (std::getline(locks, line)) {
-        // The line of a process that waits for a lock has "->" instead of the kind.
-        std::string number;
-        std::string kind;
-        std::string strictness;
-        std::string mode;
-        std::string process;
-        std::string name;
-        std::istringstream(line) >> number >> kind >> strictness >> mode >> process >> name;
-        if (kind != "FLOCK" || name != wanted)
+        // The line of a process that waits for a lock has "->" before the kind.
+        int process = 0;
+        char name[64];
+        if (std::sscanf(line.c_str(), "%*s FLOCK %*s %*s %d %63s", &process, name) != 2 || name != wanted)
             continue;
+        const std::string id = std::to_string(process);
         std::string program;
-        std::getline(std::ifstream("/proc/" + process + "/comm"), program);
+        std::getline(std::ifstream("/proc/" + id + "/comm"), program);
         if (program.empty())
-            return "process " + process;
-        return program.append(" (process ").append(process).append(")");
+            return "process " + id;
+        return program.append(" (process ").append(id).append(")");
     }
     return std::nullopt;
 }
