@@ -33,12 +33,13 @@ bool allows(DWORD share, DWORD access)
            (!(access & GENERIC_WRITE) || (share & FILE_SHARE_WRITE));
 }
 
-} // namespace
-
-bool ShareMode::admits(const ShareMode& other) const
+/// Whether a file may be open with both modes. A file opened for queries never conflicts.
+bool agree(const ShareMode& a, const ShareMode& b)
 {
-    return access == 0 || other.access == 0 || (allows(share, other.access) && allows(other.share, access));
+    return a.access == 0 || b.access == 0 || (allows(a.share, b.access) && allows(b.share, a.access));
 }
+
+} // namespace
 
 std::wstring enumeratedPath(std::wstring interfacePath)
 {
@@ -76,7 +77,7 @@ std::unique_ptr<DeviceFile> DeviceTree::open(const std::wstring& path, DWORD acc
     if (found == state->present.end())
         error = ERROR_FILE_NOT_FOUND;
     else if (std::any_of(state->files.begin(), state->files.end(), [&](const DeviceFile* other) {
-                 return other->present == *found && !other->mode.admits(mode);
+                 return other->present == *found && !agree(other->mode, mode);
              }))
         error = ERROR_SHARING_VIOLATION;
     else if ((*found)->node->hid)

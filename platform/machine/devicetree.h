@@ -21,9 +21,6 @@ struct ShareMode
 {
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
     DWORD share;  ///< the access of others: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
-
-    /// Whether another user may have the file open with @p other. A file opened for queries never conflicts.
-    bool admits(const ShareMode& other) const;
 };
 
 /// The HID function behind a device interface. Transfers may come on any thread, one at a time per open file.
@@ -80,9 +77,10 @@ public:
 
     /// @param event  an event of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
     ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device. DBT_DEVICEQUERYREMOVEFAILED: the
-    ///     device stays. In these two cases the function returns after the node's users have handled it.
-    /// @return a future that is ready when the users of the node have handled the report. The caller need not
-    ///     wait: a device leaves without waiting for its users.
+    ///     device stays. In these two cases the caller waits for the result before it calls the next
+    ///     observer.
+    /// @return a future that is ready when the observer has handled the report. The caller need not wait for
+    ///     a removal: a device leaves without waiting for its users.
     virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
 };
 

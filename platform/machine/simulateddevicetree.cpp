@@ -35,6 +35,8 @@ SimulatedDeviceTree::Handled SimulatedDeviceTree::report(WPARAM event, const Dev
             if (broadcasts.changesFirst)
                 static_cast<void>(observer->onEvent(DBT_DEVNODES_CHANGED, node));
             handled.push_back(observer->onEvent(event, node));
+            if (event == DBT_DEVICEQUERYREMOVE || event == DBT_DEVICEQUERYREMOVEFAILED)
+                handled.back().wait();
         }
     }
     return handled;

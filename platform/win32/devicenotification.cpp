@@ -94,14 +94,6 @@ public:
 
     bool watchesFile() const override { return true; }
 
-    std::future<void> onEvent(WPARAM event, const DeviceNode& node) override
-    {
-        auto handled = Notification::onEvent(event, node);
-        if (event == DBT_DEVICEQUERYREMOVE || event == DBT_DEVICEQUERYREMOVEFAILED)
-            handled.wait();
-        return handled;
-    }
-
     HDEVNOTIFY self = nullptr;
 
 private:
