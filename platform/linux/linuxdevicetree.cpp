@@ -70,8 +70,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
         // Another thread may open a node as soon as it is added. Its call of noteOutcome() waits for this
         // lock, so it finds the recorded interface.
         const std::lock_guard<std::mutex> guard(mutex);
+        isRetry = interfaces.count(description.systemPath) > 0;
         added = addNodes(description, descriptor);
-        isRetry = loggedRefusals.count(description.systemPath) > 0;
     }
     if (added.empty())
         return;
@@ -98,7 +98,8 @@ std::vector<std::shared_ptr<const DeviceNode>> LinuxDeviceTree::addNodes(const H
         added.push_back(newcomer);
         paths.push_back(newcomer->interfacePath);
     }
-    interfaces[description.systemPath] = {description, paths};
+    Interface& interface = interfaces[description.systemPath];
+    interface = {description, paths, ERROR_SUCCESS, interface.logged};
     return added;
 }
 
@@ -107,7 +108,6 @@ void LinuxDeviceTree::left(const std::string& systemPath)
     std::vector<std::wstring> paths;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        loggedRefusals.erase(systemPath);
         if (const auto gone = interfaces.extract(systemPath))
             paths = gone.mapped().paths;
     }
@@ -176,7 +176,7 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
             return;
         opened->second.refusal = error;
         if (error == ERROR_SUCCESS) {
-            loggedRefusals.erase(opened->first);
+            opened->second.logged = ERROR_SUCCESS;
             return;
         }
         logOnce(opened->second, node->instanceId);
@@ -185,10 +185,9 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 }
 
 /// Logs the interface's refusal unless the last logged one was the same. Call it with the mutex held.
-void LinuxDeviceTree::logOnce(const Interface& interface, const std::wstring& instanceId)
+void LinuxDeviceTree::logOnce(Interface& interface, const std::wstring& instanceId)
 {
-    DWORD& logged = loggedRefusals[interface.description.systemPath];
-    if (std::exchange(logged, interface.refusal) == interface.refusal)
+    if (std::exchange(interface.logged, interface.refusal) == interface.refusal)
         return;
     const std::string& device = interface.description.devicePath;
     if (interface.refusal == ERROR_ACCESS_DENIED)

@@ -34,6 +34,7 @@ private:
         HidrawInterface description;
         std::vector<std::wstring> paths; ///< interface paths of its nodes
         DWORD refusal = ERROR_SUCCESS;   ///< error if the system refused the last attempt to open it
+        DWORD logged = ERROR_SUCCESS;    ///< last logged refusal; ERROR_SUCCESS after an opening
     };
 
     void start() override;
@@ -45,12 +46,11 @@ private:
     bool retryRefused();
     bool isOpen(const Interface& interface) const;
     void noteOutcome(const std::wstring& path, DWORD error);
-    void logOnce(const Interface& interface, const std::wstring& instanceId);
+    void logOnce(Interface& interface, const std::wstring& instanceId);
 
     const std::function<void(const std::string&)> log;
-    std::mutex mutex;                            ///< guards `interfaces` and `loggedRefusals`
+    std::mutex mutex;                            ///< guards what follows
     std::map<std::string, Interface> interfaces; ///< by system path
-    std::map<std::string, DWORD> loggedRefusals; ///< last logged refusal of each interface, by system path
     std::once_flag started;
     std::unique_ptr<UdevMonitor> monitor; ///< reports to this object
 };

@@ -19,8 +19,8 @@ struct ReportDescriptor
     /// One for each top-level collection, in order; never empty. After a fault none has feature reports.
     std::vector<HidCapabilities> collections;
 
-    /// Why there is no feature report: "is damaged", or "has no feature report" as that of a keyboard. Empty if
-    /// there is one.
+    /// Why there is no feature report: "is damaged", or "has no feature report" like that of a keyboard.
+    /// Empty if there is one.
     std::string fault;
 
     /// A feature report may have at most 16384 bytes, as in the kernel.

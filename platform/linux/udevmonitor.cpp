@@ -14,14 +14,6 @@ namespace {
 constexpr char subsystem[] = "hidraw";
 constexpr int retryIntervalMs = 1000;
 
-struct Unreference
-{
-    void operator()(udev_device* device) const { udev_device_unref(device); }
-    void operator()(udev_enumerate* enumeration) const { udev_enumerate_unref(enumeration); }
-};
-using Device = std::unique_ptr<udev_device, Unreference>;
-using Enumeration = std::unique_ptr<udev_enumerate, Unreference>;
-
 std::string textOf(const char* value)
 {
     return value ? value : "";

@@ -40,7 +40,11 @@ private:
     {
         void operator()(udev* released) const { udev_unref(released); }
         void operator()(udev_monitor* released) const { udev_monitor_unref(released); }
+        void operator()(udev_enumerate* released) const { udev_enumerate_unref(released); }
+        void operator()(udev_device* released) const { udev_device_unref(released); }
     };
+    using Enumeration = std::unique_ptr<udev_enumerate, Release>;
+    using Device = std::unique_ptr<udev_device, Release>;
 
     void listen();
     void enumerate();

@@ -16,9 +16,9 @@ struct ProcessEntry
 struct ProcessTable
 {
     DWORD ownId = 0;
-    std::vector<ProcessEntry>
-        snapshot; ///< as on Windows, the first one is the idle process, with identifier 0
-    /// The executables, by identifier, of the processes that may be queried; empty if the path cannot be read.
+    /// As on Windows, the first one is the idle process, with identifier 0.
+    std::vector<ProcessEntry> snapshot;
+    /// By identifier, the executables of the processes that may be queried; empty if it cannot be read.
     std::map<DWORD, std::wstring> imagePaths;
     bool isWow64 = false; ///< whether the program runs as a 32-bit process on a 64-bit system
 };
