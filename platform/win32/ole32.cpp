@@ -10,7 +10,7 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
+#include <cwchar>
 
 #include "machine.h"
 #include "openobjects.h"
@@ -32,11 +32,8 @@ SimulatedAudioEndpoints& audio()
 
 LPWSTR newTaskString(const std::wstring& text)
 {
-    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
-    void* const memory = std::malloc(bytes);
-    std::memcpy(memory, text.c_str(), bytes);
     ++liveObjects;
-    return static_cast<LPWSTR>(memory);
+    return wcsdup(text.c_str());
 }
 
 /// Serves a call of @p function that stores a result: clears @p output, then calls @p store unless the call
