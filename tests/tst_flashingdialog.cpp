@@ -96,13 +96,13 @@ struct Run : PairedComputer
     /// Whether the computer is kept awake, and a user who wants to end the session sees the reason.
     bool isAwake()
     {
-        const SimulatedSession& session = machine.session();
+        Session& session = machine.session();
         return session.required() == (ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED) && !canSessionEnd() &&
                session.blockReason(HWND(window.winId())) == L"Do not disconnect devices during update.";
     }
     bool isAtRest()
     {
-        const SimulatedSession& session = machine.session();
+        Session& session = machine.session();
         return session.required() == requiredBefore && canSessionEnd() &&
                session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
     }

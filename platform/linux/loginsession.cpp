@@ -25,9 +25,9 @@ LoginSession::LoginSession(std::function<void(const std::string&)> sessionLog)
 {
 }
 
-bool LoginSession::require(EXECUTION_STATE required)
+bool LoginSession::require(EXECUTION_STATE state)
 {
-    if (required == 0) {
+    if (state == 0) {
         wakefulness = FileDescriptor();
         lid = FileDescriptor();
     } else if (!wakefulness.isOpen()) {
@@ -38,23 +38,22 @@ bool LoginSession::require(EXECUTION_STATE required)
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }
-    return required == 0 || wakefulness.isOpen();
+    return (state == 0 || wakefulness.isOpen()) && Session::require(state);
 }
 
 bool LoginSession::setBlockReason(HWND window, const std::wstring& reason)
 {
     FileDescriptor block = inhibit("shutdown", std::filesystem::path(reason).string());
-    const std::lock_guard<std::mutex> guard(mutex);
     if (!block.isOpen())
         return false;
     blocks[window] = std::move(block);
-    return true;
+    return Session::setBlockReason(window, reason);
 }
 
 bool LoginSession::removeBlockReason(HWND window)
 {
-    const std::lock_guard<std::mutex> guard(mutex);
-    return blocks.erase(window) > 0;
+    blocks.erase(window);
+    return Session::removeBlockReason(window);
 }
 
 /// @return a descriptor that holds the lock until it is closed; no descriptor if logind refuses.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 
 #include "filedescriptor.h"
@@ -15,16 +16,15 @@ public:
     /// @param log  called on any thread with a sentence for each refused lock.
     explicit LoginSession(std::function<void(const std::string&)> log);
 
+    bool require(EXECUTION_STATE state) override;
     bool setBlockReason(HWND window, const std::wstring& reason) override;
     bool removeBlockReason(HWND window) override;
 
 private:
-    bool require(EXECUTION_STATE required) override;
     FileDescriptor inhibit(const char* what, const std::string& why) const;
 
     const std::function<void(const std::string&)> log;
-    FileDescriptor wakefulness; ///< held while a thread requires the system or the display to stay awake
+    FileDescriptor wakefulness; ///< held while the system or the display must stay awake
     FileDescriptor lid; ///< held too, since `wakefulness` does not prevent a suspend by the laptop's lid
-    std::mutex mutex;   ///< guards what follows
     std::map<HWND, FileDescriptor> blocks;
 };

@@ -6,7 +6,6 @@
 #include "clock.h"
 #include "devicetree.h"
 #include "processtable.h"
-#include "session.h"
 #include "simulatedservicemanager.h"
 
 namespace {
@@ -18,8 +17,7 @@ struct PlainMachine
     DeviceTree devices;
     SimulatedServiceManager services{clock, faults};
     ProcessTable processes = ownProcesses();
-    Session session;
-    Machine machine{&clock, &devices, &services, nullptr, &processes, &session, &faults};
+    Machine machine{&clock, &devices, &services, nullptr, &processes, nullptr, &faults};
 };
 
 std::atomic<Machine*>& current()

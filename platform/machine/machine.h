@@ -17,7 +17,7 @@ struct Machine
     SimulatedServiceManager* services;
     SimulatedAudioEndpoints* endpoints; ///< null if the computer has no audio system
     ProcessTable* processes;
-    Session* session;
+    Session* session;   ///< null if the program can neither keep the computer awake nor the session open
     CallFaults* faults; ///< fails the calls that a test chooses
 };
 

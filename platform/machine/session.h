@@ -1,37 +1,40 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
-#include <thread>
 
 #include <windows.h>
 
-/// Keeps the computer awake and the user's session open for programs; this implementation can do neither.
-/// Every operation may be called on any thread.
+/// Keeps the computer awake and the user's session open for the program; this implementation only records
+/// what the program requires. Every operation is called on the GUI thread.
 class Session
 {
 public:
     virtual ~Session() = default;
 
-    /// Sets the calling thread's state; @p state must include ES_CONTINUOUS.
-    /// @return the previous state; 0 if the state cannot be set.
-    EXECUTION_STATE setExecutionState(EXECUTION_STATE state);
+    /// Keeps awake what @p state names: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
+    /// @return whether that is possible.
+    virtual bool require(EXECUTION_STATE state)
+    {
+        awake = state;
+        return true;
+    }
+    /// What is kept awake now.
+    EXECUTION_STATE required() const { return awake; }
 
     /// Sets the reason that the system shows to a user who wants to end the session. It replaces the window's
     /// earlier reason. @return whether the reason was set.
-    virtual bool setBlockReason(HWND /*window*/, const std::wstring& /*reason*/) { return false; }
-
+    virtual bool setBlockReason(HWND window, const std::wstring& reason)
+    {
+        reasons[window] = reason;
+        return true;
+    }
     /// @return whether the window had a reason.
-    virtual bool removeBlockReason(HWND /*window*/) { return false; }
-
-protected:
-    /// Keeps awake what @p required names. Called by one thread at a time.
-    /// @param required  what any thread requires: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
-    /// @return whether that is possible.
-    virtual bool require(EXECUTION_STATE /*required*/) { return false; }
+    virtual bool removeBlockReason(HWND window) { return reasons.erase(window) > 0; }
+    /// The window's reason; empty if there is none.
+    std::wstring blockReason(HWND window) { return reasons.count(window) > 0 ? reasons[window] : L""; }
 
 private:
-    std::mutex mutex; ///< guards what follows
-    std::map<std::thread::id, EXECUTION_STATE> states;
+    EXECUTION_STATE awake = 0;
+    std::map<HWND, std::wstring> reasons;
 };

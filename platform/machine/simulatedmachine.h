@@ -6,9 +6,9 @@
 #include "clock.h"
 #include "machine.h"
 #include "processtable.h"
+#include "session.h"
 #include "simulateddevicetree.h"
 #include "simulatedservicemanager.h"
-#include "simulatedsession.h"
 
 /// The machine of tests and of the bench: any clock, and parts that can be scripted.
 class SimulatedMachine
@@ -29,7 +29,7 @@ public:
     SimulatedDeviceTree& deviceTree() { return tree; }
     SimulatedServiceManager& serviceManager() { return services; }
     SimulatedAudioEndpoints& audioEndpoints() { return *endpoints; }
-    SimulatedSession& session() { return userSession; }
+    Session& session() { return userSession; }
 
 private:
     Clock realClock;
@@ -38,6 +38,6 @@ private:
     SimulatedServiceManager services;
     /// A pointer, because the header of the class takes long to compile.
     const std::unique_ptr<SimulatedAudioEndpoints> endpoints;
-    SimulatedSession userSession;
+    Session userSession;
     Machine machine;
 };

@@ -266,9 +266,13 @@ EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
 {
     if ((state & ~(ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) != ES_CONTINUOUS)
         return fail(ERROR_INVALID_PARAMETER); // other requirements are not modelled
-    const EXECUTION_STATE previous = currentMachine().session->setExecutionState(state);
-    if (previous == 0)
-        SetLastError(ERROR_NOT_SUPPORTED);
+    static const DWORD onlyThread = GetCurrentThreadId();
+    Session* const session = currentMachine().session;
+    if (GetCurrentThreadId() != onlyThread || !session)
+        return fail(ERROR_NOT_SUPPORTED); // the states of several threads are not modelled
+    const EXECUTION_STATE previous = session->required() | ES_CONTINUOUS;
+    if (!session->require(state & ~ES_CONTINUOUS))
+        return fail(ERROR_NOT_SUPPORTED);
     return previous;
 }
 

@@ -162,12 +162,14 @@ BOOL WINAPI ShutdownBlockReasonCreate(HWND window, LPCWSTR reason)
 {
     if (!ownWindow(window))
         return FALSE;
-    return currentMachine().session->setBlockReason(window, reason) || fail(ERROR_NOT_SUPPORTED);
+    Session* const session = currentMachine().session;
+    return (session && session->setBlockReason(window, reason)) || fail(ERROR_NOT_SUPPORTED);
 }
 
 BOOL WINAPI ShutdownBlockReasonDestroy(HWND window)
 {
     if (!ownWindow(window))
         return FALSE;
-    return currentMachine().session->removeBlockReason(window) || fail(ERROR_INVALID_WINDOW_HANDLE);
+    Session* const session = currentMachine().session;
+    return (session && session->removeBlockReason(window)) || fail(ERROR_INVALID_WINDOW_HANDLE);
 }
