@@ -12,16 +12,6 @@
 
 namespace {
 
-DWORD writeAll(const ProgramFolder& folder, const std::vector<PackedFile>& files)
-{
-    for (const PackedFile& file : files) {
-        const DWORD error = folder.write(file);
-        if (error != ERROR_SUCCESS)
-            return error;
-    }
-    return ERROR_SUCCESS;
-}
-
 /// Runs the program @p name with @p folder as its working directory, so that it loads nothing from the
 /// package's folder.
 /// @return ERROR_SUCCESS if the program has run; @p status is then its exit status. Otherwise an error code
@@ -65,7 +55,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
     ProgramFolder folder;
     if (const DWORD error = folder.create())
         return failed(L"Could not create a protected folder for the firmware updater.", error);
-    if (const DWORD error = writeAll(folder, files))
+    if (const DWORD error = folder.write(files))
         return failed(L"Could not unpack the firmware updater.", error);
     DWORD status = EXIT_FAILURE;
     if (const DWORD error = runProgram(folder, files.front().name, status))

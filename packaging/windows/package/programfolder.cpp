@@ -221,15 +221,19 @@ DWORD ProgramFolder::createIn(const std::wstring& parent)
     return error;
 }
 
-DWORD ProgramFolder::write(const PackedFile& file) const
+DWORD ProgramFolder::write(const std::vector<PackedFile>& files) const
 {
-    const OwnedHandle target =
-        openFile(pathOf(file.name), GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
-    DWORD written = 0;
-    if (!target ||
-        !WriteFile(target.get(), file.bytes.data(), static_cast<DWORD>(file.bytes.size()), &written, nullptr))
-        return GetLastError();
-    return written == file.bytes.size() ? ERROR_SUCCESS : ERROR_DISK_FULL;
+    for (const PackedFile& file : files) {
+        const OwnedHandle target =
+            openFile(pathOf(file.name), GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+        const auto size = static_cast<DWORD>(file.bytes.size());
+        DWORD written = 0;
+        if (!target || !WriteFile(target.get(), file.bytes.data(), size, &written, nullptr))
+            return GetLastError();
+        if (written != size)
+            return ERROR_DISK_FULL;
+    }
+    return ERROR_SUCCESS;
 }
 
 void ProgramFolder::removeLeftovers()

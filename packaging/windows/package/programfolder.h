@@ -26,7 +26,7 @@ public:
 
     /// @return ERROR_NO_SECURITY_ON_OBJECT if no drive can protect the folder.
     [[nodiscard]] DWORD create();
-    [[nodiscard]] DWORD write(const PackedFile& file) const;
+    [[nodiscard]] DWORD write(const std::vector<PackedFile>& files) const;
 
     const std::wstring& path() const { return ownPath; }
     std::wstring pathOf(const std::wstring& name) const { return ownPath + L'\\' + name; }
