@@ -9,6 +9,9 @@
 
 #include <oleauto.h>
 #include <uiautomationclient.h>
+#include <wrl/client.h>
+
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -38,23 +41,18 @@ void writeLine(std::FILE* file, IRawElementProviderSimple& element)
 void writeElements(std::FILE* file, IRawElementProviderSimple& element)
 {
     writeLine(file, element);
-    IRawElementProviderFragment* fragment = nullptr;
+    ComPtr<IRawElementProviderFragment> fragment;
     if (FAILED(element.QueryInterface(IID_PPV_ARGS(&fragment))))
         return;
     NavigateDirection direction = NavigateDirection_FirstChild;
-    IRawElementProviderFragment* next = nullptr;
+    ComPtr<IRawElementProviderFragment> next;
     while (SUCCEEDED(fragment->Navigate(direction, &next)) && next) {
-        fragment->Release();
+        ComPtr<IRawElementProviderSimple> child;
+        if (SUCCEEDED(next.As(&child)))
+            writeElements(file, *child.Get());
         fragment = next;
-        next = nullptr;
         direction = NavigateDirection_NextSibling;
-        IRawElementProviderSimple* child = nullptr;
-        if (SUCCEEDED(fragment->QueryInterface(IID_PPV_ARGS(&child)))) {
-            writeElements(file, *child);
-            child->Release();
-        }
     }
-    fragment->Release();
 }
 
 } // namespace
