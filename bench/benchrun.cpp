@@ -35,7 +35,6 @@ BenchRun::BenchRun(const BenchOptions& benchOptions, EventLog& eventLog)
     , fault(options.fault)
     , log(eventLog)
     , logLine([this](const std::string& text) { log.add(QString::fromStdString(text)); })
-    , archivePath(folder.filePath(QStringLiteral("vynt-firmware-%1.zip").arg(firstVersion())))
     , images{{DeviceType::Transmitter, imageOf(DeviceType::Transmitter, options.generation, firstVersion())},
              {DeviceType::Headset, imageOf(DeviceType::Headset, options.generation, firstVersion())}}
     , scaledClock(options.speed)
@@ -55,7 +54,8 @@ bool BenchRun::prepare()
         logLine("cannot plug devices into the kernel: " + obstacle);
         return false;
     }
-    if (!makeArchive(archivePath, options.generation, firstVersion()))
+    archivePath = makeArchive(options.generation, firstVersion());
+    if (archivePath.isEmpty())
         return false;
     preparePair();
     if (!options.takesTour)
@@ -74,8 +74,9 @@ std::vector<std::uint8_t> BenchRun::imageOf(DeviceType type, int generation, con
     return ImageBuilder::build(image);
 }
 
-bool BenchRun::makeArchive(const QString& path, int generation, const QString& version) const
+QString BenchRun::makeArchive(int generation, const QString& version) const
 {
+    const QString path = folder.filePath(QStringLiteral("vynt-firmware-%1.zip").arg(version));
     const QByteArray notes = "Version " + version.toUtf8() +
                              "\n\n"
                              "- Clearer voice in noisy rooms\n"
@@ -84,9 +85,9 @@ bool BenchRun::makeArchive(const QString& path, int generation, const QString& v
     const auto entries = ArchiveBuilder::release(imageOf(DeviceType::Transmitter, generation, version),
                                                  imageOf(DeviceType::Headset, generation, version), notes);
     if (ArchiveBuilder::write(path, entries))
-        return true;
+        return path;
     log.add(QStringLiteral("cannot write %1").arg(path));
-    return false;
+    return QString();
 }
 
 void BenchRun::preparePair()
@@ -144,8 +145,8 @@ int BenchRun::drive()
 
 void BenchRun::takeTour()
 {
-    const QString otherArchive = folder.filePath(QStringLiteral("vynt-firmware-2.0.0.zip"));
-    if (!makeArchive(otherArchive, options.generation == 1 ? 2 : 1, QStringLiteral("2.0.0"))) {
+    const QString otherArchive = makeArchive(options.generation == 1 ? 2 : 1, QStringLiteral("2.0.0"));
+    if (otherArchive.isEmpty()) {
         Q_EMIT finished(unexpected);
         return;
     }

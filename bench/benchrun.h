@@ -49,8 +49,9 @@ public:
     };
     const FaultOutcome& faultOutcome() const { return outcomeOfFault; }
 
-    /// Writes a sample archive at @p path.
-    [[nodiscard]] bool makeArchive(const QString& path, int generation, const QString& version) const;
+    /// Writes a sample archive that exists as long as this object.
+    /// @return the archive's path; empty if the archive cannot be written, which the log reports.
+    [[nodiscard]] QString makeArchive(int generation, const QString& version) const;
 
 Q_SIGNALS:
     /// In a run with the tour, emitted once for each screen, after the screen's layout is done.
@@ -80,7 +81,7 @@ private:
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread may call it
     const QTemporaryDir folder;
-    const QString archivePath; ///< path of the archive that the updater loads first
+    QString archivePath; ///< path of the archive that the updater loads first
     const QMap<DeviceType, std::vector<std::uint8_t>> images; ///< the images in that archive
     VirtualClock virtualClock;
     ScaledClock scaledClock;

@@ -3,9 +3,6 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -47,8 +44,8 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     fast->setChecked(speed == options.speed);
     connect(fast, &QCheckBox::clicked, this,
             [this, speed](bool isFast) { run.setSpeed(isFast ? speed : 1); });
-    auto* const archive = new QPushButton(tr("&New archive..."));
-    connect(archive, &QPushButton::clicked, this, &BenchWindow::makeArchive);
+    auto* const archive = new QPushButton(tr("&New archive"));
+    connect(archive, &QPushButton::clicked, this, &BenchWindow::loadNewArchive);
     auto* const all = new QGridLayout(this);
     all->addWidget(makeDeviceBox(DeviceType::Transmitter), 0, 0);
     all->addWidget(makeDeviceBox(DeviceType::Headset), 0, 1);
@@ -155,16 +152,11 @@ QWidget* BenchWindow::makeLogView(EventLog& eventLog)
     return view;
 }
 
-/// Makes an archive and loads it. Its version is in the file name, after the last hyphen.
-void BenchWindow::makeArchive()
+/// Makes an archive with a higher version than the archive before it, and loads it.
+void BenchWindow::loadNewArchive()
 {
-    const QString proposed = QDir::temp().filePath(QStringLiteral("vynt-firmware-1.3.0.zip"));
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("New Archive"), proposed, tr("Firmware archives (*.zip)"));
-    if (path.isEmpty())
-        return;
-    const QString version = QFileInfo(path).completeBaseName().section(QLatin1Char('-'), -1);
-    if (run.makeArchive(path, generation, version)) // the log names a file that cannot be written
+    const QString path = run.makeArchive(generation, QStringLiteral("1.%1.0").arg(++minorVersion));
+    if (!path.isEmpty())
         run.updater().setFirmwareFilePath(path);
 }
 
@@ -173,9 +165,8 @@ void BenchWindow::makeArchive()
 void BenchWindow::remainUsable()
 {
     const QWidget* const modal = QApplication::activeModalWidget();
-    const bool isOwn = modal && modal->parentWidget() && modal->parentWidget()->window() == this;
     QWindow* const owner = modal ? modal->windowHandle() : nullptr;
-    if (!isOwn && windowHandle()->transientParent() != owner)
+    if (windowHandle()->transientParent() != owner)
         windowHandle()->setTransientParent(owner);
 }
 

@@ -30,12 +30,13 @@ private:
     void addState(QFormLayout& rows, const QString& name, const std::function<QString()>& state);
     void addFault(QFormLayout& rows, SimulatedDevice& device);
     QString memoryState(DeviceType type) const;
-    void makeArchive();
+    void loadNewArchive();
     void placeWindows();
     void remainUsable();
     void endAfterClosing();
 
     BenchRun& run;
-    const int generation; ///< generation of the archives that makeArchive() makes
+    const int generation; ///< of the archives that loadNewArchive() makes
+    int minorVersion = 2; ///< of the latest archive
     QTimer refreshTimer;  ///< updates the shown states and checks the two windows
 };

@@ -58,7 +58,6 @@ step plugged-in 'Bytes to read' 2
 press "$bench_window" alt+t alt+h
 step unplugged ': disconnected' 2
 press "$bench_window" alt+n
-press '^New Archive$' Return
 press "$bench_window" alt+t alt+h
 step new-archive 'Bytes to read' 4
 press "$bench_window" alt+1
