@@ -95,7 +95,6 @@ private Q_SLOTS:
     void everyArchiveEmitsItsSignal();
     void unreadablePathsAreRefused_data();
     void unreadablePathsAreRefused();
-    void noCutAndNoFlippedBitYieldsAnotherImage();
     void everyLoadReplacesThePreviousArchive();
     void everyStepIsLogged();
 
@@ -197,28 +196,6 @@ void TestArchives::unreadablePathsAreRefused()
     if (file == path)
         QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
     loadInOwnProcess(file, ArchiveRows::failed);
-}
-
-void TestArchives::noCutAndNoFlippedBitYieldsAnotherImage()
-{
-    const QByteArray archive = RawZip::archive(
-        {RawZip::entry("t.ff", imageText(4), RawZip::Deflated), RawZip::entry("h.ef", imageText(6))});
-    const LogCapture log;
-    FirmwareController intact, loading;
-    write(archive);
-    intact.setFilePath(path);
-    for (int i = 0; i < archive.size(); ++i) {
-        QByteArray flipped = archive;
-        flipped[i] = static_cast<char>(flipped.at(i) ^ 1 << i % 8);
-        for (const QByteArray& damaged : {archive.left(i), flipped}) {
-            write(damaged);
-            loading.setFilePath(path);
-            for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
-                const QByteArray image = loading.firmware(type);
-                QVERIFY2(image.isEmpty() || image == intact.firmware(type), QByteArray::number(i));
-            }
-        }
-    }
 }
 
 void TestArchives::everyLoadReplacesThePreviousArchive()

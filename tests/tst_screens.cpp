@@ -2,7 +2,6 @@
 
 #include <QBoxLayout>
 #include <QMenu>
-#include <QMessageBox>
 #include <QTranslator>
 
 #include "benchoptions.h"
@@ -74,7 +73,7 @@ public:
         if (isPseudo)
             inspectLanguage();
         inspectTabOrder();
-        inspectButtons();
+        inspectDefaultButton();
         if (auto* const window = qobject_cast<QMainWindow*>(screen))
             inspectPage(*window);
     }
@@ -113,30 +112,20 @@ private:
                 "the tab order is not the reading order"_s);
     }
 
-    void inspectButtons()
+    /// Enter must press Close, and never Back.
+    void inspectDefaultButton()
     {
-        auto* const close = screen->findChild<QPushButton*>("closeButton"_s);
-        if (const auto* const box = qobject_cast<QMessageBox*>(screen))
-            require(box->buttons().size() == 1 || box->defaultButton(), "no default button"_s);
+        const auto* const close = screen->findChild<QPushButton*>("closeButton"_s);
         if (!close || !close->isVisible())
             return;
         require(close->isDefault() && close->autoDefault(), "Close is not the default"_s);
-        require(!close->isEnabled() || screen->focusWidget() == close, "Close does not have the focus"_s);
-        auto* const back = screen->findChild<QPushButton*>("backButton"_s);
+        const auto* const back = screen->findChild<QPushButton*>("backButton"_s);
         require(!back || !(back->isDefault() || back->autoDefault()), "Back is a default"_s);
-
-        // A screen reader reads the description of the button with the focus, so the result must be in it.
-        const QString description = WindowState::accessibleText(close, QAccessible::Description);
-        for (const char* const name : {"text", "transmitterInfoLabel", "headsetInfoLabel"}) {
-            const auto* const label = screen->findChild<QLabel*>(text(name));
-            require(!label || description.contains(label->text()), "Close does not describe the result"_s);
-        }
     }
 
     void inspectPage(const QMainWindow& window)
     {
         const QWidget& page = *window.centralWidget();
-        require(window.size() == QSize(479, 479), "does not have its fixed size"_s);
         const auto& layout = static_cast<const QBoxLayout&>(*page.layout());
         require(layout.minimumHeightForWidth(page.width()) <= page.height(), "the page is too small"_s);
         for (const auto* const label : page.findChildren<QLabel*>()) {

@@ -108,7 +108,7 @@ inline void addReleases()
     addRow("two notes", failed, {file("n.txt", ""), file("d/n.txt", ""), headset});
     addRow("two transmitters", failed, {transmitter, file("b.ef", imageText(3)), headset});
     addRow("unknown product as well", headsetOnly(), {file("x.ff", imageText(5)), headset});
-    addRow("unknown product alone", failed, {file("x.ff", imageText(5))});
+    addRow("product of programming mode alone", failed, {file("x.ff", imageText(0x100))});
     addRow("bad line", headsetOnly(), {file("t.ff", "word\n" + transmitterText()), headset});
     addRow("other suffixes", headsetOnly(),
            {file("t.FF", transmitterText()), file("t.ff.bak", transmitterText()), headset});
