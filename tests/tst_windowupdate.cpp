@@ -68,7 +68,6 @@ private Q_SLOTS:
     void aSuccessfulUpdateEndsInPairingInstructions();
     void aFailedUpdateIsReportedAndCanBeRepeated_data();
     void aFailedUpdateIsReportedAndCanBeRepeated();
-    void aDevicePluggedInDuringAQuestionIsAskedAboutAndUpdated();
     void theNewScreenIsPaintedBeforeTheWindowWaits();
 };
 
@@ -271,37 +270,6 @@ void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
     for (const DeviceType type : bothTypes)
         QVERIFY(desk.isUpdated(type));
     QVERIFY(desk.screenState().endsWith("VYNT1-pairinginstructions Close@closeButton"_s));
-}
-
-void TestWindowUpdate::aDevicePluggedInDuringAQuestionIsAskedAboutAndUpdated()
-{
-    Desk desk("A1 +U O");
-    QVERIFY(QTest::qWaitForWindowActive(&desk.window));
-    const auto key = [](QWidget& window, Qt::Key pressed) {
-        letScreenSettle();
-        return QTest::keyClick(window.windowHandle(), pressed), true;
-    };
-    User user({[&](QWidget&) {
-                   desk.gate.close(memoryReadMs);
-                   desk.plug('H', true);
-                   return true;
-               },
-               [&](QWidget& modal) { return desk.gate.isReached() && key(modal, Qt::Key_Return); },
-               [&](QWidget& modal) {
-                   if (user.boxes.size() < 2)
-                       return false;
-                   desk.gate.open();
-                   return key(modal, Qt::Key_Return);
-               },
-               [&](QWidget& modal) {
-                   const auto* const close = find<QPushButton>(modal, "closeButton");
-                   return close && close->isEnabled() && key(modal, Qt::Key_Return);
-               }});
-    for (const Qt::Key pressed : {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return})
-        key(desk.window, pressed);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.boxes, (QStringList{compatibility, compatibility}));
-    QVERIFY(desk.isUpdated(Headset));
 }
 
 void TestWindowUpdate::theNewScreenIsPaintedBeforeTheWindowWaits()

@@ -142,15 +142,16 @@ struct Desk : PairedComputer
         return items.join(QLatin1Char(' '));
     }
 
-    /// Presses Update as soon as the button is enabled, and lets a user carry out @p acts on the windows that
-    /// open. @return whether all acts were carried out.
+    /// Presses Enter on Update as soon as the button is enabled, and lets a user carry out @p acts on the
+    /// windows that open. @return whether all acts were carried out.
     bool update(const std::vector<User::Act>& acts)
     {
         auto* const button = find<QPushButton>(*mainPage, "updateButton");
         if (!QTest::qWaitFor([&] { return button->isEnabled(); }, patienceMs))
             return false;
         User user(acts);
-        QTest::mouseClick(button, Qt::LeftButton);
+        letScreenSettle();
+        QTest::keyClick(button, Qt::Key_Return);
         questions = user.boxes;
         return user.isDone();
     }
