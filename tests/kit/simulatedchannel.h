@@ -16,8 +16,6 @@ public:
     {
     }
 
-    bool isOpen() const { return hid != nullptr; }
-
     /// Sends the report that starts with @p bytes. The rest of it is 0.
     bool send(const QByteArray& bytes)
     {
