@@ -24,6 +24,28 @@ int uninterrupted(Call call)
     return result;
 }
 
+DWORD windowsError(int errnoValue)
+{
+    switch (errnoValue) {
+    case ENODEV:
+    case ENXIO:
+    case ESHUTDOWN: // the USB host controller has lost the device
+        return ERROR_DEVICE_NOT_CONNECTED;
+    case EACCES:
+    case EPERM:
+        return ERROR_ACCESS_DENIED;
+    case EBUSY:
+    case EWOULDBLOCK: // from flock
+        return ERROR_SHARING_VIOLATION;
+    case ENOENT:
+        return ERROR_FILE_NOT_FOUND;
+    case ENOTTY:
+        return ERROR_INVALID_FUNCTION;
+    default:
+        return ERROR_GEN_FAILURE;
+    }
+}
+
 } // namespace
 
 HidrawDevice::HidrawDevice(std::string devicePath)
@@ -31,23 +53,24 @@ HidrawDevice::HidrawDevice(std::string devicePath)
 {
 }
 
-DWORD HidrawDevice::acquire(Lock wanted)
+DWORD HidrawDevice::acquire(bool isLocking)
 {
-    const bool isFirst = users == 0;
-    DWORD error = isFirst ? open() : ERROR_SUCCESS;
-    if (error == ERROR_SUCCESS && wanted > held)
-        error = tighten(wanted);
-    if (error == ERROR_SUCCESS)
+    if (users == 0)
+        file = FileDescriptor(uninterrupted([this] { return ::open(path.c_str(), O_RDWR | O_CLOEXEC); }));
+    if (file.isOpen() && (!isLocking || ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)) {
         ++users;
-    else if (isFirst)
-        close();
+        return ERROR_SUCCESS;
+    }
+    const DWORD error = windowsError(errno);
+    if (users == 0)
+        file = FileDescriptor();
     return error;
 }
 
 void HidrawDevice::release()
 {
     if (--users == 0)
-        close();
+        file = FileDescriptor();
 }
 
 bool HidrawDevice::isConnected() const
@@ -70,31 +93,6 @@ DWORD HidrawDevice::getFeature(std::uint8_t* report, std::size_t size, std::size
     return ERROR_SUCCESS;
 }
 
-DWORD HidrawDevice::open()
-{
-    file = FileDescriptor(uninterrupted([this] { return ::open(path.c_str(), O_RDWR | O_CLOEXEC); }));
-    return file.isOpen() ? ERROR_SUCCESS : windowsError(errno);
-}
-
-DWORD HidrawDevice::tighten(Lock wanted)
-{
-    if (::flock(file.get(), (wanted == Lock::Exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) == 0) {
-        held = wanted;
-        return ERROR_SUCCESS;
-    }
-    const DWORD error = windowsError(errno);
-    // The failed attempt has released the lock that was held.
-    if (held == Lock::Shared && ::flock(file.get(), LOCK_SH | LOCK_NB) != 0)
-        held = Lock::None;
-    return error;
-}
-
-void HidrawDevice::close()
-{
-    file = FileDescriptor();
-    held = Lock::None;
-}
-
 bool HidrawDevice::isGoneWithin(int timeoutMs) const
 {
     pollfd polled{file.get(), 0, 0}; // poll() always reports POLLERR and POLLHUP
@@ -105,26 +103,4 @@ DWORD HidrawDevice::failure(int errnoValue) const
 {
     const DWORD error = windowsError(errnoValue);
     return error == ERROR_GEN_FAILURE && isGoneWithin(removalDelayMs) ? ERROR_DEVICE_NOT_CONNECTED : error;
-}
-
-DWORD windowsError(int errnoValue)
-{
-    switch (errnoValue) {
-    case ENODEV:
-    case ENXIO:
-    case ESHUTDOWN: // the USB host controller has lost the device
-        return ERROR_DEVICE_NOT_CONNECTED;
-    case EACCES:
-    case EPERM:
-        return ERROR_ACCESS_DENIED;
-    case EBUSY:
-    case EWOULDBLOCK: // from flock
-        return ERROR_SHARING_VIOLATION;
-    case ENOENT:
-        return ERROR_FILE_NOT_FOUND;
-    case ENOTTY:
-        return ERROR_INVALID_FUNCTION;
-    default:
-        return ERROR_GEN_FAILURE;
-    }
 }

@@ -9,13 +9,6 @@
 
 namespace {
 
-HidrawDevice::Lock lockFor(const ShareMode& mode)
-{
-    if (mode.access == 0)
-        return HidrawDevice::Lock::None;
-    return mode.share & FILE_SHARE_WRITE ? HidrawDevice::Lock::Shared : HidrawDevice::Lock::Exclusive;
-}
-
 /// The HID function of one top-level collection.
 class Collection : public HidFunction
 {
@@ -27,7 +20,7 @@ public:
     }
 
     HidCapabilities capabilities() const override { return caps; }
-    DWORD open(const ShareMode& mode) override { return device->acquire(lockFor(mode)); }
+    DWORD open(const ShareMode& mode) override { return device->acquire(mode.access != 0); }
     void close() override { device->release(); }
     bool isConnected() const override { return device->isConnected(); }
     DWORD setFeature(const std::uint8_t* report, std::size_t size) override
@@ -64,7 +57,7 @@ std::optional<int> numberInNames(const HidrawInterface& interface)
     return isOneOfSeveral ? number : std::nullopt;
 }
 
-std::wstring placeOf(const HidrawInterface& interface, std::size_t collection)
+std::wstring locationOf(const HidrawInterface& interface, std::size_t collection)
 {
     const int arrival = numberAfter(interface.hidName, ".", 16).value_or(0);
     wchar_t text[32];
@@ -95,7 +88,7 @@ std::vector<DeviceNode> nodesOf(const HidrawInterface& interface, const ReportDe
             identity.collectionNumber = static_cast<int>(i) + 1;
         identity.usagePage = capabilities.usagePage;
         nodes.push_back(
-            hidNode(identity, placeOf(interface, i), std::make_shared<Collection>(capabilities, device)));
+            hidNode(identity, locationOf(interface, i), std::make_shared<Collection>(capabilities, device)));
     }
     return nodes;
 }

@@ -23,7 +23,7 @@ bool canBeOpened(const std::string& devicePath, DWORD refusal)
     if (refusal == ERROR_SHARING_VIOLATION)
         return !lockHolder(devicePath);
     HidrawDevice device(devicePath);
-    if (device.acquire(HidrawDevice::Lock::None) != ERROR_SUCCESS)
+    if (device.acquire(false) != ERROR_SUCCESS)
         return false;
     device.release();
     return true;

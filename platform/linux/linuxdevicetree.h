@@ -22,8 +22,8 @@ public:
     /// @param log  called on any thread with a sentence for each reason why a device cannot be used.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
 
-    /// If this program opens one interface twice, the stricter of the two locks (HidrawDevice::Lock) keeps
-    /// other programs out until both are closed.
+    /// A file that is opened for more than queries locks out other programs. If this program has an interface
+    /// open twice, the lock holds until both files are closed.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
 
