@@ -81,13 +81,19 @@ DWORD SimulatedServiceManager::queryStatus(const std::wstring& name, SERVICE_STA
 
 DWORD SimulatedServiceManager::stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status)
 {
-    return serveService("ControlService", name, 0, [&](Entry& entry) {
-        const DWORD refusal = stopRefusal(entry);
-        if (refusal != ERROR_SUCCESS)
-            return refusal;
+    return serveService("ControlService", name, 0, [&](Entry& entry) -> DWORD {
+        const Service& service = entry.service;
+        if (service.state == SERVICE_STOPPED)
+            return ERROR_SERVICE_NOT_ACTIVE;
+        if (isPending(service.state))
+            return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+        if (!runningDependentsOf(service.name).empty())
+            return ERROR_DEPENDENT_SERVICES_RUNNING;
+        if (service.stopping.refusal != ERROR_SUCCESS)
+            return service.stopping.refusal;
         begin(entry, SERVICE_STOP_PENDING);
         status = statusOf(entry);
-        return DWORD(ERROR_SUCCESS);
+        return ERROR_SUCCESS;
     });
 }
 
@@ -106,11 +112,7 @@ DWORD SimulatedServiceManager::start(const std::wstring& name)
 DWORD SimulatedServiceManager::runningDependents(const std::wstring& name, std::vector<std::wstring>& names)
 {
     return serveService("EnumDependentServicesW", name, 0, [&](const Entry& entry) {
-        names.clear();
-        for (const Entry* dependent : dependentsOf(entry.service.name)) {
-            if (dependent->service.state != SERVICE_STOPPED)
-                names.push_back(dependent->service.name);
-        }
+        names = runningDependentsOf(entry.service.name);
         return ERROR_SUCCESS;
     });
 }
@@ -179,35 +181,22 @@ SERVICE_STATUS_PROCESS SimulatedServiceManager::statusOf(const Entry& entry) con
     return status;
 }
 
-std::vector<const SimulatedServiceManager::Entry*>
-SimulatedServiceManager::dependentsOf(const std::wstring& name) const
+std::vector<std::wstring> SimulatedServiceManager::runningDependentsOf(const std::wstring& name) const
 {
-    std::vector<const Entry*> found;
-    const auto append = [&found](const Entry* dependent) {
+    std::vector<std::wstring> found;
+    const auto append = [&found](const std::wstring& dependent) {
         if (std::find(found.begin(), found.end(), dependent) == found.end())
             found.push_back(dependent);
     };
     for (const Entry& entry : entries) {
-        const auto& needed = entry.service.dependsOn;
-        if (std::none_of(needed.begin(), needed.end(),
-                         [&](const auto& other) { return areSame(other, name); }))
+        const Service& service = entry.service;
+        if (std::none_of(service.dependsOn.begin(), service.dependsOn.end(),
+                         [&](const std::wstring& needed) { return areSame(needed, name); }))
             continue;
-        for (const Entry* indirect : dependentsOf(entry.service.name))
+        for (const std::wstring& indirect : runningDependentsOf(service.name))
             append(indirect);
-        append(&entry);
+        if (service.state != SERVICE_STOPPED)
+            append(service.name);
     }
     return found;
-}
-
-DWORD SimulatedServiceManager::stopRefusal(const Entry& entry) const
-{
-    if (entry.service.state == SERVICE_STOPPED)
-        return ERROR_SERVICE_NOT_ACTIVE;
-    if (isPending(entry.service.state))
-        return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
-    const std::vector<const Entry*> all = dependentsOf(entry.service.name);
-    if (std::any_of(all.begin(), all.end(),
-                    [](const Entry* dependent) { return dependent->service.state != SERVICE_STOPPED; }))
-        return ERROR_DEPENDENT_SERVICES_RUNNING;
-    return entry.service.stopping.refusal;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -87,8 +86,7 @@ private:
     void begin(Entry& entry, DWORD pendingState) const;
     Entry* find(const std::wstring& name);
     SERVICE_STATUS_PROCESS statusOf(const Entry& entry) const;
-    std::vector<const Entry*> dependentsOf(const std::wstring& name) const;
-    DWORD stopRefusal(const Entry& entry) const;
+    std::vector<std::wstring> runningDependentsOf(const std::wstring& name) const;
 
     Clock& clock;
     CallFaults& faults;
