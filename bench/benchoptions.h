@@ -30,6 +30,6 @@ struct BenchOptions
 };
 
 /// Parses the program's arguments; the first one is the program's name. After --help it prints the help and
-/// ends the program. If an argument is wrong, it prints the mistake on the standard error and ends the program
-/// with exit code 2. Call it after the application object is created.
+/// ends the program. If an argument is wrong, it prints the mistake on the standard error and ends the
+/// program with exit code 2. Call it after the application object is created.
 BenchOptions parseBenchOptions(const QStringList& arguments);

@@ -1,5 +1,5 @@
-// Compares what a task costs the updater with the least that the task can cost. Each row of the output is a task.
-// Exit status 1: a row failed or exceeds its bound.
+// Compares what a task costs the updater with the least that the task can cost. Each row of the output is a
+// task. Exit status 1: a row failed or exceeds its bound.
 
 #include <chrono>
 #include <cstdio>

@@ -70,8 +70,8 @@ NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp);
 // Requests of the program that simulates the devices.
 NTSTATUS NTAPI openControl(PDEVICE_OBJECT device, PIRP irp);
 NTSTATUS NTAPI controlRequest(PDEVICE_OBJECT device, PIRP irp);
-/// Empties all ports, and fails the requests that wait for transfers. Wine calls it as soon as the program has
-/// closed its handle, even while these requests are pending.
+/// Empties all ports, and fails the requests that wait for transfers. Wine calls it as soon as the program
+/// has closed its handle, even while these requests are pending.
 NTSTATUS NTAPI closeControl(PDEVICE_OBJECT device, PIRP irp);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
