@@ -11,6 +11,8 @@
 #include "smallimage.h"
 #include "table.h"
 
+using namespace ImageBuilder;
+
 namespace {
 
 FileEntry patched(FileEntry entry, int offset, const std::string& replacement)
@@ -37,7 +39,6 @@ class TestFirmware : public QObject
 private Q_SLOTS:
     void versionAndProductAreReadFromImages_data()
     {
-        using namespace ImageBuilder;
         const Table<QByteArray, QString> columns("image", "versionAndPid");
         const auto image = [&columns](const char* name, const QByteArray& bytes, const char* expected) {
             columns.row(name, bytes, QString::fromLatin1(expected));
@@ -96,7 +97,7 @@ private Q_SLOTS:
 
     void aFailedReadGivesNoVersionAndNoProduct()
     {
-        const QByteArray image = toByteArray(ImageBuilder::build(ImageBuilder::transmitter()));
+        const QByteArray image = toByteArray(build(transmitter()));
         int reads = 0;
         int failing = 0;
         const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {

@@ -149,6 +149,18 @@ bool isWaiting(const Run& run, DeviceType type)
            run.bar(type)->maximum() == 0;
 }
 
+void compareResultsWithTheirWidgets(const Run& run)
+{
+    for (const DeviceType type : bothTypes) {
+        const QString result = run.result(type);
+        const QString picture = text(result == updated ? "doneandnext" : "process-stop");
+        QCOMPARE(WindowState::pictureOf(*run.of(type, "ResultIcon")), result.isEmpty() ? QString() : picture);
+        QCOMPARE(run.of(type, "ResultIcon")->accessibleName(), result);
+        QCOMPARE(run.bar(type)->accessibleDescription(), result);
+        QVERIFY(run.closeButton()->accessibleDescription().contains(result));
+    }
+}
+
 } // namespace
 
 class TestFlashingDialog : public LeavesNothing
@@ -276,15 +288,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");
     QCOMPARE(run.dialog->errors(), errors);
-    for (const DeviceType type : bothTypes) {
-        const QString result = run.result(type);
-        const QString picture = text(result == updated ? "doneandnext" : "process-stop");
-        const auto* const icon = run.of(type, "ResultIcon");
-        QCOMPARE(WindowState::pictureOf(*icon), result.isEmpty() ? QString() : picture);
-        QCOMPARE(icon->accessibleName(), result);
-        QCOMPARE(run.bar(type)->accessibleDescription(), result);
-        QVERIFY(run.closeButton()->accessibleDescription().contains(result));
-    }
+    compareResultsWithTheirWidgets(run);
     TRY_VERIFY(run.isAtRest());
     QVERIFY(run.log.text().endsWith("|Phase restore"));
     if (closedBy == "Close")
