@@ -59,9 +59,9 @@ end_program() {
 
 # await_log LINE: waits at most ten minutes until the log has the line after its first $logged lines.
 await_log() {
-    for _ in $(seq 6000); do
+    for _ in $(seq 600); do
         ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
-        sleep 0.1
+        sleep 1
     done
     echo "The log does not contain \"$1\"."
     false
