@@ -4,40 +4,40 @@
 
 #include "deviceinstance.h"
 
-/// What is known about the device of one kind and about the archive's image for it. These facts decide
-/// whether the image may be written to the device.
+/// What is known about one device, the transmitter or the headset, and about the archive's image for it.
+/// These facts decide whether the image may be written to the device.
 struct UpdateCandidate
 {
     bool isConnected = false;
     unsigned short devicePid = 0; ///< 0 if the device's identity is unknown
-    unsigned short imagePid = 0;  ///< 0 if the image's identity is unknown or there is no image
+    unsigned short imagePid = 0;  ///< 0 if there is no image or its identity is unknown
     bool hasImage = false;
 
-    /// Whether the identities of both the device and the image are known and differ.
+    /// Whether the device is connected, and its identity and the image's are both known but differ.
     [[nodiscard]] bool isIncompatible() const
     {
         return isConnected && imagePid != 0 && devicePid != 0 && devicePid != imagePid;
     }
 
-    /// Whether the archive has an image for the device. A device whose identity is known takes only an image
-    /// of the same identity.
+    /// Whether the device is connected and the archive has an image for it. A device whose identity is known
+    /// takes only an image of the same identity.
     [[nodiscard]] bool canBeUpdated() const
     {
         return isConnected && (devicePid == 0 || devicePid == imagePid) && hasImage;
     }
 
-    /// Whether the device's identity is unknown. The user must then confirm the update.
+    /// Whether the device is connected but its identity is unknown. The user must then confirm the update.
     [[nodiscard]] bool isIdentityUnknown() const { return isConnected && devicePid == 0; }
 };
 
-/// The rules that decide which updates the window offers. They consider a transmitter, a headset and the
+/// Decides which updates the window offers, from what is known about the transmitter, the headset and the
 /// archive's images for both.
 struct Compatibility
 {
     UpdateCandidate transmitter;
     UpdateCandidate headset;
 
-    /// Returns the candidate of @p type. Any type but the transmitter selects the headset.
+    /// Returns the candidate of @p type. Any type other than DeviceType::Transmitter selects the headset.
     [[nodiscard]] const UpdateCandidate& of(DeviceType type) const
     {
         return type == DeviceType::Transmitter ? transmitter : headset;
@@ -64,7 +64,8 @@ struct Compatibility
         return transmitter.canBeUpdated() && headset.canBeUpdated();
     }
 
-    /// Whether the window offers an update. One incompatible device prevents the update of both.
+    /// Whether at least one device can be updated and no device is incompatible. One incompatible device
+    /// prevents the update of both.
     [[nodiscard]] bool isUpdateOffered() const
     {
         return !isAnyIncompatible() && (transmitter.canBeUpdated() || headset.canBeUpdated());

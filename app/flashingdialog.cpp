@@ -49,13 +49,13 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // A stop task that still runs also owns the stopper. Without start() the service would start only when
-    // that task ends.
+    // While the stop task runs, it also owns the stopper, so reset() below does not destroy the stopper.
+    // Without start() here, the service would start only when the task ends.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
-    // The updaters must end before keepAwake is destroyed.
+    // keepAwake is destroyed after this line, so the computer stays awake until the updaters have ended.
     qDeleteAll(allUpdaters);
 }
 
@@ -126,7 +126,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // If every device failed while it was being started, no later report ends the run.
+    // If every device failed while its updater was being started, no further report follows to end the run.
     endRunAfterLastReport();
 }
 
@@ -153,7 +153,8 @@ void FlashingDialog::restartAudioService()
         if (stage == Stage::Reported)
             restore();
     });
-    // From now on only this task uses the stopper, and the destructor waits for the task.
+    // The task may use audioServiceStopper, because nothing else uses it from now on until the task has
+    // ended.
     restartWatcher->setFuture(QtConcurrent::run([this] { audioServiceStopper.reset(); }));
 }
 
@@ -206,7 +207,7 @@ void FlashingDialog::endDevice(DeviceType type, const QString& text, const QStri
     widgets.icon->setAccessibleName(text);
     widgets.icon->show();
     widgets.progressBar->setAccessibleDescription(text);
-    // Close gets the focus at the end, so a screen reader reads the results with it.
+    // When the run ends, Close gets the focus, so a screen reader reads the results in its description.
     ui->closeButton->setAccessibleDescription(ui->closeButton->accessibleDescription() +
                                               QStringLiteral("%1\n%2\n").arg(widgets.box->title(), text));
     fixProgressBar(type);

@@ -25,16 +25,17 @@ class FlashingDialogClass;
 /// The modal dialog that carries out one update run and shows its progress. Add the devices, call start(),
 /// then exec().
 ///
-/// A run stops the audio service on a pool thread, starts the updaters of all devices, and restarts the
-/// service on a pool thread while they work. When all updaters have reported and the service is back, it
-/// restores the default audio endpoints. The computer stays awake until then.
+/// A run stops the audio service on a pool thread, then starts the updaters of all devices. While the
+/// updaters work, the run restarts the service on a pool thread. When all updaters have reported and the
+/// restart has ended, the run restores the default audio endpoints. The computer stays awake until then.
 ///
-/// Escape and a request to close the window cancel the run while no device has been touched, do nothing while
-/// devices are being programmed, and do what Close does after the last report. The result is
-/// QDialog::Accepted if every device was updated, else QDialog::Rejected. A cancelled run has no error codes.
+/// Escape and a request to close the window cancel the run if no device has been touched yet. They do nothing
+/// while devices are being programmed. After the last report they do the same as the Close button. exec()
+/// returns QDialog::Accepted if every device was updated, else QDialog::Rejected. After a cancelled run,
+/// errors() is empty.
 ///
-/// GUI thread only, with COM initialised there. The destructor may block until the audio service runs again
-/// and the updaters' worker threads have ended. It does not interrupt programming.
+/// Use the dialog only on the GUI thread, with COM initialised there. The destructor may block until the
+/// audio service runs again and the updaters' worker threads have ended. It does not interrupt programming.
 class FlashingDialog : public QDialog
 {
     Q_OBJECT
@@ -55,7 +56,7 @@ public:
     QMap<DeviceType, int> errors() const;
 
 public Q_SLOTS:
-    /// Handles Escape and a request to close the window, as described above.
+    /// Handles Escape and a request to close the window; the comment of the class says how.
     void reject() override;
 
 private Q_SLOTS:
@@ -66,9 +67,9 @@ private:
     /// How far the run has come.
     enum class Stage {
         Prepared,        ///< devices can be added
-        StoppingService, ///< no device has been touched
-        Starting,        ///< some updaters may still have to be created
-        Updating,        ///< at least one updater still has to report
+        StoppingService, ///< the stop task runs; no device has been touched
+        Starting,        ///< the updaters are being created and started
+        Updating,        ///< at least one updater has not reported yet
         Reported,        ///< all updaters have reported, but the audio endpoints are not restored yet
         Ended,           ///< the audio endpoints are restored
         Cancelled,       ///< the user cancelled before a device was touched
@@ -102,12 +103,13 @@ private:
 
     Stage stage = Stage::Prepared;
     const std::unique_ptr<Ui::FlashingDialogClass> ui;
-    std::unique_ptr<KeepAwake> keepAwake; ///< exists while a run is in progress
+    std::unique_ptr<KeepAwake> keepAwake; ///< null before start() and after restore()
     QMap<DeviceType, DeviceToUpdate> devices;
     QMap<FirmwareUpdater*, DeviceType> updaters;
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
-    /// Shared with the task that stops the service. The task that restarts the service destroys it.
+    /// The task that stops the service shares ownership of this object. The task that restarts the service
+    /// destroys the object.
     std::shared_ptr<ScopedAudioServiceStopper> audioServiceStopper;
     QFutureWatcher<void>* restartWatcher = nullptr;
     QFuture<void> stopTask;

@@ -11,7 +11,7 @@ InfoScreen::InfoScreen(QWidget* parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::InfoScreenClass>())
 {
-    constexpr qreal titleSizeRatio = 1.4; // of the title's font size to the text's font size
+    constexpr qreal titleSizeRatio = 1.4; // the title's font size divided by the text's font size
     ui->setupUi(this);
     showAsPlainText(*this);
     titleTemplate = ui->title->text();

@@ -11,13 +11,13 @@ namespace Ui {
 class InfoScreenClass;
 }
 
-/// A full-window page: a title naming the product generation, a text, an optional picture and the buttons
-/// Back and Close. It holds no logic, because its owner sets the contents, shows the buttons and connects to
-/// them. If the page gets the focus, its text receives it.
+/// A full-window page with a title that names the product generation, a text, an optional picture, and the
+/// buttons Back and Close. The page's owner sets the contents, shows the buttons and connects to their
+/// signals. If the page gets the focus, it passes the focus to its text.
 class InfoScreen : public QWidget
 {
 public:
-    /// Buttons and picture start hidden.
+    /// Creates the page with its buttons and its picture hidden.
     explicit InfoScreen(QWidget* parent = nullptr);
     ~InfoScreen() override;
 
@@ -30,8 +30,8 @@ public:
     /// of both buttons, so a screen reader reads it whichever widget of the page has the focus.
     void setText(const QString& text);
 
-    /// Shows the picture at @p path, scaled down in proportion if it is wider than the page is now. An empty
-    /// path hides the picture. Does nothing if @p path is the path that was set last.
+    /// Shows the picture at @p path, scaled down in proportion if it does not fit the page's present width.
+    /// An empty path hides the picture. Does nothing if @p path is already set.
     void setImage(const QString& path);
 
 private:

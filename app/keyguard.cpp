@@ -13,8 +13,8 @@ bool isMenuOrToolTip(const QWidget& window)
     return window.windowType() == Qt::Popup || window.windowType() == Qt::ToolTip;
 }
 
-/// Whether @p key presses a button if @p widget receives it. Enter and Escape press a button of a dialog
-/// whichever widget receives them.
+/// Whether @p key presses a button if @p widget receives it. Enter and Escape press a dialog's button,
+/// whichever of the dialog's widgets receives the key.
 bool pressesButton(const QKeyEvent& key, QWidget* widget)
 {
     switch (key.key()) {

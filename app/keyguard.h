@@ -7,10 +7,10 @@
 class QKeyEvent;
 class QWidget;
 
-/// Prevents a key that the user meant for one screen from pressing a button of the next screen. Of the key
-/// presses that would press a button, it discards the repetitions of a key that is held down, and any press
-/// within half a second after a screen appears. While the object lives, it guards every window of the program
-/// except menus. GUI thread only.
+/// Prevents a key that the user meant for one screen from pressing a button of the next screen. A key press
+/// that would press a button is discarded if the key repeats because it is held down, or if a screen appeared
+/// less than half a second ago. While the object lives, it guards every window of the program except menus
+/// and tool tips. GUI thread only.
 class KeyGuard : public QObject
 {
 public:

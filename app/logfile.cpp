@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr char lineEnd[] = "\r\n"; // on every system
+constexpr char lineEnd[] = "\r\n"; // also on Linux
 
 Q_GLOBAL_STATIC(QTextStream, logStream)
 Q_GLOBAL_STATIC(QMutex, logLock)
@@ -27,7 +27,7 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& text)
         return;
     stream << QString(text).replace(QLatin1Char('\n'), QLatin1String(lineEnd)) << lineEnd;
     stream.flush();
-    stream.resetStatus(); // on a full disk messages are lost, not kept in memory
+    stream.resetStatus(); // otherwise a full disk would make the stream keep all later messages in memory
 }
 
 } // namespace
@@ -42,6 +42,6 @@ LogFile::LogFile(const QDateTime& start)
 LogFile::~LogFile()
 {
     qInstallMessageHandler(previousHandler);
-    // Another thread may still be about to write a message. After this call it finds no file.
+    // Another thread may still call writeMessage(). After the next line, that function writes nothing.
     attachLogStream(nullptr);
 }

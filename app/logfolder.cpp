@@ -12,7 +12,8 @@ namespace {
 
 constexpr int keptLogs = 20;
 
-/// Whether this user owns @p folder. Qt cannot query the user's identifier, so a new file supplies it.
+/// Whether this user owns @p folder. Qt cannot query the user's identifier, so the owner of a new file
+/// supplies it.
 bool isOwn(const QFileInfo& folder)
 {
     QTemporaryFile ownFile;
@@ -21,10 +22,11 @@ bool isOwn(const QFileInfo& folder)
     return folder.ownerId() == QFileInfo(ownFile.fileName()).ownerId();
 }
 
-/// Creates the folder if it is missing, and lets only this user write to it. @return whether this worked.
+/// Creates the folder @p path if it is missing, and lets only this user write to it.
+/// @return whether this worked; false also if @p path is a link, is no folder or belongs to another user.
 bool prepare(const QString& path)
 {
-    static_cast<void>(QDir().mkdir(path)); // fails if it exists
+    static_cast<void>(QDir().mkdir(path)); // fails if the folder exists
     const QFileInfo folder(path);
     if (!folder.isDir() || folder.isSymLink() || folder.isJunction() || !isOwn(folder))
         return false;

@@ -25,7 +25,8 @@ int main(int argc, char* argv[])
 {
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
-    // Destroyed after the window and the translators, so that their last messages are logged too.
+    // Created before the translators and the window, so it is destroyed after them and logs their last
+    // messages.
     const LogFile logFile(QDateTime::currentDateTime());
     qDebug() << "Application path: " << QCoreApplication::applicationDirPath();
 

@@ -23,7 +23,7 @@ void showVersion(QLabel* label, const QString& text, bool italic)
     label->setText(text);
 }
 
-/// Says in words what the colour of @p label means, for users who cannot see it.
+/// Says in words what the colour of @p label means, for users who cannot see the colour.
 void setExplanation(QLabel* label, const QString& text)
 {
     label->setToolTip(text);

@@ -20,7 +20,7 @@ public:
 
     /// Shows the version that the device of @p type runs, or that the version is unknown.
     void showCurrentVersion(DeviceType type);
-    /// Shows that the device of @p type is gone. The label keeps its colour until the next arrival.
+    /// Shows that the device of @p type is gone. The label keeps its colour until the device arrives again.
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();
@@ -33,8 +33,8 @@ private:
     void showObstacle(const Compatibility& rules);
     bool isAnyInProgrammingMode() const;
     void showDeviceName();
-    /// Puts the versions and the obstacle into the accessible descriptions of two buttons: Update, and
-    /// "Change...", which has the focus when the page appears.
+    /// Puts the versions, and what prevents an update, into the accessible descriptions of two buttons:
+    /// Update, and "Change...", which has the focus when the page appears.
     void describeUpdate();
 
     const Ui::MainWindowClass& ui;

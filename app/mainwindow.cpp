@@ -29,7 +29,7 @@ QString lines(std::initializer_list<QString> texts)
     return QStringList(texts).join(QLatin1Char('\n'));
 }
 
-/// A page without a parent is ours to delete; the window deletes its central page.
+/// Deletes @p page if it has no parent. The window deletes its central page itself.
 void deleteUnlessOwnedByWidget(QWidget* page)
 {
     if (!page->parent())
@@ -187,7 +187,7 @@ bool MainWindow::isUpdateConfirmed()
         return false;
     if (!compatibility().canBothBeUpdated() && !MessageBoxes::confirmSingleDevice(this))
         return false;
-    // Also asks about a device that was plugged in while a question was open.
+    // Asks again if a device of unknown identity was plugged in while a question was open.
     return confirmUnknownIdentities(confirmed);
 }
 
@@ -206,7 +206,7 @@ void MainWindow::on_updateButton_clicked()
     auto dialog = std::make_unique<FlashingDialog>(this);
     const bool transmitterAdded = addToUpdate(*dialog, DeviceType::Transmitter);
     const bool headsetAdded = addToUpdate(*dialog, DeviceType::Headset);
-    // Devices and archives can change while a question is open.
+    // The devices or the archive may have changed while a question was open.
     if (!ui->updateButton->isEnabled() || !(transmitterAdded || headsetAdded))
         return;
 
@@ -339,7 +339,7 @@ void MainWindow::showFailureReport(const QMap<DeviceType, int>& errors)
 void MainWindow::leaveFailureReport()
 {
     infoScreenLocked = false;
-    infoScreen->setFocus(); // the button that has the focus is hidden next
+    infoScreen->setFocus(); // because the next line hides the button that has the focus
     showMainPageOrStartScreen();
     for (const DeviceType type : {DeviceType::Transmitter, DeviceType::Headset}) {
         if (!deviceController->isConnected(type)) {

@@ -35,8 +35,8 @@ public:
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    /// Loads the firmware archive at @p path, then shows its contents or, on failure, a warning box. Returns
-    /// when the user has closed that box. An empty path changes nothing.
+    /// Loads the firmware archive at @p path and shows its contents. On failure, shows a warning box and
+    /// returns when the user has closed the box. An empty path changes nothing.
     void setFirmwareFilePath(const QString& path);
 
 protected:

@@ -18,12 +18,13 @@ constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialog
 
 constexpr QSize aboutIconSize(64, 64);
 
-/// @return questionAccepted or questionRejected; QMessageBox::exec()'s result if a button's text is empty.
+/// @return questionAccepted or questionRejected. If a button's text is empty, the result of
+///         QMessageBox::exec().
 int askQuestion(QWidget* window, const QString& title, const QString& text, const QString& informativeText,
                 const QString& acceptText, const QString& rejectText)
 {
     QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, window);
-    box.setWindowFlags(questionFlags); // the constructor would add a close button
+    box.setWindowFlags(questionFlags); // if the constructor got them, it would add a close button
     box.setInformativeText(informativeText);
     showAsPlainText(box);
     if (acceptText.isEmpty() || rejectText.isEmpty())
@@ -58,8 +59,8 @@ bool MessageBoxes::confirmSingleDevice(QWidget* window)
 
 void MessageBoxes::reportLoadingFailure(QWidget* window)
 {
-    // A box without a parent appears in the middle of the screen; an invisible parent would move
-    // it elsewhere.
+    // Without a parent, the box appears in the middle of the screen. An invisible parent would move the box
+    // elsewhere.
     QMessageBox box(QMessageBox::Warning, MainWindow::tr("Error while loading firmware"),
                     MainWindow::tr("Firmware cannot be loaded. File may be corrupted or not supported.\n"
                                    "Try to download it once again."),

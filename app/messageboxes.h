@@ -2,7 +2,8 @@
 
 class QWidget;
 
-/// The boxes that the main window opens. Each call returns when the user has answered. GUI thread only.
+/// Shows the main window's message boxes. Each function returns when the user has closed its box. GUI thread
+/// only.
 namespace MessageBoxes {
 
 /// Asks whether to update a device that cannot be identified. @return whether the user agrees.

@@ -2,9 +2,9 @@
 
 #include <QLabel>
 
-/// Shows the texts of all labels in @p window as they are, even if they look like markup. The texts can come
-/// from archives, devices and file names, and a label that treated them as markup would load pictures
-/// from anywhere.
+/// Makes all labels in @p window show their texts unchanged, even if a text looks like markup. The texts can
+/// come from archives, devices and file names. A label that treated such a text as markup would load the
+/// pictures that the text names, from anywhere.
 inline void showAsPlainText(const QWidget& window)
 {
     for (QLabel* const label : window.findChildren<QLabel*>())

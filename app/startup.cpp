@@ -29,7 +29,7 @@ DWORD parentProcessId()
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof(entry);
     const DWORD ownProcessId = GetCurrentProcessId();
-    // The first entry is the system's idle process, never this process.
+    // Skips the first entry, which is the system's idle process and never this process.
     if (!Process32FirstW(snapshot.get(), &entry))
         return 0;
     while (Process32NextW(snapshot.get(), &entry)) {

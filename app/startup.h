@@ -6,7 +6,7 @@
 
 class QTranslator;
 
-/// The steps of program start-up. Main thread only.
+/// Functions that main() calls when the program starts. Main thread only.
 namespace Startup {
 
 /// Lets Qt scale the fixed-size window with the screen's resolution. Call it before creating the application.
@@ -22,7 +22,7 @@ void installTranslator(QTranslator& translator, const QString& prefix);
 /// package's folder.
 bool isLaunchedByPackage(const QStringList& arguments);
 
-/// The folder of the parent process's executable, or the current working directory if that is unknown.
+/// The folder of the parent process's executable, or the current working directory if that folder is unknown.
 QDir parentProcessDirectory();
 
 /// The absolute path of the firmware archive ("*.zip", in upper or lower case) that the system lists first in

@@ -11,7 +11,7 @@ namespace {
 constexpr int paddingPixels = 3; // also the radius of the background's corners
 constexpr double requiredContrast = 4.5;
 
-/// WCAG 2.1, "relative luminance".
+/// Computes what WCAG 2.1 calls "relative luminance".
 double luminance(const QColor& colour)
 {
     const auto linear = [](double part) {
@@ -62,7 +62,7 @@ std::optional<QColor> StatusLabel::textBackground() const
 void StatusLabel::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
-    // A text without a background needs no margin, so it lines up with the texts above and below it.
+    // Without a background the text needs no margin, and so lines up with the texts above and below it.
     const int margin = textBackground() ? paddingPixels : 0;
     setContentsMargins(margin, 0, margin, 0);
 }

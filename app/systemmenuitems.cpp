@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Windows uses the low four bits of a WM_SYSCOMMAND's wParam internally.
+/// Removes the low four bits of a WM_SYSCOMMAND's wParam, which Windows uses internally.
 constexpr WPARAM commandMask = 0xFFF0;
 
 UINT insertPosition(HMENU menu)

@@ -4,20 +4,21 @@
 
 class QWidget;
 
-/// The two items that the main window adds to its own system menu.
+/// Adds two items to the main window's system menu, and recognises their commands.
 namespace SystemMenuItems {
 
-/// The items' command identifiers, which WM_SYSCOMMAND carries.
+/// The items' command identifiers. A WM_SYSCOMMAND message carries the identifier of the chosen item.
 enum Command : unsigned {
     About = 0x10,
     Override = 0x20,
 };
 
-/// Inserts an item @p overrideText, and below it an item @p aboutText, near the Close item of the system menu
-/// of @p window. Does nothing if the window has no system menu. GUI thread only.
+/// Inserts an item with the text @p overrideText, and below it an item with the text @p aboutText, near the
+/// Close item of the system menu of @p window. Does nothing if the window has no system menu. GUI thread
+/// only.
 void add(QWidget& window, const QString& overrideText, const QString& aboutText);
 
-/// The command of a native message that QWidget::nativeEvent() received, or 0 if it is not a
+/// The command of a native message that QWidget::nativeEvent() received, or 0 if the message is not a
 /// system-menu command.
 unsigned commandOf(const QByteArray& eventType, const void* message);
 

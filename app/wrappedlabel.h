@@ -15,7 +15,7 @@ public:
         : QLabel(parent)
     {
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-        setWordWrap(true); // makes the layout ask for heightForWidth()
+        setWordWrap(true); // makes the layout call heightForWidth()
     }
 
     QSize minimumSizeHint() const override
