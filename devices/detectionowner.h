@@ -10,8 +10,8 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// Runs detections one after the other and passes their reports to callbacks. Lives on the GUI thread and
-/// calls the callbacks there.
+/// Runs one detection at a time and passes its reports to callbacks. Lives on the GUI thread and calls the
+/// callbacks there.
 class DetectionOwner : public QObject
 {
 public:
@@ -24,7 +24,7 @@ public:
         connect(&listener, &DeviceListener::deviceRemoved, this, [this, removed](DeviceInstance* gone) {
             removed(gone);
             if (detector)
-                detector->forget(gone); // reports arrive in order, so all earlier ones have been handled
+                detector->forget(gone); // reports come in order, so every earlier report has been handled
         });
     }
     ~DetectionOwner() override { stop(); }
@@ -36,18 +36,18 @@ public:
         static_cast<void>(detector->start(&listener, ids, count));
     }
 
-    /// Ends the detection. No report is passed on after that.
+    /// Ends the detection. No callback is called after the return.
     void stop()
     {
         if (!detector)
             return;
-        detector->stop(); // reset() may not stop it, because open devices also own the detector
+        detector->stop(); // open devices also own the detector, so reset() alone may not stop it
         detector.reset();
-        // Removes queued reports, because the records to which they point have been deleted.
+        // Removes queued reports, because stop() has deleted the records that the reports point to.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     }
 
-    /// The detector of the running detection; null if none runs.
+    /// The detector of the running detection; null if no detection runs.
     const std::shared_ptr<DeviceDetector>& running() const { return detector; }
 
     DeviceListener* reports() { return &listener; }

@@ -13,14 +13,14 @@
 
 namespace {
 
-constexpr int firstVendorUsagePage = 0xFF00; // HID Usage Tables: vendor-defined pages
+constexpr int firstVendorUsagePage = 0xFF00; // vendor-defined pages are 0xFF00 to 0xFFFF (HID Usage Tables)
 constexpr int lastVendorUsagePage = 0xFFFF;
 
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// The next two functions run as tasks. A task owns its device while it runs, and closes the device before its
-// result is reported, because the receiver of the result may want to open the device exclusively.
+// The next two functions run as tasks. A task owns its device, and closes the device before returning the
+// result, because the receiver of the result may want to open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)
@@ -136,7 +136,7 @@ void DeviceControllerPrivate::stopDetection()
         return;
     *detectionEnded = true;
     detection.stop();
-    const auto reads = findChildren<QFutureWatcherBase*>(); // including those of removed devices
+    const auto reads = findChildren<QFutureWatcherBase*>(); // also reads from removed devices
     for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }
@@ -176,8 +176,8 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
             &DeviceControllerPrivate::onDeviceVersionAndPidDetected);
     Q_EMIT q->deviceDetectionStarted();
 
-    // In programming mode both transmitter generations have the same identity, so the product identifier is
-    // read from the stored image.
+    // In programming mode both transmitter generations have the same identity, so the transmitter's
+    // normal-mode product identifier is read from its stored image.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
     const bool isPidKnown = !inProgrammingMode || type != DeviceType::Transmitter;
     const unsigned short pid =
@@ -221,7 +221,7 @@ void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
     if (!device)
         return;
     const DeviceType type = changed.key();
-    pendingReads.remove(pendingReads.key(type, nullptr)); // the old read fails: its device was closed
+    pendingReads.remove(pendingReads.key(type, nullptr)); // the old read fails, as its device was closed
     *changed = {instance, 0, QString()};
     identify(*instance, type, std::move(device));
 }

@@ -20,8 +20,8 @@ public:
     void startDetection();
 
     /// Forgets all devices without reporting their removal, and ends detection. Waits for a transfer in
-    /// progress; after the return no device is open. If this interrupts an identification, deviceArrived()
-    /// still follows, but deviceInstance() then returns a default record.
+    /// progress. After the return no device is open. If stopDetection() interrupts an identification,
+    /// deviceArrived() is still emitted later, but deviceInstance() then returns a default record.
     void stopDetection();
 
     /// Whether a device of kind @p type is connected; true even while it is being identified.
@@ -37,13 +37,13 @@ public:
     /// kind @p type is connected.
     DeviceInstance deviceInstance(DeviceType type) const;
 
-    /// The generation of the connected transmitter, such as "VYNT1"; empty if it is not known.
+    /// The generation of the connected transmitter, such as "VYNT1"; empty if the generation is not known.
     QString deviceName() const;
 
 Q_SIGNALS:
-    /// A device is being identified.
+    /// The identification of a device has started.
     void deviceDetectionStarted();
-    /// No device is being identified any more.
+    /// All identifications have ended.
     void deviceDetectionFinished();
     /// The identification of a device has ended. If it failed, pid() is 0 or version() is empty.
     void deviceArrived(DeviceType type);

@@ -34,7 +34,7 @@ public:
 
     DeviceController* q;
     QMap<DeviceType, ConnectedDevice> devices;
-    QMap<IdentityWatcher*, DeviceType> pendingReads; ///< reads in progress whose results are wanted
+    QMap<IdentityWatcher*, DeviceType> pendingReads; ///< reads in progress whose results are still wanted
 
 private Q_SLOTS:
     void onDeviceArrived(DeviceInstance* instance);
@@ -50,5 +50,5 @@ private:
     void forgetEarlierDetection();
 
     DetectionOwner detection;
-    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< the reads stop once it is true
+    std::shared_ptr<std::atomic<bool>> detectionEnded; ///< set to true to stop the reads
 };

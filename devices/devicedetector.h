@@ -22,35 +22,35 @@ public:
     /// Starts detection of the devices that match any of the @p count identities at @p ids. The reports go to
     /// @p listener, which must outlive the detection. Devices that are already present are reported
     /// as arrivals.
-    /// @return whether detection runs. If it ran before the call, it keeps its listener and identities, and
-    ///         the result is true.
+    /// @return whether detection runs after the call. A detection that ran before the call keeps its listener
+    ///         and identities, and the result is true.
     virtual bool start(DeviceDetectorListener* /*listener*/, const DeviceId* /*ids*/, unsigned int /*count*/)
     {
         return false;
     }
 
-    /// Ends detection and deletes every device record. After the return no report is made.
+    /// Ends detection and deletes every device record. The detector makes no report after the return.
     virtual void stop() {}
 
     /// Opens a known device and watches its handle until closeDevice().
     ///
     /// When the system asks for an orderly removal of the device, the detector closes the handle at once.
-    /// The system may then reuse the handle's value for another object; lendDevice() protects its borrower
-    /// from that.
-    /// @param access, share  Access::Bits.
-    /// @return INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
+    /// The system may then reuse the handle's value for another object, which the caller could take for the
+    /// device. Callers of lendDevice() are protected from this mistake.
+    /// @param access, share  combinations of Access::Bits.
+    /// @return the handle, or INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
                               SECURITY_ATTRIBUTES* /*security*/, DWORD /*flagsAndAttributes*/)
     {
         return INVALID_HANDLE_VALUE;
     }
 
-    /// Stops watching a handle; the caller closes it. Does nothing for a handle that is not watched.
+    /// Stops watching a handle. The caller then closes the handle. Does nothing if the handle is not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
     /// Deletes the record of a removed device. A later record may then get the same address in memory, so
-    /// call this after the receiver of the reports has handled the removal and every earlier report. Does
-    /// nothing for a device that is not removed.
+    /// call forget() only after the receiver of the reports has handled the removal and every earlier report.
+    /// Does nothing if the device is not removed.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().
@@ -64,7 +64,7 @@ public:
         return nullptr;
     }
 
-    /// Stops watching a lent handle if it is still open; the borrower closes it.
+    /// Stops watching a lent handle if the handle is still open. The borrower then closes the handle.
     virtual void takeBack(const DeviceHandle& /*handle*/) {}
 
 protected:

@@ -1,5 +1,5 @@
-// The part of DeviceDetectorWindows that opens devices for callers. It watches the handles, and closes them
-// when the system asks for an orderly removal.
+// Implements the part of DeviceDetectorWindows that opens devices for callers, watches their handles, and
+// closes a handle when the system asks for an orderly removal of its device.
 
 #include "devicedetectorwindows.h"
 
@@ -38,7 +38,7 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
         return nullptr;
     auto handle = std::make_shared<DeviceHandle>(value);
     DeviceInstance* const record = known->second.get();
-    handleNotifications.removeReopenedOf(record); // the new handle is watched instead
+    handleNotifications.removeReopenedOf(record); // the new handle is watched in place of the reopened one
     handleNotifications.add(window,
                             {handle, isReopened, record, desiredAccess, shareMode, flagsAndAttributes});
     return handle;
@@ -68,14 +68,15 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // The query closed the old handle. An open one is newer, so the refused removal leaves it valid.
+    // The query closed the handle that it was about. A handle that is open now is newer, so it stays valid
+    // when the removal is refused.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);
     if (event == DBT_DEVICEQUERYREMOVEFAILED)
         reopenDevice(record);
     else
-        removeDevice(std::wstring(record.device->path)); // a copy, because the call removes the record
+        removeDevice(std::wstring(record.device->path)); // a copy, as removeDevice() removes the record
 }
 
 /// Closes the handle that @p broadcast names, so that the removal can proceed.
@@ -92,12 +93,12 @@ void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
 }
 
 /// Opens a device again after its removal was refused.
-/// @param closed  the record of the handle that was closed for the removal. The caller has taken it out of
-///     handleNotifications, because the new handle may get the same value.
+/// @param closed  the record of the handle that was closed for the removal. The caller has taken the
+///     record out of handleNotifications, because the new handle may get the same value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // open() reads Access::Bits, the two low bits. In the record's access (GENERIC_READ, GENERIC_WRITE) they
-    // are 0, so open() opens the device for queries only.
+    // open() expects access as Access::Bits, but the record has GENERIC_READ and GENERIC_WRITE. These two do
+    // not contain Access::Read or Access::Write, so open() opens the device for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

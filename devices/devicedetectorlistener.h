@@ -18,8 +18,8 @@ public:
     /// After a refused removal the detector has opened the device again. The old handle is closed. The new
     /// handle belongs to the detector and allows only queries.
     virtual void deviceHandleChanged(DeviceInstance*, HANDLE /*oldHandle*/, HANDLE /*newHandle*/) {}
-    /// Every device that was present has been examined; @p count devices are known. May be called more
-    /// than once.
+    /// Every device that was present at the start has been examined. @p count devices are known now. May be
+    /// called more than once.
     virtual void deviceEnumerationComplete(std::size_t /*count*/) {}
 
 protected:

@@ -13,7 +13,7 @@ namespace {
 constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
 constexpr DWORD installationWaitMs = 1000;
 
-// Windows checks the sizes of these records. The numbers are those of 32-bit Windows.
+// Windows checks the sizes of these structures. The numbers are their sizes on 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
@@ -56,7 +56,7 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     listener = reportTo;
     {
-        const Guard guard(lock); // a worker left over from a failed start may read the filters
+        const Guard guard(lock); // a worker thread left over from a failed start may read the filters
         filters.assign(ids, ids + count);
     }
     started = false;
@@ -72,8 +72,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // Waits even if the worker thread could not be created, because stop() then posts WM_QUIT to the
-    // notification thread, which must have a message queue by then.
+    // Waits even if the worker thread could not be created, because stop() below posts WM_QUIT to the
+    // notification thread, which must have its message queue before.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
@@ -130,8 +130,8 @@ void DeviceDetectorWindows::notificationThread()
         queued = enumerateInterfaces();
         arrivalQueue.push_back({});
     }
-    // If no device is present, nothing wakes the worker and the end marker stays queued. The next arrival or
-    // removal then reports completion once more.
+    // If no device is present, nothing wakes the worker, so this thread reports completion. The end marker
+    // stays queued until the next arrival or removal, when the detector reports completion again.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;
@@ -147,7 +147,7 @@ bool DeviceDetectorWindows::setUpNotifications()
     if (!GetClassInfoW(module, windowClassName, &windowClass)) {
         windowClass = {};
         windowClass.lpfnWndProc = windowProcedure;
-        windowClass.cbWndExtra = sizeof(LONG_PTR); // the detector's address
+        windowClass.cbWndExtra = sizeof(LONG_PTR); // room for the detector's address
         windowClass.hInstance = module;
         windowClass.lpszClassName = windowClassName;
         if (!RegisterClassW(&windowClass))
@@ -186,7 +186,7 @@ bool DeviceDetectorWindows::registerInterfaces()
 
 void DeviceDetectorWindows::tearDownNotifications()
 {
-    const Guard guard(lock); // the worker may still be reading the notifications
+    const Guard guard(lock); // the worker may still read interfaceNotifications
     interfaceNotifications.clear();
     handleNotifications.clear();
     DestroyWindow(window);
@@ -244,7 +244,7 @@ void DeviceDetectorWindows::workerThread()
 {
     const HANDLE events[] = {stopEvent, workEvent};
     for (;;) {
-        // If the wait fails, the thread ends, because the next wait would fail at once, too.
+        // The thread also ends if the wait fails, because every further wait would fail at once.
         const DWORD result = WaitForMultipleObjects(2, events, FALSE, INFINITE);
         if (result != WAIT_OBJECT_0 + 1 || !waitInstallationSettled())
             return;
@@ -253,7 +253,7 @@ void DeviceDetectorWindows::workerThread()
 }
 
 /// Waits until no driver installation is pending.
-/// @return false if the detector stops.
+/// @return false if the detector stops meanwhile.
 bool DeviceDetectorWindows::waitInstallationSettled()
 {
     while (CMP_WaitNoPendingInstallEvents(installationWaitMs) == WAIT_TIMEOUT) {
@@ -269,8 +269,8 @@ void DeviceDetectorWindows::examineArrivals()
     }
 }
 
-/// Examines the arrival that is first in the queue.
-/// @return false if there is none.
+/// Examines the first arrival in the queue.
+/// @return false if the queue is empty.
 bool DeviceDetectorWindows::examineArrival()
 {
     std::size_t count = 0;

@@ -15,7 +15,7 @@
 #include "devicedetector.h"
 #include "handlenotifications_p.h"
 
-/// Device detection by SetupAPI enumeration and device-change broadcasts.
+/// Detects devices by SetupAPI enumeration and device-change broadcasts.
 ///
 /// A notification thread owns a hidden window, enumerates the devices present and receives the broadcasts of
 /// arrivals and removals. A worker thread waits until no driver installation is pending, then turns queued
@@ -35,8 +35,8 @@ public:
     void takeBack(const DeviceHandle& handle) override;
 
 private:
-    /// An interface that has arrived or was enumerated, and that has not been examined yet. An all-zero class
-    /// and an empty path mark the end of the enumeration.
+    /// An interface that a broadcast or the enumeration has found, and that must still be examined. An
+    /// all-zero class and an empty path mark the end of the enumeration.
     struct PendingArrival
     {
         GUID classGuid;
@@ -85,7 +85,7 @@ private:
     HANDLE workerThreadHandle = nullptr;
     HANDLE workEvent = nullptr;
     bool started = false;
-    CriticalSection lock; ///< recursive; also held during most reports
+    CriticalSection lock; ///< recursive; the detector also holds it during most reports
     std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices THREAD_SAFETY(guarded_by(lock));
     std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>>
         removedDevices THREAD_SAFETY(guarded_by(lock)); ///< kept until forget()

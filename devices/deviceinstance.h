@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <string>
 
-/// Kind of a device. Diagnostics and error reports print the number, and maps sort their devices by it.
+/// Kind of a device. Its number is printed in diagnostics and error reports, and orders devices in maps.
 enum DeviceType : std::int32_t {
     Unknown = 0,
     Transmitter = 1,
     Headset = 2,
 };
 
-/// The device interface class in which a detector looks for an identity.
+/// The device interface class in which a detector searches for a device.
 enum class InterfaceKind : std::uint32_t {
     None = 0,
     Hid = 1,
@@ -30,7 +30,7 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
     return a.vendorId == b.vendorId && a.productId == b.productId && a.interfaceKind == b.interfaceKind;
 }
 
-/// One device interface that a detector accepted.
+/// The record of one device interface that matches a detector's filter.
 ///
 /// Only detectors create and delete records. A borrowed pointer is valid from the arrival report until its
 /// holder passes it to DeviceDetector::forget() or stops the detector; a copy of the record is always valid.
@@ -38,7 +38,7 @@ class DeviceInstance : public DeviceId
 {
 public:
     std::wstring name;     ///< friendly name, else the device description, else empty
-    std::wstring path;     ///< interface path, ASCII letters lower-cased; the string that opens the device
-    bool removing = false; ///< the device is being removed; no detector of this program sets this
+    std::wstring path;     ///< interface path that opens the device, with ASCII letters in lower case
+    bool removing = false; ///< whether the device is being removed; no detector of this program sets it
     bool hasFriendlyName = false; ///< whether `name` is the friendly name
 };

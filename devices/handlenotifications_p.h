@@ -19,28 +19,28 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    std::shared_ptr<DeviceHandle> handle; ///< shared with its borrower; a reopened handle has none
+    std::shared_ptr<DeviceHandle> handle; ///< shared with the borrower; a reopened handle has no borrower
     bool isReopened;
     DeviceInstance* device; ///< borrowed from the known devices
-    DWORD desiredAccess;    ///< this and the next two are CreateFileW's arguments
+    DWORD desiredAccess;    ///< this and the next two members are arguments of CreateFileW
     DWORD shareMode;
     DWORD flagsAndAttributes;
     DeviceNotification notification = {}; ///< null if the system refused to watch the handle
 };
 
-/// The handles that a detector watches because it has lent or reopened them. The detector's lock guards
-/// the object.
+/// The handles that a detector has opened and watches. The detector's lock guards this object.
 ///
 /// The record of a handle that was closed for a removal stays until the system reports the removal's outcome.
-/// Meanwhile a new handle may get the same value. So two records may have one value, but at most one of their
-/// handles is open.
+/// Meanwhile a new handle may get the same value. So the handles of two records may have the same value, but
+/// at most one of these two handles is open.
 class HandleNotifications
 {
 public:
     /// Adds a record and lets the system send broadcasts about its handle to @p window.
     void add(HWND window, HandleRecord record);
 
-    /// Finds the handle that a broadcast names by its @p value and @p notification; null if there is none.
+    /// Finds the handle that a broadcast is about, from the broadcast's @p value and @p notification.
+    /// @return null if no record has both.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
     /// Removes and returns the record of @p handle, which must have one.
@@ -51,8 +51,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle that was reopened for @p device. This closes the handle, because nobody else
-    /// owns it.
+    /// Stops watching the handle that was reopened for @p device, and so closes the handle, because nobody
+    /// else owns it.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

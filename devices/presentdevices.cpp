@@ -16,16 +16,16 @@ extern "C" {
 
 namespace {
 
-// Windows checks the sizes of these records. The numbers are those of 32-bit Windows.
+// Windows checks the sizes of these structures. The numbers are their sizes on 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
-constexpr std::size_t maxTextLength = 260; // in characters, of instance identifiers and properties
+constexpr std::size_t maxTextLength = 260; // characters of an instance identifier or a property
 
 using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
 
-/// The present devices of one interface class; null if they cannot be listed.
+/// Lists the present devices of one interface class. Returns null if the devices cannot be listed.
 DeviceInfoList presentDevices(const GUID& classGuid)
 {
     const HDEVINFO list =
@@ -33,7 +33,7 @@ DeviceInfoList presentDevices(const GUID& classGuid)
     return {list == INVALID_HANDLE_VALUE ? nullptr : list, &SetupDiDestroyDeviceInfoList};
 }
 
-/// Returns the path of an interface; empty if it cannot be read.
+/// Returns the path of an interface, or an empty path if it cannot be read.
 std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA& data)
 {
     DWORD bytes = 0;
@@ -50,7 +50,7 @@ std::wstring interfacePath(const DeviceInfoList& list, SP_DEVICE_INTERFACE_DATA&
     return detail->DevicePath;
 }
 
-/// Reads a text property of a device. If the property is a list of texts, returns the first one.
+/// Reads a text property of a device. If the property is a list of texts, returns the first text.
 std::optional<std::wstring> property(const DeviceInfoList& list, SP_DEVINFO_DATA& data, DWORD which)
 {
     wchar_t text[maxTextLength + 1] = {}; // the call below cannot overwrite the final 0

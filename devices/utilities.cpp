@@ -115,7 +115,7 @@ std::shared_ptr<AbstractHidDevice> openHidDeviceByPath(const std::wstring& path,
         std::make_shared<WindowsDeviceDescriptorHandle>(path);
     const std::shared_ptr<AbstractHidDevice> device(AbstractHidDevice::create(HidDeviceDescriptor(handle)),
                                                     closeAndDelete);
-    static_cast<void>(device->open(access, share)); // isOpen() below checks the result
+    static_cast<void>(device->open(access, share)); // isOpen() below shows the result
     return device->isOpen() ? device : nullptr;
 }
 

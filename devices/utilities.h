@@ -17,7 +17,8 @@ class DeviceDetector;
 /// has the chip maker's vendor identifier. Any thread may call the identity lookups.
 namespace Utilities {
 
-/// A device in normal mode. The headset's name is empty, because a generation is named after its transmitter.
+/// A device in normal mode. `name` is the name of its generation. The headset's name is empty, because all
+/// generations have the same headset identity.
 struct KnownDevice
 {
     QString name;
@@ -44,27 +45,28 @@ constexpr std::uint16_t programmingVendorId()
 const std::vector<KnownDevice>& knownDevices();
 const std::vector<ProgrammingModeDevice>& programmingModeDevices();
 
-/// The identities in normal mode, those in programming mode, and both lists one after the other.
-const std::vector<DeviceId>& knownDeviceIds();
+const std::vector<DeviceId>& knownDeviceIds(); ///< identities in normal mode
 const std::vector<DeviceId>& programmingModeDeviceIds();
-const std::vector<DeviceId>& allDeviceIds();
+const std::vector<DeviceId>& allDeviceIds(); ///< identities in normal mode, then those in programming mode
 
-/// The kind of the device with identity @p id; DeviceType::Unknown if neither table has it.
+/// The kind of the device with identity @p id; DeviceType::Unknown if no table above has the identity.
 DeviceType deviceTypeOf(const DeviceId& id);
 
-/// The generation ("VYNT1", "VYNT2") whose transmitter has the normal-mode product identifier @p pid, or "".
+/// The name of the generation ("VYNT1", "VYNT2") whose transmitter has the product identifier @p pid in
+/// normal mode; "" if there is no such generation.
 QString deviceNameForPid(unsigned short pid);
 
-/// Opens @p device through @p detector. The detector closes the device for all its users when the system asks
-/// for an orderly removal.
-/// @param access, share  Access::Bits.
-/// @return the open device; null on failure, with a warning in the log. When the last owner releases the
-///         device, on any thread, its handle is given back and closed. The detector stays alive until then.
+/// Opens @p device through @p detector. When the system asks for an orderly removal, the detector closes the
+/// device for everybody who uses it.
+/// @param access, share  combinations of Access::Bits.
+/// @return the open device; null on failure, with a warning in the log. The last owner may release the device
+///         on any thread. Its handle is then given back and closed. The detector stays alive until then.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 
-/// Opens the device with the interface path @p path; no detector watches it. @p access and @p share as above.
-/// @return null on failure; nothing is logged.
+/// Opens the device with the interface path @p path. No detector watches the device.
+/// @param access, share  combinations of Access::Bits.
+/// @return the open device; null on failure, without a line in the log.
 std::shared_ptr<AbstractHidDevice> openHidDeviceByPath(const std::wstring& path, const int access,
                                                        const int share);
 

@@ -43,8 +43,9 @@ bool isWow64()
     return isKnown && wow64;
 }
 
-/// Starts the driver-uninstall tool in the program's folder for the device with the given USB identifiers.
-/// Does not wait for the tool. Its process object belongs to @p parent and deletes itself when the tool ends.
+/// Starts the tool that uninstalls the driver of the device with these USB identifiers, and does not wait for
+/// it. The tool is in the program's folder. @p parent owns the tool's QProcess, which deletes itself when the
+/// tool ends.
 void startUninstallTool(QObject* parent, unsigned short vendorId, unsigned short productId)
 {
     auto* const process = new QProcess(parent);
@@ -131,7 +132,7 @@ void FirmwareUpdaterPrivate::startDetection()
 void FirmwareUpdaterPrivate::leaveApplication(const std::shared_ptr<AbstractHidDevice>& hid)
 {
     qDebug("Exiting any running application... device type = %d", type);
-    // If the device does not leave its application, the time-out ends the update.
+    // The result is ignored: if the device does not leave its application, the time-out ends the update.
     static_cast<void>(HidUtilities::sendControlRequest(hid, HidUtilities::LeaveApplication));
     startUninstallTool(this, device.vendorId, device.productId);
     qDebug("Exited any running application... device type = %d", type);
@@ -144,7 +145,7 @@ void FirmwareUpdaterPrivate::flashingDeviceArrived(DeviceInstance* arrived)
     if (failed)
         return;
     timer.stop();
-    flashingDevice = arrived; // even while a flasher runs, so that the removal of this device ends the run
+    flashingDevice = arrived; // set even while a flasher runs, so that this device's removal ends the run
     if (flasher || firmware.isEmpty())
         return;
     if (arrived->removing) {
@@ -165,7 +166,8 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
-    // This slot runs on the worker thread, so it logs the failure even if nobody waits for the report.
+    // Logs the failure on the worker thread, because slots on the GUI thread no longer run if this object is
+    // destroyed during the run.
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();
@@ -194,7 +196,7 @@ void FirmwareUpdaterPrivate::giveUp()
     failed = true;
     flashingDevice = nullptr;
     if (flasher) {
-        flasher->abort(); // at its next check the flasher fails with code 1 and reports that
+        flasher->abort(); // the flasher fails at its next check and reports code 1
         return;
     }
     qCritical("Failed in phase %s, code %d, device type = %d", phaseName(Phase::Leave),

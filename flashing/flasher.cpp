@@ -12,7 +12,7 @@ using namespace HidUtilities;
 
 namespace {
 
-constexpr std::uint32_t headerBytes = 2; // the first bytes of the image, which give its geometry
+constexpr std::uint32_t headerBytes = 2; // the image's first bytes, which describe the device memory
 
 constexpr unsigned short transmitterPinmux = 0xF0E1;
 
@@ -21,7 +21,7 @@ constexpr int packetReportId = 0xE4;
 constexpr std::size_t packetHeaderBytes = 7;
 constexpr std::uint32_t packetDataBytes = 256;
 constexpr std::size_t packetBytes = packetHeaderBytes + packetDataBytes;
-constexpr int featureReportKind = 2; // HidP_Feature
+constexpr int featureReportKind = 2; // value of HidP_Feature
 
 constexpr std::uint32_t chunkBytes = 4096;
 constexpr std::uint32_t ramEnd = 0xEEFF;
@@ -34,7 +34,8 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// The maximum of the progress is the sum of these steps, plus one step per full packet of the last chunk.
+// The maximum of the progress: fixedSteps, stepsPerChunk for each chunk but the last, and one step for each
+// full packet of the last chunk. For a transmitter, also stepsPerSector for each full sector of the image.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -46,7 +47,8 @@ Flasher::Flasher(std::shared_ptr<AbstractHidDevice> hidDevice)
 {
     if (!device)
         return;
-    // The run continues after a failed transfer. If the run succeeds, only this log line shows the failure.
+    // The run continues after a failed transfer. If the run then succeeds, only this log line shows that a
+    // transfer failed.
     device->onFailure = [this](const Place& place) {
         qWarning("%s: Transfer %d did not get through, phase %s", name.c_str(), place.transfer,
                  phaseName(place.phase));
@@ -89,7 +91,7 @@ void Flasher::program()
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
     detectSizes(chipId, chipRevision);
-    // Refuses a device that takes no data packets, while its memory is still intact.
+    // Fails for a device that takes no data packets. At this point the memory of the device is still intact.
     static_cast<void>(createPacket());
     setupProgressRange();
     advance();
@@ -99,10 +101,10 @@ void Flasher::program()
     advance();
     startProgramming();
     advance();
-    // The request is sent once and not confirmed. A device that misses it stays in programming mode for the
-    // next attempt.
+    // The request is sent once, and the device does not confirm it. A device that misses the request stays in
+    // programming mode for the next attempt.
     if (!sendControlRequest(device, EndProgramming))
-        checkOpen(); // if the device was closed, the last commit may be missing too
+        checkOpen(); // fails if the device was closed, as the last commit may be missing too
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -305,8 +307,8 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// Both functions ignore a failed write. If the device was removed, the abort flag ends the run at the next
-// check.
+// The next two functions ignore a failed write. If the device was removed, the abort flag ends the run at
+// the next check.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

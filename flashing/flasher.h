@@ -20,7 +20,7 @@
 /// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as
 /// the chip needs. The run waits for fixed delays, not for answers. Use each object for one run. If the
 /// detector closes the device for an orderly removal, the run ends as if it were aborted, even if the
-/// removal is refused.
+/// removal is then refused.
 class Flasher : public QObject
 {
     Q_OBJECT
@@ -76,7 +76,7 @@ private:
 
     std::shared_ptr<ChipChannel> device;
     QByteArray image;           ///< shares the caller's bytes
-    std::uint32_t consumed = 0; ///< bytes of the image that were sent
+    std::uint32_t consumed = 0; ///< number of image bytes that were sent
     int nvmemType = 0;
     std::string name;
     std::atomic<bool> aborted{false};

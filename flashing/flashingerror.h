@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-/// Ends a programming sequence; thrown and caught within the flasher.
+/// The flasher throws this error to end a programming sequence, and catches it itself.
 class FlashingError : public std::runtime_error
 {
 public:
@@ -10,7 +10,7 @@ public:
         DeviceLost = 1, ///< device gone, not openable or not back in time; or update aborted
         EmptyImage = 2,
         UnknownChip = 3,     ///< chip identifier or revision could not be read
-        ImageDoesNotFit = 4, ///< image larger than the memory that its header gives, or header unusable
+        ImageDoesNotFit = 4, ///< image larger than the memory size in its header, or header unusable
         UnsupportedChip = 5, ///< no loader is known for the chip and revision, or device takes no image data
     };
 

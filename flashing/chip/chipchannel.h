@@ -7,19 +7,20 @@
 #include "abstracthiddevice.h"
 #include "phase.h"
 
-/// Forwards a chip's commands to its device and counts the transfers. Only one thread at a time may use it.
+/// Forwards a chip's commands to its device and counts the transfers. Only one thread at a time may use the
+/// channel.
 class ChipChannel : public AbstractHidDevice
 {
 public:
-    /// A flag that the owner sets when nobody waits for an answer any more. From then on the channel is
-    /// closed: every transfer fails without reaching the device.
+    /// A flag that its owner sets when nobody waits for an answer any more. From then on isOpen() returns
+    /// false, and every transfer fails without reaching the device.
     using Cancelled = std::shared_ptr<const std::atomic<bool>>;
 
     /// The phase and the transfer that the work with the device has reached.
     struct Place
     {
         Phase phase = Phase::Identify;
-        int transfer = 0;      ///< number of the last feature report, sent or received; 0 before the first
+        int transfer = 0;      ///< number of the last feature report, sent or received, from 1; 0 before it
         bool isFailed = false; ///< whether that transfer failed
     };
 
@@ -27,8 +28,8 @@ public:
 
     void enterPhase(Phase phase) { last.phase = phase; }
 
-    /// The place of the last transfer. If it failed, the place of the first failed transfer since the last
-    /// success.
+    /// Returns the place of the last transfer. If that transfer failed, returns the place of the first failed
+    /// transfer since the last successful one.
     Place place() const { return lost.isFailed ? lost : last; }
 
     std::function<void(const Place&)> onFailure; ///< called after each transfer that failed
@@ -51,5 +52,5 @@ private:
     const std::shared_ptr<AbstractHidDevice> device;
     const Cancelled cancelled;
     Place last;
-    Place lost; ///< first failed transfer since the last success; isFailed is false if there is none
+    Place lost; ///< place of the first failed transfer since the last success; if none, isFailed is false
 };

@@ -25,6 +25,6 @@ struct ChipModel
     std::optional<RegisterWrite> patch; ///< the write that the chip needs before programming, if any
 };
 
-/// @param revision  if it is missing, any revision matches.
+/// Finds the chip with the identifier @p id. Without a @p revision, any revision of the chip matches.
 /// @return nullptr if the chip or the revision is not known.
 const ChipModel* findChipModel(int id, std::optional<int> revision = std::nullopt);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
-constexpr unsigned rowStep = 0x1000; // the loader places the rows this far apart, not rowBytes
+constexpr unsigned rowStep = 0x1000; // from one row's start to the next, as the loader leaves gaps
 
 } // namespace
 
@@ -44,8 +44,8 @@ bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int addres
         return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
-    // The results are ignored, because a device that does not accept the commands does not answer the read
-    // below, either.
+    // Both results are ignored, because a device that does not accept these commands does not answer the
+    // read below, either.
     writeControlBlock(device, model->smData,
                       {{FlashAddress, address}, {RamAddress, model->readBuffer}, {Length, size}});
     executeOperation(device, LoadOperation);

@@ -13,19 +13,19 @@ struct ChipModel;
 /// the device.
 ///
 /// The chip copies image bytes into a RAM buffer on request, in rows of 16 bytes that are 0x1000 apart. One
-/// call reads at most 32 bytes and blocks for 100 ms per row. After 256 calls a reader gives up: no real
-/// image needs so many calls, but the file table of a damaged image may.
+/// call reads at most 32 bytes and blocks for 100 ms per row. After 256 calls a reader gives up: the file
+/// table of a damaged image may cause more calls, but no real image needs so many.
 class ReadDataHelper_FromDevice
 {
 public:
-    /// A flag that the owner sets when nobody waits for the result any more. No transfer starts after that.
+    /// A flag that its owner sets when nobody waits for the result any more. After that no transfer starts.
     using Cancelled = ChipChannel::Cancelled;
 
     /// Reads the chip's identifier and revision, then the image's first byte, which gives the memory's size.
     /// Blocks for several transfers. If the chip is not known, reads no image bytes and writes nothing to it.
     ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
-    /// Replaces @p data by @p size bytes of the image, but at most 32, from @p address on.
+    /// Replaces @p data by the @p size bytes of the image (at most 32) that start at @p address.
     /// @return false if the chip is not known, the range ends beyond the device's memory, a transfer fails
     ///         or the reader has given up.
     bool operator()(QByteArray& data, unsigned int address, unsigned short size);
@@ -38,5 +38,5 @@ private:
     std::shared_ptr<AbstractHidDevice> device;
     int readsLeft = maxReads;
     const ChipModel* model = nullptr; ///< null if the chip is not known
-    std::uint32_t capacity = 0;       ///< image bytes that may be read
+    std::uint32_t capacity = 0;       ///< number of image bytes that may be read
 };

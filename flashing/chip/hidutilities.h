@@ -22,8 +22,8 @@ enum ControlRequest {
 
 /// Operations without operands.
 enum ChipOperation {
-    CommitOperation = 0x03, ///< write RAM bytes to the memory; the control block says which and where
-    LoadOperation = 0x84,   ///< copy image bytes into RAM; the control block says which and where
+    CommitOperation = 0x03, ///< write RAM bytes to the memory; the control block gives addresses and length
+    LoadOperation = 0x84,   ///< copy image bytes into RAM; the control block gives addresses and length
 };
 
 /// A field of the loader's control block. The control block starts at the chip's SmData address.
@@ -35,7 +35,7 @@ struct ControlField
 constexpr ControlField NvmemType{0, 1}; ///< 1 transmitter, 2 headset
 constexpr ControlField FlashAddress{1, 4};
 constexpr ControlField RamAddress{5, 2};
-constexpr ControlField Length{7, 2};   ///< bytes to load or commit; 1 before an erase
+constexpr ControlField Length{7, 2};   ///< number of bytes to load or commit; 1 before an erase
 constexpr ControlField Cleared{10, 2}; ///< must be 0 before a commit
 constexpr ControlField DeviceSize{13, 4};
 constexpr ControlField ConfigBits{17, 1};
@@ -45,7 +45,7 @@ constexpr ControlField SectorSize{20, 4};
 struct ControlValue
 {
     ControlField field;
-    std::uint32_t value; ///< sent little-endian, with the field's number of bytes
+    std::uint32_t value; ///< sent little-endian, in as many bytes as the field has
 };
 
 constexpr int lowByte(unsigned address)
@@ -63,7 +63,7 @@ bool sendControlRequest(std::shared_ptr<AbstractHidDevice> device, int code);
 bool writeMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                  const std::vector<unsigned char>& data);
 
-/// Writes the adjacent fields @p values into the control block at @p smData in one write.
+/// Writes @p values into the control block at @p smData, all in one write. Their fields must be adjacent.
 bool writeControlBlock(std::shared_ptr<AbstractHidDevice> device, unsigned short smData,
                        std::initializer_list<ControlValue> values);
 
@@ -82,20 +82,20 @@ enum class Answer {
     Complete,
 };
 
-/// Asks for @p count bytes, at most 53, and puts them into @p data if the answer is complete.
+/// Reads @p count bytes, at most 53, from the chip's memory. If the answer is complete, sets @p data to them.
 [[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                                 int count, std::vector<unsigned char>& data);
 
-/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if it is unknown or cannot be read, and
-/// logs that as critical unless the device is closed.
+/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if the identifier is unknown or cannot be
+/// read, and logs this failure as critical unless the device is closed.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
-/// Reads the revision register and does not check its value. Returns 0 if it cannot be read, and logs that as
-/// critical unless the device is closed.
+/// Reads the revision register and does not check its value. Returns 0 if the register cannot be read, and
+/// logs this failure as critical unless the device is closed.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
-/// Looks up a chip and revision. Logs the revision's name, or that this revision of a known chip
-/// is unsupported.
+/// Looks up a chip and revision. Logs the name of the revision. If only the chip is known, logs that its
+/// revision is unsupported.
 /// @return null for a chip or revision that is not known.
 [[nodiscard]] const ChipModel* getAvneraChipModel(int chipId, int revision);
 
