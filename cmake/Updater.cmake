@@ -1,4 +1,4 @@
-# Options and functions for all targets of the project.
+# Defines the options and functions that all targets of the project use.
 
 option(UPDATER_COMPILE_ONLY "Compile the product's sources and link nothing" OFF)
 set(UPDATER_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
@@ -18,7 +18,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     target_compile_options(updater_options INTERFACE -Wthread-safety)
 endif()
 if(WIN32)
-    # Keeps the folder and the time of the build out of programs.
+    # Keeps the folder and the time of the build out of the built programs.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
         $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
     add_link_options(-Wl,--no-insert-timestamp)
@@ -33,7 +33,7 @@ if(UPDATER_SANITIZE)
 endif()
 
 # updater_library(<name> SOURCES <file>... [LINK <target>...])
-# Adds the library of a folder. Targets that link it include its headers as "<file>.h".
+# Adds the library of a folder. Targets that link the library include the folder's headers as "<file>.h".
 function(updater_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
     if(UPDATER_COMPILE_ONLY)
@@ -48,7 +48,7 @@ endfunction()
 
 # updater_find_declarations(<package>)
 # Finds the headers of a package that is installed for the building system, not for the target system. CMake requires
-# import libraries; since nothing is linked, any existing file will do.
+# import libraries, but nothing is linked, so any existing file serves as an import library.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

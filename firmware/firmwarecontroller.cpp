@@ -22,24 +22,25 @@ namespace {
 
 constexpr int copyChunkBytes = 4064;
 
-// Limits on the time and memory that an archive may take. The largest device has 2 MiB of memory. Its image
-// is about 6 MiB of text, and a few MiB in the archive. The two limits on all entries together also stop
-// archives whose entries share the same bytes, and packed blocks that take time but unpack to nothing.
+// These constants limit the time and memory that an archive may take. The largest device has 2 MiB of memory.
+// Its image is about 6 MiB of text, packed into a few MiB in the archive. maxUnpackedBytes and maxPackedBytes
+// limit all entries together. They also stop archives whose entries share the same bytes, and packed blocks
+// that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
-constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; each byte may be a line to lay out
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; each byte may be a line to be laid out
 constexpr quint64 maxUnpackedBytes = maxEntryBytes + maxReleaseNotesBytes;
 constexpr quint64 maxPackedBytes = 16 * mebibyte;
 constexpr quint64 maxDirectoryBytes = mebibyte;
 
-constexpr quint64 directoryHeaderBytes = 46; // per entry, ZIP application note 4.3.12
+constexpr quint64 directoryHeaderBytes = 46; // in each entry, ZIP application note 4.3.12
 
 // ZIP application note, 4.4.4 and 4.4.5
 constexpr uLong encryptedFlag = 1;
 constexpr uLong storedMethod = 0;
 constexpr uLong deflatedMethod = 8;
 
-/// An archive that counts how much of it may still be read.
+/// A ZIP archive that counts how many of its bytes may still be read.
 class FirmwareArchive : public QuaZip
 {
 public:
@@ -55,8 +56,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Logs a warning if the archive announces more than @p found entries, because reading the list of entries
-/// ends at the first one that cannot be read.
+/// Logs a warning if the archive announces more than @p found entries. Reading the list of entries ends at an
+/// unreadable entry, so the entries after it are missing.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -98,9 +99,9 @@ QStringList listFiles(const QStringList& names, const QString& suffix)
 /// Receives an entry's bytes piece by piece. @return false to stop the reading.
 using Target = std::function<bool(const char* bytes, int count)>;
 
-/// Copies chunk by chunk, so that memory use grows with the bytes that are read, not with an entry's
-/// declared size.
-/// @return whether all bytes were read and @p target took every chunk.
+/// Passes the bytes of @p source to @p target chunk by chunk, so that memory use grows with the bytes that
+/// are read, not with an entry's declared size.
+/// @return whether all bytes were read and @p target accepted every chunk.
 bool copyData(QIODevice& source, const Target& target)
 {
     char chunk[copyChunkBytes];
@@ -112,17 +113,17 @@ bool copyData(QIODevice& source, const Target& target)
     return true;
 }
 
-/// Whether the updater can read @p entry. QuaZip supports more compression methods, but with some of them it
-/// never returns if the packed bytes end too early.
+/// Whether the updater can read @p entry. QuaZip supports more compression methods, but some of them make
+/// QuaZip hang if the packed bytes end too early.
 bool isReadable(const unz_file_info64& entry)
 {
     return (entry.flag & encryptedFlag) == 0 &&
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Subtracts the current entry's declared sizes from the bytes that may still be read. QuaZip never delivers
-/// more bytes than declared.
-/// @return false if the entry is too large or cannot be read.
+/// Subtracts the current entry's declared sizes from the numbers of bytes that may still be read. QuaZip
+/// never delivers more bytes than an entry declares.
+/// @return false, and subtracts nothing, if the entry is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
     unz_file_info64 entry;
@@ -136,6 +137,7 @@ bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
     return true;
 }
 
+/// Passes the bytes of the entry @p name to @p target.
 /// @return whether the whole entry was read and its checksum is right.
 bool readEntry(FirmwareArchive& archive, const QString& name, quint64 maxBytes, const Target& target)
 {
@@ -162,7 +164,7 @@ QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBy
     return readEntry(archive, name, maxBytes, append) ? contents : QByteArray();
 }
 
-/// Decodes the text while reading it, because the text is several times as large as the image.
+/// Decodes the image's text while reading it, because the text is several times as large as the image.
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {
     ImageText::Decoder decoder;
@@ -238,7 +240,8 @@ bool FirmwareControllerPrivate::load(const QString& path)
     const QStringList texts = listFiles(names, QStringLiteral(".txt"));
     if (texts.size() > 1)
         return false;
-    // The stream decodes by the byte order mark. If there is no mark, it assumes the system's encoding.
+    // QTextStream chooses the encoding by the byte order mark. Without a mark, it assumes the system's
+    // encoding.
     if (!texts.isEmpty())
         releaseNotes = QTextStream(readFile(archive, texts.first(), maxReleaseNotesBytes)).readAll();
     const QStringList images =

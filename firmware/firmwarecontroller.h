@@ -8,19 +8,20 @@
 
 class FirmwareControllerPrivate;
 
-/// Holds the firmware archive in use: an image per device kind, and the release notes.
+/// Loads a firmware archive and holds its release notes and at most one image per kind of device.
 ///
-/// An archive is a ZIP file with images (entries ending in ".ff" or ".ef", hexadecimal text) and at most one
-/// text (".txt"). The image itself says which device it is for. All functions run on the calling thread, the
-/// GUI thread, and throw nothing. The queries return copies, or an empty value if there is nothing to return.
+/// An archive is a ZIP file. Entries with a name that ends in ".ff" or ".ef" are images in hexadecimal text.
+/// At most one entry, the release notes, has a name that ends in ".txt". Each image says which device it is
+/// for. All functions run on the calling thread, the GUI thread, and throw nothing. A query returns a copy,
+/// or an empty value if the archive lacks the requested item.
 ///
 /// Archives are untrusted, so limits keep a load from blocking the window. An entry counts as unreadable if
 /// - it is an image of more than 64 MiB of text, or release notes of more than 1 MiB;
 /// - it is encrypted, is neither stored nor deflated, or has a wrong checksum;
 /// - it and the entries read before it exceed 16 MiB packed or 65 MiB unpacked in total.
 ///
-/// An entry with a name of more than 256 bytes is ignored. An archive is refused if its directory has more
-/// than 1 MiB or if its path does not lead to a regular file.
+/// An entry with a name of more than 256 bytes is ignored. An archive is refused if its directory (the list
+/// of its entries) has more than 1 MiB or if its path does not lead to a regular file.
 class FirmwareController : public QObject
 {
     Q_OBJECT
@@ -28,19 +29,20 @@ class FirmwareController : public QObject
 public:
     explicit FirmwareController(QObject* parent = nullptr);
 
-    /// Loads the archive at @p path in place of the loaded one. Emits one of the signals before it returns.
+    /// Loads the archive at @p path in place of the loaded archive. Emits loadedSuccessfully() or
+    /// loadingFailed() before it returns.
     void setFilePath(const QString& path);
 
-    QByteArray firmware(DeviceType type) const; ///< the image, address 0 first
+    QByteArray firmware(DeviceType type) const; ///< the image from address 0 on
     QString version(DeviceType type) const;     ///< the image's version text
     unsigned short pid(DeviceType type) const;  ///< the image's USB product identifier, or 0
-    QString deviceTypeName() const;             ///< "VYNT1" or "VYNT2", by the transmitter's image
-    QString fileBaseName() const;               ///< "fw.1.2" of "fw.1.2.zip"
+    QString deviceTypeName() const;             ///< "VYNT1" or "VYNT2", as the transmitter's image says
+    QString fileBaseName() const;               ///< "fw.1.2" if the archive is "fw.1.2.zip"
     QString releaseNotes() const;
 
 Q_SIGNALS:
-    /// The archive cannot be read, has no usable image, or has two images for one kind of device. No archive
-    /// is loaded now.
+    /// The archive cannot be read, has no usable image, has two images for one kind of device, or has two
+    /// entries with names that end in ".txt". No archive is loaded now.
     void loadingFailed();
     /// The archive is loaded and has at least one image.
     void loadedSuccessfully();

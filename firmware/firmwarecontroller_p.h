@@ -9,15 +9,16 @@
 
 class FirmwareController;
 
-/// An archive's firmware for one kind of device. Default-constructed if the archive has none for that kind.
+/// An archive's firmware for one kind of device. A default-constructed object means that the archive has
+/// none.
 struct FirmwareData
 {
-    QByteArray image; ///< address 0 first
+    QByteArray image; ///< from address 0 on
     QString version;
     unsigned short pid = 0; ///< USB product identifier of the device that runs the image
 };
 
-/// Loads archives for a FirmwareController, which owns it.
+/// Loads archives for the FirmwareController that owns this object.
 class FirmwareControllerPrivate : public QObject
 {
     Q_OBJECT

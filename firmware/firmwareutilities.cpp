@@ -13,11 +13,11 @@
 
 namespace {
 
-// Image header.
+// Layout of the image header.
 constexpr unsigned short imageHeaderBytes = 5;
 constexpr int headerBlockLengthOffset = 3;
 
-// File entry.
+// Layout of an entry in the image's file table.
 constexpr unsigned short entryHeaderReadBytes = 5; // the header and one byte of the contents
 constexpr unsigned int entryHeaderBytes = 4;
 constexpr int entryLengthOffset = 1;
@@ -30,7 +30,7 @@ constexpr int versionTextOffset = 4;
 constexpr char versionTextEnd = ',';
 constexpr int maxVersionLength = 64;
 
-// USB descriptor file.
+// Layout of a USB descriptor file.
 constexpr unsigned short usbDescriptorFileIds[] = {0x0C, 0x35, 0x0D};
 constexpr unsigned short descriptorFileHeaderBytes = 14;
 constexpr int recordsLengthOffset = 4;
@@ -39,14 +39,14 @@ constexpr unsigned short recordBytes = 6;
 constexpr int recordDescriptorOffset = 2;
 constexpr int recordDescriptorLength = 4;
 
-// USB device descriptor.
+// Layout of the USB device descriptor.
 constexpr unsigned char deviceDescriptorType = 1;
 constexpr int descriptorTypeOffset = 1;
 constexpr int vendorIdOffset = 8;
 constexpr int productIdOffset = 10;
 constexpr int productIdEnd = productIdOffset + 2;
 
-using FileEntry = std::pair<QByteArray, unsigned int>; // a copy of the header, the file's address
+using FileEntry = std::pair<QByteArray, unsigned int>; // a copy of the file's header, and the file's address
 
 unsigned char byteAt(const QByteArray& data, int offset)
 {
@@ -63,7 +63,8 @@ unsigned char identifierOf(const QByteArray& entryHeader)
     return byteAt(entryHeader, 0) & identifierMask;
 }
 
-/// Whether @p version can be shown unchanged. Archives and devices are untrusted, so it may be any text.
+/// Whether @p version can be shown unchanged. Archives and devices are untrusted, so @p version may be any
+/// text.
 bool isShowable(const QString& version)
 {
     return version.size() <= maxVersionLength &&
@@ -71,7 +72,8 @@ bool isShowable(const QString& version)
                         [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
-/// Reads @p size bytes. @return false if @p reader fails or delivers fewer than @p needed bytes.
+/// Reads @p size bytes at @p address into @p buffer.
+/// @return false if @p reader fails or delivers fewer than @p needed bytes.
 bool read(ReadDataFunction& reader, QByteArray& buffer, unsigned int address, unsigned short size, int needed)
 {
     return reader(buffer, address, size) && buffer.size() >= needed;
@@ -108,8 +110,8 @@ std::tuple<bool, unsigned int, QByteArray> findFile(unsigned short fileId, ReadD
     return {true, found.back().second, found.back().first};
 }
 
-/// Reads the first record that describes a device descriptor into @p record. Ignores later ones.
-/// @return false if there is none or it cannot be read.
+/// Reads the first record that describes a device descriptor into @p record. Ignores later records.
+/// @return false if there is no such record or a record cannot be read.
 bool findDeviceDescriptorRecord(unsigned int fileAddress, ReadDataFunction& reader, QByteArray& record)
 {
     if (!read(reader, record, fileAddress, descriptorFileHeaderBytes, descriptorFileHeaderBytes))

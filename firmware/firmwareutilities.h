@@ -10,12 +10,13 @@
 ///
 /// On success the function replaces the buffer's whole content with the @c size bytes at @c address and
 /// returns true. A function that reads from a device may deliver fewer bytes if one exchange cannot carry
-/// them all. On failure it returns false, and the buffer's content is unspecified. It is called
-/// synchronously. A caller may pass the same buffer again.
+/// them all. On failure the function returns false, and the buffer's content is unspecified.
+///
+/// getPid() and getVersion() call the function only before they return, and may pass the same buffer again.
 using ReadDataFunction = std::function<bool(QByteArray&, unsigned int, unsigned short)>;
 
-/// Reads from an image in memory. It copies nothing: the buffer becomes a view into the image, so the image
-/// must outlive the buffer and must not change meanwhile.
+/// Reads from an image in memory without copying bytes. The buffer becomes a view into the image, so the
+/// image must outlive the buffer and must not change meanwhile.
 class ReadVersionDataHelper_FromFile
 {
 public:
@@ -44,7 +45,7 @@ private:
 ///     USB descriptor file (0x0C, 0x35, 0x0D)
 ///             4       1     N; (N - 9) / 6 records of 6 bytes follow from offset 14
 ///     record  0       1     descriptor type; 1 is the device descriptor
-///             2       2     the descriptor's offset, counted from 14
+///             2       2     the descriptor's offset, counted from offset 14 of the file
 ///             4       2     the descriptor's length
 ///
 /// Both functions are reentrant, call the reader on the calling thread and throw nothing. The memory that

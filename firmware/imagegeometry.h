@@ -2,20 +2,21 @@
 
 #include <cstdint>
 
-/// The memory that a firmware image is built for. Sizes are in bytes; 0 means that the image gives none.
+/// The memory that a firmware image is built for. Sizes are in bytes; 0 means that the image does not state
+/// the size.
 struct ImageGeometry
 {
     std::uint32_t deviceSize;
-    std::uint32_t transmitterPageSize; ///< 1 if the image gives none
+    std::uint32_t transmitterPageSize; ///< 1 if the image does not state the size
     std::uint32_t headsetPageSize;
     std::uint32_t transmitterSectorSize;
     std::uint32_t configBits; ///< 0 to 3, for the loader
 
     /// Decodes the first two bytes of an image:
     ///
-    ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, and each step doubles it
-    ///             bits 4 to 7  page size: 1 is 4 bytes, and each step doubles it; the headset ignores bit 7
-    ///     byte 1  bits 0 to 3  sector size of the transmitter: 1 is 128 bytes, and each step doubles it
+    ///     byte 0  bits 0 to 3  memory size: 1 is 128 bytes, 2 is 256, 3 is 512 and so on; 0 is none
+    ///             bits 4 to 7  page size: 1 is 4 bytes, 2 is 8, 3 is 16 and so on; the headset ignores bit 7
+    ///     byte 1  bits 0 to 3  sector size of the transmitter, coded like the memory size
     ///             bits 4 to 5  configuration bits
     static constexpr ImageGeometry decode(unsigned byte0, unsigned byte1)
     {
@@ -26,7 +27,8 @@ struct ImageGeometry
     }
 
 private:
-    /// The size with the code @p code. Code 0 is 0, code 1 is @p first, and each further code doubles it.
+    /// The size that @p code stands for: 0 for code 0, @p first for code 1, and twice as much for each higher
+    /// code.
     static constexpr std::uint32_t sizeOf(unsigned code, std::uint32_t first)
     {
         return code == 0 ? 0 : first << (code - 1);

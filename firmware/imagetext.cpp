@@ -13,7 +13,7 @@ constexpr char lineEnd = '\n';
 constexpr char separator = ' ';
 constexpr unsigned base = 16;
 
-/// Tabulates QChar::isSpace() for Latin-1. The last two characters are NEXT LINE and NO-BREAK SPACE.
+/// Tabulates QChar::isSpace() for Latin-1. 0x85 is NEXT LINE, and 0xA0 is NO-BREAK SPACE.
 constexpr std::array<bool, 256> makeWhiteSpace()
 {
     std::array<bool, 256> isWhite{};
@@ -33,7 +33,7 @@ constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
     std::array<std::uint8_t, 256> values{};
     for (auto& value : values)
-        value = base; // no digit
+        value = base; // means that the character is no digit
     for (std::uint8_t digit = 0; digit < base; ++digit) {
         values[static_cast<unsigned char>("0123456789ABCDEF"[digit])] = digit;
         values[static_cast<unsigned char>("0123456789abcdef"[digit])] = digit;
@@ -48,8 +48,8 @@ bool hasPrefix(const char* token)
     return token[0] == '0' && (token[1] == 'x' || token[1] == 'X');
 }
 
-/// Reads a line of two digits, with or without the prefix, and moves @p line to the next line. Nearly all
-/// lines have this form.
+/// Reads a line of two digits, with or without the prefix "0x", and moves @p line to the next line. Nearly
+/// all lines have this form.
 /// @return false, with @p line unchanged, if the line has another form or may continue beyond @p end.
 bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
 {
@@ -63,7 +63,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // a branch lets the processor go on before it knows the line's length
+    if (tail[0] == lineEnd) // a branch, so the processor need not wait for the line's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;
@@ -85,7 +85,7 @@ std::string_view tokenOf(std::string_view line)
     return line;
 }
 
-/// Reads @p token as QString::toInt() would.
+/// Reads the hexadecimal number @p token as QString::toInt() would.
 bool readNumber(std::string_view token, std::uint32_t& number)
 {
     constexpr std::uint32_t maxPositive = std::numeric_limits<std::int32_t>::max();

@@ -4,29 +4,29 @@
 
 #include <QByteArray>
 
-/// The form in which a firmware archive carries an image: hexadecimal text, one byte per line.
+/// Decodes images in the form in which firmware archives carry them: hexadecimal text, one byte per line.
 ///
 ///     // a comment
 ///     0x12
 ///     34 anything else on the line is a remark
 ///
 /// Lines end with '\n'. White space around a line (Latin-1 white space, which includes '\r') is ignored. A
-/// line that is then empty or starts with "//" is skipped. Otherwise the text before the first blank (U+0020
-/// only) is a signed hexadecimal number of 32 bits, with an optional sign and an optional "0x" or "0X". Its
-/// low 8 bits are the next byte.
+/// line is skipped if the rest is empty or starts with "//". In other lines, the text before the first blank
+/// (U+0020 only) is a signed hexadecimal number of 32 bits, with an optional sign and an optional "0x" or
+/// "0X". The low 8 bits of the number are the image's next byte.
 namespace ImageText {
 
-/// Decodes an image's text piece by piece. It keeps no more of the text than a line that has not ended yet.
-/// Use it on one thread at a time.
+/// Decodes an image's text piece by piece. The only text that it keeps is a line that has not ended yet. Use
+/// the decoder on one thread at a time.
 class Decoder
 {
 public:
     /// Takes the next piece of the text, which may be cut anywhere.
-    /// @return false from the first malformed line on.
+    /// @return false if a complete line of this piece or of an earlier one is malformed.
     [[nodiscard]] bool feed(const char* text, int bytes);
 
-    /// Ends the text. Call it once.
-    /// @return the image; empty if a line is malformed or there is no byte at all.
+    /// Decodes the last line if it has no line end. Call this once, after the last piece.
+    /// @return the image; empty if a line is malformed or the text has no byte.
     [[nodiscard]] QByteArray takeImage();
 
 private:

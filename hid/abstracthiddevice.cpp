@@ -127,7 +127,7 @@ private:
         return known;
     }
 
-    /// Whether a feature transfer of this report is possible at all.
+    /// Whether the device is open and @p report is neither empty nor too long for a feature transfer.
     bool fits(const std::vector<unsigned char>& report)
     {
         return isOpen() && !report.empty() && report.size() <= capabilities().FeatureReportByteLength;

@@ -10,30 +10,33 @@ class HidDeviceDescriptor;
 
 /// One HID device (top-level collection) and its feature reports.
 ///
-/// Reports are byte vectors whose byte 0 is the report ID; every length counts it. Windows transfers feature
-/// reports in buffers of at least the device's feature report length (HIDP_CAPS::FeatureReportByteLength) and
-/// silently drops further bytes. This class pads a shorter vector with zeros to that length, cuts an answer
-/// to the vector's length, and refuses a longer vector. If the feature report length is 264, a 64-byte vector
-/// is sent as 264 bytes, of which the last 200 are 0.
+/// Reports are byte vectors whose byte 0 is the report ID; every length includes the report ID. Windows
+/// transfers feature reports in buffers of at least the device's feature report length
+/// (HIDP_CAPS::FeatureReportByteLength) and silently drops further bytes. So this class pads a shorter vector
+/// with zeros to the feature report length, cuts an answer to the length of the caller's vector, and refuses
+/// a vector that is longer than the feature report length. If the feature report length is 264, a 64-byte
+/// vector is sent as 264 bytes, of which the last 200 are 0.
 ///
-/// Only one thread at a time may use a device, and transfers block that thread. Any thread may call isOpen().
+/// Only one thread at a time may use a device, and transfers block that thread. Any thread may call isOpen()
+/// at any time.
 class AbstractHidDevice
 {
 public:
     virtual ~AbstractHidDevice() = default;
 
-    /// Creates a device that takes over an open device handle.
+    /// Creates an open device that takes over the open device handle @p handle.
     static AbstractHidDevice* create(void* handle, const HidDeviceDescriptor& descriptor);
 
     /// Creates a device that shares @p handle. Once any owner has closed the handle, the device is closed and
     /// every transfer fails.
     static AbstractHidDevice* create(std::shared_ptr<DeviceHandle> handle);
 
-    /// Creates a closed device, which open() opens. The caller owns it.
+    /// Creates a closed device. Call open() to open it. The caller owns the device.
     static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);
 
     /// Opens the device that the descriptor names.
-    /// @param access, share  Access::Bits.
+    /// @param access  the rights with which the device is opened, as Access::Bits.
+    /// @param share  the rights that others may have at the same time, as Access::Bits.
     /// @return whether this call has opened the device; false if it was open before.
     virtual bool open(int access, int share) = 0;
 
@@ -52,15 +55,15 @@ public:
     virtual bool setFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
     /// Reads one feature report into @p report.
-    /// @param report  on entry it has the length of the wanted answer and the report ID in byte 0; on
-    ///     success it is the answer.
+    /// @param report  on entry, a vector as long as the wanted answer, with the report ID in byte 0; on
+    ///     success, the answer.
     /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if the
     ///         wanted answer is empty or too long for the device. The contents of @p report are then
     ///         unspecified, but its length is unchanged.
     virtual bool getFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
-    /// Creates a zeroed buffer as long as the device's longest report of a kind; it is empty if the device
-    /// has none. The caller owns the buffer.
-    /// @param reportKind  as HIDP_REPORT_TYPE: 0 input, 1 output, 2 feature.
+    /// Creates a zeroed buffer as long as the device's longest report of the kind @p reportKind. The buffer
+    /// is empty if the device has no such report. The caller owns the buffer.
+    /// @param reportKind  a HIDP_REPORT_TYPE: 0 for input, 1 for output, 2 for feature reports.
     virtual std::vector<unsigned char>* createReportBuffer(int reportKind) = 0;
 };

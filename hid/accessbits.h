@@ -2,12 +2,12 @@
 
 #include <windows.h>
 
-/// The rights with which a device is opened, and the rights that others may have at the same time.
+/// Describes the rights with which a device is opened, and the rights that others may have at the same time.
 namespace Access {
 
 enum Bits { None = 0, Read = 1, Write = 2, ReadWrite = Read | Write };
 
-/// Converts Access::Bits to CreateFileW's arguments.
+/// These two functions convert Access::Bits to CreateFileW's arguments.
 constexpr DWORD desiredAccess(int access)
 {
     return (access & Read ? DWORD{GENERIC_READ} : 0) | (access & Write ? DWORD{GENERIC_WRITE} : 0);

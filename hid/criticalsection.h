@@ -20,7 +20,7 @@ private:
     CRITICAL_SECTION section;
 };
 
-/// Holds a lock until the end of its scope, like std::lock_guard, but in a form that Clang can check.
+/// Holds a lock until the end of its scope, like std::lock_guard, but with annotations that Clang can check.
 class THREAD_SAFETY(scoped_lockable) Guard
 {
 public:

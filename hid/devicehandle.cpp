@@ -10,7 +10,7 @@ DeviceHandle::~DeviceHandle()
 
 void DeviceHandle::close()
 {
-    usable = false; // before the lock is taken, so that no further transfer starts meanwhile
+    usable = false; // set before waiting for the lock, so that no further transfer starts
     const Guard guard(inUse);
     if (!std::exchange(isClosed, true))
         CloseHandle(handle);

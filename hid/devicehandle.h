@@ -6,11 +6,11 @@
 
 #include "criticalsection.h"
 
-/// The handle of an open device, which several users share. When one of them closes the handle, it is closed
-/// for all of them and stays closed.
+/// Holds the handle of an open device for several users. When one user closes the handle, it is closed for
+/// all users and stays closed.
 ///
 /// Windows may reuse the value of a closed handle for the next object that is opened. So use the handle only
-/// in use(), during which close() cannot close it. All operations may be called on any thread.
+/// in use(). While use() runs, close() waits. All operations may be called on any thread.
 class DeviceHandle
 {
 public:
@@ -29,8 +29,8 @@ public:
 
     bool isOpen() const { return usable; }
 
-    /// Lets no further transfer start and closes the handle. Waits for a transfer in progress, so the call
-    /// can take as long as one transfer.
+    /// Prevents further transfers, waits for a transfer in progress and closes the handle. The call can take
+    /// as long as one transfer.
     void close();
 
     /// Calls the function @p transfer with the handle, which nobody can close meanwhile.
@@ -50,7 +50,7 @@ public:
 private:
     const HANDLE handle;
     std::atomic<bool> usable{true};
-    CriticalSection inUse; ///< guards the use of the handle
+    CriticalSection inUse; ///< held while the handle is in use
     bool isClosed THREAD_SAFETY(guarded_by(inUse)) = false;
     std::atomic<bool> isReleased{false};
 };

@@ -4,13 +4,13 @@
 #include <string>
 #include <utility>
 
-/// How the system names a HID device.
+/// Holds the name by which the system opens a HID device.
 class HidDescriptorHandleBase
 {
 public:
     virtual ~HidDescriptorHandleBase() = default;
 
-    /// The string that opens the device; empty if there is none.
+    /// The path that opens the device; empty if there is no path.
     virtual std::wstring path() const = 0;
 };
 
@@ -29,8 +29,8 @@ private:
     std::wstring devicePath;
 };
 
-/// Names the device of an AbstractHidDevice. A default-constructed descriptor names no device, and serves for
-/// a device whose handle is already open.
+/// Names the device that an AbstractHidDevice opens. A default-constructed descriptor names no device; use it
+/// if the device's handle is already open.
 class HidDeviceDescriptor
 {
 public:

@@ -1,4 +1,4 @@
-# Sourced by other scripts: functions that install missing Debian packages, configure and build.
+# Defines functions that install missing Debian packages, configure and build. Other scripts source this file.
 
 build_packages="g++ mingw-w64-common cmake ninja-build ccache qtbase5-dev qtbase5-dev-tools qttools5-dev
     qttools5-dev-tools qttranslations5-l10n libquazip1-qt5-dev zlib1g-dev libudev-dev libsystemd-dev
@@ -42,7 +42,7 @@ install_packages() {
         fail "Could not install:$missing"
 }
 
-# build PRESET: configures if necessary, and builds.
+# build PRESET: configures the build if necessary, then builds.
 build() {
     [ -f "build/$1/build.ninja" ] || cmake --preset "$1" || fail "Could not configure the build ($1)."
     cmake --build --preset "$1" || fail "The build ($1) failed."

@@ -12,11 +12,11 @@ log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM
 
-photograph() { # folder, locale, further arguments of the bench
+photograph() { # arguments: folder, locale, further arguments of the bench
     folder=$screens/$1
     locale=$2
     shift 2
-    # The successful run comes last: it replaces the pictures of screens that both runs show.
+    # The run without a fault comes last, because its pictures must replace those of screens that both runs show.
     for fault in "--fault vanish@45" ""; do
         # shellcheck disable=SC2086
         LC_ALL='' LANG=$locale.UTF-8 "$bench" --speed 20 --screenshots "$folder" "$@" $fault >"$log" 2>&1 || {

@@ -1,13 +1,13 @@
 #!/bin/sh
 # Runs clang-tidy over the given sources of the ordinary build, or over all sources if none are given. Skips sources
-# that were clean before and have not changed, see scripts/tidycached.py. Exit status 1 if clang-tidy finds something.
+# that were clean before and have not changed (see scripts/tidycached.py). Exit status 1 if clang-tidy finds something.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
 # shellcheck disable=SC2086
 install_packages $build_packages $windows_packages $style_packages $benchmark_packages $fuzz_packages
 
-# sources_of PRESET: the sources of this tree that the build compiles.
+# sources_of PRESET: prints the sources of this tree that the build compiles.
 sources_of() {
     cmake --preset "$1" >/dev/null || fail "Could not configure the build ($1)."
     sed -n 's|^ *"file": "'"$PWD"'/\(.*\)",*$|\1|p' "build/$1/compile_commands.json" | grep -v '^build/' | sort -u
@@ -33,8 +33,8 @@ tidy release $ordinary || status=1
 # shellcheck disable=SC2046
 tidy fuzz $(sources_of fuzz | grep -Fxv "$ordinary") || status=1
 
-# clang uses the standard library of the compiler for Windows, but not its intrinsics. -Wno-cast-qual: a macro of the
-# driver kit casts a "volatile" away.
+# clang uses the standard library of the compiler for Windows, but not that compiler's intrinsics. -Wno-cast-qual is
+# needed because a macro of the driver kit casts a "volatile" away.
 extra="--target=i686-w64-mingw32 -nostdinc++ -Wno-cast-qual"
 for folder in $(i686-w64-mingw32-g++-posix -xc++ -E -v /dev/null 2>&1 |
     sed -n '/search starts/,/End of search/s/^ //p' | grep -v 'posix/include$\|include-fixed$'); do

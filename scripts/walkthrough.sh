@@ -1,7 +1,7 @@
 #!/bin/sh
 # Drives the bench with keys on its own display: makes an archive, updates, pulls the headset's cable during the update,
-# plugs it in again and updates again. Saves a picture of both windows at each step, for docs/images/walkthrough. Fails if
-# a step does not lead to the next.
+# plugs it in again and updates again. Saves a picture of both windows at each step, for docs/images/walkthrough. Fails
+# if a step does not lead to the next.
 # Usage: scripts/walkthrough.sh FOLDER. Needs a build (./run.sh).
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
@@ -33,7 +33,7 @@ until [ -s "$work/log" ]; do sleep 0.1; done
 
 steps=0
 seen=0 # number of lines that the log had at the last step
-step() { # name of the picture, pattern, how many of the log's lines since the last step must match it
+step() { # arguments: name of the picture, pattern, how many log lines since the last step must match the pattern
     tries=0
     until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
         tries=$((tries + 1))
@@ -46,7 +46,7 @@ step() { # name of the picture, pattern, how many of the log's lines since the l
     import -window root +dither -colors 128 "PNG8:$folder/$steps-$1.png" || exit 1
     echo "$steps. $1"
 }
-press() { # title of the window, keys
+press() { # arguments: title of the window, keys
     window=$(xdotool search --sync --onlyvisible --name "$1" | tail -1)
     shift
     xdotool windowfocus --sync "$window" key --delay 100 "$@"

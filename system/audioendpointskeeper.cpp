@@ -22,7 +22,7 @@ namespace {
 
 using Defaults = std::multimap<std::wstring, int>;
 
-/// All states except that of an endpoint whose adapter is missing.
+/// All states except DEVICE_STATE_NOTPRESENT, the state of an endpoint whose adapter is missing.
 constexpr DWORD presentStates = DEVICE_STATE_ACTIVE | DEVICE_STATE_DISABLED | DEVICE_STATE_UNPLUGGED;
 
 template <typename Interface>
@@ -56,8 +56,8 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
     return name.pwszVal;
 }
 
-/// Returns the first letters and blanks of @p name. This leaves out the number that the system puts before a
-/// name that several adapters have.
+/// Returns the first letters and blanks of @p name. The result leaves out the number that the system puts
+/// before the name if several adapters have the same name.
 std::wstring normalised(const std::wstring& name)
 {
     const QRegExp words(QStringLiteral("(?:\\d*[- ]*)([A-Za-z ]+)"), Qt::CaseInsensitive, QRegExp::RegExp2);
@@ -70,12 +70,12 @@ void makeDefault(LPCWSTR endpointId, ERole role)
     ComPointer<IPolicyConfiguration> policy;
     if (FAILED(createObject(__uuidof(PolicyConfigurationClient), policy)))
         return;
-    // Nothing can be done here about a failure. The user can still choose the default in the sound settings.
+    // A failure is ignored, because the user can still choose the default in the sound settings.
     static_cast<void>(policy.call(&IPolicyConfiguration::SetDefaultEndpoint, endpointId, role));
 }
 
 /// Looks up the roles of the endpoint's adapter in @p defaults, makes @p endpoint the default in these roles,
-/// and removes the adapter's entries.
+/// and removes the adapter's entries from @p defaults.
 void takeRoles(const ComPointer<IMMDevice>& endpoint, Defaults& defaults)
 {
     const std::optional<std::wstring> name = adapterName(endpoint);

@@ -5,17 +5,18 @@
 
 /// Records on creation which audio endpoints are the system's defaults, and makes them the defaults again on
 /// destruction. It identifies an endpoint by the friendly name of its audio adapter, because the endpoint's
-/// identifier changes when the device comes back on another port.
+/// identifier changes when its device is plugged into another port.
 ///
 /// A recorded name has no leading number (as in "2- USB Audio Device") and ends before the first character
-/// that is neither a Latin letter nor a blank. It is compared with the system's complete names. So an
-/// endpoint becomes the default again only if the complete name of its adapter consists of letters and
-/// blanks. If several endpoints have adapters with the same name, the first in the system's order becomes
-/// the default.
+/// that is neither a Latin letter nor a blank. restore() looks for an adapter whose complete name equals the
+/// recorded name. So an endpoint becomes the default again only if the complete name of its adapter consists
+/// of letters and blanks. If several endpoints have adapters with the same name, the first in the system's
+/// order becomes the default.
 ///
 /// A role, endpoint or direction that cannot be read or set is skipped. Nothing is reported or thrown.
 ///
-/// Use it on one thread, with COM initialised there. Every operation blocks for calls to the audio service.
+/// Use it on one thread, with COM initialised there. Every operation calls the audio service and blocks
+/// meanwhile.
 class AudioEndpointsKeeper
 {
 public:
@@ -31,8 +32,8 @@ public:
 
 private:
     /// Maps an adapter's name to the roles in which its endpoint is the default. The roles of a name are in
-    /// ascending order: 0 eConsole, 1 eMultimedia, 2 eCommunications. They are plain numbers because names in
-    /// <mmdeviceapi.h> clash with names of the updater.
+    /// ascending order: 0 eConsole, 1 eMultimedia, 2 eCommunications. The roles are plain numbers because
+    /// names in <mmdeviceapi.h> clash with names of the updater.
     using Defaults = std::multimap<std::wstring, int>;
 
     Defaults renderDefaults;

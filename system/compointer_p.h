@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So no check is
-/// needed after a COM call that returns S_FALSE and no interface.
+/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So callers
+/// need no check for a COM call that succeeds with S_FALSE but delivers no interface.
 template <typename Interface>
 class ComPointer
 {
@@ -17,7 +17,7 @@ public:
 
     Interface* get() const { return object; }
 
-    /// Takes over the caller's reference to @p other.
+    /// Releases the reference. Takes over the caller's reference to @p other, which may be null.
     void reset(Interface* other)
     {
         if (object)
@@ -25,7 +25,7 @@ public:
         object = other;
     }
 
-    /// Releases the reference. Returns the address at which a COM call can store a new one.
+    /// Releases the reference. Returns the address at which a COM call can store a new reference.
     Interface** receive()
     {
         reset(nullptr);

@@ -8,7 +8,8 @@
 /// While an object lives, neither the computer nor its display goes to sleep by itself, and a request to end
 /// the user's session is refused. The user can still insist, and then the session ends.
 ///
-/// Use it on the GUI thread. If the system refuses a request, the refusal is logged and otherwise ignored.
+/// Use an object on the GUI thread. If one of the object's calls to the system fails, the failure is logged
+/// and otherwise ignored.
 class KeepAwake : private QAbstractNativeEventFilter
 {
 public:
@@ -16,13 +17,13 @@ public:
     /// @param reason      the text that the system shows to a user who wants to end the session.
     KeepAwake(HWND mainWindow, const QString& reason);
 
-    /// Restores the state that the constructor found.
+    /// Restores the state that the constructor found, and no longer refuses to end the session.
     ~KeepAwake() override;
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, long* result) override;
 
     const HWND window;
-    const EXECUTION_STATE previousState; ///< 0 if the constructor could not change it
+    const EXECUTION_STATE previousState; ///< 0 if the constructor could not change the state
     const bool hasReason;
 };

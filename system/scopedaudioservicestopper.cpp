@@ -28,19 +28,20 @@ int lastError()
     return static_cast<int>(GetLastError());
 }
 
-/// The tick count wraps at 2^32, but the unsigned difference is still right.
+/// The milliseconds since @p sinceTick. The unsigned difference is right even if the tick count wraps at
+/// 2^32.
 DWORD elapsedMs(DWORD sinceTick)
 {
     return GetTickCount() - sinceTick;
 }
 
-/// The wait hint in milliseconds. INFINITE counts as stopLimitMs, so that no wait lasts for ever.
+/// The service's wait hint in milliseconds. INFINITE counts as stopLimitMs, so that no wait lasts for ever.
 DWORD waitHintMs(const SERVICE_STATUS_PROCESS& status)
 {
     return status.dwWaitHint == INFINITE ? stopLimitMs : status.dwWaitHint;
 }
 
-/// A tenth of the wait hint, but from 1 s to 10 s, as the Windows documentation advises.
+/// A tenth of the wait hint, but at least 1 s and at most 10 s, as the Windows documentation advises.
 DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
 {
     constexpr DWORD shortestMs = 1000;
@@ -49,6 +50,7 @@ DWORD clampedWaitMs(const SERVICE_STATUS_PROCESS& status)
 }
 
 /// Opens the service control manager as @p manager, then the audio service.
+/// @return the audio service; null if it or the manager cannot be opened.
 ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
 {
     manager = owned(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -88,8 +90,9 @@ ServiceHandle openAudioService(DWORD access, ServiceHandle& manager)
     return true;
 }
 
-/// Waits for a stop that is already in progress.
-/// @return whether the service still has to be stopped; false also if the wait failed or took too long.
+/// Waits while a stop is already in progress.
+/// @return true if the caller must still stop the service; false if the service has stopped, or if the wait
+///         failed or took too long.
 bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     const DWORD startTick = GetTickCount();
@@ -110,7 +113,7 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @param startTick  the tick from which the common time limit of all dependents counts.
+/// @param startTick  when the time limit started, which all dependent services share.
 /// @return whether the service has stopped.
 bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {
@@ -168,7 +171,7 @@ void stopAudioService(const ServiceHandle& service)
     qDebug("Service stopped successfully");
 }
 
-/// Watches the progress of a service in a pending state: its check point must grow within its wait hint.
+/// Detects a stall of a service in a pending state: its check point does not grow within its wait hint.
 class ProgressWatch
 {
 public:
@@ -191,7 +194,8 @@ private:
     DWORD checkPoint;
 };
 
-/// @return whether the pending stop has ended.
+/// Waits while a stop is in progress.
+/// @return false if the stop stalls or the service's status cannot be queried.
 bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     ProgressWatch watch(status);
@@ -199,7 +203,7 @@ bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& stat
         Sleep(clampedWaitMs(status));
         if (!queryAudioStatus(service, status))
             return false;
-        // The wait hint of a stopped service is 0, which would look like a stall.
+        // A stopped service is not checked, because its wait hint is 0, which would look like a stall.
         if (status.dwCurrentState == SERVICE_STOP_PENDING && watch.hasStalled(status)) {
             qDebug("Timeout waiting for service to stop");
             return false;
@@ -208,8 +212,8 @@ bool awaitPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& stat
     return true;
 }
 
-/// Waits until the service has started or makes no more progress.
-/// @return false if its status cannot be queried.
+/// Waits while the service is starting and makes progress.
+/// @return false if the service's status cannot be queried.
 bool awaitPendingStart(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status)
 {
     ProgressWatch watch(status);
@@ -257,7 +261,8 @@ void ScopedAudioServiceStopper::stop()
     }
     if (!outlastPendingStop(service, status))
         return;
-    // The result is ignored. If a dependent service still runs, stopAudioService() fails and logs that.
+    // The result is ignored, because stopAudioService() fails and logs its failure if a dependent service
+    // still runs.
     static_cast<void>(stopDependentServices(manager, service));
     stopAudioService(service);
 }

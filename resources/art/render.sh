@@ -1,7 +1,7 @@
 #!/bin/sh
-# Renders the drawings of this folder as the pictures that are compiled into the program. Each picture also gets
-# a variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel.
-# Run it after changing a drawing and commit the results.
+# Renders the drawings of this folder as the pictures that are compiled into the program. Each picture also gets a
+# variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel. Run this script after
+# changing a drawing and commit the results.
 set -eu
 cd "$(dirname "$0")"
 
@@ -13,12 +13,12 @@ fi
 generated=
 trap 'rm -f $generated' EXIT
 
-render() { # drawing, picture without its suffix
+render() { # arguments: drawing, picture without its suffix
     rsvg-convert --zoom 1 "$1" --output "$2.png"
     rsvg-convert --zoom 2 "$1" --output "$2@2x.png"
 }
 
-render_scene() { # scene, generation in lower case, generation
+render_scene() { # arguments: scene, generation in lower case, generation
     drawing="generated-$2-$1.svg"
     generated="$generated $drawing"
     sed "s/GENERATION/$2/g" "$1.svg" >"$drawing"
