@@ -7,7 +7,6 @@
 
 #include "imagebuilder.h"
 
-/// Converts bytes to Qt's type.
 inline QByteArray toByteArray(const std::vector<std::uint8_t>& bytes)
 {
     return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
@@ -21,7 +20,7 @@ inline std::vector<std::uint8_t> bytesOf(const QByteArray& bytes)
 /// A file or folder of an archive.
 struct ArchiveEntry
 {
-    QString name; ///< with '/' between folders; the name of a folder ends with '/'
+    QString name; ///< path in the archive, with '/' between folders; the path of a folder ends with '/'
     QByteArray contents;
 };
 
@@ -32,10 +31,12 @@ struct ArchiveEntry
 ///     if (!ArchiveBuilder::write(path, entries)) ...
 namespace ArchiveBuilder {
 
-/// The image as hexadecimal text: one byte per line, in different spellings, with comment lines and remarks.
+/// @return the image as hexadecimal text with one byte per line. Some lines start with 0x, some end with a
+/// remark, and some are only a comment.
 QByteArray imageText(const std::vector<std::uint8_t>& image);
 
-/// Both images and the release notes, under the file names that a release uses.
+/// @return the entries of a release: both images as text, and the release notes, under their usual file
+/// names.
 std::vector<ArchiveEntry> release(const std::vector<std::uint8_t>& transmitterImage,
                                   const std::vector<std::uint8_t>& headsetImage,
                                   const QByteArray& releaseNotes);

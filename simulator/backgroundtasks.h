@@ -9,11 +9,11 @@
 #include <utility>
 
 /// Runs each task on a thread of its own. The destructor waits until all tasks have ended. Any thread may
-/// call all operations.
+/// call any operation.
 class BackgroundTasks
 {
 public:
-    /// @return a future that is ready when the task has ended.
+    /// Starts @p task. @return a future that is ready when the task has ended.
     std::shared_future<void> start(std::function<void()> task)
     {
         const std::lock_guard<std::mutex> guard(mutex);

@@ -25,23 +25,24 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes, at its earliest transfer or later.
+    /// The kind of event at which a fault strikes. The fault strikes at the first such event from its
+    /// earliest transfer on (see FaultPlan).
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
     Event strikesAt;
-    bool needsLayer;  ///< only the simulated computer can produce it
+    bool needsLayer;  ///< whether only the simulated computer can produce the fault
     const char* name; ///< name on the command line
     const char* explanation;
 };
 
-const std::vector<FaultDescription>& faultDescriptions(); ///< of every fault except `None`
+const std::vector<FaultDescription>& faultDescriptions(); ///< describes every fault except `None`
 
 const FaultDescription& descriptionOf(Fault fault); ///< @p fault must not be `None`
 
 Fault faultByName(const std::string& name); ///< `None` if there is no such fault
 
-/// The feature-report transfers since a fault was last armed or cleared.
+/// Counts the feature-report transfers since a fault was last armed or cleared.
 struct Transfers
 {
     int count = 0;
@@ -49,8 +50,8 @@ struct Transfers
     std::map<Phase, int> inPhase; ///< number of transfers in each phase that was reached
 };
 
-/// Counts a device's transfers and decides when its armed fault strikes. Not thread-safe: the device guards
-/// it with a lock.
+/// Counts a device's transfers and decides when its armed fault strikes. Not thread-safe; the device guards
+/// the plan with a lock.
 class FaultPlan
 {
 public:
@@ -58,14 +59,15 @@ public:
     /// @param transfer  earliest transfer at which the fault can strike; 1 is the next transfer.
     FaultPlan(Fault fault, int transfer);
 
-    /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the previous one.
+    /// Counts a transfer. @p phase is empty if the transfer belongs to the phase of the previous transfer.
     /// @return the fault that strikes at this transfer, or `None`.
     Fault countTransfer(std::optional<Phase> phase, bool isAnswer);
 
     /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// Call it when a fault that takes time has taken effect. The fault then counts as struck at this moment.
+    /// Call it when a fault has taken effect after a delay. struckAt() then counts the transfers up to this
+    /// call.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }

@@ -2,8 +2,8 @@
 
 namespace {
 
-// Short items (HID 1.11 sections 6.2.2.4 to 6.2.2.8). The two lowest bits of an item are the number of its
-// data bytes.
+// The short items of a report descriptor (HID 1.11 sections 6.2.2.4 to 6.2.2.8). The two lowest bits of an
+// item are the number of its data bytes.
 enum Item : std::uint8_t {
     UsagePage = 0x06,
     Usage = 0x0A,
@@ -18,7 +18,7 @@ enum Item : std::uint8_t {
     EndCollection = 0xC0
 };
 constexpr std::uint16_t application = 0x01;
-constexpr std::uint16_t variable = 0x02; // data, variable, absolute
+constexpr std::uint16_t variable = 0x02; // flags of a field: data, variable, absolute
 constexpr std::uint16_t volumeIncrement = 0xE9;
 constexpr std::uint16_t bitsPerByte = 8;
 

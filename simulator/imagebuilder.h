@@ -10,10 +10,10 @@
 /// which the caller may change.
 ///
 /// In an image that a device runs, the version entry (version, comma, remark) must not be longer than 32
-/// bytes, because the updater reads no more of it from a device.
+/// bytes, because the updater reads only 32 bytes of the entry from a device.
 struct ImageOptions
 {
-    std::size_t size = 8192; ///< size of the image in bytes; build() exceeds it if the table needs more
+    std::size_t size = 8192; ///< size of the image in bytes; build() makes it larger if the table needs more
 
     /// The first two bytes, which describe the memory that the image is built for. From the highest bit on:
     /// - 4 bits: a code; a page has 2 << code bytes
@@ -28,8 +28,8 @@ struct ImageOptions
     std::uint16_t vendorId = 0x7A31;
     std::uint16_t productId = 0x0004;
 
-    /// The file table's entries in order (see the functions below). If it is empty, the image gets the usual
-    /// four entries: filler, version, filler, USB descriptors.
+    /// The entries of the file table in order, as fileEntry() and similar functions return them. If there are
+    /// none, the image gets the usual four entries: filler, version, filler, USB descriptors.
     std::vector<std::vector<std::uint8_t>> entries;
 
     std::uint32_t seed = 1; ///< seed of the pseudo-random bytes after the table
@@ -69,8 +69,8 @@ std::vector<std::uint8_t> build(const ImageOptions& options);
 /// A file entry: identifier, length of the contents, contents.
 std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
-/// The version file with the text @p text (version, comma, remark). It ends with four zero bytes, because the
-/// updater does not read the last four bytes of the entry.
+/// The version file with the text @p text (version, comma, remark). The file ends with four zero bytes,
+/// because the updater does not read the last four bytes of the entry.
 std::vector<std::uint8_t> versionEntry(const std::string& text);
 
 /// A USB descriptor file with a device and a configuration descriptor.

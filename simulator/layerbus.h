@@ -7,7 +7,8 @@
 #include "simulateddevice.h"
 #include "simulateddevicetree.h"
 
-/// The bus of the simulated computer. A device's interfaces are nodes of the computer's device tree.
+/// The bus of the simulated computer. Each interface of a connected device is a node of the computer's device
+/// tree.
 class LayerBus : public Bus
 {
 public:

@@ -15,7 +15,7 @@ constexpr std::uint16_t pinmux2 = 0xF0E2;
 constexpr std::uint16_t revisionC0Patch = 0xC0A7;
 constexpr std::uint8_t unknownChipId = 0x0E;
 
-// Frames.
+// Layout of the frames.
 constexpr std::size_t frameHeaderBytes = 3;
 constexpr std::size_t dataHeaderBytes = 7;
 constexpr std::size_t dataBytes = 256;
@@ -24,7 +24,7 @@ constexpr std::size_t rowBytes = 16;
 constexpr std::uint16_t rowStep = 0x1000; // distance in RAM between the rows of a load
 constexpr std::size_t answerDataOffset = 11;
 
-// Control block offsets.
+// Offsets in the control block.
 enum {
     NvmemType = 0,
     FlashAddress = 1,
@@ -37,7 +37,8 @@ enum {
     SectorSize = 20
 };
 
-/// Code 1 means twice @p unit, and each further code twice the size of the code before it.
+/// @return the size that @p code stands for: 0 for code 0, twice @p unit for code 1, and for each further
+/// code twice the size of the code before it.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
     return code == 0 ? 0 : unit << code;
@@ -119,8 +120,8 @@ SimulatedChip::Command SimulatedChip::understand(const std::uint8_t* report, std
     return {payload[0] == leaveApplication ? Phase::Leave : Phase::FinalWait, payload[0], [] {}};
 }
 
-/// Understands a payload that consists of class, 04 00 00, N (number of operand bytes plus 2), operation,
-/// operands.
+/// Understands a payload of these bytes: class, 04 00 00, N, operation, operands. N is the number of operand
+/// bytes plus 2.
 SimulatedChip::Command SimulatedChip::understandOperation(const std::uint8_t* payload, std::size_t size)
 {
     constexpr std::size_t operationOffset = 5;
@@ -234,8 +235,8 @@ void SimulatedChip::erase()
     std::fill(flash.begin() + address, flash.begin() + static_cast<std::ptrdiff_t>(end), erased);
 }
 
-/// Whether mode, pins and geometry are what this hardware needs. If not, it records why it refuses
-/// @p operation.
+/// @return whether the mode, the pins, the patch, the memory type and the geometry are what this hardware
+/// needs. If not, records why the chip refuses @p operation.
 bool SimulatedChip::isLoaderSetUp(const char* operation)
 {
     const char* missing = nullptr;

@@ -14,20 +14,20 @@
 ///
 /// The transmitter's memory is NOR flash: programming only clears bits, and an erase sets one sector to 0xFF.
 /// The headset's memory is overwritten in place. The chip refuses a command that is malformed or that comes
-/// before the set-up that it needs, and records the reason. Not thread-safe: the device guards it with a
-/// lock.
+/// before the set-up that it needs, and records the reason. Not thread-safe; the device guards the chip with
+/// a lock.
 class SimulatedChip
 {
 public:
     static constexpr std::uint8_t commandReportId = 0xFF;
     static constexpr std::uint8_t dataReportId = 0xE4;
-    static constexpr int leaveApplication = 0x0A;  ///< code of a control request
-    static constexpr int endOfProgramming = 0x05;  ///< code of a control request
+    static constexpr int leaveApplication = 0x0A;  ///< control request that starts programming mode
+    static constexpr int endOfProgramming = 0x05;  ///< control request that ends programming mode
     static constexpr std::size_t statusOffset = 1; ///< offset of the status in an answer
     static constexpr std::uint8_t noData = 0x01;   ///< status of an answer without data
 
-    /// A chip that the simulator knows. `models()` is not taken from the updater's table, so that tests can
-    /// compare both.
+    /// A chip that the simulator knows. The list `models()` is not taken from the updater's table, so that
+    /// tests can compare the list with the table.
     struct Model
     {
         int chipId;
@@ -42,7 +42,8 @@ public:
     static const std::vector<Model>& models();
     static const Model* modelOf(int chipId, int revision); ///< null if the simulator does not know the chip
 
-    /// The memory that an image announces in its first two bytes. Sizes are in bytes; 0 if none is announced.
+    /// The memory that an image announces in its first two bytes. Sizes are in bytes. A size that is not
+    /// announced is 0.
     struct Geometry
     {
         std::uint32_t memorySize = 0;
@@ -54,8 +55,8 @@ public:
 
     /// A chip that is not among `models()` answers reads and refuses everything that needs its loader.
     /// @param device  the device that contains the chip.
-    /// @param image   the first content of the memory; announces the memory's size. The rest of the memory is
-    ///                erased.
+    /// @param image   the image at the start of the memory. It announces the memory's size. The rest of the
+    ///                memory is erased.
     SimulatedChip(DeviceType device, int chipId, int revision, const std::vector<std::uint8_t>& image);
 
     /// Starts the chip. The RAM and the control block lose their contents.
@@ -69,12 +70,13 @@ public:
     struct Command
     {
         std::optional<Phase> phase;    ///< empty if the report belongs to no particular phase
-        int controlRequest = 0;        ///< code of the control request for the device; 0: none
+        int controlRequest = 0;        ///< code of the control request for the device; 0 if there is none
         std::function<void()> execute; ///< executes or refuses the command; call it while the report exists
     };
     Command understand(const std::uint8_t* report, std::size_t size);
 
-    /// The answer to the last memory-read request; "no data" if there is none or it was answered already.
+    /// @return the answer to the latest memory-read request. Its status is "no data" if no request waits for
+    /// an answer.
     std::vector<std::uint8_t> answer(std::size_t size);
 
     DeviceType device() const { return type; }

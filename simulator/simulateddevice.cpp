@@ -119,7 +119,7 @@ Transfer SimulatedDevice::get(int ofConnection, std::uint8_t* report, std::size_
     return Transfer::Done;
 }
 
-/// Applies @p fault to the transfer in progress, which @p made already counts.
+/// Applies @p fault to the transfer in progress. The count in @p made includes this transfer.
 /// @return the outcome of the transfer; empty if the transfer goes on to the chip.
 std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& made)
 {
@@ -143,7 +143,7 @@ std::optional<Transfer> SimulatedDevice::strike(Fault fault, const Transfers& ma
         return std::nullopt;
     }
     default:
-        return std::nullopt; // these faults take effect in the answer or at a restart
+        return std::nullopt; // the other faults take effect in the answer or at a restart
     }
 }
 
@@ -202,7 +202,8 @@ void SimulatedDevice::restart(int controlRequest)
     later(moves);
 }
 
-/// Makes the moves on a separate thread, each after its delay, until someone moves the cable.
+/// Makes the moves on a separate thread, each after its delay. If someone moves the cable, the remaining
+/// moves are skipped.
 void SimulatedDevice::later(const std::vector<Move>& moves)
 {
     background.start([this, moves, planned = cableMoves.load()] {
@@ -233,9 +234,9 @@ void SimulatedDevice::connectToBus()
     log(isProgramming() ? "connected, in programming mode" : "connected");
 }
 
-/// The device as a computer sees it. In programming mode it has the identity of its chip's loader, otherwise
-/// that of the firmware in its memory. If that firmware is not valid, the device has its usual identity. Call
-/// it with `mutex` locked.
+/// The device as a computer sees it. In programming mode the device has the identity of its chip's loader,
+/// otherwise the identity of the firmware in its memory. If that firmware is not valid, the device has its
+/// usual identity. Call it with `mutex` locked.
 BusDevice SimulatedDevice::busDevice()
 {
     auto serves = std::make_shared<FeatureReports>();

@@ -19,9 +19,10 @@ using SleepFunction = std::function<void(std::uint32_t ms)>;
 /// A transmitter or headset on a port of a bus.
 ///
 /// In normal mode the device has the identity of the firmware in its memory. It shows two HID interfaces, one
-/// for consumer control and a vendor-defined one. In programming mode it shows the one interface of its
+/// for consumer control and a vendor-defined one. In programming mode it shows only the interface of its
 /// chip's loader. A request to leave the application starts programming mode. An end-of-programming request
-/// ends programming mode if the memory then holds a valid image. A loss of power does not change the mode.
+/// ends programming mode if the memory holds a valid image at that time. A loss of power does not change the
+/// mode.
 ///
 /// Restarts take time and run on the device's threads. All operations may be called on any thread. Nothing
 /// may use the device when it is destroyed.
@@ -35,12 +36,12 @@ public:
         DeviceType type = DeviceType::Transmitter;
         int chipId = 12;
         int revision = 2;
-        std::vector<std::uint8_t> image; ///< first content of the memory; announces the memory's size
+        std::vector<std::uint8_t> image; ///< image at the start of the memory; announces the memory's size
         int port = 1;
         /// Called with a line of text for each event of the device, on the thread where the event happens.
         std::function<void(const std::string&)> report;
     };
-    /// @param clockSleep  blocks for the delays of a restart.
+    /// @param clockSleep  blocks the calling thread for a delay of a restart.
     SimulatedDevice(Bus& deviceBus, SleepFunction clockSleep, const Setup& setup);
     ~SimulatedDevice();
 
@@ -51,20 +52,20 @@ public:
     void restart(int controlRequest);
 
     /// Arms a fault in place of an earlier one. @p transfer is the earliest feature-report transfer at which
-    /// it can strike; 1 is the next transfer.
+    /// the fault can strike; 1 is the next transfer.
     void setFault(Fault fault, int transfer);
     void clearFault() { setFault(Fault::None, 1); }
 
     /// Called on the transferring thread when a fault has made the device vanish and all listeners of the bus
     /// have handled its removal. Set it before the device is plugged in.
     std::function<void()> onVanished;
-    /// Called on the transferring thread when the first transfer of a phase has succeeded. Arming or clearing
-    /// a fault makes every phase count as new. Set it before the device is plugged in.
+    /// Called on the transferring thread when the first transfer of a phase has succeeded. After a fault is
+    /// armed or cleared, every phase counts as new. Set it before the device is plugged in.
     std::function<void(Phase)> onPhase;
 
     /// Called on the transferring thread when a fault has requested an orderly removal. The future is ready
-    /// when the removal is over. Do not wait for it within the transfer, because the removal may wait for the
-    /// transfer. Set it before the device is plugged in.
+    /// when the removal is over. Do not wait for the future within the transfer, because the removal may wait
+    /// for the transfer. Set it before the device is plugged in.
     std::function<void(const std::shared_future<void>&)> onRemovalRequested;
 
     // What it recorded.
@@ -76,7 +77,7 @@ public:
     /// Whether the device is connected; false also while it is away because of a restart.
     bool isPluggedIn() const { return copyOf(isPresent); }
     bool isProgramming() const { return copyOf(programming); }
-    /// Whether no restart and no orderly removal is under way.
+    /// @return false while a restart or an orderly removal is under way.
     bool isSettled() const { return background.areOver(); }
     /// The port that the device is plugged into, or was plugged into last.
     int port() const { return copyOf(lastPort); }
@@ -98,16 +99,17 @@ private:
         void (SimulatedDevice::*make)();
     };
 
-    // Answer transfers. A transfer that was started on an earlier connection never reaches the device.
+    // set() and get() serve the computer's transfers. A transfer that was started on an earlier connection
+    // never reaches the device.
     Transfer set(int ofConnection, const std::uint8_t* report, std::size_t size);
     Transfer get(int ofConnection, std::uint8_t* report, std::size_t size, std::size_t& received);
 
-    // Faults.
+    // These functions apply faults.
     std::optional<Transfer> strike(Fault fault, const Transfers& made);
     Transfer vanish(bool comesBack);
     void requestRemoval(bool isHeld);
 
-    // Connecting, disconnecting and restarting.
+    // These functions connect, disconnect and restart the device.
     BusDevice busDevice();
     void later(const std::vector<Move>& moves);
     void connectToBus();
@@ -120,7 +122,7 @@ private:
     const std::function<void(const std::string&)> reportTo;
 
     std::mutex moving;                ///< held to connect or disconnect the device; lock it before `mutex`
-    std::atomic<int> cableMoves = {}; ///< counts cable moves; each cancels the restarts planned before it
+    std::atomic<int> cableMoves = {}; ///< a move of the cable cancels the restarts planned before the move
     mutable std::mutex mutex;         ///< guards what follows; never held while the bus is called
     SimulatedChip chip;
     FaultPlan faults;
@@ -128,7 +130,7 @@ private:
     int lastPort = 0;
     int connection = 0; ///< counts the connections to the bus
     bool isPresent = false;
-    bool refusesOpen = false; ///< no program can open it until it is plugged in again or restarts
+    bool refusesOpen = false; ///< true until the next plug-in or restart: no program can open the device
     bool programming = false;
 
     BackgroundTasks background;

@@ -7,8 +7,8 @@
 #include "simulateddevice.h"
 #include "simulatedmachine.h"
 
-/// A transmitter and a headset on the ports of a simulated computer, and the computer's audio service and
-/// audio endpoints. Nothing may use the devices when the pair is destroyed.
+/// A transmitter and a headset for the ports of a simulated computer. The constructor also gives the computer
+/// an audio service and audio endpoints. Nothing may use the devices when the pair is destroyed.
 class SimulatedPair
 {
 public:
@@ -17,15 +17,15 @@ public:
         int generation = 1; ///< generation of the installed transmitter firmware; 1 is the first
         int chipId = 12;
         int revision = 2;
-        /// The images that will be installed on the two devices. Each device gets a memory of the size that
+        /// The images with which the update programs the devices. Each device gets a memory of the size that
         /// its image needs.
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< see SimulatedDevice::Setup::report
-        Bus* bus = nullptr; ///< must outlive the pair; null: the bus of the computer's device tree
+        Bus* bus = nullptr; ///< must outlive the pair; null stands for the bus of the computer's device tree
     };
 
-    /// Both devices hold an older firmware and are not plugged in.
+    /// Both devices hold an older firmware and are not plugged in at first.
     SimulatedPair(SimulatedMachine& machine, const Setup& setup);
 
     SimulatedDevice& device(DeviceType type)

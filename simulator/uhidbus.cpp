@@ -127,7 +127,8 @@ private:
 
     static __u16 errorOf(Transfer outcome) { return outcome == Transfer::Done ? 0 : EIO; }
 
-    /// Ignores failures: they happen only after the interface has left, when nobody waits for an answer.
+    /// Sends @p event to the kernel. Ignores failures: they happen only after the interface has left, when
+    /// nobody waits for an answer.
     void send(const uhid_event& event) const { static_cast<void>(!::write(file, &event, sizeof(event))); }
 
     const HidInterface interface;
@@ -168,8 +169,9 @@ void UhidBus::detach(int port)
         const std::lock_guard<std::mutex> guard(mutex);
         leaving.swap(ports[port]);
     }
-    // When an interface leaves, the kernel drops an answer that the program has not fetched yet, so give the
-    // program time to fetch it. The wait is in real time, whatever clock the simulation uses.
+    // When an interface leaves, the kernel drops an answer that the program has not fetched yet. So this wait
+    // gives the program time to fetch the answer. The wait is in real time, whatever clock the simulation
+    // uses.
     std::this_thread::sleep_for(answerTime);
     for (const auto& interface : leaving)
         interface->leave();

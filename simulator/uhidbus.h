@@ -9,14 +9,16 @@
 #include "backgroundtasks.h"
 #include "bus.h"
 
-/// The HID bus of the Linux kernel that the program runs on: each interface is a USB HID device that is
-/// created through /dev/uhid. BusDevice::refusesOpen has no effect, because root may open every device.
+/// Plugs devices into the kernel of the Linux system that the program runs on. Each interface becomes a USB
+/// HID device that is created through /dev/uhid. BusDevice::refusesOpen has no effect, because root may open
+/// every device.
 ///
 /// The bus serves the reports of each interface on a thread of its own.
 class UhidBus : public Bus
 {
 public:
-    /// Why no device can be attached, such as "/dev/uhid: Permission denied"; empty if nothing prevents it.
+    /// @return why no device can be attached, such as "/dev/uhid: Permission denied"; empty if nothing
+    /// prevents it.
     static std::string obstacle();
 
     UhidBus() = default;

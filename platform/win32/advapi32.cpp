@@ -1,4 +1,4 @@
-// The service control manager.
+// Implements the functions of the service control manager on the current machine's services.
 
 #include <windows.h>
 
@@ -31,8 +31,8 @@ struct Service
 };
 using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
-/// The service behind @p handle; null, with the last error set, if there is none or the handle lacks the
-/// right @p access.
+/// @return the service that @p handle refers to. If the handle refers to no service, or lacks the right @p
+/// access, sets the last error and returns null.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
@@ -60,7 +60,8 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
     if (!HandleTable::get<ManagerObject>(handle))
-        return nullptr; // no check of access: every handle to the manager has the right to connect
+        // The handle's access is not checked, because every handle to the manager has the right to connect.
+        return nullptr;
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))
         return nullptr;
     return static_cast<SC_HANDLE>(
@@ -95,7 +96,7 @@ BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS ser
     SERVICE_STATUS_PROCESS status = {};
     if (!isSuccess(currentMachine().services->stop(service->name, status)))
         return FALSE;
-    // The members of SERVICE_STATUS are the first ones of SERVICE_STATUS_PROCESS.
+    // SERVICE_STATUS_PROCESS starts with the members of SERVICE_STATUS.
     std::memcpy(serviceStatus, &status, sizeof(*serviceStatus));
     return TRUE;
 }

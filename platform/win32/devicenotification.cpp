@@ -14,8 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. Broadcasts that are in progress when the registration ends still
-/// arrive. Only then can the value of the registration's handle be reused.
+/// A registration for device broadcasts. When the registration ends, broadcasts in progress still arrive.
+/// After the last of these broadcasts the value of the registration's handle can be reused.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -37,11 +37,11 @@ public:
         const auto recipient = std::dynamic_pointer_cast<WindowObject>(HandleTable::find(window));
         if (recipient && (event == DBT_DEVNODES_CHANGED || !message.data.empty()))
             return recipient->queue->send(std::move(message));
-        return message.handled.get_future(); // ready at once, since the message is not sent
+        return message.handled.get_future(); // the message is dropped, so the future is ready
     }
 
 protected:
-    /// The data that lParam points to; empty if this registration does not cover the event.
+    /// @return the data for the message's lParam; empty if this registration does not cover @p event.
     virtual Bytes dataOf(WPARAM event, const DeviceNode& node) const = 0;
 
 private:
@@ -112,7 +112,7 @@ private:
     }
 
     const HANDLE handle;
-    const DeviceNode* const watched; ///< only compared, never dereferenced
+    const DeviceNode* const watched; ///< only compared, never dereferenced, because it may dangle
 };
 
 HDEVNOTIFY watchInterfaces(HWND window, const DEV_BROADCAST_DEVICEINTERFACE_W& filter)

@@ -15,5 +15,5 @@ public:
     }
 
     const std::unique_ptr<DeviceFile> file;
-    std::mutex transfer; ///< held during each transfer of the file
+    std::mutex transfer; ///< locked during each transfer through `file`
 };

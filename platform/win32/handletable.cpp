@@ -8,21 +8,22 @@
 
 namespace {
 
-constexpr std::uintptr_t step = 4;      // programs may use the two low bits
-constexpr std::uintptr_t first = 0x100; // a process has some handles from the start
+constexpr std::uintptr_t step = 4;      // a handle's two low bits are 0; programs may use them
+constexpr std::uintptr_t first = 0x100; // lower values belong to handles that a process has from the start
 constexpr std::uintptr_t firstWindow = 0x10000;
 
 struct Table
 {
     std::mutex mutex;
     std::map<std::uintptr_t, std::shared_ptr<HandleObject>> objects;
-    std::map<std::uintptr_t, std::weak_ptr<const void>> held; ///< values of closed handles, and their holders
+    /// Maps the value of a closed handle to the object that prevents the value's reuse.
+    std::map<std::uintptr_t, std::weak_ptr<const void>> held;
     std::uintptr_t nextWindow = firstWindow;
 };
 
 Table& table()
 {
-    // Never destroyed: detached threads may still close handles while the process ends.
+    // The table is never destroyed, because detached threads may still close handles while the process ends.
     static auto* const instance = new Table;
     return *instance;
 }

@@ -4,13 +4,14 @@
 
 #include <windows.h>
 
-/// The object behind a handle. A function that expects another dynamic type fails.
+/// The object that a handle refers to. A function that expects an object of another class fails.
 class HandleObject
 {
 public:
     virtual ~HandleObject() = default;
 
-    /// After the handle is closed, its value is not reused as long as the returned object exists.
+    /// @return an object that reserves the handle's value: after the handle is closed, the value is not
+    /// reused as long as the object exists.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
@@ -19,7 +20,7 @@ class KernelObject : public HandleObject
 {
 };
 
-/// An object that only holds its content.
+/// An object of the class Kind that only holds a Content.
 template <typename Kind, typename Content>
 class ObjectWith : public Kind, public Content
 {
@@ -30,8 +31,9 @@ public:
     }
 };
 
-/// The process's handles: multiples of 4. The lowest free value is used next, so that a closed handle soon
-/// refers to another object, as on Windows. Callable on any thread.
+/// The process's handles. Their values are multiples of 4. A new handle gets the lowest free value, so that
+/// the value of a closed handle soon refers to another object, as on Windows. Any thread may call the
+/// functions.
 namespace HandleTable {
 
 HANDLE add(std::shared_ptr<HandleObject> object);
@@ -41,11 +43,13 @@ HANDLE addWindow(std::shared_ptr<HandleObject> window);
 
 std::shared_ptr<HandleObject> find(HANDLE handle);
 
-/// Removes @p handle if @p isKind accepts its object.
-/// @return the removed object; null, with ERROR_INVALID_HANDLE as last error, if there is none.
+/// Removes @p handle if @p isKind returns true for the handle's object.
+/// @return the removed object. If nothing was removed, sets the last error to ERROR_INVALID_HANDLE and
+/// returns null.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
-/// The object behind @p handle; null, with ERROR_INVALID_HANDLE as last error, if there is none of kind T.
+/// @return the object that @p handle refers to. If it is not a T, or there is none, sets the last error to
+/// ERROR_INVALID_HANDLE and returns null.
 template <typename T>
 std::shared_ptr<T> get(HANDLE handle)
 {
@@ -55,7 +59,7 @@ std::shared_ptr<T> get(HANDLE handle)
     return object;
 }
 
-/// remove() for the kind T.
+/// Calls remove() for an object of the class T.
 template <typename T>
 std::shared_ptr<HandleObject> take(HANDLE handle)
 {

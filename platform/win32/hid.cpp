@@ -1,4 +1,4 @@
-// The HID class driver and parser, and device control.
+// Implements the HID functions of Windows, and DeviceIoControl.
 
 #include <windows.h>
 
@@ -21,7 +21,8 @@ namespace {
 
 using PreparsedData = ObjectWith<HandleObject, HidCapabilities>;
 
-/// The HID function behind @p file; null, with the last error set, if there is none or the device is gone.
+/// @return the HID function of the device that @p file opened. If the device is gone or has no HID function,
+/// sets the last error and returns null.
 HidFunction* hidFunction(const FileObject& file)
 {
     if (!file.file->isConnected())
@@ -32,8 +33,8 @@ HidFunction* hidFunction(const FileObject& file)
     return function;
 }
 
-/// Calls @p perform(function, bytes) for one feature transfer with the device behind @p device. The transfer
-/// uses as many bytes of the buffer as the device's feature report has; the rest is ignored.
+/// Makes one feature transfer with the open @p device: calls @p perform with the device's HID function and
+/// the length of the device's feature report in bytes. The transfer ignores the rest of a longer buffer.
 template <typename Perform>
 bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)
 {

@@ -1,4 +1,5 @@
-// Errors, handles, events, threads, waiting, time, power, memory, modules, device files, text.
+// Implements the functions of kernel32 for errors, handles, events, threads, waiting, time, power, memory,
+// modules and device files, and the text function _wcsicmp.
 
 #include <windows.h>
 
@@ -31,12 +32,12 @@ struct WaitingRoom
 
 WaitingRoom& waitingRoom()
 {
-    static auto* const room = new WaitingRoom; // never destroyed: threads may outlive main()
+    static auto* const room = new WaitingRoom; // never destroyed, because threads may outlive main()
     return *room;
 }
 
 /// A kernel object that threads can wait for. All objects share one lock and one condition variable, so that
-/// a thread can wait for several of them.
+/// a thread can wait for several objects at once.
 class Waitable : public KernelObject
 {
 public:
@@ -55,10 +56,11 @@ public:
         waitingRoom().changed.notify_all();
     }
 
-    /// Called with the waiting lock held. @return whether this object satisfies a wait.
+    /// Call it with the waiting room locked. @return whether this object is signalled. If the object resets
+    /// automatically, the call also ends the signal.
     bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
 
-    /// Called after this object has satisfied a wait. The waiting lock is not held.
+    /// Called after this object has satisfied a wait, with the waiting room unlocked.
     virtual void waitEnded() {}
 
 private:
@@ -78,7 +80,8 @@ DWORD nextThreadId()
     return ++last;
 }
 
-thread_local DWORD currentThreadId = nextThreadId(); // CreateThread sets it before the thread's function runs
+/// CreateThread sets the identifier of a thread that it starts. Any other thread gets the next identifier.
+thread_local DWORD currentThreadId = nextThreadId();
 
 std::atomic<std::size_t> runningThreads{0};
 
@@ -112,8 +115,8 @@ class ModuleObject : public HandleObject
 {
 };
 
-/// Waits until @p condition returns true, but at most @p timeoutMs. Calls @p condition with the waiting lock
-/// held. @return false after the timeout.
+/// Waits until @p condition returns true, but at most @p timeoutMs. Calls @p condition with the waiting room
+/// locked. @return false after the timeout.
 template <typename Condition>
 bool waitUntil(DWORD timeoutMs, Condition condition)
 {
@@ -207,7 +210,7 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD timeoutMs)
 DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs)
 {
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || (waitAll && count > 1))
-        return fail(ERROR_INVALID_PARAMETER, WAIT_FAILED); // waiting for all is not modelled
+        return fail(ERROR_INVALID_PARAMETER, WAIT_FAILED); // waiting for all objects is not modelled
     if (count > 1 && !isServed(__func__))
         return WAIT_FAILED;
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
@@ -269,7 +272,7 @@ EXECUTION_STATE WINAPI SetThreadExecutionState(EXECUTION_STATE state)
     static const DWORD onlyThread = GetCurrentThreadId();
     Session* const session = currentMachine().session;
     if (GetCurrentThreadId() != onlyThread || !session)
-        return fail(ERROR_NOT_SUPPORTED); // the states of several threads are not modelled
+        return fail(ERROR_NOT_SUPPORTED); // only one thread's state is modelled, and only with a session
     const EXECUTION_STATE previous = session->required() | ES_CONTINUOUS;
     if (!session->require(state & ~ES_CONTINUOUS))
         return fail(ERROR_NOT_SUPPORTED);
@@ -322,7 +325,7 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode
                           DWORD creationDisposition, DWORD, HANDLE)
 {
     if (creationDisposition != OPEN_EXISTING)
-        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // devices are never created
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // a device can only be opened
     DWORD error = ERROR_SUCCESS;
     auto file = currentMachine().devices->open(fileName, desiredAccess, shareMode, error);
     if (!file)

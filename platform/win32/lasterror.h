@@ -5,7 +5,7 @@
 #include "callfaults.h"
 #include "machine.h"
 
-/// What most functions of the Windows interface return if they fail: FALSE, 0 or null.
+/// Converts to the value that most functions of the Windows interface return on failure: FALSE, 0 or null.
 struct Failure
 {
     template <typename Result>
@@ -15,14 +15,14 @@ struct Failure
     }
 };
 
-/// Sets the calling thread's last error.
+/// Sets the calling thread's last error and returns a value that converts to FALSE, 0 or null.
 inline Failure fail(DWORD error)
 {
     SetLastError(error);
     return {};
 }
 
-/// Sets the last error and returns @p result; for functions whose failure value is not FALSE, 0 or null.
+/// Sets the last error and returns @p result. For functions whose failure value is not FALSE, 0 or null.
 template <typename Result>
 Result fail(DWORD error, Result result)
 {
@@ -36,7 +36,8 @@ inline bool isSuccess(DWORD error)
     return error == ERROR_SUCCESS || fail(error);
 }
 
-/// Counts a call of @p function. @return whether the call may succeed; if not, the last error is set.
+/// Counts a call of the function named @p function. If a test makes this call fail, sets the last error and
+/// returns false.
 inline bool isServed(const char* function)
 {
     return isSuccess(currentMachine().faults->count(function).value_or(ERROR_SUCCESS));

@@ -12,11 +12,11 @@ struct Registry
 
 Registry& registry()
 {
-    static auto* const instance = new Registry; // never destroyed: threads may outlive main()
+    static auto* const instance = new Registry; // never destroyed, because threads may outlive main()
     return *instance;
 }
 
-/// A thread's queue; the end of the thread closes it.
+/// The queue of one thread. The end of the thread closes the queue.
 struct OwnQueue
 {
     const DWORD thread = GetCurrentThreadId();
@@ -96,5 +96,5 @@ void MessageQueue::close()
 {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
-    sent.clear(); // makes the futures of send() ready
+    sent.clear(); // makes the futures that send() returned ready
 }

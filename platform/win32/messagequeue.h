@@ -12,7 +12,7 @@
 
 #include "handletable.h"
 
-/// A message that another thread sends to a window. The receiver handles it in GetMessageW.
+/// A message that another thread sends to a window. The window's thread handles the message in GetMessageW.
 struct SentMessage
 {
     HWND window = nullptr;
@@ -29,15 +29,15 @@ class MessageQueue
 public:
     /// The calling thread's queue, created on first use.
     static std::shared_ptr<MessageQueue> ofCurrentThread();
-    /// The queue of another thread; null if that thread has none or has ended.
+    /// The queue of the thread @p threadId; null if the thread has no queue or has ended.
     static std::shared_ptr<MessageQueue> ofThread(DWORD threadId);
 
     void post(const MSG& message);
-    /// The result becomes ready when the message was handled or can no longer be handled.
+    /// @return a future that becomes ready when @p message was handled or can no longer be handled.
     std::future<void> send(SentMessage message);
-    /// Returns the next posted message, after a wait if necessary. Handles all sent messages first.
+    /// Returns the next posted message. Handles all sent messages first, and waits if no message is posted.
     MSG next();
-    /// Called when the thread ends. From then on the queue drops all messages.
+    /// Called when the thread ends. Drops the sent messages that wait in the queue, and all later ones.
     void close();
 
 private:
@@ -60,6 +60,6 @@ public:
     }
 
     const WNDPROC procedure;
-    std::vector<LONG_PTR> extra; ///< only the owning thread uses it
+    std::vector<LONG_PTR> extra; ///< the extra values; only the owning thread uses them
     const std::shared_ptr<MessageQueue> queue;
 };

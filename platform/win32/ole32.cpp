@@ -1,4 +1,4 @@
-// COM, and the audio system's objects.
+// Implements functions of COM, and the COM objects of the audio system.
 
 #include <windows.h>
 
@@ -17,13 +17,13 @@
 #include "policyconfiguration.h"
 #include "simulatedaudioendpoints.h"
 
-// COM interfaces have no destructor: a virtual one would take entries of the method table.
+// A COM interface has no virtual destructor, because that would add entries to the method table.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace {
 
 std::atomic<std::size_t> liveObjects{0};
-thread_local int initialisations = 0; // how often COM is initialised on this thread
+thread_local int initialisations = 0; // calls of OleInitialize on this thread, minus calls of OleUninitialize
 
 SimulatedAudioEndpoints& audio()
 {
@@ -36,8 +36,8 @@ LPWSTR newTaskString(const std::wstring& text)
     return wcsdup(text.c_str());
 }
 
-/// Serves a call of @p function that stores a result: clears @p output, then calls @p store unless the call
-/// must fail.
+/// Serves a call of the COM function named @p function: clears @p output and, if the audio system admits the
+/// call, calls @p store to fill @p output.
 template <typename Output, typename Store>
 HRESULT serve(const char* function, Output* output, Store store)
 {
@@ -46,8 +46,8 @@ HRESULT serve(const char* function, Output* output, Store store)
     return admitted == S_OK ? store() : admitted;
 }
 
-/// An object with one interface besides IUnknown. It holds a copy of the audio system's data that it shows.
-/// Its creator owns the first reference.
+/// A COM object with one interface besides IUnknown. The object shows a copy of the audio system's data. The
+/// creator owns the first reference.
 template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {
@@ -93,7 +93,7 @@ private:
     std::atomic<ULONG> references{1};
 };
 
-/// The properties of one endpoint, read-only.
+/// The read-only properties of one audio endpoint.
 class PropertyStore final : public ComObject<IPropertyStore, AudioEndpoint>
 {
 public:
@@ -106,7 +106,7 @@ public:
     {
         return serve(__func__, value, [&] {
             if (key != PKEY_DeviceInterface_FriendlyName)
-                return S_OK; // a property that the endpoint does not have is empty
+                return S_OK; // the endpoint has no other property, so the value is empty
             value->vt = VT_LPWSTR;
             value->pwszVal = newTaskString(shown.adapterName);
             return S_OK;
@@ -267,7 +267,7 @@ HRESULT WINAPI OleRun(LPUNKNOWN object)
         return E_INVALIDARG;
     if (initialisations == 0)
         return CO_E_NOTINITIALIZED;
-    return audio().admit(__func__); // the objects of this layer are always running
+    return audio().admit(__func__); // nothing to start, because the layer's objects always run
 }
 
 HRESULT WINAPI PropVariantClear(PROPVARIANT* value)

@@ -1,4 +1,4 @@
-// Device enumeration, and the configuration manager's wait.
+// Implements the device enumeration of setupapi, and cfgmgr32's wait for driver installations.
 
 #include <setupapi.h>
 
@@ -15,7 +15,8 @@
 
 namespace {
 
-/// The nodes that were present when the set was created. Callers' records hold a node's index plus 1.
+/// The nodes that were present when the device set was created. The records that callers pass hold a node's
+/// index plus 1.
 struct Nodes
 {
     std::shared_ptr<const DeviceNode> element(ULONG_PTR number) const
@@ -30,7 +31,7 @@ struct Nodes
 };
 using DeviceSet = ObjectWith<HandleObject, Nodes>;
 
-/// The node that @p device refers to; null, with the last error set, if there is none.
+/// @return the node that @p device refers to. If there is none, sets the last error and returns null.
 std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA* device)
 {
     const auto set = HandleTable::get<DeviceSet>(handle);
@@ -41,7 +42,8 @@ std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA*
     return set->element(device->Reserved);
 }
 
-/// Copies @p text with its terminator if it fits.
+/// Copies @p text with its terminator to @p buffer. If the buffer is too small, sets the last error and
+/// returns FALSE.
 BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes)
 {
     const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
@@ -51,8 +53,8 @@ BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes)
     return TRUE;
 }
 
-/// The value of a registry property; empty if the node does not have it. In a list each string ends with a
-/// null. copyText() adds the null that ends the list.
+/// @return the value of a registry property; empty if the node does not have the property. In a list each
+/// string ends with a null. copyText() adds the null that ends the list.
 std::wstring propertyOf(const DeviceNode& node, DWORD property)
 {
     switch (property) {
@@ -93,7 +95,7 @@ BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO handle, PSP_DEVINFO_DATA device
     if (!set)
         return FALSE;
     if (device)
-        return fail(ERROR_INVALID_PARAMETER); // the interfaces of one device are not modelled
+        return fail(ERROR_INVALID_PARAMETER); // an enumeration within one device is not modelled
     if (interfaceData->cbSize != sizeof(*interfaceData))
         return fail(ERROR_INVALID_USER_BUFFER);
     if (index >= set->nodes.size() || *interfaceClassGuid != set->interfaceClass)
@@ -112,7 +114,7 @@ BOOL WINAPI SetupDiGetDeviceInterfaceDetailW(HDEVINFO handle, PSP_DEVICE_INTERFA
     if (!set)
         return FALSE;
     if (device)
-        return fail(ERROR_INVALID_PARAMETER); // the device of an interface is not modelled
+        return fail(ERROR_INVALID_PARAMETER); // a query for the interface's device is not modelled
     if (interfaceData->cbSize != sizeof(*interfaceData) ||
         (detail ? detail->cbSize != sizeof(*detail) : detailSize != 0))
         return fail(ERROR_INVALID_USER_BUFFER);
@@ -149,7 +151,7 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA device
                                         DWORD instanceIdSize, PDWORD requiredSize)
 {
     if (requiredSize)
-        return fail(ERROR_INVALID_PARAMETER); // the required size is not modelled
+        return fail(ERROR_INVALID_PARAMETER); // a query for the required size is not modelled
     const auto node = nodeOf(handle, device);
     return node && isServed(__func__) &&
            copyText(node->instanceId, instanceId, instanceIdSize * sizeof(wchar_t));
@@ -160,7 +162,7 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA 
                                               PDWORD requiredSize)
 {
     if (propertyRegDataType || requiredSize)
-        return fail(ERROR_INVALID_PARAMETER); // neither type nor size are modelled
+        return fail(ERROR_INVALID_PARAMETER); // a query for the value's type or size is not modelled
     const auto node = nodeOf(handle, device);
     if (!node || !isServed(__func__))
         return FALSE;

@@ -1,9 +1,10 @@
-// Does what Qt does only on Windows: initialises COM on the GUI thread. Implements the functions of user32
+// Initialises COM on the GUI thread, which Qt itself does only on Windows. Implements the functions of user32
 // that take one of Qt's windows: those for the end of the session, and those for the system menu.
 //
-// Desktops here have no system menu, so it is a QMenu that sends WM_SYSCOMMAND to the window. Alt+Space opens
-// it, and so do the Menu key and a right click on the window's status bar or, while that is hidden, on the
-// window's free area. The menu's handle is its address. Qt's windows belong to the GUI thread.
+// Desktops on Linux have no system menu, so a QMenu replaces it and sends WM_SYSCOMMAND to the window.
+// Alt+Space opens the menu. So do the Menu key and a right click on the window's status bar or, while the
+// status bar is hidden, on the window's free area. The address of the QMenu is the menu's handle. Qt's
+// windows belong to the GUI thread.
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -19,7 +20,8 @@
 
 namespace {
 
-/// QWidget::nativeEvent is protected, but a derived class may form a pointer to it.
+/// Delivers messages to any window. QWidget::nativeEvent is protected, but a derived class may form a pointer
+/// to this function.
 struct NativeEvents : QWidget
 {
     static bool deliver(QWidget* window, MSG& message)
@@ -32,7 +34,7 @@ struct NativeEvents : QWidget
 
 void choose(QWidget* window, UINT command)
 {
-    constexpr WPARAM noise = 0x3; // the system uses the low four bits
+    constexpr WPARAM noise = 0x3; // the low four bits belong to the system
     MSG message = {};
     message.hwnd = reinterpret_cast<HWND>(window->winId());
     message.message = WM_SYSCOMMAND;
@@ -43,7 +45,7 @@ void choose(QWidget* window, UINT command)
 
 const auto menuName = QStringLiteral("systemMenu");
 
-/// The system menu of @p window; null if the program has not asked for it.
+/// The system menu of @p window; null if the program has not called GetSystemMenu for the window.
 QMenu* systemMenuOf(const QWidget* window)
 {
     return window->findChild<QMenu*>(menuName, Qt::FindDirectChildrenOnly);
@@ -54,20 +56,21 @@ void insertItem(QMenu& menu, int position, UINT command, const QString& text)
     auto* const item = new QAction(text, &menu);
     item->setData(command);
     QWidget* const window = menu.parentWidget();
-    // Queued so that the menu closes first, because the command may take long.
+    // The connection is queued so that the menu closes first, because the command may take long.
     QObject::connect(
         item, &QAction::triggered, window, [window, command] { choose(window, command); },
         Qt::QueuedConnection);
     menu.insertAction(menu.actions().value(position), item);
 }
 
-/// The desktop offers to move, size and minimise windows, so the menu starts with Close only.
+/// Makes the system menu of @p window. Its only item is Close, because the desktop itself offers to move,
+/// size and minimise windows.
 QMenu* newSystemMenu(QWidget* window)
 {
     auto* const menu = new QMenu(window);
     menu->setObjectName(menuName);
     menu->addSeparator();
-    // The program's catalogues contain the text.
+    // The program's translations contain this text.
     insertItem(*menu, 1, SC_CLOSE, QCoreApplication::translate("FlashingDialogClass", "Close"));
     return menu;
 }
@@ -94,7 +97,7 @@ public:
     }
 
 private:
-    /// Shows the window's system menu. @return false if the program has not asked for one.
+    /// Shows the window's system menu. @return false if the window has none.
     static bool popUp(const QWidget* window, const QPoint& position)
     {
         QMenu* const menu = systemMenuOf(window);
@@ -104,7 +107,8 @@ private:
     }
 };
 
-/// The window behind @p handle, if the calling thread owns it; otherwise null, with the last error set.
+/// @return the window with the handle @p handle. If there is none, or the calling thread does not own the
+/// window, sets the last error and returns null.
 QWidget* ownWindow(HWND handle)
 {
     if (QThread::currentThread() != QCoreApplication::instance()->thread())
@@ -117,8 +121,9 @@ QWidget* ownWindow(HWND handle)
 
 void install()
 {
-    static_cast<void>(OleInitialize(nullptr));                          // it cannot fail here
-    QCoreApplication* const application = QCoreApplication::instance(); // not yet a QApplication
+    static_cast<void>(OleInitialize(nullptr)); // the layer's OleInitialize cannot fail
+    // The application object is still under construction, so it is not yet a QApplication.
+    QCoreApplication* const application = QCoreApplication::instance();
     application->installEventFilter(new SystemMenuHelper(application));
 }
 

@@ -1,4 +1,4 @@
-// Processes.
+// Implements the functions of Windows that list, open and examine processes.
 
 #include <windows.h>
 
@@ -65,7 +65,7 @@ BOOL WINAPI Process32NextW(HANDLE handle, LPPROCESSENTRY32W entry)
 
 HANDLE WINAPI GetCurrentProcess()
 {
-    return INVALID_HANDLE_VALUE; // Windows uses the same number
+    return INVALID_HANDLE_VALUE; // the value of this pseudo handle on Windows
 }
 
 DWORD WINAPI GetCurrentProcessId()

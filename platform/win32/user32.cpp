@@ -1,4 +1,4 @@
-// Hidden windows and messages.
+// Implements the functions of user32 for hidden windows and for messages.
 
 #include <windows.h>
 
@@ -25,7 +25,8 @@ Classes& classes()
     return *instance;
 }
 
-/// The window behind @p handle; null, with the last error set, if the calling thread does not own it.
+/// @return the window with the handle @p handle. If the calling thread does not own such a window, sets the
+/// last error and returns null.
 std::shared_ptr<WindowObject> ownWindow(HWND handle)
 {
     auto window = HandleTable::get<WindowObject>(handle);
@@ -34,15 +35,15 @@ std::shared_ptr<WindowObject> ownWindow(HWND handle)
     return fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-/// The extra value at @p index of the window behind @p handle; null, with the last error set, if the window
-/// has no such value or the calling thread does not own it.
+/// @return the extra value at @p index of the window with the handle @p handle. If the window has no such
+/// value, or the calling thread does not own the window, sets the last error and returns null.
 LONG_PTR* extraValue(HWND handle, int index)
 {
     const auto window = ownWindow(handle);
     if (!window)
         return nullptr;
     if (index != 0 || window->extra.empty())
-        return fail(ERROR_INVALID_INDEX); // a second value is not modelled
+        return fail(ERROR_INVALID_INDEX); // only the value at index 0 is modelled
     return window->extra.data();
 }
 
@@ -79,7 +80,7 @@ HWND WINAPI CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR, DWORD, int, int, 
         return nullptr;
     const auto object = std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread());
     const auto window = static_cast<HWND>(HandleTable::addWindow(object));
-    // The layer passes no CREATESTRUCT.
+    // On Windows lParam points to a CREATESTRUCT. This layer passes none.
     if (object->procedure(window, WM_NCCREATE, 0, 0) && object->procedure(window, WM_CREATE, 0, 0) != -1)
         return window;
     DestroyWindow(window);
@@ -110,7 +111,8 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 
 LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
 {
-    return message == WM_DEVICECHANGE || message == WM_NCCREATE; // TRUE grants every query to remove a device
+    // TRUE allows the removal of a device, or the creation of the window.
+    return message == WM_DEVICECHANGE || message == WM_NCCREATE;
 }
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterMax)
@@ -123,7 +125,7 @@ BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT filterMin, UINT filterM
 
 LRESULT WINAPI DispatchMessageW(const MSG*)
 {
-    return 0; // messages are posted to threads only, never to windows
+    return 0; // nothing to dispatch, because messages are posted to threads only, never to windows
 }
 
 BOOL WINAPI PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam)

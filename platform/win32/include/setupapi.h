@@ -3,6 +3,6 @@
 
 #include <windows.h>
 
-#define _WIN64 1 // selects how records are packed
+#define _WIN64 1 // makes the header pack records as on 64-bit Windows
 #include_next <setupapi.h>
 #undef _WIN64

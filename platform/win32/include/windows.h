@@ -1,8 +1,9 @@
-// Makes mingw-w64's header fit a compiler for this system. See docs/architecture.md, "The headers".
+// Makes the <windows.h> of mingw-w64 fit a compiler for this system. See docs/architecture.md, "The headers".
 #pragma once
 #pragma GCC system_header
 
-// Selects a target whose "long" has 64 bits, and defines the keywords of a compiler for Windows as empty.
+// The first two macros select a target whose "long" has 64 bits. The others make the keywords of a compiler
+// for Windows empty.
 #define __CYGWIN__ 1
 #define _WIN64 1
 #define __cdecl
@@ -11,7 +12,7 @@
 
 #include_next <windows.h>
 
-// To other libraries these mean that the program runs on Windows.
+// Other libraries would conclude from these macros that the program runs on Windows.
 #undef __CYGWIN__
 #undef _WIN64
 #undef WIN32
