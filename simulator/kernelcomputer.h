@@ -8,17 +8,17 @@
 #include "simulatedmachine.h"
 #include "uhidbus.h"
 
-/// A computer that is simulated except for the devices and the user's session: they are those of the Linux
-/// system that the program runs on. Its bus plugs devices into the kernel.
+/// A simulated computer with the devices and the user's session of the Linux system that the program runs on.
+/// bus() plugs devices into the kernel of that system.
 class KernelComputer
 {
 public:
-    /// @param otherwise  provides everything but the devices and the session; must outlive this object.
-    /// @param log        see LinuxDeviceTree and LoginSession.
-    KernelComputer(SimulatedMachine& otherwise, const std::function<void(const std::string&)>& log)
+    /// @param base  provides everything but the devices and the session; must outlive this object.
+    /// @param log   see LinuxDeviceTree and LoginSession.
+    KernelComputer(SimulatedMachine& base, const std::function<void(const std::string&)>& log)
         : devices(log)
         , userSession(log)
-        , machine(otherwise)
+        , machine(base)
     {
         machine.devices = &devices;
         machine.session = &userSession;
