@@ -1,8 +1,9 @@
-# Sourced by the scripts that check the packages, on Wine and on the Linux kernel.
+# Defines the functions check and within, and counts failed checks. Sourced by the scripts that check the packages, on
+# Wine and on the Linux kernel.
 
 failures=0
 
-# check SENTENCE COMMAND...: prints the sentence and whether the command succeeds; counts failures.
+# check SENTENCE COMMAND...: runs the command, prints the sentence and whether the command succeeds; counts failures.
 check() {
     sentence=$1
     shift

@@ -1,9 +1,9 @@
 #!/bin/sh
-# release.sh [--dry-run]: builds both packages, checks them, runs tests and benchmarks, and collects everything that a
-# release consists of in build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and
-# REPORT.md. Refuses to make a release if the tree has changes or one of these is missing: a new version, a licence, a
-# real address, UPDATER_SIGN (the command that signs the Windows programs). A dry run only reports these obstacles.
-# Either kind of run fails if a check fails or cannot run.
+# release.sh [--dry-run]: builds and checks both packages, and runs tests and benchmarks. Then collects in build/report
+# everything that a release consists of: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and
+# REPORT.md. Refuses to make a release if the tree has uncommitted changes or one of these is missing: a new version,
+# a licence, a real address, UPDATER_SIGN (the command that signs the Windows programs). A dry run lists these obstacles
+# in REPORT.md and continues. Both kinds of run fail if a check fails or cannot run.
 set -e
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -30,7 +30,7 @@ obstacles() {
     [ -n "${UPDATER_SIGN:-}" ] || echo "UPDATER_SIGN is not set: the Windows programs would not be signed."
 }
 
-# step NAME COMMAND...: runs the command and records its time; the command's output goes to NAME.log.
+# step NAME COMMAND...: runs the command with its output in NAME.log, and records how long the command takes.
 step() {
     name=$1
     shift
@@ -42,12 +42,12 @@ step() {
     echo "$name: $(($(date +%s) - start)) s" | tee -a "$report/times"
 }
 
-# checked NAME: fails unless the log of the step NAME has a check that holds and no check that failed.
+# checked NAME: fails if a check in the log of the step NAME failed, or if the log has no check that holds.
 checked() {
     grep -q '^holds: ' "$logs/$1.log" && ! grep -q '^FAILED: ' "$logs/$1.log" || fail "$1 did not run all its checks."
 }
 
-# row NAME COMMAND...: prints a row of the report's first table; the command prints the value.
+# row NAME COMMAND...: prints a row of the report's first table: the name, and what the command prints.
 row() {
     name=$1
     shift

@@ -1,17 +1,17 @@
 #!/bin/sh
-# Builds the Debian package into build/linux and checks it with lintian, the desktop's validators and readelf. The same
-# sources give the same package, byte for byte, in any folder.
+# Builds the Debian package into build/linux and checks it with lintian, the desktop's validators and readelf. Each
+# build of the same sources makes the same package, byte for byte, in any folder.
 set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
 
 # shellcheck disable=SC2086
 install_packages $build_packages $package_packages
-# All files get the date of the last commit, or of CHANGELOG.md if the sources come without their history.
+# All files get the date of the last commit. If the sources have no git history, they get the date of CHANGELOG.md.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
-export CCACHE_BASEDIR= # ccache would compile with relative paths, which the prefix map does not replace
-rm -rf build/package build/linux # the compiled files contain the date
+export CCACHE_BASEDIR= # otherwise ccache would use relative paths, which the prefix map does not replace
+rm -rf build/package build/linux # compiled files contain the date of their commit
 cmake --preset package
 cmake --build --preset package
 cpack --config build/package/CPackConfig.cmake -B build/linux

@@ -1,24 +1,25 @@
-# Sourced at the root of the sources, after scripts/packages.sh, by the scripts that check the packages. Makes Debian
-# systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its processor,
-# so it runs 32-bit programs on every computer.
+# Makes Debian systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its
+# processor, so it runs 32-bit programs on every computer. The scripts that check the packages source this file at the
+# root of the sources, after scripts/packages.sh.
 #
-# machine_install                      Installs what the functions below need on this computer, and fetches the kernel.
+# machine_install                      Installs the programs that the functions below need, and downloads the kernel.
 # machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
-#       Makes a Debian of this computer's release in FOLDER, unless a call with the same arguments already did. The
-#       shell commands BEFORE and AFTER run in that Debian before and after PACKAGES are installed. Messages go to
-#       FOLDER.log.
-# machine_enter FOLDER COMMAND...      Runs a command in the Debian in FOLDER, in new namespaces: when the command ends,
-#                                      all processes that it started end too.
+#       Makes a Debian system in FOLDER, of the same release as this computer's. Does nothing if an earlier call with
+#       the same arguments has made the system. In the new system, runs the shell commands BEFORE, installs PACKAGES,
+#       and runs the shell commands AFTER. Messages go to FOLDER.log.
+# machine_enter FOLDER COMMAND...      Runs COMMAND in the Debian system in FOLDER, in new namespaces. All processes
+#                                      that COMMAND started end with COMMAND.
 # machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
 # machine_boot IMAGE LOG LIMIT_S FIRST [PARAMETER...]
-#       Boots the disk. FIRST, a program on the disk (/sbin/init, or a script with execute permission), runs as
-#       process 1, with only the root file system and /dev mounted; the kernel gets PARAMETER... The machine stops
-#       when it powers off or process 1 exits, or after LIMIT_S seconds. machine_output gets what is printed on
-#       /dev/console (/dev/ttyS0). Succeeds if exactly one line of LOG is "checks: all hold".
-# machine_output LOG                   Writes the standard input to LOG. At once, it also writes the lines of checks.sh
-#                                      and lines that start with "| " to the standard output.
-# machine_take IMAGE FOLDER TARGET     Copies a folder out of the image of a stopped machine, to TARGET/basename.
-# machine_modules FOLDER               Copies the kernel's modules into a Debian in FOLDER, for modprobe.
+#       Boots the disk IMAGE and passes each PARAMETER to the kernel. FIRST is a program on the disk: /sbin/init, or a
+#       script with execute permission. FIRST runs as process 1, with only the root file system and /dev mounted. The
+#       machine stops when it powers off, when FIRST exits, or after LIMIT_S seconds. Everything that is printed on
+#       /dev/console (/dev/ttyS0) goes through machine_output to LOG. Succeeds if exactly one line of LOG is
+#       "checks: all hold".
+# machine_output LOG                   Writes the standard input to LOG. Lines that start with "holds:", "FAILED:",
+#                                      "checks:" or "| " also go to the standard output, as soon as they arrive.
+# machine_take IMAGE FOLDER TARGET     Copies FOLDER from the disk image of a stopped machine into the folder TARGET.
+# machine_modules FOLDER               Copies the kernel's modules into the Debian system in FOLDER, for modprobe.
 
 machine_cache=${UPDATER_MACHINE_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-machine}
 
@@ -47,7 +48,7 @@ machine_fetch_kernel() (
     rm -r new
 )
 
-# Makes the initial RAM disk, which mounts the root disk.
+# Makes the initial RAM disk, whose script "init" mounts the root disk.
 machine_make_initial_disk() (
     set -e
     disk=$machine_cache/disk
@@ -90,7 +91,7 @@ machine_debian() (
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
-    # Uses the release's repository only, without later updates, so that the package lists of two architectures match.
+    # Uses only the release's repository, without later updates, so that the package lists of all architectures match.
     as_root debootstrap --variant=minbase "$release" "$folder" "$repository" >"$folder.log" 2>&1 &&
         machine_enter "$folder" sh -ec "$before
             apt-get update
@@ -112,7 +113,7 @@ machine_disk() (
 machine_boot() (
     image=$1 log=$2 limit_s=$3 first=$4
     shift 4
-    # Wine's programs write sequences that control a terminal; sed removes them.
+    # Programs under Wine print control sequences for a terminal; sed removes these sequences.
     # shellcheck disable=SC2094
     timeout "$limit_s" qemu-system-x86_64 -accel tcg,thread=multi -cpu qemu64 -smp 2 -m 2048 -no-reboot -nic none \
         -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \

@@ -45,7 +45,7 @@ CommandedDevice::CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOpt
 SimulatedDevice::Setup CommandedDevice::setup(const ImageOptions& wanted, int chipId, int revision) const
 {
     ImageOptions installed = wanted;
-    installed.version = "1.0.0.20240131.1207"; // so long that it takes two rows of an answer
+    installed.version = "1.0.0.20240131.1207"; // this version takes two rows of 16 bytes in an answer
     installed.seed = 99;
     const int port = type == DeviceType::Transmitter ? 1 : 2;
     return {type, chipId, revision, ImageBuilder::build(installed), port, report};

@@ -7,7 +7,7 @@
 #include "imagebuilder.h"
 #include "simulateddevice.h"
 
-/// Prints @p text after the seconds since the start. Thread-safe.
+/// Prints the seconds since the first call of report(), and then @p text. Thread-safe.
 void report(const std::string& text);
 
 /// A simulated transmitter or headset, and its new image. At first the device is unplugged and holds an older
@@ -18,7 +18,7 @@ public:
     CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOptions& wanted, int chipId, int revision);
 
     /// Executes a command of CommandedPair for this device.
-    /// @return false if there is no such command.
+    /// @return false if the command or one of its operands is invalid.
     bool execute(const std::string& verb, std::istream& operands);
 
     const DeviceType type;
@@ -40,20 +40,20 @@ private:
 ///
 ///     plug [DEVICE]
 ///     unplug [DEVICE]
-///     count [DEVICE]                counts transfers from 1 again, disarms the fault, and prints each phase
-///                                   again at the phase's next transfer
-///     fault DEVICE NAME TRANSFER    arms a fault of the bench
+///     count [DEVICE]                disarms the fault, counts transfers from 1 again, and prints each phase
+///                                   again when the phase has its next transfer
+///     fault DEVICE NAME TRANSFER    arms the bench's fault NAME, which strikes at transfer TRANSFER or later
 ///     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
 ///     expectation                   prints how an update with the armed faults must have ended
 ///     verdict                       prints versions, and whether each memory equals its image
 ///
-/// DEVICE is "transmitter" or "headset". Commands without it are for both devices.
+/// DEVICE is "transmitter" or "headset". A command without DEVICE is for both devices.
 class CommandedPair
 {
 public:
     CommandedPair(Bus& bus, int generation, int chipId, int revision, std::size_t imageBytes);
 
-    /// @return false if there is no such command.
+    /// @return false if the command or one of its operands is invalid.
     bool execute(const std::string& command);
 
     CommandedDevice transmitter;

@@ -1,5 +1,5 @@
-# Run by check.sh in the bare Debian: installs the package, starts the program on an X server, and purges the package,
-# but not the packages that it depends on.
+# Installs the package, starts the program on an X server, and purges the package, but not its dependencies. check.sh
+# runs this script in the bare Debian.
 cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive

@@ -1,6 +1,6 @@
 // pair ARCHIVE: simulates a transmitter and a headset on the kernel's HID bus, and a laptop's lid. Writes a
 // firmware archive for the pair to the file ARCHIVE. Reads commands from the standard input, one per line:
-// those of CommandedPair, and "close" and "open" for the lid.
+// the commands of CommandedPair, and "close" and "open", which move the lid.
 #include <cstring>
 #include <iostream>
 
@@ -16,7 +16,7 @@
 namespace {
 
 /// Adds an open lid to the computer: an input device with a lid switch.
-/// @return the file of the device, which exists until the program ends.
+/// @return the open descriptor of this device. The device exists until the program ends.
 int addLid()
 {
     const int file = ::open("/dev/uinput", O_WRONLY | O_CLOEXEC);
@@ -30,6 +30,7 @@ int addLid()
     return file;
 }
 
+/// Closes or opens the lid. @p file is the descriptor that addLid() returned.
 /// @return false if @p command is neither "close" nor "open", or if the kernel refuses the change.
 bool moveLid(int file, const std::string& command)
 {
@@ -53,7 +54,7 @@ int main(int argc, char* argv[])
         report(argc != 2 ? "usage: pair ARCHIVE" : obstacle);
         return 1;
     }
-    constexpr std::size_t imageBytes = 131072; // large enough for the user to act during the update
+    constexpr std::size_t imageBytes = 131072; // so large that user.sh has time to act during the update
     UhidBus bus;
     CommandedPair pair(bus, 1, 12, 2, imageBytes);
     if (!ArchiveBuilder::write(

@@ -9,7 +9,7 @@ cycles() {
     done
 }
 count() { grep -c "$1: identify from transfer" pair.log; }
-# remember: counts how often each device has been identified; call it while both are unplugged.
+# remember: stores how often each device has been identified so far. Call remember while both devices are unplugged.
 # identified_again: whether both devices have been identified since the last call of remember.
 remember() {
     echo count >&3
@@ -47,7 +47,7 @@ check "the program still runs" runs plugging
 end_program plugging
 unplug
 
-# Starts a program with a small socket buffer, which holds only a few events.
+# Starts the program with a socket buffer so small that it holds only a few events.
 socket_bytes() { echo "$1" | tee /proc/sys/net/core/rmem_default >/proc/sys/net/core/rmem_max; }
 usual=$(cat /proc/sys/net/core/rmem_max)
 socket_bytes 8192

@@ -1,6 +1,6 @@
-# Run in the virtual machine: checks the updater with the kernel's HID drivers, udev and logind. Prints a line for each
-# check, and the log of a failed run with "| " before each line. The last line is "checks: all hold" or the number of
-# checks that do not hold.
+# Checks the updater with the kernel's HID drivers, udev and logind. check.service runs this script in the virtual
+# machine. Prints a line for each check, and the log of a failed run with "| " before each line. The last line is
+# "checks: all hold" or the number of checks that do not hold.
 cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive
@@ -8,13 +8,13 @@ program=zefo-vynt-firmware-update
 mkdir -p /run/check pictures
 
 seconds() { cut -d ' ' -f 1 /proc/uptime; }
-# note TEXT...: prints an event and its time, without checking anything.
+# note TEXT...: prints the text and the seconds since the machine started. Checks nothing.
 note() { echo "| $(seconds) s: $*"; }
 
 # as_user COMMAND: runs the command in the background, in the session of the user at the screen.
 as_user() { echo "$1" >/run/user/1000/commands; }
 
-# start_pair: starts the program that simulates the pair; its commands go to descriptor 3.
+# start_pair: starts the program that simulates the pair. Commands for this program are written to descriptor 3.
 start_pair() {
     mkfifo commands
     ./pair /home/user/firmware.zip <commands >pair.log 2>&1 &
@@ -49,7 +49,7 @@ end_program() {
     kill "$(process_of "$1")"
     within 30 ended "$1"
 }
-# logged NAME PATTERN: whether a line in the log of the run NAME matches.
+# logged NAME PATTERN: whether the log of the run NAME has a line that matches the pattern.
 logged() { grep -qE -- "$2" "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt 2>/dev/null; }
 show_log() { sed 's/^/| /' "/home/user/$1"/ZEFO_VYNT_Firmware_Update_Logs/*.txt; }
 

@@ -1,9 +1,9 @@
-# Runs the bench on the kernel's HID bus, as root: whole updates of both generations, and what a user does after a
-# fault. Sourced by run.sh.
+# Runs the bench as root on the kernel's HID bus: whole updates of both generations, and updates with a fault, after
+# which the bench acts like a user. Sourced by run.sh.
 
 . /check/settings # sets rows and seed
 
-# bench NAME ARGUMENT...: runs the bench, which drives the updater and judges the result; its log goes to NAME.log.
+# bench NAME ARGUMENT...: runs the bench, which drives the updater and judges the result. The output goes to NAME.log.
 bench() {
     name=$1
     shift
@@ -16,7 +16,7 @@ bench() {
 # logs NAME TEXT: whether NAME.log contains the text.
 logs() { grep -qF -- "$2" "$1.log"; }
 
-# equal NAME COUNT: whether NAME.log has COUNT updates after which the memory equals the image.
+# equal NAME COUNT: whether NAME.log says exactly COUNT times that a device's memory equals its image after an update.
 equal() { [ "$(grep -c 'verdict: .* bytes compared, equal, no error' "$1.log")" -eq "$2" ]; }
 
 check "generation 1: a whole update of both at once" bench generation-1 --speed 4 --generation 1
@@ -24,7 +24,8 @@ check "generation 1: bytes equal" equal generation-1 2
 check "generation 2: a whole update of both at once" bench generation-2 --speed 4 --generation 2
 check "generation 2: bytes equal" equal generation-2 2
 
-# The fault comes early in a long download, because a loss that is noticed after the last commit counts as a success.
+# The fault comes early in a long download. If the updater noticed the loss of the device only after the last commit,
+# the update would count as a success.
 check "the cable is pulled during an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20
 check "the cable was pulled in the download" logs vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" logs vanish "screen: failure report"

@@ -1,11 +1,11 @@
-# Does what a user does with the package and the program, by keyboard. Sourced by run.sh.
+# Installs the package and updates both devices by keyboard, as a user does. Sourced by run.sh.
 
 key() { as_user "xdotool key --clearmodifiers $1"; }
 window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }
 no_window() { ! window "$1"; }
 picture() { import -window root "pictures/$1.png"; }
 
-# press CONDITION...: presses one button after the other until the condition holds.
+# press CONDITION...: presses the window's buttons, one after the other, until the command CONDITION... succeeds.
 press() {
     for _ in 1 2 3 4 5 6; do
         sleep 2 # a new screen ignores keys that arrive too early
@@ -13,7 +13,7 @@ press() {
         within 20 "$@" && return 0
         if window Open; then
             key Escape
-            within 20 no_window Open # otherwise it would receive the next key
+            within 20 no_window Open # an open file dialog would receive the next key
         fi
         key Tab
     done
@@ -36,7 +36,7 @@ equal_memories_are() { [ "$(grep -c 'bytes compared, equal' pair.log)" -eq "$1" 
 memories_are_equal() { echo verdict >&3 && within 20 equal_memories_are 2; }
 suspended() { [ -s /run/check/suspended ]; }
 suspended_after_both() { [ "$(sort -n /run/check/suspended | head -n 1)" = 2 ]; }
-# Installs the package with a higher version number, as if it were the next release.
+# upgrade: installs the same package with a higher version number, as if it were the next release.
 upgrade() {
     dpkg-deb --raw-extract /check/*.deb next &&
         sed -i 's/^Version: .*/&+1/' next/DEBIAN/control &&
@@ -51,7 +51,7 @@ install() { dpkg --install --force-unsafe-io /check/*.deb >install.log; }
 check "the package is installed" install
 check "now the user may open the devices without plugging them in again" within 30 user_may_open
 
-# At first another program holds the devices.
+# Another program, sleep, holds the devices before the updater starts.
 for node in $(nodes); do
     flock --exclusive --no-fork "$node" sleep infinity &
     holders="$holders $!"
