@@ -27,7 +27,7 @@ public:
     void setDeviceName(const QString& name);
 
     /// Shows @p text as plain text that the user can select. The text also becomes the accessible description
-    /// of both buttons, so a screen reader reads it whichever widget of the page has the focus.
+    /// of both buttons, so a screen reader reads the text whichever widget of the page has the focus.
     void setText(const QString& text);
 
     /// Shows the picture at @p path, scaled down in proportion if it does not fit the page's present width.

@@ -24,7 +24,7 @@ bool pressesButton(const QKeyEvent& key, QWidget* widget)
         return true;
     case Qt::Key_Space:
     case Qt::Key_Select:
-        // Alt+Space opens the system menu.
+        // Alt+Space opens the system menu and presses no button.
         return qobject_cast<QAbstractButton*>(widget) && !key.modifiers().testFlag(Qt::AltModifier);
     default:
         return false;

@@ -24,7 +24,8 @@ public:
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();
-    /// Shows what an update would do under @p rules, and what prevents an update.
+    /// Shows which versions an update would write under @p rules, what prevents an update, and the device's
+    /// name.
     void showOutlook(const Compatibility& rules);
 
 private:

@@ -233,7 +233,7 @@ void MainWindow::runUpdate(FlashingDialog& dialog)
         showFailureReport(dialog.errors());
 }
 
-/// Keeps the main page but shows both devices as disconnected, until the restarted detection reports them.
+/// Keeps the main page, but shows each device as disconnected until the restarted detection reports it.
 void MainWindow::returnFromCancelledUpdate()
 {
     labels->showDisconnected(DeviceType::Transmitter);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Removes the low four bits of a WM_SYSCOMMAND's wParam, which Windows uses internally.
+/// This mask removes the low four bits of a WM_SYSCOMMAND's wParam, which Windows uses internally.
 constexpr WPARAM commandMask = 0xFFF0;
 
 UINT insertPosition(HMENU menu)

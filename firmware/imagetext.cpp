@@ -63,7 +63,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // a branch, so the processor need not wait for the line's length
+    if (tail[0] == lineEnd) // a branch is faster, because the processor predicts the line's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;

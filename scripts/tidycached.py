@@ -87,7 +87,7 @@ def main():
             else:
                 unknown.append(source)
         print(f"clang-tidy: {len(sources)} sources of {build}, {len(unknown)} to check", flush=True)
-        # Starts with the source that was changed last.
+        # Checks recently changed sources first.
         unknown.sort(key=os.path.getmtime, reverse=True)
 
         def check(source):

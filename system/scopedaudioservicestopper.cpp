@@ -113,7 +113,7 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @param startTick  when the time limit started, which all dependent services share.
+/// @param startTick  the tick count at the start of the time limit, which all dependent services share.
 /// @return whether the service has stopped.
 bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {

@@ -24,7 +24,8 @@ public:
     /// stop, the remaining dependent services are skipped, and the audio service still gets the stop control.
     void stop();
 
-    /// Starts the audio service if it is stopped, or stopping once it has stopped. Waits until the service
-    /// runs, but gives up if its check point does not grow within its wait hint.
+    /// Starts the audio service if it is stopped. If the service is stopping, waits first until it has
+    /// stopped. After the start, waits until the service runs. Each wait gives up if the service's check
+    /// point does not grow within its wait hint.
     void start();
 };
