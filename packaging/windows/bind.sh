@@ -6,7 +6,7 @@ set -e
 program=$1
 tools=i686-w64-mingw32
 
-# little_endian VALUE: prints the value as four bytes, the lowest first.
+# little_endian VALUE: prints the value as four bytes, the least significant byte first.
 little_endian() {
     for shift in 0 8 16 24; do
         # shellcheck disable=SC2059
@@ -14,7 +14,7 @@ little_endian() {
     done
 }
 
-# number_at OFFSET: prints the number that the four bytes at the offset hold.
+# number_at OFFSET: prints the number in the four bytes at that offset of the program's file.
 number_at() {
     od -An -v -j "$1" -N 4 -t u4 "$program" | tr -d ' '
 }

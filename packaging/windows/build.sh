@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds Qt and QuaZip as static libraries from the distribution's source packages and keeps them in a cache folder.
 # Then builds the updater for Windows and its self-extracting package.
-# UPDATER_SIGN is the command that signs a file; the file's name is appended to it. If it is not set, nothing is signed.
+# UPDATER_SIGN is the command that signs a file; the file's name is appended. Without UPDATER_SIGN nothing is signed.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
@@ -28,12 +28,12 @@ qt_options="-opensource -confirm-license -xplatform win32-g++ -device-option CRO
     $(printf -- "-no-feature-%s " $unused)"
 # Keeps the names of this machine's folders out of the program.
 prefix_map=-ffile-prefix-map=$cache=.
-# The installation folder that Qt's configuration names; it exists on no machine.
+# Qt's configuration contains this installation folder, which exists on no machine.
 qt_prefix=/zefo-vynt-windows/qt
 quazip_options="-DCMAKE_BUILD_TYPE=MinSizeRel -DBUILD_SHARED_LIBS=OFF -DQUAZIP_BZIP2=OFF -DQUAZIP_FETCH_LIBS=OFF"
 
-# source_package NAME: unpacks the distribution's source package to $cache/src/NAME, unless that folder exists. The
-# machine's list of repositories may lack source packages, so this function derives from it a list that has them.
+# source_package NAME: downloads the distribution's source package and unpacks it to $cache/src/NAME, unless that folder
+# exists. The machine's list of repositories may lack source packages, so this function makes another list with them.
 source_package() {
     [ ! -d "$cache/src/$1" ] || return 0
     mkdir -p "$cache/apt/lists/partial" "$cache/apt/none" "$cache/src"
@@ -50,7 +50,8 @@ source_package() {
     dpkg-source -x "$cache/src/${name}_"*.dsc "$cache/src/$name"
 }
 
-# recipe SOURCE OPTIONS: prints everything that a library depends on: version of the sources, compiler, options.
+# recipe SOURCE OPTIONS: prints everything that the build of a library depends on: the version of the sources in the
+# folder SOURCE, the compiler, and the options.
 recipe() {
     (cd "$1" && dpkg-parsechangelog -S Source && dpkg-parsechangelog -S Version)
     dpkg-query -W g++-mingw-w64-i686-posix mingw-w64-i686-dev libz-mingw-w64-dev
@@ -68,11 +69,11 @@ build_qt() {
     ! made qt "$qt_recipe" || return 0
     rm -rf "$cache/qt" "$cache/build-qt"
     mkdir -p "$cache/bin" "$cache/build-qt"
-    # Qt's build calls the compiler by a name without the thread model.
+    # Qt's build calls the compiler by a name without the thread model ("-posix"). The links have that name.
     for tool in gcc g++; do
         ln -sf "$(command -v $target-$tool-posix)" "$cache/bin/$target-$tool"
     done
-    # Removes the line because a style includes this header even if the dialog is left out.
+    # Removes a line, because a style of Qt includes the input dialog's header even if the dialog is left out.
     sed -i '/#include <qinputdialog.h>/d' "$qt_source/src/plugins/styles/windowsvista/qwindowsvistastyle_p_p.h"
     echo "Building Qt; messages go to $cache/qt.log"
     # shellcheck disable=SC2086
@@ -89,7 +90,8 @@ build_quazip() {
     source_package libquazip1-qt5
     quazip_recipe=$(recipe "$quazip_source" "$quazip_options" && echo "$qt_recipe")
     ! made quazip "$quazip_recipe" || return 0
-    # This Qt has no network library. Only QuaZip's tests use it, but Qt's CMake files treat its absence as an error.
+    # This build of Qt has no network library. Only QuaZip's tests use that library, but Qt's CMake files report an
+    # error if it is missing.
     sed -i 's/OPTIONAL_COMPONENTS Network Test)/)/' "$quazip_source/CMakeLists.txt"
     rm -rf "$cache/quazip" "$cache/build-quazip"
     # shellcheck disable=SC2086
@@ -101,7 +103,7 @@ build_quazip() {
     echo "$quazip_recipe" >"$cache/quazip.recipe"
 }
 
-# self_contained PROGRAM: fails if the program needs a DLL that belongs to the compiler or a library instead of Windows.
+# self_contained PROGRAM: fails if the program needs a DLL of the compiler or of a library, which users do not have.
 self_contained() {
     for dll in $($target-objdump -p "$1" | sed -n 's/^\s*DLL Name: //p'); do
         [ -z "$(find "/usr/$target" "/usr/lib/gcc/$target" -iname "$dll")" ] ||

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Exit status 0 if the cache has the libraries of the Windows program and the Debian with Wine. Otherwise prints the
-# first part that is missing. Making the parts takes longer than all other checks together.
+# Checks whether the cache has the libraries of the Windows program and the Debian with Wine. Exit status 0 if it has
+# them; otherwise prints the first missing part. Making these parts takes longer than all other checks together.
 cd "$(dirname "$0")/../.." || exit 1
 . packaging/windows/common.sh >/dev/null
 for part in qt.recipe quazip.recipe wine/ready wine/prefix.sh; do

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Runs what build.sh made under Wine. Wine is an implementation of Windows that knows nothing of this program. Wine and
-# an X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the checks run in
-# namespaces of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check prints a line; the
-# exit status is 0 if all checks hold. Pictures and logs go to build/windows/check.
+# Checks the programs that build.sh made. Runs them under Wine, an implementation of Windows that knows nothing of these
+# programs. Wine and an X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the
+# checks run in namespaces of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check
+# prints a line; the exit status is 0 if all checks hold. Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
@@ -20,8 +20,8 @@ seed=${UPDATER_SEED:-$(date +%s)} # draws the faults of matrix.sh
 
 [ -f "$released" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
 
-# runs_32_bit: whether this machine runs 32-bit programs. Tries a very small one: an ELF header, one program header, and
-# nine bytes that exit with status 32.
+# runs_32_bit: whether this machine runs 32-bit programs. Tries a very small program: an ELF header, one program header,
+# and nine bytes of code that exit with status 32.
 runs_32_bit() {
     probe=$cache/runs-32-bit
     {
@@ -36,21 +36,21 @@ runs_32_bit() {
     [ "$status" -eq 32 ]
 }
 
-# run SCRIPT LOG: runs the script in the Debian with Wine. Succeeds if all its checks hold.
+# run SCRIPT LOG: runs the script in the Debian with Wine and writes its output to LOG. Succeeds if all checks hold.
 run() {
     if [ -n "$emulated" ]; then
         machine_disk "$image" "$root" 1000
         machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
     else
-        # Uses one processor: a transfer passes through five processes, and waking another processor for each process
-        # takes longer than all their work.
+        # Uses one processor, because a transfer passes through five processes. Waking another processor for each
+        # process would take longer than the work of all five.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
         machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 | machine_output "$2"
         grep -q '^checks: all hold$' "$2"
     fi
 }
 
-# fetch FOLDER TARGET: copies a folder out of the Debian with Wine after the function run has ended.
+# fetch FOLDER TARGET: copies FOLDER out of the Debian with Wine into the folder TARGET. Call run first.
 fetch() {
     if [ -n "$emulated" ]; then
         machine_take "$image" "$1" "$2"
@@ -78,11 +78,11 @@ payload_start() {
 # unpack PACKAGE FOLDER: unpacks the package's payload into the folder.
 unpack() {
     mkdir -p "$2"
-    # gzip warns about the bytes that follow its stream.
+    # Hides the warning of gzip about the bytes after its stream.
     tail -c "+$(($(payload_start "$1") + 1))" "$1" | gzip -dc 2>/dev/null | tar -x -C "$2" -f -
 }
 
-# Checks of the files, which start no program.
+# The next three functions check files and start no program.
 differs_in_one_name() {
     [ "$(LC_ALL=C grep -obUa 'STANDIN0[.]dll' "$with_devices" | wc -l)" -eq 1 ] &&
         LC_ALL=C sed 's/STANDIN0[.]dll/SETUPAPI.dll/' "$with_devices" | cmp - "$program"
@@ -101,12 +101,12 @@ has_no_path_of_this_machine() {
 }
 
 echo "$released"
-exec 8>"$cache/lock" # one check at a time uses the Debian in the cache
+exec 8>"$cache/lock" # only one run of check.sh at a time uses the Debian in the cache
 flock 8
 if [ -z "${UPDATER_EMULATE:-}" ] && runs_32_bit; then emulated=''; else emulated=1; fi
 install_packages zip
 machine_install
-# Wine finds the font with the symbols of its title bars only in the folder of all fonts.
+# The link is for Wine, which finds the font with the symbols of its title bars only in the folder of all fonts.
 machine_debian "$root" "wine wine32 fonts-wine xvfb imagemagick zip" "dpkg --add-architecture i386" \
     "ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts"
 make_prefix
@@ -129,7 +129,7 @@ as_root mkdir -p "$work/package" "$work/damaged" "$work/devices" "$work/devices-
 sh packaging/windows/check/archive.sh "$build/check-archive.zip"
 as_root cp "$build/check-archive.zip" "$work/package/fw.1.2.zip"
 as_root cp "$released" "$work/package/package.exe"
-# Overwrites the last four bytes of the gzip stream in the package, which are the size of the stream's contents.
+# Damages a package: overwrites the last four bytes of its gzip stream, which hold the size of the stream's contents.
 as_root cp "$released" "$work/damaged/package.exe"
 printf '\377\377\377\377' | as_root dd of="$work/damaged/package.exe" bs=1 conv=notrunc status=none \
     seek=$(($(payload_start "$released") + $(wc -c <"$made/package.tar.gz") - 4))

@@ -1,5 +1,5 @@
-# Sourced at the root of the sources by the scripts of the Windows program. Users get the 32-bit program, which runs on
-# every Windows.
+# Sets the variables of the scripts of the Windows program, which source this file at the root of the sources. Users get
+# a 32-bit program, because it runs on every Windows.
 
 . scripts/packages.sh
 

@@ -9,7 +9,7 @@ use JSON::PP;
 my ($format, $qt, $quazip, $program_version) = @ARGV;
 my $doc = '/usr/share/doc';
 
-# Works that Qt's sources name: first those that this build of Qt contains, then those that it leaves out.
+# Works that Qt's sources name. This build of Qt contains the works in the first list, but not those in the second.
 my %is_linked = map { $_ => 1 } qw(
     aglfn doubleconversion easing freebsd grayraster harfbuzz-ng libpng md4 md5 pcre2 pcre2-sljit psl qtsciicodec
     rfc6234 sha1 sha3_endian sha3_keccak smooth-scaling-algorithm tinycbor unicode-character-database unicode-cldr
@@ -43,7 +43,7 @@ sub source_version {
     return $version;
 }
 
-# Returns the linked works that Qt's sources name, from the files that Qt's own documentation uses.
+# Returns the linked works that Qt's sources name. Reads the same files as Qt's own documentation.
 sub works_in_qt {
     my @works;
     for my $file (sort split /\n/, qx(find '$qt/src' -name qt_attribution.json)) {
@@ -100,7 +100,8 @@ END
     }
 }
 
-# Prints SPDX 2.3 as tags and values. A licence that SPDX does not list is NOASSERTION; print_texts prints its text.
+# Prints the works as tags and values of SPDX 2.3. If SPDX does not list a licence, prints NOASSERTION instead of it.
+# print_texts prints the text of such a licence.
 sub print_spdx {
     print <<"END";
 SPDXVersion: SPDX-2.3

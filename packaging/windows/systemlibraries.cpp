@@ -1,5 +1,5 @@
-// Linked into the updater and its package. Makes both programs load libraries from the system's folder only,
-// since other programs can put files into the package's folder.
+// Makes a program load libraries from the system's folder only, because other programs can put files into the
+// package's folder. Linked into the updater and into its package.
 #include <windows.h>
 
 extern "C" {
@@ -10,7 +10,7 @@ const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used __attribute__((used)) = []
     IMAGE_LOAD_CONFIG_DIRECTORY32 configuration{};
     configuration.Size = sizeof(configuration);
     configuration.Reserved1 =
-        LOAD_LIBRARY_SEARCH_SYSTEM32; // DependentLoadFlags, which these headers do not name
+        LOAD_LIBRARY_SEARCH_SYSTEM32; // DependentLoadFlags, which mingw-w64 does not name
     return configuration;
 }();
 }
@@ -22,7 +22,7 @@ class SystemLibrariesOnly
 public:
     SystemLibrariesOnly()
     {
-        // On Windows 7 this function is missing unless the update KB2533623 is installed.
+        // Windows 7 has SetDefaultDllDirectories() only if the update KB2533623 is installed.
         const FARPROC procedure =
             GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories");
         if (procedure)
@@ -31,7 +31,7 @@ public:
     }
 };
 
-constexpr int beforeAllOthers = 101; // the first priority that the compiler leaves to programs
+constexpr int beforeAllOthers = 101; // the earliest priority that the compiler lets programs use
 const SystemLibrariesOnly systemLibrariesOnly __attribute__((init_priority(beforeAllOthers), used));
 
 } // namespace

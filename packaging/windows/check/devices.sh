@@ -1,6 +1,6 @@
-# Checks the program with a transmitter and a headset, simulated devices on the simulated bus. Everything between the
-# bus and the program is part of Wine, with one exception: instead of SETUPAPI.dll the checked copies of the program
-# load a stand-in, which knows the names of enumerators. Sourced by run.sh.
+# Checks the program with a simulated transmitter and a simulated headset on the simulated bus. Everything between the
+# bus and the program is part of Wine, except one DLL: the checked copies of the program load a stand-in for
+# SETUPAPI.dll, which knows the names of enumerators. Sourced by run.sh.
 
 # The version that the devices of pair.exe have before an update.
 installed=1.0.0.20240131.1207
@@ -27,7 +27,7 @@ end_pair() {
     wait $pair
 }
 
-# await TEXT [FROM]: waits at most five minutes until pair.exe has printed the text after its first FROM lines.
+# await TEXT [FROM]: waits until pair.exe has printed the text after its first FROM lines, for about five minutes.
 await() {
     for _ in $(seq 3000); do
         ! tail -n "+$((${2:-0} + 1))" events.txt | grep -qF "$1" || return 0
@@ -37,7 +37,7 @@ await() {
     false
 }
 
-# devices COMMAND...: sends the command to pair.exe and waits until it is done.
+# devices COMMAND...: sends the command to pair.exe and waits until pair.exe has executed it.
 devices() {
     printed=$(wc -l <events.txt)
     echo "$*" >&9
@@ -57,7 +57,7 @@ end_program() {
     wait $program
 }
 
-# await_log LINE: waits at most ten minutes until the log has the line after its first $logged lines.
+# await_log LINE: waits until the log has the line after its first $logged lines, for about ten minutes.
 await_log() {
     for _ in $(seq 600); do
         ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
@@ -67,9 +67,10 @@ await_log() {
     false
 }
 
-# update RESULT RESULT: starts an update from the main page by keyboard and waits until the log has the results of the
-# transmitter and the headset. The tab order is: the button that opens the file dialog, the release notes, Update. Waits
-# for a still screen first: a window that gets the focus between press and release of a key ignores the key.
+# update RESULT RESULT: starts an update from the main page by keyboard and waits until the log has the first result for
+# the transmitter and the second for the headset. The tab order is: the button that opens the file dialog, the release
+# notes, Update. First waits until the screen no longer changes, because a window that gets the focus between the press
+# and the release of a key ignores the key.
 update() {
     still
     logged=$(log | wc -l)
@@ -91,7 +92,7 @@ memories_are_equal() {
 
 updates_are_clean() { memories_are_equal && ! grep refused verdicts.txt; }
 
-# duration DEVICE: prints the milliseconds from the first register written to the end of programming.
+# duration DEVICE: prints the milliseconds from the first write of a register to the end of programming.
 duration() {
     sed -n "s/^\[ *\([0-9]*\)\.\([0-9]*\)\] $1: \(configure\|final wait\) from .*/\1\2/p" events.txt |
         sed 's/^0*//' | { read -r first && read -r last && echo $((last - first)); }
@@ -100,16 +101,16 @@ duration() {
 # The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, 16 sectors (transmitter only), the final wait.
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
-# The percentages by which an update may take longer than the sum of its delays. Both are higher in a virtual machine,
-# because the load of the host adds to the time. The headset's percentage is the higher one: the headset needs only a
-# third of the time for as many transfers, and the transmitter works during all of that time.
+# The percentages by which an update may take longer than the sum of its delays. They are higher in a virtual machine,
+# because the load of the host adds to the time. The headset's percentage is higher than the transmitter's, because the
+# headset's update makes about as many transfers in a third of the time, and both updates run at the same time.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
     transmitter_percent=2 headset_percent=6
 fi
 
-# is_within DEVICE DELAYS PERCENT: whether the update took at most PERCENT longer than DELAYS milliseconds.
+# is_within DEVICE DELAYS PERCENT: whether the device's update took at most PERCENT % longer than DELAYS milliseconds.
 is_within() {
     ms=$(duration "$1")
     echo "| $1: $ms ms, the delays' sum is $2 ms, ratio $((ms * 1000 / $2)) of 1000"
@@ -120,7 +121,8 @@ both_are_within_bounds() {
     is_within transmitter $transmitter_ms $transmitter_percent && is_within headset $headset_ms $headset_percent
 }
 
-# In a virtual machine, whose host may have been busy, it is enough if a second update is within bounds.
+# In a virtual machine it is enough if a second update is within bounds, because the host may have been busy during the
+# first.
 both_are_within_bounds_at_last() {
     both_are_within_bounds || { [ -n "$emulated" ] && update_new_devices && both_are_within_bounds; }
 }
@@ -134,10 +136,10 @@ events() {
     sed -n "/done: count/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v "bytes compared"
 }
 
-# log_of NAME: prints the log lines of the device that the log calls NAME.
+# log_of NAME: prints the lines of the log that start with NAME, the log's name of a device.
 log_of() { log | grep "^$1: "; }
 
-# commits NAME: prints the lines that the log must have for the download of 64 KiB.
+# commits NAME: prints the lines that the log must have for the download of 64 KiB to the device NAME.
 commits() {
     for sector in 0 1 2 3 4 5 6 7 8 9 A B C D E F; do
         printf '%s\n' "$1: Downloading DATA to RAM" "$1: Resetting structure parameters" \
@@ -151,7 +153,8 @@ erasures() {
     done
 }
 
-# The lines that the log must have from the first erased sector on, or for the headset from the first packet on.
+# transmitter_log, headset_log: print the lines that the log must have for the transmitter from the first erased sector
+# on, and for the headset from the first packet on.
 transmitter_log() {
     erasures Transmitter
     echo "Transmitter: Start programming at address 0x0000"
@@ -171,7 +174,7 @@ audio_service_runs() { wine sc query audiosrv | grep -q 'STATE.* 4 '; }
 wine installbus.exe simbus.inf
 check "the simulated bus is installed" [ $? -eq 0 ]
 
-# Wine has no audio service, so this is Wine's print spooler under that name.
+# Wine has no audio service, so Wine's print spooler runs under the name of the audio service.
 wine sc create audiosrv binPath= 'C:\windows\system32\spoolsv.exe' >/dev/null
 wine net start audiosrv >/dev/null
 check "a service with the name of the audio service runs" audio_service_runs
@@ -191,7 +194,8 @@ check "plugged in again, the headset is identified" shows "headsetVersion: $inst
 end_program
 end_pair
 
-# update_new_devices: updates new devices of generation 1 with 64 KiB each. The program and the devices keep running.
+# update_new_devices: updates new devices of generation 1 with 64 KiB each. The program and pair.exe keep running
+# afterwards.
 update_new_devices() {
     [ ! -e running ] || { close_dialog; end_program; end_pair; }
     touch running
@@ -259,7 +263,7 @@ check "the package's program updates both, chip 13, revision 3" update finished 
 check "the package's driver-uninstall tool is started for both, in its own folder" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 $tool_folder
 31281 6 $tool_folder"
-# Wine's audio adapters have no names, so there is nothing to restore.
+# Wine's audio adapters have no names, so the program reads the endpoints but has nothing to restore.
 check "the program reads the default audio endpoints of both flows, before and after" \
     [ "$(grep -c 'CoCreateInstance {bcde0395-e52f-467c-8e3d-c4579291692e}' ole.txt)" -eq 4 ]
 check "both memories are equal to their images, and no chip refused a command" updates_are_clean
@@ -312,7 +316,7 @@ end_program
 end_pair
 
 counts() { tool counts "$title" | tr -d '\r'; }
-# counts_are_at_most HANDLES THREADS: whether the program has at most so many handles and threads.
+# counts_are_at_most HANDLES THREADS: whether the program has at most HANDLES handles and THREADS threads.
 counts_are_at_most() {
     # shellcheck disable=SC2046
     set -- "$@" $(counts)
@@ -329,7 +333,7 @@ picture before-the-storm
 devices storm 100
 check "after plugging and unplugging 100 times both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
-# Threads of the pool end half a minute after their last work.
+# Waits, because the threads of Qt's pool end half a minute after their last work.
 # shellcheck disable=SC2086
 check "it has no more handles and threads than before" within 90 counts_are_at_most $counts_before
 echo "| handles and threads after: $(counts)"

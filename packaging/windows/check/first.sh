@@ -1,6 +1,6 @@
 #!/bin/sh
-# The first program of the virtual machine: mounts what programs expect and runs the script that the kernel parameter
-# "task" names.
+# Runs as process 1 of the virtual machine: mounts the file systems that programs expect, runs the script that the
+# kernel parameter "task" names, and powers the machine off.
 PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
 export PATH
 mount -t proc proc /proc

@@ -1,14 +1,15 @@
-# Runs eight faults of the bench's matrix, one of each kind that devices on the simulated bus can have. The bench's
-# table of expectations judges each result, and the next update must repair the device. The variable "seed" decides
-# devices, chips and transfers. Sourced by run.sh.
+# Runs eight faults of the bench's matrix, one of each kind that devices on the simulated bus can have. Each result must
+# be the one that the bench's table expects, and the next update must repair the device. The variable "seed" decides
+# which device, chip and transfer each fault gets. Sourced by run.sh.
 
-# fault_rows SEED: prints lines of fault, device, chip, revision, transfer. Each device gets four faults, each revision
-# of each chip two.
+# fault_rows SEED: prints eight lines, each with a fault, a device, a chip, a revision and a transfer. Each device gets
+# four of the faults; each revision of each chip gets two.
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # Each number is the highest transfer to draw. It is 5 for a fault that strikes only while the chip is
-        # identified, and 2 for a fault at a restart: the device restarts after transfer 1 and after the update.
+        # The number after a fault is the highest transfer that may be drawn. It is 5 if the fault strikes only while
+        # the chip is identified. It is 2 if the fault strikes only at a restart, because the device restarts after
+        # transfer 1 and after the update.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)
@@ -20,8 +21,8 @@ fault_rows() {
 
 results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
 
-# has_both_results: whether the log has both results. If the program asks about an unknown firmware, the function
-# answers first.
+# has_both_results: whether the log has the results of both devices. First answers the program's question about an
+# unknown firmware, if the program asks it.
 has_both_results() {
     ! tool shown Warning || tool keys Warning enter
     [ "$(results | wc -l)" -eq 2 ]
@@ -46,8 +47,8 @@ as_expected() {
     text_is "$(results)" "$(cat expected.txt)"
 }
 
-# fault_row FAULT DEVICE CHIP REVISION TRANSFER: whether the update ends as expected and the next update repairs the
-# device.
+# fault_row FAULT DEVICE CHIP REVISION TRANSFER: runs an update with the fault, and then one without. Succeeds if the
+# first update ends as expected and the second repairs the device.
 fault_row() {
     start_pair 1 "$3" "$4" 8192
     run_update fault "$2" "$1" "$5" && as_expected

@@ -5,14 +5,14 @@ every_log_line_ends_with_cr_lf() {
     [ "$lines" -gt 0 ] && [ "$(cat "$logs"/*.txt | grep -c "$(printf '\r')\$")" = "$lines" ]
 }
 
-# examined PRODUCT: whether the program asked for the enumerator's name (property 22) of Wine's HID interface with that
-# product identifier. Wine does not know this property, so the program must ignore the interface.
+# examined PRODUCT: whether the program asked Wine for the enumerator's name (property 22) of Wine's HID interface with
+# the product identifier PRODUCT. Wine does not know this property, so the program must ignore the interface.
 examined() {
     grep -A 5 "SetupDiGetDeviceInstanceIdW instance ID: .*VID_845E&PID_$1" setupapi.txt |
         grep -q 'SetupDiGetDeviceRegistryPropertyW .* prop 22,'
 }
 
-# The program without its package.
+# Starts the program without its package.
 WINEDEBUG=+setupapi wine $updater 2>setupapi.txt &
 program=$!
 check "the start screen shows" tool wait "$title"
@@ -20,7 +20,7 @@ check "the program examines the first HID interface of Wine" within 120 examined
 check "the program examines the second HID interface of Wine" within 120 examined 0002
 check "it ignores both, since they have no enumerator name, and its window says that there is no device" shows "No device detected."
 picture start-screen
-# In the system menu, Override and About... come before Close and an item of Wine.
+# The system menu ends with the items Override, About..., Close, and an item of Wine.
 choose_system_item up up up up up
 picture main-page
 check "the item above About... in the system menu is Override: it changes the screen" \
@@ -40,9 +40,9 @@ check "the log is in its folder, with CR LF line ends" every_log_line_ends_with_
 check "the log contains the program's folder" log_holds 'Application path:  "Z:/check"'
 rm -r "$logs"
 
-# The package, with an archive in its folder. The package removes a folder that an earlier package left behind, unless
-# somebody holds that folder open.
-# is_held FOLDER: whether the system refuses to rename a folder in the temporary folder, since a program holds it open.
+# Starts the package, with a firmware archive in the package's folder. The package must remove a folder that an earlier
+# package left behind, but not a folder that a program holds open.
+# is_held FOLDER: whether the system refuses to rename FOLDER in the temporary folder, because a program holds it open.
 is_held() { ! wine cmd /c ren "$windows_temporary\\$1" renamed >/dev/null && [ -d "$temporary/$1" ]; }
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }
 unpacked() { find "$temporary" -path '*{*' -name "$1"; }
@@ -74,7 +74,7 @@ check "the temporary folder is removed" [ "$(own_folders)" = "$temporary/ZEFO_VY
 exec 8>&-
 rm -r "$logs"
 
-# A package in which the size of the payload is damaged.
+# Starts a package whose payload contains a wrong size.
 message() { tool message "$title" | tr -d '\r' | grep . | head -n 1; }
 wine damaged/package.exe &
 package=$!
@@ -84,7 +84,7 @@ tool keys "$title" enter
 wait $package
 check "a damaged package ends with exit status 1" [ $? -eq 1 ]
 
-# The package, started by an administrator whose temporary folder is on the network share E:.
+# Starts the package as an administrator whose temporary folder is on the network share E:.
 package_from_share() { wine cmd /c 'set TEMP=E:\& set TMP=E:\& package\package.exe'; }
 protected=$WINEPREFIX/drive_c/ProgramData
 package_from_share &

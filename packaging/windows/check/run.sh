@@ -1,5 +1,6 @@
-# Run by check.sh inside the Debian that has Wine. Every check prints a line; the last line is "checks: all hold" or the
-# number of failed checks. Variables: "emulated" is set in a virtual machine; "seed" draws the faults of matrix.sh.
+# Checks the Windows program. check.sh runs this script inside the Debian that has Wine. Every check prints a line; the
+# last line is "checks: all hold" or the number of failed checks. The variable "emulated" is set in a virtual machine;
+# the variable "seed" draws the faults of matrix.sh.
 cd /check || exit 1
 . ./checks.sh
 . ./wine.sh
@@ -8,12 +9,12 @@ export WINEPREFIX=/check/prefix
 title="ZEFO VYNT Firmware Update"
 updater=zefo-vynt-firmware-update.exe
 
-# A sound card that plays into nothing, so that there are audio endpoints.
+# Configures a sound card that discards all sound, so that Wine has audio endpoints.
 printf 'pcm.!default { type null }\nctl.!default { type null }\n' >"$HOME/.asoundrc"
 Xvfb $DISPLAY -screen 0 800x600x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.1; done
-# Wine's devices and services end with the last program, and a program that starts while they end finds only some of
-# them. So one program runs all the time.
+# When the last program ends, Wine stops its devices and services. A program that starts at that moment finds only some of
+# them, so one program runs all the time.
 sleep infinity | wine cmd >/dev/null 2>&1 &
 wine --version
 uname -sr | sed 's/^/Linux: /'
@@ -25,20 +26,20 @@ logs=$temporary/ZEFO_VYNT_Firmware_Update_Logs
 
 tool() { wine windowtool.exe "$@"; }
 # Wine starts its desktop with the first window. A program that does not wait long enough for the desktop has no
-# windows, so the script waits for it here.
+# windows, so this script waits for the desktop.
 within 600 tool desktop
 window_text() {
     rm -f "$temporary/window-text.txt"
     tool text "$title" && cat "$temporary/window-text.txt" 2>/dev/null
 }
-# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first key only opens
-# the menu, with its first item selected; from there "up" selects the last item.
+# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first KEY opens the
+# menu and selects the first item. A second KEY "up" selects the last item.
 choose_system_item() {
     tool command "$title" 0xF100
     tool keys "$title" "$@" enter
 }
 
-# shows TEXT...: whether the window shows all of these texts within two minutes.
+# shows TEXT...: waits until the window shows all these texts. Fails after two minutes or more.
 shows() {
     for _ in $(seq 240); do
         seen=$(window_text)

@@ -1,5 +1,5 @@
-// Drives the visible top-level window with the title TITLE. Exit status 1 if the window does not appear
-// within the time limit (`gone`: does not disappear) or does not answer.
+// Drives the visible top-level window with the title TITLE. Exit status 1 if the window does not answer, or
+// does not appear (with `gone`: does not disappear) within the time limit.
 //
 //     windowtool desktop                 exit status 0 if programs can already create windows
 //     windowtool wait|gone TITLE         waits until the window appears or disappears
@@ -9,7 +9,7 @@
 //                                        system menu
 //     windowtool text TITLE              requests the texts for screen readers; see standin/uiautomation.cpp
 //     windowtool message TITLE           prints the texts of a message box
-//     windowtool counts TITLE            prints the numbers of handles and threads of its process
+//     windowtool counts TITLE            prints the numbers of handles and threads of the window's process
 //     windowtool close TITLE             asks the window to close
 #include <cstdio>
 #include <iterator>

@@ -1,6 +1,7 @@
-// The self-extracting package: unpacks the updater and its companions into a new folder, starts the updater
-// there with "-sfx", waits until it ends, and removes the folder. The updater looks for the firmware archive
-// in the folder of the package. The exit status is that of the updater, or 1 if the updater does not run.
+// The self-extracting package unpacks the updater and its companions into a new folder, starts the updater in
+// this folder with "-sfx", waits until the updater ends, and removes the folder. The updater looks for the
+// firmware archive in the package's folder. The package's exit status is the updater's, or 1 if the updater
+// does not run.
 #include <string>
 #include <vector>
 
@@ -12,10 +13,9 @@
 
 namespace {
 
-/// Runs the program @p name with @p folder as its working directory, so that it loads nothing from the
-/// package's folder.
-/// @return ERROR_SUCCESS if the program has run; @p status is then its exit status. Otherwise an error code
-/// of the system.
+/// Runs the program @p name with @p folder as its working directory, so that the program loads nothing from
+/// the package's folder. Sets @p status to the program's exit status.
+/// @return ERROR_SUCCESS if the program has run. Otherwise an error code of the system.
 DWORD runProgram(const ProgramFolder& folder, const std::wstring& name, DWORD& status)
 {
     const std::wstring program = folder.pathOf(name);

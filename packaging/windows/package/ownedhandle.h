@@ -11,10 +11,10 @@ struct HandleCloser
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 
-/// Closes the handle that it owns. An owner without a handle is null, never INVALID_HANDLE_VALUE.
+/// Owns a handle and closes it. An OwnedHandle without a handle is null, never INVALID_HANDLE_VALUE.
 using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
 
-/// Opens or creates a file with CreateFileW(). Returns null if that fails.
+/// Opens or creates a file with CreateFileW(). Returns null if CreateFileW() fails.
 inline OwnedHandle openFile(const std::wstring& path, DWORD access, DWORD share, DWORD disposition,
                             DWORD flags)
 {

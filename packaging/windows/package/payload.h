@@ -12,7 +12,7 @@ struct PackedFile
     std::vector<BYTE> bytes;
 };
 
-/// Unpacks the files that the package carries, the program first. The files are in the package's resource, a
-/// tar archive compressed with gzip.
-/// @return the files; none if the package is damaged.
+/// Unpacks the files that the package carries. They are in a resource of the package, a tar archive
+/// compressed with gzip.
+/// @return the files, the program first. Empty if the package is damaged.
 std::vector<PackedFile> unpackFiles();

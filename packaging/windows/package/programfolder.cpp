@@ -8,10 +8,11 @@
 namespace {
 
 constexpr wchar_t namePrefix[] = L"ZEFO_VYNT_Firmware_Update_";
-/// Full access for administrators, the system and the owner; nothing inherited from the parent folder.
+/// Gives administrators, the system and the owner full access. Inherits nothing from the parent folder.
 constexpr wchar_t folderAccess[] = L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;OW)";
 
-// Removal is tried again, because virus scanners and a program that is ending keep files open for a moment.
+// A removal that fails is tried again, because virus scanners and a program that is ending keep files open
+// for a moment.
 constexpr int removalAttempts = 20;
 constexpr DWORD removalPauseMs = 100;
 
@@ -33,7 +34,7 @@ std::wstring temporaryFolder()
     return GetTempPathW(MAX_PATH + 1, path) == 0 ? std::wstring() : std::wstring(path);
 }
 
-/// Asks the system for the folder, since the user can set the environment variable.
+/// Asks the system for the folder. Does not use %ProgramData%, because the user can set this variable.
 std::wstring programDataFolder()
 {
     wchar_t path[MAX_PATH + 1]{};
@@ -111,8 +112,8 @@ bool isOwn(HANDLE folder, const std::wstring& path)
 /// list the folder, because the system ignores the share mode of a handle without access to the contents.
 /// @param path    the path of the folder; is set to the path without links
 /// @param access  additional rights; with DELETE the function fails if anybody else holds the folder
-/// @return null, with the system's last error set, if the folder cannot be opened, is a link or has another
-/// owner. Also null if the process has an administrator's rights and the folder cannot be protected.
+/// @return null if the folder cannot be opened, is a link or has another owner, or if the process has an
+/// administrator's rights and the folder cannot be protected. Then the system's last error is set.
 OwnedHandle hold(std::wstring& path, DWORD access)
 {
     OwnedHandle folder =
@@ -135,7 +136,8 @@ OwnedHandle hold(std::wstring& path, DWORD access)
     return nullptr;
 }
 
-/// Removes a file or folder with @p removal. If it remains in use, the system removes it at its next start.
+/// Removes a file or folder with @p removal. If the file or folder remains in use, Windows removes it when
+/// Windows starts the next time.
 template <typename Removal>
 void removeWhenPossible(const std::wstring& path, Removal removal)
 {
@@ -147,8 +149,8 @@ void removeWhenPossible(const std::wstring& path, Removal removal)
     MoveFileExW(path.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
 }
 
-/// @return the files and folders in @p folder, a path with a backslash at its end, whose names match
-/// @p pattern.
+/// @return the files and folders in @p folder whose names match @p pattern. The path @p folder must end with
+/// a backslash.
 std::vector<WIN32_FIND_DATAW> entriesOf(const std::wstring& folder, const std::wstring& pattern)
 {
     std::vector<WIN32_FIND_DATAW> entries;
@@ -163,7 +165,7 @@ std::vector<WIN32_FIND_DATAW> entriesOf(const std::wstring& folder, const std::w
     return entries;
 }
 
-/// Removes the folder and the files directly in it; the package creates no folders in it.
+/// Removes the folder and its files. The package creates no folders inside this folder.
 void removeFolder(const std::wstring& path, OwnedHandle held)
 {
     for (const WIN32_FIND_DATAW& entry : entriesOf(path + L'\\', L"*")) {
@@ -179,7 +181,7 @@ void removeLeftoversIn(const std::wstring& parent)
     for (const WIN32_FIND_DATAW& entry : entriesOf(parent, std::wstring(namePrefix) + L"{*")) {
         std::wstring path = parent + entry.cFileName;
         // The system grants the right to delete only if nobody holds the folder. The handle with this right
-        // is closed at once, because some systems do not list a folder while such a handle is open.
+        // is closed at once: some systems do not list a folder while a handle with this right is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)

@@ -10,10 +10,10 @@
 /// with all its files.
 ///
 /// If the package runs with an administrator's rights, no process with lower rights can replace the programs
-/// in this folder. Only administrators, the system and the owner have access. The folder is held open from
-/// the check of its owner until the destructor removes it, so nobody else can rename or remove it. It is on a
-/// fixed drive with a file system that keeps access control lists. If the temporary folder is not on such a
-/// drive, the folder is created in the system's folder for program data.
+/// in the new folder. Only administrators, the system and the owner have access. The new folder is held open
+/// from the check of its owner until the destructor removes it, so nobody else can rename or remove it. The
+/// new folder is on a fixed drive with a file system that keeps access control lists. If the temporary folder
+/// is not on such a drive, the new folder is in the system's folder for program data.
 class ProgramFolder
 {
 public:
@@ -22,7 +22,7 @@ public:
     ProgramFolder(const ProgramFolder&) = delete;
     ProgramFolder& operator=(const ProgramFolder&) = delete;
 
-    // create() and write() return an error code of the system, ERROR_SUCCESS if they succeed.
+    // create() and write() return ERROR_SUCCESS or another error code of the system.
 
     /// @return ERROR_NO_SECURITY_ON_OBJECT if no drive can protect the folder.
     [[nodiscard]] DWORD create();
@@ -37,6 +37,6 @@ public:
 private:
     DWORD createIn(const std::wstring& parent);
 
-    std::wstring ownPath; ///< as the system resolved it, without links
+    std::wstring ownPath; ///< the folder's path without links, as the system resolved it
     OwnedHandle held;     ///< null if there is no folder
 };

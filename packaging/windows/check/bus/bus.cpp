@@ -1,4 +1,4 @@
-// The driver of the simulated bus. It reports to the system which devices are plugged in.
+// Implements the driver of the simulated bus, which reports to the system which devices are plugged in.
 #include "driver.h"
 
 namespace {

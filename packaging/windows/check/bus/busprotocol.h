@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-/// The requests to the driver of the simulated bus. The program that simulates the devices sends them to the
-/// bus's control device with DeviceIoControl(). The driver does not interpret the reports, and trusts the
-/// program to send valid requests.
+/// The requests to the driver of the simulated bus. The program that simulates the devices sends these
+/// requests to the bus's control device with DeviceIoControl(). The driver does not interpret the reports,
+/// and trusts the program to send valid requests.
 namespace BusProtocol {
 
 constexpr wchar_t deviceName[] = L"\\Device\\SimulatedBus";
@@ -13,8 +13,8 @@ constexpr wchar_t path[] = L"\\\\.\\SimulatedBus"; ///< the name that programs o
 constexpr wchar_t busHardwareId[] = L"ROOT\\SimulatedBus";
 constexpr wchar_t childHardwareId[] = L"SIMBUS\\HID";
 
-/// The code that CTL_CODE() composes for a function of a vendor: device type FILE_DEVICE_UNKNOWN, buffered,
-/// any access.
+/// @return the code that CTL_CODE() gives the vendor-defined @p function, with the device type
+/// FILE_DEVICE_UNKNOWN, METHOD_BUFFERED and FILE_ANY_ACCESS.
 constexpr std::uint32_t controlCode(std::uint32_t function)
 {
     return 0x22u << 16 | (0x800u + function) << 2;
@@ -24,12 +24,13 @@ constexpr std::uint32_t controlCode(std::uint32_t function)
 constexpr std::uint32_t plugCode = controlCode(0);
 /// Input: a port's number. Completes when the system has removed the device and its transfers have failed.
 constexpr std::uint32_t unplugCode = controlCode(1);
-/// Input: an Answer to the port's last Request. The driver ignores it if there was no Request or the device
-/// is gone. Output: the next Request. Completes when a program starts a transfer with the port's device.
+/// Input: an Answer to the port's last Request. The driver ignores the Answer if there was no Request or the
+/// device is gone. Output: the next Request. Completes when a program starts a transfer with the port's
+/// device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
-/// The number of ports. Each takes one HID interface. When the program closes its handle, the driver empties
-/// all ports, and every answerCode that waits for a Request fails.
+/// The number of ports. Each port takes one HID interface. When the program closes its handle to the control
+/// device, the driver empties all ports, and every pending answerCode request fails.
 constexpr std::uint32_t ports = 8;
 constexpr std::uint32_t maxIdLength = 64;
 constexpr std::uint32_t maxDescriptorBytes = 256;
@@ -40,15 +41,15 @@ struct Plug
     std::uint32_t port;
     std::uint16_t vendorId;
     std::uint16_t productId;
-    wchar_t deviceId[maxIdLength];   ///< with the bus's name, terminated by zero
-    wchar_t instanceId[maxIdLength]; ///< unique among the devices with the same deviceId, also terminated
+    wchar_t deviceId[maxIdLength];   ///< starts with the bus's name, ends with a zero
+    wchar_t instanceId[maxIdLength]; ///< unique among the devices with the same deviceId, ends with a zero
     std::uint32_t descriptorBytes;
     std::uint8_t descriptor[maxDescriptorBytes]; ///< the report descriptor
 };
 
 struct Request
 {
-    std::uint32_t isGet; ///< 1: the device returns a report; 0: the device receives the report
+    std::uint32_t isGet; ///< 1 if the device returns a report, 0 if the device receives this one
     std::uint32_t size;  ///< number of bytes of the report, including its report ID
     std::uint8_t report[maxReportBytes];
 };

@@ -1,4 +1,4 @@
-// A device of the bus: answers the requests of the system and of the HID minidriver.
+// Answers the requests that the system and the HID minidriver send to a device of the bus.
 #include <utility>
 
 #include "driver.h"
@@ -155,8 +155,8 @@ NTSTATUS childPlugAndPlay(Extension* child, PIRP irp)
     case IRP_MN_REMOVE_DEVICE:
         return remove(child, irp);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The class driver has started and created its own device. From now on a removal finds the class
-        // driver's device.
+        // When this request arrives, the class driver has started and created its own device, so a removal
+        // finds that device. The plug request can now complete.
         completeChange(child->bus, *child->port);
         [[fallthrough]];
     default:

@@ -73,8 +73,8 @@ ULONG fillIn(PIRP transfer, const Answer& answer)
     return size;
 }
 
-/// One request answers a transfer and waits for the next transfer, since each request costs several context
-/// switches.
+/// Answers a transfer and waits for the next transfer. One request does both, since each request costs
+/// several context switches.
 NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
 {
     const auto& input = inputOf<Answer>(irp);
@@ -87,7 +87,7 @@ NTSTATUS answerAndWait(BusExtension* bus, PIRP irp)
         const ScopedLock guard(bus);
         answered = std::exchange(port.handedOut, nullptr);
         if (answered)
-            size = fillIn(answered, input); // before handOut() overwrites the buffer
+            size = fillIn(answered, input); // now, because handOut() overwrites the input
         makePending(irp, port.next);
         ready = handOut(port);
     }

@@ -3,8 +3,8 @@
 #include "busprotocol.h"
 #include "kernel.h"
 
-// One module contains two drivers: the bus driver, and the minidriver between the bus's devices and the HID
-// class driver.
+// Declares the two drivers in this module: the bus driver, and the minidriver between the bus's devices and
+// the HID class driver.
 
 NTSTATUS registerBus(PDRIVER_OBJECT driver);
 NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
@@ -15,12 +15,12 @@ struct Port
     PDEVICE_OBJECT device; ///< null while nothing is plugged in
     bool isPresent;        ///< false after unplugging, while the system removes the device
     BusProtocol::Plug plug;
-    LIST_ENTRY transfers; ///< not yet received by the program; linked by Tail.Overlay.ListEntry
+    LIST_ENTRY transfers; ///< transfers that the program has yet to receive; linked by Tail.Overlay.ListEntry
     PIRP handedOut;       ///< the transfer that the program is answering
 
     // Pending requests of the program.
-    PIRP change; ///< waits until the device is plugged or unplugged
-    PIRP next;   ///< waits for the next transfer
+    PIRP change; ///< completes when the system has started or removed the device
+    PIRP next;   ///< completes when there is a next transfer
 };
 
 /// The extension of every device object of the bus driver starts with these members.
@@ -70,8 +70,8 @@ NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp);
 // Requests of the program that simulates the devices.
 NTSTATUS NTAPI openControl(PDEVICE_OBJECT device, PIRP irp);
 NTSTATUS NTAPI controlRequest(PDEVICE_OBJECT device, PIRP irp);
-/// Empties all ports, and fails the requests that wait for transfers. Wine calls it as soon as the program
-/// has closed its handle, even while these requests are pending.
+/// Empties all ports, and fails the requests that wait for transfers. Wine calls this function as soon as the
+/// program has closed its handle, even while these requests are pending.
 NTSTATUS NTAPI closeControl(PDEVICE_OBJECT device, PIRP irp);
 
 /// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.

@@ -1,7 +1,8 @@
 #pragma once
 
-// The interface between the HID class driver and its minidrivers, from the Windows driver documentation ("HID
-// minidriver structures", "HID minidriver IOCTLs"); mingw-w64 has no header for it.
+// Declares the interface between the HID class driver and its minidrivers, because mingw-w64 has no header
+// for it. The Windows driver documentation describes this interface ("HID minidriver structures", "HID
+// minidriver IOCTLs").
 #include "kernel.h"
 
 struct HID_DEVICE_EXTENSION

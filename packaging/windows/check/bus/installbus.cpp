@@ -27,10 +27,10 @@ int failed(const char* step)
 
 bool createDevice()
 {
-    // A list of one string ends with two zeros.
+    // Two zeros end a list of strings: the zero of its last string, and one more for the list.
     wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
     std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
-    // The system destroys the list when this program ends.
+    // The system destroys this set of devices when the program ends.
     const HDEVINFO set = SetupDiCreateDeviceInfoList(&GUID_DEVCLASS_HIDCLASS, nullptr);
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);

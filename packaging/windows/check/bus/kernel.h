@@ -1,9 +1,10 @@
 #pragma once
 
-// The kernel's declarations for C++. intrin.h and mingw-w64's wdm.h define the same two functions, so this
-// header renames those of wdm.h. ntddk.h includes wdm.h without naming its folder, so the compiler must
-// search that folder too. It searches that folder last, because the hidclass.h there has wrong control codes;
-// the hidclass.h for programs has the right ones.
+// Includes the kernel's declarations for C++. intrin.h and mingw-w64's wdm.h define the same two functions,
+// so this header renames the functions of wdm.h. mingw-w64 has its headers for drivers in the folder "ddk".
+// The compiler must search "ddk" too, because ntddk.h includes wdm.h without this folder's name. The compiler
+// must search "ddk" last, because the hidclass.h in "ddk" has wrong control codes and the hidclass.h for
+// programs has the right ones.
 #include <intrin.h>
 #define InterlockedBitTestAndSet wdmInterlockedBitTestAndSet
 #define InterlockedBitTestAndReset wdmInterlockedBitTestAndReset

@@ -1,4 +1,4 @@
-// The HID minidriver: passes every request of the class driver to the device on the bus.
+// Implements the HID minidriver, which passes every request of the class driver to the device on the bus.
 #include "driver.h"
 #include "hidport.h"
 

@@ -25,7 +25,7 @@ BusProtocol::Plug plugFor(const BusDevice& device, const HidInterface& hid, std:
     plug.productId = device.productId;
     const int length = std::swprintf(plug.deviceId, std::size(plug.deviceId), L"SIMBUS\\VID_%04X&PID_%04X",
                                      device.vendorId, device.productId);
-    if (hid.number) // the device is composite
+    if (hid.number) // only the interfaces of a composite device have numbers
         std::swprintf(plug.deviceId + length, std::size(plug.deviceId) - length, L"&MI_%02X", *hid.number);
     std::swprintf(plug.instanceId, std::size(plug.instanceId), L"7&1A2B3C%d&0&0000", device.port);
     const std::vector<std::uint8_t> descriptor = reportDescriptorOf(hid);
@@ -45,7 +45,7 @@ DriverBus::DriverBus()
 DriverBus::~DriverBus()
 {
     if (isOpen())
-        CloseHandle(handle); // every request of a server then fails, which ends the server
+        CloseHandle(handle); // fails the requests of the server threads, which then end
     for (Slot& slot : slots) {
         if (slot.server.joinable())
             slot.server.join();
@@ -91,7 +91,8 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Sends a request and waits until the driver has completed it. The system then signals @p done.
+/// Sends a request and waits for the event @p done, which the system signals when the driver has completed
+/// the request.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {

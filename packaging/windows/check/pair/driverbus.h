@@ -10,9 +10,9 @@
 #include "bus.h"
 #include "busprotocol.h"
 
-/// The simulated bus of a Windows system in which the driver of the bus is installed: every program of that
-/// system sees the devices. Ignores `BusDevice::refusesOpen`, since the HID class driver decides who may open
-/// a device.
+/// Plugs devices into the simulated bus of a Windows system, so that every program of that system sees the
+/// devices. The driver of the bus must be installed. Ignores `BusDevice::refusesOpen`, since the HID class
+/// driver decides who may open a device.
 class DriverBus final : public Bus
 {
 public:
@@ -23,8 +23,8 @@ public:
 
     [[nodiscard]] bool isOpen() const { return handle != INVALID_HANDLE_VALUE; }
 
-    /// Returns when the system has started the HID class driver for every interface of the device. Programs
-    /// are notified a little later.
+    /// Returns when the system has started the HID class driver for every interface of the device. The system
+    /// notifies programs a little later.
     void attach(const BusDevice& device) override;
 
     /// Returns when the system has removed every interface of the device.

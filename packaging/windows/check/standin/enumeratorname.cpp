@@ -1,6 +1,6 @@
 // Replaces SETUPAPI.dll, because Wine 8's own DLL does not know SPDRP_ENUMERATOR_NAME. Takes this property
 // from the first part of the device's instance identifier, which on Windows is the enumerator's name.
-// Forwards all other calls to SETUPAPI.dll.
+// Forwards all other calls to Wine's SETUPAPI.dll.
 #include <cwchar>
 #include <string>
 

@@ -1,7 +1,7 @@
 // Replaces uiautomationcore.dll, because Wine 8's own DLL waits forever for windows of a single-threaded
-// apartment, such as Qt's windows. When a program sends WM_GETOBJECT to a window, this library writes what
-// the window shows to screen readers to "window-text.txt" in the temporary folder, with a line
-// "identifier: name" for each element.
+// apartment, such as Qt's windows. When a program sends WM_GETOBJECT to a window, this library writes a line
+// "identifier: name" for each element that the window shows to screen readers. The lines go to the file
+// "window-text.txt" in the temporary folder.
 #include <cstdio>
 #include <string>
 
@@ -37,7 +37,7 @@ void writeLine(std::FILE* file, IRawElementProviderSimple& element)
         std::fwrite(bytes, 1, static_cast<std::size_t>(size - 1), file);
 }
 
-// NOLINTNEXTLINE(misc-no-recursion): no deeper than the window's widgets
+// NOLINTNEXTLINE(misc-no-recursion): recurses only as deep as the window's widgets are nested
 void writeElements(std::FILE* file, IRawElementProviderSimple& element)
 {
     writeLine(file, element);
