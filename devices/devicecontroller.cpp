@@ -19,8 +19,8 @@ constexpr int lastVendorUsagePage = 0xFFFF;
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// The next two functions run as tasks. A task owns its device, and closes the device before returning the
-// result, because the receiver of the result may want to open the device exclusively.
+// The next two functions run as tasks. A task owns its device, and closes the device before the task's result
+// is reported, because the receiver of the result may want to open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)

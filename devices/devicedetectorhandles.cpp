@@ -68,8 +68,8 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // The query closed the handle that it was about. A handle that is open now is newer, so it stays valid
-    // when the removal is refused.
+    // The removal query closed the old handle. A handle that is open now is newer, so it stays valid when the
+    // removal is refused.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);

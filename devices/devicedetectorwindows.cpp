@@ -13,7 +13,7 @@ namespace {
 constexpr wchar_t windowClassName[] = L"{6D2A90E4-3B7C-4E15-A8D2-0C57F1B94E63}";
 constexpr DWORD installationWaitMs = 1000;
 
-// Windows checks the sizes of these structures. The numbers are their sizes on 32-bit Windows.
+// Windows checks the sizes of the structures below. The numbers are their sizes on 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 static_assert(!on32BitWindows || sizeof(DEV_BROADCAST_HANDLE) == 44);
@@ -73,7 +73,7 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
     // Waits even if the worker thread could not be created, because stop() below posts WM_QUIT to the
-    // notification thread, which must have its message queue before.
+    // notification thread, which must have its message queue by then.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);

@@ -16,7 +16,7 @@ extern "C" {
 
 namespace {
 
-// Windows checks the sizes of these structures. The numbers are their sizes on 32-bit Windows.
+// Windows checks the sizes of the structures below. The numbers are their sizes on 32-bit Windows.
 constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);

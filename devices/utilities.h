@@ -60,7 +60,7 @@ QString deviceNameForPid(unsigned short pid);
 /// device for everybody who uses it.
 /// @param access, share  combinations of Access::Bits.
 /// @return the open device; null on failure, with a warning in the log. The last owner may release the device
-///         on any thread. Its handle is then given back and closed. The detector stays alive until then.
+///         on any thread. The handle is then given back and closed. The detector stays alive until then.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 

@@ -34,8 +34,8 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// The maximum of the progress: fixedSteps, stepsPerChunk for each chunk but the last, and one step for each
-// full packet of the last chunk. For a transmitter, also stepsPerSector for each full sector of the image.
+// The maximum of the progress is fixedSteps, plus stepsPerChunk for each chunk but the last, plus 1 for each
+// full packet of the last chunk. A transmitter adds stepsPerSector for each full sector of the image.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;

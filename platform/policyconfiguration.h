@@ -6,12 +6,12 @@
 
 #include <mmdeviceapi.h>
 
-// COM interfaces have no destructor: a virtual one would take an entry of the method table.
+// COM interfaces have no virtual destructor, because it would take an entry of the method table.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// Windows' interface to its sound settings, which no header declares. The program uses the thirteenth
-/// operation, counting those of IUnknown; the others fill the method table.
+/// Windows' interface to its sound settings, which no header declares. The program uses only the thirteenth
+/// operation; the first three are those of IUnknown. Operations 4 to 12 only fill the method table.
 struct IPolicyConfiguration : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE operation4() { return E_NOTIMPL; }

@@ -20,7 +20,7 @@ public:
     struct Place
     {
         Phase phase = Phase::Identify;
-        int transfer = 0;      ///< number of the last feature report, sent or received, from 1; 0 before it
+        int transfer = 0;      ///< number of the last feature report sent or received; 0 before the first
         bool isFailed = false; ///< whether that transfer failed
     };
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned short maxReadBytes = 32;
 constexpr int rowBytes = 16;
-constexpr unsigned rowStep = 0x1000; // from one row's start to the next, as the loader leaves gaps
+constexpr unsigned rowStep = 0x1000; // distance between the starts of two rows; the loader leaves gaps
 
 } // namespace
 

@@ -63,7 +63,7 @@ bool sendControlRequest(std::shared_ptr<AbstractHidDevice> device, int code);
 bool writeMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                  const std::vector<unsigned char>& data);
 
-/// Writes @p values into the control block at @p smData, all in one write. Their fields must be adjacent.
+/// Writes @p values into the control block at @p smData, all in one write. The fields must be adjacent.
 bool writeControlBlock(std::shared_ptr<AbstractHidDevice> device, unsigned short smData,
                        std::initializer_list<ControlValue> values);
 
@@ -82,7 +82,7 @@ enum class Answer {
     Complete,
 };
 
-/// Reads @p count bytes, at most 53, from the chip's memory. If the answer is complete, sets @p data to them.
+/// Reads @p count bytes, at most 53, from the chip's memory. Sets @p data only if the answer is complete.
 [[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                                 int count, std::vector<unsigned char>& data);
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// When the cable is pulled, a transfer may fail up to this long before the device is removed.
+/// When the cable is pulled, a transfer may fail first. The kernel then removes the device within this time.
 constexpr int removalDelayMs = 100;
 
 /// Repeats a system call that a signal interrupted.
@@ -35,7 +35,7 @@ DWORD windowsError(int errnoValue)
     case EPERM:
         return ERROR_ACCESS_DENIED;
     case EBUSY:
-    case EWOULDBLOCK: // from flock
+    case EWOULDBLOCK: // from flock()
         return ERROR_SHARING_VIOLATION;
     case ENOENT:
         return ERROR_FILE_NOT_FOUND;
@@ -95,7 +95,7 @@ DWORD HidrawDevice::getFeature(std::uint8_t* report, std::size_t size, std::size
 
 bool HidrawDevice::isGoneWithin(int timeoutMs) const
 {
-    pollfd polled{file.get(), 0, 0}; // poll() always reports POLLERR and POLLHUP
+    pollfd polled{file.get(), 0, 0}; // poll() reports POLLERR and POLLHUP even if no event is requested
     return uninterrupted([&] { return ::poll(&polled, 1, timeoutMs); }) > 0;
 }
 

@@ -8,7 +8,7 @@
 
 #include "filedescriptor.h"
 
-/// A HID interface with a node of the kernel's hidraw driver, such as /dev/hidraw3.
+/// A HID interface that has a node of the kernel's hidraw driver, such as /dev/hidraw3.
 ///
 /// All users in this program share one descriptor: the first acquire() opens it, and the last release()
 /// closes it. Calls of acquire() and release() must not overlap. After acquire(), transfers may run on any
@@ -19,8 +19,8 @@ public:
     explicit HidrawDevice(std::string devicePath);
 
     /// Adds a user.
-    /// @param isLocking  whether to keep out other programs that lock the device (flock) too. The lock holds
-    ///     until the last user releases the device.
+    /// @param isLocking  whether to lock the device (flock), which keeps out other programs that lock it too.
+    ///     The device stays locked until its last user releases it.
     /// @return 0, or a Windows error code if it cannot add the user.
     [[nodiscard]] DWORD acquire(bool isLocking);
     void release();

@@ -37,7 +37,7 @@ private:
     const std::shared_ptr<HidrawDevice> device;
 };
 
-/// @return the number after the last @p mark in @p text; nothing if @p text does not contain the mark.
+/// @return the number after the last @p mark in @p text; std::nullopt if the text does not contain the mark.
 std::optional<int> numberAfter(const std::string& text, const std::string& mark, int base)
 {
     const std::size_t found = text.rfind(mark);
@@ -46,9 +46,9 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
     return static_cast<int>(std::strtol(text.c_str() + found + mark.size(), nullptr, base));
 }
 
-/// The number of the USB interface if the device has several interfaces: only then does Windows put the
-/// number into names. A device that a program creates through uhid does not report how many interfaces it
-/// has; it counts as having several if the number is not 0.
+/// Returns the number of the USB interface if the device has several interfaces, because only then Windows
+/// puts the number into names. A device that a program creates through uhid does not report how many
+/// interfaces it has. If the number is not 0, the function assumes several interfaces.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

@@ -15,9 +15,9 @@ std::string textOf(const std::wstring& text)
     return std::filesystem::path(text).string();
 }
 
-/// Whether the device at @p devicePath can be opened now. The last attempt failed with @p refusal. If a lock
-/// was the reason, the function only checks whether a process still holds one: trying to lock the device
-/// could make another program's attempt fail.
+/// Whether the device at @p devicePath can be opened now, after an attempt that failed with @p refusal. If a
+/// lock was the reason, the function only checks whether a process still holds a lock, because locking the
+/// device as a trial could make another program's attempt fail.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)
@@ -67,8 +67,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     std::vector<std::shared_ptr<const DeviceNode>> added;
     bool isRetry = false;
     {
-        // Another thread may open a node as soon as it is added. Its call of noteOutcome() waits for this
-        // lock, so it finds the recorded interface.
+        // Another thread may open a node as soon as addNodes() has added the node. That thread's call of
+        // noteOutcome() waits for this lock, so it finds the interface in `interfaces`.
         const std::lock_guard<std::mutex> guard(mutex);
         isRetry = interfaces.count(description.systemPath) > 0;
         added = addNodes(description, descriptor);
@@ -83,8 +83,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     }
 }
 
-/// Call it with the mutex held.
-/// @return the nodes that it has added; none if the interface's nodes are present already.
+/// Adds the nodes of an interface. The caller holds the mutex.
+/// @return the added nodes; none if the interface's nodes are present already.
 std::vector<std::shared_ptr<const DeviceNode>> LinuxDeviceTree::addNodes(const HidrawInterface& description,
                                                                          const ReportDescriptor& descriptor)
 {
@@ -126,8 +126,9 @@ void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
     }
 }
 
-/// Reports a removal and an arrival for each refused interface that can be opened now.
-/// @return whether any refused interface still cannot be opened.
+/// Looks at each interface that the system refused to open. If the interface can be opened now, reports a
+/// removal and an arrival.
+/// @return whether any of these interfaces still cannot be opened.
 bool LinuxDeviceTree::retryRefused()
 {
     std::vector<Interface> ready;
@@ -163,7 +164,7 @@ bool LinuxDeviceTree::isOpen(const Interface& interface) const
 void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 {
     const auto node = find(path);
-    // If this program has the node open, its own share mode has refused the attempt.
+    // If an attempt fails while this program has the node open, the program's own share mode refused it.
     if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
         return;
     {
@@ -184,7 +185,8 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
     monitor->retry();
 }
 
-/// Logs the interface's refusal unless the last logged one was the same. Call it with the mutex held.
+/// Logs why the system refuses to open the interface, unless the last logged reason was the same. The caller
+/// holds the mutex.
 void LinuxDeviceTree::logOnce(Interface& interface, const std::wstring& instanceId)
 {
     if (std::exchange(interface.logged, interface.refusal) == interface.refusal)

@@ -11,18 +11,19 @@
 #include "udevmonitor.h"
 
 /// The HID interfaces of the USB devices that are connected to this computer, from udev and hidraw. A node
-/// appears after udev has run its rules for it, so no driver installation is ever pending.
+/// appears only after udev has run its rules for the node, so no driver installation is ever pending.
 ///
-/// A node that the system refuses to open, because the user lacks the permission or another program has
-/// locked it, is tried again once a second. When it can be opened, the tree reports a removal and an arrival.
+/// The system may refuse to open a node, because the user lacks the permission or another program has locked
+/// the node. The tree then tries again once a second. When the node can be opened, the tree reports a removal
+/// and an arrival.
 class LinuxDeviceTree : public DeviceTree
 {
 public:
-    /// The first use of the tree starts the search for devices.
+    /// Does not search for devices yet: the first use of the tree starts the search.
     /// @param log  called on any thread with a sentence for each reason why a device cannot be used.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
 
-    /// A file that is opened for more than queries locks out other programs. If this program has an interface
+    /// A file that is open for more than queries locks out other programs. If this program has an interface
     /// open twice, the lock holds until both files are closed.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
@@ -33,8 +34,8 @@ private:
     {
         HidrawInterface description;
         std::vector<std::wstring> paths; ///< interface paths of its nodes
-        DWORD refusal = ERROR_SUCCESS;   ///< error if the system refused the last attempt to open it
-        DWORD logged = ERROR_SUCCESS;    ///< last logged refusal; ERROR_SUCCESS after an opening
+        DWORD refusal = ERROR_SUCCESS;   ///< why the system refused the last attempt to open the interface
+        DWORD logged = ERROR_SUCCESS;    ///< last logged refusal; ERROR_SUCCESS after a success
     };
 
     void start() override;
@@ -49,7 +50,7 @@ private:
     void logOnce(Interface& interface, const std::wstring& instanceId);
 
     const std::function<void(const std::string&)> log;
-    std::mutex mutex;                            ///< guards what follows
+    std::mutex mutex;                            ///< guards `interfaces`
     std::map<std::string, Interface> interfaces; ///< by system path
     std::once_flag started;
     std::unique_ptr<UdevMonitor> monitor; ///< reports to this object

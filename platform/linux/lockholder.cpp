@@ -8,7 +8,7 @@
 
 namespace {
 
-/// How /proc/locks identifies the file (proc(5)): by its file system's major and minor number, and its inode.
+/// Returns the file's name in /proc/locks (proc(5)): its file system's major and minor number, and its inode.
 std::string nameInLocks(const struct stat& file)
 {
     char name[64];
@@ -28,9 +28,9 @@ std::optional<std::string> lockHolder(const std::string& path)
     std::ifstream locks("/proc/locks");
     std::string line;
     while (std::getline(locks, line)) {
-        // The line of a process that waits for a lock has "->" before the kind.
         int process = 0;
         char name[64];
+        // The format does not match a process that only waits for a lock: its line has "->" before FLOCK.
         if (std::sscanf(line.c_str(), "%*s FLOCK %*s %*s %d %63s", &process, name) != 2 || name != wanted)
             continue;
         const std::string id = std::to_string(process);

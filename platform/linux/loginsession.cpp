@@ -33,8 +33,8 @@ bool LoginSession::require(EXECUTION_STATE state)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        // The lid has its own lock, because a user may lack only the permission for the lid. It is taken
-        // last, so that no lock is held if logind refuses the one against sleep.
+        // The lid has its own lock, because a user may lack only the permission for the lid. The lid's lock
+        // is taken second, so that no lock is held if logind refuses the lock against sleep.
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }
@@ -80,5 +80,6 @@ FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) c
             (error.message ? error.message : std::generic_category().message(-result)));
         return FileDescriptor();
     }
-    return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0)); // the reply closes its own descriptor
+    // Returns a copy, because the reply closes its own descriptor.
+    return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0));
 }

@@ -8,7 +8,7 @@
 #include "session.h"
 
 /// Keeps the user's session from ending and the computer from sleeping, by inhibitor locks of systemd-logind
-/// (org.freedesktop.login1(5)). If there is no logind, or it refuses, the request fails. A request for a lock
+/// (org.freedesktop.login1(5)). If logind is missing or refuses, the request fails. A request for a lock
 /// blocks for at most 5 s.
 class LoginSession : public Session
 {
@@ -25,6 +25,6 @@ private:
 
     const std::function<void(const std::string&)> log;
     FileDescriptor wakefulness; ///< held while the system or the display must stay awake
-    FileDescriptor lid; ///< held too, since `wakefulness` does not prevent a suspend by the laptop's lid
+    FileDescriptor lid; ///< held with `wakefulness`, which does not prevent a suspend by the laptop's lid
     std::map<HWND, FileDescriptor> blocks;
 };

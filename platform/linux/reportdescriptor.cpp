@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::size_t maxReportBytes = 16384; // HID_MAX_BUFFER_SIZE
+constexpr std::size_t maxReportBytes = 16384; // the kernel's HID_MAX_BUFFER_SIZE
 
 constexpr std::uint8_t longItemPrefix = 0xFE; // HID defines no long items
 constexpr int usagePageBits = 16;
@@ -14,7 +14,7 @@ constexpr std::uint64_t bitsPerByte = 8;
 constexpr std::uint8_t typeMask = 0x0C;
 constexpr std::uint8_t mainType = 0;
 
-/// An item's tag and type, as its prefix byte holds them (HID 1.11 sections 6.2.2.4, 6.2.2.7 and 6.2.2.8).
+/// Tag and type of an item, as in its prefix byte (HID 1.11 sections 6.2.2.4, 6.2.2.7 and 6.2.2.8).
 enum Item : std::uint8_t {
     FeatureItem = 0xB0,
     CollectionItem = 0xA0,
@@ -117,7 +117,8 @@ private:
             hasUsage = false; // a local item applies only up to the next main item
     }
 
-    /// If several usages precede a collection, it has the first. A usage in long form includes a usage page.
+    /// If several usages precede a collection, the first one is the collection's usage. A usage in long form
+    /// includes a usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
         if (hasUsage)
@@ -165,7 +166,7 @@ private:
         }
         std::uint64_t& bits = featureBits[globals.reportId];
         bits += std::uint64_t(globals.reportSize) * globals.reportCount;
-        const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // includes the report ID
+        const std::uint64_t bytes = 1 + (bits + bitsPerByte - 1) / bitsPerByte; // 1 for the report ID
         if (bytes > maxReportBytes) {
             isDamaged = true;
             return;
@@ -180,10 +181,10 @@ private:
     Globals globals;
     std::vector<Globals> pushed;
     std::size_t depth = 0;
-    std::map<std::uint32_t, std::uint64_t> featureBits; ///< by report ID, of the current top-level collection
+    std::map<std::uint32_t, std::uint64_t> featureBits; ///< by report ID, in the current top-level collection
     bool hasUsage = false;
     std::uint16_t usage = 0;
-    std::uint32_t pageOfUsage = 0; ///< 0: the current usage page
+    std::uint32_t pageOfUsage = 0; ///< 0 if the usage includes no usage page
 };
 
 } // namespace

@@ -30,7 +30,7 @@ HidrawInterface interfaceOf(udev_device* device)
     HidrawInterface interface;
     interface.systemPath = textOf(udev_device_get_syspath(device));
     interface.devicePath = textOf(udev_device_get_devnode(device));
-    // The device owns its parents; they are not released here.
+    // The device owns its parents, so they are not released here.
     if (udev_device* const hid = udev_device_get_parent_with_subsystem_devtype(device, "hid", nullptr)) {
         interface.hidName = textOf(udev_device_get_sysname(hid));
         interface.hidId = textOf(udev_device_get_property_value(hid, "HID_ID"));
@@ -78,7 +78,7 @@ UdevMonitor::~UdevMonitor()
 void UdevMonitor::retry()
 {
     const std::uint64_t once = 1;
-    // Fails only if a wake-up is pending already.
+    // write() fails only if a wake-up is pending already.
     static_cast<void>(!::write(wakeUp.get(), &once, sizeof(once)));
 }
 
@@ -90,11 +90,11 @@ void UdevMonitor::listen()
         monitor.reset();
 }
 
-/// Reports that each missing node has left, and that each present node has arrived, even if it did so before.
+/// Reports each missing node as left, and each present node as arrived, even if it was reported before.
 void UdevMonitor::enumerate()
 {
     const Enumeration enumeration(udev_enumerate_new(context.get()));
-    // Leaves out nodes for which udev has not run its rules yet: it sends an event for each of them later.
+    // Leaves out nodes for which udev has not run its rules yet, because udev reports each of them later.
     udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
     udev_enumerate_add_match_is_initialized(enumeration.get());
     udev_enumerate_scan_devices(enumeration.get());

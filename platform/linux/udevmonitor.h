@@ -20,12 +20,13 @@ public:
     {
         std::function<void(const HidrawInterface&)> arrived; ///< may be called twice for one node
         std::function<void(const std::string& systemPath)> left;
-        std::function<bool()> retry; ///< see UdevMonitor::retry(); returns whether to call it again
+        std::function<bool()> retry; ///< see UdevMonitor::retry(); returns whether to repeat the call
     };
 
-    /// Reports the nodes that are present, and returns. Then a thread of its own reports the nodes that come
-    /// and go. If events of udev are lost, that thread compares the reported nodes with the present ones.
-    /// @param problem  why no device can be seen, for a log; stays empty if there is no problem.
+    /// Reports the nodes that are present, and returns. From then on the monitor's thread reports the nodes
+    /// that come and go. If events of udev are lost, the thread compares the reported nodes with the present
+    /// nodes.
+    /// @param problem  set to the reason, for a log, if no device can be seen; otherwise stays empty.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.
     ~UdevMonitor();
@@ -55,7 +56,7 @@ private:
     const Listener listener;
     std::unique_ptr<udev, Release> context;
     std::unique_ptr<udev_monitor, Release> monitor;
-    std::set<std::string> reported; ///< system paths of the nodes that are present
+    std::set<std::string> reported; ///< system paths of the nodes that were reported as present
     FileDescriptor wakeUp;
     std::atomic<bool> isEnding{false};
     std::thread thread;

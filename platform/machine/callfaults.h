@@ -7,8 +7,8 @@
 
 #include <windows.h>
 
-/// Counts the calls of the Windows interface, and fails those that a test chooses. A call has the name of its
-/// function, such as "CreateEventW". The creation of a COM object has the name of the object's class.
+/// Counts the calls of the Windows interface, and fails the calls that a test chooses. A call has the name of
+/// its function, such as "CreateEventW". A call that creates a COM object has the name of the object's class.
 /// Callable on any thread.
 class CallFaults
 {
@@ -21,7 +21,7 @@ public:
         faults[{function, nth}] = error;
     }
 
-    /// Counts a call. @return the error with which the call must fail; nothing if it may go on.
+    /// Counts a call. @return the error with which the call must fail; std::nullopt if it may go on.
     std::optional<DWORD> count(const std::string& function)
     {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards the members below
     std::map<std::string, int> counts;
     std::map<std::pair<std::string, int>, DWORD> faults;
 };

@@ -5,7 +5,8 @@
 
 namespace {
 
-/// Waits use the system clock, since thread sanitizer does not know the wait on a steady clock.
+/// Returns the end of a wait that starts now. Waits use the system clock, since thread sanitizer does not
+/// know the wait on a steady clock.
 template <typename Duration>
 std::chrono::system_clock::time_point systemTimeIn(Duration duration)
 {
@@ -48,13 +49,13 @@ void ScaledClock::setSpeed(double clockSpeed)
     speedChanged.notify_all();
 }
 
-/// Call it with the lock held.
+/// Returns the time of this clock, in milliseconds. The caller holds the mutex.
 double ScaledClock::now() const
 {
     return changeTime + Duration(Wall::now() - changeWallTime).count() * speed;
 }
 
-/// Call it with the lock held.
+/// Returns the real time until this clock shows @p time. The caller holds the mutex.
 ScaledClock::Duration ScaledClock::untilWallShows(double time) const
 {
     return Duration((time - now()) / speed);
@@ -83,7 +84,7 @@ std::uint32_t ScaledClock::tickCount()
 bool ScaledClock::waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                           std::uint32_t timeoutMs, const std::function<bool()>& condition)
 {
-    constexpr Duration patience(20); // longest wait before it checks for a change of speed
+    constexpr Duration patience(20); // longest wait until the loop notices a change of speed
     const auto left = [this](double end) {
         const std::lock_guard<std::mutex> guard(mutex);
         return untilWallShows(end);

@@ -21,7 +21,8 @@ public:
     virtual std::uint32_t tickCount();
 
     /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is called. Whoever changes its result notifies @p changed.
+    /// return and whenever @p condition is called. Whoever changes the result of @p condition notifies
+    /// @p changed.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);
@@ -32,7 +33,7 @@ public:
 class ScaledClock : public Clock
 {
 public:
-    /// At this speed an update takes a moment, and its steps can still be seen.
+    /// At this speed an update takes only a moment, but its steps can still be seen.
     static constexpr double atOnce = 1000;
 
     explicit ScaledClock(double clockSpeed = 1);
@@ -60,21 +61,21 @@ private:
 };
 
 /// A clock on which every wait ends at once. A sleep only advances the tick and is recorded. A sleep of 0
-/// advances the tick by 1, so that polling without a pause reaches its time limit too.
+/// advances the tick by 1, so that a loop without a pause reaches its time limit too.
 class VirtualClock : public Clock
 {
 public:
-    // How to script it.
+    // How to script the clock.
 
     explicit VirtualClock(std::uint32_t startTick = 0);
     /// Called on the sleeping thread at the start of each sleep. Set it before any thread sleeps.
     std::function<void(std::uint32_t ms)> onSleep;
 
-    // What it recorded.
+    // What the clock recorded.
 
     std::vector<std::uint32_t> sleeps() const; ///< the sleeps of all threads, in order
 
-    // What it serves.
+    // The functions of Clock.
 
     void sleep(std::uint32_t ms) override;
     std::uint32_t tickCount() override;

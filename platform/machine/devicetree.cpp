@@ -19,7 +19,7 @@ struct DeviceTree::State
                             [key = enumeratedPath(path)](const auto& p) { return p->key == key; });
     }
 
-    std::mutex mutex; ///< guards what follows; never held while an observer is called
+    std::mutex mutex; ///< guards the members below; never held while an observer is called
     std::vector<std::shared_ptr<Present>> present;
     std::vector<const DeviceFile*> files;
     std::vector<std::weak_ptr<DeviceTreeObserver>> observers;
@@ -33,7 +33,7 @@ bool allows(DWORD share, DWORD access)
            (!(access & GENERIC_WRITE) || (share & FILE_SHARE_WRITE));
 }
 
-/// Whether a file may be open with both modes. A file opened for queries never conflicts.
+/// Whether two files with these modes may be open on one node. A file opened for queries never conflicts.
 bool agree(const ShareMode& a, const ShareMode& b)
 {
     return a.access == 0 || b.access == 0 || (allows(a.share, b.access) && allows(b.share, a.access));

@@ -13,14 +13,14 @@ struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes = 0; ///< length of the longest, with its report ID; 0 if there is none
+    std::uint16_t featureReportBytes = 0; ///< length of the longest report with its ID; 0 if there is none
 };
 
 /// The access with which a file is open, and the access that it leaves to others.
 struct ShareMode
 {
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
-    DWORD share;  ///< the access of others: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
+    DWORD share;  ///< the access that others may have: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
 };
 
 /// The HID function behind a device interface. Transfers may come on any thread, one at a time per open file.
@@ -31,7 +31,7 @@ public:
 
     virtual HidCapabilities capabilities() const = 0;
 
-    /// The tree calls open() when a file is opened on the function, and close() after a file was closed. The
+    /// The tree calls open() when it opens a file on the function, and close() after it closed a file. These
     /// calls do not overlap.
     /// @return 0, or the Windows error code with which the opening fails.
     virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
@@ -44,8 +44,8 @@ public:
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD setFeature(const std::uint8_t* report, std::size_t size) = 0;
 
-    /// Fills @p report, whose byte 0 is the report ID, with at most @p size bytes and sets @p received to
-    /// their number.
+    /// Fills @p report with at most @p size bytes and sets @p received to their number. On entry @p report[0]
+    /// is the report ID.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
 };
@@ -63,7 +63,7 @@ struct DeviceNode
     std::shared_ptr<HidFunction> hid;
 };
 
-/// An interface path as an enumeration spells it: in lower case.
+/// Returns an interface path as an enumeration spells it: in lower case.
 std::wstring enumeratedPath(std::wstring interfacePath);
 
 /// Receives the device tree's events on the threads that cause them.
@@ -72,15 +72,15 @@ class DeviceTreeObserver
 public:
     virtual ~DeviceTreeObserver() = default;
 
-    /// Whether it watches an open file rather than an interface class.
+    /// Whether the observer watches an open file rather than an interface class.
     virtual bool watchesFile() const = 0;
 
-    /// @param event  an event of WM_DEVICECHANGE. DBT_DEVNODES_CHANGED: another report follows.
-    ///     DBT_DEVICEQUERYREMOVE: the user wants to remove the device. DBT_DEVICEQUERYREMOVEFAILED: the
-    ///     device stays. In these two cases the caller waits for the result before it calls the next
-    ///     observer.
-    /// @return a future that is ready when the observer has handled the report. The caller need not wait for
-    ///     a removal: a device leaves without waiting for its users.
+    /// @param event  an event of WM_DEVICECHANGE. After DBT_DEVNODES_CHANGED another event follows.
+    ///     DBT_DEVICEQUERYREMOVE means that the user wants to remove the device, and
+    ///     DBT_DEVICEQUERYREMOVEFAILED that the device stays. After either of these two events the caller
+    ///     waits for the returned future before it calls the next observer.
+    /// @return a future that is ready when the observer has handled the event. After a removal the caller
+    ///     need not wait, because a device leaves without waiting for its users.
     virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
 };
 
@@ -115,14 +115,14 @@ protected:
     /// Called at the start of presentNodes(), open() and observe().
     virtual void start() {}
 
-    /// @return null if a node with that path is present already.
+    /// Adds @p node. @return the added node; null if a node with its path is present already.
     std::shared_ptr<const DeviceNode> add(DeviceNode node);
-    /// Removes the node at @p path. Files that are open on it remain open but are no longer connected.
-    /// @return null if there is no such node.
+    /// Removes the node at @p path. Files that are open on this node stay open but are no longer connected.
+    /// @return the removed node; null if there is no such node.
     std::shared_ptr<const DeviceNode> remove(const std::wstring& path);
     std::shared_ptr<const DeviceNode> find(const std::wstring& path) const;
 
-    /// Counts the files that are open on @p node, or all open files if it is null.
+    /// Counts the files that are open on @p node, or all open files if @p node is null.
     std::size_t countOpenFiles(const DeviceNode* node) const;
 
     /// The observers, in the order of their registration.
@@ -136,11 +136,11 @@ private:
     const std::shared_ptr<State> state; ///< shared with open files, which may outlive the tree
 };
 
-/// A device interface that is open as a file; its destructor closes it.
+/// A device interface that is open as a file. The destructor closes the file.
 class DeviceFile
 {
 public:
-    /// Call it with the tree's lock held.
+    /// The caller holds the tree's mutex.
     DeviceFile(std::shared_ptr<DeviceTree::State> treeState, std::shared_ptr<DeviceTree::Present> opened,
                const ShareMode& shareMode);
     ~DeviceFile();

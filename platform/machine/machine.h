@@ -8,8 +8,8 @@ class SimulatedAudioEndpoints;
 class SimulatedServiceManager;
 struct ProcessTable;
 
-/// The computer that the program runs on, as the functions of the Windows interface see it. The parts are
-/// borrowed.
+/// The computer that the program runs on, as the functions of the Windows interface see it. Does not own its
+/// parts.
 struct Machine
 {
     Clock* clock;
@@ -26,8 +26,9 @@ struct Machine
 /// devices and a session sets them before it uses either. Callable on any thread.
 Machine& currentMachine();
 
-/// Makes a machine the current one as long as this object exists. Before its destruction, everything that was
-/// opened on the machine must be closed, and every thread that uses the machine must have ended.
+/// Makes a machine the current one as long as this object exists. Before this object is destroyed,
+/// everything that was opened on the machine must be closed, and every thread that uses the machine must have
+/// ended.
 class ScopedMachine
 {
 public:

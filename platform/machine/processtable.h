@@ -16,12 +16,12 @@ struct ProcessEntry
 struct ProcessTable
 {
     DWORD ownId = 0;
-    /// As on Windows, the first one is the idle process, with identifier 0.
+    /// The list of processes. As on Windows, the first one is the idle process, with identifier 0.
     std::vector<ProcessEntry> snapshot;
-    /// By identifier, the executables of the processes that may be queried; empty if it cannot be read.
+    /// By identifier, the executable of each process that may be queried; empty if it cannot be read.
     std::map<DWORD, std::wstring> imagePaths;
     bool isWow64 = false; ///< whether the program runs as a 32-bit process on a 64-bit system
 };
 
-/// The idle process, and those of the Linux system that the program needs: its own and its parent's.
+/// Returns the idle process, the program's own process on this Linux system, and its parent process.
 ProcessTable ownProcesses();

@@ -12,18 +12,19 @@ class Session
 public:
     virtual ~Session() = default;
 
-    /// Keeps awake what @p state names: ES_SYSTEM_REQUIRED, ES_DISPLAY_REQUIRED, both, or 0.
-    /// @return whether that is possible.
+    /// Keeps the system (ES_SYSTEM_REQUIRED), the display (ES_DISPLAY_REQUIRED) or both awake. If @p state is
+    /// 0, keeps nothing awake any more.
+    /// @return whether this is possible.
     virtual bool require(EXECUTION_STATE state)
     {
         awake = state;
         return true;
     }
-    /// What is kept awake now.
+    /// The state that is required now.
     EXECUTION_STATE required() const { return awake; }
 
-    /// Sets the reason that the system shows to a user who wants to end the session. It replaces the window's
-    /// earlier reason. @return whether the reason was set.
+    /// Sets the reason that the system shows to a user who wants to end the session. This reason replaces an
+    /// earlier reason of the same window. @return whether the reason was set.
     virtual bool setBlockReason(HWND window, const std::wstring& reason)
     {
         reasons[window] = reason;

@@ -15,7 +15,7 @@
 struct AudioEndpoint
 {
     std::wstring id;
-    std::wstring adapterName; ///< friendly name of the adapter that it belongs to
+    std::wstring adapterName; ///< friendly name of the endpoint's adapter
     EDataFlow flow = eRender;
     DWORD state = DEVICE_STATE_ACTIVE;
 };
@@ -25,12 +25,12 @@ struct AudioEndpoint
 class SimulatedAudioEndpoints
 {
 public:
-    /// The services are borrowed. If the audio service is not among them, it counts as running.
+    /// Does not own its arguments. If the audio service is not among @p services, it counts as running.
     SimulatedAudioEndpoints(SimulatedServiceManager& services, CallFaults& machineFaults);
 
-    // How to script it.
+    // How to script the endpoints.
 
-    /// Adds an endpoint. Until one is chosen, the first active endpoint of a flow is its default.
+    /// Adds an endpoint. Until a default is chosen, the flow's first active endpoint is its default.
     void add(AudioEndpoint endpoint);
     /// Changes an endpoint's state, as unplugging its device does. Only an active endpoint can be a default.
     void setState(const std::wstring& id, DWORD state);
@@ -38,7 +38,7 @@ public:
     /// @return whether there is an endpoint with that identifier.
     bool chooseDefault(const std::wstring& id, ERole role);
 
-    // What it recorded.
+    // What the endpoints recorded.
 
     struct DefaultSet
     {
@@ -47,14 +47,15 @@ public:
     };
     std::vector<DefaultSet> defaultsSet() const; ///< set through the policy-configuration object, in order
 
-    // What it serves.
+    // What the COM functions call.
 
-    /// Call it at the start of each COM function. @p function is its name, or the class's, as in CallFaults.
-    /// @return S_OK if the function may go on. Otherwise the function must return this value without output,
-    /// even if it is the success S_FALSE.
+    /// Decides whether a COM function may go on. Each COM function calls admit() at its start.
+    /// @param function  the function's name; when an object is created, the name of the object's class.
+    /// @return S_OK if the function may go on. The function must return any other code, even the success code
+    ///     S_FALSE, without output.
     HRESULT admit(const std::string& function);
 
-    /// The endpoints of a flow whose state is in @p stateMask, in the order in which they were added.
+    /// The endpoints of @p flow that have a state in @p stateMask, in the order in which they were added.
     std::vector<AudioEndpoint> endpoints(EDataFlow flow, DWORD stateMask);
 
     std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);
@@ -65,7 +66,7 @@ public:
 private:
     SimulatedServiceManager& serviceManager;
     CallFaults& faults;
-    mutable std::mutex mutex; ///< guards what follows
+    mutable std::mutex mutex; ///< guards the members below
     std::vector<AudioEndpoint> all;
     std::map<std::pair<EDataFlow, ERole>, std::wstring> chosen;
     std::vector<DefaultSet> recorded;

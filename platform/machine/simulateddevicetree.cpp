@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t openingsKept = 256; // bounds the memory of a long run
+constexpr std::size_t openingsKept = 256; // limits the memory that a long run needs
 
 } // namespace
 
@@ -23,7 +23,7 @@ void SimulatedDeviceTree::setBroadcasts(const Broadcasts& choice)
     broadcasts = choice;
 }
 
-/// Call it with `events` locked.
+/// Reports @p event to all observers. The caller has locked `events`.
 SimulatedDeviceTree::Handled SimulatedDeviceTree::report(WPARAM event, const DeviceNode& node)
 {
     Handled handled;

@@ -14,7 +14,7 @@ class SimulatedDeviceTree : public DeviceTree
 public:
     explicit SimulatedDeviceTree(Clock& machineClock);
 
-    // How to script it. Events are reported one at a time, in the order in which they happen.
+    // How to script the tree. Events are reported one at a time, in the order in which they happen.
 
     /// Plugs a node in. Does nothing if a node with its path is present already.
     void plug(DeviceNode node);
@@ -26,8 +26,8 @@ public:
     /// Calls unplug() and waits until every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
     /// Asks the users of the node to close their files, waits for their answers, and removes the node unless
-    /// a file is still open. A transfer must not call it on its own thread: a user closes its file only after
-    /// the transfer has ended.
+    /// a file is still open. Do not call requestRemoval() on a thread that is making a transfer: a user
+    /// closes its file only after the transfer has ended, so the wait would never end.
     /// @return whether the node was removed.
     bool requestRemoval(const std::wstring& path);
     /// Sets whether a driver is being installed.
@@ -39,13 +39,13 @@ public:
     {
         bool filesFirst = false;   ///< observers of an open file receive each event first
         int removals = 1;          ///< how often each removal is reported
-        bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes every other broadcast
+        bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes each other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);
     /// Reports a node's arrival once more, as an unreliable hub does.
     void repeatArrival(const std::wstring& path);
 
-    // What it recorded.
+    // What the tree recorded.
 
     struct Opening
     {
@@ -56,7 +56,7 @@ public:
     std::vector<Opening> openings() const; ///< the latest attempts to open a path, in order
     std::size_t openFileCount() const { return countOpenFiles(nullptr); } ///< files not closed yet
 
-    // What it serves.
+    // The functions of DeviceTree.
 
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
@@ -68,9 +68,9 @@ private:
     Clock& clock;
     std::mutex events;        ///< held while an event happens and is reported; locked before `mutex`
     Broadcasts broadcasts;    ///< guarded by `events`
-    mutable std::mutex mutex; ///< guards what follows; locked before DeviceTree's own mutex
+    mutable std::mutex mutex; ///< guards the members below; locked before DeviceTree's own mutex
     std::condition_variable settled;
     bool installationPending = false;
-    std::map<std::wstring, DWORD> refusals; ///< by path
+    std::map<std::wstring, DWORD> refusals; ///< error of the next opening, by path
     std::deque<Opening> recorded;
 };

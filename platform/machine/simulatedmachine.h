@@ -10,7 +10,7 @@
 #include "simulateddevicetree.h"
 #include "simulatedservicemanager.h"
 
-/// The machine of tests and of the bench: any clock, and parts that can be scripted.
+/// The machine that tests and the bench use. It can have any clock, and its parts can be scripted.
 class SimulatedMachine
 {
 public:

@@ -16,7 +16,7 @@ class SimulatedServiceManager
 public:
     SimulatedServiceManager(Clock& machineClock, CallFaults& machineFaults);
 
-    // How to script it.
+    // How to script the services.
 
     /// How a service gets from running to stopped, or back.
     struct Transition
@@ -26,7 +26,7 @@ public:
         DWORD checkPointEveryMs = 0;    ///< the check point is 1, then grows by 1 at this interval; 0: never
         DWORD stallsAfterMs = INFINITE; ///< time after which the check point no longer grows
         DWORD exitCode = ERROR_SUCCESS; ///< a start with any other exit code leaves the service stopped
-        DWORD refusal = ERROR_SUCCESS;  ///< any other code: the control or start call fails with it
+        DWORD refusal = ERROR_SUCCESS;  ///< any other code: the stop or start call fails with this code
     };
     struct Service
     {
@@ -39,18 +39,19 @@ public:
     };
     void add(Service service);
 
-    // What it recorded.
+    // What the manager recorded.
 
     struct Call
     {
         std::string function; ///< called function of the Windows interface
-        std::wstring service; ///< as the caller named it; empty for the manager
+        std::wstring service; ///< the name that the caller used; empty for the manager
         DWORD access;         ///< access that the call requests
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 if there is no such service
 
-    // What it serves. Each operation returns a Windows error code. Its caller checks the rights of handles.
+    // What the Windows functions call. Each operation returns a Windows error code. The caller checks the
+    // rights of handles.
 
     /// Succeeds with any @p access: the user has every right to the manager.
     DWORD openManager(DWORD access);
@@ -73,7 +74,7 @@ private:
     struct Entry
     {
         Service service; ///< `state` is the current state
-        DWORD beginTick; ///< when its current transition started
+        DWORD beginTick; ///< tick at which the current transition started
         DWORD exitCode = ERROR_SUCCESS;
     };
 
@@ -90,7 +91,7 @@ private:
 
     Clock& clock;
     CallFaults& faults;
-    mutable std::mutex mutex; ///< guards what follows
+    mutable std::mutex mutex; ///< guards the members below
     std::vector<Entry> entries;
     std::vector<Call> recorded;
 };
