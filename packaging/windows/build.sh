@@ -69,7 +69,7 @@ build_qt() {
     ! made qt "$qt_recipe" || return 0
     rm -rf "$cache/qt" "$cache/build-qt"
     mkdir -p "$cache/bin" "$cache/build-qt"
-    # Qt's build calls the compiler by a name without the thread model ("-posix"). The links have that name.
+    # Makes links without the thread model "-posix" in their names, because Qt's build calls the compiler by such names.
     for tool in gcc g++; do
         ln -sf "$(command -v $target-$tool-posix)" "$cache/bin/$target-$tool"
     done

@@ -8,7 +8,7 @@ program=zefo-vynt-firmware-update
 mkdir -p /run/check pictures
 
 seconds() { cut -d ' ' -f 1 /proc/uptime; }
-# note TEXT...: prints the text and the seconds since the machine started. Checks nothing.
+# note TEXT...: prints the seconds since the machine started, and the text. Checks nothing.
 note() { echo "| $(seconds) s: $*"; }
 
 # as_user COMMAND: runs the command in the background, in the session of the user at the screen.

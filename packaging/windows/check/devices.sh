@@ -1,6 +1,6 @@
 # Checks the program with a simulated transmitter and a simulated headset on the simulated bus. Everything between the
 # bus and the program is part of Wine, except one DLL: the checked copies of the program load a stand-in for
-# SETUPAPI.dll, which knows the names of enumerators. Sourced by run.sh.
+# SETUPAPI.dll that also knows the names of enumerators. Sourced by run.sh.
 
 # The version that the devices of pair.exe have before an update.
 installed=1.0.0.20240131.1207

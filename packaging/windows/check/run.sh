@@ -13,8 +13,8 @@ updater=zefo-vynt-firmware-update.exe
 printf 'pcm.!default { type null }\nctl.!default { type null }\n' >"$HOME/.asoundrc"
 Xvfb $DISPLAY -screen 0 800x600x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.1; done
-# When the last program ends, Wine stops its devices and services. A program that starts at that moment finds only some of
-# them, so one program runs all the time.
+# When the last program ends, Wine stops its devices and services. A program that starts at that moment finds only some
+# of them, so one program runs all the time.
 sleep infinity | wine cmd >/dev/null 2>&1 &
 wine --version
 uname -sr | sed 's/^/Linux: /'

@@ -181,7 +181,7 @@ void removeLeftoversIn(const std::wstring& parent)
     for (const WIN32_FIND_DATAW& entry : entriesOf(parent, std::wstring(namePrefix) + L"{*")) {
         std::wstring path = parent + entry.cFileName;
         // The system grants the right to delete only if nobody holds the folder. The handle with this right
-        // is closed at once: some systems do not list a folder while a handle with this right is open.
+        // is closed at once, because some systems do not list the folder while this handle is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)

@@ -29,8 +29,8 @@ constexpr std::uint32_t unplugCode = controlCode(1);
 /// device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
-/// The number of ports. Each port takes one HID interface. When the program closes its handle to the control
-/// device, the driver empties all ports, and every pending answerCode request fails.
+/// The number of ports. Each port takes one HID interface. When the program that simulates the devices closes
+/// its handle to the control device, the driver empties all ports and fails every pending answerCode request.
 constexpr std::uint32_t ports = 8;
 constexpr std::uint32_t maxIdLength = 64;
 constexpr std::uint32_t maxDescriptorBytes = 256;
