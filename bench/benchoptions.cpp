@@ -23,7 +23,7 @@ constexpr int maxSeed = std::numeric_limits<int>::max();
 struct Switch
 {
     const char* name;
-    const char* value; ///< what the help calls the switch's value; empty if it takes none
+    const char* value; ///< name of the switch's value in the help; empty if the switch takes no value
     const char* byDefault;
     const char* description;
 };

@@ -128,7 +128,7 @@ int BenchRun::drive()
 {
     QEventLoop loop;
     connect(this, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    qint64 longestMs = 160000; // for all but programming; each device may be programmed twice
+    qint64 longestMs = 160000; // for all but the programming; the loop adds two programmings per device
     for (const DeviceType type : bothTypes)
         longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
@@ -151,7 +151,7 @@ void BenchRun::takeTour()
         return;
     }
     driver->takeTour(screenTour(*driver, *pair, archivePath, otherArchive));
-    // Queued, because the slot deletes the driver that emits the signal.
+    // The connection is queued, because the slot deletes the driver that emits the signal.
     connect(driver.get(), &UserDriver::tourEnded, this, &BenchRun::updateAgain, Qt::QueuedConnection);
 }
 
@@ -208,7 +208,8 @@ void BenchRun::endUpdate(const Outcome& outcome)
 /// Repairs the device that the fault hit, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    // Wait for a device that is still restarting: it could leave programming mode during the next update.
+    // Waits first until no device is restarting, because such a device could leave programming mode during
+    // the next update.
     if (!pair->device(DeviceType::Transmitter).isSettled() ||
         !pair->device(DeviceType::Headset).isSettled()) {
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
@@ -225,7 +226,7 @@ void BenchRun::tryAgain(bool isUpdaterUsable)
         return;
     }
     log.add(QStringLiteral("user: start the updater again"));
-    // Queued, because updateAgain() deletes the driver, which is emitting a signal now.
+    // The call is queued, because updateAgain() deletes the driver, which is emitting a signal now.
     QMetaObject::invokeMethod(this, &BenchRun::updateAgain, Qt::QueuedConnection);
 }
 
@@ -235,9 +236,9 @@ void BenchRun::updateAgain()
     makeDriver();
 }
 
-/// An updater waits 30 s for its device to enter programming mode. If time runs fast, this function ends the
-/// wait as soon as the device has settled outside programming mode, because such a device does not enter that
-/// mode any more.
+/// The updater of a device waits 30 s for the device to enter programming mode. If time runs fast, this
+/// function ends the wait as soon as the device has settled outside programming mode, because such a device
+/// does not enter that mode any more.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -254,8 +255,8 @@ void BenchRun::endVainWaits()
     }
 }
 
-/// In virtual time each delay waits until the latest orderly removal is over, because the delay itself gives
-/// the removal no time.
+/// In virtual time, makes each delay wait until the latest orderly removal is over, because a virtual delay
+/// by itself leaves the removal no time.
 void BenchRun::noteSleep(std::uint32_t ms)
 {
     judge->noteSleep(ms);
@@ -267,12 +268,12 @@ void BenchRun::noteSleep(std::uint32_t ms)
 }
 
 /// Waits until the GUI thread has handled the report of a removal, which is already in that thread's event
-/// queue. If time runs fast, the updater's own delays do not give the GUI thread enough time.
+/// queue. If time runs fast, the updater's own delays alone leave the GUI thread too little time.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())
         return;
-    constexpr auto longest = std::chrono::seconds(5); // the GUI thread may itself wait for the calling thread
+    constexpr auto longest = std::chrono::seconds(5); // limited: the GUI thread may wait for this thread
     const auto handled = std::make_shared<std::promise<void>>();
     QMetaObject::invokeMethod(
         this, [handled] { handled->set_value(); }, Qt::QueuedConnection);

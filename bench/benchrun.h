@@ -17,9 +17,9 @@
 class KernelComputer;
 class MainWindow;
 
-/// Runs the updater on the simulated computer. drive() updates both devices as a user would and checks the
-/// outcome. After an update with a fault it also plugs the faulty device in again and makes another update.
-/// GUI thread.
+/// Runs the updater with two simulated devices. drive() updates both devices as a user would and checks the
+/// outcome. After an update with a fault, drive() also plugs the faulty device in again and makes another
+/// update. GUI thread.
 class BenchRun : public QObject
 {
     Q_OBJECT
@@ -32,12 +32,13 @@ public:
     /// @return false if the archive cannot be written or the bus is not usable; the reason is in the log.
     [[nodiscard]] bool prepare();
 
-    /// Uses the updater as a user would.
+    /// Uses the updater as a user would, and checks the outcome.
     /// @return 0 if everything ended as expected, otherwise 1.
     [[nodiscard]] int drive();
 
     SimulatedDevice& device(DeviceType type) { return pair->device(type); }
-    /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread.
+    /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread may call
+    /// it.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
     /// The outcome of the update for which a fault was armed.
@@ -50,11 +51,12 @@ public:
     const FaultOutcome& faultOutcome() const { return outcomeOfFault; }
 
     /// Writes a sample archive that exists as long as this object.
-    /// @return the archive's path; empty if the archive cannot be written, which the log reports.
+    /// @return the archive's path. If the archive cannot be written, logs the failure and returns an empty
+    /// path.
     [[nodiscard]] QString makeArchive(int generation, const QString& version) const;
 
 Q_SIGNALS:
-    /// In a run with the tour, emitted once for each screen, after the screen's layout is done.
+    /// In a run with the tour, emitted once for each screen, after the layout of the screen is done.
     void screenSeen(const QString& name, QWidget* screen);
     void finished(int exitCode); ///< makes drive() return @p exitCode
 
@@ -76,17 +78,17 @@ private:
     const BenchOptions options;
     const bool isHurried; ///< whether time runs faster than real time
     const int lookIntervalMs;
-    Fault fault; ///< fault to arm for the next update; `None` for the repair
+    Fault fault; ///< fault to arm for the next update; `None` if that update repairs the device
     FaultOutcome outcomeOfFault;
     EventLog& log;
     const std::function<void(const std::string&)> logLine; ///< any thread may call it
     const QTemporaryDir folder;
     QString archivePath; ///< path of the archive that the updater loads first
-    const QMap<DeviceType, std::vector<std::uint8_t>> images; ///< the images in that archive
+    const QMap<DeviceType, std::vector<std::uint8_t>> images; ///< the images in the archive at `archivePath`
     VirtualClock virtualClock;
     ScaledClock scaledClock;
     SimulatedMachine machine;
-    std::unique_ptr<KernelComputer> kernelComputer; ///< null if the computer is simulated
+    std::unique_ptr<KernelComputer> kernelComputer; ///< null unless the devices are plugged into the kernel
     ScopedMachine scope;
     std::mutex removalMutex;
     std::shared_future<void> removal; ///< the latest orderly removal; guarded by `removalMutex`

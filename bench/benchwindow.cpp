@@ -59,8 +59,8 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     placeWindows();
 }
 
-/// Puts the updater and this window side by side. Moves the updater too, because the position that the window
-/// manager gives it is not known yet.
+/// Puts the updater's window and this window side by side. Moves the updater's window too, because the
+/// position that the window manager gives it is not known yet.
 void BenchWindow::placeWindows()
 {
     constexpr int gap = 16; // wider than the windows' frames
@@ -84,7 +84,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return QString::number(device.transfers().count); });
     addFault(*rows, device);
-    // The text contains the device's name so that the two check boxes have different mnemonics.
+    // The text contains the device's name, so that the two check boxes have different mnemonics.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
     connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
@@ -132,7 +132,8 @@ void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
     rows.addRow(tr("Fault:"), fault);
 }
 
-/// Compares the device's memory with the updater's image for it, which is empty if the archive has none.
+/// Describes how the device's memory compares with the updater's image for the device. If the archive has no
+/// such image, the image is empty.
 QString BenchWindow::memoryState(DeviceType type) const
 {
     const QByteArray image = run.updater().findChild<FirmwareController*>()->firmware(type);
@@ -160,8 +161,8 @@ void BenchWindow::loadNewArchive()
         run.updater().setFirmwareFilePath(path);
 }
 
-/// A modal dialog blocks all windows except its own children, so the bench's window becomes the dialog's
-/// child.
+/// Makes this window a child of the updater's modal dialog, because a modal dialog blocks all windows except
+/// its own children.
 void BenchWindow::remainUsable()
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -170,8 +171,8 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// Ends the program after one of the two windows was closed. The end waits for an update in progress, so time
-/// runs at the highest speed.
+/// Ends the program if the user has closed this window or the updater's. An update in progress delays the
+/// end, so this function sets the highest speed of time.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

@@ -15,7 +15,8 @@ struct BenchOptions;
 
 /// A small window beside the updater's window. It shows the simulated devices, plugs them in, unplugs them
 /// and arms faults in them. It also changes the speed of time, makes archives and shows the log. It remains
-/// usable while the updater shows a dialog. Closing it or the updater's window ends the program. GUI thread.
+/// usable while the updater shows a dialog. Closing this window or the updater's window ends the program. GUI
+/// thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
@@ -36,7 +37,7 @@ private:
     void endAfterClosing();
 
     BenchRun& run;
-    const int generation; ///< of the archives that loadNewArchive() makes
-    int minorVersion = 2; ///< of the latest archive
-    QTimer refreshTimer;  ///< updates the shown states and checks the two windows
+    const int generation; ///< generation of the archives that loadNewArchive() makes
+    int minorVersion = 2; ///< minor version of the latest archive
+    QTimer refreshTimer;  ///< updates the shown states, and checks this window and the updater's
 };

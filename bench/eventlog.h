@@ -12,7 +12,8 @@
 QString nameOf(DeviceType type);
 
 /// The bench's log. Each event is a line that starts with the seconds since the log was created. While the
-/// object exists, it also receives the updater's own log. Only one object may exist at a time. Any thread.
+/// log exists, it also receives the updater's own log. Only one EventLog may exist at a time. Any thread may
+/// use it.
 class EventLog : public QObject
 {
     Q_OBJECT

@@ -12,7 +12,7 @@ constexpr char failedTransfer[] = "a transfer failed, the device stayed";
 constexpr char lostAtLastCommit[] = "the device was lost, noticed after the last commit";
 
 // The updater reads the chip identifier and the revision, each with a request and an answer. It makes all
-// four transfers even if one fails.
+// four transfers even if one of them fails.
 constexpr int identificationTransfers = 4;
 
 constexpr Expectation failsWith(int code, int lostTransfers = 0)
@@ -62,21 +62,22 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
         break;
     }
     if (isAtLastCommit(at, commits))
-        return succeeds(2, lostAtLastCommit); // lost: the commit and the announcement of programming's end
+        return succeeds(2, lostAtLastCommit); // lost: the commit and the end-of-programming request
     if (isNoticedLate)
         return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);
 }
 
-/// The outcome if the detector closes the device's handle after the transfers @p at.
+/// @return the outcome if the detector closes the device's handle right after the transfers that @p at
+/// counts.
 Expectation whenWithdrawn(const Transfers& at, int commits)
 {
     if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)
-        return succeeds(); // no updater uses the device's handle then
+        return succeeds(); // in these phases no updater uses the device's handle
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
-        return failsWith(FlashingError::DeviceLost, 1); // lost: the announcement of programming's end
+        return failsWith(FlashingError::DeviceLost, 1); // lost: the end-of-programming request
     return {FlashingError::DeviceLost, 0, 1};
 }
 
@@ -102,7 +103,7 @@ Expectation expectationFor(Fault fault, const std::optional<Transfers>& struckAt
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // counts as a failed transfer; only identification reads answers
+    case Fault::ShortAnswer:           // a failed transfer; only identification reads answers
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

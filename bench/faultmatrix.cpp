@@ -19,7 +19,7 @@ struct Family
 {
     BenchOptions options; ///< options of an update without a fault
     QString name;
-    Transfers transfers = {}; ///< transfers of that update
+    Transfers transfers = {}; ///< transfers of an update without a fault
     int survived = 0;
     int faults = 0;
 };
@@ -62,9 +62,9 @@ protected:
     }
 };
 
-/// The last transfer for which arming @p fault makes a difference. A fault in an answer strikes during
-/// identification only, because the updater reads no other answers. A fault at a restart that is armed for
-/// any transfer after the request to leave the application strikes at the last restart.
+/// @return the last transfer for which it is useful to arm @p fault. A fault in an answer strikes only during
+/// identification, because the updater reads no other answers. A fault at a restart strikes at the last
+/// restart if it is armed for any transfer after the request to leave the application.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);
@@ -117,8 +117,8 @@ Matrix::Matrix(const BenchOptions& benchOptions)
     }
 }
 
-/// Runs one update and, after a fault, the update that repairs the device. If anything is not as expected, it
-/// prints @p name and the log and returns no result.
+/// Runs one update and, after a fault, the update that repairs the device. If anything is not as expected,
+/// prints @p name and the log, and returns no result.
 std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const QString& name)
 {
     EventLog log;
@@ -129,7 +129,8 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
     return std::nullopt;
 }
 
-/// @return false if the options name an unknown family, or if an update without a fault fails.
+/// Runs an update without a fault in each family and counts its transfers. @return false if the options name
+/// an unknown family, or if such an update fails.
 bool Matrix::countTransfers()
 {
     if (families.empty())
@@ -154,12 +155,12 @@ void Matrix::runAll()
     }
 }
 
-/// Tries a random sample of the faults. Whatever the seed is, it draws the kinds of faults equally often, up
-/// to a difference of one, and the families likewise.
+/// Tries a random sample of the faults. In every sample, the numbers of faults of any two kinds differ by at
+/// most one, and so do the numbers of faults of any two families.
 void Matrix::runSample()
 {
-    const auto seed =
-        options.seed > 0 ? static_cast<unsigned>(options.seed) : std::random_device()() / 2; // fits an int
+    // The printed seed must fit an int, so a random one is divided by 2.
+    const auto seed = options.seed > 0 ? static_cast<unsigned>(options.seed) : std::random_device()() / 2;
     print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(seed));
     std::mt19937 random(seed);
     std::vector<const FaultDescription*> drawnKinds = kinds();

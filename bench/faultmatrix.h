@@ -12,7 +12,7 @@ namespace FaultMatrix {
 /// Prints the log of each failed run, a line for each family, the totals, and how many of the outcomes shown
 /// to the user were true of both devices. With a sample it also prints a line for each drawn fault.
 /// @param options  `family`, `sample` and `seed` choose the faults. `speed` has an effect only on the
-///                 kernel's bus, because time is virtual otherwise.
+///                 kernel's bus, because without that bus time is virtual.
 /// @return the exit code: 0 if all faults were survived, otherwise 1.
 int run(const BenchOptions& options);
 

@@ -67,7 +67,7 @@ void Judge::notePhase(DeviceType type, Phase phase)
 
 QStringList Judge::complaints(const Outcome& outcome) const
 {
-    QThreadPool::globalInstance()->waitForDone(); // one of the pool's threads restores the endpoints
+    QThreadPool::globalInstance()->waitForDone(); // a thread of the pool restores the default endpoints
     QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
@@ -129,8 +129,8 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
     return all;
 }
 
-/// Success may be shown only if the memory equals the image, apart from the documented exceptions. Failure
-/// must not be shown for a device that runs the new firmware.
+/// The updater may show success only if the memory equals the image, apart from the documented exceptions. It
+/// must not show failure for a device that runs the new firmware.
 QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
 {
     const bool isWhole = isMemoryWhole(type);
@@ -174,8 +174,8 @@ QString Judge::complaintAboutReport(const Outcome& outcome) const
     return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
-/// The audio service must run, the default endpoints must be the same as before the update and must have been
-/// set again, and no device may be open.
+/// The audio service must run. The default endpoints must be the same as before the update, and the updater
+/// must have set them again. No device may be open.
 QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)

@@ -13,18 +13,19 @@
 
 class EventLog;
 
-/// Checks whether an update ended as it must: the devices' bytes, the outcome that the user sees and whether
-/// it is true, failed transfers, delays, progress, and the computer's sound. GUI thread unless noted.
+/// Checks after an update whether it ended as it must: the devices' memories, the outcome that the user sees
+/// and whether that outcome is true, failed transfers, delays, progress bars, audio settings and open
+/// devices. Call it on the GUI thread unless noted.
 class Judge
 {
 public:
-    /// What the judge examines. The objects that it refers to must outlive the judge.
+    /// What the judge examines. The objects in the scene must outlive the judge.
     struct Scene
     {
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< noteSleep() reports every wait, so delays are checked to the millisecond
+        bool isTimeVirtual; ///< if true, noteSleep() reports every wait, and delays are checked to the ms
         EventLog& log;
     };
     explicit Judge(const Scene& judged);
@@ -34,11 +35,11 @@ public:
 
     /// Notes that the calling thread sleeps for @p ms milliseconds. Any thread.
     void noteSleep(std::uint32_t ms);
-    /// Notes that the calling thread has started a phase of the device's update. Any thread.
+    /// Notes that the calling thread has started @p phase of the update of the device @p type. Any thread.
     void notePhase(DeviceType type, Phase phase);
 
     /// Judges the update that has ended, and logs the verdicts.
-    /// @return what differs from the expected outcome.
+    /// @return a complaint for each difference from the expected outcome.
     QStringList complaints(const Outcome& outcome) const;
 
     /// The documented exception that allows the updater to show success although a memory differs from the
@@ -65,6 +66,8 @@ private:
 
     mutable std::mutex mutex; ///< guards what follows
     std::map<std::thread::id, std::int64_t> sleptMs;
-    std::map<DeviceType, std::int64_t> startedMs;    ///< time the device's thread slept before configuring
-    std::map<DeviceType, std::int64_t> programmedMs; ///< time slept from then until the end of programming
+    /// How long the device's thread had slept when it started to configure the chip.
+    std::map<DeviceType, std::int64_t> startedMs;
+    /// How long the device's thread slept from then until the end of programming.
+    std::map<DeviceType, std::int64_t> programmedMs;
 };

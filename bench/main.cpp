@@ -31,7 +31,8 @@ void chooseDisplay()
         qputenv("QT_FONT_DPI", "96");
 }
 
-/// Without a display Qt's text is larger than on most desktops, and antialiased for only one kind of screen.
+/// Sets the usual text size of desktops, and antialiasing that suits every screen. Without a display Qt uses
+/// larger text, and antialiasing for screens with one certain order of subpixels.
 void setUsualFont()
 {
     constexpr int usualPoints = 9;

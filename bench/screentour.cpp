@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Answers a question with no, or closes a message.
+/// Answers the question of a message box with no, or closes the box if it asks nothing.
 void dismissBox()
 {
     if (QMessageBox* const box = UserDriver::messageBox())
@@ -41,8 +41,7 @@ void chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Makes the transmitter look like one whose update was broken off: in programming mode, with unreadable
-/// memory.
+/// Makes the transmitter look as if its update was broken off: in programming mode, with unreadable memory.
 void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
@@ -64,7 +63,8 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // The main page is in this state too briefly for a stop of the tour.
+    // The main page shows the detection of a device too briefly for a stop of the tour. So the start of the
+    // detection reports this screen.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

@@ -142,7 +142,9 @@ void UserDriver::follow(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
-    constexpr int fullPercent = 95; // below 100: a transmitter makes only 4 of 5 announced steps per sector
+    // Less than 100, because the updater announces 5 steps per sector of a transmitter, but makes only 4 of
+    // them.
+    constexpr int fullPercent = 95;
     const QByteArray name = nameOf(type).toLatin1();
     const QString text = labelText(dialog, name + "InfoLabel");
     if (text.isEmpty())

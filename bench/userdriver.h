@@ -27,11 +27,11 @@ struct Outcome
     QString report;                   ///< the failure report; empty if the pairing instructions are shown
 };
 
-/// A screen of the updater, and what the user does there on a tour.
+/// A screen of the updater, and what the user does on the screen during a tour.
 struct Stop
 {
     const char* name;                 ///< name of the screen's picture; null if no picture is taken
-    std::function<QWidget*()> screen; ///< returns null while the screen is not shown
+    std::function<QWidget*()> screen; ///< returns null as long as the screen is not shown
     std::function<void()> act;
 };
 
@@ -53,11 +53,11 @@ public:
     /// Presses Back on the failure report. The driver then makes the next update.
     void tryAgain();
 
-    // Used by the stops of a tour.
+    // The stops of a tour use these functions.
 
     MainWindow& updater() const { return window; }
     static QMessageBox* messageBox();
-    bool isStartScreen() const; ///< false if a dialog is in front of the start screen
+    bool isStartScreen() const; ///< false while a dialog is in front of the start screen
     /// The main page; null while another screen is shown, devices are being identified, or a dialog is in
     /// front.
     QWidget* mainPage() const;
@@ -86,8 +86,8 @@ private:
 
     MainWindow& window;
     std::vector<Stop> tour;  ///< empty if the driver makes updates instead
-    std::size_t reached = 0; ///< number of stops that were visited
+    std::size_t reached = 0; ///< number of stops visited so far
     QTimer timer;
-    bool isUpdating = false; ///< true from the press on Update to the screen with the result
-    Outcome outcome;         ///< outcome of the last update
+    bool isUpdating = false; ///< true from the press on Update until the screen with the result
+    Outcome outcome;         ///< outcome of the latest update
 };

@@ -1,5 +1,5 @@
-// Compares what a task costs the updater with the least that the task can cost. Each row of the output is a
-// task. Exit status 1: a row failed or exceeds its bound.
+// Compares the cost of each task of the updater with the least that the task can cost. Each row of the output
+// is a task. Exit status 1 means that a task failed or exceeds its bound.
 
 #include <chrono>
 #include <cstdio>
@@ -33,7 +33,7 @@ struct Pair
     double reference;
 };
 
-/// Ends the program with exit status 1 if @p condition is false, because the figures mean nothing then.
+/// Ends the program with exit status 1 if @p condition is false, because the figures would then mean nothing.
 void require(bool condition, const char* failure)
 {
     if (condition)
@@ -69,7 +69,7 @@ public:
     {
     }
 
-    /// Unpacks the contents into memory that was used before.
+    /// Unpacks the contents into the memory that already holds them, so that no memory is allocated.
     void unpack()
     {
         constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the bytes of zlib
@@ -85,8 +85,8 @@ private:
     const QByteArray packed;
 };
 
-/// @return the processor time of @p work, which other programs do not change. It is the whole cost of
-/// @p work, because one thread does the work and never waits.
+/// @return the processor time that @p work takes. Other programs do not change this time. It is the whole
+/// cost of @p work, because one thread does the work and never waits.
 double processorSeconds(const std::function<void()>& work)
 {
     const std::clock_t start = std::clock();
@@ -129,7 +129,8 @@ Figures figuresOf(const QStringList& arguments, const char* platform)
     return result;
 }
 
-/// Updates both devices. The program's clock runs @p speed times as fast as real time.
+/// Runs the program updaterun, which updates both devices. The program's clock runs @p speed times as fast as
+/// real time.
 Figures update(std::size_t imageBytes, int speed, int idleSeconds)
 {
     const Firmware firmware(imageBytes);
@@ -166,7 +167,7 @@ Pair memoryPair()
     return {update(imageBytes, speed, 0).at(peak), empty};
 }
 
-/// @return the figures of one update in real time. Two rows share it, because it takes minutes.
+/// @return the figures of one update in real time. Two rows share this update, because it takes minutes.
 const Figures& update64()
 {
     constexpr int idleSeconds = 80; // about as long as an update
@@ -181,7 +182,7 @@ Pair updatePair()
 
 Pair stallPair()
 {
-    constexpr double frameMs = 1000.0 / 60; // a user can see a longer stall
+    constexpr double frameMs = 1000.0 / 60; // length of a frame; a user can see a longer stall
     return {update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
 }
 

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs missing packages, builds, and compares the cost of the updater's work with the lowest possible cost. Takes
-# about four minutes; the figures of a busy machine mean less. Exit status 1: a row exceeds its bound. Arguments go to
-# the program, such as --benchmark_filter=archive for some of the rows.
+# about four minutes; the figures of a busy machine mean less. Exit status 1 means that a row exceeds its bound. Passes
+# its arguments to the program; for example, --benchmark_filter=archive selects rows by name.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 

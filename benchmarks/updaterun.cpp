@@ -1,12 +1,13 @@
-// Runs the updater for the rows about the whole program. Each line of the output is a name and a figure.
+// Runs the updater once, for the benchmarks of the whole program. Each line of the output is a name and a
+// figure.
 //
 //     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
 //         updates both devices of a simulated pair
 //     updaterun start ARCHIVE
-//         starts the updater, and ends when its window is painted
+//         starts the updater, and ends when the updater's window is painted
 //     updaterun empty IMAGE_BYTES
-//         shows an empty window, and ends when it is painted; the process also holds the simulated devices
-//         and both images
+//         shows an empty window, and ends when the window is painted; the process also holds the simulated
+//         devices and both images
 
 #include <chrono>
 #include <fstream>
@@ -137,7 +138,7 @@ public:
     showUntilPainted(window);
 }
 
-/// The updater with both devices plugged in, and a simulated user.
+/// Runs the updater with both devices plugged in and a simulated user.
 class Update : public QObject
 {
 public:
@@ -168,7 +169,7 @@ public:
     }
 
 private:
-    /// Measures how long the transmitter is programmed. Called on the updater's thread.
+    /// Measures how long the transmitter is programmed. Called on the thread that programs the transmitter.
     void notePhase(Phase phase)
     {
         const auto now = std::chrono::steady_clock::now();

@@ -1,5 +1,5 @@
-// Fuzzes the archive loader. The loader must emit exactly one signal. Every image that it then holds must be
-// complete.
+// Fuzzes the archive loader. The loader must emit exactly one signal. Afterwards every image that the
+// loader holds must have the right version and product.
 
 #include "fuzztarget.h"
 

@@ -17,9 +17,9 @@ constexpr int operationOffset = 8;
 constexpr int countOffset = 11; // offset of the number of bytes in a read request
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
-/// A chip whose answers come from the fuzz input: for each answer one byte that is its kind, then as many
-/// bytes as were requested. The input's first byte decides whether answers after the input's end are zeros or
-/// fail.
+/// A chip whose answers come from the fuzz input. An answer takes one byte that selects its kind, then as
+/// many bytes as were requested; a short answer also takes a byte for its length. The first byte of the input
+/// decides what follows after the end of the input: answers of zeros, or failures.
 class LyingChip
 {
 public:

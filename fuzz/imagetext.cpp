@@ -1,5 +1,5 @@
-// Fuzzes the decoder of image text. It must produce the same image as the reference decoder, however the text
-// is cut into pieces.
+// Fuzzes the decoder of image text. The decoder must produce the same image as the reference decoder, however
+// the text is cut into pieces.
 
 #include "fuzztarget.h"
 

@@ -13,8 +13,8 @@ int main(int argc, char** argv)
     FuzzTarget::require(argc == 2, "name one folder");
     const auto inputs = QDir(QFile::decodeName(argv[1])).entryInfoList(QDir::Files, QDir::Name);
     for (const QFileInfo& input : inputs) {
-        std::printf("%s\n",
-                    qPrintable(input.fileName())); // shows the failing input if the target ends the process
+        // If the target ends the process, the last printed name is the name of the failing input.
+        std::printf("%s\n", qPrintable(input.fileName()));
         std::fflush(stdout);
         QFile file(input.filePath());
         FuzzTarget::require(file.open(QIODevice::ReadOnly), "the input cannot be read");

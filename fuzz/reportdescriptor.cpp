@@ -39,7 +39,7 @@ void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
     }
 }
 
-/// Parses a valid descriptor again, now with an unknown item and a Push before it and a Pop after it. Ends
+/// Parses a valid descriptor again, between items that have no effect: an unknown item, Push and Pop. Ends
 /// the process if the result changes.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {

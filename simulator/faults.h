@@ -15,7 +15,7 @@ enum class Fault {
     NoData,         ///< the answer has the status "no data"
     TransferFails,  ///< the transfer fails and does not reach the chip
     ShortAnswer,    ///< the answer is cut short
-    WrongIdentity,  ///< from then on the chip reports an unknown identifier
+    WrongIdentity,  ///< from this transfer on the chip reports an unknown identifier
     RefuseOpen,     ///< after a restart the device cannot be opened until it is plugged in again
     NeverBack,      ///< after a restart the device remains away until it is plugged in
     OtherPort,      ///< after a restart the device comes back on another port
@@ -25,8 +25,8 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. The fault strikes at the first such event from its
-    /// earliest transfer on (see FaultPlan).
+    /// The kind of event at which a fault strikes. The fault strikes at the first such event from the
+    /// fault's earliest transfer on (see FaultPlan).
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
@@ -71,7 +71,8 @@ public:
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }
-    /// The transfers up to and including the one at which the fault struck; empty if it has not struck.
+    /// The transfers up to and including the transfer at which the fault struck; empty if the fault has not
+    /// struck.
     const std::optional<Transfers>& struckAt() const { return struck; }
 
 private:

@@ -14,7 +14,7 @@ constexpr std::size_t unreadTailBytes = 4; // the updater assumes that an entry'
 
 constexpr std::uint8_t headerBlockBytes = 11; // length of the block between header and file table
 constexpr std::size_t memoryUnit = 64;
-constexpr std::uint8_t sizeCodeBits = 0x0F; // mask of the memory's code in the geometry's first byte
+constexpr std::uint8_t sizeCodeBits = 0x0F; // mask of the memory size's code in the geometry's first byte
 
 std::uint8_t low(std::size_t word)
 {

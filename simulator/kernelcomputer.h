@@ -14,7 +14,7 @@ class KernelComputer
 {
 public:
     /// @param base  provides everything but the devices and the session; must outlive this object.
-    /// @param log   see LinuxDeviceTree and LoginSession.
+    /// @param log   called on any thread with a sentence for each unusable device and each refused lock.
     KernelComputer(SimulatedMachine& base, const std::function<void(const std::string&)>& log)
         : devices(log)
         , userSession(log)

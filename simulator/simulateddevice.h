@@ -29,7 +29,7 @@ using SleepFunction = std::function<void(std::uint32_t ms)>;
 class SimulatedDevice
 {
 public:
-    // How to script it.
+    // How to script the device.
 
     struct Setup
     {
@@ -68,13 +68,14 @@ public:
     /// for the transfer. Set it before the device is plugged in.
     std::function<void(const std::shared_future<void>&)> onRemovalRequested;
 
-    // What it recorded.
+    // What the device recorded.
 
     /// The transfers since a fault was last armed or cleared.
     Transfers transfers() const { return copyOf(faults.transfers()); }
-    /// The transfers up to and including the one at which the fault struck; empty if it has not struck.
+    /// The transfers up to and including the transfer at which the fault struck; empty if the fault has not
+    /// struck.
     std::optional<Transfers> struckAt() const { return copyOf(faults.struckAt()); }
-    /// Whether the device is connected; false also while it is away because of a restart.
+    /// Whether the device is connected. A device that is away during a restart is not connected.
     bool isPluggedIn() const { return copyOf(isPresent); }
     bool isProgramming() const { return copyOf(programming); }
     /// @return false while a restart or an orderly removal is under way.

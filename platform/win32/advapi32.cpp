@@ -31,8 +31,8 @@ struct Service
 };
 using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
-/// @return the service that @p handle refers to. If the handle refers to no service, or lacks the right @p
-/// access, sets the last error and returns null.
+/// @return the service that @p handle refers to. If the handle refers to no service, or lacks the right
+/// @p access, sets the last error and returns null.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
@@ -59,8 +59,8 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
+    // The handle's access is not checked, because every handle to the manager has the right to connect.
     if (!HandleTable::get<ManagerObject>(handle))
-        // The handle's access is not checked, because every handle to the manager has the right to connect.
         return nullptr;
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))
         return nullptr;

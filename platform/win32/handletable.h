@@ -48,7 +48,7 @@ std::shared_ptr<HandleObject> find(HANDLE handle);
 /// returns null.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
-/// @return the object that @p handle refers to. If it is not a T, or there is none, sets the last error to
+/// @return the object that @p handle refers to. If there is none of the class T, sets the last error to
 /// ERROR_INVALID_HANDLE and returns null.
 template <typename T>
 std::shared_ptr<T> get(HANDLE handle)

@@ -325,7 +325,7 @@ HANDLE WINAPI CreateFileW(LPCWSTR fileName, DWORD desiredAccess, DWORD shareMode
                           DWORD creationDisposition, DWORD, HANDLE)
 {
     if (creationDisposition != OPEN_EXISTING)
-        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // a device can only be opened
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE); // devices can be opened, not created
     DWORD error = ERROR_SUCCESS;
     auto file = currentMachine().devices->open(fileName, desiredAccess, shareMode, error);
     if (!file)

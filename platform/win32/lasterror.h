@@ -22,7 +22,7 @@ inline Failure fail(DWORD error)
     return {};
 }
 
-/// Sets the last error and returns @p result. For functions whose failure value is not FALSE, 0 or null.
+/// Sets the last error and returns @p result, for functions whose failure value is not FALSE, 0 or null.
 template <typename Result>
 Result fail(DWORD error, Result result)
 {
