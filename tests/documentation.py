@@ -34,7 +34,7 @@ def holds(file, block):
 
 
 def applies(patch):
-    # Without the ceiling, git would look for the patched files in a repository that happens to surround the tree.
+    # GIT_CEILING_DIRECTORIES keeps git from looking for the patched files in a repository that surrounds the tree.
     environment = dict(os.environ, GIT_CEILING_DIRECTORIES=str(ROOT.parent))
     return subprocess.run(["git", "apply", "--check", "-"], input=patch, text=True, env=environment).returncode == 0
 

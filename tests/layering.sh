@@ -1,11 +1,11 @@
 #!/bin/sh
 # Fails if a source includes a header that the table "Which folder may use which" in docs/architecture.md forbids.
-# Usage: layering.sh [FOLDER], the project's root; by default the root of this tree.
+# Usage: layering.sh [FOLDER]. FOLDER is the project's root; the default is the root of this tree.
 cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# Returns the most specific row for a file: the longest row name with which its path starts.
+# Returns the most specific row for a file: the row with the longest name that is a prefix of the file's path.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))
@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# Returns the name that the table has for an included header: a row or a library; empty for the standard library.
+# Returns what the table calls an included header: a row or a library. Returns "" for a header of the standard library.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)

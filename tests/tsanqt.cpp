@@ -1,7 +1,7 @@
-// Reports to thread sanitizer how Qt's threads synchronise. Qt is built without the instrumentation for that,
-// so data that one thread passes to another in an event, or to the thread pool, would look like a data race.
-// The functions below replace the functions of Qt that send and receive such data. Each reports the
-// synchronisation and calls the function of Qt that it replaces.
+// Reports to thread sanitizer how Qt's threads synchronise. Qt itself is built without the instrumentation to
+// report this, so data that one thread passes to another in an event, or to the thread pool, would look like
+// a data race. The functions below replace the functions of Qt that send and receive such data. Each of them
+// reports the synchronisation and calls the function of Qt that it replaces.
 
 #include <QCoreApplication>
 #include <QFutureWatcher>
@@ -17,7 +17,8 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-char handovers; // one address for all, so ThreadSanitizer sees more order than Qt guarantees, never less
+// One address serves all handovers, so thread sanitizer sees more order than Qt guarantees, never less.
+char handovers;
 
 template <typename Function>
 Function next(const char* symbol)
@@ -52,7 +53,7 @@ bool QObject::event(QEvent* event)
     static const auto own = next<bool (*)(QObject*, QEvent*)>("_ZN7QObject5eventEP6QEvent");
     __tsan_acquire(&handovers);
     const bool isTaken = own(this, event);
-    __tsan_release(&handovers); // for a thread that waits for the end of this one
+    __tsan_release(&handovers); // for a thread that waits until this thread has ended
     return isTaken;
 }
 
@@ -99,7 +100,7 @@ bool QFutureInterfaceBase::isCanceled() const
 {
     static const auto own =
         next<bool (*)(const QFutureInterfaceBase*)>("_ZNK20QFutureInterfaceBase10isCanceledEv");
-    __tsan_acquire(&handovers); // a task of the pool calls this first
+    __tsan_acquire(&handovers); // every task of the thread pool calls this function first
     return own(this);
 }
 
@@ -109,7 +110,7 @@ bool QFutureInterfaceBase::derefT() const
         next<bool (*)(const QFutureInterfaceBase*)>("_ZNK20QFutureInterfaceBase6derefTEv");
     __tsan_release(&handovers);
     const bool isUsed = own(this);
-    __tsan_acquire(&handovers); // the last user deletes the result
+    __tsan_acquire(&handovers); // the last user of the result deletes it
     return isUsed;
 }
 

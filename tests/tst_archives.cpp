@@ -1,5 +1,5 @@
-// Loads archives of all kinds, also damaged and hostile ones, and files that are no archives. A child process
-// loads each of them and measures the cost.
+// Loads archives of all kinds, also damaged and hostile ones, and files that are not archives. Most of the
+// loads run in a child process, which measures the memory, the time and the reads that a load takes.
 
 #include <limits>
 
@@ -18,15 +18,15 @@
 
 namespace {
 
-// A sanitizer adds to the memory and the time of the process.
+// With a sanitizer, a process takes more memory and more time.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
 constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
 constexpr int endsWithinMs = 120000; // a child that runs longer is blocked for ever
 constexpr char childSwitch[] = "--load";
 
 /// Loads the archive at @p path.
-/// @return its base name, both product identifiers and the release notes, or "failed"; after that, the logged
-/// complaints about the archive.
+/// @return the archive's base name, both product identifiers and the release notes, or "failed" if it does
+/// not load; after that, the complaints about the archive in the log.
 QString load(FirmwareController& controller, const QString& path)
 {
     const LogCapture log;
@@ -54,8 +54,8 @@ qint64 numberIn(QFile& file, const char* key)
     return text.mid(text.indexOf(key) + int(qstrlen(key))).simplified().split(' ').first().toLongLong();
 }
 
-/// Runs in the child: loads the archive at @p path and prints peak memory in KiB, processor time in ms, the
-/// number of bytes that it read, and the outcome.
+/// Runs in the child process: loads the archive at @p path and prints peak memory in KiB, processor time in
+/// ms, the number of bytes that the load has read, and the outcome.
 int loadInChild(const QString& path)
 {
     QFile status(QStringLiteral("/proc/self/status")); // getrusage() would include the parent's peak
@@ -65,11 +65,11 @@ int loadInChild(const QString& path)
             return 1;
     }
     const rlimit none{0, 0};
-    setrlimit(RLIMIT_FSIZE, &none); // writing a byte to a file ends the process
+    setrlimit(RLIMIT_FSIZE, &none); // from now on, writing a byte to a file ends the process
     const rlimit time{cpuLimitSeconds, cpuLimitSeconds};
     setrlimit(RLIMIT_CPU, &time);
     constexpr uid_t nobody = 65534;
-    setfsuid(nobody); // root could read every file
+    setfsuid(nobody); // because root could read every file
     FirmwareController controller;
     const qint64 readBefore = numberIn(io, "rchar:");
     const QString outcome = load(controller, path);
@@ -109,7 +109,7 @@ private:
 void TestArchives::initTestCase()
 {
     QVERIFY(folder.isValid());
-    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // another user reads it
+    QVERIFY(QFile::setPermissions(folder.path(), QFile::Permissions(0x7755))); // the child is another user
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("home")));
     path = folder.filePath(QStringLiteral("fw.1.zip"));
 }
@@ -145,7 +145,8 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     QCOMPARE(QString::fromUtf8(QByteArray::fromHex(output.at(3))), expected);
     QVERIFY2(output.at(0).toInt() > 0, output.at(0).constData());
     QVERIFY2(output.at(0).toInt() < peakLimitKiB, output.at(0).constData());
-    // QuaZip reads the directory once for each entry. These reads are negligible only in a large archive.
+    // QuaZip reads the directory once for each entry. These reads dominate in a small
+    // archive, so the number of read bytes is checked only for a large archive.
     const qint64 size = QFileInfo(archive).size();
     const qint64 read = output.at(2).toLongLong();
     QVERIFY2(size < ArchiveRows::packedLimit || read < size + size / 2, output.at(2).constData());
@@ -227,7 +228,7 @@ void TestArchives::everyStepIsLogged()
     write(RawZip::archive({RawZip::entry("t\n.ef", image), RawZip::entry("x.ff", "word"),
                            RawZip::entry("y.ff", imageTextOf({fileEntry(1, "")}))}));
     controller.setFilePath(path);
-    // After the second file of release notes, or the second transmitter, no more images are read.
+    // No more images are read after a second file of release notes or a second image for a transmitter.
     write(
         RawZip::archive({RawZip::entry("x.ff", ""), RawZip::entry("a.txt", ""), RawZip::entry("b.txt", "")}));
     controller.setFilePath(path);

@@ -1,4 +1,4 @@
-// Records the default audio endpoints and makes them the defaults again, on a simulated computer.
+// Tests that the default audio endpoints are recorded and made the defaults again, on a simulated computer.
 
 #include <QtTest>
 
@@ -49,7 +49,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
 {
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
-    // Endpoints in the column "later" are added afterwards, or get a new state.
+    // Once the defaults are recorded, the endpoints in the column "later" are added, or get a new state.
     const Table<Endpoints, Endpoints, QByteArray> table("endpoints", "later", "restored");
 
     table.row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
@@ -95,7 +95,8 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
-    const Table<QByteArrayList> table("lost"); // for each failing call: prefix of the lost defaults, or "-"
+    // For each call of the function: the prefix of the defaults that are lost if the call fails, or "-".
+    const Table<QByteArrayList> table("lost");
     const auto row = [&table](const char* function, const QByteArray& lost) {
         table.row(function, lost.split(' '));
     };
@@ -121,7 +122,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
         endpoints.add({L"m", L"Monitor"});
         endpoints.add({L"r", L"Speakers"});
         endpoints.add({L"c", L"Microphone", eCapture});
-        endpoints.add({L"n", L"Not looked at"}); // the defaults are all other endpoints
+        endpoints.add({L"n", L"Not looked at"}); // the search ends before it, at the last default
         for (const ERole role : {eConsole, eMultimedia, eCommunications})
             endpoints.chooseDefault(L"r", role);
         {
@@ -134,7 +135,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
     QCOMPARE(healthy.machine.faults.counted(function), lost.size());
     QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
 
-    // S_FALSE is a success without a result. OleRun() has no result anyway.
+    // S_FALSE means success without a result. OleRun() never has a result, so from OleRun() it loses nothing.
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
         for (int nth = 1; nth <= lost.size(); ++nth) {
             AudioComputer computer;

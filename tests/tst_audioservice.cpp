@@ -185,7 +185,7 @@ private Q_SLOTS:
 
 void TestAudioService::theServiceStopsAndStarts_data()
 {
-    // The first of the services is the audio service. "expectedState" is its state at the end.
+    // The first service is the audio service. "expectedState" is the state of the audio service at the end.
     const Table<Services, QByteArray, Sleeps, DWORD, QByteArray> table(
         "services", "expectedLog", "expectedSleeps", "expectedState", "expectedControls");
     addStops();
@@ -209,7 +209,7 @@ void TestAudioService::theServiceStopsAndStarts()
         QTEST(computer.services.state(L"audiosrv"), "expectedState");
         QTEST(controlsOf(computer.services), "expectedControls");
         if (isStop && computer.services.state(L"audiosrv") == stopped) {
-            stopper.start(); // works whatever the state was before stop()
+            stopper.start(); // works whatever state the service had before stop()
             QCOMPARE(computer.services.state(L"audiosrv"), running);
         }
     }
@@ -247,8 +247,9 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         stopAndStart(computer);
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
-        // A failed call for a dependent logs nothing, but then the audio service cannot be stopped. Only the
-        // last of these calls may fail without harm: it queries a dependent that has already stopped.
+        // A failed call for a dependent service is not logged itself, but makes the stop of the audio service
+        // fail, which is logged. Only the last call for a dependent service can fail without harm, because it
+        // queries a service that has already stopped.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()

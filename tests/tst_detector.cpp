@@ -1,4 +1,4 @@
-// The detector's starts, stops and reports on a simulated device tree, and which device nodes it reports.
+// Tests on a simulated device tree how the detector starts and stops, and which devices it reports when.
 
 #include <atomic>
 #include <future>
@@ -59,12 +59,12 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
     QVERIFY(!f.detector->start(&f.recorder, nullptr, 1));
     QVERIFY(!f.detector->start(&f.recorder, &id, 0));
     QVERIFY(f.detector->start(&f.recorder, &id, 1));
-    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // already runs, so it ignores the new identities
+    QVERIFY(f.detector->start(&f.recorder, &noClass, 1)); // a running detector ignores new identities
     f.recorder.waitFor(1);
     f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(3);
     f.tree.unplug(hidNode(transmitter).interfacePath);
-    // The detector reports the completion again with the first batch of arrivals that follows.
+    // No device was present at first, so the detector reports completion once more, before the arrival.
     QCOMPARE(f.recorder.waitFor(4), "complete 0, complete 0, +7a31:4, -4");
 }
 
@@ -100,7 +100,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
         f.detector.reset();
         QCOMPARE(openHandleCount(), handlesBefore);
     }
-    DetectorFixture f; // the first identity cannot register its class, but the second one can
+    DetectorFixture f; // registration fails for the first identity, but not for the second
     f.machine.faults.fail("RegisterDeviceNotificationW", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.detected({transmitter}));
 }
@@ -143,13 +143,13 @@ void TestDetector::aWaitThatFailsEndsTheWorker()
     DetectorFixture f;
     f.machine.faults.fail("WaitForMultipleObjects", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
-    TRY_VERIFY(runningThreadCount() == 1); // only the notification thread is left
-    f.recorder.waitFor(1);                 // waits, so that the enumeration does not find the transmitter
+    TRY_VERIFY(runningThreadCount() == 1); // only the notification thread still runs
+    f.recorder.waitFor(1);                 // waits until the enumeration is over without the transmitter
     f.tree.plug(hidNode(transmitter));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(1), "complete 0");
     QVERIFY(f.start());
-    QVERIFY(f.recorder.waitFor(3).contains("+7a31:4")); // after two completions
+    QVERIFY(f.recorder.waitFor(3).contains("+7a31:4")); // the other two reports are completions
 }
 
 void TestDetector::eachStartHasItsOwnIdentities()
@@ -191,10 +191,11 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
-    // The worker waits, so the arrival has been queued.
+    // Once the worker waits for the end of the installation, the arrival is in the queue.
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 0);
-    f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // broadcast in mixed case, queued in lower case
-    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // the completion marker was the first entry in the queue
+    // The broadcast has the path in mixed case, the queue has it in lower case.
+    f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
+    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // after the arrival is erased, the completion is first
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
     QCOMPARE(f.recorder.waitFor(2), "complete 0, +7a31:6");
@@ -209,7 +210,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
-    f.tree.setInstallationPending(false); // lets stop() return even if it waits
+    f.tree.setInstallationPending(false); // lets a stop() that waits for the installation return
     QVERIFY(outcome == std::future_status::ready);
     const int waits = f.machine.faults.counted("CMP_WaitNoPendingInstallEvents");
     QCOMPARE(f.clock.tickCount(), 1000u * static_cast<unsigned>(waits));
@@ -249,9 +250,9 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
             f.recorder.waitFor(++reports);
             f.tree.plug(hidNode(transmitter));
             f.recorder.waitFor(++reports);
-            QVERIFY(f.recorder.last != removed); // the removed record still exists at its address
+            QVERIFY(f.recorder.last != removed); // the removed record still occupies its memory
             QCOMPARE(removed->productId, std::uint16_t(4));
-            f.detector->forget(isForgotten ? removed : f.recorder.last); // ignores a present device
+            f.detector->forget(isForgotten ? removed : f.recorder.last); // ignored for a present device
             QCOMPARE(f.recorder.last->productId, std::uint16_t(4));
             if (isForgotten)
                 continue;
@@ -288,7 +289,7 @@ void TestDetector::devicesAreReportedByHardwareIdAndFilter()
     QFETCH(const QByteArray, report);
     DetectorFixture f;
     DeviceNode node = hidNode(transmitter);
-    // Only the first identifier is used.
+    // The detector uses only the first hardware identifier.
     node.hardwareIds = {QString::fromLatin1(hardwareId).toStdWString(), L"HID\\VID_7A31&PID_0003"};
     node.interfaceClass = isHid ? GUID_DEVINTERFACE_HID : GUID_DEVINTERFACE_USB_DEVICE;
     node.friendlyName = L"Friendly";
@@ -305,7 +306,7 @@ void TestDetector::devicesAreReportedByHardwareIdAndFilter()
 void TestDetector::nodesThatCannotBeReadAreSkipped()
 {
     DetectorFixture f;
-    // The transmitter's instance identifier starts with the instance identifier of each of these nodes.
+    // Each node's instance identifier is a prefix of the transmitter's, which must not confuse the detector.
     DeviceNode noHardwareId = hidNode(transmitter, L"7&1a2b3c&0&000");
     noHardwareId.hardwareIds.clear();
     noHardwareId.friendlyName = L"Friendly";

@@ -1,4 +1,4 @@
-// The handles that the detector opens and watches while devices are removed from a simulated device tree.
+// Tests which handles the detector opens and watches while devices are removed from a simulated device tree.
 
 #include <atomic>
 #include <functional>
@@ -20,8 +20,8 @@ Q_DECLARE_METATYPE(Broadcasts)
 
 namespace {
 
-/// Another program that watches a device. The device tree passes each event to it on the thread that causes
-/// the event, after the observers that registered earlier.
+/// Another program that watches a device. The thread that causes an event passes it first to the observers
+/// that registered earlier, then to this program.
 class Bystander final : public DeviceTreeObserver
 {
 public:
@@ -78,12 +78,13 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QVERIFY(second != INVALID_HANDLE_VALUE);
     QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
     QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
-    // The relaxed flag does not synchronise the threads, so thread sanitizer sees whether the lock does.
+    // The relaxed flag does not synchronise the threads, so thread sanitizer sees whether the detector's lock
+    // synchronises them.
     std::atomic<bool> isRemoved{false};
     std::thread closing([&] {
         while (!isRemoved.load(std::memory_order_relaxed))
             std::this_thread::yield();
-        f.detector->closeDevice(device); // does nothing, because this is not a handle
+        f.detector->closeDevice(device); // does nothing, because a record is not a handle
     });
     f.tree.unplug(hidNode(transmitter).interfacePath); // reported once, although a handle is open
     const QByteArray reports = f.recorder.waitFor(3);
@@ -111,7 +112,7 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath); // the headset's handle is still watched
     QVERIFY(CloseHandle(gone));
     const auto someoneElse = f.tree.open(path, 0, 0, error);
-    for (int reports = 5; reports <= 6; ++reports) { // the reopened handle is watched as well
+    for (int reports = 5; reports <= 6; ++reports) { // twice: the reopened handle is watched as well
         QVERIFY(!f.tree.requestRemoval(path));
         QCOMPARE(f.recorder.waitFor(reports, reports - 1), "reopened 6");
         QCOMPARE(f.tree.openings().back().access, DWORD(0));
@@ -121,14 +122,15 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     const auto lent = f.detector->lendDevice(f.recorder.last, Access::Read, Access::ReadWrite);
     QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     f.detector->takeBack(*lent);
-    QVERIFY(!f.tree.requestRemoval(path)); // the lent handle is no longer watched
+    QVERIFY(!f.tree.requestRemoval(path)); // a handle that was taken back is not watched
     QVERIFY(lent->isOpen());
     lent->close();
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(6, 5), "reopened 6");
 }
 
-/// The system reuses the value of the closed handle between the request for a removal and its refusal.
+/// A request for a removal makes the detector close a handle. Before another program refuses the removal, the
+/// system gives the value of the closed handle to a handle of the other device.
 void TestDetectorHandles::handlesOfOneValueAreNotConfused()
 {
     DetectorFixture f;
@@ -190,7 +192,7 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     QVERIFY(f.detected({transmitter}));
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
-    QByteArray lastReport; // the last report when another program gets the broadcast
+    QByteArray lastReport; // the detector's last report when the bystander gets the broadcast
     const auto bystander =
         std::make_shared<Bystander>(DBT_DEVICEREMOVECOMPLETE, [&] { lastReport = f.recorder.waitFor(3, 2); });
     f.tree.observe(bystander);

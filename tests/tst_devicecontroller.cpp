@@ -1,4 +1,4 @@
-// The device controller: which interface of a device it uses, and what interrupts an identification.
+// Tests which interface of a device the device controller uses, and what interrupts an identification.
 
 #include <atomic>
 #include <thread>
@@ -30,8 +30,8 @@ void waitForTheDetectorsEnd(std::size_t handles)
         std::this_thread::yield();
 }
 
-/// A computer with a transmitter and a headset, of which only the transmitter is plugged in. The gate stops
-/// the thread that reads the transmitter between two transfers.
+/// A computer with a transmitter and a headset, of which only the transmitter is plugged in. A thread reads
+/// the transmitter, and the gate holds this thread between two transfers.
 struct HeldRead : Detection
 {
     HeldRead()
@@ -74,7 +74,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes_data()
                                                                             "pid", "version", "name");
     const ImageOptions first = ImageBuilder::transmitter(1);
     ImageOptions second = ImageBuilder::transmitter(2);
-    second.version = "12.34.56.78.90"; // longer than the part of its entry that a load's first row holds
+    second.version = "12.34.56.78.90"; // so long that its end is only in the second row of a load
     ImageOptions unreadable = first;
     unreadable.entries = {ImageBuilder::fileEntry(1, std::string(8, '\x01'))};
     ImageOptions foreignProduct = first;
@@ -122,7 +122,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes()
 
 void TestDeviceController::theFirstVendorDefinedInterfaceIsUsed_data()
 {
-    // The usage pages are those of the interfaces, with "!" before one that cannot be opened.
+    // "usagePages" has the usage page of each interface, with "!" in front if the interface cannot be opened.
     const Table<QByteArray, int> table("usagePages", "taken");
     table.row("second", "000C FF00", 1);
     table.row("lowest page", "FEFF 0000 FF00 FFFF", 2);
@@ -277,7 +277,7 @@ void TestDeviceController::stopCutsReadsShort()
 {
     Detection c;
     const auto chip = std::make_shared<ScriptedChip>();
-    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // identifying it takes about 200 reads
+    chip->memory = ScriptedChip::tableOf(QByteArray(4, '\x7E')); // identified after about 200 reads
     std::atomic<bool> isArmed{true};
     QSemaphore reached;
     chip->onTransfer = [&] {
@@ -293,7 +293,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_ACQUIRE(reached, 1);
     c.controller.stopDetection();
     QCOMPARE(openHandleCount(), handlesBefore);
-    QCOMPARE(chip->transfers, 20); // the last one fetched the answer to the last request
+    QCOMPARE(chip->transfers, 20); // the last transfer fetched the answer to the last request
     QVERIFY(!c.controller.isConnected(Headset));
     TRY_COMPARE(c.text(), "started finished +2");
     QVERIFY(c.controller.isConnected(Headset));
@@ -302,7 +302,7 @@ void TestDeviceController::stopCutsReadsShort()
     TRY_COMPARE(c.text(), "started finished +2 -2 started finished +2");
     QVERIFY(!c.controller.deviceInstance(Headset).path.empty());
 
-    // Detection starts again before the controller handles the end of the read.
+    // Detection starts again before the controller handles the end of the interrupted read.
     isArmed = true;
     c.tree.unplugAndWait(c.controller.deviceInstance(Headset).path);
     c.plug(headset, chip);

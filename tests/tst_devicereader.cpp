@@ -1,4 +1,4 @@
-// Reading a device's identity: the requests to the chip, and wrong answers.
+// Tests how a device's identity is read: the requests to the chip, and what wrong answers lead to.
 
 #include <algorithm>
 #include <atomic>
@@ -22,7 +22,7 @@ namespace {
 
 const auto notCancelled = std::make_shared<std::atomic<bool>>(false);
 
-/// @return the @p bytes lowest bytes of @p value, the low one first, as hexadecimal digits.
+/// @return the lowest @p bytes bytes of @p value as hexadecimal digits, the lowest byte first.
 QByteArray hex(unsigned value, int bytes)
 {
     QByteArray result;
@@ -49,7 +49,7 @@ private Q_SLOTS:
 
 void TestDeviceReader::theReaderFollowsTheProtocol_data()
 {
-    const Table<int, int, QByteArray> table("chip", "revision", "addresses"); // of mailbox, rows 1 and 2
+    const Table<int, int, QByteArray> table("chip", "revision", "addresses"); // of the mailbox, row 1, row 2
     table.row("chip 12, revision 2", 12, 2, "4BC4 60C0 60D0");
     table.row("chip 12, revision 3", 12, 3, "2EC4 60C0 60D0");
     table.row("chip 13, revision 2", 13, 2, "52C4 A0B0 A0C0");
@@ -74,7 +74,7 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
                           "FF0A00FD0400000581<row1>01 s100 A";
     QByteArray data = "stale";
     for (const int size : {0, 1, 15, 16, 17, 20, 31, 32, 33, 100}) {
-        const int bytes = std::min(size, 32); // the reader first cuts the size, then checks the range
+        const int bytes = std::min(size, 32); // the reader cuts the size before it checks the range
         const unsigned address = 0x20000u - unsigned(bytes);
         QVERIFY2(read(data, address, static_cast<unsigned short>(size)), QByteArray::number(size));
         QCOMPARE(data.size(), bytes);
@@ -89,7 +89,7 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
     expected.replace("<mailbox>", addresses.split(' ')[0]);
     expected.replace("<row1>", addresses.split(' ')[1]).replace("<row2>", addresses.split(' ')[2]);
     QCOMPARE(scripted->journal.join(' '), expected);
-    constexpr int callsLeft = 256 - 11; // the reader has read the image's first byte and the ten ranges
+    constexpr int callsLeft = 256 - 11; // the first byte and the ten ranges took 11 of the 256 reads
     for (int call = 1; call <= callsLeft + 1; ++call)
         QCOMPARE(read(data, 0, 1), call <= callsLeft);
 }
@@ -152,7 +152,8 @@ void TestDeviceReader::aCancelledReaderStartsNoTransfer()
         QByteArray data;
         QCOMPARE(read(data, 5, 20), k == allTransfers);
         QCOMPARE(chip->transfers, k);
-        const bool isRequest = chip->journal.last().startsWith("FF0A00FD"); // the reader still waits 100 ms
+        // After a request, even a cancelled reader waits 100 ms.
+        const bool isRequest = chip->journal.last().startsWith("FF0A00FD");
         QCOMPARE(f.clock.tickCount() - cancelledAt, isRequest ? 100u : 0u);
         QVERIFY2(!f.log.text().contains('!'), f.log.text()); // cancelling is not logged as an error
     }

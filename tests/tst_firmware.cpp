@@ -45,8 +45,9 @@ private Q_SLOTS:
         };
         const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };
-        // Offset 4 holds the length of the records plus 9. The device's record is at offset 14, with the
-        // descriptor's offset at 16 and its length at 18. The other record is at offset 20.
+        // In the entry `usb`, offset 4 has the length of the records plus 9. The device's record is at offset
+        // 14 and holds two values: the descriptor's offset, at 16, and the descriptor's length, at 18. The
+        // other record is at offset 20.
         const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
         const std::string record(usb.begin() + 14, usb.begin() + 20);
         const FileEntry second = patched(patched(usb, 20, record), 14, "\2");
@@ -104,12 +105,12 @@ private Q_SLOTS:
             buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device does
             return ++reads != failing;
         };
-        const int pidReads = 5 + 1 + 4; // 5: header and entries; 1: end mark; 4: file, record and descriptor
+        const int pidReads = 5 + 1 + 4; // of header and entries; end mark; file, record and descriptor
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
             const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: the end mark
             QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);
         }
-        for (failing = 1; failing <= 4; ++failing, reads = 0) // reads header, two entries, file
+        for (failing = 1; failing <= 4; ++failing, reads = 0) // reads of the header, two entries and the file
             QCOMPARE(FirmwareUtilities::getVersion(reader), QString());
         QCOMPARE(FirmwareUtilities::getVersion(reader), QStringLiteral("1.2.3"));
     }

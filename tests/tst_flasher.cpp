@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Rows have these values instead of a chip identifier if their run must end before it sends data.
+/// Values that a row has in place of a chip identifier if its run must fail for one of these reasons.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)
@@ -64,7 +64,7 @@ struct Run : HidFixture
         return journal.join(' ');
     }
 
-    /// @return the journal entry for @p report, or its bytes if it does not follow the protocol.
+    /// @return the journal entry for @p report, or the report's bytes if it does not follow the protocol.
     QByteArray notationOf(const QByteArray& report)
     {
         QByteArray hex = report.toHex().toUpper();
@@ -123,14 +123,15 @@ QByteArray erase(const QByteArray& address)
 const QByteArray identify = "F004?01 s100 A F002?01 s100 A";
 const QByteArray restart = " p s2000 p X p" + QByteArray(" s100 p").repeated(100) + " ok";
 
-/// 5000 bytes for a memory of 128 KiB with pages of 64 bytes. The header's configuration bits are 2.
+/// An image of 5000 bytes with configuration bits 2, for a memory of 128 KiB with pages of 64 bytes.
 const QByteArray headsetImage = imageOf(5000, 0x5B, 0x2C);
 const QByteArray headsetJournal = identify +
                                   " r132 p pinmux p type=02 p sector=00000000 p size=00000200024000 p p" +
                                   " patch" + packets(16) + commit("00000000", "0010", "s1000") + packets(4) +
                                   commit("00100000", "8803", "s1000") + restart;
 
-/// 10000 bytes for a memory of 64 KiB with pages of 1 byte and sectors of 4096. The configuration bits are 3.
+/// An image of 10000 bytes with configuration bits 3, for a memory of 64 KiB with pages of 1 byte and sectors
+/// of 4096 bytes.
 const QByteArray transmitterImage = imageOf(10000, 0x0A, 0x36);
 const QByteArray transmitterJournal =
     identify + " r167 p F0E1=5005 p type=01 p sector=00100000 p size=00000100030100 p p" + " patch" +
@@ -285,7 +286,7 @@ void TestFlasher::nothingIsWrittenAfterAnAbort()
             const bool isComplete = k == 0 || k >= count - 1; // the last commit cannot be aborted
             QVERIFY2(journal.endsWith(isComplete ? " ok" : " error 1"), journal);
             QCOMPARE(run.hid->transfers, isComplete ? count : std::max(k, queries));
-            QCOMPARE(run.place.transfer, run.hid->transfers); // the last transfer
+            QCOMPARE(run.place.transfer, run.hid->transfers); // the run ended at the last transfer
             QVERIFY(!run.place.isFailed);
             QCOMPARE(run.tree.openFileCount(), std::size_t(0));
             QVERIFY(run.image.isDetached()); // the flasher keeps no copy

@@ -41,7 +41,7 @@ bool canSessionEnd()
 }
 
 /// A computer with both devices plugged in, and a flashing dialog with its parent window. The dialog updates
-/// the devices whose letters ("T", "H") the constructor gets.
+/// the devices whose letters ("T", "H") are passed to the constructor.
 struct Run : PairedComputer
 {
     explicit Run(const QByteArray& letters)
@@ -55,11 +55,11 @@ struct Run : PairedComputer
         }
     }
 
-    ~Run() { gate.open(); } // the dialog waits for the threads that the gate holds
+    ~Run() { gate.open(); } // the dialog's destructor waits for the threads that the gate holds
 
     DeviceInstance instance(DeviceType type) { return recordOf(pair.channelPath(type)); }
 
-    /// Asks the dialog to close, by the X of its window or by Escape.
+    /// Asks the dialog to close: by the X of its window if @p byX, otherwise by Escape.
     void ask(bool byX)
     {
         if (byX)
@@ -93,7 +93,7 @@ struct Run : PairedComputer
     QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
 
     bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
-    /// Whether the computer is kept awake, and a user who wants to end the session sees the reason.
+    /// @return whether the computer is kept awake, and a user cannot end the session but sees the reason.
     bool isAwake()
     {
         Session& session = machine.session();
@@ -107,9 +107,9 @@ struct Run : PairedComputer
                session.blockReason(HWND(window.winId())).empty() && areEndpointsRestored();
     }
 
-    /// Opens the gate while the dialog's destructor runs.
-    /// @return how many updaters were destroyed while the audio service ran, the endpoints were restored, and
-    /// isAwake() returned the same as before the call.
+    /// Destroys the dialog, and opens the gate while the dialog's destructor runs.
+    /// @return the number of updaters at whose destruction the audio service runs, the endpoints are
+    /// restored, and isAwake() returns the same as before destroyDialog().
     int destroyDialog()
     {
         const bool wasAwake = isAwake();
@@ -130,8 +130,8 @@ struct Run : PairedComputer
     std::unique_ptr<FlashingDialog> dialog;
 };
 
-/// Tries to close the dialog by Escape and by X, and minimises it. @return whether it stays open, with its
-/// warning and without its Close button.
+/// Tries to close the dialog by Escape and by X, then minimises it. @return whether the dialog stays open,
+/// with its warning enabled and its Close button disabled, and the computer is kept awake.
 bool isClosingRefused(Run& run)
 {
     for (const bool byX : {false, true})
@@ -142,7 +142,7 @@ bool isClosingRefused(Run& run)
            find(*run.dialog, "doNotDisconnectDevicesLabel")->isEnabled() && run.isAwake();
 }
 
-/// Whether the box of @p type shows a busy bar and no result.
+/// @return whether the dialog's box for the device @p type shows a busy bar and no result.
 bool isWaiting(const Run& run, DeviceType type)
 {
     return run.of(type, "ResultIcon")->isHidden() && run.of(type, "InfoLabel")->isHidden() &&
@@ -213,7 +213,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
     run.dialog->start();
     QVERIFY(run.isAwake());
     TRY_VERIFY(run.gate.isReached());
-    TRY_COMPARE(run.result(Headset), updated); // without waiting for the transmitter
+    TRY_COMPARE(run.result(Headset), updated); // the headset's result does not wait for the transmitter
     TRY_COMPARE(run.audioServiceState(), DWORD(SERVICE_RUNNING));
     QCOMPARE(leavingWhileStopped.load(), 2);
     QVERIFY(run.isAwake());
@@ -237,7 +237,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theRunEndsWithTheLastReport_data()
 {
-    // The row's name lists the reports in order: a device and its error code, or 0 for success.
+    // The row's name lists the reports in order: a device's letter, and its error code or 0 for success.
     const Table<QString, QString, Errors, QByteArray> table("transmitterText", "headsetText", "errors",
                                                             "closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
@@ -249,7 +249,8 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // An error in the second report of an updater is shown for no known device; a success changes nothing.
+    // If an updater's second report is an error, the dialog shows the error for an unknown device. If it is a
+    // success, nothing changes.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
@@ -283,7 +284,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QVERIFY(run.dialog->isVisible() && !run.dialog->isMinimized());
     QCOMPARE(WindowState::oddities(*run.dialog), QString());
     const bool isInOneLine = run.result(Transmitter) != advice && run.result(Headset) != advice;
-    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // a text in one line does not move it
+    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // one line does not move the button
     QCOMPARE(WindowState::focusOf(*run.dialog), "@closeButton"_s);
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");

@@ -151,7 +151,7 @@ void TestHid::capabilitiesAreAskedForOncePerOpening()
 
 void TestHid::operandsAreCutToBytes_data()
 {
-    const Table<Command> table("command"); // a row is named after the frame that it sends
+    const Table<Command> table("command"); // a row is named after the frame that its command sends
     table.row("ff02000a", [](Device d) { return sendControlRequest(d, 0x10A); });
     table.row("ff0a00ff0400000500e2f00a", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); });
     table.row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); });
@@ -220,7 +220,7 @@ void TestHid::chipQueriesReadOneRegisterByte()
     QFETCH(const QByteArray, answer);
     HidFixture f;
     LogCapture log;
-    f.hid->setError = ERROR_GEN_FAILURE; // the error must not matter, only the answer
+    f.hid->setError = ERROR_GEN_FAILURE; // only the answer matters, not this error
     f.hid->answer = [&](const QByteArray& entry) { return entry[0] == '\xFF' ? answer : QByteArray(); };
     QTEST(query(Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None)), "value");
     QTEST(log.text(), "log");

@@ -25,7 +25,7 @@ namespace {
 
 constexpr HidIdentity identity{0x7A31, 0x0006, 3, 1};
 
-QStringList broadcasts; ///< that this test's windows received
+QStringList broadcasts; ///< the broadcasts that this test's windows have received
 
 LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -49,7 +49,7 @@ HWND newWindow()
                            nullptr);
 }
 
-/// Handles all messages that were sent to this thread's windows up to now.
+/// Handles all messages that this thread's windows have been sent so far.
 void handleMessages()
 {
     PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 0, 0);
@@ -99,7 +99,7 @@ private Q_SLOTS:
 
 void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
 {
-    const Table<Broadcasts, QByteArray> table("choice", "expected"); // broadcasts of a removal
+    const Table<Broadcasts, QByteArray> table("choice", "expected"); // expected: a removal's broadcasts
     table.row("usual", Broadcasts{}, "8004 interface,8004 handle");
     table.row("file first", Broadcasts{true}, "8004 handle,8004 interface");
     table.row("twice", Broadcasts{false, 2}, "8004 interface,8004 handle,8004 interface,8004 handle");

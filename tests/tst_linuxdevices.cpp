@@ -13,7 +13,7 @@
 
 namespace {
 
-/// @return the usage page, usage and feature report length of each collection, then the fault.
+/// @return the usage page, usage and feature report length of each collection, then the descriptor's fault.
 QByteArray summaryOf(const ReportDescriptor& descriptor)
 {
     QByteArrayList parts;
@@ -25,7 +25,7 @@ QByteArray summaryOf(const ReportDescriptor& descriptor)
     return parts.join(", ");
 }
 
-/// @return a collection of usage page FF00 and usage 1 that contains @p items, in hexadecimal.
+/// @return, in hexadecimal, a collection with usage page FF00 and usage 1 that contains @p items.
 QByteArray vendorCollection(const QByteArray& items)
 {
     return "0600FF 0901 A101" + items + "C0";
@@ -101,7 +101,7 @@ void TestLinuxDevices::descriptorsAreRead()
     QFETCH(QByteArray, items);
     QFETCH(QByteArray, summary);
     const QByteArray bytes = QByteArray::fromHex(items);
-    // The copy has memory of exactly its size, so that the sanitizer reports a read past the end.
+    // The memory of this copy ends with its last byte, so that a sanitizer reports a read past the end.
     const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
     QCOMPARE(summaryOf(ReportDescriptor::parse(own.data(), own.size())), summary);
 }
@@ -184,8 +184,8 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(device.acquire(isLocking), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // Once the other descriptor is closed, several users can have the device. Only the last release()
-        // unlocks it.
+        // Closing the other descriptor unlocks the device. Then several users can acquire the device, and
+        // only the last release() unlocks the device again.
         other = FileDescriptor();
         other = openAgain();
         QCOMPARE(device.acquire(true), DWORD(ERROR_SUCCESS));

@@ -46,7 +46,7 @@ private Q_SLOTS:
 private:
     QString logFolder() const { return folder->filePath("ZEFO_VYNT_Firmware_Update_Logs"_s); }
 
-    std::unique_ptr<QTemporaryDir> folder; ///< the temporary directory
+    std::unique_ptr<QTemporaryDir> folder; ///< serves as the temporary directory
     const QDateTime start{QDate(2024, 3, 5), QTime(7, 9, 59)};
 };
 
@@ -61,7 +61,7 @@ void TestLogFile::init()
 
 void TestLogFile::theLogIsANewFileInAFolderOfTheUser_data()
 {
-    // The preparation consists of shell commands. $L is the folder, $N the log without suffix.
+    // The preparation consists of shell commands. $L is the log folder, $N the log's path without suffix.
     const Table<QByteArray, QByteArray> table("preparation", "log");
     table.row("nothing is there", "", "/20240305-0709.txt");
     table.row("folder that others can write to", "mkdir $L; chmod 2777 $L", "/20240305-0709.txt");
@@ -105,7 +105,7 @@ void TestLogFile::theLogIsANewFileInAFolderOfTheUser()
         qCritical("0x%.4X", 10u);
         qWarning("two\nlines");
     }
-    QTest::ignoreMessage(QtDebugMsg, "after the log's end"); // the log has restored the handler
+    QTest::ignoreMessage(QtDebugMsg, "after the log's end"); // the log has restored the previous handler
     qDebug("after the log's end");
     auto after = filesIn(folder->path());
     if (!log.isEmpty()) {
@@ -123,7 +123,7 @@ void TestLogFile::theNewestTwentyLogsStay()
     for (const char* const name : {"notes.txt", "20230101-0000.log", "20230101-0000-a.txt"})
         QVERIFY(makeFile(logs.filePath(text(name))));
     QStringList expected = logs.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    for (int age = 1; age <= 25; ++age) { // in minutes; the order of the names is different
+    for (int age = 1; age <= 25; ++age) { // in minutes; sorted by name, the files have another order
         const QString name =
             "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-12"_s);
         QFile file(logs.filePath(name));
@@ -135,7 +135,7 @@ void TestLogFile::theNewestTwentyLogsStay()
     for (int run = 0; run < 2; ++run) {
         const LogFile log(start);
         if (run == 1)
-            expected.removeOne("20241003-2359.txt"_s); // the oldest
+            expected.removeOne("20241003-2359.txt"_s); // the oldest log
         expected.append(QFileInfo(log.path()).fileName());
         std::sort(expected.begin(), expected.end());
         QCOMPARE(logs.entryList(QDir::AllEntries | QDir::NoDotAndDotDot), expected);

@@ -36,7 +36,7 @@ private Q_SLOTS:
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
 {
-    const Table<QString> table("state"); // after the steps in the row's name
+    const Table<QString> table("state"); // what the window shows after the steps in the row's name
     const auto row = [&table](const char* steps, const QStringList& parts) {
         const QString state = parts.join(QLatin1Char('|'));
         const QString focus = text(parts.first().startsWith("start"_s) ? "@text" : "@openFileButton");
@@ -59,7 +59,8 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H -H -T", {start, noDevice, gone, gone, off});
     row("A1 +T +H Ax", {main, vynt1, kept, kept, off});
     row("At +T +H", {main, vynt1, fits, kept, on});
-    row("Ah +T", {"start"_s, vynt1, kept, gone, off}); // not incompatible, because there is no image for it
+    // No transmitter is incompatible with an archive that has no image for a transmitter.
+    row("Ah +T", {"start"_s, vynt1, kept, gone, off});
     row("A2 +T", {"start2"_s, other, wrong, "*Disconnected>!*Incompatible"_s, off});
     row("A2 +T +H -T", {"start2"_s, none, gone, fits, on});
     row("A2 +T +H A1", {main, vynt1, fits, fits, on});
@@ -78,10 +79,10 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H PH PT -T", {start, none + broken, gone, fits, on});
     row("A1 +T +H PH -H +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H PH", {main, other, wrong, "1.0.0>!*Incompatible"_s, off});
-    // A refresh leaves the focus where the user has put it.
+    // A refresh of the page leaves the focus where the user has put it. A change to the start page and back
+    // does not.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
-    row("A1 +T +H Tab -H +H",
-        {main, vynt1, fits, fits, "Update@openFileButton"_s}); // meanwhile the start page is shown
+    row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s});
 }
 
 void TestMainWindow::theMainPageComparesDevicesWithTheArchive()
@@ -154,7 +155,7 @@ void TestMainWindow::aLongArchiveNameIsShownWhole()
     QVERIFY(!usual.isNull());
     for (const int index : {0, 60, 125, 190, 250})
         QVERIFY(picture(QString(longest).replace(index, 1, QLatin1Char('X'))) != usual);
-    // The label has chosen a smaller font instead.
+    // The label is too small for the name in its own font, so it draws the name in a smaller font.
     QCOMPARE(WindowState::oddities(desk.window), " {firmwareFileName too small}"_s);
     const auto* const notes = find<QPlainTextEdit>(desk.window, "releaseNotes");
     QVERIFY(notes->height() > notes->fontMetrics().lineSpacing());
@@ -244,7 +245,7 @@ void TestMainWindow::aNewScreenIgnoresKeysForHalfASecond()
         for (const Qt::Key key : keys)
             press(key);
         QCOMPARE(presses, 0);
-        press(Qt::Key_Space, Qt::AltModifier); // opens the system menu
+        press(Qt::Key_Space, Qt::AltModifier); // not ignored: opens the system menu
         QCOMPARE(presses, 1);
         Sleep(1);
         part.show();
@@ -310,7 +311,7 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
     const QRect textArea = find(*desk.screen(), "text")->geometry(); // the same with and without a picture
-    // At first there is no archive. The archives then have picture 1, picture 2, none, 2, none and 1.
+    // Shows the start screen without an archive, then with archives for picture 1, 2, none, 2, none and 1.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
         const bool hasGeneration = *archive != '\0' && archive[1] != 'h';

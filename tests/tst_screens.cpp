@@ -16,7 +16,7 @@ namespace {
 
 const QChar pseudoMark(0x014F);
 
-/// Makes every text about 1.5 times as long.
+/// Makes every text of the updater about 1.5 times as long.
 class PseudoLanguage : public QTranslator
 {
 public:
@@ -206,7 +206,7 @@ void tst_Screens::everyScreenHasRoomForItsTexts()
     QCOMPARE(screens.size(), 17);
 }
 
-/// Creates an application object for each desktop, because Qt reads the scaling when it creates the object.
+/// Creates an application object for each desktop, because only a new application object reads the scaling.
 int main(int argc, char* argv[])
 {
     qputenv("QT_FONT_DPI", "96");

@@ -46,7 +46,7 @@ bool download(Channel& channel, char byte)
     return channel.send(QByteArray::fromHex("E4000000000001") + QByteArray(256, byte));
 }
 
-/// Keeps the channel of a detached device, as a computer does until a transfer in progress has ended.
+/// A bus that keeps the channel of a detached device, as a computer does while a transfer is in progress.
 struct KeepingBus : Bus
 {
     void attach(const BusDevice& device) override { channel = device.interfaces.back().serves; }
@@ -59,11 +59,11 @@ struct KeepingBus : Bus
 const char commit[] = "FF0700FF0400000203";
 const char erase[] = "FF0A00FF040000050C000000";
 
-/// A write that a commit of the first 256 bytes needs, and how the commit is refused without this write.
+/// A write that must precede a commit of the first 256 bytes, and the refusal of a commit without this write.
 struct Preparation
 {
     unsigned address;
-    const char* bytes; ///< the transmitter's bytes, a comma, the headset's bytes
+    const char* bytes; ///< the bytes for a transmitter, a comma, the bytes for a headset
     const char* refusal;
 };
 constexpr Preparation preparations[] = {
@@ -183,8 +183,8 @@ void TestSimulatedPair::norFlashIsErasedInWholeSectors()
             std::fill(expected.begin() + 0x1000, expected.begin() + 0x2000, 0xFF);
         QVERIFY(computer.tested.memory() == expected);
         QCOMPARE(computer.tested.refusals().size(), type == Transmitter ? std::size_t(0) : 1);
-        QVERIFY(channel.write(0xC44B, "00080000") && channel.send(erase));
-        QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target")); // inside a sector
+        QVERIFY(channel.write(0xC44B, "00080000") && channel.send(erase)); // an address inside a sector
+        QCOMPARE(computer.tested.refusals().back(), std::string("erase refused: target"));
     }
 }
 
@@ -209,7 +209,7 @@ void TestSimulatedPair::aTransferNeverReachesTheNextConnection()
 
 void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
 {
-    // Outcomes: . success, x failure, n no data, w wrong identity
+    // In "outcomes", . is a success, x a failure, n an answer without data, w a wrong identity.
     const Table<Fault, int, QByteArray, int> table("fault", "transfer", "outcomes", "struckAt");
     table.row("none", Fault::None, 1, "........", 0);
     table.row("vanishes at the first", Fault::Vanish, 1, "xxxxxxxx", 1);

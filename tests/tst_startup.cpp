@@ -82,7 +82,7 @@ void TestStartup::theProgramSpeaksTheSystemsLanguage_data()
     table.row("fr_FR.UTF-8", "Mise à jour du firmware ZEFO VYNT|Mettre à jour|Annuler");
     table.row("de_AT.UTF-8", "ZEFO VYNT Firmware-Aktualisierung|Aktualisieren|Cancel");
     table.row("it_IT.UTF-8", "Aggiornamento del firmware ZEFO VYNT|Aggiorna|Cancel");
-    // Persian and Arabic have digits of their own.
+    // Persian and Arabic have their own digits, which the log's name must not contain.
     table.row("fa_IR.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
     table.row("ar_EG.UTF-8", "ZEFO VYNT Firmware Update|Update|Cancel");
 }
@@ -133,7 +133,7 @@ void TestStartup::theFirstReadableArchiveIsTaken()
         if (name.startsWith("unreadable"_s))
             QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
     }
-    QDirIterator inOrder(searched.path(), QDir::Files); // in the file system's order
+    QDirIterator inOrder(searched.path(), QDir::Files); // lists files in the file system's order
     const QString first = isFound ? inOrder.next() : QString();
 
     // Root may read every file. Qt checks permissions for the real user ID, so the test changes that ID.
@@ -164,7 +164,7 @@ void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
 {
     QFETCH(const Processes, processes);
     SimulatedMachine machine(nullptr);
-    // The updater has the identifier 7. Only the path of process 5 can be read, although process 6 runs too.
+    // The updater is process 7. Only the path of process 5 can be read, although process 6 runs too.
     machine.processes() = {7, processes, {{5, L"/opt/package/setup"}, {6, L""}}};
     const ScopedMachine scope(machine);
     QTEST(Startup::parentProcessDirectory().absolutePath(), "folder");

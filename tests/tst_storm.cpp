@@ -1,7 +1,7 @@
-// Plugs in and removes both devices, by cable or by an orderly removal, as fast as the layer can report it.
+// Plugs in and removes both devices, by cable or by an orderly removal, as fast as the layer reports them.
 // Meanwhile detection stops and starts. Afterwards the controller must agree with the machine about the
-// present devices, and nothing may be left open.
-//   TST_STORM_SEED  repeats the events of the run that printed this seed
+// present devices, and nothing may be left open. To repeat the events of a run, set the environment variable
+// TST_STORM_SEED to the seed that the run printed.
 
 #include <random>
 #include <thread>
@@ -16,10 +16,10 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // after this event, detection never stops: a stop would free what leaked
-constexpr int eventsPerPause = 50; // between two pauses, in which all reports are handled
+constexpr int lastToggle = 7000;   // after this event, detection never stops: a stop would free leaked memory
+constexpr int eventsPerPause = 50; // between two pauses; in a pause, all reports are handled
 
-/// A clock whose sleeps end at once. It keeps no record of them, so that memory use stays constant.
+/// A clock whose sleeps end at once. It does not record the sleeps, so that memory use stays constant.
 class HurriedClock : public VirtualClock
 {
 public:
@@ -51,8 +51,8 @@ public:
         toggleDetection();
     }
 
-    /// Starts a thread that makes all plug and removal events, which @p usedSeed determines. Runs the event
-    /// loop on this thread until the other thread has ended.
+    /// Makes all plug and removal events, which @p usedSeed determines, on a new thread. Runs the event loop
+    /// on the calling thread until the new thread has ended.
     void rage(std::uint32_t usedSeed)
     {
         std::thread storm([this, usedSeed] {
@@ -72,7 +72,7 @@ public:
     QMap<DeviceType, bool> reported; ///< the connected devices, according to the signals
     bool isDetecting = false;
     int disagreements = 0;
-    int answers[2][2] = {}; ///< numbers of removal requests, by [no other user][granted]
+    int answers[2][2] = {}; ///< counts removal requests, by [no other user][granted]
     int arrivals = 0;
     int unread = 0;
     std::size_t blocksAfterWarmUp = 0;
@@ -112,9 +112,9 @@ private:
         unread += isAllRead ? 0 : 1;
     }
 
-    /// @param how  0: requests a removal while another user has the device open.
-    ///     1: requests a removal without another user, then pulls the cable.
-    ///     Any other value: pulls the cable.
+    /// Removes a device. If @p how is 0, requests a removal while another user has the device open, which
+    /// must be refused. If @p how is 1, requests a removal without another user, then pulls the cable.
+    /// Otherwise, only pulls the cable.
     void remove(DeviceType type, unsigned how)
     {
         SimulatedDeviceTree& tree = machine.deviceTree();
@@ -164,7 +164,7 @@ private Q_SLOTS:
 
 void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
 {
-    constexpr std::size_t tolerance = 1000; // memory blocks of reads in progress and of queued reports
+    constexpr std::size_t tolerance = 1000; // number of memory blocks of reads in progress and queued reports
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
     const QtMessageHandler previous =
@@ -186,7 +186,7 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
         // Without another user, a removal is refused only while the detector stops or a read ends, because
-        // the device can then be open without being watched. That is rare, so most requests must be granted.
+        // the device can then be open but not watched. Such refusals are rare: most requests must be granted.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
         QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified devices

@@ -1,5 +1,5 @@
-// Updates one device with a FirmwareUpdater, from either mode of the device to the updater's last signal, and
-// checks the signals.
+// Updates one device with a FirmwareUpdater and checks the updater's signals. At the start, the device is in
+// normal mode or in programming mode.
 
 #include <QProcess>
 
@@ -19,7 +19,7 @@ constexpr HidIdentity normalHeadset{0x7A31, 0x0006};
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 constexpr std::uint32_t packetDelayMs = 20;
 
-/// A computer with both devices plugged in, and an attempt that the gate stops after its first data packet.
+/// A computer with both devices plugged in, and an attempt that the gate holds after the first data packet.
 struct HeldDownload : PairedComputer
 {
     explicit HeldDownload(DeviceType type)
@@ -104,11 +104,12 @@ void TestUpdater::aDeviceInNormalModeGetsTheRequestToLeave()
     computer.plug(type == Headset ? programmingHeadset : HidIdentity{0x170D, 0x0100}, computer.hid);
     TRY_ACQUIRE(attempt.arrivals, 1);
     QCoreApplication::processEvents();
-    QCOMPARE(attempt.text(), QByteArray("error 1")); // the device has returned too late
+    QCOMPARE(attempt.text(), QByteArray("error 1")); // the device has come back too late
     QCOMPARE(computer.tree.openings().size(), std::size_t(1));
 }
 
-/// The device arrives in programming mode and is removed before the leave request has returned.
+/// The device arrives in programming mode, and is removed, before the transfer that asks it to leave normal
+/// mode has returned.
 void TestUpdater::aDeviceThatLeavesAtOnceIsNoticed()
 {
     HidFixture computer(normalHeadset);
@@ -132,7 +133,7 @@ void TestUpdater::aDeviceInProgrammingModeIsOpenedByItsPath()
     const std::wstring second = computer.plug(programmingHeadset, computer.hid, L"7&1a2b3c&0&0002");
     Attempt attempt(second, Headset, "image");
     attempt.updater->flashDevice();
-    QCOMPARE(computer.hid->transfers, 0); // no leave request was sent
+    QCOMPARE(computer.hid->transfers, 0); // no request to leave normal mode was sent
     QVERIFY(!attempt.updater->findChild<QProcess*>());
     computer.hid->setError = computer.hid->getError = ERROR_GEN_FAILURE;
     TRY_COMPARE(attempt.text(), "error 3");
@@ -160,7 +161,7 @@ void TestUpdater::anEmptyImageIsNeverWritten()
     Attempt attempt(computer.path, Headset, QByteArray());
     attempt.updater->flashDevice();
     QVERIFY(attempt.timer().isActive());
-    TRY_VERIFY(!attempt.timer().isActive()); // the device has arrived
+    TRY_VERIFY(!attempt.timer().isActive()); // the arrival of the device stops the timer
     QCOMPARE(attempt.text(), QByteArray());
     computer.tree.unplugAndWait(computer.path);
     QCoreApplication::processEvents();
@@ -216,7 +217,7 @@ void TestUpdater::aDeviceThatCannotBeOpenedEndsTheAttempt()
 
 void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt_data()
 {
-    // Transfers are counted from the leave request. The last column follows "Failed in phase" in the log.
+    // Transfer 1 asks the device to leave normal mode. "logged" is what follows "Failed in phase" in the log.
     const Table<int, int, QByteArray, QByteArray> table("type", "transfer", "outcome", "logged");
     table.row("leave", Headset, 1, "error 1", "leave, code 1");
     table.row("identify", Headset, 3, "error 3", "identify at transfer 2, code 3");
@@ -237,7 +238,7 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     const auto kind = static_cast<DeviceType>(type);
     SimulatedDevice& device = computer.pair.device(kind);
     device.setFault(Fault::Vanish, transfer);
-    // Virtual time has no delays, so this makes the flasher wait until the updater knows of the loss.
+    // Virtual time has no delays, so onVanished makes the flasher wait until the updater knows of the loss.
     device.onVanished = [this] {
         if (QThread::currentThread() != thread())
             QMetaObject::invokeMethod(

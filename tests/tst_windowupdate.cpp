@@ -31,7 +31,8 @@ bool isQuestion(const QWidget& modal)
            box->buttonRole(box->defaultButton()) == QMessageBox::AcceptRole;
 }
 
-/// Answers the question in @p modal: y, n, or Esc. Any other @p answer is a step to take while it is open.
+/// Gives the answer y, n or Esc to the question in @p modal. Any other @p answer is a step for the desk,
+/// which is taken while the question is open.
 bool giveAnswer(Desk& desk, const QByteArray& answer, QWidget& modal)
 {
     if (answer == "n")
@@ -73,8 +74,8 @@ private Q_SLOTS:
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
-    // The answers are steps to take while a question is open, or y, n, Esc. The last column has the devices
-    // that the dialog updates; it is empty if no update starts.
+    // An answer is y, n, Esc, or a step for the desk, which is taken while a question is open. The last
+    // column has the letters of the devices that the dialog updates; it is empty if no update starts.
     const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
                                                                        "updated");
     const auto row = [&table](const QByteArray& steps, const QByteArray& answers,
@@ -143,7 +144,7 @@ void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts()
     QVERIFY(desk.update(acts));
     QCOMPARE(desk.questions, questions);
     QCOMPARE(inDialog, updated);
-    // Escape has cancelled the update; the devices are found again.
+    // After Escape has cancelled the update, the devices are found again.
     const auto withoutFocus = [](const QString& whole) { return whole.section(QLatin1Char('@'), 0, 0); };
     if (!updated.isEmpty())
         TRY_COMPARE(withoutFocus(desk.state()), withoutFocus(state));
@@ -169,7 +170,7 @@ void TestWindowUpdate::aCancelledUpdateLeavesTheDevicesThatAreStillThere()
 void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 {
     Desk desk("A1 +T +H");
-    // Sends Enter to the widget with the focus, as the window system does.
+    // Sends Enter to the widget with the focus, as the window system does. A held key repeats.
     const auto press = [](const QWidget& window, bool isHeld) {
         for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
             QKeyEvent event(type, Qt::Key_Return, Qt::NoModifier, QString(), isHeld);
@@ -198,7 +199,7 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
     QCOMPARE(desk.screenState(), pairing);
     QVERIFY(desk.window.statusBar()->isHidden());
 
-    // The screen ignores Override, devices that go, and keys that were meant for the dialog.
+    // The screen ignores Override, the removal of devices, and keys that were meant for the dialog.
     press(desk.window, false);
     letScreenSettle();
     press(desk.window, true);
@@ -215,8 +216,8 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    // A row's name has an error code for each updater, 0 for success. isOverridden: the user chooses Override
-    // while the report is shown.
+    // A row's name has an error code for each updater, 0 for success. If isOverridden is true, the user
+    // chooses Override while the report is shown.
     const Table<QString, bool> table("reason", "isOverridden");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "

@@ -9,7 +9,7 @@
 #include "rawzip.h"
 #include "smallimage.h"
 
-using Archive = std::function<QByteArray()>; // called when its row runs
+using Archive = std::function<QByteArray()>; // called when the test runs the row
 Q_DECLARE_METATYPE(Archive)
 
 /// Adds rows with archives to a test that has the columns "archive" and "outcome".
@@ -62,7 +62,7 @@ inline RawEntry headsetEntry()
     return RawZip::entry("h.ef", imageText(6), Deflated);
 }
 
-/// @return a change that gives an entry the method bzip2 and the packed bytes @p packed.
+/// @return a function that sets an entry's method to bzip2 and its packed bytes to @p packed.
 inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
 {
     return [=](RawEntry& e) {
@@ -80,7 +80,8 @@ inline QByteArray bzip2OfNew()
 }
 
 /// Adds a row for an archive with an intact image for a headset and two images for a transmitter, one
-/// deflated and one stored. @p change damages these two images. Only the headset's image must load.
+/// deflated and one stored. @p change damages both images for the transmitter. The row expects that
+/// the image for the headset loads and that the damaged images do not.
 inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
 {
     addRow(name, headsetOnly(), [=] {
@@ -182,8 +183,8 @@ inline void addReleaseNotes()
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
 
-/// @return a transmitter's image with @p packedBytes packed bytes. Most of these bytes belong to blocks that
-/// unpack to nothing.
+/// @return an archive entry with a transmitter's image and @p packedBytes packed bytes. Most of these bytes
+/// belong to blocks that unpack to nothing.
 inline RawEntry behindEmptyBlocks(int packedBytes)
 {
     const QByteArray block("\0\0\0\xFF\xFF", 5);
@@ -232,8 +233,8 @@ inline void addLargeImages()
     addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
 
-/// @return an archive with a headset's image after useless entries, whose names end with @p suffix. There are
-/// so many of them that the archive's directory has @p bytes bytes.
+/// @return an archive whose directory has @p bytes bytes. The directory lists many useless entries, whose
+/// names end with @p suffix, and then a headset's image.
 inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
 {
     constexpr int headerBytes = 46;
@@ -252,7 +253,8 @@ inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
     return RawZip::archive(all);
 }
 
-/// @return an archive whose entries have as many extra fields as fit. Walking through the fields takes long.
+/// @return an archive whose useless entries have as many extra fields as fit into an entry. Walking through
+/// all these fields takes long.
 inline QByteArray manyExtraFields()
 {
     std::vector<RawEntry> all(253, changed(RawZip::entry("e", ""), [](RawEntry& e) {
@@ -264,8 +266,8 @@ inline QByteArray manyExtraFields()
     return RawZip::archive(all);
 }
 
-/// @return a function that builds an archive of two images and destroys the directory's record of entry
-/// @p number, 0 or 1.
+/// @return a function that builds an archive of two images and then destroys the directory's record of one of
+/// them: of the first if @p number is 0, of the second if it is 1.
 inline Archive withoutRecord(int number)
 {
     return [=] {

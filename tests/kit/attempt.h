@@ -21,8 +21,8 @@ inline DeviceInstance recordOf(const std::wstring& path)
     return record;
 }
 
-/// An attempt to update one device, and a journal of its signals. The journal mentions a progress value only
-/// if it comes out of order.
+/// An attempt to update one device, with a journal of the updater's signals. The journal mentions a progress
+/// value only if the value is out of order.
 class Attempt
 {
 public:
@@ -47,7 +47,7 @@ public:
     /// The timer that ends the wait for programming mode.
     QTimer& timer() const { return *updater->findChild<QTimer*>(); }
 
-    /// From now on, counts the arrivals that the updater's detector reports.
+    /// From now on, releases `arrivals` once for each arrival that the updater's detector reports.
     void watchArrivals()
     {
         const auto* const listener = updater->findChild<DeviceListener*>();

@@ -13,7 +13,7 @@
 class Gate
 {
 public:
-    /// Holds the next thread that sleeps for @p ms until open() is called.
+    /// Makes the next thread that sleeps for @p ms milliseconds wait until open() is called.
     void close(std::uint32_t ms)
     {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -52,9 +52,9 @@ private:
     bool reached = false;
 };
 
-/// A bare simulated computer under virtual time. While it exists, the Windows functions act on it, and log
-/// messages are captured. Destroy all objects that use it first. Tasks of the global thread pool may still
-/// run: the destructor waits for them.
+/// A simulated computer without devices, in virtual time. While it exists, the Windows functions act on it,
+/// and log messages are captured. Before you destroy the computer, destroy all objects that use it. Only
+/// tasks of the global thread pool may still use it, because its destructor waits for them.
 class Computer
 {
 public:
@@ -68,7 +68,7 @@ public:
     }
     ~Computer() { letThreadsEnd(); }
 
-    /// Plugs a device in. @return its interface path.
+    /// Plugs a device in. @return the device's interface path.
     std::wstring plug(const HidIdentity& identity, const std::shared_ptr<HidFunction>& function,
                       const std::wstring& location = L"7&1a2b3c&0&0000")
     {
@@ -78,8 +78,8 @@ public:
     }
 
     Gate gate;
-    Gate second;        ///< for another thread while `gate` holds one
-    VirtualClock clock; ///< a test that replaces onSleep disables the gates
+    Gate second;        ///< holds a second thread while `gate` holds the first
+    VirtualClock clock; ///< a test that replaces its onSleep disables both gates
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();
     const LogCapture log;

@@ -14,10 +14,10 @@
 #include "user.h"
 #include "windowstate.h"
 
-/// How long a thread that reads a device sleeps between a request and its answer.
+/// How long a thread that reads a device sleeps between sending a request and fetching the answer.
 constexpr std::uint32_t memoryReadMs = 100;
 
-/// The updater's window on a computer with nothing plugged in yet.
+/// The updater's window, on a computer that has no device plugged in at first.
 struct Desk : PairedComputer
 {
     explicit Desk(const QByteArray& steps = QByteArray())
@@ -27,7 +27,7 @@ struct Desk : PairedComputer
             take(step);
     }
 
-    ~Desk() { gate.open(); } // the window waits for the threads that the gate holds
+    ~Desk() { gate.open(); } // the window's destructor waits for the threads that the gate holds
 
     /// Carries out one step of a test:
     ///     A1, A2          loads an archive with images for a transmitter of generation 1 or 2 and a headset
@@ -35,7 +35,7 @@ struct Desk : PairedComputer
     ///     Ax              tries to load a folder as an archive
     ///     +T, -T, +H, -H  plugs the transmitter or the headset in, or unplugs it
     ///     +U, -U, +V      plugs in or unplugs a transmitter (U) or headset (V) that cannot be identified
-    ///     PT, PH          switches a device to programming mode, as an interrupted update does
+    ///     PT, PH          switches transmitter or headset to programming mode, as an interrupted update does
     ///     O               chooses Override from the system menu
     ///     Tab             presses the Tab key
     void take(const QByteArray& step)
@@ -58,12 +58,12 @@ struct Desk : PairedComputer
         }
     }
 
-    /// Writes an archive with release notes, an image for a transmitter of @p generation (none if that is 0),
-    /// and, if @p hasHeadset, an image for a headset. All desks share the file, which stays unchanged.
-    /// @return the archive's path; empty if writing fails.
+    /// Writes an archive with release notes, an image for a transmitter of @p generation (none if that number
+    /// is 0), and, if @p hasHeadset, an image for a headset. All desks share the archive, so it is written
+    /// only once. @return the archive's path; empty if writing fails.
     static QString archive(int generation, bool hasHeadset)
     {
-        static const QTemporaryDir folders[2]; // the archive's name is the same with and without a headset
+        static const QTemporaryDir folders[2]; // the name is the same with and without a headset's image
         QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
         if (QFile::exists(path))
             return path;
@@ -88,7 +88,7 @@ struct Desk : PairedComputer
         const char* const failure =
             "Error while loading firmware|Firmware cannot be loaded. File may be corrupted or "
             "not supported.\nTry to download it once again.||";
-        QString nameInBox; // empty, because the page is refreshed before the box opens
+        QString nameInBox; // the page's file name when the box opens; by then the page has cleared it
         User user({[&](QWidget& modal) {
             nameInBox = modal.parentWidget() == &window ? find(*mainPage, "firmwareFileName")->text()
                                                         : "not in front of the window"_s;
@@ -103,7 +103,7 @@ struct Desk : PairedComputer
     {
         if (letter == 'U' || letter == 'V') {
             const auto function = std::make_shared<ScriptedHid>();
-            function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // "no data"
+            function->answer = [](QByteArray entry) { return entry.replace(1, 1, "\1"); }; // means "no data"
             const HidIdentity identity{0x170D, std::uint16_t(letter == 'U' ? 0x0100 : 0x0101)};
             const DeviceNode node = hidNode(identity, L"unknown", function);
             if (in)
@@ -116,7 +116,7 @@ struct Desk : PairedComputer
         in ? device.plugIn() : device.unplug();
     }
 
-    /// Opens the system menu and chooses @p item, both by mouse or both by keyboard.
+    /// Opens the system menu and chooses @p item in it: by mouse if @p byMouse, otherwise by keyboard.
     /// @return the texts of the menu's items, "-" for a separator.
     QString choose(const QString& item, bool byMouse)
     {
@@ -142,8 +142,8 @@ struct Desk : PairedComputer
         return items.join(QLatin1Char(' '));
     }
 
-    /// Presses Enter on Update as soon as the button is enabled, and lets a user carry out @p acts on the
-    /// windows that open. @return whether all acts were carried out.
+    /// Presses Enter on the Update button as soon as the button is enabled. Then a simulated user carries out
+    /// @p acts on the windows that open. @return whether the user has carried out all acts.
     bool update(const std::vector<User::Act>& acts)
     {
         auto* const button = find<QPushButton>(*mainPage, "updateButton");
@@ -158,9 +158,10 @@ struct Desk : PairedComputer
 
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
 
-    /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is "main"
-    /// or "start"; after "start" come the generation in its picture, and its buttons. Each device has its
-    /// versions as "installed>in the archive". The button is "Update", or "-" if it is disabled.
+    /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is
+    /// "main", or "start" followed by the generation in the start page's picture and by the page's buttons.
+    /// Each device is shown by two versions: "installed>in the archive". The button is "Update", or "-" if it
+    /// is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
@@ -179,8 +180,8 @@ struct Desk : PairedComputer
                oddities();
     }
 
-    /// @return the state of the info screen as "title|text|picture Back Close@focus", with visible buttons
-    /// only, then all oddities.
+    /// @return the info screen's "title|text|picture Back Close@focus", without the buttons that are hidden,
+    /// then all oddities.
     QString screenState() const
     {
         const QString parts = WindowState::pictureOf(*find(*screen(), "image")) + screenButtons() +
@@ -202,8 +203,8 @@ private:
                text(screen()->closeButton()->isHidden() ? "" : " Close");
     }
 
-    /// @return what WindowState::oddities() reports, and each page that a screen reader describes by other
-    /// texts than the page shows.
+    /// @return the faults that WindowState::oddities() reports, then one fault for each page whose
+    /// descriptions for a screen reader differ from the texts that the page shows.
     QString oddities() const
     {
         const auto shown = [this](const char* name) { return find(*mainPage, name)->text(); };
@@ -230,7 +231,7 @@ private:
         return result;
     }
 
-    /// Searches all widgets, because the page is the window's child only while it is shown.
+    /// Searches all widgets, because the main page is the window's child only while the window shows it.
     static QWidget* findMainPage()
     {
         const QWidgetList all = QApplication::allWidgets();

@@ -26,7 +26,7 @@ public:
         QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
             reports << (controller.isConnected(type) ? "?" : "-") + QByteArray::number(type);
         });
-        // Counts an arrival on the detector's thread, before the controller learns of it.
+        // Counts each arrival on the detector's thread, before the controller handles the arrival.
         const auto* const listener = controller.findChild<DeviceListener*>();
         QObject::connect(
             listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },
@@ -41,7 +41,7 @@ public:
 
     QByteArray text() const { return reports.join(' '); }
 
-    QSemaphore arrivals; ///< released at each arrival that the detector reports
+    QSemaphore arrivals; ///< released once for each arrival that the detector reports
     DeviceController controller{nullptr};
     QByteArrayList reports;
 };

@@ -18,8 +18,9 @@
 constexpr HidIdentity transmitter{0x7A31, 0x0004};
 constexpr HidIdentity headset{0x7A31, 0x0006, 2};
 
-/// Writes down every report: "+7a31:4" for the arrival of product 4, "-4" for its removal, "reopened 4" for
-/// its reopened handle, "complete 2" for a completion with two devices.
+/// Writes down every report of a detector: "+7a31:4" for the arrival of product 4 of vendor 7a31, "-4" for
+/// its removal, "reopened 4" if the detector has reopened a handle of product 4, "complete 2" for the
+/// report that the enumeration is complete and two devices are known.
 class ReportRecorder final : public DeviceDetectorListener
 {
 public:
@@ -41,7 +42,7 @@ public:
         add("complete " + QByteArray::number(qulonglong(count)));
     }
 
-    /// Waits until @p count reports have been made since the recorder was created, for patienceMs at most.
+    /// Waits, for patienceMs at most, until the recorder has received @p count reports in total.
     /// @return all reports except the first @p skipped ones, separated by commas.
     QByteArray waitFor(int count, int skipped = 0)
     {
@@ -81,8 +82,8 @@ public:
         return detector->start(&recorder, ids.data(), static_cast<unsigned int>(ids.size()));
     }
 
-    /// Plugs devices in, starts detection, and waits until all of them are reported.
-    /// @return the record of the last one; null if detection fails.
+    /// Plugs devices in, starts detection, and waits until the detector has reported all these devices.
+    /// @return the record of the device that was reported last; null if detection fails.
     DeviceInstance* detected(const std::vector<HidIdentity>& identities)
     {
         for (const HidIdentity& identity : identities)

@@ -12,7 +12,7 @@ std::atomic<std::size_t> liveBlocks{0};
 
 } // namespace
 
-// A sanitizer checks memory by operators new and delete of its own, which these would replace.
+// A sanitizer checks memory through its own operators new and delete, which these operators would replace.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 // The linker uses these operators in the whole program, Qt included.

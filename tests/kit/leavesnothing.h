@@ -6,7 +6,8 @@
 /// sanitizers. Callable on any thread.
 std::size_t liveBlockCount();
 
-/// A base for tests: a test function fails if it changes the number of open handles or leaves a COM object.
+/// A base class for tests. A test function fails if it changes the number of open handles, or if it leaves a
+/// COM object behind.
 class LeavesNothing : public QObject
 {
     Q_OBJECT

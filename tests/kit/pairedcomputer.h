@@ -11,7 +11,8 @@
 
 constexpr DeviceType bothTypes[] = {DeviceType::Transmitter, DeviceType::Headset};
 
-/// A computer with an audio service and audio endpoints, and a transmitter and a headset, not plugged in yet.
+/// A computer with an audio service, audio endpoints, and two devices that are not plugged in yet: a
+/// transmitter and a headset.
 class PairedComputer : public Computer
 {
 public:
@@ -28,7 +29,7 @@ public:
     const QMap<DeviceType, QByteArray> images{
         {DeviceType::Transmitter, toByteArray(ImageBuilder::build(ImageBuilder::transmitter()))},
         {DeviceType::Headset, toByteArray(ImageBuilder::build(ImageBuilder::headset()))}};
-    std::function<void(const std::string&)> onReport; ///< called on any thread with each report of a device
+    std::function<void(const std::string&)> onReport; ///< called with each report of a device, on any thread
     SimulatedPair pair{machine, setup()};
 
 private:

@@ -8,7 +8,7 @@
 
 #include <zlib.h>
 
-/// An entry of a ZIP archive. Its fields are written as they are, right or wrong.
+/// An entry of a ZIP archive. archive() writes its fields as they are, even if they are wrong.
 struct RawEntry
 {
     QByteArray name;
@@ -17,9 +17,9 @@ struct RawEntry
     std::uint16_t method = 0;
     std::uint32_t checksum = 0;
     std::uint32_t packedBytes = 0;
-    std::uint32_t bytes = 0; ///< unpacked
+    std::uint32_t bytes = 0; ///< unpacked size
     QByteArray extra;
-    bool sharesBytes = false; ///< uses the local header and the data of the entry before it
+    bool sharesBytes = false; ///< uses the local header and the data of the previous entry
 };
 
 /// Writes ZIP archives, also invalid ones that no ordinary tool would write.
@@ -35,7 +35,7 @@ inline std::uint32_t checksumOf(const QByteArray& bytes)
 
 inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method method = Stored)
 {
-    constexpr int before = 6; // Qt's length and zlib's header, before the deflated bytes
+    constexpr int before = 6; // size of Qt's length and zlib's header in front of the deflated bytes
     constexpr int after = 4;
     RawEntry made;
     made.name = name;
@@ -51,8 +51,8 @@ inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method
     return made;
 }
 
-/// @return @p entry with its packed size and the unpacked size @p bytes in an extra field, as in archives
-/// beyond 4 GiB.
+/// @return @p entry, but with its packed size and the unpacked size @p bytes in an extra field, as in
+/// archives of more than 4 GiB.
 inline RawEntry inZip64(RawEntry entry, quint64 bytes)
 {
     QDataStream extra(&entry.extra, QIODevice::WriteOnly);
@@ -72,8 +72,8 @@ inline void writeCommon(QDataStream& stream, const RawEntry& entry)
            << static_cast<std::uint16_t>(entry.extra.size());
 }
 
-/// @param declaredEntries  number of entries that the end record declares; -1 means the true number. From
-///                         65535 on the archive has a ZIP64 end record as well.
+/// @param declaredEntries  number of entries that the end record declares; -1 means the true number. If 65535
+///                         or more entries are declared, the archive has a ZIP64 end record as well.
 inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 declaredEntries = -1)
 {
     constexpr std::uint32_t localSignature = 0x04034B50;

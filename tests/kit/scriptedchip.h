@@ -6,8 +6,8 @@
 
 #include "scriptedhid.h"
 
-/// Answers queries like a chip; `memory` computes the byte at an address. The journal lists the received
-/// frames (in hexadecimal) and the answers ("A"). A test may add delays ("s100" for 100 ms).
+/// Answers queries as a chip does. `memory` returns the chip's byte at an address. The journal lists the
+/// received frames (in hexadecimal) and the answers ("A"). A test may add delays ("s100" for 100 ms).
 class ScriptedChip : public ScriptedHid
 {
 public:
@@ -24,7 +24,7 @@ public:
         };
     }
 
-    /// @return the memory with an image whose table, from address 5 on, repeats @p entry without end.
+    /// @return a memory with an image whose table starts at address 5 and repeats @p entry without end.
     static Memory tableOf(const QByteArray& entry)
     {
         return [entry](unsigned address) {

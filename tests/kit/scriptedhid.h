@@ -11,22 +11,22 @@
 class ScriptedHid : public HidFunction
 {
 public:
-    // How to script it.
+    // What a test sets.
 
     HidCapabilities caps{0xFF00, 1, 264};
     DWORD setError = ERROR_SUCCESS;
     DWORD getError = ERROR_SUCCESS;
     std::function<void(const QByteArray& report)> onSet;
-    std::function<QByteArray(const QByteArray& entry)> answer; ///< makes the report from the caller's buffer
+    std::function<QByteArray(const QByteArray& entry)> answer; ///< makes the answer from the caller's buffer
     std::function<void()> onTransfer;                          ///< called before each transfer
 
-    // What it recorded.
+    // What this class records.
 
     QByteArray sent; ///< the last report that was set
     int transfers = 0;
     mutable int queries = 0; ///< number of calls of capabilities()
 
-    // What it serves.
+    // The interface that this class implements.
 
     HidCapabilities capabilities() const override { return ++queries, caps; }
 
@@ -44,7 +44,7 @@ public:
         begin();
         const QByteArray entry(reinterpret_cast<const char*>(report), static_cast<int>(size));
         const QByteArray bytes = answer ? answer(entry) : entry;
-        received = static_cast<std::size_t>(bytes.size()); // even if the buffer is smaller
+        received = static_cast<std::size_t>(bytes.size()); // the whole answer, even if the buffer is smaller
         std::copy_n(bytes.cbegin(), std::min<std::size_t>(size, received), report);
         return getError;
     }

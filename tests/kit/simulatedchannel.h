@@ -16,7 +16,7 @@ public:
     {
     }
 
-    /// Sends the report that starts with @p bytes. The rest of it is 0.
+    /// Sends a report that starts with @p bytes. The rest of the report is 0.
     bool send(const QByteArray& bytes)
     {
         std::vector<unsigned char> report(bytes.begin(), bytes.end());
@@ -24,7 +24,7 @@ public:
     }
     bool send(const char* hex) { return send(QByteArray::fromHex(hex)); }
 
-    /// Writes the bytes @p hex, in hexadecimal notation, to the chip's @p address.
+    /// Writes bytes to the chip's @p address. @p hex holds the bytes in hexadecimal.
     bool write(unsigned address, const QByteArray& hex)
     {
         const QByteArray bytes = QByteArray::fromHex(hex);
@@ -40,8 +40,8 @@ public:
                                                       HidUtilities::highByte(address), count);
     }
 
-    /// @return the requested bytes and the rest of the report; "no data" if the chip has none; "failed" if
-    /// the transfer fails.
+    /// @return the requested bytes, followed by the rest of the report. Returns "no data" if the chip has no
+    /// data, and "failed" if the transfer fails.
     QByteArray answer()
     {
         std::vector<unsigned char> report(64);

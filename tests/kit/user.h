@@ -15,7 +15,7 @@
 #include "waiting.h"
 #include "windowstate.h"
 
-/// Waits, on the computer's clock, until a new screen no longer ignores keys.
+/// Waits, by the simulated computer's clock, until a screen that has just opened no longer ignores keys.
 inline void letScreenSettle()
 {
     Sleep(500);
@@ -25,7 +25,7 @@ inline void letScreenSettle()
 class User : public QObject
 {
 public:
-    /// Does something with a modal window; returns false to be called again.
+    /// Does something with a modal window. Returns false if it must be called again.
     using Act = std::function<bool(QWidget& modal)>;
 
     explicit User(std::vector<Act> actsInOrder)
@@ -38,7 +38,7 @@ public:
 
     bool isDone() const { return next == acts.size(); }
 
-    /// Presses a message box's button with the mouse.
+    /// @return an act that clicks the button with the text @p buttonText as soon as the button is enabled.
     static Act press(const QString& buttonText)
     {
         return [buttonText](QWidget& modal) {
@@ -61,7 +61,7 @@ public:
         };
     }
 
-    QStringList boxes; ///< texts of the message boxes, with their oddities
+    QStringList boxes; ///< texts and oddities of the message boxes that have opened
 
 private:
     void look()

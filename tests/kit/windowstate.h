@@ -16,8 +16,9 @@
 
 #include "literals.h"
 
-/// Describes in text what a window shows to a user and offers to a screen reader. Leaves out what must be
-/// right on every screen: oddities() reports it if it is wrong.
+/// Describes in text what a window shows to a user and offers to a screen reader. Rules that hold for
+/// every screen, such as that no widgets overlap, are left out. Instead, oddities() reports each violation of
+/// these rules.
 namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
@@ -26,8 +27,8 @@ inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
     return accessible ? accessible->text(kind) : QString();
 }
 
-/// @return the text of @p label after marks for its style: "~" amber, "!" crimson, "?" the tool tip that
-/// explains amber, "*" italics.
+/// @return the text of @p label, preceded by marks for its style: "~" for amber, "!" for crimson, "?" for the
+/// tool tip that explains the amber colour, "*" for italics.
 inline QString shown(const QLabel& label)
 {
     const QMap<QString, QString> colours{
@@ -40,7 +41,7 @@ inline QString shown(const QLabel& label)
            label.text();
 }
 
-/// The name of the picture that @p label shows, "" if it shows none.
+/// @return the name of the picture that @p label shows; "" if it shows no picture.
 inline QString pictureOf(const QLabel& label)
 {
     const QPixmap pixmap = label.pixmap(Qt::ReturnByValue);
@@ -105,7 +106,7 @@ inline QSize neededSize(const QWidget& widget)
 /// @return whether a screen reader has no name for @p widget but needs one.
 inline bool isNameless(const QWidget& widget)
 {
-    if (qobject_cast<const QProgressBar*>(&widget)) // Qt uses the bar's value as its name
+    if (qobject_cast<const QProgressBar*>(&widget)) // Qt reports a nameless bar's value as its name
         return widget.accessibleName().isEmpty();
     const auto* const label = qobject_cast<const QLabel*>(&widget);
     const bool isPicture = label && label->text().isEmpty() && !label->pixmap(Qt::ReturnByValue).isNull();
@@ -135,7 +136,7 @@ inline QStringList odditiesOf(const QLabel& label)
 /// Handles all layout requests that are posted, so that every widget has its final geometry.
 inline void layOut()
 {
-    constexpr int layoutsDeep = 4; // each layout posts a request to the one that contains it
+    constexpr int layoutsDeep = 4; // each layout posts a request to the layout that contains it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
