@@ -132,12 +132,14 @@ void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
     rows.addRow(tr("Fault:"), fault);
 }
 
-/// Describes how the device's memory compares with the updater's image for the device. If the archive has no
-/// such image, the image is empty.
+/// Compares the device's memory with the image for it in the updater's archive.
 QString BenchWindow::memoryState(DeviceType type) const
 {
+    const std::vector<std::uint8_t> memory = run.device(type).memory();
     const QByteArray image = run.updater().findChild<FirmwareController*>()->firmware(type);
-    return QString::fromStdString(Verdict::text(run.device(type).memory(), bytesOf(image)));
+    return image.isEmpty()
+               ? tr("%1, no image in the archive").arg(QString::fromStdString(Verdict::versionOf(memory)))
+               : QString::fromStdString(Verdict::text(memory, bytesOf(image)));
 }
 
 QWidget* BenchWindow::makeLogView(EventLog& eventLog)

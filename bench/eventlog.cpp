@@ -1,5 +1,7 @@
 #include "eventlog.h"
 
+#include <cstdio>
+
 #include <QMutexLocker>
 
 namespace {
@@ -19,7 +21,8 @@ QString nameOf(DeviceType type)
     return type == DeviceType::Transmitter ? QStringLiteral("transmitter") : QStringLiteral("headset");
 }
 
-EventLog::EventLog()
+EventLog::EventLog(Output logOutput)
+    : output(logOutput)
 {
     timer.start();
     messageLog = this;
@@ -41,6 +44,8 @@ void EventLog::add(const QString& text)
                    .arg(static_cast<double>(timer.elapsed()) / msPerSecond, 8, 'f', 3)
                    .arg(text);
         all << line;
+        if (output == Output::Printed)
+            std::puts(qUtf8Printable(line));
     }
     Q_EMIT added(line);
 }

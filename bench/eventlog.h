@@ -19,7 +19,10 @@ class EventLog : public QObject
     Q_OBJECT
 
 public:
-    EventLog();
+    enum class Output { Printed, Kept };
+
+    /// @param logOutput  `Printed`: the log also writes its lines to the standard output.
+    explicit EventLog(Output logOutput = Output::Printed);
     ~EventLog() override;
 
     void add(const QString& text);
@@ -27,9 +30,10 @@ public:
     QStringList lines() const; ///< all lines so far
 
 Q_SIGNALS:
-    void added(const QString& line); ///< emitted on the thread that adds the line
+    void added(const QString& line);
 
 private:
+    const Output output;
     QtMessageHandler previousHandler;
     mutable QMutex mutex; ///< guards what follows
     QElapsedTimer timer;

@@ -1,11 +1,13 @@
 #include "faultmatrix.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <random>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QRandomGenerator>
 
 #include "benchrun.h"
 #include "eventlog.h"
@@ -121,7 +123,7 @@ Matrix::Matrix(const BenchOptions& benchOptions)
 /// prints @p name and the log, and returns no result.
 std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const QString& name)
 {
-    EventLog log;
+    EventLog log(EventLog::Output::Kept);
     BenchRun run(options, log);
     if (run.prepare() && run.drive() == 0)
         return Result{run.device(options.faultDevice).transfers(), run.faultOutcome()};
@@ -159,10 +161,9 @@ void Matrix::runAll()
 /// most one, and so do the numbers of faults of any two families.
 void Matrix::runSample()
 {
-    // The printed seed must fit an int, so a random one is divided by 2.
-    const auto seed = options.seed > 0 ? static_cast<unsigned>(options.seed) : std::random_device()() / 2;
+    const int seed = options.seed > 0 ? options.seed : QRandomGenerator::system()->bounded(1, INT_MAX);
     print(QStringLiteral("sample of %1, seed %2").arg(options.sample).arg(seed));
-    std::mt19937 random(seed);
+    std::mt19937 random(static_cast<unsigned>(seed));
     std::vector<const FaultDescription*> drawnKinds = kinds();
     std::vector<Family*> drawnFamilies;
     for (Family& family : families)

@@ -46,7 +46,6 @@ void setUsualFont()
 int runBench(const BenchOptions& options)
 {
     EventLog log;
-    QObject::connect(&log, &EventLog::added, [](const QString& line) { std::puts(qUtf8Printable(line)); });
     BenchRun run(options, log);
     QObject::connect(&run, &BenchRun::screenSeen, &log, [&](const QString& name, QWidget* screen) {
         constexpr int mostCompressed = 0;

@@ -64,7 +64,7 @@ class PackedEntry
 {
 public:
     explicit PackedEntry(const ArchiveEntry& entry)
-        : contents(entry.contents)
+        : contents(entry.contents.constData(), entry.contents.size()) // not shared with the entry
         , packed(qCompress(contents))
     {
     }

@@ -41,9 +41,8 @@ std::string Verdict::text(const std::vector<std::uint8_t>& memory, const std::ve
 {
     std::string comparison = " bytes compared, equal";
     if (const auto offset = firstDifference(memory, image)) {
-        char text[40];
-        std::snprintf(text, sizeof text, " bytes, first difference at 0x%04lx",
-                      static_cast<unsigned long>(*offset));
+        char text[32];
+        std::snprintf(text, sizeof text, " bytes, differs at 0x%04lx", static_cast<unsigned long>(*offset));
         comparison = text;
     }
     return versionOf(memory) + ", " + std::to_string(image.size()) + comparison;

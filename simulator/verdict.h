@@ -19,7 +19,8 @@ std::optional<std::size_t> firstDifference(const std::vector<std::uint8_t>& memo
 /// The version of the firmware in @p memory, such as "1.2.3", or "(no valid firmware)".
 std::string versionOf(const std::vector<std::uint8_t>& memory);
 
-/// @return a text such as "1.2.3, 8192 bytes compared, equal".
+/// @return a text such as "1.2.3, 8192 bytes compared, equal", or "1.2.3, 8192 bytes, differs at 0x0042",
+/// which names the first byte that differs.
 std::string text(const std::vector<std::uint8_t>& memory, const std::vector<std::uint8_t>& image);
 
 int commits(const std::vector<std::uint8_t>& image); ///< number of commits in an update

@@ -134,8 +134,8 @@ struct Run : PairedComputer
 /// with its warning enabled and its Close button disabled, and the computer is kept awake.
 bool isClosingRefused(Run& run)
 {
-    for (const bool byX : {false, true})
-        run.ask(byX);
+    run.ask(false);
+    run.ask(true);
     const bool isOpen = run.dialog->isVisible();
     run.dialog->showMinimized();
     return isOpen && !run.closeButton()->isEnabled() && run.dialog->isMinimized() &&

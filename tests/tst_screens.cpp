@@ -7,7 +7,6 @@
 #include "benchoptions.h"
 #include "benchrun.h"
 #include "eventlog.h"
-#include "mainwindow.h"
 #include "startup.h"
 #include "table.h"
 #include "windowstate.h"

@@ -4,7 +4,6 @@
 
 #include <hidclass.h>
 
-#include "hidnode.h"
 #include "literals.h"
 #include "pairedcomputer.h"
 #include "simulatedchannel.h"

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <cwchar>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <utility>
 

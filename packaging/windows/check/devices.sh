@@ -131,9 +131,9 @@ no_update_is_faster_than_its_delays() {
     [ "$(duration transmitter)" -ge $transmitter_ms ] && [ "$(duration headset)" -ge $headset_ms ]
 }
 
-# events DEVICE: prints the events of the device since the last command "count", without times.
+# events DEVICE: prints the events of the device since the first command "count", without times.
 events() {
-    sed -n "/done: count/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v "bytes compared"
+    sed -n "/done: count/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v " bytes"
 }
 
 # log_of NAME: prints the lines of the log that start with NAME, the log's name of a device.

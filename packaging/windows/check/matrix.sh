@@ -44,7 +44,8 @@ as_expected() {
     before=$(wc -l <events.txt)
     devices expectation
     tail -n "+$((before + 1))" events.txt | tr -d '\r' | sed -n 's/^\[[ 0-9.]*\] expected: //p' | sort >expected.txt
-    text_is "$(results)" "$(cat expected.txt)"
+    [ "$(wc -l <expected.txt)" -eq 2 ] && [ "$(results | grep -cxEf expected.txt)" -eq 2 ] ||
+        { results; cat expected.txt; false; }
 }
 
 # fault_row FAULT DEVICE CHIP REVISION TRANSFER: runs an update with the fault, and then one without. Succeeds if the

@@ -15,4 +15,4 @@ struct PackedFile
 /// Unpacks the files that the package carries. They are in a resource of the package, a tar archive
 /// compressed with gzip.
 /// @return the files, the program first. Empty if the package is damaged.
-std::vector<PackedFile> unpackFiles();
+[[nodiscard]] std::vector<PackedFile> unpackFiles();

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cwchar>
 #include <memory>
-#include <string>
 
 #include "hiddescriptor.h"
 

@@ -42,6 +42,6 @@ int wmain(int argc, wchar_t* argv[])
     report("done: start");
     std::string line;
     while (std::getline(std::cin, line) && line != "end")
-        report((pair.execute(line) ? "done: " : "no such command: ") + line);
+        report((pair.execute(line) ? "done: " : "failed: ") + line);
     return 0;
 }
