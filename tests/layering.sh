@@ -5,7 +5,7 @@ cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# Returns the most specific row for a file: the row with the longest name that is a prefix of the file's path.
+# Returns the most specific row for a file: the row with the longest name that is a prefix of its path.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))

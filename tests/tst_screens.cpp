@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include <QBoxLayout>
+#include <QMainWindow>
 #include <QMenu>
 #include <QTranslator>
 
