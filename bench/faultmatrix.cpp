@@ -131,8 +131,8 @@ std::optional<Matrix::Result> Matrix::runOne(const BenchOptions& options, const 
     return std::nullopt;
 }
 
-/// Runs an update without a fault in each family and counts its transfers. @return false if the options name
-/// an unknown family, or if such an update fails.
+/// For each family, runs an update that has no fault and counts the update's transfers. @return false if the
+/// options name an unknown family, or if one of these updates fails.
 bool Matrix::countTransfers()
 {
     if (families.empty())

@@ -63,8 +63,7 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // The main page shows the detection of a device too briefly for a stop of the tour. So the start of the
-    // detection reports this screen.
+    // The main page with a detection in progress is shown too briefly for the tour to wait for it.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

@@ -69,7 +69,7 @@ public:
     {
     }
 
-    /// Unpacks the contents into the memory that already holds them, so that no memory is allocated.
+    /// Unpacks `packed` over `contents`, which has the right size already, so that no memory is allocated.
     void unpack()
     {
         constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the bytes of zlib

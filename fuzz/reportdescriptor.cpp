@@ -39,8 +39,8 @@ void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
     }
 }
 
-/// Parses a valid descriptor again, between items that have no effect: an unknown item, Push and Pop. Ends
-/// the process if the result changes.
+/// Surrounds a valid descriptor with items that have no effect (an unknown item, Push and Pop) and parses it
+/// again. Ends the process if the result changes.
 void requireSameWhenDecorated(const std::vector<std::uint8_t>& bytes, const ReportDescriptor& descriptor)
 {
     std::vector<std::uint8_t> decorated{unknownItem, push, pop, push};

@@ -56,8 +56,8 @@ std::optional<std::wstring> adapterName(const ComPointer<IMMDevice>& endpoint)
     return name.pwszVal;
 }
 
-/// Returns the first letters and blanks of @p name. The result leaves out the number that the system puts
-/// before the name if several adapters have the same name.
+/// Returns the first run of Latin letters and blanks in @p name. This leaves out the number that the system
+/// puts before the name if several adapters have the same name.
 std::wstring normalised(const std::wstring& name)
 {
     const QRegExp words(QStringLiteral("(?:\\d*[- ]*)([A-Za-z ]+)"), Qt::CaseInsensitive, QRegExp::RegExp2);

@@ -249,8 +249,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // If an updater's second report is an error, the dialog shows the error for an unknown device. If it is a
-    // success, nothing changes.
+    // An updater's second report changes nothing if it is a success. An error is shown for no known device.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");

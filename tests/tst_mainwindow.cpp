@@ -79,8 +79,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H PH PT -T", {start, none + broken, gone, fits, on});
     row("A1 +T +H PH -H +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H PH", {main, other, wrong, "1.0.0>!*Incompatible"_s, off});
-    // A refresh of the page leaves the focus where the user has put it. A change to the start page and back
-    // does not.
+    // A refresh of the page leaves the focus where the user has put it; a change of the page does not.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
     row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s});
 }

@@ -30,8 +30,8 @@ constexpr char runProgram[] = "--run-program";
 
 bool isProgram = false; ///< whether this process is the program that the test has started
 
-/// Once the program's window is open, prints a text of the window, a text of the code and a text of Qt. Then
-/// closes the window and logs its destruction. Does nothing in the test's own process.
+/// Once the program's window is open, prints three translated texts: one from a form, one from the code and
+/// one of Qt's own. Then closes the window and logs its destruction. Does nothing in the test's own process.
 void printTextsAndClose()
 {
     if (!isProgram)
@@ -164,7 +164,7 @@ void TestStartup::theParentsFolderIsFoundOrTheWorkingDirectoryServes()
 {
     QFETCH(const Processes, processes);
     SimulatedMachine machine(nullptr);
-    // The updater is process 7. Only the path of process 5 can be read, although process 6 runs too.
+    // The updater is process 7. Processes 5 and 6 both run, but only the path of process 5 can be read.
     machine.processes() = {7, processes, {{5, L"/opt/package/setup"}, {6, L""}}};
     const ScopedMachine scope(machine);
     QTEST(Startup::parentProcessDirectory().absolutePath(), "folder");

@@ -74,8 +74,8 @@ private Q_SLOTS:
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
-    // An answer is y, n, Esc, or a step for the desk, which is taken while a question is open. The last
-    // column has the letters of the devices that the dialog updates; it is empty if no update starts.
+    // An answer is y, n, Esc, or a step such as "-T" that the Desk carries out while the question is open.
+    // The last column has the letters of the devices that the dialog updates. It is empty without an update.
     const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
                                                                        "updated");
     const auto row = [&table](const QByteArray& steps, const QByteArray& answers,

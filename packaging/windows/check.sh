@@ -106,7 +106,8 @@ flock 8
 if [ -z "${UPDATER_EMULATE:-}" ] && runs_32_bit; then emulated=''; else emulated=1; fi
 install_packages zip
 machine_install
-# The link is for Wine, which finds the font with the symbols of its title bars only in the folder of all fonts.
+# The last argument links a font into /usr/share/fonts. Wine draws the symbols in title bars with this font and looks for
+# it only there.
 machine_debian "$root" "wine wine32 fonts-wine xvfb imagemagick zip" "dpkg --add-architecture i386" \
     "ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts"
 make_prefix

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t maxReportBytes = 16384; // the kernel's HID_MAX_BUFFER_SIZE
 
-constexpr std::uint8_t longItemPrefix = 0xFE; // HID defines no long items
+constexpr std::uint8_t longItemPrefix = 0xFE; // reserved: HID defines no item of this format
 constexpr int usagePageBits = 16;
 constexpr std::uint64_t bitsPerByte = 8;
 

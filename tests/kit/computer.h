@@ -9,7 +9,7 @@
 #include "logcapture.h"
 #include "simulatedmachine.h"
 
-/// Holds one thread in a sleep of a given length until a test opens the gate.
+/// Stops the first thread that sleeps for a given number of milliseconds, until a test opens the gate.
 class Gate
 {
 public:

@@ -24,8 +24,8 @@ check "generation 1: bytes equal" equal generation-1 2
 check "generation 2: a whole update of both at once" bench generation-2 --speed 4 --generation 2
 check "generation 2: bytes equal" equal generation-2 2
 
-# The fault comes early in a long download. If the updater noticed the loss of the device only after the last commit,
-# the update would count as a success.
+# The fault comes early in a long download, so that the updater notices the loss before the last commit. If it noticed
+# the loss later, it would report success.
 check "the cable is pulled during an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20
 check "the cable was pulled in the download" logs vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" logs vanish "screen: failure report"

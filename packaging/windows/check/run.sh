@@ -25,8 +25,8 @@ temporary=$(winepath -u "$windows_temporary")
 logs=$temporary/ZEFO_VYNT_Firmware_Update_Logs
 
 tool() { wine windowtool.exe "$@"; }
-# Wine starts its desktop with the first window. A program that does not wait long enough for the desktop has no
-# windows, so this script waits for the desktop.
+# Wine starts its desktop when a program creates the first window. If the start takes too long, that program cannot
+# create its windows. So this script starts the desktop first and waits for it.
 within 600 tool desktop
 window_text() {
     rm -f "$temporary/window-text.txt"

@@ -4,7 +4,7 @@
 #include <ole2.h>
 
 #define interface struct
-#define Headset EndpointFormHeadset // DeviceType has an enumerator of that name
+#define Headset EndpointFormHeadset // because the program's DeviceType has an enumerator Headset too
 #include_next <mmdeviceapi.h>
 #undef Headset
 #undef interface

@@ -2,8 +2,8 @@
 #pragma once
 #pragma GCC system_header
 
-// The first two macros select a target whose "long" has 64 bits. The others make the keywords of a compiler
-// for Windows empty.
+// The first two macros select a target whose "long" has 64 bits. The others remove keywords that only
+// compilers for Windows know.
 #define __CYGWIN__ 1
 #define _WIN64 1
 #define __cdecl
