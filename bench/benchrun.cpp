@@ -76,7 +76,7 @@ std::vector<std::uint8_t> BenchRun::imageOf(DeviceType type, int generation, con
 
 QString BenchRun::makeArchive(int generation, const QString& version) const
 {
-    const QString path = folder.filePath(QStringLiteral("vynt-firmware-%1.zip").arg(version));
+    QString path = folder.filePath(QStringLiteral("vynt-firmware-%1.zip").arg(version));
     const QByteArray notes = "Version " + version.toUtf8() +
                              "\n\n"
                              "- Clearer voice in noisy rooms\n"
