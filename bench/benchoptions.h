@@ -24,9 +24,9 @@ struct BenchOptions
     bool takesTour = false;    ///< visits all screens before the update
     QString screenshotsFolder; ///< folder for a picture of each screen
     bool faultMatrix = false;  ///< tries every fault at every transfer instead of making one update
-    QString family;            ///< family of the fault matrix to try; empty stands for all families
-    int sample = 0;            ///< number of faults that the matrix draws at random; 0 stands for all faults
-    int seed = 0;              ///< seed of the random draw; 0 stands for a random seed
+    QString family;            ///< family of the fault matrix to try; if empty, all families
+    int sample = 0;            ///< number of faults that the matrix draws at random; if 0, it tries all
+    int seed = 0;              ///< seed of the random draw; if 0, the bench takes a random one
 };
 
 /// Parses @p arguments, of which the first is the program's name. If --help is among them, prints the help

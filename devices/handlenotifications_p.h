@@ -51,8 +51,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle that was reopened for @p device, and so closes the handle, because nobody
-    /// else owns it.
+    /// Stops watching the handle that was reopened for @p device, and closes the handle: its record here is
+    /// the only owner.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

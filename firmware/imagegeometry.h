@@ -27,8 +27,8 @@ struct ImageGeometry
     }
 
 private:
-    /// The size that @p code stands for: 0 for code 0, @p first for code 1, and twice as much for each higher
-    /// code.
+    /// Decodes a size: code 0 means 0, code 1 means @p first, and each further code means twice the size of
+    /// the code before it.
     static constexpr std::uint32_t sizeOf(unsigned code, std::uint32_t first)
     {
         return code == 0 ? 0 : first << (code - 1);

@@ -37,8 +37,8 @@ enum {
     SectorSize = 20
 };
 
-/// @return the size that @p code stands for: 0 for code 0, twice @p unit for code 1, and for each further
-/// code twice the size of the code before it.
+/// Decodes a size: code 0 means 0, code 1 means twice @p unit, and each further code means twice the size of
+/// the code before it.
 std::uint32_t codedSize(unsigned code, std::uint32_t unit)
 {
     return code == 0 ? 0 : unit << code;

@@ -128,7 +128,7 @@ private:
     static __u16 errorOf(Transfer outcome) { return outcome == Transfer::Done ? 0 : EIO; }
 
     /// Sends @p event to the kernel. Ignores failures: they happen only after the interface has left, when
-    /// nobody waits for an answer.
+    /// no program waits for an answer.
     void send(const uhid_event& event) const { static_cast<void>(!::write(file, &event, sizeof(event))); }
 
     const HidInterface interface;

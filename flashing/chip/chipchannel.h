@@ -12,7 +12,7 @@
 class ChipChannel : public AbstractHidDevice
 {
 public:
-    /// A flag that its owner sets when nobody waits for an answer any more. From then on isOpen() returns
+    /// A flag that its owner sets when it no longer needs an answer. From then on isOpen() returns
     /// false, and every transfer fails without reaching the device.
     using Cancelled = std::shared_ptr<const std::atomic<bool>>;
 

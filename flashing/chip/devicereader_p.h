@@ -18,7 +18,7 @@ struct ChipModel;
 class ReadDataHelper_FromDevice
 {
 public:
-    /// A flag that its owner sets when nobody waits for the result any more. After that no transfer starts.
+    /// A flag that its owner sets when it no longer needs the result. After that no transfer starts.
     using Cancelled = ChipChannel::Cancelled;
 
     /// Reads the chip's identifier and revision, then the image's first byte, which gives the memory's size.
