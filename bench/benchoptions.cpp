@@ -15,7 +15,7 @@
 namespace {
 
 constexpr int usageError = 2;
-constexpr int minImageBytes = 1024;             // room for the headers and the descriptors
+constexpr int minImageBytes = 1024;             // enough for the headers and descriptors of an image
 constexpr int maxImageBytes = 16 * 1024 * 1024; // larger than any chip's flash
 constexpr int maxSample = 1000000;
 constexpr int maxSeed = std::numeric_limits<int>::max();
@@ -80,7 +80,7 @@ int number(const QCommandLineParser& parser, const QString& name, int min, int m
     return value;
 }
 
-/// Reads the fault from "NAME[@K]"; K is the number of a transfer.
+/// Parses a fault, "NAME[@K]". K is the number of the earliest transfer at which the fault can strike.
 void readFault(const QString& text, BenchOptions& options)
 {
     const QStringList parts = text.split(QLatin1Char('@'));

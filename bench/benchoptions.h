@@ -31,5 +31,5 @@ struct BenchOptions
 
 /// Parses @p arguments, of which the first is the program's name. If --help is among them, prints the help
 /// and ends the program. If an argument is wrong, prints the mistake on the standard error and ends the
-/// program with exit code 2. Call it after the application object is created.
+/// program with exit code 2. The application object must exist.
 BenchOptions parseBenchOptions(const QStringList& arguments);

@@ -201,15 +201,15 @@ void BenchRun::endUpdate(const Outcome& outcome)
                 .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
     if (!outcomeOfFault.exception.isEmpty())
         log.add(QStringLiteral("verdict: documented exception: ") + outcomeOfFault.exception);
-    // Without a failure report the updater shows the pairing instructions, which have no Back button.
+    // Without a failure report there is no Back button, so tryAgain() must start the updater again.
     tryAgain(!outcome.report.isEmpty());
 }
 
-/// Repairs the device that the fault hit, as a user would.
+/// Plugs the faulty device in again and makes another update, as a user would.
 void BenchRun::tryAgain(bool isUpdaterUsable)
 {
-    // Waits first until no device is restarting, because such a device could leave programming mode during
-    // the next update.
+    // A restarting device could leave programming mode during the next update, so wait until the
+    // restart is over.
     if (!pair->device(DeviceType::Transmitter).isSettled() ||
         !pair->device(DeviceType::Headset).isSettled()) {
         QTimer::singleShot(lookIntervalMs, this, [this, isUpdaterUsable] { tryAgain(isUpdaterUsable); });
@@ -236,9 +236,8 @@ void BenchRun::updateAgain()
     makeDriver();
 }
 
-/// The updater of a device waits 30 s for the device to enter programming mode. If time runs fast, this
-/// function ends the wait as soon as the device has settled outside programming mode, because such a device
-/// does not enter that mode any more.
+/// The updater waits up to 30 s for a device to enter programming mode. This function ends the wait early if
+/// the device's restart is over and the device is not in programming mode. It is used only if time runs fast.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -255,8 +254,8 @@ void BenchRun::endVainWaits()
     }
 }
 
-/// In virtual time, makes each delay wait until the latest orderly removal is over, because a virtual delay
-/// by itself leaves the removal no time.
+/// In virtual time a delay takes no real time, so an orderly removal of a device could not end during the
+/// delay. This function therefore waits for the removal at the start of each delay.
 void BenchRun::noteSleep(std::uint32_t ms)
 {
     judge->noteSleep(ms);
@@ -267,8 +266,8 @@ void BenchRun::noteSleep(std::uint32_t ms)
         underWay.wait();
 }
 
-/// Waits until the GUI thread has handled the report of a removal, which is already in that thread's event
-/// queue. If time runs fast, the updater's own delays alone leave the GUI thread too little time.
+/// Waits until the GUI thread has handled its queued events, including the removal of a device. If time runs
+/// fast, the updater's own delays are too short for that.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())

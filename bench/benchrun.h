@@ -28,8 +28,9 @@ public:
     BenchRun(const BenchOptions& benchOptions, EventLog& eventLog);
     ~BenchRun() override;
 
-    /// Makes the archive, the devices and the updater's window.
-    /// @return false if the archive cannot be written or the bus is not usable; the reason is in the log.
+    /// Makes the archive, the devices and the updater's window. On failure, logs the reason.
+    /// @return false if the archive cannot be written, or if `onKernelBus` is set and the kernel
+    /// accepts no devices.
     [[nodiscard]] bool prepare();
 
     /// Uses the updater as a user would, and checks the outcome.
@@ -37,8 +38,8 @@ public:
     [[nodiscard]] int drive();
 
     SimulatedDevice& device(DeviceType type) { return pair->device(type); }
-    /// Lets time run @p speed times as fast as real time. Has no effect on virtual time. Any thread may call
-    /// it.
+    /// Makes time run @p speed times as fast as real time. Has no effect on virtual time. Any thread may
+    /// call this function.
     void setSpeed(double speed) { scaledClock.setSpeed(speed); }
     MainWindow& updater() { return *window; }
     /// The outcome of the update for which a fault was armed.
@@ -56,7 +57,7 @@ public:
     [[nodiscard]] QString makeArchive(int generation, const QString& version) const;
 
 Q_SIGNALS:
-    /// In a run with the tour, emitted once for each screen, after the layout of the screen is done.
+    /// If the options ask for a tour, emitted once for each screen, after the layout of the screen is done.
     void screenSeen(const QString& name, QWidget* screen);
     void finished(int exitCode); ///< makes drive() return @p exitCode
 

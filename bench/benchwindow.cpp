@@ -59,8 +59,8 @@ BenchWindow::BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOpti
     placeWindows();
 }
 
-/// Puts the updater's window and this window side by side. Moves the updater's window too, because the
-/// position that the window manager gives it is not known yet.
+/// Puts the updater's window and this window side by side. Moves both windows, because the position of the
+/// updater's window is not known yet.
 void BenchWindow::placeWindows()
 {
     constexpr int gap = 16; // wider than the windows' frames
@@ -84,7 +84,7 @@ QWidget* BenchWindow::makeDeviceBox(DeviceType type)
     addState(*rows, tr("Memory:"), [this, type] { return memoryState(type); });
     addState(*rows, tr("Transfers:"), [&device] { return QString::number(device.transfers().count); });
     addFault(*rows, device);
-    // The text contains the device's name, so that the two check boxes have different mnemonics.
+    // The text starts with the device's name, so that each device's check box has its own mnemonic.
     auto* const cable =
         new QCheckBox(isTransmitter ? tr("&Transmitter plugged in") : tr("&Headset plugged in"));
     connect(cable, &QCheckBox::clicked, this, [&device](bool isPluggedIn) {
@@ -132,7 +132,7 @@ void BenchWindow::addFault(QFormLayout& rows, SimulatedDevice& device)
     rows.addRow(tr("Fault:"), fault);
 }
 
-/// Compares the device's memory with the image for it in the updater's archive.
+/// Compares the device's memory with the device's image in the updater's archive.
 QString BenchWindow::memoryState(DeviceType type) const
 {
     const std::vector<std::uint8_t> memory = run.device(type).memory();
@@ -155,7 +155,7 @@ QWidget* BenchWindow::makeLogView(EventLog& eventLog)
     return view;
 }
 
-/// Makes an archive with a higher version than the archive before it, and loads it.
+/// Makes an archive with the next higher version and loads it into the updater.
 void BenchWindow::loadNewArchive()
 {
     const QString path = run.makeArchive(generation, QStringLiteral("1.%1.0").arg(++minorVersion));
@@ -173,8 +173,8 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// Ends the program if the user has closed this window or the updater's. An update in progress delays the
-/// end, so this function sets the highest speed of time.
+/// Ends the program if the user has closed this window or the updater's window. The program then waits for an
+/// update in progress, so time runs at the highest speed.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

@@ -13,16 +13,16 @@ class QFormLayout;
 class SimulatedDevice;
 struct BenchOptions;
 
-/// A small window beside the updater's window. It shows the simulated devices, plugs them in, unplugs them
-/// and arms faults in them. It also changes the speed of time, makes archives and shows the log. It remains
-/// usable while the updater shows a dialog. Closing this window or the updater's window ends the program. GUI
-/// thread.
+/// A small window beside the updater's window. It shows the simulated devices and the log. In it the user
+/// plugs in and unplugs the devices, arms faults, changes the speed of time and makes archives. The window
+/// remains usable while the updater shows a dialog. Closing this window or the updater's window ends the
+/// program. GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// @param options  the options of @p benchRun.
+    /// @param options  the options with which @p benchRun was created.
     BenchWindow(BenchRun& benchRun, EventLog& eventLog, const BenchOptions& options);
 
 private:

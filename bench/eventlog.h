@@ -21,7 +21,7 @@ class EventLog : public QObject
 public:
     enum class Output { Printed, Kept };
 
-    /// @param logOutput  `Printed`: the log also writes its lines to the standard output.
+    /// @param logOutput  whether the log also writes its lines to the standard output.
     explicit EventLog(Output logOutput = Output::Printed);
     ~EventLog() override;
 

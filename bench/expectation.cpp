@@ -68,8 +68,8 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
     return failsWith(FlashingError::DeviceLost, 1);
 }
 
-/// @return the outcome if the detector closes the device's handle right after the transfers that @p at
-/// counts.
+/// @return the expected outcome if the detector closes the device's handle during the update. @p at counts
+/// the transfers before that moment.
 Expectation whenWithdrawn(const Transfers& at, int commits)
 {
     if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int imageBytes = 5000; // one full chunk and a part of a second one
 
-/// A device on one chip and revision.
+/// A device, its chip, and the chip's revision.
 struct Family
 {
     BenchOptions options; ///< options of an update without a fault
@@ -64,9 +64,9 @@ protected:
     }
 };
 
-/// @return the last transfer for which it is useful to arm @p fault. A fault in an answer strikes only during
-/// identification, because the updater reads no other answers. A fault at a restart strikes at the last
-/// restart if it is armed for any transfer after the request to leave the application.
+/// @return the last transfer for which it is useful to arm @p fault. The updater reads answers only during
+/// identification. The device restarts twice: when it leaves the application, and at the end. A restart fault
+/// that is armed for a transfer in between always strikes at the end.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);
@@ -88,7 +88,7 @@ public:
     bool countTransfers();
     void runAll();
     void runSample();
-    /// @return whether at least one fault was tried and all were survived.
+    /// @return whether every fault was survived. If no fault was tried, returns false.
     bool printTotals() const;
 
 private:
@@ -157,8 +157,8 @@ void Matrix::runAll()
     }
 }
 
-/// Tries a random sample of the faults. In every sample, the numbers of faults of any two kinds differ by at
-/// most one, and so do the numbers of faults of any two families.
+/// Tries a random sample of the faults. All kinds of faults are drawn equally often, with a difference of at
+/// most one. The same holds for the families.
 void Matrix::runSample()
 {
     const int seed = options.seed > 0 ? options.seed : QRandomGenerator::system()->bounded(1, INT_MAX);

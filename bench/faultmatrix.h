@@ -5,14 +5,14 @@ struct BenchOptions;
 /// Tries every fault at every transfer of an update, with the updater's real windows. A fault counts as
 /// survived if the update ends as the protocol prescribes and the next update repairs the device.
 ///
-/// A family is one device on one chip and revision, such as "transmitter-12-2". The transmitter's families
-/// use the first product generation, the headset's families the second.
+/// A family is a device with a certain chip and chip revision, such as "transmitter-12-2". The product
+/// generation is 1 in the transmitter's families and 2 in the headset's families.
 namespace FaultMatrix {
 
-/// Prints the log of each failed run, a line for each family, the totals, and how many of the outcomes shown
-/// to the user were true of both devices. With a sample it also prints a line for each drawn fault.
-/// @param options  `family`, `sample` and `seed` choose the faults. `speed` has an effect only on the
-///                 kernel's bus, because without that bus time is virtual.
+/// Prints the log of each failed run, the result of each family, and the totals. If @p options ask for a
+/// sample, also prints the result of each fault.
+/// @param options  `family`, `sample` and `seed` choose the faults. `onKernelBus` chooses the bus. `speed`
+///                 has an effect only on the kernel's bus, because time on the other bus is virtual.
 /// @return the exit code: 0 if all faults were survived, otherwise 1.
 int run(const BenchOptions& options);
 

@@ -14,7 +14,8 @@ QString windowText(const char* text)
     return QCoreApplication::translate("MainWindow", text);
 }
 
-/// Whether @p fault takes effect only after the transfer at which it strikes, so that the transfer succeeds.
+/// @return whether @p fault requests an orderly removal. The request takes effect only after the transfer at
+/// which the fault strikes, so that transfer succeeds.
 bool isWithdrawal(Fault fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;
@@ -129,8 +130,8 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
     return all;
 }
 
-/// The updater may show success only if the memory equals the image, apart from the documented exceptions. It
-/// must not show failure for a device that runs the new firmware.
+/// Apart from the documented exceptions, the updater may show success only if the memory equals the image.
+/// The updater must not show failure for a device that runs the new firmware.
 QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
 {
     const bool isWhole = isMemoryWhole(type);
@@ -141,8 +142,8 @@ QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
     return QString();
 }
 
-/// The log must name every transfer that failed while the device was programmed. The log counts transfers
-/// from the start of programming mode.
+/// The log must name every transfer that failed in programming mode. In the log, transfer 1 is the first
+/// transfer in that mode.
 QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) const
 {
     const QString logged = type == DeviceType::Transmitter ? QStringLiteral("Transmitter: Transfer ")
@@ -159,7 +160,8 @@ QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) c
                : nameOf(type) + QStringLiteral(": the log names the wrong transfer");
 }
 
-/// A failure report must blame the connection, because no fault causes any other failure.
+/// If an update failed, the report must say that a device was disconnected, because every error that a fault
+/// can cause counts as a lost connection. If no update failed, there must be no report.
 QString Judge::complaintAboutReport(const Outcome& outcome) const
 {
     const bool isFailed = std::any_of(outcome.devices.begin(), outcome.devices.end(),
@@ -174,8 +176,8 @@ QString Judge::complaintAboutReport(const Outcome& outcome) const
     return QStringLiteral("the screen says: %1").arg(outcome.report.simplified());
 }
 
-/// The audio service must run. The default endpoints must be the same as before the update, and the updater
-/// must have set them again. No device may be open.
+/// The audio service must run. The updater must have restored the default audio endpoints. No device
+/// may be open.
 QString Judge::complaintAboutComputer() const
 {
     if (scene.machine.serviceManager().state(L"audiosrv") != SERVICE_RUNNING)

@@ -13,9 +13,9 @@
 
 class EventLog;
 
-/// Checks after an update whether it ended as it must: the devices' memories, the outcome that the user sees
-/// and whether that outcome is true, failed transfers, delays, progress bars, audio settings and open
-/// devices. Call it on the GUI thread unless noted.
+/// Checks the result of an update: the devices' memories, what the updater shows and whether that is true,
+/// the logged transfer failures, the delays, the audio settings, and that no device is open. GUI thread
+/// unless noted otherwise.
 class Judge
 {
 public:
@@ -30,20 +30,21 @@ public:
     };
     explicit Judge(const Scene& judged);
 
-    /// Notes that an update starts with @p fault armed for @p faulty.
+    /// Records that an update starts and that @p fault is armed for the device @p faulty.
     void start(Fault fault, DeviceType faulty);
 
-    /// Notes that the calling thread sleeps for @p ms milliseconds. Any thread.
+    /// Records that the calling thread sleeps for @p ms milliseconds. Any thread may call it.
     void noteSleep(std::uint32_t ms);
-    /// Notes that the calling thread has started @p phase of the update of the device @p type. Any thread.
+    /// Records that the calling thread has started @p phase of the update of the device @p type. Any thread
+    /// may call it.
     void notePhase(DeviceType type, Phase phase);
 
     /// Judges the update that has ended, and logs the verdicts.
     /// @return a complaint for each difference from the expected outcome.
     QStringList complaints(const Outcome& outcome) const;
 
-    /// The documented exception that allows the updater to show success although a memory differs from the
-    /// image; empty if the shown outcome is true of both devices.
+    /// @return the documented exception, if the updater showed success for a device whose memory differs from
+    /// the image; otherwise an empty text.
     QString exception(const Outcome& outcome) const;
 
 private:
@@ -66,8 +67,8 @@ private:
 
     mutable std::mutex mutex; ///< guards what follows
     std::map<std::thread::id, std::int64_t> sleptMs;
-    /// How long the device's thread had slept when it started to configure the chip.
+    /// How long each device's thread had slept when the programming of the device started.
     std::map<DeviceType, std::int64_t> startedMs;
-    /// How long the device's thread slept from then until the end of programming.
+    /// How long each device's thread slept while the device was programmed.
     std::map<DeviceType, std::int64_t> programmedMs;
 };

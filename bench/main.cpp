@@ -18,8 +18,8 @@ namespace {
 
 constexpr int failure = 1;
 
-/// If there is no display, makes Qt draw into memory at 96 dots per inch. Call it before the application
-/// object is created.
+/// If there is no display, makes Qt draw into memory at 96 dots per inch. Call this function before the
+/// application object is created.
 void chooseDisplay()
 {
     for (const char* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -31,8 +31,8 @@ void chooseDisplay()
         qputenv("QT_FONT_DPI", "96");
 }
 
-/// Sets the usual text size of desktops, and antialiasing that suits every screen. Without a display Qt uses
-/// larger text, and antialiasing for screens with one certain order of subpixels.
+/// Sets the usual text size of a desktop, and turns subpixel antialiasing off. Without a display Qt uses
+/// larger text, and its subpixel antialiasing suits only some screens.
 void setUsualFont()
 {
     constexpr int usualPoints = 9;

@@ -11,14 +11,14 @@
 
 namespace {
 
-/// Answers the question of a message box with no, or closes the box if it asks nothing.
+/// Closes the message box, if one is shown. If the box asks a question, the answer is no.
 void dismissBox()
 {
     if (QMessageBox* const box = UserDriver::messageBox())
         box->reject();
 }
 
-/// Loads the archive from the event loop, because the window may open a box and wait for the answer.
+/// Loads the archive from the event loop, because the window may open a message box and wait for the answer.
 void loadArchive(MainWindow& window, const QString& path)
 {
     dismissBox();
@@ -41,7 +41,7 @@ void chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Makes the transmitter look as if its update was broken off: in programming mode, with unreadable memory.
+/// Puts the transmitter into programming mode with unreadable memory, as an interrupted update might.
 void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
@@ -63,7 +63,8 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // The main page with a detection in progress is shown too briefly for the tour to wait for it.
+    // The detection is short, and a stop of the tour could miss it. This connection reports
+    // the screen instead.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

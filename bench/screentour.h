@@ -7,9 +7,8 @@
 class SimulatedPair;
 
 /// Returns the stops of a tour of the screens that an update does not show: start screen, system menu,
-/// message boxes, questions, and the main page with devices that the archive does not fit. Both devices must
-/// be unplugged at the start, because the tour plugs them in one after the other. At the end both devices are
-/// plugged in.
+/// message boxes, questions, and the main page with missing, unknown or incompatible devices. Both devices
+/// must be unplugged at the start. The tour plugs them in one after the other.
 /// @param user          the driver that takes the tour; @p user and @p pair must outlive the stops.
 /// @param archivePath   path of the archive that the updater has loaded.
 /// @param otherArchive  path of an archive for a transmitter of the other generation.

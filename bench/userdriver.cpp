@@ -32,7 +32,7 @@ bool isWellUnderWay(const FlashingDialog& dialog)
            });
 }
 
-/// Clicks from the event loop, because the click may open a modal dialog.
+/// Clicks from the event loop, because the click may open a modal dialog, which would block the caller.
 void clickLater(QPushButton* button)
 {
     QMetaObject::invokeMethod(button, &QPushButton::click, Qt::QueuedConnection);
@@ -142,8 +142,8 @@ void UserDriver::follow(FlashingDialog& dialog)
 
 void UserDriver::noteResult(const FlashingDialog& dialog, DeviceType type)
 {
-    // Less than 100, because the updater announces 5 steps per sector of a transmitter, but makes only 4 of
-    // them.
+    // At the end the bar may show less than 100 %, because the updater announces 5 steps of progress for each
+    // sector of a transmitter but makes only 4.
     constexpr int fullPercent = 95;
     const QByteArray name = nameOf(type).toLatin1();
     const QString text = labelText(dialog, name + "InfoLabel");

@@ -47,7 +47,8 @@ public:
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs) { timer.start(intervalMs); }
 
-    /// Makes the driver visit @p tourStops in order instead of updating; tourEnded() reports the end.
+    /// Makes the driver visit @p tourStops in order instead of making an update. Emits tourEnded()
+    /// at the end.
     void takeTour(std::vector<Stop> tourStops) { tour = std::move(tourStops); }
 
     /// Presses Back on the failure report. The driver then makes the next update.
@@ -58,15 +59,15 @@ public:
     MainWindow& updater() const { return window; }
     static QMessageBox* messageBox();
     bool isStartScreen() const; ///< false while a dialog is in front of the start screen
-    /// The main page; null while another screen is shown, devices are being identified, or a dialog is in
-    /// front.
+    /// The main page. Null if another screen is shown, if a dialog is in front, or if devices
+    /// are being identified.
     QWidget* mainPage() const;
     void pressUpdate();
 
 Q_SIGNALS:
     /// Reports an event as a line for the log.
     void happened(const QString& event);
-    /// Reports that @p screen is shown, each time the driver looks at it.
+    /// Reports that @p screen is shown. The driver may report a screen several times.
     void screenSeen(const QString& name, QWidget* screen);
     /// Emitted just before the driver presses Update.
     void updateRequested();

@@ -1,5 +1,5 @@
-// Compares the cost of each task of the updater with the least that the task can cost. Each row of the output
-// is a task. Exit status 1 means that a task failed or exceeds its bound.
+// Compares the cost of each of the updater's tasks with the lowest possible cost of that task. Each row of
+// the output is a task. Exit status 1 means that a task failed or exceeds its bound.
 
 #include <chrono>
 #include <cstdio>
@@ -26,14 +26,14 @@ namespace {
 
 constexpr std::size_t kib = 1024;
 
-/// Two figures in the same unit, measured right after each other.
+/// The cost of a task and of its reference, in the same unit and measured right after each other.
 struct Pair
 {
     double work;
     double reference;
 };
 
-/// Ends the program with exit status 1 if @p condition is false, because the figures would then mean nothing.
+/// If @p condition is false, prints @p failure and ends the program with exit status 1.
 void require(bool condition, const char* failure)
 {
     if (condition)
@@ -42,7 +42,7 @@ void require(bool condition, const char* failure)
     std::exit(EXIT_FAILURE);
 }
 
-/// The firmware for both devices: their images, the images as text, and an archive.
+/// The firmware for both devices: the images, and an archive that contains them.
 struct Firmware
 {
     explicit Firmware(std::size_t imageBytes)
@@ -59,7 +59,7 @@ struct Firmware
     const QString path = folder.filePath(QStringLiteral("sample.zip"));
 };
 
-/// An entry's contents, packed without an archive.
+/// The contents of an archive entry, and the same bytes compressed by zlib.
 class PackedEntry
 {
 public:
@@ -69,7 +69,7 @@ public:
     {
     }
 
-    /// Unpacks `packed` over `contents`, which has the right size already, so that no memory is allocated.
+    /// Unpacks `packed` into `contents`. Allocates no memory, because `contents` already has the right size.
     void unpack()
     {
         constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the bytes of zlib
@@ -85,8 +85,8 @@ private:
     const QByteArray packed;
 };
 
-/// @return the processor time that @p work takes. Other programs do not change this time. It is the whole
-/// cost of @p work, because one thread does the work and never waits.
+/// @return the processor time of @p work, in seconds. Other programs do not change this time. @p work must
+/// not wait, because a wait takes no processor time.
 double processorSeconds(const std::function<void()>& work)
 {
     const std::clock_t start = std::clock();
@@ -186,10 +186,10 @@ Pair stallPair()
     return {update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
 }
 
-/// Adds a row that shows the medians of both figures and of the pairs' ratios. Short disturbances of the
-/// machine do not change the medians.
+/// Adds a row that shows three medians over all pairs: of the work, of the reference, and of their ratio.
+/// Short disturbances of the machine do not change the medians.
 /// @param what   names the work and the reference; must not contain '/'.
-/// @param bound  the largest ratio of work to reference.
+/// @param bound  the greatest allowed ratio of work to reference.
 /// @param pairs  the number of pairs to measure.
 void add(const char* what, double bound, int pairs, Pair (*makePair)())
 {

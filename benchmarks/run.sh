@@ -1,7 +1,8 @@
 #!/bin/sh
 # Installs missing packages, builds, and compares the cost of the updater's work with the lowest possible cost. Takes
-# about four minutes; the figures of a busy machine mean less. Exit status 1 means that a row exceeds its bound. Passes
-# its arguments to the program; for example, --benchmark_filter=archive selects rows by name.
+# about four minutes. Run it on an idle computer, because other programs disturb the figures. Exit status 1 means that a
+# row exceeds its bound or that the measurement failed.
+# Passes its arguments to the program; for example, --benchmark_filter=archive selects rows by name.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 

@@ -1,13 +1,13 @@
-// Runs the updater once, for the benchmarks of the whole program. Each line of the output is a name and a
-// figure.
+// Runs the updater once, for the benchmarks of the whole program. Each line of the output is a name
+// and a figure.
 //
 //     updaterun update IMAGE_BYTES ARCHIVE SPEED IDLE_SECONDS
 //         updates both devices of a simulated pair
 //     updaterun start ARCHIVE
 //         starts the updater, and ends when the updater's window is painted
 //     updaterun empty IMAGE_BYTES
-//         shows an empty window, and ends when the window is painted; the process also holds the simulated
-//         devices and both images
+//         shows an empty window, and ends when the window is painted; for a fair comparison of memory, the
+//         process also holds the simulated devices and both images
 
 #include <chrono>
 #include <fstream>
@@ -50,8 +50,8 @@ void printPeakMemory()
     }
 }
 
-/// Measures the longest time between two events of a 5 ms timer on the GUI thread. Time in which the thread
-/// waits for a processor does not count, because other programs cause it.
+/// Measures the longest stall of the GUI thread: the longest time between two events of a 5 ms timer. Time in
+/// which the thread waits for a processor does not count, because other programs cause such waits.
 class StallProbe : public QObject
 {
 public:
@@ -65,7 +65,8 @@ public:
     double longest() const { return longestMs; }
 
 private:
-    /// @return the time in ms, minus the time that the thread has waited for a processor since its start.
+    /// @return the current time in ms, minus the total time that the calling thread has waited
+    /// for a processor.
     static double now()
     {
         std::ifstream statistics("/proc/thread-self/schedstat");
@@ -210,7 +211,8 @@ private:
 
 int main(int argc, char* argv[])
 {
-    // Returns large blocks to the system at once, so that freed memory of the simulation does not count.
+    // Makes malloc return large blocks to the system at once. Otherwise the measured peak would contain
+    // memory that the simulation has already freed.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Startup::enableHighDpiScaling();

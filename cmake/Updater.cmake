@@ -18,11 +18,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
     target_compile_options(updater_options INTERFACE -Wthread-safety)
 endif()
 if(WIN32)
-    # Keeps the folder and the time of the build out of the built programs.
+    # Keeps the paths of this computer and the time of the build out of the programs.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
         $<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>)
     add_link_options(-Wl,--no-insert-timestamp)
-    # Links static libraries only; otherwise the program would need the DLL of zlib.
+    # Finds only static libraries, so that the program does not need the DLL of zlib.
     set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
     target_compile_definitions(updater_options INTERFACE QT_STATIC QUAZIP_STATIC)
 endif()
@@ -33,7 +33,8 @@ if(UPDATER_SANITIZE)
 endif()
 
 # updater_library(<name> SOURCES <file>... [LINK <target>...])
-# Adds the library of a folder. Targets that link the library include the folder's headers as "<file>.h".
+# Adds a library with the sources of the current folder. Targets that link the library include the folder's
+# headers as "<file>.h".
 function(updater_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
     if(UPDATER_COMPILE_ONLY)
@@ -47,8 +48,8 @@ function(updater_library name)
 endfunction()
 
 # updater_find_declarations(<package>)
-# Finds the headers of a package that is installed for the building system, not for the target system. CMake requires
-# import libraries, but nothing is linked, so any existing file serves as an import library.
+# Finds a package that is installed for the computer that builds, so that a build for Windows can include its headers.
+# CMake requires import libraries, but nothing is linked, so any existing file serves as an import library.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

@@ -1,7 +1,8 @@
 #!/bin/sh
 # Saves pictures of every screen of the updater: in five languages, for both generations, on a dark desktop and at twice
 # the size. The pictures go to build/screens. Needs a build (./run.sh).
-# Usage: scripts/screens.sh [docs]; with "docs" it also renews the few pictures that docs/images keeps.
+# Usage: scripts/screens.sh [docs]; with "docs" it also renews the pictures in docs/images, except those of
+# the Windows program.
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
@@ -16,7 +17,8 @@ photograph() { # arguments: folder, locale, further arguments of the bench
     folder=$screens/$1
     locale=$2
     shift 2
-    # The run without a fault comes last, because its pictures must replace those of screens that both runs show.
+    # Both runs show some of the same screens. The run without a fault comes last, so its pictures of
+    # these screens remain.
     for fault in "--fault vanish@45" ""; do
         # shellcheck disable=SC2086
         LC_ALL='' LANG=$locale.UTF-8 "$bench" --speed 20 --screenshots "$folder" "$@" $fault >"$log" 2>&1 || {

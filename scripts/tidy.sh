@@ -33,7 +33,7 @@ tidy release $ordinary || status=1
 # shellcheck disable=SC2046
 tidy fuzz $(sources_of fuzz | grep -Fxv "$ordinary") || status=1
 
-# clang uses the standard library of the compiler for Windows, but not that compiler's intrinsics. -Wno-cast-qual is
+# clang uses the headers of the compiler for Windows, except those with that compiler's intrinsics. -Wno-cast-qual is
 # needed because a macro of the driver kit casts a "volatile" away.
 extra="--target=i686-w64-mingw32 -nostdinc++ -Wno-cast-qual"
 for folder in $(i686-w64-mingw32-g++-posix -xc++ -E -v /dev/null 2>&1 |

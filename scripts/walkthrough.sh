@@ -1,7 +1,7 @@
 #!/bin/sh
-# Drives the bench with keys on its own display: makes an archive, updates, pulls the headset's cable during the update,
-# plugs it in again and updates again. Saves a picture of both windows at each step, for docs/images/walkthrough. Fails
-# if a step does not lead to the next.
+# Drives the bench with keys on its own display: makes an archive, starts an update, pulls the headset's cable during
+# the update, plugs the cable in again and updates again. Saves a picture of both windows at each step, for
+# docs/images/walkthrough. Fails if a step is not reached within about 30 s.
 # Usage: scripts/walkthrough.sh FOLDER. Needs a build (./run.sh).
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
@@ -32,8 +32,8 @@ bench_pid=$!
 until [ -s "$work/log" ]; do sleep 0.1; done
 
 steps=0
-seen=0 # number of lines that the log had at the last step
-step() { # arguments: name of the picture, pattern, how many log lines since the last step must match the pattern
+seen=0 # number of lines that the log had at the end of the previous step
+step() { # arguments: name of the picture, pattern, number of new log lines that must match the pattern
     tries=0
     until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
         tries=$((tries + 1))

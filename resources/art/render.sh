@@ -1,7 +1,7 @@
 #!/bin/sh
-# Renders the drawings of this folder as the pictures that are compiled into the program. Each picture also gets a
-# variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel. Run this script after
-# changing a drawing and commit the results.
+# Renders the drawings of this folder as the pictures that are compiled into the program. Each picture except the logo
+# also gets a variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel. Run this
+# script after changing a drawing and commit the results.
 set -eu
 cd "$(dirname "$0")"
 
@@ -18,7 +18,7 @@ render() { # arguments: drawing, picture without its suffix
     rsvg-convert --zoom 2 "$1" --output "$2@2x.png"
 }
 
-render_scene() { # arguments: scene, generation in lower case, generation
+render_scene() { # arguments: scene, generation in lower case, generation in upper case
     drawing="generated-$2-$1.svg"
     generated="$generated $drawing"
     sed "s/GENERATION/$2/g" "$1.svg" >"$drawing"
@@ -33,6 +33,6 @@ for scene in startscreen pairinginstructions; do
     render_scene "$scene" vynt1 VYNT1
     render_scene "$scene" vynt2 VYNT2
 done
-# Without row filters these flat drawings take two thirds of the bytes and half of the time to decode, which shortens
-# the start of the program.
+# Without row filters (-f0) these flat drawings need a third fewer bytes and half the time to decode, so the
+# program starts faster.
 optipng -quiet -strip all -f0 -zc9 -zm9 -zs0,1 ../images/*.png ../icons/*.png ../MarovexLogo.png
