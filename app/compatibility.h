@@ -4,8 +4,8 @@
 
 #include "deviceinstance.h"
 
-/// What is known about one device, the transmitter or the headset, and about the archive's image for it.
-/// These facts decide whether the image may be written to the device.
+/// What is known about one device (the transmitter or the headset) and about the archive's image for that
+/// device. These facts decide whether the image may be written to the device.
 struct UpdateCandidate
 {
     bool isConnected = false;
@@ -13,14 +13,14 @@ struct UpdateCandidate
     unsigned short imagePid = 0;  ///< 0 if there is no image or its identity is unknown
     bool hasImage = false;
 
-    /// Whether the device is connected, and its identity and the image's are both known but differ.
+    /// Whether the connected device and the image both have a known identity, and the two identities differ.
     [[nodiscard]] bool isIncompatible() const
     {
         return isConnected && imagePid != 0 && devicePid != 0 && devicePid != imagePid;
     }
 
-    /// Whether the device is connected and the archive has an image for it. A device whose identity is known
-    /// takes only an image of the same identity.
+    /// Whether the device is connected and the archive has an image that may be written to it. If the
+    /// device's identity is known, the image must have the same identity.
     [[nodiscard]] bool canBeUpdated() const
     {
         return isConnected && (devicePid == 0 || devicePid == imagePid) && hasImage;
@@ -30,8 +30,7 @@ struct UpdateCandidate
     [[nodiscard]] bool isIdentityUnknown() const { return isConnected && devicePid == 0; }
 };
 
-/// Decides which updates the window offers, from what is known about the transmitter, the headset and the
-/// archive's images for both.
+/// Holds what is known about both devices and their images, and decides whether the window offers an update.
 struct Compatibility
 {
     UpdateCandidate transmitter;
@@ -64,8 +63,7 @@ struct Compatibility
         return transmitter.canBeUpdated() && headset.canBeUpdated();
     }
 
-    /// Whether at least one device can be updated and no device is incompatible. One incompatible device
-    /// prevents the update of both.
+    /// Whether at least one device can be updated and neither device is incompatible.
     [[nodiscard]] bool isUpdateOffered() const
     {
         return !isAnyIncompatible() && (transmitter.canBeUpdated() || headset.canBeUpdated());

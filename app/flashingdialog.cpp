@@ -15,7 +15,8 @@
 
 namespace {
 
-/// Hides @p label but keeps its space. A visible empty label would get the accessible name of its group box.
+/// Hides the empty @p label but keeps its space in the layout. For a visible empty label, a screen reader
+/// would read the title of the group box.
 void hideUntilFilled(QLabel* label)
 {
     QSizePolicy policy = label->sizePolicy();
@@ -41,7 +42,7 @@ FlashingDialog::FlashingDialog(QWidget* parent)
 
 FlashingDialog::~FlashingDialog()
 {
-    // Ignores what the updaters report while they end.
+    // Ignores all further reports of the updaters.
     const QList<FirmwareUpdater*> allUpdaters =
         findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
     for (FirmwareUpdater* updater : allUpdaters)
@@ -49,13 +50,14 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // While the stop task runs, it also owns the stopper, so reset() below does not destroy the stopper.
-    // Without start() here, the service would start only when the task ends.
+    // The stopper's destructor starts the service. A stop task that still runs keeps the stopper alive, so
+    // the service is started here.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
-    // keepAwake is destroyed after this line, so the computer stays awake until the updaters have ended.
+    // qDeleteAll() waits until the updaters have ended. The member keepAwake is destroyed later, so the
+    // computer stays awake until then.
     qDeleteAll(allUpdaters);
 }
 
@@ -126,7 +128,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // If every device failed while its updater was being started, no further report follows to end the run.
+    // If every updater has already failed in createAndStartUpdater(), no later report ends the run.
     endRunAfterLastReport();
 }
 
@@ -153,8 +155,7 @@ void FlashingDialog::restartAudioService()
         if (stage == Stage::Reported)
             restore();
     });
-    // The task may use audioServiceStopper, because nothing else uses it from now on until the task has
-    // ended.
+    // Until the task has ended, only the task uses audioServiceStopper.
     restartWatcher->setFuture(QtConcurrent::run([this] { audioServiceStopper.reset(); }));
 }
 
@@ -207,7 +208,8 @@ void FlashingDialog::endDevice(DeviceType type, const QString& text, const QStri
     widgets.icon->setAccessibleName(text);
     widgets.icon->show();
     widgets.progressBar->setAccessibleDescription(text);
-    // When the run ends, Close gets the focus, so a screen reader reads the results in its description.
+    // When the run ends, the Close button gets the focus. A screen reader then reads the button's
+    // description, which contains the results.
     ui->closeButton->setAccessibleDescription(ui->closeButton->accessibleDescription() +
                                               QStringLiteral("%1\n%2\n").arg(widgets.box->title(), text));
     fixProgressBar(type);

@@ -22,20 +22,22 @@ namespace Ui {
 class FlashingDialogClass;
 }
 
-/// The modal dialog that carries out one update run and shows its progress. Add the devices, call start(),
-/// then exec().
+/// The modal dialog that carries out one update run and shows its progress. Add the devices, call
+/// start(), then exec().
 ///
-/// A run stops the audio service on a pool thread, then starts the updaters of all devices. While the
-/// updaters work, the run restarts the service on a pool thread. When all updaters have reported and the
-/// restart has ended, the run restores the default audio endpoints. The computer stays awake until then.
+/// A run stops the audio service on a pool thread, then starts one updater for each device. While the
+/// updaters work, the run restarts the service on a pool thread. When all updaters have reported success or
+/// failure and the restart has ended, the run restores the default audio endpoints. The computer stays
+/// awake until then.
 ///
-/// Escape and a request to close the window cancel the run if no device has been touched yet. They do nothing
-/// while devices are being programmed. After the last report they do the same as the Close button. exec()
+/// Until the updaters are started, Escape and a request to close the window cancel the run. After that
+/// they do nothing until all updaters have reported. Then they do the same as the Close button. exec()
 /// returns QDialog::Accepted if every device was updated, else QDialog::Rejected. After a cancelled run,
 /// errors() is empty.
 ///
 /// Use the dialog only on the GUI thread, with COM initialised there. The destructor may block until the
-/// audio service runs again and the updaters' worker threads have ended. It does not interrupt programming.
+/// audio service runs again and the updaters' worker threads have ended. The destructor does not
+/// interrupt programming.
 class FlashingDialog : public QDialog
 {
     Q_OBJECT
@@ -44,7 +46,7 @@ public:
     explicit FlashingDialog(QWidget* parent);
     ~FlashingDialog() override;
 
-    /// Adds a device to the run; call before start().
+    /// Adds a device to the run. Call it before start().
     /// @return false, with nothing changed, if a device of @p type was added before or @p instance has the
     ///         product identifier 0.
     bool addDeviceToUpdate(const DeviceInstance& instance, const QByteArray& firmware, DeviceType type);
@@ -56,7 +58,7 @@ public:
     QMap<DeviceType, int> errors() const;
 
 public Q_SLOTS:
-    /// Handles Escape and a request to close the window; the comment of the class says how.
+    /// Called for Escape and for a request to close the window. See the comment of the class.
     void reject() override;
 
 private Q_SLOTS:
@@ -64,7 +66,6 @@ private Q_SLOTS:
     void fixProgressBar(DeviceType type);
 
 private:
-    /// How far the run has come.
     enum class Stage {
         Prepared,        ///< devices can be added
         StoppingService, ///< the stop task runs; no device has been touched

@@ -11,13 +11,13 @@ namespace Ui {
 class InfoScreenClass;
 }
 
-/// A full-window page with a title that names the product generation, a text, an optional picture, and the
-/// buttons Back and Close. The page's owner sets the contents, shows the buttons and connects to their
-/// signals. If the page gets the focus, it passes the focus to its text.
+/// A page that fills the window. It shows a title, a text, an optional picture, and the buttons Back and
+/// Close. The title names the product generation. The page's owner sets the contents, shows the buttons and
+/// connects to their signals. If the page gets the focus, the page passes the focus to its text.
 class InfoScreen : public QWidget
 {
 public:
-    /// Creates the page with its buttons and its picture hidden.
+    /// Creates the page. Its buttons and its picture are hidden.
     explicit InfoScreen(QWidget* parent = nullptr);
     ~InfoScreen() override;
 
@@ -30,8 +30,8 @@ public:
     /// of both buttons, so a screen reader reads the text whichever widget of the page has the focus.
     void setText(const QString& text);
 
-    /// Shows the picture at @p path, scaled down in proportion if it does not fit the page's present width.
-    /// An empty path hides the picture. Does nothing if @p path is already set.
+    /// Shows the picture at @p path. A picture that is wider than the page's present width is scaled down and
+    /// keeps its proportions. An empty path hides the picture. Does nothing if @p path is already set.
     void setImage(const QString& path);
 
 private:

@@ -13,8 +13,8 @@ bool isMenuOrToolTip(const QWidget& window)
     return window.windowType() == Qt::Popup || window.windowType() == Qt::ToolTip;
 }
 
-/// Whether @p key presses a button if @p widget receives it. Enter and Escape press a dialog's button,
-/// whichever of the dialog's widgets receives the key.
+/// Whether @p key presses a button when @p widget receives the key. Enter or Escape presses a button of a
+/// dialog even if another widget of the dialog receives the key.
 bool pressesButton(const QKeyEvent& key, QWidget* widget)
 {
     switch (key.key()) {

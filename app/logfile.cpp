@@ -42,6 +42,6 @@ LogFile::LogFile(const QDateTime& start)
 LogFile::~LogFile()
 {
     qInstallMessageHandler(previousHandler);
-    // Another thread may still call writeMessage(). After the next line, that function writes nothing.
+    // Another thread may still call writeMessage(), which writes nothing if the stream has no device.
     attachLogStream(nullptr);
 }

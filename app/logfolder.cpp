@@ -12,8 +12,8 @@ namespace {
 
 constexpr int keptLogs = 20;
 
-/// Whether this user owns @p folder. Qt cannot query the user's identifier, so the owner of a new file
-/// supplies it.
+/// Whether this user owns @p folder. Qt cannot query the user's identifier. So the folder's owner is compared
+/// with the owner of a new file.
 bool isOwn(const QFileInfo& folder)
 {
     QTemporaryFile ownFile;
@@ -23,7 +23,7 @@ bool isOwn(const QFileInfo& folder)
 }
 
 /// Creates the folder @p path if it is missing, and lets only this user write to it.
-/// @return whether this worked; false also if @p path is a link, is no folder or belongs to another user.
+/// @return false on failure, and if @p path is a link, is not a folder or belongs to another user.
 bool prepare(const QString& path)
 {
     static_cast<void>(QDir().mkdir(path)); // fails if the folder exists

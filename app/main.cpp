@@ -25,8 +25,8 @@ int main(int argc, char* argv[])
 {
     Startup::enableHighDpiScaling();
     const QApplication application(argc, argv);
-    // Created before the translators and the window, so it is destroyed after them and logs their last
-    // messages.
+    // The log file is created before the translators and the window. So it is destroyed after them and
+    // receives their last messages.
     const LogFile logFile(QDateTime::currentDateTime());
     qDebug() << "Application path: " << QCoreApplication::applicationDirPath();
 

@@ -11,7 +11,8 @@ namespace Ui {
 class MainWindowClass;
 }
 
-/// Writes the labels of the main page. GUI thread only; form and controllers must outlive the object.
+/// Sets the texts of the main page. Use it only on the GUI thread. The form and the controllers must
+/// outlive the object.
 class MainPageLabels
 {
 public:
@@ -20,12 +21,13 @@ public:
 
     /// Shows the version that the device of @p type runs, or that the version is unknown.
     void showCurrentVersion(DeviceType type);
-    /// Shows that the device of @p type is gone. The label keeps its colour until the device arrives again.
+    /// Shows that the device of @p type is disconnected. The label keeps its colour until the device
+    /// arrives again.
     void showDisconnected(DeviceType type);
     /// Shows the archive's name and release notes.
     void showArchive();
-    /// Shows which versions an update would write under @p rules, what prevents an update, and the device's
-    /// name.
+    /// Shows which versions an update would write, and the transmitter's generation. Shows a hint if no
+    /// device is connected, if a device is incompatible, or if a device's last update was not completed.
     void showOutlook(const Compatibility& rules);
 
 private:
@@ -34,8 +36,9 @@ private:
     void showObstacle(const Compatibility& rules);
     bool isAnyInProgrammingMode() const;
     void showDeviceName();
-    /// Puts the versions, and what prevents an update, into the accessible descriptions of two buttons:
-    /// Update, and "Change...", which has the focus when the page appears.
+    /// Puts the hint about the devices, and all versions, into the accessible descriptions of two buttons,
+    /// Update and "Change...". "Change..." has the focus when the page appears, so a screen reader then
+    /// reads the description.
     void describeUpdate();
 
     const Ui::MainWindowClass& ui;

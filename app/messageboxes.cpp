@@ -18,8 +18,7 @@ constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialog
 
 constexpr QSize aboutIconSize(64, 64);
 
-/// @return questionAccepted or questionRejected, or the result of QMessageBox::exec() if a button's text is
-///         empty.
+/// @return questionAccepted or questionRejected; if a button's text is empty, the result of box.exec().
 int askQuestion(QWidget* window, const QString& title, const QString& text, const QString& informativeText,
                 const QString& acceptText, const QString& rejectText)
 {

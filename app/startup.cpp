@@ -18,7 +18,7 @@ namespace {
 
 using OwnedHandle = std::unique_ptr<void, decltype(&CloseHandle)>;
 
-/// @return the parent process's identifier, or 0 if it is unknown.
+/// @return the parent process's identifier, or 0 if the identifier is unknown.
 DWORD parentProcessId()
 {
     const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
@@ -29,7 +29,7 @@ DWORD parentProcessId()
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof(entry);
     const DWORD ownProcessId = GetCurrentProcessId();
-    // Skips the first entry, which is the system's idle process and never this process.
+    // Skips the first entry, which is the system's idle process.
     if (!Process32FirstW(snapshot.get(), &entry))
         return 0;
     while (Process32NextW(snapshot.get(), &entry)) {

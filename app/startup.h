@@ -12,13 +12,13 @@ namespace Startup {
 /// Lets Qt scale the fixed-size window with the screen's resolution. Call it before creating the application.
 void enableHighDpiScaling();
 
-/// Loads a catalogue from the resources and installs @p translator in the application. The catalogue's name
-/// is @p prefix followed by the system locale's name ("de_DE", or else "de"). If there is no such catalogue,
-/// the texts are English.
+/// Loads a translation from the resources into @p translator and installs @p translator in the application.
+/// The file's name is @p prefix followed by the system locale's name ("de_DE", or else "de"). If there is no
+/// such file, the texts are English.
 void installTranslator(QTranslator& translator, const QString& prefix);
 
-/// Whether the command line @p arguments (program name first) include the switch "-sfx", in upper or lower
-/// case. The self-extracting package passes this switch, so that the updater looks for the archive in the
+/// Whether @p arguments contain the switch "-sfx", in upper or lower case, after the program's name. The
+/// self-extracting package passes this switch, so that the updater looks for the archive in the
 /// package's folder.
 bool isLaunchedByPackage(const QStringList& arguments);
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int paddingPixels = 3; // also the radius of the background's corners
+constexpr int paddingPixels = 3; // left and right of the text; also the radius of the background's corners
 constexpr double requiredContrast = 4.5;
 
 /// Computes what WCAG 2.1 calls "relative luminance".
@@ -27,8 +27,8 @@ double contrast(const QColor& a, const QColor& b)
     return std::max(ratio, 1 / ratio);
 }
 
-/// Returns the grey nearest to @p desktop that has the required contrast with @p text. The loop always ends,
-/// because black or white has this contrast with any colour.
+/// Returns the grey nearest to @p desktop among those with the required contrast to @p text. The loop always
+/// ends, because any colour has this contrast to black or to white.
 QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
 {
     const int desktopShade = qGray(desktop.rgb());
@@ -62,7 +62,7 @@ std::optional<QColor> StatusLabel::textBackground() const
 void StatusLabel::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
-    // Without a background the text needs no margin, and so lines up with the texts above and below it.
+    // A text without a background gets no margin, so that it lines up with the texts above and below it.
     const int margin = textBackground() ? paddingPixels : 0;
     setContentsMargins(margin, 0, margin, 0);
 }

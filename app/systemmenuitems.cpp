@@ -8,7 +8,7 @@
 
 namespace {
 
-/// This mask removes the low four bits of a WM_SYSCOMMAND's wParam, which Windows uses internally.
+/// Windows uses the low four bits of a WM_SYSCOMMAND's wParam internally. This mask removes them.
 constexpr WPARAM commandMask = 0xFFF0;
 
 UINT insertPosition(HMENU menu)

@@ -13,9 +13,9 @@ enum Command : unsigned {
     Override = 0x20,
 };
 
-/// Inserts an item with the text @p overrideText, and below it an item with the text @p aboutText, near the
-/// Close item of the system menu of @p window. Does nothing if the window has no system menu. GUI thread
-/// only.
+/// Adds two items above the Close item of the system menu of @p window. The upper item has the text @p
+/// overrideText, the lower item has the text @p aboutText. Does nothing if the window has no system menu.
+/// GUI thread only.
 void add(QWidget& window, const QString& overrideText, const QString& aboutText);
 
 /// The command of a native message that QWidget::nativeEvent() received, or 0 if the message is not a

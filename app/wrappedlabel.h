@@ -6,8 +6,8 @@
 #include <QPainter>
 #include <QStyle>
 
-/// A label of plain text that fits any width, because it breaks lines between any two characters. If the text
-/// has too little room, the label shrinks its font, down to 4 points.
+/// A label for plain text. It breaks lines between any two characters, so the text fits any width. If the
+/// text needs more height than the label has, the label uses a smaller font, down to 4 points.
 class WrappedLabel : public QLabel
 {
 public:

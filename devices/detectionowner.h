@@ -10,8 +10,8 @@
 #include "devicedetector.h"
 #include "devicelistener.h"
 
-/// Runs one detection at a time and passes its reports to callbacks. Lives on the GUI thread and calls the
-/// callbacks there.
+/// Runs one device detection at a time and passes the arrivals and removals to callbacks. Lives on the GUI
+/// thread and calls the callbacks there.
 class DetectionOwner : public QObject
 {
 public:
@@ -43,7 +43,7 @@ public:
             return;
         detector->stop(); // open devices also own the detector, so reset() alone may not stop it
         detector.reset();
-        // Removes queued reports, because stop() has deleted the records that the reports point to.
+        // Removes queued reports. They point to records that the detector has deleted.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     }
 

@@ -19,8 +19,8 @@ constexpr int lastVendorUsagePage = 0xFFFF;
 using Identity = QPair<QString, unsigned short>;
 using Cancelled = ReadDataHelper_FromDevice::Cancelled;
 
-// The next two functions run as tasks. A task owns its device, and closes the device before the task's result
-// is reported, because the receiver of the result may want to open the device exclusively.
+// The next two functions run on pool threads. Each function closes its device before it returns. So the
+// receiver of the result can open the device exclusively.
 
 Identity readVersion(std::shared_ptr<AbstractHidDevice>&& device, const Cancelled& cancelled,
                      unsigned short pid)
@@ -36,7 +36,7 @@ Identity readPidAndVersion(std::shared_ptr<AbstractHidDevice>&& device, const Ca
     return {FirmwareUtilities::getVersion(reader), pid};
 }
 
-/// Returns the headset's product identifier in normal mode, which is the same for every generation.
+/// Returns the headset's product identifier in normal mode. All generations have the same identifier.
 unsigned short normalHeadsetPid()
 {
     for (const Utilities::KnownDevice& device : Utilities::knownDevices()) {
@@ -176,8 +176,8 @@ void DeviceControllerPrivate::identify(const DeviceInstance& instance, DeviceTyp
             &DeviceControllerPrivate::onDeviceVersionAndPidDetected);
     Q_EMIT q->deviceDetectionStarted();
 
-    // In programming mode both transmitter generations have the same identity, so the transmitter's
-    // normal-mode product identifier is read from its stored image.
+    // In programming mode both transmitter generations have the same identity. So the product identifier of
+    // normal mode is read from the image in the transmitter's memory.
     const bool inProgrammingMode = instance.vendorId == Utilities::programmingVendorId();
     const bool isPidKnown = !inProgrammingMode || type != DeviceType::Transmitter;
     const unsigned short pid =
@@ -207,7 +207,8 @@ void DeviceControllerPrivate::onDeviceVersionAndPidDetected()
     Q_EMIT q->deviceArrived(type);
 }
 
-/// Handles a refused removal: repeats the opening or the identification that the removal interrupted.
+/// Called after a refused removal. If the removal interrupted the opening or the identification of the
+/// device, opens and identifies the device again.
 void DeviceControllerPrivate::onDeviceHandleChanged(DeviceInstance* instance)
 {
     const auto changed = find(instance);

@@ -7,8 +7,8 @@
 
 class DeviceControllerPrivate;
 
-/// Keeps track of the connected devices: at most one transmitter and one headset, each with its product
-/// identifier and with the firmware version that was read from its memory. GUI thread only.
+/// Keeps track of the connected devices: at most one transmitter and one headset. Knows each device's product
+/// identifier, and the firmware version in its memory. GUI thread only.
 class DeviceController : public QObject
 {
     Q_OBJECT
@@ -16,15 +16,16 @@ class DeviceController : public QObject
 public:
     explicit DeviceController(QObject* parent);
 
-    /// Starts detection; devices that are already present are reported too. Does nothing if detection runs.
+    /// Starts detection. Devices that are already present are reported too. Does nothing if detection
+    /// already runs.
     void startDetection();
 
     /// Forgets all devices without reporting their removal, and ends detection. Waits for a transfer in
-    /// progress. After the return no device is open. If stopDetection() interrupts an identification,
-    /// deviceArrived() is still emitted later, but deviceInstance() then returns a default record.
+    /// progress. After the return no device is open. An interrupted identification still emits
+    /// deviceArrived() later, but deviceInstance() then returns a default record.
     void stopDetection();
 
-    /// Whether a device of kind @p type is connected; true even while it is being identified.
+    /// Whether a device of kind @p type is connected; also true while the device is being identified.
     bool isConnected(DeviceType type) const;
 
     /// The device's product identifier in normal mode; 0 if it is not known (yet).

@@ -19,11 +19,11 @@ public:
     DeviceDetector(const DeviceDetector&) = delete;
     DeviceDetector& operator=(const DeviceDetector&) = delete;
 
-    /// Starts detection of the devices that match any of the @p count identities at @p ids. The reports go to
-    /// @p listener, which must outlive the detection. Devices that are already present are reported
-    /// as arrivals.
-    /// @return whether detection runs after the call. A detection that ran before the call keeps its listener
-    ///         and identities, and the result is true.
+    /// Starts detection of the devices that match any of the @p count identities at @p ids. The reports
+    /// go to @p listener, which must outlive the detection. Devices that are already present are
+    /// reported as arrivals.
+    /// @return whether detection runs after the call. If detection already runs, start() changes nothing
+    ///         and returns true.
     virtual bool start(DeviceDetectorListener* /*listener*/, const DeviceId* /*ids*/, unsigned int /*count*/)
     {
         return false;
@@ -34,9 +34,9 @@ public:
 
     /// Opens a known device and watches its handle until closeDevice().
     ///
-    /// When the system asks for an orderly removal of the device, the detector closes the handle at once.
-    /// The system may then reuse the handle's value for another object, which the caller could take for the
-    /// device. Callers of lendDevice() are protected from this mistake.
+    /// When the system asks for an orderly removal of the device, the detector closes the handle at once. The
+    /// system may then reuse the handle's value for another object, and the caller could mistake that object
+    /// for the device. lendDevice() avoids this mistake.
     /// @param access, share  combinations of Access::Bits.
     /// @return the handle, or INVALID_HANDLE_VALUE if the device is not known (any more) or cannot be opened.
     virtual HANDLE openDevice(DeviceInstance* /*device*/, int /*access*/, int /*share*/,
@@ -45,12 +45,13 @@ public:
         return INVALID_HANDLE_VALUE;
     }
 
-    /// Stops watching a handle. The caller then closes the handle. Does nothing if the handle is not watched.
+    /// Stops watching a handle. Call it before you close the handle. Does nothing if the handle is
+    /// not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
-    /// Deletes the record of a removed device. A later record may then get the same address in memory, so
-    /// call forget() only after the receiver of the reports has handled the removal and every earlier report.
-    /// Does nothing if the device is not removed.
+    /// Deletes the record of a removed device. Does nothing if the device has not been removed. A later
+    /// record may get the same address in memory. So let the receiver of the reports first handle the removal
+    /// and every earlier report, then call forget().
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().
@@ -64,7 +65,7 @@ public:
         return nullptr;
     }
 
-    /// Stops watching a lent handle if the handle is still open. The borrower then closes the handle.
+    /// Stops watching a lent handle if the handle is still open. Call it before you close the handle.
     virtual void takeBack(const DeviceHandle& /*handle*/) {}
 
 protected:

@@ -1,5 +1,5 @@
-// Implements the part of DeviceDetectorWindows that opens devices for callers, watches their handles, and
-// closes a handle when the system asks for an orderly removal of its device.
+// The part of DeviceDetectorWindows that opens devices for callers and watches the devices' handles. It
+// closes a handle when the system asks for an orderly removal of the handle's device.
 
 #include "devicedetectorwindows.h"
 
@@ -68,8 +68,8 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // The removal query closed the old handle. A handle that is open now is newer, so it stays valid when the
-    // removal is refused.
+    // The removal query closed the handle that it named. A handle that is open now was opened later, so it
+    // stays valid when the removal is refused.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);
@@ -93,12 +93,12 @@ void DeviceDetectorWindows::withdraw(const DEV_BROADCAST_HANDLE& broadcast)
 }
 
 /// Opens a device again after its removal was refused.
-/// @param closed  the record of the handle that was closed for the removal. The caller has taken the
-///     record out of handleNotifications, because the new handle may get the same value.
+/// @param closed  the record of the handle that was closed for the removal. The caller has taken the record
+///     out of handleNotifications, because the new handle may get the closed handle's value.
 void DeviceDetectorWindows::reopenDevice(const HandleRecord& closed)
 {
-    // open() expects access as Access::Bits, but the record has GENERIC_READ and GENERIC_WRITE. These two do
-    // not contain Access::Read or Access::Write, so open() opens the device for queries only.
+    // open() looks for the bits Access::Read and Access::Write. The record has GENERIC_READ and
+    // GENERIC_WRITE, which are other bits. So open() opens the device for queries only.
     const auto reopened = open(closed.device, static_cast<int>(closed.desiredAccess),
                                static_cast<int>(closed.shareMode), nullptr, closed.flagsAndAttributes, true);
     if (reopened)

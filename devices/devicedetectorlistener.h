@@ -7,7 +7,7 @@
 class DeviceInstance;
 
 /// Receives a detector's reports. The detector calls these functions on its own threads and holds its lock
-/// during most calls, so return at once and do not wait for another thread.
+/// during most calls. So return at once and do not wait for another thread.
 class DeviceDetectorListener
 {
 public:

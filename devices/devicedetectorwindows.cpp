@@ -72,8 +72,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // Waits even if the worker thread could not be created, because stop() below posts WM_QUIT to the
-    // notification thread, which must have its message queue by then.
+    // stop() below posts WM_QUIT to the notification thread. So start() waits here until that thread has a
+    // message queue, even if the worker thread could not be created.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);
@@ -131,7 +131,8 @@ void DeviceDetectorWindows::notificationThread()
         arrivalQueue.push_back({});
     }
     // If no device is present, nothing wakes the worker, so this thread reports completion. The end marker
-    // stays queued until the next arrival or removal, when the detector reports completion again.
+    // stays queued. After the next arrival or removal the detector handles the marker and reports
+    // completion again.
     if (queued == 0)
         listener->deviceEnumerationComplete(0);
     MSG message;

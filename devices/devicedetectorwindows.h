@@ -35,8 +35,8 @@ public:
     void takeBack(const DeviceHandle& handle) override;
 
 private:
-    /// An interface that a broadcast or the enumeration has found, and that must still be examined. An
-    /// all-zero class and an empty path mark the end of the enumeration.
+    /// A device interface that a broadcast or the enumeration has found and that the worker thread must still
+    /// examine. An all-zero class and an empty path mark the end of the enumeration.
     struct PendingArrival
     {
         GUID classGuid;

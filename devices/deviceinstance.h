@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// Kind of a device. Its number is printed in diagnostics and error reports, and orders devices in maps.
+/// The kind of a device. Diagnostics and error reports print the number, and maps sort devices by it.
 enum DeviceType : std::int32_t {
     Unknown = 0,
     Transmitter = 1,
@@ -32,8 +32,8 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
 
 /// The record of one device interface that matches a detector's filter.
 ///
-/// Only detectors create and delete records. A borrowed pointer is valid from the arrival report until its
-/// holder passes it to DeviceDetector::forget() or stops the detector; a copy of the record is always valid.
+/// Only detectors create and delete records. A pointer from an arrival report is valid until
+/// DeviceDetector::forget() or stop() deletes the record. A copy of the record is always valid.
 class DeviceInstance : public DeviceId
 {
 public:

@@ -6,9 +6,9 @@
 
 #include "devicedetectorlistener.h"
 
-/// Turns a detector's reports into Qt signals, emitted on the detector's threads. Receivers on the GUI thread
-/// get the signals through the event queue, in the order of the reports. `size_t` is not a registered
-/// meta-type, so deviceEnumerationComplete can only be connected directly.
+/// Emits a detector's reports as Qt signals, on the detector's threads. Receivers on the GUI thread get the
+/// signals through the event queue, in the order of the reports. `size_t` is not a registered meta-type, so
+/// deviceEnumerationComplete can only be connected directly.
 class DeviceListener : public QObject, public DeviceDetectorListener
 {
     Q_OBJECT

@@ -31,19 +31,20 @@ struct HandleRecord
 /// The handles that a detector has opened and watches. The detector's lock guards this object.
 ///
 /// The record of a handle that was closed for a removal stays until the system reports the removal's outcome.
-/// Meanwhile a new handle may get the same value. So the handles of two records may have the same value, but
-/// at most one of these two handles is open.
+/// Meanwhile a new handle may get the closed handle's value. So two records may contain the same handle
+/// value, but at most one of their handles is open.
 class HandleNotifications
 {
 public:
-    /// Adds a record and lets the system send broadcasts about its handle to @p window.
+    /// Adds @p record, and asks the system to send @p window the broadcasts about the record's handle.
     void add(HWND window, HandleRecord record);
 
-    /// Finds the handle that a broadcast is about, from the broadcast's @p value and @p notification.
+    /// Finds the handle that a broadcast is about. The broadcast contains the handle's value @p value and its
+    /// registration @p notification.
     /// @return null if no record has both.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
-    /// Removes and returns the record of @p handle, which must have one.
+    /// Removes and returns the record of @p handle. The record must exist.
     HandleRecord take(const DeviceHandle& handle);
 
     /// Stops watching @p handle, whether it is open or closed.
@@ -51,8 +52,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle that was reopened for @p device, and closes the handle: its record here is
-    /// the only owner.
+    /// Stops watching the handle with which the detector reopened @p device. This also closes the handle,
+    /// because the handle's record is its only owner.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

@@ -16,9 +16,9 @@ std::wstring toLowerAscii(std::wstring text);
 /// The paths of the present interfaces of class @p classGuid. A path that cannot be read is left out.
 std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid);
 
-/// Looks up the present device of class @p classGuid whose interface has the path @p path, and writes the
-/// identity and name of this device into @p device.
-/// @return false if there is no such device, its properties cannot be read, its bus is neither USB nor HID,
-///         or one of its identifiers is 0.
+/// Finds the present device of class @p classGuid that has the interface path @p path. Writes the device's
+/// identity and name into @p device.
+/// @return false if there is no such device, if the device's properties cannot be read, if the device's bus
+///         is neither USB nor HID, or if one of its identifiers is 0.
 [[nodiscard]] bool readDeviceProperties(const std::wstring& path, DeviceInstance& device,
                                         const GUID& classGuid);

@@ -11,14 +11,14 @@
 class AbstractHidDevice;
 class DeviceDetector;
 
-/// The identities that the updater knows, and the ways to open a HID device.
+/// The identities that the updater knows, and functions that open a HID device.
 ///
-/// In normal mode a device has the product line's vendor identifier. In the programming mode of its chip it
-/// has the chip maker's vendor identifier. Any thread may call the identity lookups.
+/// In normal mode a device has the product line's vendor identifier. In programming mode it has the chip
+/// maker's vendor identifier. Any thread may call the identity lookups.
 namespace Utilities {
 
-/// A device in normal mode. `name` is the name of its generation. The headset's name is empty, because all
-/// generations have the same headset identity.
+/// A device in normal mode. `name` is the name of the device's generation. The headset has no name, because
+/// its identity is the same in all generations.
 struct KnownDevice
 {
     QString name;
@@ -49,7 +49,7 @@ const std::vector<DeviceId>& knownDeviceIds(); ///< identities in normal mode
 const std::vector<DeviceId>& programmingModeDeviceIds();
 const std::vector<DeviceId>& allDeviceIds(); ///< identities in normal mode, then those in programming mode
 
-/// The kind of the device with identity @p id; DeviceType::Unknown if no table above has the identity.
+/// The kind of the device with identity @p id; DeviceType::Unknown if no table above contains the identity.
 DeviceType deviceTypeOf(const DeviceId& id);
 
 /// The name of the generation ("VYNT1", "VYNT2") whose transmitter has the product identifier @p pid in
@@ -59,8 +59,9 @@ QString deviceNameForPid(unsigned short pid);
 /// Opens @p device through @p detector. When the system asks for an orderly removal, the detector closes the
 /// device for everybody who uses it.
 /// @param access, share  combinations of Access::Bits.
-/// @return the open device; null on failure, with a warning in the log. The last owner may release the device
-///         on any thread. The handle is then given back and closed. The detector stays alive until then.
+/// @return the open device; null on failure, with a warning in the log. The last owner may release the
+///         device on any thread. The release gives the handle back and closes it. The open device keeps
+///         the detector alive.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 
