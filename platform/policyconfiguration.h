@@ -6,12 +6,13 @@
 
 #include <mmdeviceapi.h>
 
-// COM interfaces have no virtual destructor, because it would take an entry of the method table.
+// A COM interface has no virtual destructor, because that would add entries to the method table.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
-/// Windows' interface to its sound settings, which no header declares. The program uses only the thirteenth
-/// operation; the first three are those of IUnknown. Operations 4 to 12 only fill the method table.
+/// A COM interface to the sound settings of Windows. No Windows header declares it. Operations 1 to 3 are
+/// those of IUnknown. Operations 4 to 12 only fill the method table. The program uses operation 13,
+/// SetDefaultEndpoint.
 struct IPolicyConfiguration : public IUnknown
 {
     virtual HRESULT STDMETHODCALLTYPE operation4() { return E_NOTIMPL; }

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// When the cable is pulled, a transfer may fail first. The kernel then removes the device within this time.
+/// When the cable is pulled, a transfer may fail up to this long before the kernel removes the device.
 constexpr int removalDelayMs = 100;
 
 /// Repeats a system call that a signal interrupted.

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The HID function of one top-level collection.
+/// Implements HidFunction for one top-level collection.
 class Collection : public HidFunction
 {
 public:
@@ -46,9 +46,9 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
     return static_cast<int>(std::strtol(text.c_str() + found + mark.size(), nullptr, base));
 }
 
-/// Returns the number of the USB interface if the device has several interfaces, because only then Windows
-/// puts the number into names. A device that a program creates through uhid does not report how many
-/// interfaces it has. If the number is not 0, the function assumes several interfaces.
+/// Returns the interface's number if its USB device has several interfaces. Windows puts the number into the
+/// names of a device only in that case. A device created through uhid does not report how many interfaces it
+/// has. The function assumes several if the number is not 0.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

@@ -23,11 +23,11 @@ struct HidrawInterface
     std::vector<std::uint8_t> reportDescriptor;
 };
 
-/// Returns the nodes that Windows would make for the interface, one for each top-level collection. Their HID
-/// functions transfer through @p device. Each DeviceFile that is open on a node is a user of @p device.
+/// Returns the device nodes that Windows would make for the interface: one for each top-level collection, or
+/// none if the interface is not on a USB bus. The nodes transfer feature reports through @p device. Each open
+/// DeviceFile on a node is a user of @p device.
 ///
-/// A node's names contain two numbers: the collection's, and the kernel's number for the interface, which is
-/// different at each arrival.
-/// @return no nodes if the interface does not belong to a USB device.
+/// The instance ID and the interface path of a node contain two numbers: the number of the collection, and
+/// the kernel's number for the interface. The kernel's number is different at each arrival.
 std::vector<DeviceNode> nodesOf(const HidrawInterface& interface, const ReportDescriptor& descriptor,
                                 const std::shared_ptr<HidrawDevice>& device);

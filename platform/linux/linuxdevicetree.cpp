@@ -15,9 +15,9 @@ std::string textOf(const std::wstring& text)
     return std::filesystem::path(text).string();
 }
 
-/// Whether the device at @p devicePath can be opened now, after an attempt that failed with @p refusal. If a
-/// lock was the reason, the function only checks whether a process still holds a lock, because locking the
-/// device as a trial could make another program's attempt fail.
+/// Whether the device at @p devicePath can be opened now. @p refusal is the error of the last attempt. If
+/// that error was due to a lock, the function only looks for a process that holds a lock on the device. A
+/// trial lock could make another program's attempt fail.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)
@@ -67,8 +67,8 @@ void LinuxDeviceTree::arrived(const HidrawInterface& description)
     std::vector<std::shared_ptr<const DeviceNode>> added;
     bool isRetry = false;
     {
-        // Another thread may open a node as soon as addNodes() has added the node. That thread's call of
-        // noteOutcome() waits for this lock, so it finds the interface in `interfaces`.
+        // Another thread may open a node as soon as addNodes() has added it. The lock makes noteOutcome() on
+        // that thread wait until the interface is in `interfaces`.
         const std::lock_guard<std::mutex> guard(mutex);
         isRetry = interfaces.count(description.systemPath) > 0;
         added = addNodes(description, descriptor);
@@ -126,9 +126,9 @@ void LinuxDeviceTree::removeNodes(const std::vector<std::wstring>& paths)
     }
 }
 
-/// Looks at each interface that the system refused to open. If the interface can be opened now, reports a
-/// removal and an arrival.
-/// @return whether any of these interfaces still cannot be opened.
+/// Checks each interface that the system refused to open. Reports a removal and an arrival of each interface
+/// that can be opened now.
+/// @return whether any of the checked interfaces still cannot be opened.
 bool LinuxDeviceTree::retryRefused()
 {
     std::vector<Interface> ready;
@@ -164,7 +164,7 @@ bool LinuxDeviceTree::isOpen(const Interface& interface) const
 void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 {
     const auto node = find(path);
-    // If an attempt fails while this program has the node open, the program's own share mode refused it.
+    // If this program has the node open, the failure comes from the program's own share mode.
     if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
         return;
     {
@@ -185,8 +185,8 @@ void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
     monitor->retry();
 }
 
-/// Logs why the system refuses to open the interface, unless the last logged reason was the same. The caller
-/// holds the mutex.
+/// Logs why the system refuses to open the interface. If several attempts in a row fail for the same reason,
+/// logs the reason once. The caller holds the mutex.
 void LinuxDeviceTree::logOnce(Interface& interface, const std::wstring& instanceId)
 {
     if (std::exchange(interface.logged, interface.refusal) == interface.refusal)

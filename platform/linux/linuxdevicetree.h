@@ -10,21 +10,22 @@
 #include "devicetree.h"
 #include "udevmonitor.h"
 
-/// The HID interfaces of the USB devices that are connected to this computer, from udev and hidraw. A node
-/// appears only after udev has run its rules for the node, so no driver installation is ever pending.
+/// The HID interfaces of this computer's USB devices, as udev and the kernel's hidraw driver report them. A
+/// node appears after udev has run its rules for the node. The node is ready then, so
+/// waitInstallationSettled() never waits.
 ///
-/// The system may refuse to open a node, because the user lacks the permission or another program has locked
-/// the node. The tree then tries again once a second. When the node can be opened, the tree reports a removal
-/// and an arrival.
+/// The system refuses to open a node if the user lacks the permission or another program has locked the
+/// node. The tree then checks the node once a second. When the node can be opened, the tree reports a
+/// removal and an arrival.
 class LinuxDeviceTree : public DeviceTree
 {
 public:
-    /// Does not search for devices yet: the first use of the tree starts the search.
+    /// The constructor does not search for devices. The first use of the tree starts the search.
     /// @param log  called on any thread with a sentence for each reason why a device cannot be used.
     explicit LinuxDeviceTree(std::function<void(const std::string&)> log);
 
-    /// A file that is open for more than queries locks out other programs. If this program has an interface
-    /// open twice, the lock holds until both files are closed.
+    /// If @p access is not 0, locks the interface against other programs. The lock holds until this program
+    /// has closed all its files on the interface.
     std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                      DWORD& error) override;
 

@@ -8,7 +8,8 @@
 
 namespace {
 
-/// Returns the file's name in /proc/locks (proc(5)): its file system's major and minor number, and its inode.
+/// Returns the text that identifies the file in /proc/locks (proc(5)): the major and minor number of its file
+/// system, and its inode number.
 std::string nameInLocks(const struct stat& file)
 {
     char name[64];
@@ -30,7 +31,7 @@ std::optional<std::string> lockHolder(const std::string& path)
     while (std::getline(locks, line)) {
         int process = 0;
         char name[64];
-        // The format does not match a process that only waits for a lock: its line has "->" before FLOCK.
+        // The line of a process that only waits for a lock does not match: it has "->" before FLOCK.
         if (std::sscanf(line.c_str(), "%*s FLOCK %*s %*s %d %63s", &process, name) != 2 || name != wanted)
             continue;
         const std::string id = std::to_string(process);

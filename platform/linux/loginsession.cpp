@@ -33,8 +33,8 @@ bool LoginSession::require(EXECUTION_STATE state)
     } else if (!wakefulness.isOpen()) {
         const char* const reason = "Work that must not be interrupted";
         wakefulness = inhibit("sleep:idle", reason);
-        // The lid has its own lock, because a user may lack only the permission for the lid. The lid's lock
-        // is taken second, so that no lock is held if logind refuses the lock against sleep.
+        // The lid has its own lock, because a user may have the permission for the sleep lock but not for the
+        // lid lock. If logind refuses the sleep lock, the lid lock is not requested.
         if (wakefulness.isOpen())
             lid = inhibit("handle-lid-switch", reason);
     }
@@ -56,7 +56,8 @@ bool LoginSession::removeBlockReason(HWND window)
     return Session::removeBlockReason(window);
 }
 
-/// @return a descriptor that holds the lock until it is closed; no descriptor if logind refuses.
+/// Requests a lock from logind. The lock lasts until the returned descriptor is closed. If logind refuses,
+/// returns an empty FileDescriptor.
 FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) const
 {
     sd_bus* openedBus = nullptr;
@@ -80,6 +81,6 @@ FileDescriptor LoginSession::inhibit(const char* what, const std::string& why) c
             (error.message ? error.message : std::generic_category().message(-result)));
         return FileDescriptor();
     }
-    // Returns a copy, because the reply closes its own descriptor.
+    // The reply closes its own descriptor, so this function returns a copy.
     return FileDescriptor(::fcntl(lock, F_DUPFD_CLOEXEC, 0));
 }

@@ -7,13 +7,13 @@
 #include "filedescriptor.h"
 #include "session.h"
 
-/// Keeps the user's session from ending and the computer from sleeping, by inhibitor locks of systemd-logind
-/// (org.freedesktop.login1(5)). If logind is missing or refuses, the request fails. A request for a lock
-/// blocks for at most 5 s.
+/// Uses inhibitor locks of systemd-logind (org.freedesktop.login1(5)) to keep the user's session open and the
+/// computer awake. require() and setBlockReason() fail if logind is missing or refuses a lock. They block for
+/// at most 5 s per lock.
 class LoginSession : public Session
 {
 public:
-    /// @param log  called on any thread with a sentence for each refused lock.
+    /// @param log  called on the GUI thread with a sentence for each refused lock.
     explicit LoginSession(std::function<void(const std::string&)> log);
 
     bool require(EXECUTION_STATE state) override;

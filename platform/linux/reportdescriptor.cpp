@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t maxReportBytes = 16384; // the kernel's HID_MAX_BUFFER_SIZE
 
-constexpr std::uint8_t longItemPrefix = 0xFE; // reserved: HID defines no item of this format
+constexpr std::uint8_t longItemPrefix = 0xFE; // reserved: HID defines no long items
 constexpr int usagePageBits = 16;
 constexpr std::uint64_t bitsPerByte = 8;
 
@@ -28,11 +28,11 @@ enum Item : std::uint8_t {
     UsageItem = 0x08,
 };
 
-/// The state that global items set, and that Push and Pop save and restore.
+/// The state that global items set. A Push item saves the state, and a Pop item restores it.
 struct Globals
 {
     std::uint16_t usagePage = 0;
-    std::uint32_t reportSize = 0; ///< bits of a field
+    std::uint32_t reportSize = 0; ///< length of a field in bits
     std::uint32_t reportCount = 0;
     std::uint32_t reportId = 0; ///< 0 if reports have no ID
 };
@@ -61,7 +61,7 @@ public:
     }
 
 private:
-    /// @return the item's length.
+    /// @return the item's length in bytes.
     std::size_t readItem(const std::uint8_t* bytes, std::size_t available)
     {
         const std::uint8_t prefix = bytes[0];
@@ -117,8 +117,8 @@ private:
             hasUsage = false; // a local item applies only up to the next main item
     }
 
-    /// If several usages precede a collection, the first one is the collection's usage. A usage in long form
-    /// includes a usage page.
+    /// If several usages precede a collection, the first one is the collection's usage. A usage of 4 bytes
+    /// includes its usage page.
     void setUsage(std::uint32_t value, std::size_t valueBytes)
     {
         if (hasUsage)

@@ -78,7 +78,7 @@ UdevMonitor::~UdevMonitor()
 void UdevMonitor::retry()
 {
     const std::uint64_t once = 1;
-    // write() fails only if a wake-up is pending already.
+    // If write() fails, a wake-up is pending already.
     static_cast<void>(!::write(wakeUp.get(), &once, sizeof(once)));
 }
 
@@ -90,11 +90,12 @@ void UdevMonitor::listen()
         monitor.reset();
 }
 
-/// Reports each missing node as left, and each present node as arrived, even if it was reported before.
+/// Reports the arrival of every present node, even if it was reported before. Reports the removal of every
+/// reported node that is gone.
 void UdevMonitor::enumerate()
 {
     const Enumeration enumeration(udev_enumerate_new(context.get()));
-    // Leaves out nodes for which udev has not run its rules yet, because udev reports each of them later.
+    // Skips the nodes for which udev has not run its rules yet. udev reports these nodes later.
     udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
     udev_enumerate_add_match_is_initialized(enumeration.get());
     udev_enumerate_scan_devices(enumeration.get());

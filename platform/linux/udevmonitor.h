@@ -12,7 +12,8 @@
 #include "filedescriptor.h"
 #include "hidrawinterface.h"
 
-/// Reports the hidraw nodes that come and go, after udev has run its rules for them.
+/// Reports the hidraw nodes that arrive and leave. udev has run its rules for a node before the monitor
+/// reports the node's arrival.
 class UdevMonitor
 {
 public:
@@ -23,17 +24,18 @@ public:
         std::function<bool()> retry; ///< see UdevMonitor::retry(); returns whether to repeat the call
     };
 
-    /// Reports the nodes that are present, and returns. From then on the monitor's thread reports the nodes
-    /// that come and go. If events of udev are lost, the thread compares the reported nodes with the present
-    /// nodes.
-    /// @param problem  set to the reason, for a log, if no device can be seen; otherwise stays empty.
+    /// The constructor reports the present nodes. After that, the monitor's thread reports the nodes that
+    /// arrive and leave. If events of udev are lost, the thread reports every present node again, and every
+    /// node that is gone.
+    /// @param problem  if no device can be seen, set to the reason, for a log; otherwise not changed.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.
     ~UdevMonitor();
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
 
-    /// Makes the monitor's thread call Listener::retry once a second until that function returns false.
+    /// Makes the monitor's thread call Listener::retry once a second. The calls end when Listener::retry
+    /// returns false.
     void retry();
 
 private:

@@ -7,13 +7,13 @@
 
 #include <windows.h>
 
-/// Counts the calls of the Windows interface, and fails the calls that a test chooses. A call has the name of
-/// its function, such as "CreateEventW". A call that creates a COM object has the name of the object's class.
-/// Callable on any thread.
+/// Counts calls of Windows functions, and makes chosen calls fail. The parameter `function` is the name of
+/// the called function, such as "CreateEventW". For a call that creates a COM object, the parameter is the
+/// name of the object's class. Every operation may be called on any thread.
 class CallFaults
 {
 public:
-    /// Makes the @p nth call of @p function fail; 1 is the first.
+    /// Makes the @p nth call of @p function fail. The first call has number 1.
     /// @param error  a Windows error code, or the HRESULT that a COM function returns.
     void fail(const std::string& function, int nth, DWORD error)
     {
@@ -21,7 +21,7 @@ public:
         faults[{function, nth}] = error;
     }
 
-    /// Counts a call. @return the error with which the call must fail; std::nullopt if it may go on.
+    /// Counts a call. @return the error with which the call must fail; std::nullopt if the call may go on.
     std::optional<DWORD> count(const std::string& function)
     {
         const std::lock_guard<std::mutex> guard(mutex);

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// Returns the end of a wait that starts now. Waits use the system clock, since thread sanitizer does not
-/// know the wait on a steady clock.
+/// Returns the end of a wait that starts now and lasts for @p duration. The system clock is used because the
+/// thread sanitizer does not support waits on the steady clock.
 template <typename Duration>
 std::chrono::system_clock::time_point systemTimeIn(Duration duration)
 {
@@ -55,7 +55,7 @@ double ScaledClock::now() const
     return changeTime + Duration(Wall::now() - changeWallTime).count() * speed;
 }
 
-/// Returns the real time until this clock shows @p time. The caller holds the mutex.
+/// Returns the real time that passes until this clock shows @p time. The caller holds the mutex.
 ScaledClock::Duration ScaledClock::untilWallShows(double time) const
 {
     return Duration((time - now()) / speed);

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-/// The machine's time; this implementation uses real time. All operations may be called on any thread.
+/// The machine's time. This base class uses real time. All operations may be called on any thread.
 class Clock
 {
 public:
@@ -28,8 +28,7 @@ public:
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);
 };
 
-/// A clock that runs @p speed times as fast as real time. A change of speed also applies to waits in
-/// progress.
+/// A clock that runs `speed` times as fast as real time. A change of speed also affects waits in progress.
 class ScaledClock : public Clock
 {
 public:
@@ -61,7 +60,7 @@ private:
 };
 
 /// A clock on which every wait ends at once. A sleep only advances the tick and is recorded. A sleep of 0
-/// advances the tick by 1, so that a loop without a pause reaches its time limit too.
+/// advances the tick by 1, so that a loop of such sleeps also reaches its time limit.
 class VirtualClock : public Clock
 {
 public:

@@ -13,17 +13,18 @@ struct HidCapabilities
 {
     std::uint16_t usagePage = 0;
     std::uint16_t usage = 0;
-    std::uint16_t featureReportBytes = 0; ///< length of the longest report with its ID; 0 if there is none
+    std::uint16_t featureReportBytes = 0; ///< length of the longest report, including its ID; 0: no report
 };
 
-/// The access with which a file is open, and the access that it leaves to others.
+/// How a file is open: its own access, and the access that it allows to other files.
 struct ShareMode
 {
     DWORD access; ///< GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only
     DWORD share;  ///< the access that others may have: FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0
 };
 
-/// The HID function behind a device interface. Transfers may come on any thread, one at a time per open file.
+/// Makes the HID transfers of a device interface. Transfers may run on any thread, but only one at a time for
+/// each open file.
 class HidFunction
 {
 public:
@@ -31,26 +32,27 @@ public:
 
     virtual HidCapabilities capabilities() const = 0;
 
-    /// The tree calls open() when it opens a file on the function, and close() after it closed a file. These
-    /// calls do not overlap.
-    /// @return 0, or the Windows error code with which the opening fails.
+    /// DeviceTree calls open() for each file that it opens on the interface, and close() after closing the
+    /// file. Calls of open() and close() do not overlap.
+    /// @return 0, or the Windows error code with which opening the file fails.
     virtual DWORD open(const ShareMode& /*mode*/) { return ERROR_SUCCESS; }
     virtual void close() {}
 
     /// May return false before the tree reports that the device is gone.
     virtual bool isConnected() const { return true; }
 
-    /// Takes one feature report; @p report[0] is the report ID.
+    /// Sends one feature report to the device. @p report[0] is the report ID.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD setFeature(const std::uint8_t* report, std::size_t size) = 0;
 
-    /// Fills @p report with at most @p size bytes and sets @p received to their number. On entry @p report[0]
-    /// is the report ID.
+    /// Receives one feature report: fills @p report with at most @p size bytes and sets @p received to their
+    /// number. On entry @p report[0] is the report ID.
     /// @return 0, or the Windows error code with which the transfer fails.
     virtual DWORD getFeature(std::uint8_t* report, std::size_t size, std::size_t& received) = 0;
 };
 
-/// A device node and its only device interface. On Windows each HID top-level collection is such a node.
+/// A device node that has exactly one device interface. Windows makes such a node for each HID
+/// top-level collection.
 struct DeviceNode
 {
     std::wstring instanceId;               ///< such as HID\VID_7A31&PID_0004&MI_03\7&1A2B3C4D&0&0000
@@ -63,10 +65,10 @@ struct DeviceNode
     std::shared_ptr<HidFunction> hid;
 };
 
-/// Returns an interface path as an enumeration spells it: in lower case.
+/// Returns the path in lower case, as an enumeration of devices spells it.
 std::wstring enumeratedPath(std::wstring interfacePath);
 
-/// Receives the device tree's events on the threads that cause them.
+/// Receives the events of a device tree. Each event arrives on the thread that causes it.
 class DeviceTreeObserver
 {
 public:
@@ -75,18 +77,18 @@ public:
     /// Whether the observer watches an open file rather than an interface class.
     virtual bool watchesFile() const = 0;
 
-    /// @param event  an event of WM_DEVICECHANGE. After DBT_DEVNODES_CHANGED another event follows.
-    ///     DBT_DEVICEQUERYREMOVE means that the user wants to remove the device, and
-    ///     DBT_DEVICEQUERYREMOVEFAILED that the device stays. After either of these two events the caller
-    ///     waits for the returned future before it calls the next observer.
-    /// @return a future that is ready when the observer has handled the event. After a removal the caller
-    ///     need not wait, because a device leaves without waiting for its users.
+    /// Handles an event of WM_DEVICECHANGE. DBT_DEVICEQUERYREMOVE means that the user wants to remove the
+    /// device. DBT_DEVICEQUERYREMOVEFAILED means that the device stays. DBT_DEVNODES_CHANGED precedes another
+    /// event.
+    /// @return a future that becomes ready when the observer has handled the event. After
+    /// DBT_DEVICEQUERYREMOVE and DBT_DEVICEQUERYREMOVEFAILED, the caller waits for the future before it calls
+    /// the next observer. After other events the caller need not wait.
     virtual std::future<void> onEvent(WPARAM event, const DeviceNode& node) = 0;
 };
 
 class DeviceFile;
 
-/// The computer's devices; this implementation has none. Every operation may be called on any thread.
+/// The computer's devices. This base class has none. Every operation may be called on any thread.
 class DeviceTree
 {
 public:
@@ -98,24 +100,24 @@ public:
     /// The present nodes of an interface class, in the order of their arrival.
     std::vector<std::shared_ptr<const DeviceNode>> presentNodes(const GUID& interfaceClass);
 
-    /// Opens the interface at @p path (case is ignored).
+    /// Opens the interface at @p path. Upper and lower case are equal in paths.
     /// @param access  GENERIC_READ, GENERIC_WRITE, both, or 0 for queries only.
     /// @param share   FILE_SHARE_READ, FILE_SHARE_WRITE, both, or 0.
-    /// @return the open file; on failure null, with a Windows error code in @p error.
+    /// @return the open file. On failure sets @p error to a Windows error code and returns null.
     virtual std::unique_ptr<DeviceFile> open(const std::wstring& path, DWORD access, DWORD share,
                                              DWORD& error);
 
     /// Waits until no driver is being installed, but at most @p timeoutMs. @return false after the timeout.
     virtual bool waitInstallationSettled(DWORD /*timeoutMs*/) { return true; }
 
-    /// Reports events to @p observer until the last reference to it is gone.
+    /// Reports events to @p observer as long as the object exists. The tree does not keep the object alive.
     void observe(const std::shared_ptr<DeviceTreeObserver>& observer);
 
 protected:
     /// Called at the start of presentNodes(), open() and observe().
     virtual void start() {}
 
-    /// Adds @p node. @return the added node; null if a node with its path is present already.
+    /// Adds @p node. @return the added node; null if a node with the same path is present already.
     std::shared_ptr<const DeviceNode> add(DeviceNode node);
     /// Removes the node at @p path. Files that are open on this node stay open but are no longer connected.
     /// @return the removed node; null if there is no such node.

@@ -7,7 +7,7 @@
 
 #include "devicetree.h"
 
-/// What the names of a HID device node on Windows are made of.
+/// The values from which Windows forms the names of a HID device node.
 struct HidIdentity
 {
     std::uint16_t vendorId = 0;
@@ -18,8 +18,7 @@ struct HidIdentity
     std::uint16_t revision = 0x0100;          ///< bcdDevice (USB 2.0 section 9.6.1)
 };
 
-/// Returns the node that Windows creates for a HID collection. The names have upper and lower case as in
-/// broadcasts.
-/// @param location  distinguishes devices of one identity; Windows derives it from the device's port.
+/// Returns the node that Windows creates for a HID collection.
+/// @param location  distinguishes devices with equal identities. Windows derives it from the device's port.
 DeviceNode hidNode(const HidIdentity& identity, const std::wstring& location = L"7&1a2b3c&0&0000",
                    std::shared_ptr<HidFunction> function = nullptr);

@@ -8,8 +8,7 @@ class SimulatedAudioEndpoints;
 class SimulatedServiceManager;
 struct ProcessTable;
 
-/// The computer that the program runs on, as the functions of the Windows interface see it. Does not own its
-/// parts.
+/// The computer that the program runs on, as the Windows functions see it. Does not own its parts.
 struct Machine
 {
     Clock* clock;
@@ -21,9 +20,9 @@ struct Machine
     CallFaults* faults; ///< fails the calls that a test chooses
 };
 
-/// The machine of the innermost ScopedMachine; without one, the plain machine. The plain machine has the real
-/// clock and the real processes, but no services, audio system, devices or session. A program that has
-/// devices and a session sets them before it uses either. Callable on any thread.
+/// The machine of the innermost ScopedMachine, or the plain machine if there is no ScopedMachine. The plain
+/// machine has the real clock and the real processes, but no services, audio system, devices or session. A
+/// program that needs devices or a session sets them in the plain machine first. Callable on any thread.
 Machine& currentMachine();
 
 /// Makes a machine the current one as long as this object exists. Before this object is destroyed,

@@ -5,22 +5,22 @@
 
 #include <windows.h>
 
-/// Keeps the computer awake and the user's session open for the program; this implementation only records
-/// what the program requires. Every operation is called on the GUI thread.
+/// Keeps the computer awake and the user's session open. This base class only records what the program
+/// requires. Every operation is called on the GUI thread.
 class Session
 {
 public:
     virtual ~Session() = default;
 
     /// Keeps the system (ES_SYSTEM_REQUIRED), the display (ES_DISPLAY_REQUIRED) or both awake. If @p state is
-    /// 0, keeps nothing awake any more.
-    /// @return whether this is possible.
+    /// 0, both may sleep again.
+    /// @return whether the request succeeded.
     virtual bool require(EXECUTION_STATE state)
     {
         awake = state;
         return true;
     }
-    /// The state that is required now.
+    /// The state of the last require() that succeeded; 0 at first.
     EXECUTION_STATE required() const { return awake; }
 
     /// Sets the reason that the system shows to a user who wants to end the session. This reason replaces an

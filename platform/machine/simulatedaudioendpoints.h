@@ -25,17 +25,17 @@ struct AudioEndpoint
 class SimulatedAudioEndpoints
 {
 public:
-    /// Does not own its arguments. If the audio service is not among @p services, it counts as running.
+    /// Does not own its arguments. If @p services has no audio service, the endpoints are always available.
     SimulatedAudioEndpoints(SimulatedServiceManager& services, CallFaults& machineFaults);
 
     // How to script the endpoints.
 
-    /// Adds an endpoint. Until a default is chosen, the flow's first active endpoint is its default.
+    /// Adds an endpoint. While no default is chosen, the flow's first active endpoint is the default.
     void add(AudioEndpoint endpoint);
-    /// Changes an endpoint's state, as unplugging its device does. Only an active endpoint can be a default.
+    /// Changes an endpoint's state, for example to unplugged. Only an active endpoint can be a default.
     void setState(const std::wstring& id, DWORD state);
-    /// Makes an endpoint the default as the user would in the system's settings.
-    /// @return whether there is an endpoint with that identifier.
+    /// Makes an endpoint the default, as the user would in the system's settings.
+    /// @return whether there is an endpoint with the identifier @p id.
     bool chooseDefault(const std::wstring& id, ERole role);
 
     // What the endpoints recorded.
@@ -49,10 +49,11 @@ public:
 
     // What the COM functions call.
 
-    /// Decides whether a COM function may go on. Each COM function calls admit() at its start.
-    /// @param function  the function's name; when an object is created, the name of the object's class.
-    /// @return S_OK if the function may go on. The function must return any other code, even the success code
-    ///     S_FALSE, without output.
+    /// Decides whether a COM function may go on. The function calls admit() first.
+    /// @param function  the function's name. If the function creates an object, the name of the
+    ///     object's class.
+    /// @return S_OK if the function may go on. Otherwise the function must end without output and return the
+    /// same code. The code may be S_FALSE, although that is a success code.
     HRESULT admit(const std::string& function);
 
     /// The endpoints of @p flow that have a state in @p stateMask, in the order in which they were added.
@@ -60,7 +61,7 @@ public:
 
     std::optional<AudioEndpoint> defaultEndpoint(EDataFlow flow, ERole role);
 
-    /// Records the call, and does the same as chooseDefault().
+    /// Records the call and returns the result of chooseDefault().
     bool setDefault(const std::wstring& id, ERole role);
 
 private:

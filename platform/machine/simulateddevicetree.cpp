@@ -23,7 +23,7 @@ void SimulatedDeviceTree::setBroadcasts(const Broadcasts& choice)
     broadcasts = choice;
 }
 
-/// Reports @p event to all observers. The caller has locked `events`.
+/// Reports @p event to all observers. The caller holds the mutex `events`.
 SimulatedDeviceTree::Handled SimulatedDeviceTree::report(WPARAM event, const DeviceNode& node)
 {
     Handled handled;

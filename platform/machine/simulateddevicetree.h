@@ -16,25 +16,26 @@ public:
 
     // How to script the tree. Events are reported one at a time, in the order in which they happen.
 
-    /// Plugs a node in. Does nothing if a node with its path is present already.
+    /// Plugs a node in. Does nothing if a node with the same path is present already.
     void plug(DeviceNode node);
-    /// A future for each observer of an event. It is ready when that observer has handled the event.
+    /// One future for each report of an event to an observer. The future becomes ready when the observer has
+    /// handled the report.
     using Handled = std::vector<std::future<void>>;
 
     /// Pulls out the node with the interface path @p path, even if files are open on it.
     Handled unplug(const std::wstring& path);
     /// Calls unplug() and waits until every observer has handled the removal.
     void unplugAndWait(const std::wstring& path);
-    /// Asks the users of the node to close their files, waits for their answers, and removes the node unless
-    /// a file is still open. Do not call requestRemoval() on a thread that is making a transfer: a user
-    /// closes its file only after the transfer has ended, so the wait would never end.
+    /// Asks the observers to close their files on the node, and waits for their answers. Then removes the
+    /// node if no file is open on it. Do not call requestRemoval() during a transfer on the same thread: an
+    /// observer closes its file only after the transfer, so the wait would never end.
     /// @return whether the node was removed.
     bool requestRemoval(const std::wstring& path);
     /// Sets whether a driver is being installed.
     void setInstallationPending(bool pending);
     /// Makes the next attempt to open @p path fail with @p error.
     void refuseOpen(const std::wstring& path, DWORD error);
-    /// The order and number of broadcasts, which Windows does not define.
+    /// The order and the number of broadcasts. Windows does not define them.
     struct Broadcasts
     {
         bool filesFirst = false;   ///< observers of an open file receive each event first
@@ -42,7 +43,7 @@ public:
         bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes each other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);
-    /// Reports a node's arrival once more, as an unreliable hub does.
+    /// Reports the arrival of a present node again, as an unreliable hub does.
     void repeatArrival(const std::wstring& path);
 
     // What the tree recorded.

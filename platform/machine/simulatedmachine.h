@@ -14,7 +14,7 @@
 class SimulatedMachine
 {
 public:
-    /// @param ownClock  borrowed; null for real time.
+    /// @param ownClock  the machine's clock, or null for real time. The machine does not own the clock.
     explicit SimulatedMachine(Clock* ownClock);
     ~SimulatedMachine();
     SimulatedMachine(const SimulatedMachine&) = delete;

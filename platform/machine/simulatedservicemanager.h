@@ -18,7 +18,7 @@ public:
 
     // How to script the services.
 
-    /// How a service gets from running to stopped, or back.
+    /// How a service changes from running to stopped, or from stopped to running.
     struct Transition
     {
         DWORD durationMs = 0;           ///< time in the pending state; INFINITE: forever
@@ -51,7 +51,7 @@ public:
     DWORD state(const std::wstring& name); ///< 0 if there is no such service
 
     // What the Windows functions call. Each operation returns a Windows error code. The caller checks the
-    // rights of handles.
+    // access rights of the handle to the service.
 
     /// Succeeds with any @p access: the user has every right to the manager.
     DWORD openManager(DWORD access);
@@ -61,7 +61,7 @@ public:
 
     DWORD queryStatus(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
-    /// Sends the stop control. If the service accepts it, sets @p status to the service's status.
+    /// Sends the stop control. If the service accepts the control, sets @p status to the service's status.
     DWORD stop(const std::wstring& name, SERVICE_STATUS_PROCESS& status);
 
     DWORD start(const std::wstring& name);

@@ -1,4 +1,4 @@
-// Implements the functions of the service control manager on the current machine's services.
+// Implements the Windows functions for services. These functions act on the current machine's services.
 
 #include <windows.h>
 
@@ -31,8 +31,8 @@ struct Service
 };
 using ServiceObject = ObjectWith<ServiceHandleObject, Service>;
 
-/// @return the service that @p handle refers to. If the handle refers to no service, or lacks the right
-/// @p access, sets the last error and returns null.
+/// @return the service that @p handle refers to. If the handle does not refer to a service, or was opened
+/// without @p access, sets the last error and returns null.
 std::shared_ptr<ServiceObject> serviceWith(SC_HANDLE handle, DWORD access)
 {
     auto service = HandleTable::get<ServiceObject>(handle);
@@ -59,7 +59,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
-    // The handle's access is not checked, because every handle to the manager has the right to connect.
+    // OpenServiceW requires SC_MANAGER_CONNECT, a right that every handle to the manager has.
     if (!HandleTable::get<ManagerObject>(handle))
         return nullptr;
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))

@@ -14,8 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. When the registration ends, broadcasts in progress still arrive.
-/// After the last of these broadcasts the value of the registration's handle can be reused.
+/// A registration for device broadcasts. Broadcasts in progress still arrive after the registration has
+/// ended. Until they have arrived, no new handle gets the value of the registration's handle.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -41,7 +41,7 @@ public:
     }
 
 protected:
-    /// @return the data for the message's lParam; empty if this registration does not cover @p event.
+    /// @return what the message's lParam points to; empty if this registration does not cover @p event.
     virtual Bytes dataOf(WPARAM event, const DeviceNode& node) const = 0;
 
 private:

@@ -4,14 +4,14 @@
 
 #include <windows.h>
 
-/// The object that a handle refers to. A function that expects an object of another class fails.
+/// The object that a handle refers to. A Windows function fails if it needs an object of another class.
 class HandleObject
 {
 public:
     virtual ~HandleObject() = default;
 
-    /// @return an object that reserves the handle's value: after the handle is closed, the value is not
-    /// reused as long as the object exists.
+    /// @return an object that reserves the handle's value. After the handle is closed, no new handle gets the
+    /// value as long as this object exists.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 
@@ -20,7 +20,7 @@ class KernelObject : public HandleObject
 {
 };
 
-/// An object of the class Kind that only holds a Content.
+/// Adds the members of Content to the class Kind.
 template <typename Kind, typename Content>
 class ObjectWith : public Kind, public Content
 {
@@ -31,9 +31,8 @@ public:
     }
 };
 
-/// The process's handles. Their values are multiples of 4. A new handle gets the lowest free value, so that
-/// the value of a closed handle soon refers to another object, as on Windows. Any thread may call the
-/// functions.
+/// The process's handles. Their values are multiples of 4. A new handle gets the lowest free value. So, as on
+/// Windows, the value of a closed handle soon refers to another object. Any thread may call the functions.
 namespace HandleTable {
 
 HANDLE add(std::shared_ptr<HandleObject> object);
@@ -48,8 +47,8 @@ std::shared_ptr<HandleObject> find(HANDLE handle);
 /// returns null.
 std::shared_ptr<HandleObject> remove(HANDLE handle, bool (*isKind)(const HandleObject& object));
 
-/// @return the object that @p handle refers to. If there is none of the class T, sets the last error to
-/// ERROR_INVALID_HANDLE and returns null.
+/// @return the object that @p handle refers to. If the handle does not refer to an object of the class T,
+/// sets the last error to ERROR_INVALID_HANDLE and returns null.
 template <typename T>
 std::shared_ptr<T> get(HANDLE handle)
 {
@@ -59,7 +58,7 @@ std::shared_ptr<T> get(HANDLE handle)
     return object;
 }
 
-/// Calls remove() for an object of the class T.
+/// Removes @p handle if it refers to an object of the class T. See remove().
 template <typename T>
 std::shared_ptr<HandleObject> take(HANDLE handle)
 {

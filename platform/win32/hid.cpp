@@ -21,8 +21,8 @@ namespace {
 
 using PreparsedData = ObjectWith<HandleObject, HidCapabilities>;
 
-/// @return the HID function of the device that @p file opened. If the device is gone or has no HID function,
-/// sets the last error and returns null.
+/// @return the HidFunction of the device that is open as @p file. If the device is gone or has no
+/// HidFunction, sets the last error and returns null.
 HidFunction* hidFunction(const FileObject& file)
 {
     if (!file.file->isConnected())
@@ -33,8 +33,9 @@ HidFunction* hidFunction(const FileObject& file)
     return function;
 }
 
-/// Makes one feature transfer with the open @p device: calls @p perform with the device's HID function and
-/// the length of the device's feature report in bytes. The transfer ignores the rest of a longer buffer.
+/// Makes one feature transfer with the open @p device. Calls @p perform with the device's HidFunction and the
+/// length of the device's feature report in bytes. Does not use the rest of a longer buffer.
+/// @return false on failure, with the last error set.
 template <typename Perform>
 bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)
 {

@@ -1,5 +1,5 @@
-// Implements the functions of kernel32 for errors, handles, events, threads, waiting, time, power, memory,
-// modules and device files, and the text function _wcsicmp.
+// Implements the functions of kernel32 for errors, handles, events, threads, critical sections, waiting,
+// time, power, memory, modules and opening devices. Also implements the text function _wcsicmp.
 
 #include <windows.h>
 
@@ -35,8 +35,8 @@ WaitingRoom& waitingRoom()
     return *room;
 }
 
-/// A kernel object that threads can wait for. All objects share one lock and one condition variable, so that
-/// a thread can wait for several objects at once.
+/// A kernel object that threads can wait for. All objects share the waiting room, which is one lock and one
+/// condition variable, so that a thread can wait for several objects at once.
 class Waitable : public KernelObject
 {
 public:
@@ -55,11 +55,11 @@ public:
         waitingRoom().changed.notify_all();
     }
 
-    /// Call it with the waiting room locked. @return whether this object is signalled. If the object resets
-    /// automatically, the call also ends the signal.
+    /// @return whether this object is signalled. If the object resets automatically, the call ends the
+    /// signal. The caller has locked the waiting room.
     bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
 
-    /// Called after this object has satisfied a wait, with the waiting room unlocked.
+    /// Called after a wait for this object has succeeded. The waiting room is not locked then.
     virtual void waitEnded() {}
 
 private:
@@ -79,7 +79,7 @@ DWORD nextThreadId()
     return ++last;
 }
 
-/// CreateThread sets the identifier of a thread that it starts. Any other thread gets the next identifier.
+/// CreateThread sets this value in each thread that it starts. Any other thread takes the next identifier.
 thread_local DWORD currentThreadId = nextThreadId();
 
 std::atomic<std::size_t> runningThreads{0};

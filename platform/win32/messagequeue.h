@@ -37,7 +37,7 @@ public:
     std::future<void> send(SentMessage message);
     /// Returns the next posted message. Handles all sent messages first, and waits if no message is posted.
     MSG next();
-    /// Called when the thread ends. Drops the sent messages that wait in the queue, and all later ones.
+    /// Called when the thread ends. Drops the sent messages in the queue, and those that are sent later.
     void close();
 
 private:

@@ -36,8 +36,8 @@ LPWSTR newTaskString(const std::wstring& text)
     return wcsdup(text.c_str());
 }
 
-/// Serves a call of the COM function named @p function: clears @p output and, if the audio system admits the
-/// call, calls @p store to fill @p output.
+/// Carries out a call of the COM function named @p function. Clears @p output. If the audio system admits the
+/// call, calls @p store, which fills @p output.
 template <typename Output, typename Store>
 HRESULT serve(const char* function, Output* output, Store store)
 {
@@ -46,8 +46,8 @@ HRESULT serve(const char* function, Output* output, Store store)
     return admitted == S_OK ? store() : admitted;
 }
 
-/// A COM object with one interface besides IUnknown. The object shows a copy of the audio system's data. The
-/// creator owns the first reference.
+/// A COM object with one interface besides IUnknown. If the object reports audio data, `shown` is its copy of
+/// the data. The creator owns the first reference.
 template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {

@@ -2,15 +2,15 @@
 
 #include <cstddef>
 
-// Counts what this process has not closed yet. Tests compare the counts before and after an operation.
+// These functions count what this process has not closed yet. Tests compare the counts before and after
+// an operation.
 
-/// @return the number of open handles of every kind (events, threads, files, snapshots, services, device
-/// sets, notifications, windows).
+/// @return the number of open handles of every kind, including those of services, notifications and windows.
 std::size_t openHandleCount();
 
-/// @return the number of threads that CreateThread has started and whose function has not returned. After a
-/// successful wait for a thread, the thread is no longer counted.
+/// @return the number of threads that CreateThread has started and whose function has not returned. A thread
+/// is no longer counted when a wait for it has succeeded.
 std::size_t runningThreadCount();
 
-/// @return the number of COM objects and of blocks of COM's memory that were not released.
+/// @return the number of COM objects, and of strings from COM functions, that were not released.
 std::size_t liveComObjectCount();

@@ -1,4 +1,5 @@
-// Implements the device enumeration of setupapi, and cfgmgr32's wait for driver installations.
+// Implements the functions of setupapi that enumerate devices, and the function of cfgmgr32 that waits for
+// driver installations.
 
 #include <setupapi.h>
 
@@ -15,8 +16,8 @@
 
 namespace {
 
-/// The nodes that were present when the device set was created. The records that callers pass hold a node's
-/// index plus 1.
+/// The nodes that were present when the device set was created. In the records that callers pass, `Reserved`
+/// is the index of a node plus 1.
 struct Nodes
 {
     std::shared_ptr<const DeviceNode> element(ULONG_PTR number) const
@@ -31,7 +32,7 @@ struct Nodes
 };
 using DeviceSet = ObjectWith<HandleObject, Nodes>;
 
-/// @return the node that @p device refers to. If there is none, sets the last error and returns null.
+/// @return the node that @p device refers to. If it refers to no node, sets the last error and returns null.
 std::shared_ptr<const DeviceNode> nodeOf(HDEVINFO handle, const SP_DEVINFO_DATA* device)
 {
     const auto set = HandleTable::get<DeviceSet>(handle);
@@ -53,8 +54,8 @@ BOOL copyText(const std::wstring& text, void* buffer, std::size_t bufferBytes)
     return TRUE;
 }
 
-/// @return the value of a registry property; empty if the node does not have the property. In a list each
-/// string ends with a null. copyText() adds the null that ends the list.
+/// @return the value of a registry property; empty if the node does not have the property. Each string of a
+/// list ends with a null character. copyText() adds the null character that ends the list.
 std::wstring propertyOf(const DeviceNode& node, DWORD property)
 {
     switch (property) {

@@ -1,10 +1,9 @@
 // Initialises COM on the GUI thread, which Qt itself does only on Windows. Implements the functions of user32
 // that take one of Qt's windows: those for the end of the session, and those for the system menu.
 //
-// Desktops on Linux have no system menu, so a QMenu replaces it and sends WM_SYSCOMMAND to the window.
-// Alt+Space opens the menu. So do the Menu key and a right click on the window's status bar or, while the
-// status bar is hidden, on the window's free area. The address of the QMenu is the menu's handle. Qt's
-// windows belong to the GUI thread.
+// Desktops on Linux have no system menu, so a QMenu replaces it. The QMenu sends WM_SYSCOMMAND to the window.
+// Alt+Space and the Menu key open the QMenu. A right click on the status bar or on a free area of the window
+// also opens it. The menu's handle is the address of the QMenu. Qt's windows belong to the GUI thread.
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -20,8 +19,8 @@
 
 namespace {
 
-/// Delivers messages to any window. QWidget::nativeEvent is protected, but a derived class may form a pointer
-/// to this function.
+/// Calls QWidget::nativeEvent of any window. The function is protected, but a class derived from QWidget may
+/// form a pointer to it.
 struct NativeEvents : QWidget
 {
     static bool deliver(QWidget* window, MSG& message)
@@ -56,7 +55,7 @@ void insertItem(QMenu& menu, int position, UINT command, const QString& text)
     auto* const item = new QAction(text, &menu);
     item->setData(command);
     QWidget* const window = menu.parentWidget();
-    // The connection is queued so that the menu closes first, because the command may take long.
+    // A queued call, so that the menu closes before the command runs. The command may take long.
     QObject::connect(
         item, &QAction::triggered, window, [window, command] { choose(window, command); },
         Qt::QueuedConnection);
@@ -107,8 +106,8 @@ private:
     }
 };
 
-/// @return the window with the handle @p handle. If there is none, or the calling thread does not own the
-/// window, sets the last error and returns null.
+/// @return the window with the handle @p handle. If there is no such window, or the calling thread does not
+/// own the window, sets the last error and returns null.
 QWidget* ownWindow(HWND handle)
 {
     if (QThread::currentThread() != QCoreApplication::instance()->thread())

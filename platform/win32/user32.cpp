@@ -80,7 +80,7 @@ HWND WINAPI CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR, DWORD, int, int, 
         return nullptr;
     const auto object = std::make_shared<WindowObject>(windowClass, MessageQueue::ofCurrentThread());
     const auto window = static_cast<HWND>(HandleTable::addWindow(object));
-    // On Windows lParam points to a CREATESTRUCT. This layer passes none.
+    // On Windows lParam points to a CREATESTRUCT. This layer passes 0.
     if (object->procedure(window, WM_NCCREATE, 0, 0) && object->procedure(window, WM_CREATE, 0, 0) != -1)
         return window;
     DestroyWindow(window);
@@ -111,7 +111,7 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 
 LRESULT WINAPI DefWindowProcW(HWND, UINT message, WPARAM, LPARAM)
 {
-    // TRUE allows the removal of a device, or the creation of the window.
+    // TRUE allows the removal of a device (WM_DEVICECHANGE) and the creation of the window (WM_NCCREATE).
     return message == WM_DEVICECHANGE || message == WM_NCCREATE;
 }
 

@@ -4,4 +4,4 @@
 #include <windows.h>
 
 #include_next <objbase.h>
-#undef interface // sources may use this word as a name
+#undef interface // because sources may use this word as a name

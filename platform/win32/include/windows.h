@@ -2,7 +2,7 @@
 #pragma once
 #pragma GCC system_header
 
-// The first two macros select a target whose "long" has 64 bits. The others remove keywords that only
+// __CYGWIN__ and _WIN64 select a target whose "long" has 64 bits. The other macros remove keywords that only
 // compilers for Windows know.
 #define __CYGWIN__ 1
 #define _WIN64 1

@@ -3,6 +3,6 @@
 
 #include <windows.h>
 
-#define Unknown UnknownMediaType // DeviceType has an enumerator of that name
+#define Unknown UnknownMediaType // because the program's DeviceType has an enumerator Unknown too
 #include_next <winioctl.h>
 #undef Unknown
