@@ -34,7 +34,8 @@ def holds(file, block):
 
 
 def applies(patch):
-    # GIT_CEILING_DIRECTORIES keeps git from looking for the patched files in a repository that surrounds the tree.
+    # The tree may lie inside another repository. GIT_CEILING_DIRECTORIES keeps git from looking for the patched files
+    # in that repository.
     environment = dict(os.environ, GIT_CEILING_DIRECTORIES=str(ROOT.parent))
     return subprocess.run(["git", "apply", "--check", "-"], input=patch, text=True, env=environment).returncode == 0
 

@@ -5,7 +5,7 @@ cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# Returns the most specific row for a file: the row with the longest name that is a prefix of its path.
+# Returns the row for a file: the longest row name with which the path of the file starts.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))
@@ -13,7 +13,7 @@ function row_of(file,    row, best) {
     return best
 }
 
-# Returns what the table calls an included header: a row or a library. Returns "" for a header of the standard library.
+# Returns the name that the table has for an included header: a row or a library. Returns "" for any other header.
 function used(from, name,    folder) {
     folder = from
     sub(/[^\/]*$/, "", folder)

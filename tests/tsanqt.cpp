@@ -1,7 +1,7 @@
-// Reports to thread sanitizer how Qt's threads synchronise. Qt itself is built without the instrumentation to
-// report this, so data that one thread passes to another in an event, or to the thread pool, would look like
-// a data race. The functions below replace the functions of Qt that send and receive such data. Each of them
-// reports the synchronisation and calls the function of Qt that it replaces.
+// Qt is built without the instrumentation that shows thread sanitizer how Qt's threads synchronise. Data that
+// one thread passes to another in an event, or to the thread pool, would therefore look like a data race.
+// Each function below replaces a function of Qt that sends or receives such data. It reports the
+// synchronisation to thread sanitizer and calls the function that it replaces.
 
 #include <QCoreApplication>
 #include <QFutureWatcher>
@@ -17,7 +17,7 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-// One address serves all handovers, so thread sanitizer sees more order than Qt guarantees, never less.
+// All functions report this one address, so thread sanitizer sees more order than Qt guarantees, never less.
 char handovers;
 
 template <typename Function>

@@ -21,12 +21,12 @@ namespace {
 // With a sanitizer, a process takes more memory and more time.
 constexpr int peakLimitKiB = isSanitized ? std::numeric_limits<int>::max() : 200 * 1024;
 constexpr rlim_t cpuLimitSeconds = isSanitized ? 100 : 4;
-constexpr int endsWithinMs = 120000; // a child that runs longer is blocked for ever
+constexpr int endsWithinMs = 120000; // a child that still runs after this time is blocked
 constexpr char childSwitch[] = "--load";
 
 /// Loads the archive at @p path.
-/// @return the archive's base name, both product identifiers and the release notes, or "failed" if it does
-/// not load; after that, the complaints about the archive in the log.
+/// @return the archive's base name, both product identifiers and the release notes; "failed" if the archive
+/// does not load. The log's complaints about the archive follow.
 QString load(FirmwareController& controller, const QString& path)
 {
     const LogCapture log;
@@ -123,7 +123,7 @@ void TestArchives::write(const QByteArray& bytes)
 }
 
 /// Loads the file @p archive in a child process. Fails if the outcome is not @p expected, or if the child
-/// writes a file into one of its folders.
+/// leaves a file in its home, temporary or working folder.
 void TestArchives::loadInOwnProcess(const QString& archive, const QString& expected)
 {
     const QString home = folder.filePath(QStringLiteral("home"));
@@ -145,8 +145,8 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     QCOMPARE(QString::fromUtf8(QByteArray::fromHex(output.at(3))), expected);
     QVERIFY2(output.at(0).toInt() > 0, output.at(0).constData());
     QVERIFY2(output.at(0).toInt() < peakLimitKiB, output.at(0).constData());
-    // QuaZip reads the directory once for each entry. These reads dominate in a small
-    // archive, so the number of read bytes is checked only for a large archive.
+    // QuaZip reads the directory again for each entry. In a small archive these reads dominate, so the number
+    // of read bytes is checked only for a large archive.
     const qint64 size = QFileInfo(archive).size();
     const qint64 read = output.at(2).toLongLong();
     QVERIFY2(size < ArchiveRows::packedLimit || read < size + size / 2, output.at(2).constData());
@@ -228,7 +228,7 @@ void TestArchives::everyStepIsLogged()
     write(RawZip::archive({RawZip::entry("t\n.ef", image), RawZip::entry("x.ff", "word"),
                            RawZip::entry("y.ff", imageTextOf({fileEntry(1, "")}))}));
     controller.setFilePath(path);
-    // No more images are read after a second file of release notes or a second image for a transmitter.
+    // After a second file of release notes, or a second image for a transmitter, no more images are read.
     write(
         RawZip::archive({RawZip::entry("x.ff", ""), RawZip::entry("a.txt", ""), RawZip::entry("b.txt", "")}));
     controller.setFilePath(path);

@@ -1,4 +1,4 @@
-// Tests that the default audio endpoints are recorded and made the defaults again, on a simulated computer.
+// Tests on a simulated computer that the default audio endpoints are recorded and later restored.
 
 #include <QtTest>
 
@@ -49,7 +49,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
 {
     constexpr DWORD disabled = DEVICE_STATE_DISABLED, unplugged = DEVICE_STATE_UNPLUGGED,
                     gone = DEVICE_STATE_NOTPRESENT;
-    // Once the defaults are recorded, the endpoints in the column "later" are added, or get a new state.
+    // After the defaults are recorded, the endpoints in the column "later" are added, or get a new state.
     const Table<Endpoints, Endpoints, QByteArray> table("endpoints", "later", "restored");
 
     table.row("each in its roles", {{L"s", L"Speakers"}, {L"console", L"Headset"}}, {}, "s1 s2 console0");
@@ -95,7 +95,8 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
-    // For each call of the function: the prefix of the defaults that are lost if the call fails, or "-".
+    // "lost" has one text for each call of the function. If that call fails, all defaults whose names start
+    // with the text are lost. "-" means that none is lost.
     const Table<QByteArrayList> table("lost");
     const auto row = [&table](const char* function, const QByteArray& lost) {
         table.row(function, lost.split(' '));
@@ -135,7 +136,8 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
     QCOMPARE(healthy.machine.faults.counted(function), lost.size());
     QCOMPARE(defaultsSetOn(healthy.endpoints), QByteArray("r0 r1 r2 c0 c1 c2"));
 
-    // S_FALSE means success without a result. OleRun() never has a result, so from OleRun() it loses nothing.
+    // S_FALSE means success without a result. OleRun() has no result anyway, so nothing is lost if
+    // OleRun() returns S_FALSE.
     for (const HRESULT result : {E_FAIL, S_FALSE}) {
         for (int nth = 1; nth <= lost.size(); ++nth) {
             AudioComputer computer;

@@ -197,7 +197,8 @@ void TestAudioService::theServiceStopsAndStarts()
 {
     const bool isStop = QByteArray(QTest::currentDataTag()).startsWith("stop");
     QFETCH(Services, services);
-    // The tick count never wraps, wraps during the first wait, or wraps during a later wait.
+    // The tick count starts at one of these values. From the first, it does not wrap. From the second, it
+    // wraps during the first wait; from the third, during a later wait.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
         HostComputer computer(startTick);
         for (const Service& service : services)
@@ -247,9 +248,9 @@ void TestAudioService::everyFailingServiceCallIsLoggedAndTheServiceComesBack()
         stopAndStart(computer);
         const QString failures =
             QString::fromLatin1(computer.log.text()).split(bar).filter(QStringLiteral("failed")).join(bar);
-        // A failed call for a dependent service is not logged itself, but makes the stop of the audio service
-        // fail, which is logged. Only the last call for a dependent service can fail without harm, because it
-        // queries a service that has already stopped.
+        // If a call for a dependent service fails, the log shows only that the audio service cannot be
+        // stopped. The last call for a dependent service is an exception: it queries a service that has
+        // already stopped, so its failure does no harm.
         const bool concernsAudio = call.service.empty() || call.service == L"audiosrv";
         QCOMPARE(failures, concernsAudio           ? messageOf(call.function)
                            : i == lastOfDependents ? QString()

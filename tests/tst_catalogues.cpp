@@ -37,7 +37,7 @@ void TestCatalogues::theCataloguesAreComplete()
             QFile::copy(CATALOGUE_FOLDER + "/tessalinefirmwareupdater_%1.ts"_s.arg(text(language)), copy));
         const QString catalogue = QString::fromUtf8(contentsOf(copy));
 
-        // lupdate adds texts that the catalogue lacks, and marks texts that the sources no longer have.
+        // lupdate changes a catalogue that lacks texts or has texts that the sources no longer have.
         QProcess::execute(LUPDATE, {"-silent"_s, "-locations"_s, "none"_s, APP_FOLDER, "-ts"_s, copy});
         QCOMPARE(QString::fromUtf8(contentsOf(copy)), catalogue);
 
@@ -46,7 +46,7 @@ void TestCatalogues::theCataloguesAreComplete()
         int messages = 0;
         for (auto match = message.globalMatch(catalogue); match.hasNext(); ++messages) {
             const QStringList parts = match.next().capturedTexts();
-            // A finished translation has no type.
+            // Only an unfinished or outdated translation has an attribute "type".
             QVERIFY2(parts[2].isEmpty() && !parts[3].isEmpty(), qPrintable(parts[1]));
             QCOMPARE(placeholders(parts[3]), placeholders(parts[1]));
         }

@@ -1,4 +1,4 @@
-// Tests on a simulated device tree how the detector starts and stops, and which devices it reports when.
+// Tests on a simulated device tree how the detector starts and stops, which devices it reports, and when.
 
 #include <atomic>
 #include <future>
@@ -41,7 +41,8 @@ private Q_SLOTS:
     void aDeviceThatCouldNotBeReadIsReadAtItsNextBroadcast();
 };
 
-/// Runs before all other tests, because a process registers the window class only once.
+/// A process registers the window class only at its first start of a detector. To make that registration
+/// fail, this function must run before all other tests.
 void TestDetector::initTestCase()
 {
     DetectorFixture f;
@@ -64,7 +65,8 @@ void TestDetector::startNeedsListenerIdentitiesAndCount()
     f.tree.plug(hidNode(transmitter));
     f.recorder.waitFor(3);
     f.tree.unplug(hidNode(transmitter).interfacePath);
-    // No device was present at first, so the detector reports completion once more, before the arrival.
+    // If no device is present at the start, the detector reports completion twice: at once, and before
+    // the first arrival.
     QCOMPARE(f.recorder.waitFor(4), "complete 0, complete 0, +7a31:4, -4");
 }
 
@@ -191,7 +193,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     f.tree.setInstallationPending(true);
     f.tree.plug(hidNode(transmitter));
     QVERIFY(f.start());
-    // Once the worker waits for the end of the installation, the arrival is in the queue.
+    // When the worker starts to wait for the end of the installation, the arrival is already in the queue.
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 0);
     // The broadcast has the path in mixed case, the queue has it in lower case.
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
@@ -306,7 +308,8 @@ void TestDetector::devicesAreReportedByHardwareIdAndFilter()
 void TestDetector::nodesThatCannotBeReadAreSkipped()
 {
     DetectorFixture f;
-    // Each node's instance identifier is a prefix of the transmitter's, which must not confuse the detector.
+    // The instance identifier of each of these nodes is a prefix of the transmitter's instance identifier.
+    // The detector must not confuse these nodes with the transmitter.
     DeviceNode noHardwareId = hidNode(transmitter, L"7&1a2b3c&0&000");
     noHardwareId.hardwareIds.clear();
     noHardwareId.friendlyName = L"Friendly";

@@ -20,8 +20,8 @@ Q_DECLARE_METATYPE(Broadcasts)
 
 namespace {
 
-/// Another program that watches a device. The thread that causes an event passes it first to the observers
-/// that registered earlier, then to this program.
+/// Another program that has a device open. The thread that causes an event reports it to the device's users
+/// in the order in which they registered. This program registers last.
 class Bystander final : public DeviceTreeObserver
 {
 public:
@@ -78,8 +78,8 @@ void TestDetectorHandles::openHandlesAreSharedWatchedAndReleased()
     QVERIFY(second != INVALID_HANDLE_VALUE);
     QCOMPARE(f.tree.openings().back().access, DWORD(GENERIC_READ));
     QCOMPARE(f.tree.openings().back().share, DWORD(FILE_SHARE_WRITE));
-    // The relaxed flag does not synchronise the threads, so thread sanitizer sees whether the detector's lock
-    // synchronises them.
+    // This flag is relaxed, so it does not order the threads' memory accesses. If the detector's lock did not
+    // order them either, thread sanitizer would report a data race.
     std::atomic<bool> isRemoved{false};
     std::thread closing([&] {
         while (!isRemoved.load(std::memory_order_relaxed))
@@ -118,7 +118,7 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
         QCOMPARE(f.tree.openings().back().access, DWORD(0));
         QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     }
-    // Once the device is lent again, the reopened handle is closed.
+    // When the device is lent, the detector closes the reopened handle.
     const auto lent = f.detector->lendDevice(f.recorder.last, Access::Read, Access::ReadWrite);
     QCOMPARE(f.tree.openFileCount(), std::size_t(2));
     f.detector->takeBack(*lent);
@@ -129,8 +129,8 @@ void TestDetectorHandles::aRefusedRemovalReopensTheHandleForQueriesOnly()
     QCOMPARE(f.recorder.waitFor(6, 5), "reopened 6");
 }
 
-/// A request for a removal makes the detector close a handle. Before another program refuses the removal, the
-/// system gives the value of the closed handle to a handle of the other device.
+/// A removal of the first device is requested, so the detector closes the device's handle. The second device
+/// is then opened, and the new handle gets the value of the closed handle. Then the removal is refused.
 void TestDetectorHandles::handlesOfOneValueAreNotConfused()
 {
     DetectorFixture f;

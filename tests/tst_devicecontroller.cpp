@@ -199,8 +199,8 @@ void TestDeviceController::aDeviceThatWasGoneForAMomentIsReadAgain()
     c.tree.unplugAndWait(path);
     c.plug(headset);
     TRY_ACQUIRE(c.arrivals, 1);
-    // The controller handles both arrivals only now. For the first arrival, it must not open the device that
-    // was plugged in later.
+    // Now the controller handles both arrivals. The device of the first arrival is gone. For that arrival,
+    // the controller must not open the device that was plugged in later.
     TRY_COMPARE(c.text(), "started");
     QCOMPARE(c.tree.openings().size(), std::size_t(1));
     c.gate.open();

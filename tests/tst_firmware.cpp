@@ -45,8 +45,10 @@ private Q_SLOTS:
         };
         const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };
-        // In `usb`, offset 4 has the length of the records plus 9. The device's record is at offset 14, with
-        // the descriptor's offset at 16 and its length at 18. The other record is at offset 20.
+        // Offsets in `usb`:
+        //   4   length of the two records plus 9
+        //   14  record of the device descriptor: at 16 the descriptor's offset, at 18 its length
+        //   20  record of the configuration descriptor
         const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
         const std::string record(usb.begin() + 14, usb.begin() + 20);
         const FileEntry second = patched(patched(usb, 20, record), 14, "\2");

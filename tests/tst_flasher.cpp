@@ -1,8 +1,12 @@
 // Checks the programming sequence by a journal of its transfers, delays and reports. The journal's entries:
-//   F004?01  asks for 1 byte at chip address F004    A  collects the answer
-//   F0E2=0A  writes 0A to chip address F0E2          D0100  sends image data for offset 0x100 of the chunk
-//   E  erases    C  commits    X  ends programming   s20  sleeps 20 ms
-//   r132  reports the progress range 0 to 132        p  reports progress by one
+//   F004?01      requests 1 byte at chip address F004
+//   A            fetches the answer
+//   F0E2=0A      writes 0A to chip address F0E2
+//   D0100        sends image data for offset 0x100 of a chunk of 4096 bytes
+//   E, C, X      erases, commits, ends programming
+//   s20          sleeps 20 ms
+//   r132         reports the progress range 0 to 132
+//   p            reports that the progress has grown by 1
 //   ok, error 1  reports the outcome, before the device is closed
 
 #include <QtTest>
@@ -16,7 +20,7 @@
 
 namespace {
 
-/// Values that a row has in place of a chip identifier if its run must fail for one of these reasons.
+/// Special values of the column "chip". Each is a reason for which the run must fail.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)

@@ -24,9 +24,10 @@ namespace {
 
 constexpr std::uint32_t packetMs = 20;
 constexpr std::uint32_t sectorEraseMs = 4000;
-constexpr std::uint32_t serviceStopMs = 100; // time between queries while the service stops
+constexpr std::uint32_t serviceStopMs = 100; // time between two queries of a stopping service
 constexpr std::uint32_t serviceStartMs = 1000;
-constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< state of the GUI thread before the update
+/// The execution state of the GUI thread before the update.
+constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED;
 
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
@@ -93,7 +94,7 @@ struct Run : PairedComputer
     QPushButton* closeButton() const { return find<QPushButton>(*dialog, "closeButton"); }
 
     bool areEndpointsRestored() { return machine.audioEndpoints().defaultsSet().size() == 6; }
-    /// @return whether the computer is kept awake, and a user cannot end the session but sees the reason.
+    /// @return true if the computer is kept awake, the user cannot end the session, and the user sees why.
     bool isAwake()
     {
         Session& session = machine.session();
@@ -108,7 +109,7 @@ struct Run : PairedComputer
     }
 
     /// Destroys the dialog, and opens the gate while the dialog's destructor runs.
-    /// @return the number of updaters at whose destruction the audio service runs, the endpoints are
+    /// @return how many updaters are destroyed in the right state: the audio service runs, the endpoints are
     /// restored, and isAwake() returns the same as before destroyDialog().
     int destroyDialog()
     {
@@ -130,8 +131,9 @@ struct Run : PairedComputer
     std::unique_ptr<FlashingDialog> dialog;
 };
 
-/// Tries to close the dialog by Escape and by X, then minimises it. @return whether the dialog stays open,
-/// with its warning enabled and its Close button disabled, and the computer is kept awake.
+/// Tries to close the dialog by Escape and by X, then minimises the dialog.
+/// @return true if the dialog stays open, its warning is enabled, its Close button is disabled, and the
+/// computer is kept awake.
 bool isClosingRefused(Run& run)
 {
     run.ask(false);
@@ -237,7 +239,8 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theRunEndsWithTheLastReport_data()
 {
-    // The row's name lists the reports in order: a device's letter, and its error code or 0 for success.
+    // The row's name lists the reports in order. Each report has a device's letter and an error code
+    // (0 for success).
     const Table<QString, QString, Errors, QByteArray> table("transmitterText", "headsetText", "errors",
                                                             "closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
@@ -249,7 +252,8 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // An updater's second report changes nothing if it is a success. An error is shown for no known device.
+    // In these rows, one updater reports twice. The dialog attributes the second report to an unknown device
+    // and shows it in the headset's box.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");

@@ -1,5 +1,5 @@
 // Tests each step from a command to the bytes on the wire: the commands and queries to the chip, the HID
-// device, and the layer's feature transfers.
+// device, and the feature transfers of the platform layer.
 
 #include <QtTest>
 

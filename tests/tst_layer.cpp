@@ -1,4 +1,5 @@
-// Tests details that the layer copies from Windows, such as refused calls and repeated broadcasts.
+// Tests that the platform layer behaves as Windows does, in details such as refused calls
+// and repeated broadcasts.
 
 #include <QtTest>
 

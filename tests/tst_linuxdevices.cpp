@@ -13,7 +13,8 @@
 
 namespace {
 
-/// @return the usage page, usage and feature report length of each collection, then the descriptor's fault.
+/// @return the usage page, usage and feature report length of each collection. If the descriptor has a fault,
+/// the fault follows.
 QByteArray summaryOf(const ReportDescriptor& descriptor)
 {
     QByteArrayList parts;
@@ -101,7 +102,8 @@ void TestLinuxDevices::descriptorsAreRead()
     QFETCH(QByteArray, items);
     QFETCH(QByteArray, summary);
     const QByteArray bytes = QByteArray::fromHex(items);
-    // The memory of this copy ends with its last byte, so that a sanitizer reports a read past the end.
+    // The memory of this copy is exactly as long as the descriptor, so a sanitizer reports a
+    // read past the end.
     const std::vector<std::uint8_t> own(bytes.begin(), bytes.end());
     QCOMPARE(summaryOf(ReportDescriptor::parse(own.data(), own.size())), summary);
 }
@@ -150,7 +152,8 @@ void TestLinuxDevices::nodesAreNamedAsOnWindows()
         found << QString::fromStdWString(node.instanceId);
         for (const std::wstring& id : node.hardwareIds)
             found << QString::fromStdWString(id);
-        // The detector finds the node of a path by the instance identifier in the path.
+        // The detector finds a path's node by the node's instance identifier, so the path must
+        // contain the identifier.
         const QString path =
             QString::fromStdWString(node.interfacePath).replace(QLatin1Char('#'), QLatin1Char('\\'));
         QVERIFY(path.contains(QString::fromStdWString(node.instanceId), Qt::CaseInsensitive));
@@ -184,8 +187,8 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(device.acquire(isLocking), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // Closing the other descriptor unlocks the device. Then several users can acquire the device, and
-        // only the last release() unlocks the device again.
+        // Closing the other descriptor unlocks the device. Several users can then acquire the device. The
+        // device stays locked until the last user releases it.
         other = FileDescriptor();
         other = openAgain();
         QCOMPARE(device.acquire(true), DWORD(ERROR_SUCCESS));

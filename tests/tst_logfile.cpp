@@ -17,7 +17,7 @@
 
 namespace {
 
-/// @return the contents of all regular files below @p folder, by path.
+/// @return the path and the contents of each regular file below @p folder.
 QMap<QString, QByteArray> filesIn(const QString& folder)
 {
     QMap<QString, QByteArray> files;

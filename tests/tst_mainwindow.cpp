@@ -59,7 +59,7 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H -H -T", {start, noDevice, gone, gone, off});
     row("A1 +T +H Ax", {main, vynt1, kept, kept, off});
     row("At +T +H", {main, vynt1, fits, kept, on});
-    // No transmitter is incompatible with an archive that has no image for a transmitter.
+    // An archive without an image for a transmitter is compatible with every transmitter.
     row("Ah +T", {"start"_s, vynt1, kept, gone, off});
     row("A2 +T", {"start2"_s, other, wrong, "*Disconnected>!*Incompatible"_s, off});
     row("A2 +T +H -T", {"start2"_s, none, gone, fits, on});
@@ -79,7 +79,8 @@ void TestMainWindow::theMainPageComparesDevicesWithTheArchive_data()
     row("A1 +T +H PH PT -T", {start, none + broken, gone, fits, on});
     row("A1 +T +H PH -H +T", {start, vynt1, fits, gone, on});
     row("A2 +T +H PH", {main, other, wrong, "1.0.0>!*Incompatible"_s, off});
-    // A refresh of the page leaves the focus where the user has put it; a change of the page does not.
+    // A refresh of the page leaves the focus where the user has put it. A switch to another page
+    // resets the focus.
     row("A1 +T O Tab Tab +H", {main, vynt1, fits, fits, "Update@updateButton"_s});
     row("A1 +T +H Tab -H +H", {main, vynt1, fits, fits, "Update@openFileButton"_s});
 }
@@ -154,13 +155,15 @@ void TestMainWindow::aLongArchiveNameIsShownWhole()
     QVERIFY(!usual.isNull());
     for (const int index : {0, 60, 125, 190, 250})
         QVERIFY(picture(QString(longest).replace(index, 1, QLatin1Char('X'))) != usual);
-    // The label is too small for the name in its own font, so it draws the name in a smaller font.
+    // The label draws the name in a smaller font. oddities() measures the name in the label's own font, in
+    // which the name does not fit.
     QCOMPARE(WindowState::oddities(desk.window), " {firmwareFileName too small}"_s);
     const auto* const notes = find<QPlainTextEdit>(desk.window, "releaseNotes");
     QVERIFY(notes->height() > notes->fontMetrics().lineSpacing());
 }
 
-/// If a label interprets its text as markup, its accessible name lacks the tags.
+/// The test sets markup as the text of each label. If a label interprets the markup, the label's accessible
+/// name lacks the tags.
 void TestMainWindow::textFromOutsideIsShownAsItIs()
 {
     Desk desk("O");
@@ -310,7 +313,8 @@ void TestMainWindow::theStartScreenNamesTheArchivesGeneration()
     QCOMPARE(desk.window.maximumSize(), QSize(479, 479));
     QVERIFY(desk.window.statusBar()->isHidden());
     const QRect textArea = find(*desk.screen(), "text")->geometry(); // the same with and without a picture
-    // Shows the start screen without an archive, then with archives for picture 1, 2, none, 2, none and 1.
+    // Shows the start screen without an archive, then with archives for which the screen shows picture 1,
+    // picture 2 or no picture.
     for (const char* const archive : {"", "A1", "A2", "Ah", "A2", "Ah", "A1"}) {
         desk.take(archive);
         const bool hasGeneration = *archive != '\0' && archive[1] != 'h';

@@ -85,7 +85,7 @@ private:
             complaints << "%1: %2"_s.arg(screenName, complaint);
     }
 
-    /// Requires that every text is in the pseudo-language, except names, versions and Qt's "OK".
+    /// Requires that every text is in the pseudo-language. Exceptions are names, versions and Qt's "OK".
     void inspectLanguage()
     {
         static const QRegularExpression isName("^(VYNT\\d( FIRMWARE.*)?|vynt-.*|OK|[\\d.]*|\\s*)$"_s);

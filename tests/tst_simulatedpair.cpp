@@ -1,4 +1,5 @@
-// Checks that the simulated devices are strict: a wrong order of commands leaves wrong bytes or is refused.
+// Checks that the simulated devices are strict. If commands come in a wrong order, a device refuses a
+// command, or its memory gets wrong bytes.
 
 #include <windows.h>
 
@@ -58,7 +59,8 @@ struct KeepingBus : Bus
 const char commit[] = "FF0700FF0400000203";
 const char erase[] = "FF0A00FF040000050C000000";
 
-/// A write that must precede a commit of the first 256 bytes, and the refusal of a commit without this write.
+/// A write that a commit of the first 256 bytes needs. If this write is missing, the commit is refused with
+/// the reason `refusal`.
 struct Preparation
 {
     unsigned address;
@@ -208,7 +210,8 @@ void TestSimulatedPair::aTransferNeverReachesTheNextConnection()
 
 void TestSimulatedPair::faultsStrikeAtTheirTransfer_data()
 {
-    // In "outcomes", . is a success, x a failure, n an answer without data, w a wrong identity.
+    // "outcomes" has a character for each transfer: . for a success, x for a failure, n for an answer without
+    // data, w for a wrong identity.
     const Table<Fault, int, QByteArray, int> table("fault", "transfer", "outcomes", "struckAt");
     table.row("none", Fault::None, 1, "........", 0);
     table.row("vanishes at the first", Fault::Vanish, 1, "xxxxxxxx", 1);
@@ -289,7 +292,7 @@ void TestSimulatedPair::anOrderlyRemovalIsRefusedWhileAProgramHoldsTheDevice()
     }
 }
 
-/// At the initial speed both waits would take ten minutes.
+/// At the clock's initial speed, each of the two waits would take ten minutes.
 void TestSimulatedPair::aChangeOfSpeedShortensWaitsUnderWay()
 {
     constexpr std::uint32_t waitMs = 600000;
@@ -308,7 +311,8 @@ void TestSimulatedPair::aChangeOfSpeedShortensWaitsUnderWay()
     QVERIFY(clock.tickCount() - start >= waitMs);
 }
 
-/// A new generation needs an entry in the updater, the udev rules, the metainfo file and the simulator.
+/// A new generation of devices needs an entry in the updater, the udev rules, the metainfo file
+/// and the simulator.
 void TestSimulatedPair::identitiesAreTheSameEverywhere()
 {
     QStringList expected;

@@ -136,7 +136,8 @@ void TestStartup::theFirstReadableArchiveIsTaken()
     QDirIterator inOrder(searched.path(), QDir::Files); // lists files in the file system's order
     const QString first = isFound ? inOrder.next() : QString();
 
-    // Root may read every file. Qt checks permissions for the real user ID, so the test changes that ID.
+    // Root can read every file, whatever its permissions. Qt checks permissions for the real user ID, so the
+    // test changes the real user ID of root.
     const bool isSuperuser = geteuid() == 0;
     constexpr uid_t somebody = 65534;
     if (isSuperuser)

@@ -1,7 +1,7 @@
-// Plugs in and removes both devices, by cable or by an orderly removal, as fast as the layer reports them.
-// Meanwhile detection stops and starts. Afterwards the controller must agree with the machine about the
-// present devices, and nothing may be left open. To repeat the events of a run, set the environment variable
-// TST_STORM_SEED to the seed that the run printed.
+// Plugs in and removes both devices in quick succession, by cable or by an orderly removal, while detection
+// stops and starts. Afterwards the controller must agree with the machine about the present devices, and
+// nothing may be left open. To repeat the events of a run, set the environment variable TST_STORM_SEED to the
+// seed that the run printed.
 
 #include <random>
 #include <thread>
@@ -16,8 +16,9 @@ namespace {
 
 constexpr int eventCount = 10000;
 constexpr int warmUpEvents = 1000;
-constexpr int lastToggle = 7000;   // after this event, detection never stops: a stop would free leaked memory
-constexpr int eventsPerPause = 50; // between two pauses; in a pause, all reports are handled
+/// After this event, detection never stops, because a stop would free leaked memory and so hide the leak.
+constexpr int lastToggle = 7000;
+constexpr int eventsPerPause = 50; // number of events between two calls of waitUntilAllIsRead()
 
 /// A clock whose sleeps end at once. It does not record the sleeps, so that memory use stays constant.
 class HurriedClock : public VirtualClock
@@ -51,8 +52,8 @@ public:
         toggleDetection();
     }
 
-    /// Makes all plug and removal events, which @p usedSeed determines, on a new thread. Runs the event loop
-    /// on the calling thread until the new thread has ended.
+    /// Makes the plug and removal events on a new thread; @p usedSeed determines these events. Runs the event
+    /// loop on the calling thread until the new thread has ended.
     void rage(std::uint32_t usedSeed)
     {
         std::thread storm([this, usedSeed] {
@@ -112,8 +113,8 @@ private:
         unread += isAllRead ? 0 : 1;
     }
 
-    /// Removes a device. If @p how is 0, requests a removal while another user has the device open, which
-    /// must be refused. If @p how is 1, requests a removal without another user, then pulls the cable.
+    /// Removes a device. If @p how is 0, requests a removal that must be refused, because another user has
+    /// the device open. If @p how is 1, requests a removal without another user, then pulls the cable.
     /// Otherwise, only pulls the cable.
     void remove(DeviceType type, unsigned how)
     {
@@ -185,8 +186,9 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // Without another user, a removal is refused only while the detector stops or a read ends, because
-        // the device can then be open but not watched. Such refusals are rare: most requests must be granted.
+        // While the detector stops or a read ends, a device can be open but not watched. If no other user has
+        // the device open, a removal is refused only at such a moment. These moments are rare, so most
+        // requests must be granted.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
         QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified devices

@@ -19,7 +19,8 @@ constexpr HidIdentity normalHeadset{0x7A31, 0x0006};
 constexpr HidIdentity programmingHeadset{0x170D, 0x0101};
 constexpr std::uint32_t packetDelayMs = 20;
 
-/// A computer with both devices plugged in, and an attempt that the gate holds after the first data packet.
+/// A computer with both devices plugged in, and an attempt to update one of them. The gate holds the attempt
+/// after its first data packet.
 struct HeldDownload : PairedComputer
 {
     explicit HeldDownload(DeviceType type)
@@ -108,8 +109,8 @@ void TestUpdater::aDeviceInNormalModeGetsTheRequestToLeave()
     QCOMPARE(computer.tree.openings().size(), std::size_t(1));
 }
 
-/// The device arrives in programming mode, and is removed, before the transfer that asks it to leave normal
-/// mode has returned.
+/// The first transfer asks the device to leave normal mode. Before this transfer returns, the device arrives
+/// in programming mode and is removed again.
 void TestUpdater::aDeviceThatLeavesAtOnceIsNoticed()
 {
     HidFixture computer(normalHeadset);
@@ -217,7 +218,8 @@ void TestUpdater::aDeviceThatCannotBeOpenedEndsTheAttempt()
 
 void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt_data()
 {
-    // Transfer 1 asks the device to leave normal mode. "logged" is what follows "Failed in phase" in the log.
+    // "logged" is the text after "Failed in phase" in the log. The log does not count transfer 1, which asks
+    // the device to leave normal mode.
     const Table<int, int, QByteArray, QByteArray> table("type", "transfer", "outcome", "logged");
     table.row("leave", Headset, 1, "error 1", "leave, code 1");
     table.row("identify", Headset, 3, "error 3", "identify at transfer 2, code 3");
@@ -238,7 +240,8 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     const auto kind = static_cast<DeviceType>(type);
     SimulatedDevice& device = computer.pair.device(kind);
     device.setFault(Fault::Vanish, transfer);
-    // Virtual time has no delays, so onVanished makes the flasher wait until the updater knows of the loss.
+    // In virtual time, the flasher could end before the updater knows that the device is lost. onVanished
+    // therefore makes the flasher wait for the updater.
     device.onVanished = [this] {
         if (QThread::currentThread() != thread())
             QMetaObject::invokeMethod(
@@ -259,8 +262,8 @@ void TestUpdater::aDeviceLostWhileProgrammedEndsTheAttempt()
     QCOMPARE(computer.pair.device(kind == Headset ? Transmitter : Headset).transfers().count, 0);
 }
 
-/// The system reuses the value of the transmitter's closed handle for the headset. The transmitter's flasher
-/// ends before the headset's flasher.
+/// The system gives the value of the transmitter's closed handle to the headset's new handle. The
+/// transmitter's flasher ends before the headset's flasher.
 void TestUpdater::aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone()
 {
     HeldDownload computer(Transmitter);
@@ -288,7 +291,7 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
     QVERIFY(!computer.tree.requestRemoval(path));
     computer.gate.open();
     TRY_COMPARE(computer.attempt.text(), "range 0, error 1");
-    // The detector of the first attempt still holds the handle that it has reopened.
+    // The detector of the first attempt still has the device open: it has reopened the device's handle.
     Attempt again(path, Headset, computer.images[Headset]);
     again.updater->flashDevice();
     TRY_COMPARE(again.text(), "range 0, finished");

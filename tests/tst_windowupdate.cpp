@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t serviceStopMs = 100; // time between queries while the service stops
+constexpr std::uint32_t serviceStopMs = 100; // time between two queries of a stopping service
 constexpr std::uint32_t serviceStartMs = 1000;
 
 const QString compatibility =
@@ -31,8 +31,8 @@ bool isQuestion(const QWidget& modal)
            box->buttonRole(box->defaultButton()) == QMessageBox::AcceptRole;
 }
 
-/// Gives the answer y, n or Esc to the question in @p modal. Any other @p answer is a step for the desk,
-/// which is taken while the question is open.
+/// Answers the question in @p modal if @p answer is y, n or Esc. Otherwise, carries out @p answer as a step
+/// of the desk while the question is open.
 bool giveAnswer(Desk& desk, const QByteArray& answer, QWidget& modal)
 {
     if (answer == "n")
@@ -74,8 +74,9 @@ private Q_SLOTS:
 
 void TestWindowUpdate::questionsDecideWhetherAnUpdateStarts_data()
 {
-    // An answer is y, n, Esc, or a step such as "-T" that the Desk carries out while the question is open.
-    // The last column has the letters of the devices that the dialog updates. It is empty without an update.
+    // An answer is y, n, Esc, or a step such as "-T" that the Desk carries out while the question is
+    // open. The last column has the letters of the devices that the dialog updates. It is empty if
+    // no update starts.
     const Table<QByteArray, QByteArray, QStringList, QByteArray> table("steps", "answers", "questions",
                                                                        "updated");
     const auto row = [&table](const QByteArray& steps, const QByteArray& answers,
@@ -170,7 +171,8 @@ void TestWindowUpdate::aCancelledUpdateLeavesTheDevicesThatAreStillThere()
 void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 {
     Desk desk("A1 +T +H");
-    // Sends Enter to the widget with the focus, as the window system does. A held key repeats.
+    // Sends Enter to the widget with the focus, as the window system does. If isHeld is true, the press is an
+    // automatic repetition of a held key.
     const auto press = [](const QWidget& window, bool isHeld) {
         for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
             QKeyEvent event(type, Qt::Key_Return, Qt::NoModifier, QString(), isHeld);
@@ -199,7 +201,7 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
     QCOMPARE(desk.screenState(), pairing);
     QVERIFY(desk.window.statusBar()->isHidden());
 
-    // The screen ignores Override, the removal of devices, and keys that were meant for the dialog.
+    // The pairing screen ignores Override, the removal of devices, and keys that were meant for the dialog.
     press(desk.window, false);
     letScreenSettle();
     press(desk.window, true);
@@ -216,8 +218,8 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    // A row's name has an error code for each updater, 0 for success. If isOverridden is true, the user
-    // chooses Override while the report is shown.
+    // A row's name has a digit for each updater: its error code, or 0 for success. If isOverridden is true,
+    // the user chooses Override while the report is shown.
     const Table<QString, bool> table("reason", "isOverridden");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "
@@ -254,7 +256,7 @@ void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
         "VYNT1 FIRMWARE|Update was unsuccessful.\n"_s + reason + "\n| Back Close@closeButton"_s;
     QCOMPARE(desk.screenState(), state);
 
-    // The failure report is shown until the user leaves it, whichever devices come or go.
+    // The failure report is shown until the user leaves it, even if devices arrive or are removed.
     for (const DeviceType type : bothTypes)
         desk.pair.device(type).clearFault();
     desk.plug('H', true);

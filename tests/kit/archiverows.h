@@ -9,7 +9,7 @@
 #include "rawzip.h"
 #include "smallimage.h"
 
-using Archive = std::function<QByteArray()>; // called when the test runs the row
+using Archive = std::function<QByteArray()>; // builds an archive when the test runs the row
 Q_DECLARE_METATYPE(Archive)
 
 /// Adds rows with archives to a test that has the columns "archive" and "outcome".
@@ -20,10 +20,10 @@ using RawZip::Stored;
 
 const QString failed = QStringLiteral("failed");
 
-constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked bytes of one entry
+constexpr int entryLimit = 64 * 1024 * 1024; ///< unpacked bytes allowed in one entry
 constexpr int notesLimit = 1024 * 1024;
 constexpr int restLimit = 1024 * 1024;        ///< unpacked bytes allowed after an entry of entryLimit bytes
-constexpr int packedLimit = 16 * 1024 * 1024; ///< packed bytes of all entries together
+constexpr int packedLimit = 16 * 1024 * 1024; ///< packed bytes allowed in all entries together
 constexpr int directoryLimit = 1024 * 1024;
 
 inline RawEntry changed(RawEntry entry, const std::function<void(RawEntry&)>& change)
@@ -62,7 +62,7 @@ inline RawEntry headsetEntry()
     return RawZip::entry("h.ef", imageText(6), Deflated);
 }
 
-/// @return a function that sets an entry's method to bzip2 and its packed bytes to @p packed.
+/// @return a function that sets an entry's compression method to bzip2 and its packed bytes to @p packed.
 inline std::function<void(RawEntry&)> bzip2(const QByteArray& packed)
 {
     return [=](RawEntry& e) {
@@ -79,9 +79,9 @@ inline QByteArray bzip2OfNew()
                                "020000802000219A68334D133C5DC914E14241E6FD2154");
 }
 
-/// Adds a row for an archive with an intact image for a headset and two images for a transmitter, one
-/// deflated and one stored. @p change damages both images for the transmitter. The row expects that
-/// the image for the headset loads and that the damaged images do not.
+/// Adds a row for an archive with two transmitter images, one deflated and one stored, and an intact headset
+/// image. @p change damages both transmitter images. The row expects that the headset image loads and that
+/// the transmitter images do not.
 inline void addDamaged(const char* name, const std::function<void(RawEntry&)>& change)
 {
     addRow(name, headsetOnly(), [=] {
@@ -183,8 +183,8 @@ inline void addReleaseNotes()
     addNotes("notes above the limit", notes(QByteArray(notesLimit + 1, 'n')));
 }
 
-/// @return an archive entry with a transmitter's image and @p packedBytes packed bytes. Most of these bytes
-/// belong to blocks that unpack to nothing.
+/// @return an archive entry with a transmitter's image. Blocks that unpack to nothing fill the entry up to
+/// @p packedBytes packed bytes.
 inline RawEntry behindEmptyBlocks(int packedBytes)
 {
     const QByteArray block("\0\0\0\xFF\xFF", 5);
@@ -233,7 +233,7 @@ inline void addLargeImages()
     addRow("packed above the limit", headsetOnly(), packed(packedLimit + 1));
 }
 
-/// @return an archive whose directory has @p bytes bytes. The directory lists many useless entries, whose
+/// @return an archive with a ZIP directory of @p bytes bytes. The directory lists many useless entries, whose
 /// names end with @p suffix, and then a headset's image.
 inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
 {
@@ -253,8 +253,8 @@ inline QByteArray manyEntries(int bytes, const QByteArray& suffix)
     return RawZip::archive(all);
 }
 
-/// @return an archive whose useless entries have as many extra fields as fit into an entry. Walking through
-/// all these fields takes long.
+/// @return an archive with many useless entries, each with as many extra fields as fit. Walking through all
+/// these fields takes a long time.
 inline QByteArray manyExtraFields()
 {
     std::vector<RawEntry> all(253, changed(RawZip::entry("e", ""), [](RawEntry& e) {
@@ -266,8 +266,8 @@ inline QByteArray manyExtraFields()
     return RawZip::archive(all);
 }
 
-/// @return a function that builds an archive of two images and then destroys the directory's record of one of
-/// them: of the first if @p number is 0, of the second if it is 1.
+/// @return a function that builds an archive of two images, then destroys the record of image @p number
+/// (0 or 1) in the archive's directory.
 inline Archive withoutRecord(int number)
 {
     return [=] {

@@ -12,7 +12,7 @@
 #include "firmwareupdater.h"
 #include "presentdevices_p.h"
 
-/// @return the record that a detector would make of the interface with the path @p path.
+/// @return the record that a detector creates for the interface @p path.
 inline DeviceInstance recordOf(const std::wstring& path)
 {
     DeviceInstance record;
@@ -47,7 +47,7 @@ public:
     /// The timer that ends the wait for programming mode.
     QTimer& timer() const { return *updater->findChild<QTimer*>(); }
 
-    /// From now on, releases `arrivals` once for each arrival that the updater's detector reports.
+    /// Makes `arrivals` count the arrivals that the updater's detector reports from now on.
     void watchArrivals()
     {
         const auto* const listener = updater->findChild<DeviceListener*>();

@@ -9,11 +9,12 @@
 #include "logcapture.h"
 #include "simulatedmachine.h"
 
-/// Stops the first thread that sleeps for a given number of milliseconds, until a test opens the gate.
+/// Holds a thread in its sleep until a test opens the gate. The held thread is the first one that sleeps for
+/// the number of milliseconds that was passed to close().
 class Gate
 {
 public:
-    /// Makes the next thread that sleeps for @p ms milliseconds wait until open() is called.
+    /// Closes the gate for the next thread that sleeps for @p ms milliseconds. That thread waits for open().
     void close(std::uint32_t ms)
     {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -52,9 +53,10 @@ private:
     bool reached = false;
 };
 
-/// A simulated computer without devices, in virtual time. While it exists, the Windows functions act on it,
-/// and log messages are captured. Before you destroy the computer, destroy all objects that use it. Only
-/// tasks of the global thread pool may still use it, because its destructor waits for them.
+/// A simulated computer without devices, in virtual time. While the computer exists, the Windows
+/// functions act on it, and log messages are captured. Destroy all objects that use the computer before
+/// the computer itself. Tasks of the global thread pool are an exception, because the computer's
+/// destructor waits for them.
 class Computer
 {
 public:

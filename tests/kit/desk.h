@@ -35,7 +35,7 @@ struct Desk : PairedComputer
     ///     Ax              tries to load a folder as an archive
     ///     +T, -T, +H, -H  plugs the transmitter or the headset in, or unplugs it
     ///     +U, -U, +V      plugs in or unplugs a transmitter (U) or headset (V) that cannot be identified
-    ///     PT, PH          switches transmitter or headset to programming mode, as an interrupted update does
+    ///     PT, PH          switches the transmitter or the headset to programming mode
     ///     O               chooses Override from the system menu
     ///     Tab             presses the Tab key
     void take(const QByteArray& step)
@@ -58,9 +58,10 @@ struct Desk : PairedComputer
         }
     }
 
-    /// Writes an archive with release notes, an image for a transmitter of @p generation (none if that number
-    /// is 0), and, if @p hasHeadset, an image for a headset. All desks share the archive, so it is written
-    /// only once. @return the archive's path; empty if writing fails.
+    /// Writes an archive with release notes, an image for a transmitter of @p generation, and, if
+    /// @p hasHeadset, an image for a headset. If @p generation is 0, the archive has no image for a
+    /// transmitter. All desks share the archive, so it is written only once.
+    /// @return the archive's path; empty if writing fails.
     static QString archive(int generation, bool hasHeadset)
     {
         static const QTemporaryDir folders[2]; // the name is the same with and without a headset's image
@@ -158,10 +159,10 @@ struct Desk : PairedComputer
 
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
 
-    /// @return "page|connected|error|transmitter|headset|button@focus", then all oddities. The page is
-    /// "main", or "start" followed by the generation in the start page's picture and by the page's buttons.
-    /// Each device is shown by two versions: "installed>in the archive". The button is "Update", or "-" if it
-    /// is disabled.
+    /// @return "page|connected|error|transmitter|headset|button@focus", followed by the faults that
+    /// oddities() reports. The page is "main", or "start" followed by the generation in the start page's
+    /// picture and by the page's buttons. Each device is shown by two versions: "installed>in the archive".
+    /// The button is "Update", or "-" if it is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
@@ -180,8 +181,8 @@ struct Desk : PairedComputer
                oddities();
     }
 
-    /// @return the info screen's "title|text|picture Back Close@focus", without the buttons that are hidden,
-    /// then all oddities.
+    /// @return the info screen's "title|text|picture Back Close@focus", without buttons that are hidden,
+    /// followed by the faults that oddities() reports.
     QString screenState() const
     {
         const QString parts = WindowState::pictureOf(*find(*screen(), "image")) + screenButtons() +
@@ -203,8 +204,8 @@ private:
                text(screen()->closeButton()->isHidden() ? "" : " Close");
     }
 
-    /// @return the faults that WindowState::oddities() reports, then one fault for each page whose
-    /// descriptions for a screen reader differ from the texts that the page shows.
+    /// @return the faults that WindowState::oddities() reports, followed by a fault for each page whose
+    /// descriptions for screen readers differ from the texts on the page.
     QString oddities() const
     {
         const auto shown = [this](const char* name) { return find(*mainPage, name)->text(); };

@@ -11,8 +11,8 @@
 #include "scriptedchip.h"
 
 /// A computer with a device controller that has not started detection, and a journal of the controller's
-/// signals: "+1" for an arrival of device type 1, "-1" for its removal, "?1" for a removal after which the
-/// controller still reports the type as connected.
+/// signals. "+1" is an arrival of device type 1, and "-1" is its removal. A removal is "?1" if the controller
+/// still reports the type as connected.
 class Detection : public Computer
 {
 public:
@@ -26,7 +26,7 @@ public:
         QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
             reports << (controller.isConnected(type) ? "?" : "-") + QByteArray::number(type);
         });
-        // Counts each arrival on the detector's thread, before the controller handles the arrival.
+        // Counts each arrival on the detector's thread. The controller handles the arrival later.
         const auto* const listener = controller.findChild<DeviceListener*>();
         QObject::connect(
             listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },

@@ -12,10 +12,10 @@ std::atomic<std::size_t> liveBlocks{0};
 
 } // namespace
 
-// A sanitizer checks memory through its own operators new and delete, which these operators would replace.
+// A build with sanitizers keeps the sanitizer's own operators new and delete, which check memory.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-// The linker uses these operators in the whole program, Qt included.
+// The whole program, Qt included, uses these operators.
 
 void* operator new(std::size_t size)
 {

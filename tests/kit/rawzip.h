@@ -51,8 +51,8 @@ inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method
     return made;
 }
 
-/// @return @p entry, but with its packed size and the unpacked size @p bytes in an extra field, as in
-/// archives of more than 4 GiB.
+/// @return @p entry with its sizes in an extra field, as in archives of more than 4 GiB. The packed size is
+/// that of @p entry, and the unpacked size is @p bytes.
 inline RawEntry inZip64(RawEntry entry, quint64 bytes)
 {
     QDataStream extra(&entry.extra, QIODevice::WriteOnly);
@@ -72,7 +72,7 @@ inline void writeCommon(QDataStream& stream, const RawEntry& entry)
            << static_cast<std::uint16_t>(entry.extra.size());
 }
 
-/// @param declaredEntries  number of entries that the end record declares; -1 means the true number. If 65535
+/// @param declaredEntries  number of entries that the end record declares; -1 for the true number. If 65535
 ///                         or more entries are declared, the archive has a ZIP64 end record as well.
 inline QByteArray archive(const std::vector<RawEntry>& entries, qint64 declaredEntries = -1)
 {

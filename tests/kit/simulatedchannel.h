@@ -6,8 +6,8 @@
 #include "utilities.h"
 #include "waiting.h"
 
-/// The command channel of a simulated device, opened through the layer. Once the device is unplugged or
-/// restarts, every transfer fails.
+/// The command channel of a simulated device, opened through the platform layer. Once the device is unplugged
+/// or restarts, every transfer fails.
 class Channel
 {
 public:
@@ -33,7 +33,7 @@ public:
                                          {bytes.begin(), bytes.end()});
     }
 
-    /// Requests @p count bytes at the chip's @p address. answer() then fetches them.
+    /// Requests @p count bytes at the chip's @p address. Call answer() to fetch these bytes.
     bool ask(unsigned address, int count)
     {
         return hid && HidUtilities::requestMemoryRead(hid, HidUtilities::lowByte(address),

@@ -25,7 +25,7 @@ inline void letScreenSettle()
 class User : public QObject
 {
 public:
-    /// Does something with a modal window. Returns false if it must be called again.
+    /// Acts on a modal window. If the window is not ready for the act, returns false, and User tries again.
     using Act = std::function<bool(QWidget& modal)>;
 
     explicit User(std::vector<Act> actsInOrder)

@@ -16,9 +16,8 @@
 
 #include "literals.h"
 
-/// Describes in text what a window shows to a user and offers to a screen reader. Rules that hold for
-/// every screen, such as that no widgets overlap, are left out. Instead, oddities() reports each violation of
-/// these rules.
+/// Describes in text what a window shows to a user and offers to a screen reader. Faults that no screen may
+/// have, such as overlapping widgets, are not described here. oddities() reports these faults.
 namespace WindowState {
 
 inline QString accessibleText(const QWidget* widget, QAccessible::Text kind)
@@ -57,7 +56,7 @@ inline QString pictureOf(const QLabel& label)
     return "unknown picture"_s;
 }
 
-/// @return the background of @p label: the most frequent colour in the area of its text.
+/// @return the background of @p label: the most frequent colour in the area of the label's text.
 inline QColor backgroundOf(const QLabel& label)
 {
     const QPixmap pixmap = const_cast<QLabel&>(label).grab();
@@ -103,7 +102,7 @@ inline QSize neededSize(const QWidget& widget)
     return needed;
 }
 
-/// @return whether a screen reader has no name for @p widget but needs one.
+/// @return whether @p widget needs a name for screen readers but has none.
 inline bool isNameless(const QWidget& widget)
 {
     if (qobject_cast<const QProgressBar*>(&widget)) // Qt reports a nameless bar's value as its name
@@ -141,8 +140,8 @@ inline void layOut()
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 }
 
-/// Reports faults that no screen may have: each widget inside @p widget whose geometry, background,
-/// accessible name or description is wrong.
+/// Reports faults that no screen may have: a wrong geometry, background, accessible name or description of a
+/// widget inside @p widget.
 inline QString oddities(const QWidget& widget)
 {
     layOut();
