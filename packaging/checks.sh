@@ -1,5 +1,4 @@
-# Defines the functions check and within, and counts failed checks. Sourced by the scripts that check the packages, on
-# Wine and on the Linux kernel.
+# Defines the functions check and within, and counts failed checks. The checks of both packages source this file.
 
 failures=0
 

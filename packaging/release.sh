@@ -1,9 +1,9 @@
 #!/bin/sh
-# release.sh [--dry-run]: builds and checks both packages, and runs tests and benchmarks. Then collects in build/report
-# everything that a release consists of: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and
-# REPORT.md. Refuses to make a release if the tree has uncommitted changes or one of these is missing: a new version,
-# a licence, a real address, UPDATER_SIGN (the command that signs the Windows programs). A dry run lists these obstacles
-# in REPORT.md and continues. Both kinds of run fail if a check fails or cannot run.
+# release.sh [--dry-run]: builds and checks both packages, and runs tests and benchmarks. Then puts the whole release
+# into build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and REPORT.md. Requires a
+# tree without uncommitted changes, a new version, a licence, a real address, and UPDATER_SIGN (the command that signs
+# the Windows programs). If any of these is missing, refuses to make a release. A dry run lists in REPORT.md what is
+# missing, and continues. Both kinds of run fail if a check fails or cannot run.
 set -e
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
@@ -42,7 +42,7 @@ step() {
     echo "$name: $(($(date +%s) - start)) s" | tee -a "$report/times"
 }
 
-# checked NAME: fails if a check in the log of the step NAME failed, or if the log has no check that holds.
+# checked NAME: fails if the log of the step NAME contains a failed check, or no successful check.
 checked() {
     grep -q '^holds: ' "$logs/$1.log" && ! grep -q '^FAILED: ' "$logs/$1.log" || fail "$1 did not run all its checks."
 }

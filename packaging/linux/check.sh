@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks the package that build.sh made. First installs the package in a bare Debian and starts the program on an X
-# server. Then boots this Debian with Debian's kernel in a virtual machine, with simulated devices behind /dev/uhid.
-# Every check prints a line; the exit status is 0 if all checks hold. Pictures and logs go to build/linux/check.
+# server. Then boots this Debian in a virtual machine and simulates devices with /dev/uhid. Every check prints a line;
+# the exit status is 0 if all checks hold. Pictures and logs go to build/linux/check.
 set -e
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
@@ -10,13 +10,13 @@ cd "$(dirname "$0")/../.."
 deb=$(echo build/linux/*.deb)
 [ -f "$deb" ] || fail "There is no package; run packaging/linux/build.sh first."
 
-# The folder that keeps the bare Debian between runs. The packages that the checks need are installed in this Debian.
+# This folder keeps the bare Debian, with the packages that the checks need, between runs.
 cache=${UPDATER_LINUX_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-linux}
 mkdir -p "$cache" || fail "Cannot create the folder $cache"
 bare=$cache/debian
 work=$cache/check
 results=build/linux/check
-# The packages that the checks need in the bare Debian. They provide systemd, a login session, and a desktop.
+# These packages provide systemd, a login session and a desktop for the checks in the bare Debian.
 root_packages="dbus fonts-dejavu-core imagemagick kmod libpam-systemd openbox polkitd procps systemd-sysv udev x11-utils xdotool xvfb"
 limit_s=2400 # time limit of the virtual machine; enough on a busy computer
 
@@ -35,12 +35,12 @@ as_root cp -r packaging/linux/check/. packaging/checks.sh build/release/bench/be
     build/release/packaging/linux/check/pair "$deb" "$work/check"
 as_root cp /bin/busybox "$work/check" # provides chvt
 as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/lib/systemd/system"
-# suspend.conf makes systemd record how many updates have finished, instead of suspending. logind.conf makes logind
-# react to the lid as soon as logind has started.
+# suspend.conf: instead of suspending the machine, systemd records how many updates have finished. logind.conf: logind
+# reacts to the lid as soon as logind has started, without the usual delay.
 as_root mkdir -p "$work/etc/systemd/system/systemd-suspend.service.d" "$work/etc/systemd/logind.conf.d"
 as_root cp "$work/check/suspend.conf" "$work/etc/systemd/system/systemd-suspend.service.d"
 as_root cp "$work/check/logind.conf" "$work/etc/systemd/logind.conf.d"
-# Tells updates.sh how many rows of the fault matrix to run, and the seed that draws these rows.
+# updates.sh reads these settings: how many rows of the fault matrix to run, and the seed that draws these rows.
 echo "rows=${UPDATER_FAULT_ROWS:-24} seed=${UPDATER_FAULT_SEED:-$(date +%s)}" | as_root tee "$work/check/settings" >/dev/null
 rm -rf "$results"
 mkdir -p "$results"

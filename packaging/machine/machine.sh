@@ -1,21 +1,20 @@
 # Makes Debian systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its
-# processor, so it runs 32-bit programs on every computer. The scripts that check the packages source this file at the
-# root of the sources, after scripts/packages.sh.
+# processor, so the machine runs 32-bit programs on every computer. The scripts that check the packages source this file
+# at the root of the sources, after scripts/packages.sh.
 #
 # machine_install                      Installs the programs that the functions below need, and downloads the kernel.
 # machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
-#       Makes a Debian system in FOLDER, of the same release as this computer's. Does nothing if an earlier call with
+#       Makes a Debian system in FOLDER, of the release that this computer runs. Does nothing if an earlier call with
 #       the same arguments has made the system. In the new system, runs the shell commands BEFORE, installs PACKAGES,
 #       and runs the shell commands AFTER. Messages go to FOLDER.log.
-# machine_enter FOLDER COMMAND...      Runs COMMAND in the Debian system in FOLDER, in new namespaces. All processes
-#                                      that COMMAND started end with COMMAND.
+# machine_enter FOLDER COMMAND...      Runs COMMAND in the Debian system in FOLDER, in new namespaces. When COMMAND
+#                                      ends, the kernel ends all processes that COMMAND started.
 # machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
 # machine_boot IMAGE LOG LIMIT_S FIRST [PARAMETER...]
 #       Boots the disk IMAGE and passes each PARAMETER to the kernel. FIRST is a program on the disk: /sbin/init, or a
 #       script with execute permission. FIRST runs as process 1, with only the root file system and /dev mounted. The
-#       machine stops when it powers off, when FIRST exits, or after LIMIT_S seconds. Everything that is printed on
-#       /dev/console (/dev/ttyS0) goes through machine_output to LOG. Succeeds if exactly one line of LOG is
-#       "checks: all hold".
+#       machine stops when it powers off, when FIRST exits, or after LIMIT_S seconds. machine_output writes the output
+#       of the machine's console (/dev/ttyS0) to LOG. Succeeds if exactly one line of LOG is "checks: all hold".
 # machine_output LOG                   Writes the standard input to LOG. Lines that start with "holds:", "FAILED:",
 #                                      "checks:" or "| " also go to the standard output, as soon as they arrive.
 # machine_take IMAGE FOLDER TARGET     Copies FOLDER from the disk image of a stopped machine into the folder TARGET.
@@ -91,7 +90,7 @@ machine_debian() (
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
-    # Uses only the release's repository, without later updates, so that the package lists of all architectures match.
+    # Uses the release's repository without later updates, because the package lists of all architectures must match.
     as_root debootstrap --variant=minbase "$release" "$folder" "$repository" >"$folder.log" 2>&1 &&
         machine_enter "$folder" sh -ec "$before
             apt-get update
@@ -113,7 +112,7 @@ machine_disk() (
 machine_boot() (
     image=$1 log=$2 limit_s=$3 first=$4
     shift 4
-    # Programs under Wine print control sequences for a terminal; sed removes these sequences.
+    # The output of programs under Wine contains control sequences for terminals; sed removes these sequences.
     # shellcheck disable=SC2094
     timeout "$limit_s" qemu-system-x86_64 -accel tcg,thread=multi -cpu qemu64 -smp 2 -m 2048 -no-reboot -nic none \
         -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \

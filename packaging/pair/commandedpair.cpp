@@ -46,7 +46,7 @@ CommandedDevice::CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOpt
 SimulatedDevice::Setup CommandedDevice::setup(const ImageOptions& wanted, int chipId, int revision) const
 {
     ImageOptions installed = wanted;
-    installed.version = "1.0.0.20240131.1207"; // this version takes two rows of 16 bytes in an answer
+    installed.version = "1.0.0.20240131.1207"; // in an answer this text takes two rows of 16 bytes
     installed.seed = 99;
     const int port = type == DeviceType::Transmitter ? 1 : 2;
     return {type, chipId, revision, ImageBuilder::build(installed), port, report};
@@ -91,8 +91,8 @@ void CommandedDevice::judge() const
         report(name + ": refused: " + refusal);
 }
 
-/// Prints a regular expression for the result that the updater must log. Prints another line if the memory
-/// must equal the image but does not.
+/// Prints a regular expression for the result that the updater must log. Prints a second line if the memory
+/// must equal the image but differs.
 void CommandedDevice::expect() const
 {
     const Expectation expected = expectationFor(armed, device.struckAt(), Verdict::commits(image), true);

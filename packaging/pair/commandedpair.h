@@ -10,8 +10,8 @@
 /// Prints the seconds since the first call of report(), and then @p text. Thread-safe.
 void report(const std::string& text);
 
-/// A simulated transmitter or headset, and its new image. At first the device is unplugged and holds an older
-/// firmware. Prints each event of the device.
+/// A simulated transmitter or headset, and the image for its update. At first the device is unplugged and
+/// holds an older firmware. Prints each event of the device.
 class CommandedDevice
 {
 public:
@@ -44,8 +44,8 @@ private:
 ///                                   again when the phase has its next transfer
 ///     fault DEVICE NAME TRANSFER    arms the bench's fault NAME, which strikes at transfer TRANSFER or later
 ///     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
-///     expectation                   prints how an update with the armed faults must have ended
-///     verdict                       prints versions, and whether each memory equals its image
+///     expectation                   prints the results that the updater must log for the armed faults
+///     verdict                       prints each device's versions, and whether its memory equals its image
 ///
 /// DEVICE is "transmitter" or "headset". A command without DEVICE is for both devices.
 class CommandedPair

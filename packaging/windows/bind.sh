@@ -1,7 +1,7 @@
 #!/bin/sh
 # bind.sh PROGRAM: strips a 32-bit Windows program. Then it writes the address of the load configuration (see
-# systemlibraries.cpp) into the program's header, because the linker does not. Windows 10 (version 1607) and later then
-# resolve the program's imports in the system's folder only.
+# systemlibraries.cpp) into the program's header, because the linker does not write this address. Windows 10 (version
+# 1607) and later then resolve the program's imports in the system's folder only.
 set -e
 program=$1
 tools=i686-w64-mingw32
@@ -22,7 +22,7 @@ number_at() {
 symbol=$($tools-nm "$program" | sed -n 's/ . __load_config_used$//p')
 [ -n "$symbol" ] || { echo "$program has no load configuration" >&2; exit 1; }
 base=$($tools-objdump -p "$program" | sed -n 's/^ImageBase[[:space:]]*//p')
-SOURCE_DATE_EPOCH=0 $tools-strip "$program" # keeps the time of this run out of the header
+SOURCE_DATE_EPOCH=0 $tools-strip "$program" # keeps the current time out of the header
 header=$(number_at 60)
 directory=$((header + 24 + 96 + 10 * 8)) # skips signature, file header, optional header, 10 directories
 size=72                                  # size of IMAGE_LOAD_CONFIG_DIRECTORY32

@@ -7,12 +7,12 @@ cd "$(dirname "$0")/../.."
 . packaging/windows/common.sh
 
 jobs=$(nproc)
-# If ccache had a base folder, the names of source files in the program would change.
+# With a base folder ccache would change the names of source files in the program.
 export CCACHE_BASEDIR=
 qt_source=$cache/src/qtbase-opensource-src
 quazip_source=$cache/src/libquazip1-qt5
-# The parts of Qt that are left out: tabletevent because the distribution's sources lack a header for it, the others
-# because the updater does not use them.
+# These parts of Qt are left out. The distribution's sources lack a header for tabletevent; the updater uses none of
+# the other parts.
 unused="sql network testlib xml printer tabletevent direct2d direct2d1_1 vulkan graphicsview
     calendarwidget colordialog columnview commandlinkbutton datawidgetmapper dial errormessage fontcombobox fontdialog
     inputdialog keysequenceedit lcdnumber mdiarea progressdialog splashscreen syntaxhighlighter systemtrayicon toolbox
@@ -28,12 +28,12 @@ qt_options="-opensource -confirm-license -xplatform win32-g++ -device-option CRO
     $(printf -- "-no-feature-%s " $unused)"
 # Keeps the names of this machine's folders out of the program.
 prefix_map=-ffile-prefix-map=$cache=.
-# Qt's configuration contains this installation folder, which exists on no machine.
+# This made-up folder replaces the real installation folder in Qt's configuration.
 qt_prefix=/zefo-vynt-windows/qt
 quazip_options="-DCMAKE_BUILD_TYPE=MinSizeRel -DBUILD_SHARED_LIBS=OFF -DQUAZIP_BZIP2=OFF -DQUAZIP_FETCH_LIBS=OFF"
 
 # source_package NAME: downloads the distribution's source package and unpacks it to $cache/src/NAME, unless that folder
-# exists. The machine's list of repositories may lack source packages, so this function makes another list with them.
+# exists. Makes its own list of repositories, because the machine's list may lack source packages.
 source_package() {
     [ ! -d "$cache/src/$1" ] || return 0
     mkdir -p "$cache/apt/lists/partial" "$cache/apt/none" "$cache/src"
@@ -69,11 +69,12 @@ build_qt() {
     ! made qt "$qt_recipe" || return 0
     rm -rf "$cache/qt" "$cache/build-qt"
     mkdir -p "$cache/bin" "$cache/build-qt"
-    # Makes links without the thread model "-posix" in their names, because Qt's build calls the compiler by such names.
+    # Qt's build calls the compilers by names without "-posix", the suffix for the thread model. These links
+    # provide the names.
     for tool in gcc g++; do
         ln -sf "$(command -v $target-$tool-posix)" "$cache/bin/$target-$tool"
     done
-    # Removes a line, because a style of Qt includes the input dialog's header even if the dialog is left out.
+    # A style of Qt includes the input dialog's header even if the dialog is left out. Removes the #include.
     sed -i '/#include <qinputdialog.h>/d' "$qt_source/src/plugins/styles/windowsvista/qwindowsvistastyle_p_p.h"
     echo "Building Qt; messages go to $cache/qt.log"
     # shellcheck disable=SC2086
@@ -90,7 +91,7 @@ build_quazip() {
     source_package libquazip1-qt5
     quazip_recipe=$(recipe "$quazip_source" "$quazip_options" && echo "$qt_recipe")
     ! made quazip "$quazip_recipe" || return 0
-    # This build of Qt has no network library. Only QuaZip's tests use that library, but Qt's CMake files report an
+    # This build of Qt has no network library. Only QuaZip's tests use a network library, but Qt's CMake files report an
     # error if it is missing.
     sed -i 's/OPTIONAL_COMPONENTS Network Test)/)/' "$quazip_source/CMakeLists.txt"
     rm -rf "$cache/quazip" "$cache/build-quazip"
@@ -103,7 +104,8 @@ build_quazip() {
     echo "$quazip_recipe" >"$cache/quazip.recipe"
 }
 
-# self_contained PROGRAM: fails if the program needs a DLL of the compiler or of a library, which users do not have.
+# self_contained PROGRAM: fails if the program needs a DLL that comes with the compiler or a library. Users do not
+# have these DLLs.
 self_contained() {
     for dll in $($target-objdump -p "$1" | sed -n 's/^\s*DLL Name: //p'); do
         [ -z "$(find "/usr/$target" "/usr/lib/gcc/$target" -iname "$dll")" ] ||

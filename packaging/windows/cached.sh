@@ -1,6 +1,6 @@
 #!/bin/sh
-# Checks whether the cache has the libraries of the Windows program and the Debian with Wine. Exit status 0 if it has
-# them; otherwise prints the first missing part. Making these parts takes longer than all other checks together.
+# Checks whether the cache has the libraries of the Windows program and the Debian with Wine. If a part is missing,
+# prints the first missing part and fails. Making these parts takes longer than all other checks together.
 cd "$(dirname "$0")/../.." || exit 1
 . packaging/windows/common.sh >/dev/null
 for part in qt.recipe quazip.recipe wine/ready wine/prefix.sh; do

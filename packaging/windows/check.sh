@@ -1,7 +1,7 @@
 #!/bin/sh
-# Checks the programs that build.sh made. Runs them under Wine, an implementation of Windows that knows nothing of these
-# programs. Wine and an X server are in a small Debian in the cache folder. If this machine runs 32-bit programs, the
-# checks run in namespaces of this machine; otherwise, or with UPDATER_EMULATE=1, in a virtual machine. Each check
+# Checks the programs that build.sh made. Runs them under Wine, an independent implementation of Windows. Wine and an X
+# server are installed in a small Debian in the cache folder. If this machine runs 32-bit programs, this Debian runs in
+# namespaces of this machine. Otherwise, or with UPDATER_EMULATE=1, this Debian runs in a virtual machine. Each check
 # prints a line; the exit status is 0 if all checks hold. Pictures and logs go to build/windows/check.
 set -e
 cd "$(dirname "$0")/../.."
@@ -42,8 +42,8 @@ run() {
         machine_disk "$image" "$root" 1000
         machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
     else
-        # Uses one processor, because a transfer passes through five processes. Waking another processor for each
-        # process would take longer than the work of all five.
+        # Uses one processor. A transfer passes through five processes, and waking another processor for each process
+        # would take longer than their work.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
         machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 | machine_output "$2"
         grep -q '^checks: all hold$' "$2"
@@ -78,7 +78,7 @@ payload_start() {
 # unpack PACKAGE FOLDER: unpacks the package's payload into the folder.
 unpack() {
     mkdir -p "$2"
-    # Hides the warning of gzip about the bytes after its stream.
+    # Hides gzip's warning about the bytes after the gzip stream.
     tail -c "+$(($(payload_start "$1") + 1))" "$1" | gzip -dc 2>/dev/null | tar -x -C "$2" -f -
 }
 
@@ -88,7 +88,7 @@ differs_in_one_name() {
         LC_ALL=C sed 's/STANDIN0[.]dll/SETUPAPI.dll/' "$with_devices" | cmp - "$program"
 }
 
-# is_bound PROGRAM: whether the dependent load flags in the program's load configuration allow only the system's folder.
+# is_bound PROGRAM: whether the program's load configuration lets Windows resolve imports in the system's folder only.
 is_bound() {
     base=$($target-objdump -p "$1" | sed -n 's/^ImageBase[[:space:]]*//p')
     entry=$($target-objdump -p "$1" | sed -n 's/^Entry a \([0-9a-f]*\) 00000048 .*/\1/p')
@@ -106,8 +106,8 @@ flock 8
 if [ -z "${UPDATER_EMULATE:-}" ] && runs_32_bit; then emulated=''; else emulated=1; fi
 install_packages zip
 machine_install
-# The last argument links a font into /usr/share/fonts. Wine draws the symbols in title bars with this font and looks for
-# it only there.
+# Wine draws the symbols in title bars with the font marlett.ttf. Wine looks for this font only in /usr/share/fonts, so
+# ln links the font into this folder.
 machine_debian "$root" "wine wine32 fonts-wine xvfb imagemagick zip" "dpkg --add-architecture i386" \
     "ln -s /usr/share/wine/fonts/marlett.ttf /usr/share/fonts"
 make_prefix

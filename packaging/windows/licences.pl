@@ -9,7 +9,8 @@ use JSON::PP;
 my ($format, $qt, $quazip, $program_version) = @ARGV;
 my $doc = '/usr/share/doc';
 
-# Works that Qt's sources name. This build of Qt contains the works in the first list, but not those in the second.
+# Qt's sources name all works in these two lists. This build of Qt contains the works in the first list, but none of the
+# works in the second list.
 my %is_linked = map { $_ => 1 } qw(
     aglfn doubleconversion easing freebsd grayraster harfbuzz-ng libpng md4 md5 pcre2 pcre2-sljit psl qtsciicodec
     rfc6234 sha1 sha3_endian sha3_keccak smooth-scaling-algorithm tinycbor unicode-character-database unicode-cldr
@@ -100,8 +101,8 @@ END
     }
 }
 
-# Prints the works as tags and values of SPDX 2.3. If SPDX does not list a licence, prints NOASSERTION instead of it.
-# print_texts prints the text of such a licence.
+# Prints the works as tags and values of SPDX 2.3. If the name of a licence in Qt's sources is not an identifier of
+# SPDX, prints NOASSERTION instead of the name.
 sub print_spdx {
     print <<"END";
 SPDXVersion: SPDX-2.3

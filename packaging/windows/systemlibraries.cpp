@@ -1,5 +1,5 @@
 // Makes a program load libraries from the system's folder only, because other programs can put files into the
-// package's folder. Linked into the updater and into its package.
+// package's folder. The updater and its package link this file.
 #include <windows.h>
 
 extern "C" {
@@ -10,7 +10,7 @@ const IMAGE_LOAD_CONFIG_DIRECTORY32 _load_config_used __attribute__((used)) = []
     IMAGE_LOAD_CONFIG_DIRECTORY32 configuration{};
     configuration.Size = sizeof(configuration);
     configuration.Reserved1 =
-        LOAD_LIBRARY_SEARCH_SYSTEM32; // DependentLoadFlags, which mingw-w64 does not name
+        LOAD_LIBRARY_SEARCH_SYSTEM32; // Reserved1 is DependentLoadFlags, which mingw-w64 does not name
     return configuration;
 }();
 }
@@ -31,7 +31,7 @@ public:
     }
 };
 
-constexpr int beforeAllOthers = 101; // the earliest priority that the compiler lets programs use
+constexpr int beforeAllOthers = 101; // the compiler reserves the earlier priorities, up to 100
 const SystemLibrariesOnly systemLibrariesOnly __attribute__((init_priority(beforeAllOthers), used));
 
 } // namespace

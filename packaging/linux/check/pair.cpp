@@ -1,6 +1,6 @@
 // pair ARCHIVE: simulates a transmitter and a headset on the kernel's HID bus, and a laptop's lid. Writes a
-// firmware archive for the pair to the file ARCHIVE. Reads commands from the standard input, one per line:
-// the commands of CommandedPair, and "close" and "open", which move the lid.
+// firmware archive for both devices to the file ARCHIVE. Reads commands from the standard input, one per
+// line. The commands are those of CommandedPair, and "close" and "open" for the lid.
 #include <cstring>
 #include <iostream>
 
@@ -16,7 +16,7 @@
 namespace {
 
 /// Adds an open lid to the computer: an input device with a lid switch.
-/// @return the open descriptor of this device. The device exists until the program ends.
+/// @return the descriptor of the new input device. The device exists until the program ends.
 int addLid()
 {
     const int file = ::open("/dev/uinput", O_WRONLY | O_CLOEXEC);

@@ -1,4 +1,4 @@
-# Plugs devices in and out and switches sessions while the program runs. Sourced by run.sh.
+# Plugs devices in and out and switches sessions while the program runs. run.sh sources this file.
 
 descriptors() { find "/proc/$(process_of plugging)/fd" -mindepth 1 | wc -l; }
 descriptors_are() { [ "$(descriptors)" -eq "$1" ]; }
@@ -47,7 +47,7 @@ check "the program still runs" runs plugging
 end_program plugging
 unplug
 
-# Starts the program with a socket buffer so small that it holds only a few events.
+# Starts the program with a small socket buffer, which holds only a few events.
 socket_bytes() { echo "$1" | tee /proc/sys/net/core/rmem_default >/proc/sys/net/core/rmem_max; }
 usual=$(cat /proc/sys/net/core/rmem_max)
 socket_bytes 8192

@@ -1,4 +1,4 @@
-# Purges the package while the pair is plugged in, and looks for files that remain. Sourced by run.sh.
+# Purges the package while both devices are plugged in, and looks for files that remain. run.sh sources this file.
 
 left_over() { find / -xdev \( -path /check -o -path /home -o -path /proc \) -prune -o -name "*$program*" -print; }
 nothing_is_left() { [ -z "$(left_over)" ] || { left_over | sed 's/^/| /'; false; }; }

@@ -1,6 +1,6 @@
 # Checks the updater with the kernel's HID drivers, udev and logind. check.service runs this script in the virtual
-# machine. Prints a line for each check, and the log of a failed run with "| " before each line. The last line is
-# "checks: all hold" or the number of checks that do not hold.
+# machine. Prints a line for each check. Lines that start with "| " give details, such as the log of a failed run of the
+# bench. The last line is "checks: all hold" or the number of checks that do not hold.
 cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive
@@ -14,7 +14,7 @@ note() { echo "| $(seconds) s: $*"; }
 # as_user COMMAND: runs the command in the background, in the session of the user at the screen.
 as_user() { echo "$1" >/run/user/1000/commands; }
 
-# start_pair: starts the program that simulates the pair. Commands for this program are written to descriptor 3.
+# start_pair: starts the program that simulates both devices. Commands for this program are written to descriptor 3.
 start_pair() {
     mkfifo commands
     ./pair /home/user/firmware.zip <commands >pair.log 2>&1 &
@@ -60,7 +60,7 @@ check "the kernel has /dev/uhid ($(uname -r), after $(seconds) s)" modprobe uhid
 modprobe uinput
 check "a user is at the screen" within 60 sh -c 'loginctl show-seat seat0 -p ActiveSession | grep -q =.'
 check "the user's desktop runs" within 120 [ -p /run/user/1000/commands ]
-systemctl start polkit # as every desktop does when it starts
+systemctl start polkit # a complete desktop starts polkit itself
 start_pair
 
 . /check/user.sh

@@ -1,7 +1,7 @@
-# Runs the bench as root on the kernel's HID bus: whole updates of both generations, and updates with a fault, after
-# which the bench acts like a user. Sourced by run.sh.
+# Runs the bench as root, with devices on the kernel's HID bus: first whole updates of both generations, then updates
+# with a fault. After a fault the bench repairs the device as a user would. run.sh sources this file.
 
-. /check/settings # sets rows and seed
+. /check/settings # sets the variables rows and seed
 
 # bench NAME ARGUMENT...: runs the bench, which drives the updater and judges the result. The output goes to NAME.log.
 bench() {
@@ -24,8 +24,8 @@ check "generation 1: bytes equal" equal generation-1 2
 check "generation 2: a whole update of both at once" bench generation-2 --speed 4 --generation 2
 check "generation 2: bytes equal" equal generation-2 2
 
-# The fault comes early in a long download, so that the updater notices the loss before the last commit. If it noticed
-# the loss later, it would report success.
+# The cable is pulled early in a long download. If the updater noticed the loss only at the last commit (the chip's last
+# write to its flash), the updater would report success.
 check "the cable is pulled during an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20
 check "the cable was pulled in the download" logs vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" logs vanish "screen: failure report"

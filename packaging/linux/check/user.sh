@@ -1,4 +1,4 @@
-# Installs the package, and then updates both devices by keyboard as a user does. Sourced by run.sh.
+# Installs the package, and then updates both devices by keyboard as a user does. run.sh sources this file.
 
 key() { as_user "xdotool key --clearmodifiers $1"; }
 window() { xdotool search --onlyvisible --name "$1" 2>/dev/null | grep -q .; }

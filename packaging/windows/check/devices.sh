@@ -1,8 +1,8 @@
 # Checks the program with a simulated transmitter and a simulated headset on the simulated bus. Everything between the
-# bus and the program is part of Wine, except one DLL: the checked copies of the program load a stand-in for
-# SETUPAPI.dll that also knows the names of enumerators. Sourced by run.sh.
+# bus and the program is part of Wine, with one exception: the program loads a stand-in for SETUPAPI.dll, because Wine's
+# own DLL does not know the names of enumerators. run.sh sources this file.
 
-# The version that the devices of pair.exe have before an update.
+# The devices of pair.exe have this version before an update.
 installed=1.0.0.20240131.1207
 
 # start_pair GENERATION CHIP REVISION BYTES: starts pair.exe with new, unplugged devices and makes an archive for them.
@@ -27,7 +27,8 @@ end_pair() {
     wait $pair
 }
 
-# await TEXT [FROM]: waits until pair.exe has printed the text after its first FROM lines, for about five minutes.
+# await TEXT [FROM]: waits until pair.exe has printed the text, ignoring its first FROM lines. Fails after
+# about five minutes.
 await() {
     for _ in $(seq 3000); do
         ! tail -n "+$((${2:-0} + 1))" events.txt | grep -qF "$1" || return 0
@@ -57,7 +58,7 @@ end_program() {
     wait $program
 }
 
-# await_log LINE: waits until the log has the line after its first $logged lines, for about ten minutes.
+# await_log LINE: waits until the log has the line, ignoring its first $logged lines. Fails after about ten minutes.
 await_log() {
     for _ in $(seq 600); do
         ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qxF "$1" || return 0
@@ -67,10 +68,9 @@ await_log() {
     false
 }
 
-# update RESULT RESULT: starts an update from the main page by keyboard and waits until the log has the first result for
-# the transmitter and the second for the headset. The tab order is: the button that opens the file dialog, the release
-# notes, Update. First waits until the screen no longer changes, because a window that gets the focus between the press
-# and the release of a key ignores the key.
+# update TRANSMITTER_RESULT HEADSET_RESULT: starts an update from the main page by keyboard and waits until the log has
+# both results. The tab order is: the button that opens the file dialog, the release notes, Update. First waits until
+# the screen no longer changes, because a window that gets the focus while a key is pressed ignores the key.
 update() {
     still
     logged=$(log | wc -l)
@@ -101,9 +101,9 @@ duration() {
 # The sums of the protocol's delays for 64 KiB: 256 packets, 16 commits, 16 sectors (transmitter only), the final wait.
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
-# The percentages by which an update may take longer than the sum of its delays. They are higher in a virtual machine,
-# because the load of the host adds to the time. The headset's percentage is higher than the transmitter's, because the
-# headset's update makes about as many transfers in a third of the time, and both updates run at the same time.
+# An update may exceed the sum of its delays by these percentages. The percentages are higher in a virtual machine,
+# because the load of the host adds to the time. The headset's percentage is higher than the transmitter's, because both
+# updates make about the same number of transfers, but the headset's delays are only a third of the transmitter's.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
@@ -121,8 +121,8 @@ both_are_within_bounds() {
     is_within transmitter $transmitter_ms $transmitter_percent && is_within headset $headset_ms $headset_percent
 }
 
-# In a virtual machine it is enough if a second update is within bounds, because the host may have been busy during the
-# first.
+# In a virtual machine the first update may take too long because the host is busy. Then a second update must
+# be within bounds.
 both_are_within_bounds_at_last() {
     both_are_within_bounds || { [ -n "$emulated" ] && update_new_devices && both_are_within_bounds; }
 }
@@ -139,7 +139,7 @@ events() {
 # log_of NAME: prints the lines of the log that start with NAME, the log's name of a device.
 log_of() { log | grep "^$1: "; }
 
-# commits NAME: prints the lines that the log must have for the download of 64 KiB to the device NAME.
+# commits NAME: prints the lines that the log must have for a download of 64 KiB to the device NAME.
 commits() {
     for sector in 0 1 2 3 4 5 6 7 8 9 A B C D E F; do
         printf '%s\n' "$1: Downloading DATA to RAM" "$1: Resetting structure parameters" \
@@ -153,8 +153,8 @@ erasures() {
     done
 }
 
-# transmitter_log, headset_log: print the lines that the log must have for the transmitter from the first erased sector
-# on, and for the headset from the first packet on.
+# transmitter_log: prints the lines that the log must have for the transmitter, from the first erased sector on.
+# headset_log: prints the lines that the log must have for the headset, from the start of programming on.
 transmitter_log() {
     erasures Transmitter
     echo "Transmitter: Start programming at address 0x0000"
@@ -263,7 +263,7 @@ check "the package's program updates both, chip 13, revision 3" update finished 
 check "the package's driver-uninstall tool is started for both, in its own folder" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 $tool_folder
 31281 6 $tool_folder"
-# Wine's audio adapters have no names, so the program reads the endpoints but has nothing to restore.
+# Wine's audio adapters have no names. So the program reads the default endpoints, but can restore none of them.
 check "the program reads the default audio endpoints of both flows, before and after" \
     [ "$(grep -c 'CoCreateInstance {bcde0395-e52f-467c-8e3d-c4579291692e}' ole.txt)" -eq 4 ]
 check "both memories are equal to their images, and no chip refused a command" updates_are_clean
@@ -333,7 +333,7 @@ picture before-the-storm
 devices storm 100
 check "after plugging and unplugging 100 times both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
-# Waits, because the threads of Qt's pool end half a minute after their last work.
+# A thread of Qt's pool ends half a minute after its last work, so the check waits.
 # shellcheck disable=SC2086
 check "it has no more handles and threads than before" within 90 counts_are_at_most $counts_before
 echo "| handles and threads after: $(counts)"

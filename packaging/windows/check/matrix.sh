@@ -1,15 +1,16 @@
-# Runs eight faults of the bench's matrix, one of each kind that devices on the simulated bus can have. Each result must
-# be the one that the bench's table expects, and the next update must repair the device. The variable "seed" decides
-# which device, chip and transfer each fault gets. Sourced by run.sh.
+# Updates devices with eight faults, one after the other: every fault of the bench that the simulated bus can produce.
+# Each update must end as the bench expects, and the next update must repair the device. The variable "seed" decides
+# which device, chip and transfer each fault gets. run.sh sources this file.
 
 # fault_rows SEED: prints eight lines, each with a fault, a device, a chip, a revision and a transfer. Each device gets
 # four of the faults; each revision of each chip gets two.
 fault_rows() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
-        # The number after a fault is the highest transfer that may be drawn. It is 5 if the fault strikes only while
-        # the chip is identified. It is 2 if the fault strikes only at a restart, because the device restarts after
-        # transfer 1 and after the update.
+        # The number after a fault is the highest transfer that may be drawn for the fault. Faults with the number 5
+        # strike only while the chip is identified. Faults with the number 2 strike only at a restart. The device
+        # restarts after transfer 1 and after the update, so transfer 1 selects the first restart, and transfer 2
+        # selects the second restart.
         count = split("vanish:50 power-lost:50 no-data:5 transfer-fails:50 short-answer:5 wrong-identity:5 " \
             "never-back:2 other-port:2", rows, /[: ]/) / 2
         turn = int(rand() * 4)
@@ -48,8 +49,8 @@ as_expected() {
         { results; cat expected.txt; false; }
 }
 
-# fault_row FAULT DEVICE CHIP REVISION TRANSFER: runs an update with the fault, and then one without. Succeeds if the
-# first update ends as expected and the second repairs the device.
+# fault_row FAULT DEVICE CHIP REVISION TRANSFER: runs an update with the fault, and then an update without a fault.
+# Succeeds if the first update ends as expected and the second update repairs the device.
 fault_row() {
     start_pair 1 "$3" "$4" 8192
     run_update fault "$2" "$1" "$5" && as_expected

@@ -1,12 +1,12 @@
-# Checks the program and its package without simulated devices. Sourced by run.sh.
+# Checks the program and its package without simulated devices. run.sh sources this file.
 
 every_log_line_ends_with_cr_lf() {
     lines=$(cat "$logs"/*.txt | wc -l)
     [ "$lines" -gt 0 ] && [ "$(cat "$logs"/*.txt | grep -c "$(printf '\r')\$")" = "$lines" ]
 }
 
-# examined PRODUCT: whether the program asked Wine for the enumerator's name (property 22) of Wine's HID interface with
-# the product identifier PRODUCT. Wine does not know this property, so the program must ignore the interface.
+# examined PRODUCT: whether the program asked Wine for property 22, the enumerator's name, of the HID interface with the
+# product identifier PRODUCT. Wine does not know this property, so the program must ignore the interface.
 examined() {
     grep -A 5 "SetupDiGetDeviceInstanceIdW instance ID: .*VID_845E&PID_$1" setupapi.txt |
         grep -q 'SetupDiGetDeviceRegistryPropertyW .* prop 22,'
@@ -40,8 +40,9 @@ check "the log is in its folder, with CR LF line ends" every_log_line_ends_with_
 check "the log contains the program's folder" log_holds 'Application path:  "Z:/check"'
 rm -r "$logs"
 
-# Starts the package, with a firmware archive in the package's folder. The package must remove a folder that an earlier
-# package left behind, but not a folder that a program holds open.
+# Starts the package, with a firmware archive in the package's folder. Two folders of earlier packages exist. The
+# package must remove the first one. It must keep the second one, because another program holds it open.
+
 # is_held FOLDER: whether the system refuses to rename FOLDER in the temporary folder, because a program holds it open.
 is_held() { ! wine cmd /c ren "$windows_temporary\\$1" renamed >/dev/null && [ -d "$temporary/$1" ]; }
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }

@@ -13,8 +13,8 @@ updater=zefo-vynt-firmware-update.exe
 printf 'pcm.!default { type null }\nctl.!default { type null }\n' >"$HOME/.asoundrc"
 Xvfb $DISPLAY -screen 0 800x600x24 -nolisten tcp 2>/dev/null &
 until [ -S /tmp/.X11-unix/X7 ]; do sleep 0.1; done
-# When the last program ends, Wine stops its devices and services. A program that starts at that moment finds only some
-# of them, so one program runs all the time.
+# When the last program ends, Wine stops its devices and services. A program that starts at that moment does not find
+# all of Wine's devices and services, so one program runs all the time.
 sleep infinity | wine cmd >/dev/null 2>&1 &
 wine --version
 uname -sr | sed 's/^/Linux: /'
@@ -25,21 +25,22 @@ temporary=$(winepath -u "$windows_temporary")
 logs=$temporary/ZEFO_VYNT_Firmware_Update_Logs
 
 tool() { wine windowtool.exe "$@"; }
-# Wine starts its desktop when a program creates the first window. If the start takes too long, that program cannot
+# Wine starts its desktop when a program creates the first window. A program that waits too long for the desktop cannot
 # create its windows. So this script starts the desktop first and waits for it.
 within 600 tool desktop
 window_text() {
     rm -f "$temporary/window-text.txt"
     tool text "$title" && cat "$temporary/window-text.txt" 2>/dev/null
 }
-# choose_system_item KEY...: opens the window's system menu and chooses an item by keyboard. The first KEY opens the
-# menu and selects the first item. A second KEY "up" selects the last item.
+# choose_system_item KEY...: chooses an item of the window's system menu by keyboard. The first KEY opens the menu with
+# the first item selected. If the second KEY is "up", this KEY selects the last item.
 choose_system_item() {
     tool command "$title" 0xF100
     tool keys "$title" "$@" enter
 }
 
-# shows TEXT...: waits until the window shows all these texts. Fails after two minutes or more.
+# shows TEXT...: waits until the window shows all these texts. Fails after 240 attempts, which take at
+# least two minutes.
 shows() {
     for _ in $(seq 240); do
         seen=$(window_text)
@@ -72,7 +73,7 @@ still() {
 }
 
 picture_differs() { ! cmp -s "pictures/$1.png" "pictures/$2.png"; }
-# Ignores invisible differences: Qt draws the corners of a focused button differently each time, by one step of 255.
+# Ignores invisible differences: each time Qt draws a focused button, the colours of its corners vary by 1 of 255.
 pictures_are_equal() { [ "$(compare -metric AE -fuzz 1% "pictures/$1.png" "pictures/$2.png" null: 2>&1)" = 0 ]; }
 text_is() { [ "$1" = "$2" ] || { printf 'Got:\n%s\n' "$1"; false; }; }
 log() { cat "$logs"/*.txt | tr -d '\r'; }

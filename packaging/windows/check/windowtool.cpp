@@ -1,8 +1,9 @@
-// Drives the visible top-level window with the title TITLE. Exit status 1 if the window does not answer, or
-// does not appear (with `gone`: does not disappear) within the time limit.
+// Drives the visible top-level window with the title TITLE. The exit status is 1 if the window does not
+// answer, or does not appear within the time limit. With `gone` the exit status is 1 if the window does not
+// disappear within the time limit.
 //
 //     windowtool desktop                 exit status 0 if programs can already create windows
-//     windowtool wait|gone TITLE         waits until the window appears or disappears
+//     windowtool wait|gone TITLE         waits until the window appears (wait) or disappears (gone)
 //     windowtool shown TITLE             exit status 0 if the window is visible now
 //     windowtool keys TITLE KEY...       presses the keys tab, space, enter or up
 //     windowtool command TITLE NUMBER    sends the system command NUMBER, such as 0xF100, which opens the

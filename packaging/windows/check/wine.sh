@@ -1,4 +1,4 @@
-# Sets up what Wine needs to run. Sourced by prefix.sh and run.sh inside the Debian that has Wine.
+# Prepares the environment for Wine. prefix.sh and run.sh source this file inside the Debian that has Wine.
 
 mkdir -p /dev/shm
 mount -t tmpfs tmpfs /dev/shm

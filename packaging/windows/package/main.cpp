@@ -1,7 +1,7 @@
-// The self-extracting package unpacks the updater and its companions into a new folder, starts the updater in
-// this folder with "-sfx", waits until the updater ends, and removes the folder. The updater looks for the
-// firmware archive in the package's folder. The package's exit status is the updater's, or 1 if the updater
-// does not run.
+// Implements the self-extracting package, which unpacks the updater and its companions into a new folder and
+// starts the updater in this folder with "-sfx". This switch makes the updater look for the firmware archive
+// in the package's folder. The package waits until the updater ends, and then removes the new folder. The
+// package's exit status is the updater's exit status, or 1 if the updater does not run.
 #include <string>
 #include <vector>
 
@@ -13,9 +13,10 @@
 
 namespace {
 
-/// Runs the program @p name with @p folder as its working directory, so that the program loads nothing from
-/// the package's folder. Sets @p status to the program's exit status.
-/// @return ERROR_SUCCESS if the program has run. Otherwise an error code of the system.
+/// Runs the program @p name in @p folder and waits until it ends. The working directory of the program is
+/// also @p folder, so that the program loads nothing from the package's folder. Sets @p status to the
+/// program's exit status.
+/// @return ERROR_SUCCESS after the program has run, otherwise an error code of the system.
 DWORD runProgram(const ProgramFolder& folder, const std::wstring& name, DWORD& status)
 {
     const std::wstring program = folder.pathOf(name);

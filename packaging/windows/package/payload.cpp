@@ -10,11 +10,11 @@ namespace {
 constexpr int payloadResource = 1;
 constexpr int gzipWindowBits = 16 + MAX_WBITS;
 
-// If the gzip stream says that its contents are larger, the package is damaged.
+// A package is damaged if its gzip stream specifies a larger size than this.
 constexpr DWORD largestPayloadBytes = 256 * 1024 * 1024;
 
-// A tar archive (POSIX.1-1988 ustar) contains a header and the bytes of each file, both padded to whole
-// blocks. Blocks of zeros follow the last file.
+// For each file, a tar archive (POSIX.1-1988 ustar) contains a header and the file's bytes, both padded to
+// whole blocks. Blocks of zeros follow the last file.
 constexpr std::size_t blockBytes = 512;
 constexpr std::size_t nameBytes = 100;
 constexpr std::size_t sizeOffset = 124;
@@ -31,7 +31,7 @@ std::vector<BYTE> unpackedResource()
     const BYTE* const packed = static_cast<const BYTE*>(LockResource(loaded));
     const DWORD packedSize = SizeofResource(nullptr, resource);
 
-    // The last four bytes of a gzip stream hold the size of its contents, little-endian.
+    // The last four bytes of a gzip stream hold the size of the uncompressed contents, little-endian.
     DWORD size = 0;
     if (packedSize < sizeof(size))
         return {};

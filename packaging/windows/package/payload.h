@@ -12,7 +12,7 @@ struct PackedFile
     std::vector<BYTE> bytes;
 };
 
-/// Unpacks the files that the package carries. They are in a resource of the package, a tar archive
+/// Unpacks the files that the package carries. The package has a resource with these files: a tar archive
 /// compressed with gzip.
 /// @return the files, the program first. Empty if the package is damaged.
 [[nodiscard]] std::vector<PackedFile> unpackFiles();

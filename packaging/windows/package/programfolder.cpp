@@ -11,7 +11,7 @@ constexpr wchar_t namePrefix[] = L"ZEFO_VYNT_Firmware_Update_";
 /// Gives administrators, the system and the owner full access. Inherits nothing from the parent folder.
 constexpr wchar_t folderAccess[] = L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;OW)";
 
-// A removal that fails is tried again, because virus scanners and a program that is ending keep files open
+// A failed removal is tried again, because a virus scanner or an ending program may keep a file open
 // for a moment.
 constexpr int removalAttempts = 20;
 constexpr DWORD removalPauseMs = 100;
@@ -52,8 +52,8 @@ std::wstring newFolderPath(const std::wstring& parent)
     return parent + namePrefix + name;
 }
 
-/// @return the path of @p object without links. While @p object is open, nobody can rename a folder on this
-///         path.
+/// @return the path of @p object with all links resolved. While @p object is open, nobody can rename any
+/// folder in this path.
 std::wstring resolvedPathOf(HANDLE object)
 {
     std::wstring path(GetFinalPathNameByHandleW(object, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
@@ -91,9 +91,9 @@ Owner ownerOf(HANDLE object)
     return copy;
 }
 
-/// @return the owner of files that this process creates in the parent folder of @p path. For a process with
-/// an administrator's rights this owner is the group of administrators, and no process with lower rights can
-/// make that group the owner of a file.
+/// @return the owner that a new file of this process gets in the parent folder of @p path; empty if the
+/// process cannot create a file in this folder. If the process has an administrator's rights, the owner is
+/// the group of administrators. A process with lower rights cannot make this group the owner of a file.
 Owner ownerOfCreationsBeside(const std::wstring& path)
 {
     const std::wstring parent = path.substr(0, path.rfind(L'\\') + 1);
@@ -112,8 +112,9 @@ bool isOwn(HANDLE folder, const std::wstring& path)
 /// list the folder, because the system ignores the share mode of a handle without access to the contents.
 /// @param path    the path of the folder; is set to the path without links
 /// @param access  additional rights; with DELETE the function fails if anybody else holds the folder
-/// @return null if the folder cannot be opened, is a link or has another owner, or if the process has an
-/// administrator's rights and the folder cannot be protected. Then the system's last error is set.
+/// @return the handle. Null if the folder cannot be opened, is a link or has another owner. Also null if the
+/// process has an administrator's rights and the folder cannot be protected. If the result is null, the
+/// system's last error is set.
 OwnedHandle hold(std::wstring& path, DWORD access)
 {
     OwnedHandle folder =
@@ -136,8 +137,8 @@ OwnedHandle hold(std::wstring& path, DWORD access)
     return nullptr;
 }
 
-/// Removes a file or folder with @p removal. If the file or folder remains in use, Windows removes it when
-/// Windows starts the next time.
+/// Tries several times to remove a file or folder with @p removal. If all attempts fail, asks Windows to
+/// remove the file or folder at the next start of Windows.
 template <typename Removal>
 void removeWhenPossible(const std::wstring& path, Removal removal)
 {
@@ -180,8 +181,8 @@ void removeLeftoversIn(const std::wstring& parent)
 {
     for (const WIN32_FIND_DATAW& entry : entriesOf(parent, std::wstring(namePrefix) + L"{*")) {
         std::wstring path = parent + entry.cFileName;
-        // The system grants the right to delete only if nobody holds the folder. The handle with this right
-        // is closed at once, because some systems do not list the folder while this handle is open.
+        // With DELETE, hold() succeeds only if nobody else holds the folder. The handle with DELETE is closed
+        // at once, because some systems do not list the folder while this handle is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)

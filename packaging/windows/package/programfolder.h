@@ -6,14 +6,15 @@
 #include "ownedhandle.h"
 #include "payload.h"
 
-/// A new folder for the program alone, normally in the user's temporary folder. The destructor removes it
-/// with all its files.
+/// A new folder for the program alone, normally in the user's temporary folder. The destructor removes the
+/// folder with all its files.
+///
+/// Only administrators, the system and the owner have access to the folder. The folder is held open from the
+/// check of its owner until the destructor removes it, so nobody else can rename or remove it.
 ///
 /// If the package runs with an administrator's rights, no process with lower rights can replace the programs
-/// in the new folder. Only administrators, the system and the owner have access. The new folder is held open
-/// from the check of its owner until the destructor removes it, so nobody else can rename or remove it. The
-/// new folder is on a fixed drive with a file system that keeps access control lists. If the temporary folder
-/// is not on such a drive, the new folder is in the system's folder for program data.
+/// in the folder. In this case the folder is on a fixed drive with a file system that keeps access control
+/// lists. If the temporary folder does not allow this, the folder is in the system's folder for program data.
 class ProgramFolder
 {
 public:
@@ -31,12 +32,12 @@ public:
     const std::wstring& path() const { return ownPath; }
     std::wstring pathOf(const std::wstring& name) const { return ownPath + L'\\' + name; }
 
-    /// Removes the folders that earlier packages could not remove, except those that somebody holds open.
+    /// Removes the folders that earlier packages left behind, except those that somebody holds open.
     static void removeLeftovers();
 
 private:
     DWORD createIn(const std::wstring& parent);
 
-    std::wstring ownPath; ///< the folder's path without links, as the system resolved it
+    std::wstring ownPath; ///< the folder's path with all links resolved
     OwnedHandle held;     ///< null if there is no folder
 };

@@ -1,4 +1,4 @@
-// Implements the driver of the simulated bus, which reports to the system which devices are plugged in.
+// Implements the driver of the simulated bus. The driver reports to the system which devices are plugged in.
 #include "driver.h"
 
 namespace {

@@ -13,8 +13,8 @@ constexpr wchar_t path[] = L"\\\\.\\SimulatedBus"; ///< the name that programs o
 constexpr wchar_t busHardwareId[] = L"ROOT\\SimulatedBus";
 constexpr wchar_t childHardwareId[] = L"SIMBUS\\HID";
 
-/// @return the code that CTL_CODE() gives the vendor-defined @p function, with the device type
-/// FILE_DEVICE_UNKNOWN, METHOD_BUFFERED and FILE_ANY_ACCESS.
+/// @return the result of CTL_CODE() for FILE_DEVICE_UNKNOWN, METHOD_BUFFERED, FILE_ANY_ACCESS and a
+/// vendor-defined function. @p function is 0 for the first of these functions (0x800).
 constexpr std::uint32_t controlCode(std::uint32_t function)
 {
     return 0x22u << 16 | (0x800u + function) << 2;
@@ -22,11 +22,12 @@ constexpr std::uint32_t controlCode(std::uint32_t function)
 
 /// Input: a Plug. Completes when the system has started the device.
 constexpr std::uint32_t plugCode = controlCode(0);
-/// Input: a port's number. Completes when the system has removed the device and its transfers have failed.
+/// Input: a port's number. Completes after the driver has failed the device's transfers and the system has
+/// removed the device.
 constexpr std::uint32_t unplugCode = controlCode(1);
 /// Input: an Answer to the port's last Request. The driver ignores the Answer if there was no Request or the
-/// device is gone. Output: the next Request. Completes when a program starts a transfer with the port's
-/// device.
+/// device is gone.
+/// Output: the next Request. Completes when a program starts a transfer with the port's device.
 constexpr std::uint32_t answerCode = controlCode(2);
 
 /// The number of ports. Each port takes one HID interface. When the program that simulates the devices closes
@@ -49,7 +50,7 @@ struct Plug
 
 struct Request
 {
-    std::uint32_t isGet; ///< 1 if the device returns a report, 0 if the device receives this one
+    std::uint32_t isGet; ///< 1 if the device returns a report, 0 if the device receives `report`
     std::uint32_t size;  ///< number of bytes of the report, including its report ID
     std::uint8_t report[maxReportBytes];
 };

@@ -155,8 +155,8 @@ NTSTATUS childPlugAndPlay(Extension* child, PIRP irp)
     case IRP_MN_REMOVE_DEVICE:
         return remove(child, irp);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // When this request arrives, the class driver has started and created its own device, so a removal
-        // finds that device. The plug request can now complete.
+        // The system sends this request after the class driver has created its own device. An unplug request
+        // now removes that device too, so the plug request can complete.
         completeChange(child->bus, *child->port);
         [[fallthrough]];
     default:

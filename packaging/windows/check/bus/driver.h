@@ -3,22 +3,22 @@
 #include "busprotocol.h"
 #include "kernel.h"
 
-// Declares the two drivers in this module: the bus driver, and the minidriver between the bus's devices and
-// the HID class driver.
+// Declares the two drivers in this module: the bus driver, and the HID minidriver, which connects the bus's
+// devices to the HID class driver.
 
 NTSTATUS registerBus(PDRIVER_OBJECT driver);
 NTSTATUS registerMinidriver(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
 
-/// A port for one HID interface. BusExtension::lock guards it.
+/// A port for one HID interface. BusExtension::lock guards the port.
 struct Port
 {
     PDEVICE_OBJECT device; ///< null while nothing is plugged in
     bool isPresent;        ///< false after unplugging, while the system removes the device
     BusProtocol::Plug plug;
-    LIST_ENTRY transfers; ///< transfers that the program has yet to receive; linked by Tail.Overlay.ListEntry
+    LIST_ENTRY transfers; ///< transfers not yet passed to the program; linked by Tail.Overlay.ListEntry
     PIRP handedOut;       ///< the transfer that the program is answering
 
-    // Pending requests of the program.
+    // Pending requests of the program that simulates the devices.
     PIRP change; ///< completes when the system has started or removed the device
     PIRP next;   ///< completes when there is a next transfer
 };
@@ -70,11 +70,12 @@ NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp);
 // Requests of the program that simulates the devices.
 NTSTATUS NTAPI openControl(PDEVICE_OBJECT device, PIRP irp);
 NTSTATUS NTAPI controlRequest(PDEVICE_OBJECT device, PIRP irp);
-/// Empties all ports, and fails the requests that wait for transfers. Wine calls this function as soon as the
+/// Empties all ports and fails the pending answerCode requests. Wine calls this function as soon as the
 /// program has closed its handle, even while these requests are pending.
 NTSTATUS NTAPI closeControl(PDEVICE_OBJECT device, PIRP irp);
 
-/// Passes the first waiting transfer to the program, if the program waits for one. The caller holds the lock.
-/// @return the program's request, filled with a Request; the caller completes it after releasing the lock.
-/// Null if there is no transfer or no request.
+/// Does nothing if no transfer is waiting, or if the program has no pending answerCode request for the port.
+/// Otherwise passes the first waiting transfer to the program in this request. The caller holds the lock.
+/// @return the answerCode request, which now contains a Request. The caller completes the answerCode request
+/// after releasing the lock. Null if the function did nothing.
 PIRP handOut(Port& port);

@@ -1,5 +1,5 @@
 // installbus INF: creates the root-enumerated device of the simulated bus and installs the drivers of the INF
-// file for it. Exit status 0 if the bus can be opened afterwards.
+// file for this device. The exit status is 0 if the bus can be opened afterwards.
 #include <cstdio>
 #include <cwchar>
 #include <iterator>
@@ -27,7 +27,7 @@ int failed(const char* step)
 
 bool createDevice()
 {
-    // Two zeros end a list of strings: the zero of its last string, and one more for the list.
+    // A list of strings ends with two zeros: the first ends the last string, the second ends the list.
     wchar_t hardwareIds[std::size(BusProtocol::busHardwareId) + 1]{};
     std::wmemcpy(hardwareIds, BusProtocol::busHardwareId, std::size(BusProtocol::busHardwareId));
     // The system destroys this set of devices when the program ends.

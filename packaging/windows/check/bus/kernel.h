@@ -1,10 +1,12 @@
 #pragma once
 
-// Includes the kernel's declarations for C++. intrin.h and mingw-w64's wdm.h define the same two functions,
-// so this header renames the functions of wdm.h. mingw-w64 has its headers for drivers in the folder "ddk".
-// The compiler must search "ddk" too, because ntddk.h includes wdm.h without this folder's name. The compiler
-// must search "ddk" last, because the hidclass.h in "ddk" has wrong control codes and the hidclass.h for
-// programs has the right ones.
+// Includes the kernel's declarations for C++.
+//
+// intrin.h and mingw-w64's wdm.h define the same two functions. So the macros rename the functions of wdm.h.
+//
+// mingw-w64 has its headers for drivers in the folder "ddk". The compiler must search this folder too,
+// because ntddk.h includes wdm.h without the folder's name. The compiler must search this folder last,
+// because the hidclass.h in "ddk" has wrong control codes. The hidclass.h for programs has the right ones.
 #include <intrin.h>
 #define InterlockedBitTestAndSet wdmInterlockedBitTestAndSet
 #define InterlockedBitTestAndReset wdmInterlockedBitTestAndReset

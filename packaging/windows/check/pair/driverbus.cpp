@@ -90,8 +90,8 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Sends a request and waits for the event @p done, which the system signals when the driver has completed
-/// the request.
+/// Sends a request and waits until the driver has completed the request. The system signals this with the
+/// event @p done.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {

@@ -31,7 +31,7 @@ public:
     void detach(int port) override;
 
 private:
-    /// What this program keeps for a port of the bus.
+    /// The state of one port of the bus in this program.
     struct Slot
     {
         bool isTaken = false;

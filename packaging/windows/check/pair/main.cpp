@@ -1,7 +1,7 @@
 // pair GENERATION CHIP REVISION BYTES: simulates a transmitter and a headset on the simulated bus. Writes
 // their new images, BYTES bytes each, to "transmitter.ff" and "headset.ef", in the format of the images in a
 // firmware archive. Reads the commands of CommandedPair from the standard input, one per line, until "end".
-// Prints a line "done: COMMAND" after each command.
+// After each command prints a line "done: COMMAND" or "failed: COMMAND".
 #include <cstdio>
 #include <fstream>
 #include <iostream>

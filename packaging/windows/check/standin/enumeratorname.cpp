@@ -1,5 +1,5 @@
-// Replaces SETUPAPI.dll, because Wine 8's own DLL does not know SPDRP_ENUMERATOR_NAME. Takes this property
-// from the first part of the device's instance identifier, which on Windows is the enumerator's name.
+// Replaces SETUPAPI.dll, because Wine 8's own DLL does not know SPDRP_ENUMERATOR_NAME. Returns the first part
+// of the device's instance identifier for this property. On Windows that part is the enumerator's name.
 // Forwards all other calls to Wine's SETUPAPI.dll.
 #include <cwchar>
 #include <string>

@@ -1,5 +1,5 @@
-// Replaces uiautomationcore.dll, because Wine 8's own DLL waits forever for windows of a single-threaded
-// apartment, such as Qt's windows. When a program sends WM_GETOBJECT to a window, this library writes a line
+// Replaces uiautomationcore.dll. Wine 8's own DLL waits forever for Qt's windows, because they are in a
+// single-threaded apartment. When a program sends WM_GETOBJECT to a window, this library writes a line
 // "identifier: name" for each element that the window shows to screen readers. The lines go to the file
 // "window-text.txt" in the temporary folder.
 #include <cstdio>
