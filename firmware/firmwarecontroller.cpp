@@ -23,17 +23,17 @@ namespace {
 constexpr int copyChunkBytes = 4064;
 
 // These constants limit the time and memory that an archive may take. The largest device has 2 MiB of memory.
-// Its image is about 6 MiB of text, packed into a few MiB in the archive. maxUnpackedBytes and maxPackedBytes
-// limit all entries together. They also stop archives whose entries share the same bytes, and packed blocks
-// that take time but unpack to nothing.
+// Its image is about 6 MiB of text, packed into a few MiB. maxUnpackedBytes and maxPackedBytes limit the sums
+// over all entries. An entry counts in full even if it shares bytes of the archive with another entry.
+// maxPackedBytes also stops packed blocks that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
-constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; each byte may be a line to be laid out
+constexpr quint64 maxReleaseNotesBytes = mebibyte; // unpacked; many lines take long to display
 constexpr quint64 maxUnpackedBytes = maxEntryBytes + maxReleaseNotesBytes;
 constexpr quint64 maxPackedBytes = 16 * mebibyte;
 constexpr quint64 maxDirectoryBytes = mebibyte;
 
-constexpr quint64 directoryHeaderBytes = 46; // in each entry, ZIP application note 4.3.12
+constexpr quint64 directoryHeaderBytes = 46; // of each entry (ZIP application note 4.3.12)
 
 // ZIP application note, 4.4.4 and 4.4.5
 constexpr uLong encryptedFlag = 1;
@@ -56,8 +56,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Logs a warning if the archive announces more than @p found entries. Reading the list of entries ends at an
-/// unreadable entry, so the entries after it are missing.
+/// Logs a warning if the archive announces more than @p found entries. Reading the list of entries stops at
+/// the first unreadable entry, so the list lacks this entry and all later entries.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -67,8 +67,9 @@ void logMissingEntries(QuaZip& archive, quint64 found)
                  static_cast<unsigned long long>(found));
 }
 
-/// Appends the entries' names to @p names in the archive's order. QuaZip keeps every name in memory, so the
-/// directory's size is limited. Names that are too long for QuaZip's buffer are left out.
+/// Appends the names of the entries to @p names, in the archive's order. Leaves out names that are too long
+/// for QuaZip's buffer. The size of the directory (the list of entries) is limited, because QuaZip keeps
+/// every name in memory.
 /// @return false if the directory is too large.
 bool readNames(QuaZip& archive, QStringList& names)
 {
@@ -121,8 +122,8 @@ bool isReadable(const unz_file_info64& entry)
            (entry.compression_method == storedMethod || entry.compression_method == deflatedMethod);
 }
 
-/// Subtracts the current entry's declared sizes from the numbers of bytes that may still be read. QuaZip
-/// never delivers more bytes than an entry declares.
+/// Subtracts the declared sizes of the current entry from packedBytesLeft and unpackedBytesLeft. These sizes
+/// are reliable limits, because QuaZip never delivers more bytes than an entry declares.
 /// @return false, and subtracts nothing, if the entry is too large or cannot be read.
 bool admitCurrentEntry(FirmwareArchive& archive, quint64 maxBytes)
 {
@@ -164,7 +165,8 @@ QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBy
     return readEntry(archive, name, maxBytes, append) ? contents : QByteArray();
 }
 
-/// Decodes the image's text while reading it, because the text is several times as large as the image.
+/// Decodes the text while reading it, so that the whole text, several times as large as the image, need not
+/// be in memory.
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {
     ImageText::Decoder decoder;

@@ -12,10 +12,10 @@ class FirmwareControllerPrivate;
 ///
 /// An archive is a ZIP file. Entries with a name that ends in ".ff" or ".ef" are images in hexadecimal text.
 /// At most one entry, the release notes, has a name that ends in ".txt". Each image says which device it is
-/// for. All functions run on the calling thread, the GUI thread, and throw nothing. A query returns a copy,
-/// or an empty value if the archive lacks the requested item.
+/// for. Call all functions on the GUI thread. They throw nothing. A query returns a copy, or an empty value
+/// if the archive lacks the requested item.
 ///
-/// Archives are untrusted, so limits keep a load from blocking the window. An entry counts as unreadable if
+/// Archives are untrusted, so limits keep a load short. An entry counts as unreadable if
 /// - it is an image of more than 64 MiB of text, or release notes of more than 1 MiB;
 /// - it is encrypted, is neither stored nor deflated, or has a wrong checksum;
 /// - it and the entries read before it exceed 16 MiB packed or 65 MiB unpacked in total.
@@ -35,7 +35,7 @@ public:
 
     QByteArray firmware(DeviceType type) const; ///< the image from address 0 on
     QString version(DeviceType type) const;     ///< the image's version text
-    unsigned short pid(DeviceType type) const;  ///< the image's USB product identifier, or 0
+    unsigned short pid(DeviceType type) const;  ///< the image's USB product identifier; 0 without an image
     QString deviceTypeName() const;             ///< "VYNT1" or "VYNT2", as the transmitter's image says
     QString fileBaseName() const;               ///< "fw.1.2" if the archive is "fw.1.2.zip"
     QString releaseNotes() const;

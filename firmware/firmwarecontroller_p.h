@@ -30,7 +30,7 @@ public:
     void setFilePath(const QString& path);
 
     FirmwareController* q;
-    QString filePath;                         ///< empty unless the last load succeeded
+    QString filePath;                         ///< empty if no archive is loaded
     QMap<DeviceType, FirmwareData> firmwares; ///< DeviceType::Unknown is never a key
     QString releaseNotes;
 

@@ -63,8 +63,8 @@ unsigned char identifierOf(const QByteArray& entryHeader)
     return byteAt(entryHeader, 0) & identifierMask;
 }
 
-/// Whether @p version can be shown unchanged. Archives and devices are untrusted, so @p version may be any
-/// text.
+/// Whether the program can show @p version as it is. Archives and devices are untrusted, so @p version
+/// may be any text.
 bool isShowable(const QString& version)
 {
     return version.size() <= maxVersionLength &&
@@ -110,7 +110,7 @@ std::tuple<bool, unsigned int, QByteArray> findFile(unsigned short fileId, ReadD
     return {true, found.back().second, found.back().first};
 }
 
-/// Reads the first record that describes a device descriptor into @p record. Ignores later records.
+/// Reads one record after the other into @p record, until a record describes a device descriptor.
 /// @return false if there is no such record or a record cannot be read.
 bool findDeviceDescriptorRecord(unsigned int fileAddress, ReadDataFunction& reader, QByteArray& record)
 {

@@ -5,18 +5,19 @@
 #include <QByteArray>
 #include <QString>
 
-/// Reads a range of a firmware image. The arguments are buffer, address and size. Address 0 is the first byte
-/// of the image.
+/// Reads a range of a firmware image. The arguments are buffer, address and size. Address 0 is the first
+/// byte of the image.
 ///
 /// On success the function replaces the buffer's whole content with the @c size bytes at @c address and
-/// returns true. A function that reads from a device may deliver fewer bytes if one exchange cannot carry
-/// them all. On failure the function returns false, and the buffer's content is unspecified.
+/// returns true. A function that reads from a device may deliver fewer bytes if the device cannot send them
+/// all at once. On failure the function returns false, and the buffer's content is unspecified.
 ///
-/// getPid() and getVersion() call the function only before they return, and may pass the same buffer again.
+/// getPid() and getVersion() may pass the same buffer to several calls. They do not call the function after
+/// they have returned.
 using ReadDataFunction = std::function<bool(QByteArray&, unsigned int, unsigned short)>;
 
-/// Reads from an image in memory without copying bytes. The buffer becomes a view into the image, so the
-/// image must outlive the buffer and must not change meanwhile.
+/// Reads from an image in memory without copying bytes. The buffer becomes a view into the image. So the
+/// image must neither change nor be destroyed while the buffer exists.
 class ReadVersionDataHelper_FromFile
 {
 public:
@@ -37,11 +38,11 @@ private:
 ///
 ///     image   offset  size
 ///             3       2     H, length of the block that follows; the file table starts at 5 + H
-///     file    0       1     bits 0 to 6 identifier; the whole byte 0x55 ends the table
+///     file    0       1     identifier in bits 0 to 6; the byte 0x55 ends the table
 ///             1       2     L; the next file starts at L + 4
 ///             4             contents
 ///
-///     version file (identifier 5): text from offset 4 to a ',' or to L - 1
+///     version file (identifier 5): text from offset 4 on; ends before a ',' or at L - 1
 ///     USB descriptor file (0x0C, 0x35, 0x0D)
 ///             4       1     N; (N - 9) / 6 records of 6 bytes follow from offset 14
 ///     record  0       1     descriptor type; 1 is the device descriptor
@@ -52,12 +53,12 @@ private:
 /// they use does not depend on the image's size.
 namespace FirmwareUtilities {
 
-/// @return the product identifier of the first USB device descriptor (USB 2.0, table 9-8) with the product
-///         line's vendor identifier; 0 if there is none.
+/// @return the product identifier in the first USB device descriptor (USB 2.0, table 9-8) whose vendor
+///         identifier is Utilities::normalVendorId(); 0 if there is none.
 unsigned short getPid(ReadDataFunction reader);
 
-/// @return the version text; empty, not null, if there is none. A text with control characters or with more
-///         than 64 characters counts as none.
+/// @return the version text; empty, not null, if the image has no version text, or a text with control
+///         characters or more than 64 characters.
 QString getVersion(ReadDataFunction reader);
 
 } // namespace FirmwareUtilities

@@ -33,7 +33,7 @@ constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
     std::array<std::uint8_t, 256> values{};
     for (auto& value : values)
-        value = base; // means that the character is no digit
+        value = base; // means that the character is not a digit
     for (std::uint8_t digit = 0; digit < base; ++digit) {
         values[static_cast<unsigned char>("0123456789ABCDEF"[digit])] = digit;
         values[static_cast<unsigned char>("0123456789abcdef"[digit])] = digit;
@@ -50,7 +50,7 @@ bool hasPrefix(const char* token)
 
 /// Reads a line of two digits, with or without the prefix "0x", and moves @p line to the next line. Nearly
 /// all lines have this form.
-/// @return false, with @p line unchanged, if the line has another form or may continue beyond @p end.
+/// @return false, with @p line unchanged, if the line has another form or fewer than 6 bytes are left.
 bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
 {
     constexpr int longest = 6; // "0x12\r\n"
@@ -63,7 +63,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // a branch is faster, because the processor predicts the line's length
+    if (tail[0] == lineEnd) // a branch is fast, because the processor predicts the line's length
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;
@@ -130,7 +130,7 @@ QByteArray Decoder::takeImage()
 void Decoder::decodeLines(const char* position, const char* end)
 {
     const int decoded = image.size();
-    // Each byte of the image takes at least a digit and a line end in the text.
+    // In the text, each byte of the image takes at least two characters: a digit and a line end.
     image.resize(decoded + static_cast<int>(end - position) / 2 + 1);
     char* next = image.data() + decoded;
     while (position != end && !isMalformed) {

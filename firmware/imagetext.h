@@ -4,25 +4,25 @@
 
 #include <QByteArray>
 
-/// Decodes images in the form in which firmware archives carry them: hexadecimal text, one byte per line.
+/// Decodes the images in firmware archives. They are hexadecimal text, one byte per line.
 ///
 ///     // a comment
 ///     0x12
 ///     34 anything else on the line is a remark
 ///
 /// Lines end with '\n'. White space around a line (Latin-1 white space, which includes '\r') is ignored. A
-/// line is skipped if the rest is empty or starts with "//". In other lines, the text before the first blank
+/// line that is then empty or starts with "//" is skipped. In other lines, the text before the first blank
 /// (U+0020 only) is a signed hexadecimal number of 32 bits, with an optional sign and an optional "0x" or
 /// "0X". The low 8 bits of the number are the image's next byte.
 namespace ImageText {
 
-/// Decodes an image's text piece by piece. The only text that it keeps is a line that has not ended yet. Use
-/// the decoder on one thread at a time.
+/// Decodes an image's text piece by piece. Keeps only the unfinished line of the text. Use the decoder on one
+/// thread at a time.
 class Decoder
 {
 public:
-    /// Takes the next piece of the text, which may be cut anywhere.
-    /// @return false if a complete line of this piece or of an earlier one is malformed.
+    /// Decodes the next piece of the text. A piece may end anywhere in the text.
+    /// @return false if any complete line so far is malformed.
     [[nodiscard]] bool feed(const char* text, int bytes);
 
     /// Decodes the last line if it has no line end. Call this once, after the last piece.

@@ -15,7 +15,7 @@ class FirmwareUpdater : public QObject
     Q_OBJECT
 
 public:
-    /// @param device    the last record of the device, in normal mode or already in programming mode.
+    /// @param device    the device as it was last detected, in normal or in programming mode.
     /// @param firmware  the image to write.
     FirmwareUpdater(QObject* parent, const DeviceInstance& device, DeviceType type,
                     const QByteArray& firmware);
@@ -27,7 +27,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     void flashingStarted();       ///< never emitted
     void flashingError(int code); ///< last signal of a failed attempt; @p code is a FlashingError::Code
-    void flashingFinished();      ///< last signal of an attempt without flashingError()
+    void flashingFinished();      ///< last signal of an attempt that emitted no flashingError()
     void progressRangeChanged(int min, int max);
     void progressValueChanged(int value);
 

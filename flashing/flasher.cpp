@@ -34,8 +34,9 @@ constexpr DWORD lastCommitDelayMs = 2000;
 constexpr DWORD restartStepMs = 100;
 constexpr int restartSteps = 100;
 
-// The maximum of the progress is fixedSteps, plus stepsPerChunk for each chunk but the last, plus 1 for each
-// full packet of the last chunk. A transmitter adds stepsPerSector for each full sector of the image.
+// The maximum of the progress is fixedSteps, plus stepsPerChunk for each chunk but the last, plus 1
+// for each full packet of the last chunk. For a transmitter, stepsPerSector is added for each full
+// sector of the image.
 constexpr std::uint32_t fixedSteps = 108;
 constexpr std::uint32_t stepsPerChunk = 21;
 constexpr std::uint32_t stepsPerSector = 5;
@@ -91,7 +92,7 @@ void Flasher::program()
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
     detectSizes(chipId, chipRevision);
-    // Fails for a device that takes no data packets. At this point the memory of the device is still intact.
+    // Checks that the device takes data packets, while its memory is still intact.
     static_cast<void>(createPacket());
     setupProgressRange();
     advance();
@@ -102,9 +103,9 @@ void Flasher::program()
     startProgramming();
     advance();
     // The request is sent once, and the device does not confirm it. A device that misses the request stays in
-    // programming mode for the next attempt.
+    // programming mode and can be updated again.
     if (!sendControlRequest(device, EndProgramming))
-        checkOpen(); // fails if the device was closed, as the last commit may be missing too
+        checkOpen(); // ends the run if the device was closed, because the last commit may be missing
     advance();
     for (int step = 0; step < restartSteps; ++step) {
         Sleep(restartStepMs);
@@ -211,7 +212,7 @@ void Flasher::commitChunk(std::uint32_t address, std::uint32_t chunkSize)
     writeChipMemory({{Cleared, 0}});
     checkAborted();
     qDebug("%s: Committing RAM starting at 0x%.4X", name.c_str(), address);
-    // The result is ignored, because the run waits for a fixed delay and not for an answer.
+    // A failure is only logged, as in downloadToRam().
     executeOperation(device, CommitOperation);
     advance();
 }
@@ -237,7 +238,7 @@ void Flasher::downloadToRam(std::uint32_t chunkSize)
         const auto data = std::copy(std::begin(header), std::end(header), packet->begin());
         std::copy_n(image.cbegin() + consumed, count, data);
         checkAborted();
-        // A failure is ignored. If the device was removed, the abort flag ends the run at the next check.
+        // A failure is only logged. If the device was removed, the abort flag ends the run at the next check.
         device->setFeatureBlocking(packet.get());
         advance();
         consumed += count;
@@ -255,7 +256,7 @@ void Flasher::eraseTransmitterFlash()
         advance();
         qDebug("%s: Erasing Flash starting at 0x%.4X", name.c_str(), address);
         checkAborted();
-        sendEraseCommand(device); // the result is ignored, as in commitChunk()
+        sendEraseCommand(device); // a failure is only logged, as in downloadToRam()
         advance();
         Sleep(sectorEraseDelayMs);
         advance();
@@ -307,8 +308,8 @@ std::uint32_t Flasher::sectorSize() const
     return isTransmitter() ? geometry.transmitterSectorSize : 0;
 }
 
-// The next two functions ignore a failed write. If the device was removed, the abort flag ends the run at
-// the next check.
+// The next two functions only log a failed write. If the device was removed, the abort flag ends the run
+// at the next check.
 
 void Flasher::writeChipMemory(unsigned short address, const std::vector<unsigned char>& data)
 {

@@ -17,10 +17,10 @@
 
 /// Writes one firmware image into one device that is in programming mode.
 ///
-/// Lives on a worker thread and does all its work in operate(), which blocks that thread for as long as
-/// the chip needs. The run waits for fixed delays, not for answers. Use each object for one run. If the
-/// detector closes the device for an orderly removal, the run ends as if it were aborted, even if the
-/// removal is then refused.
+/// Lives on a worker thread. operate() does all the work and blocks that thread for as long as the chip
+/// needs. Use each object for one run of operate(). The run waits for fixed delays, not for answers. If the
+/// system asks for an orderly removal of the device, the detector closes the device, and the run ends as if
+/// it were aborted. The run ends even if the removal is then refused.
 class Flasher : public QObject
 {
     Q_OBJECT
@@ -30,18 +30,19 @@ public:
 
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
-    /// Makes the run end with code 1 at its next check. The run checks at its start and before each chip
-    /// write, data packet, erase and commit. It does not check between the two identity queries, nor before
-    /// the request that ends programming. May be called on any thread.
+    /// Makes the run fail with code 1 at its next check. The run checks at its start and before each chip
+    /// write, data packet, erase and commit. It does not check between the reads of the chip's identifier and
+    /// revision, nor before the request that ends programming. May be called on any thread.
     void abort();
 
-    /// Returns the place where the run ended or lost the device. Call it in a slot that is directly connected
-    /// to the run's last signal, because the run releases the device after that signal.
+    /// Returns the place where the run ended. If the run ended in a series of failed transfers, returns the
+    /// place of the first of them. Call it in a slot that is directly connected to the run's last signal,
+    /// because the run releases the device after that signal.
     Place endOfRun() const { return device ? device->place() : Place(); }
 
 public Q_SLOTS:
-    /// Runs the whole sequence with image @p firmware, then releases the device.
-    /// @param memoryType  the device's DeviceType. The flash of a transmitter (1) is erased first.
+    /// Programs the device with the image @p firmware, then releases the device.
+    /// @param memoryType  the DeviceType of the device. The flash of a transmitter is erased first.
     void operate(QByteArray firmware, int memoryType);
 
 Q_SIGNALS:
@@ -81,6 +82,6 @@ private:
     std::string name;
     std::atomic<bool> aborted{false};
     int progress = 0;
-    ImageGeometry geometry = {}; ///< set by detectSizes(), like the model
+    ImageGeometry geometry = {}; ///< detectSizes() sets the geometry and the model
     const ChipModel* model = nullptr;
 };

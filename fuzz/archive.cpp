@@ -13,8 +13,8 @@ namespace {
 
 constexpr int maxReleaseNotes = 1024 * 1024;
 
-/// @return whether @p controller holds an image for @p type. Ends the process if the image's version or
-///         product is missing or wrong, or if the product is another kind of device.
+/// @return whether @p controller holds an image for @p type. Ends the process if the version or product of
+///         the image is missing or wrong, or if the product identifier belongs to another kind of device.
 bool holds(const FirmwareController& controller, DeviceType type)
 {
     const QByteArray image = controller.firmware(type);

@@ -1,5 +1,5 @@
-// Fuzzes the inspection of the image in a device that answers with arbitrary bytes. The inspection must end
-// in bounded time and send only the requests that loading and reading need.
+// Fuzzes the search for version and product in a device that answers with arbitrary bytes. The search must
+// end in bounded time and send only the requests that loading and reading need.
 
 #include "fuzztarget.h"
 
@@ -17,9 +17,9 @@ constexpr int operationOffset = 8;
 constexpr int countOffset = 11; // offset of the number of bytes in a read request
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
-/// A chip whose answers come from the fuzz input. An answer takes one byte that selects its kind, then as
-/// many bytes as were requested; a short answer also takes a byte for its length. The first byte of the input
-/// decides what follows after the end of the input: answers of zeros, or failures.
+/// A chip that answers with bytes of the fuzz input. For each answer the chip takes one byte that selects the
+/// kind of answer, one byte for each requested byte, and for a short answer one byte for the length. The
+/// first byte of the input decides whether the chip answers with zeros or fails after the end of the input.
 class LyingChip
 {
 public:

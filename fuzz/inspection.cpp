@@ -1,5 +1,5 @@
-// Fuzzes the inspection of an image in memory. The inspection must end, read only the image, and give the
-// same result with a reader that lends the bytes and with a reader that copies them.
+// Fuzzes the search for version and product in an image in memory. The search must end, read only the image,
+// and give the same result with a reader that lends the bytes and with a reader that copies them.
 
 #include "fuzztarget.h"
 
@@ -44,7 +44,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // 2 headers, and twice the reads that 3 files need
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // per function: the image's header and 3 files
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);
     const QString version = FirmwareUtilities::getVersion(lending);

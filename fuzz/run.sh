@@ -1,6 +1,7 @@
 #!/bin/sh
-# Fuzzes each target for SECONDS, one after the other, and prints the number of executions and the coverage. Keeps new
-# inputs in build/fuzz/corpus, and the inputs of findings in build/fuzz/findings. Exit status 1 means a finding.
+# Fuzzes each target for SECONDS, one after the other, and prints the number of executions and the coverage. Keeps
+# new inputs in build/fuzz/corpus, and inputs that reveal a fault in build/fuzz/findings. Exit status 1 means that
+# a target failed.
 # Usage: fuzz/run.sh [SECONDS [TARGET...]]
 cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh

@@ -37,7 +37,7 @@ public:
     /// Opens the device that the descriptor names.
     /// @param access  the rights with which the device is opened, as Access::Bits.
     /// @param share  the rights that others may have at the same time, as Access::Bits.
-    /// @return whether this call has opened the device; false if it was open before.
+    /// @return false if the device cannot be opened or was already open.
     virtual bool open(int access, int share) = 0;
 
     /// Closes the device. Does nothing if it is not open.
@@ -57,9 +57,9 @@ public:
     /// Reads one feature report into @p report.
     /// @param report  on entry, a vector as long as the wanted answer, with the report ID in byte 0; on
     ///     success, the answer.
-    /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if the
-    ///         wanted answer is empty or too long for the device. The contents of @p report are then
-    ///         unspecified, but its length is unchanged.
+    /// @return false if the device is not open, is gone, refuses or answers with fewer bytes, or if @p report
+    ///         is empty or too long for the device. The contents of @p report are then unspecified, but its
+    ///         length is unchanged.
     virtual bool getFeatureBlocking(std::vector<unsigned char>* report) = 0;
 
     /// Creates a zeroed buffer as long as the device's longest report of the kind @p reportKind. The buffer

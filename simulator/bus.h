@@ -21,8 +21,8 @@ struct FeatureReports
     /// Receives one report from the computer; @p report[0] is the report ID.
     std::function<Transfer(const std::uint8_t* report, std::size_t size)> set;
 
-    /// Answers the request for the report whose ID is @p report[0]: overwrites @p report with the answer,
-    /// which has at most @p size bytes including the ID, and stores the answer's length in @p received.
+    /// Answers the request for the report whose ID is @p report[0]. Overwrites @p report with the answer of
+    /// at most @p size bytes, including the ID. Stores the answer's length in @p received.
     std::function<Transfer(std::uint8_t* report, std::size_t size, std::size_t& received)> get;
 };
 
@@ -55,7 +55,7 @@ struct BusDevice
 };
 
 /// Connects simulated devices to a computer: to the simulated computer, or to the HID stack of a real one.
-/// Any thread may call every operation. A transfer of the device may call every operation except
+/// Any thread may call every operation. The functions of FeatureReports may call every operation except
 /// requestRemoval().
 class Bus
 {
@@ -66,15 +66,15 @@ public:
     virtual void attach(const BusDevice& device) = 0;
 
     /// Disconnects the device at @p port, even if programs have it open. No transfer starts after the
-    /// disconnection. Returns when the computer knows of the removal. A bus that can find out whether every
-    /// listener has handled the removal also waits for that.
+    /// disconnection. Returns when the computer knows of the removal. If the bus can find out when every
+    /// listener has handled the removal, it also waits for that.
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that
-    /// is asked has answered. Do not call it from inside a transfer on the same thread: the call would
-    /// wait for a program that answers only after this transfer.
+    /// is asked has answered. Do not call it on a thread that serves a transfer: if a program answers only
+    /// after the transfer, this function never returns.
     /// @param isHeld  whether another program keeps the device open, so that the computer refuses the
     ///                removal.
-    /// @return whether the device is removed; always false on a bus that has no such request.
+    /// @return whether the device is removed; always false on a bus without orderly removal.
     virtual bool requestRemoval(int /*port*/, bool /*isHeld*/) { return false; }
 };

@@ -15,7 +15,7 @@ enum class Fault {
     NoData,         ///< the answer has the status "no data"
     TransferFails,  ///< the transfer fails and does not reach the chip
     ShortAnswer,    ///< the answer is cut short
-    WrongIdentity,  ///< from this transfer on the chip reports an unknown identifier
+    WrongIdentity,  ///< the chip reports an unknown identifier from this transfer on
     RefuseOpen,     ///< after a restart the device cannot be opened until it is plugged in again
     NeverBack,      ///< after a restart the device remains away until it is plugged in
     OtherPort,      ///< after a restart the device comes back on another port
@@ -25,8 +25,8 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. The fault strikes at the first such event from the
-    /// fault's earliest transfer on (see FaultPlan).
+    /// The kind of event at which a fault strikes. The fault strikes at the first such event at or after the
+    /// fault's earliest transfer (see FaultPlan).
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
@@ -66,8 +66,8 @@ public:
     /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// Call it when a fault has taken effect after a delay. struckAt() then counts the transfers up to this
-    /// call.
+    /// Call it when a fault takes effect later than it strikes. struckAt() then also includes the
+    /// transfers in between.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }

@@ -5,8 +5,7 @@
 
 #include "bus.h"
 
-/// @return the bytes of an interface's report descriptor (HID 1.11 section 6.2.2), for a bus that needs them.
-/// The descriptor has one application collection with the feature reports. If the interface has no feature
-/// reports, the collection has an input report with the field "volume increment", because a HID device needs
-/// a report.
+/// @return the report descriptor of an interface (HID 1.11 section 6.2.2). The descriptor has one application
+/// collection with the feature reports of the interface. If the interface has no feature reports, the
+/// collection has an input report with the field "volume increment", because a HID device needs a report.
 std::vector<std::uint8_t> reportDescriptorOf(const HidInterface& hid);

@@ -10,11 +10,11 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
-constexpr std::size_t unreadTailBytes = 4; // the updater assumes that an entry's length includes the header
+constexpr std::size_t unreadTailBytes = 4; // the updater reads as if the length included the header
 
 constexpr std::uint8_t headerBlockBytes = 11; // length of the block between header and file table
 constexpr std::size_t memoryUnit = 64;
-constexpr std::uint8_t sizeCodeBits = 0x0F; // mask of the memory size's code in the geometry's first byte
+constexpr std::uint8_t sizeCodeBits = 0x0F; // bits of geometry[0] with the code of the memory size
 
 std::uint8_t low(std::size_t word)
 {
@@ -68,7 +68,7 @@ std::optional<Identity> identityOf(const Bytes& memory)
                 identity.version += static_cast<char>(memory[i]);
         } else if (memory[at] == 0x0C || memory[at] == 0x35 || memory[at] == 0x0D) {
             const std::size_t records = at + recordsOffset;
-            const std::size_t device = records + wordAt(records + 2); // the first record is the device's
+            const std::size_t device = records + wordAt(records + 2); // the device descriptor comes first
             identity.productId = static_cast<std::uint16_t>(wordAt(device + productIdOffset));
         }
     }
@@ -127,7 +127,7 @@ Bytes versionEntry(const std::string& text)
 Bytes usbDescriptorEntry(std::uint8_t identifier, std::uint16_t vendorId, std::uint16_t productId)
 {
     const Bytes contents{
-        // Ten bytes come before the records. The first byte is the length of all records plus 9.
+        // Ten bytes come before the records. The first of these bytes is the length of all records plus 9.
         0x15, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
         // A record for each descriptor: type, 0, offset from the first record, length.
         0x01, 0x00, 0x0C, 0x00, 0x12, 0x00, //

@@ -9,27 +9,28 @@
 /// The contents of a firmware image. `ImageBuilder::transmitter()` and `headset()` return the usual contents,
 /// which the caller may change.
 ///
-/// In an image that a device runs, the version entry (version, comma, remark) must not be longer than 32
-/// bytes, because the updater reads only 32 bytes of the entry from a device.
+/// If a device runs the image, the version entry (version, comma, remark) must not be longer than 32 bytes,
+/// because the updater reads only 32 bytes of the entry from a device.
 struct ImageOptions
 {
     std::size_t size = 8192; ///< size of the image in bytes; build() makes it larger if the table needs more
 
-    /// The first two bytes, which describe the memory that the image is built for. From the highest bit on:
-    /// - 4 bits: a code; a page has 2 << code bytes
-    /// - 4 bits: a code; the memory has 64 << code bytes. Code 0 means the smallest memory that holds the
-    ///   image
-    /// - 2 bits: unused
-    /// - 2 bits: configuration
-    /// - 4 bits: a code; a sector has 64 << code bytes (transmitter only)
+    /// The first two bytes, which describe the memory that the image is built for.
+    /// - first byte, bits 4 to 7: page size, 2 << code bytes
+    /// - first byte, bits 0 to 3: memory size, 64 << code bytes
+    /// - second byte, bits 4 to 5: configuration
+    /// - second byte, bits 0 to 3: sector size, 64 << code bytes (transmitter only)
+    /// If the code of the memory size is 0, build() sets the code of the smallest memory that holds the
+    /// image. Code 0 of the page or sector size states no size.
     std::array<std::uint8_t, 2> geometry{};
 
     std::string version = "1.2.3";
     std::uint16_t vendorId = 0x7A31;
     std::uint16_t productId = 0x0004;
 
-    /// The entries of the file table in order, as fileEntry() and similar functions return them. If there are
-    /// none, the image gets the usual four entries: filler, version, filler, USB descriptors.
+    /// The entries of the file table in order, as fileEntry(), versionEntry() and usbDescriptorEntry()
+    /// return them. If there are none, the image gets the usual four entries: filler, version, filler,
+    /// USB descriptors.
     std::vector<std::vector<std::uint8_t>> entries;
 
     std::uint32_t seed = 1; ///< seed of the pseudo-random bytes after the table
@@ -50,8 +51,8 @@ struct Identity
     std::uint16_t productId = 0;
 };
 
-/// The identity of the image at the start of @p memory; empty if the image is not valid. The function does
-/// not use the updater's own inspection, so that tests can compare both results.
+/// The identity of the image at the start of @p memory; empty if the image is not valid. The function uses no
+/// code of the updater, so that tests can compare its results with the updater's.
 std::optional<Identity> identityOf(const std::vector<std::uint8_t>& memory);
 
 /// The USB product identifiers of the transmitter, in the order of its generations. They are not taken from
@@ -66,7 +67,7 @@ ImageOptions headset(std::size_t size = ImageOptions().size);
 
 std::vector<std::uint8_t> build(const ImageOptions& options);
 
-/// A file entry: identifier, length of the contents, contents.
+/// A file entry: identifier, length of the contents (2 bytes), 0, contents.
 std::vector<std::uint8_t> fileEntry(std::uint8_t identifier, const std::string& contents);
 
 /// The version file with the text @p text (version, comma, remark). The file ends with four zero bytes,

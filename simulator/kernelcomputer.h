@@ -8,13 +8,14 @@
 #include "simulatedmachine.h"
 #include "uhidbus.h"
 
-/// A simulated computer with the devices and the user's session of the Linux system that the program runs on.
-/// bus() plugs devices into the kernel of that system.
+/// A simulated computer whose devices and user session are those of the Linux system on which the program
+/// runs. bus() plugs devices into the kernel of that system.
 class KernelComputer
 {
 public:
     /// @param base  provides everything but the devices and the session; must outlive this object.
-    /// @param log   called on any thread with a sentence for each unusable device and each refused lock.
+    /// @param log   called on any thread with a sentence for each device that cannot be used and for each
+    ///              refused lock (see LoginSession).
     KernelComputer(SimulatedMachine& base, const std::function<void(const std::string&)>& log)
         : devices(log)
         , userSession(log)

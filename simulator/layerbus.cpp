@@ -24,7 +24,7 @@ std::wstring locationOf(int port)
     return L"7&1a2b3c" + std::to_wstring(port) + L"&0&0000";
 }
 
-/// One HID interface. Open files keep this object alive after the interface has left the tree.
+/// One HID interface. Open files keep this object alive after the interface has left the device tree.
 class LayerFunction : public HidFunction
 {
 public:

@@ -5,7 +5,7 @@
 namespace {
 
 constexpr std::size_t ramBytes = 0x10000;
-constexpr std::uint8_t powerUpPattern = 0xA5; // differs from every value that the set-up writes
+constexpr std::uint8_t powerUpPattern = 0xA5; // differs from every value that the loader's set-up writes
 constexpr std::uint8_t erased = 0xFF;
 
 constexpr std::uint16_t chipRevisionRegister = 0xF002;

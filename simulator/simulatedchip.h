@@ -13,9 +13,8 @@
 /// block, and the non-volatile memory with the firmware image.
 ///
 /// The transmitter's memory is NOR flash: programming only clears bits, and an erase sets one sector to 0xFF.
-/// The headset's memory is overwritten in place. The chip refuses a command that is malformed or that comes
-/// before the set-up that it needs, and records the reason. Not thread-safe; the device guards the chip with
-/// a lock.
+/// The headset's memory is overwritten in place. The chip refuses malformed commands and commands whose
+/// set-up is missing, and records the reason. Not thread-safe; the device guards the chip with a lock.
 class SimulatedChip
 {
 public:
@@ -43,7 +42,7 @@ public:
     static const Model* modelOf(int chipId, int revision); ///< null if the simulator does not know the chip
 
     /// The memory that an image announces in its first two bytes. Sizes are in bytes. A size that is not
-    /// announced is 0.
+    /// announced is 0, except for the transmitter's page size, which is then 1.
     struct Geometry
     {
         std::uint32_t memorySize = 0;
@@ -75,8 +74,8 @@ public:
     };
     Command understand(const std::uint8_t* report, std::size_t size);
 
-    /// @return the answer to the latest memory-read request. Its status is "no data" if no request waits for
-    /// an answer.
+    /// @return the answer to the latest memory-read request. If no request waits for an answer, the status of
+    /// the answer is "no data".
     std::vector<std::uint8_t> answer(std::size_t size);
 
     DeviceType device() const { return type; }

@@ -19,7 +19,7 @@ constexpr std::uint16_t headsetLoaderProductId = 0x0101;
 constexpr std::uint16_t consumerPage = 0x000C;
 constexpr std::uint16_t vendorPage = 0xFF00;
 constexpr std::uint16_t firstUsage = 0x0001;
-constexpr int consumerInterface = 2; // the audio functions have lower numbers
+constexpr int consumerInterface = 2; // the audio interfaces have lower numbers
 constexpr int channelInterface = 3;
 
 const std::vector<FeatureReportFormat> applicationReports{{SimulatedChip::commandReportId, 63}};
@@ -160,8 +160,8 @@ Transfer SimulatedDevice::vanish(bool comesBack)
     return Transfer::Gone;
 }
 
-/// Requests the removal on a separate thread, because a program may answer only after the transfer in
-/// progress.
+/// Requests the removal on a separate thread, so that this thread can end its transfer. A program may answer
+/// the request only after the transfer.
 void SimulatedDevice::requestRemoval(bool isHeld)
 {
     const std::shared_future<void> removal = background.start([this, isHeld] {

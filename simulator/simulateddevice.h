@@ -56,16 +56,16 @@ public:
     void setFault(Fault fault, int transfer);
     void clearFault() { setFault(Fault::None, 1); }
 
-    /// Called on the transferring thread when a fault has made the device vanish and all listeners of the bus
-    /// have handled its removal. Set it before the device is plugged in.
+    /// Called on the thread of the transfer after a fault has disconnected the device from the bus (see
+    /// Bus::detach()). Set it before the device is plugged in.
     std::function<void()> onVanished;
-    /// Called on the transferring thread when the first transfer of a phase has succeeded. After a fault is
-    /// armed or cleared, every phase counts as new. Set it before the device is plugged in.
+    /// Called on the thread of the transfer when the first transfer of a phase has succeeded. After a fault
+    /// is armed or cleared, every phase counts as new. Set it before the device is plugged in.
     std::function<void(Phase)> onPhase;
 
-    /// Called on the transferring thread when a fault has requested an orderly removal. The future is ready
-    /// when the removal is over. Do not wait for the future within the transfer, because the removal may wait
-    /// for the transfer. Set it before the device is plugged in.
+    /// Called on the thread of the transfer when a fault has requested an orderly removal. The future is
+    /// ready when the removal is over. Do not wait for the future within the transfer, because the removal
+    /// may wait for the transfer. Set it before the device is plugged in.
     std::function<void(const std::shared_future<void>&)> onRemovalRequested;
 
     // What the device recorded.
@@ -123,7 +123,7 @@ private:
     const std::function<void(const std::string&)> reportTo;
 
     std::mutex moving;                ///< held to connect or disconnect the device; lock it before `mutex`
-    std::atomic<int> cableMoves = {}; ///< a move of the cable cancels the restarts planned before the move
+    std::atomic<int> cableMoves = {}; ///< counts moves of the cable; each move cancels the planned restarts
     mutable std::mutex mutex;         ///< guards what follows; never held while the bus is called
     SimulatedChip chip;
     FaultPlan faults;
@@ -131,7 +131,7 @@ private:
     int lastPort = 0;
     int connection = 0; ///< counts the connections to the bus
     bool isPresent = false;
-    bool refusesOpen = false; ///< true until the next plug-in or restart: no program can open the device
+    bool refusesOpen = false; ///< if true, no program can open the device until the next plug-in or restart
     bool programming = false;
 
     BackgroundTasks background;

@@ -69,7 +69,7 @@ public:
         send(event);
     }
 
-    /// Serves reports until the interface has left.
+    /// Serves reports until the interface is gone.
     void run()
     {
         uhid_event event = {};
@@ -127,8 +127,8 @@ private:
 
     static __u16 errorOf(Transfer outcome) { return outcome == Transfer::Done ? 0 : EIO; }
 
-    /// Sends @p event to the kernel. Ignores failures: they happen only after the interface has left, when
-    /// no program waits for an answer.
+    /// Sends @p event to the kernel. Ignores failures: they happen only when the interface is gone and no
+    /// program waits for an answer.
     void send(const uhid_event& event) const { static_cast<void>(!::write(file, &event, sizeof(event))); }
 
     const HidInterface interface;

@@ -7,16 +7,16 @@
 /// destruction. It identifies an endpoint by the friendly name of its audio adapter, because the endpoint's
 /// identifier changes when its device is plugged into another port.
 ///
-/// A recorded name has no leading number (as in "2- USB Audio Device") and ends before the first character
-/// that is neither a Latin letter nor a blank. restore() looks for an adapter whose complete name equals the
-/// recorded name. So an endpoint becomes the default again only if the complete name of its adapter consists
-/// of letters and blanks. If several endpoints have adapters with the same name, the first in the system's
-/// order becomes the default.
+/// A recorded name is the first run of Latin letters and blanks in the adapter's name. It leaves out a
+/// leading number, such as the one in "2- USB Audio Device", and everything after the run. restore() compares
+/// recorded names with complete names. So an endpoint does not become the default again if the name of its
+/// adapter contains a character other than a Latin letter or a blank. If several endpoints have adapters with
+/// the same name, the first in the system's order becomes the default.
 ///
 /// A role, endpoint or direction that cannot be read or set is skipped. Nothing is reported or thrown.
 ///
-/// Use it on one thread, with COM initialised there. Every operation calls the audio service and blocks
-/// meanwhile.
+/// Use it on one thread, with COM initialised there. Every operation calls the audio service and
+/// blocks meanwhile.
 class AudioEndpointsKeeper
 {
 public:

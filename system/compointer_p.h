@@ -5,7 +5,7 @@
 #include <objbase.h>
 
 /// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So callers
-/// need no check for a COM call that succeeds with S_FALSE but delivers no interface.
+/// need not check whether a COM call that returned S_FALSE delivered an interface.
 template <typename Interface>
 class ComPointer
 {

@@ -8,7 +8,7 @@
 /// While an object lives, neither the computer nor its display goes to sleep by itself, and a request to end
 /// the user's session is refused. The user can still insist, and then the session ends.
 ///
-/// Use an object on the GUI thread. If one of the object's calls to the system fails, the failure is logged
+/// Use an object on the GUI thread. If a call to the system fails in the constructor, the failure is logged
 /// and otherwise ignored.
 class KeepAwake : private QAbstractNativeEventFilter
 {

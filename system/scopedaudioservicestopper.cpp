@@ -171,7 +171,8 @@ void stopAudioService(const ServiceHandle& service)
     qDebug("Service stopped successfully");
 }
 
-/// Detects a stall of a service in a pending state: its check point does not grow within its wait hint.
+/// Detects a stall: the check point of a service in a pending state does not grow within the
+/// service's wait hint.
 class ProgressWatch
 {
 public:

@@ -12,8 +12,8 @@
 class ChipChannel : public AbstractHidDevice
 {
 public:
-    /// A flag that its owner sets when it no longer needs an answer. From then on isOpen() returns
-    /// false, and every transfer fails without reaching the device.
+    /// The owner of this flag sets it when no answer is needed any more. From then on isOpen() returns false,
+    /// and every transfer fails without reaching the device.
     using Cancelled = std::shared_ptr<const std::atomic<bool>>;
 
     /// The phase and the transfer that the work with the device has reached.

@@ -44,8 +44,7 @@ bool ReadDataHelper_FromDevice::operator()(QByteArray& data, unsigned int addres
         return false;
     if (std::uint64_t{address} + size > capacity)
         return false;
-    // Both results are ignored, because a device that does not accept these commands does not answer the
-    // read below, either.
+    // Both results are ignored: if the device does not accept these commands, the read below fails too.
     writeControlBlock(device, model->smData,
                       {{FlashAddress, address}, {RamAddress, model->readBuffer}, {Length, size}});
     executeOperation(device, LoadOperation);

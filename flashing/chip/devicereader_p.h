@@ -9,25 +9,27 @@
 
 struct ChipModel;
 
-/// Reads the firmware image that is stored in a device. Can be used as a ReadDataFunction. Copies share
-/// the device.
+/// Reads the firmware image that is stored in a device. Can be used as a ReadDataFunction. Copies
+/// share the device.
 ///
-/// The chip copies image bytes into a RAM buffer on request, in rows of 16 bytes that are 0x1000 apart. One
-/// call reads at most 32 bytes and blocks for 100 ms per row. After 256 calls a reader gives up: the file
-/// table of a damaged image may cause more calls, but no real image needs so many.
+/// On request the chip copies image bytes into a RAM buffer, in rows of 16 bytes that are 0x1000 apart. One
+/// call reads at most 32 bytes and blocks for 100 ms per row. A reader gives up after 256 calls. No real
+/// image needs so many, but the file table of a damaged image may cause more.
 class ReadDataHelper_FromDevice
 {
 public:
-    /// A flag that its owner sets when it no longer needs the result. After that no transfer starts.
+    /// The owner of this flag sets it when the result is not needed any more. From then on no
+    /// transfer starts.
     using Cancelled = ChipChannel::Cancelled;
 
     /// Reads the chip's identifier and revision, then the image's first byte, which gives the memory's size.
-    /// Blocks for several transfers. If the chip is not known, reads no image bytes and writes nothing to it.
+    /// Blocks for several transfers. If the chip is not known, no image bytes are read and nothing is
+    /// written to the chip.
     ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
-    /// Replaces @p data by the @p size bytes of the image (at most 32) that start at @p address.
-    /// @return false if the chip is not known, the range ends beyond the device's memory, a transfer fails
-    ///         or the reader has given up.
+    /// Replaces the contents of @p data by @p size bytes of the image, at most 32, from @p address on.
+    /// @return false if the chip is not known, the range ends beyond the device's memory, a transfer fails or
+    ///         the reader has given up.
     bool operator()(QByteArray& data, unsigned int address, unsigned short size);
 
 private:

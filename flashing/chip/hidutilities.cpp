@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t reportBytes = 64;
 constexpr unsigned char reportId = 0xFF;
 
-// Chip command: class, 0x04, 0x00, 0x00, N, operation, operands. N is the number of bytes that follow it,
-// plus one.
+// Chip command: class, 0x04, 0x00, 0x00, N, operation, operands. N is one more than the number of
+// bytes after N.
 constexpr unsigned char commandClass = 0xFF;
 constexpr unsigned char memoryReadClass = 0xFD;
 constexpr unsigned char writeMemoryOperation = 0x00;
@@ -40,7 +40,7 @@ unsigned char byteOf(int operand)
     return static_cast<unsigned char>(operand);
 }
 
-/// Returns the length byte that a frame has for @p bytes: their number plus one.
+/// Returns the length byte of a frame with @p bytes: one more than the number of bytes.
 unsigned char lengthOf(const Bytes& bytes)
 {
     return static_cast<unsigned char>(bytes.size() + 1);

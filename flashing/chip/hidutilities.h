@@ -26,7 +26,7 @@ enum ChipOperation {
     LoadOperation = 0x84,   ///< copy image bytes into RAM; the control block gives addresses and length
 };
 
-/// A field of the loader's control block. The control block starts at the chip's SmData address.
+/// A field of the loader's control block. The control block starts at ChipModel::smData.
 struct ControlField
 {
     unsigned char offset;
@@ -73,7 +73,7 @@ bool executeOperation(std::shared_ptr<AbstractHidDevice> device, int operation);
 bool sendEraseCommand(std::shared_ptr<AbstractHidDevice> device);
 
 /// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that the chip needs. Does
-/// not wait if the device is closed.
+/// not wait if the request fails because the device is closed.
 bool requestMemoryRead(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh, int count);
 
 enum class Answer {
@@ -86,12 +86,12 @@ enum class Answer {
 [[nodiscard]] Answer readMemory(std::shared_ptr<AbstractHidDevice> device, int addressLow, int addressHigh,
                                 int count, std::vector<unsigned char>& data);
 
-/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 if the identifier is unknown or cannot be
-/// read, and logs this failure as critical unless the device is closed.
+/// Reads the chip identifier: 12 (AV6x01) or 13 (AV6x02). Returns 0 and logs a critical message if the
+/// identifier is unknown or cannot be read. A failed read of a closed device is not logged.
 int getAvneraChipId(std::shared_ptr<AbstractHidDevice> device);
 
-/// Reads the revision register and does not check its value. Returns 0 if the register cannot be read, and
-/// logs this failure as critical unless the device is closed.
+/// Reads the revision register. Does not check the value. Returns 0 and logs a critical message if the
+/// register cannot be read. A failed read of a closed device is not logged.
 int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 
 /// Looks up a chip and revision. Logs the name of the revision. If only the chip is known, logs that its
@@ -99,7 +99,8 @@ int getAvneraChipRevision(std::shared_ptr<AbstractHidDevice> device);
 /// @return null for a chip or revision that is not known.
 [[nodiscard]] const ChipModel* getAvneraChipModel(int chipId, int revision);
 
-/// Gets the addresses of the loader's control block and of its download buffer from getAvneraChipModel().
+/// Looks up the addresses of the loader's control block and of its download buffer. Logs the same messages as
+/// getAvneraChipModel().
 /// @return false, with the outputs untouched, for a chip or revision that is not known.
 [[nodiscard]] bool getAvneraSmDataAndRamBase(unsigned short& smData, unsigned short& ramBase,
                                              const int chipId, const int revision);
