@@ -110,7 +110,7 @@ bool QFutureInterfaceBase::derefT() const
         next<bool (*)(const QFutureInterfaceBase*)>("_ZNK20QFutureInterfaceBase6derefTEv");
     __tsan_release(&handovers);
     const bool isUsed = own(this);
-    __tsan_acquire(&handovers); // the last user of the result deletes it
+    __tsan_acquire(&handovers); // the last user of the result deletes the result
     return isUsed;
 }
 

@@ -123,7 +123,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
         endpoints.add({L"m", L"Monitor"});
         endpoints.add({L"r", L"Speakers"});
         endpoints.add({L"c", L"Microphone", eCapture});
-        endpoints.add({L"n", L"Not looked at"}); // the search ends before it, at the last default
+        endpoints.add({L"n", L"Not looked at"}); // the search ends at the last default, before this endpoint
         for (const ERole role : {eConsole, eMultimedia, eCommunications})
             endpoints.chooseDefault(L"r", role);
         {

@@ -197,7 +197,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 0);
     // The broadcast has the path in mixed case, the queue has it in lower case.
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
-    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // after the arrival is erased, the completion is first
+    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // completion comes first: the arrival is erased
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
     QCOMPARE(f.recorder.waitFor(2), "complete 0, +7a31:6");
@@ -212,7 +212,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
-    f.tree.setInstallationPending(false); // lets a stop() that waits for the installation return
+    f.tree.setInstallationPending(false); // so that a stop() that waits can return
     QVERIFY(outcome == std::future_status::ready);
     const int waits = f.machine.faults.counted("CMP_WaitNoPendingInstallEvents");
     QCOMPARE(f.clock.tickCount(), 1000u * static_cast<unsigned>(waits));
@@ -254,7 +254,7 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
             f.recorder.waitFor(++reports);
             QVERIFY(f.recorder.last != removed); // the removed record still occupies its memory
             QCOMPARE(removed->productId, std::uint16_t(4));
-            f.detector->forget(isForgotten ? removed : f.recorder.last); // ignored for a present device
+            f.detector->forget(isForgotten ? removed : f.recorder.last); // forget() ignores a present device
             QCOMPARE(f.recorder.last->productId, std::uint16_t(4));
             if (isForgotten)
                 continue;

@@ -106,7 +106,8 @@ private Q_SLOTS:
             buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device does
             return ++reads != failing;
         };
-        const int pidReads = 5 + 1 + 4; // of header and entries; end mark; file, record and descriptor
+        // The reads of the header and the entries, of the end mark, and of the file, record and descriptor.
+        const int pidReads = 5 + 1 + 4;
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
             const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: the end mark
             QCOMPARE(static_cast<int>(FirmwareUtilities::getPid(reader)), isNeeded ? 0 : 4);

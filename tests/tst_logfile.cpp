@@ -123,7 +123,7 @@ void TestLogFile::theNewestTwentyLogsStay()
     for (const char* const name : {"notes.txt", "20230101-0000.log", "20230101-0000-a.txt"})
         QVERIFY(makeFile(logs.filePath(text(name))));
     QStringList expected = logs.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    for (int age = 1; age <= 25; ++age) { // in minutes; sorted by name, the files have another order
+    for (int age = 1; age <= 25; ++age) { // in minutes; the order by age is not the order by name
         const QString name =
             "2024%1-2359%2.txt"_s.arg(1000 + age * 7 % 26).arg(age % 2 ? QString() : "-12"_s);
         QFile file(logs.filePath(name));

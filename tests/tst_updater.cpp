@@ -80,7 +80,7 @@ void TestUpdater::aDeviceInNormalModeGetsTheRequestToLeave()
     computer.machine.processes().isWow64 = wow64;
     const QString tool = QDir(QCoreApplication::applicationDirPath())
                              .filePath("UninstallDevices_%1.exe"_s.arg(wow64 ? "x64"_s : "x86"_s));
-    QFile::remove(tool); // left by a run that was interrupted
+    QFile::remove(tool); // an interrupted run may have left this file
     QVERIFY(QFile::link("/bin/true"_s, tool));
     const auto removeTool = qScopeGuard([&] { QFile::remove(tool); });
     const DeviceType type = productId == 6 ? Headset : Transmitter;

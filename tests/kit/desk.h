@@ -89,7 +89,7 @@ struct Desk : PairedComputer
         const char* const failure =
             "Error while loading firmware|Firmware cannot be loaded. File may be corrupted or "
             "not supported.\nTry to download it once again.||";
-        QString nameInBox; // the page's file name when the box opens; by then the page has cleared it
+        QString nameInBox; // the file name that the page shows while the box is open
         User user({[&](QWidget& modal) {
             nameInBox = modal.parentWidget() == &window ? find(*mainPage, "firmwareFileName")->text()
                                                         : "not in front of the window"_s;
