@@ -10,7 +10,7 @@ struct UpdateCandidate
 {
     bool isConnected = false;
     unsigned short devicePid = 0; ///< 0 if the device's identity is unknown
-    unsigned short imagePid = 0;  ///< 0 if there is no image or its identity is unknown
+    unsigned short imagePid = 0;  ///< 0 if there is no image or the image's identity is unknown
     bool hasImage = false;
 
     /// Whether the connected device and the image both have a known identity, and the two identities differ.
@@ -36,7 +36,7 @@ struct Compatibility
     UpdateCandidate transmitter;
     UpdateCandidate headset;
 
-    /// Returns the candidate of @p type. Any type other than DeviceType::Transmitter selects the headset.
+    /// Any type other than DeviceType::Transmitter selects the headset.
     [[nodiscard]] const UpdateCandidate& of(DeviceType type) const
     {
         return type == DeviceType::Transmitter ? transmitter : headset;

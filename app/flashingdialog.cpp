@@ -50,14 +50,14 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // The stopper's destructor starts the service. A stop task that still runs keeps the stopper alive, so
-    // the service is started here.
+    // reset() normally destroys the stopper, whose destructor starts the service. A stop task that still runs
+    // keeps the stopper alive. In that case the service must be started here.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();
     audioEndpointsKeeper.reset();
     // qDeleteAll() waits until the updaters have ended. The member keepAwake is destroyed later, so the
-    // computer stays awake until then.
+    // computer stays awake during this wait.
     qDeleteAll(allUpdaters);
 }
 
@@ -128,7 +128,7 @@ void FlashingDialog::createAndStartUpdaters()
         createAndStartUpdater(device.key(), device.value());
     restartAudioService();
     stage = Stage::Updating;
-    // If every updater has already failed in createAndStartUpdater(), no later report ends the run.
+    // Ends the run if every updater has already failed in createAndStartUpdater(), because no report follows.
     endRunAfterLastReport();
 }
 
@@ -155,7 +155,7 @@ void FlashingDialog::restartAudioService()
         if (stage == Stage::Reported)
             restore();
     });
-    // Until the task has ended, only the task uses audioServiceStopper.
+    // Nothing else uses audioServiceStopper until this task has ended.
     restartWatcher->setFuture(QtConcurrent::run([this] { audioServiceStopper.reset(); }));
 }
 

@@ -30,10 +30,10 @@ class FlashingDialogClass;
 /// failure and the restart has ended, the run restores the default audio endpoints. The computer stays
 /// awake until then.
 ///
-/// Until the updaters are started, Escape and a request to close the window cancel the run. After that
-/// they do nothing until all updaters have reported. Then they do the same as the Close button. exec()
-/// returns QDialog::Accepted if every device was updated, else QDialog::Rejected. After a cancelled run,
-/// errors() is empty.
+/// Until the updaters are started, Escape and a request to close the window cancel the run. After that, both
+/// do nothing until all updaters have reported. Then both act like the Close button. exec() returns
+/// QDialog::Accepted if every device was updated, else QDialog::Rejected. After a cancelled run, errors() is
+/// empty.
 ///
 /// Use the dialog only on the GUI thread, with COM initialised there. The destructor may block until the
 /// audio service runs again and the updaters' worker threads have ended. The destructor does not

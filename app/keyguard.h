@@ -7,8 +7,8 @@
 class QKeyEvent;
 class QWidget;
 
-/// Prevents a key that the user meant for one screen from pressing a button of the next screen. Discards a
-/// key press that would press a button in two cases: the key is held down and repeats, or a screen appeared
+/// Prevents a key that the user meant for one screen from pressing a button of the next screen. In two cases,
+/// discards a key press that would press a button: the key is held down and repeats, or a screen appeared
 /// less than half a second ago. While the object lives, it guards every window of the program except menus
 /// and tool tips. GUI thread only.
 class KeyGuard : public QObject

@@ -23,7 +23,7 @@ bool isOwn(const QFileInfo& folder)
 }
 
 /// Creates the folder @p path if it is missing, and lets only this user write to it.
-/// @return false on failure, and if @p path is a link, is not a folder or belongs to another user.
+/// @return false on failure, or if @p path is a link, is not a folder or belongs to another user.
 bool prepare(const QString& path)
 {
     static_cast<void>(QDir().mkdir(path)); // fails if the folder exists
@@ -61,7 +61,7 @@ bool createIn(const QString& folder, const QString& baseName, QFile& file)
 bool LogFolder::createLog(QFile& file, const QDateTime& start)
 {
     const QString temporary = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
-    if (temporary.isEmpty()) // otherwise the path below would start at the root
+    if (temporary.isEmpty()) // the path below would start at the root
         return false;
     const QString folder = temporary + QStringLiteral("/ZEFO_VYNT_Firmware_Update_Logs");
     const QString name = QLocale::c().toString(start, QStringLiteral("yyyyMMdd-HHmm"));

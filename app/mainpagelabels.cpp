@@ -30,7 +30,7 @@ void setExplanation(QLabel* label, const QString& text)
     label->setAccessibleDescription(text);
 }
 
-/// Returns the title of @p box, then a line for each heading and its value.
+/// Returns a list of lines: the title of @p box, then each heading with its value.
 QStringList linesOf(const QGroupBox& box,
                     std::initializer_list<std::pair<const QLabel*, const QLabel*>> headingsAndValues)
 {

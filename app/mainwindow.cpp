@@ -206,7 +206,7 @@ void MainWindow::on_updateButton_clicked()
     auto dialog = std::make_unique<FlashingDialog>(this);
     const bool transmitterAdded = addToUpdate(*dialog, DeviceType::Transmitter);
     const bool headsetAdded = addToUpdate(*dialog, DeviceType::Headset);
-    // The devices or the archive may have changed while a question was open.
+    // While a question was open, a change of the devices or the archive may have made the update impossible.
     if (!ui->updateButton->isEnabled() || !(transmitterAdded || headsetAdded))
         return;
 

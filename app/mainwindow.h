@@ -23,10 +23,10 @@ class MainWindowClass;
 /// The application's main window.
 ///
 /// Its central widget is one of two pages. The main page compares the connected devices with the loaded
-/// archive and starts an update. The info screen asks the user to connect the devices. After an update it
-/// shows the pairing instructions or the failure report. The window's system menu has the items "Override"
-/// and "About...". "Override" keeps the main page open, whatever devices are connected. GUI thread only. The
-/// constructor starts device detection.
+/// archive and starts an update. The info screen asks the user to connect the devices. After an update the
+/// info screen shows the pairing instructions or the failure report. The window's system menu has the items
+/// "Override" and "About...". "Override" keeps the main page open, whatever devices are connected. GUI thread
+/// only. The constructor starts device detection.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT

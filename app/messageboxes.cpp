@@ -18,12 +18,12 @@ constexpr Qt::WindowFlags aboutFlags = Qt::Dialog | Qt::MSWindowsFixedSizeDialog
 
 constexpr QSize aboutIconSize(64, 64);
 
-/// @return questionAccepted or questionRejected; if a button's text is empty, the result of box.exec().
+/// @return questionAccepted or questionRejected, or the result of box.exec() if a button's text is empty.
 int askQuestion(QWidget* window, const QString& title, const QString& text, const QString& informativeText,
                 const QString& acceptText, const QString& rejectText)
 {
     QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, window);
-    box.setWindowFlags(questionFlags); // not passed to the constructor, which would add a close button
+    box.setWindowFlags(questionFlags); // set here, because the constructor would add a close button
     box.setInformativeText(informativeText);
     showAsPlainText(box);
     if (acceptText.isEmpty() || rejectText.isEmpty())

@@ -17,9 +17,9 @@ void enableHighDpiScaling();
 /// such file, the texts are English.
 void installTranslator(QTranslator& translator, const QString& prefix);
 
-/// Whether @p arguments contain the switch "-sfx", in upper or lower case, after the program's name. The
-/// self-extracting package passes this switch, so that the updater looks for the archive in the
-/// package's folder.
+/// Whether @p arguments contain the switch "-sfx", in upper or lower case. Ignores the first argument, the
+/// program's name. The self-extracting package passes this switch, so that the updater looks for the archive
+/// in the package's folder.
 bool isLaunchedByPackage(const QStringList& arguments);
 
 /// The folder of the parent process's executable, or the current working directory if that folder is unknown.

@@ -27,8 +27,8 @@ double contrast(const QColor& a, const QColor& b)
     return std::max(ratio, 1 / ratio);
 }
 
-/// Returns the grey nearest to @p desktop among those with the required contrast to @p text. The loop always
-/// ends, because any colour has this contrast to black or to white.
+/// Of the greys that have the required contrast to @p text, returns the one nearest to @p desktop. The loop
+/// always ends, because any colour has this contrast to black or to white.
 QColor nearestSufficientShade(const QColor& text, const QColor& desktop)
 {
     const int desktopShade = qGray(desktop.rgb());

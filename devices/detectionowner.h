@@ -41,7 +41,7 @@ public:
     {
         if (!detector)
             return;
-        detector->stop(); // open devices also own the detector, so reset() alone may not stop it
+        detector->stop(); // open devices also own the detector, so reset() might not stop it
         detector.reset();
         // Removes queued reports. They point to records that the detector has deleted.
         QCoreApplication::removePostedEvents(this, QEvent::MetaCall);

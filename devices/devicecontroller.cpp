@@ -136,7 +136,7 @@ void DeviceControllerPrivate::stopDetection()
         return;
     *detectionEnded = true;
     detection.stop();
-    const auto reads = findChildren<QFutureWatcherBase*>(); // also reads from removed devices
+    const auto reads = findChildren<QFutureWatcherBase*>(); // includes the reads of removed devices
     for (QFutureWatcherBase* const read : reads)
         read->waitForFinished();
 }

@@ -14,7 +14,7 @@ class AbstractHidDevice;
 
 struct ConnectedDevice
 {
-    DeviceInstance* instance = nullptr; ///< borrowed from the detector
+    DeviceInstance* instance = nullptr; ///< owned by the detector
     unsigned short pid = 0;             ///< 0 until known
     QString version;                    ///< empty until known
 };

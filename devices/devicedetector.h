@@ -49,9 +49,9 @@ public:
     /// not watched.
     virtual void closeDevice(HANDLE /*handle*/) {}
 
-    /// Deletes the record of a removed device. Does nothing if the device has not been removed. A later
-    /// record may get the same address in memory. So let the receiver of the reports first handle the removal
-    /// and every earlier report, then call forget().
+    /// Deletes the record of a removed device. Does nothing if the device has not been removed. Call
+    /// forget() after the receiver of the reports has handled the removal and every earlier report, because
+    /// a later record may get the same address in memory.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().

@@ -38,7 +38,7 @@ std::shared_ptr<DeviceHandle> DeviceDetectorWindows::open(DeviceInstance* device
         return nullptr;
     auto handle = std::make_shared<DeviceHandle>(value);
     DeviceInstance* const record = known->second.get();
-    handleNotifications.removeReopenedOf(record); // the new handle is watched in place of the reopened one
+    handleNotifications.removeReopenedOf(record); // an older handle from reopenDevice() is no longer needed
     handleNotifications.add(window,
                             {handle, isReopened, record, desiredAccess, shareMode, flagsAndAttributes});
     return handle;
@@ -68,8 +68,8 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // The removal query closed the handle that it named. A handle that is open now was opened later, so it
-    // stays valid when the removal is refused.
+    // withdraw() closed the handle that the removal query named. A handle that is open now was opened later,
+    // so it stays valid when the removal is refused.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);

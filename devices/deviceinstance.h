@@ -37,8 +37,8 @@ constexpr bool operator==(const DeviceId& a, const DeviceId& b)
 class DeviceInstance : public DeviceId
 {
 public:
-    std::wstring name;     ///< friendly name, else the device description, else empty
-    std::wstring path;     ///< interface path that opens the device, with ASCII letters in lower case
-    bool removing = false; ///< whether the device is being removed; no detector of this program sets it
+    std::wstring name;            ///< friendly name, else the device description, else empty
+    std::wstring path;            ///< interface path that opens the device, with ASCII letters in lower case
+    bool removing = false;        ///< whether the device is being removed; this program never sets the flag
     bool hasFriendlyName = false; ///< whether `name` is the friendly name
 };

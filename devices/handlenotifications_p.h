@@ -19,9 +19,9 @@ using DeviceNotification = std::unique_ptr<void, NotificationDeleter>;
 
 struct HandleRecord
 {
-    std::shared_ptr<DeviceHandle> handle; ///< shared with the borrower; a reopened handle has no borrower
+    std::shared_ptr<DeviceHandle> handle; ///< shared with the caller of lendDevice(), if there is one
     bool isReopened;
-    DeviceInstance* device; ///< borrowed from the known devices
+    DeviceInstance* device; ///< owned by the detector
     DWORD desiredAccess;    ///< this and the next two members are arguments of CreateFileW
     DWORD shareMode;
     DWORD flagsAndAttributes;
@@ -39,9 +39,9 @@ public:
     /// Adds @p record, and asks the system to send @p window the broadcasts about the record's handle.
     void add(HWND window, HandleRecord record);
 
-    /// Finds the handle that a broadcast is about. The broadcast contains the handle's value @p value and its
-    /// registration @p notification.
-    /// @return null if no record has both.
+    /// Finds the watched handle with the value @p value and the registration @p notification. A broadcast
+    /// about a handle contains both.
+    /// @return null if there is no such handle.
     std::shared_ptr<DeviceHandle> find(HANDLE value, HDEVNOTIFY notification) const;
 
     /// Removes and returns the record of @p handle. The record must exist.
@@ -52,8 +52,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle with which the detector reopened @p device. This also closes the handle,
-    /// because the handle's record is its only owner.
+    /// Stops watching the handle with which the detector reopened @p device. Also closes the handle, because
+    /// only the handle's record owns it.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);

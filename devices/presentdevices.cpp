@@ -21,7 +21,7 @@ constexpr bool on32BitWindows = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 static_assert(!on32BitWindows || sizeof(SP_DEVINFO_DATA) == 28);
 static_assert(!on32BitWindows || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
-constexpr std::size_t maxTextLength = 260; // in characters; for instance identifiers and for properties
+constexpr std::size_t maxTextLength = 260; // of an instance identifier or a property, in characters
 
 using DeviceInfoList = std::unique_ptr<void, decltype(&SetupDiDestroyDeviceInfoList)>;
 

@@ -19,6 +19,6 @@ std::vector<std::wstring> presentInterfacePaths(const GUID& classGuid);
 /// Finds the present device of class @p classGuid that has the interface path @p path. Writes the device's
 /// identity and name into @p device.
 /// @return false if there is no such device, if the device's properties cannot be read, if the device's bus
-///         is neither USB nor HID, or if one of its identifiers is 0.
+///         is neither USB nor HID, or if the device's vendor or product identifier is 0.
 [[nodiscard]] bool readDeviceProperties(const std::wstring& path, DeviceInstance& device,
                                         const GUID& classGuid);

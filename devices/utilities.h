@@ -59,9 +59,9 @@ QString deviceNameForPid(unsigned short pid);
 /// Opens @p device through @p detector. When the system asks for an orderly removal, the detector closes the
 /// device for everybody who uses it.
 /// @param access, share  combinations of Access::Bits.
-/// @return the open device; null on failure, with a warning in the log. The last owner may release the
-///         device on any thread. The release gives the handle back and closes it. The open device keeps
-///         the detector alive.
+/// @return the open device; null on failure, with a warning in the log. The open device keeps the detector
+///         alive. The last owner may release the device on any thread. The release ends the detector's watch
+///         and closes the device.
 std::shared_ptr<AbstractHidDevice> openHidDevice(std::shared_ptr<DeviceDetector> detector,
                                                  DeviceInstance* device, const int access, const int share);
 

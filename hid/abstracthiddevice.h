@@ -10,12 +10,12 @@ class HidDeviceDescriptor;
 
 /// One HID device (top-level collection) and its feature reports.
 ///
-/// Reports are byte vectors whose byte 0 is the report ID; every length includes the report ID. Windows
-/// transfers feature reports in buffers of at least the device's feature report length
-/// (HIDP_CAPS::FeatureReportByteLength) and silently drops further bytes. So this class pads a shorter vector
-/// with zeros to the feature report length, cuts an answer to the length of the caller's vector, and refuses
-/// a vector that is longer than the feature report length. If the feature report length is 264, a 64-byte
-/// vector is sent as 264 bytes, of which the last 200 are 0.
+/// Reports are byte vectors whose byte 0 is the report ID; every length includes the report ID. To transfer a
+/// feature report, Windows needs a buffer of at least the device's feature report length
+/// (HIDP_CAPS::FeatureReportByteLength), and silently drops all bytes after that length. So this class pads a
+/// shorter vector with zeros to the feature report length, cuts an answer to the length of the caller's
+/// vector, and refuses a vector that is longer than the feature report length. If the feature report length
+/// is 264, a 64-byte vector is sent as 264 bytes, of which the last 200 are 0.
 ///
 /// Only one thread at a time may use a device, and transfers block that thread. Any thread may call isOpen()
 /// at any time.
@@ -34,7 +34,7 @@ public:
     /// Creates a closed device. Call open() to open it. The caller owns the device.
     static AbstractHidDevice* create(const HidDeviceDescriptor& descriptor);
 
-    /// Opens the device that the descriptor names.
+    /// Opens the device whose descriptor was passed to create().
     /// @param access  the rights with which the device is opened, as Access::Bits.
     /// @param share  the rights that others may have at the same time, as Access::Bits.
     /// @return false if the device cannot be opened or was already open.

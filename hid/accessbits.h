@@ -7,7 +7,7 @@ namespace Access {
 
 enum Bits { None = 0, Read = 1, Write = 2, ReadWrite = Read | Write };
 
-/// These two functions convert Access::Bits to CreateFileW's arguments.
+/// The next two functions convert Access::Bits to CreateFileW's arguments.
 constexpr DWORD desiredAccess(int access)
 {
     return (access & Read ? DWORD{GENERIC_READ} : 0) | (access & Write ? DWORD{GENERIC_WRITE} : 0);

@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object, or none. Without a reference, call() returns E_POINTER. So callers
-/// need not check whether a COM call that returned S_FALSE delivered an interface.
+/// Owns one reference to a COM object, or none. A COM call can return S_FALSE, which counts as success, and
+/// deliver no object. Callers need not check for this case, because call() then returns E_POINTER.
 template <typename Interface>
 class ComPointer
 {
@@ -17,7 +17,7 @@ public:
 
     Interface* get() const { return object; }
 
-    /// Releases the reference. Takes over the caller's reference to @p other, which may be null.
+    /// Releases the owned reference. Then takes over the caller's reference to @p other, which may be null.
     void reset(Interface* other)
     {
         if (object)
@@ -25,7 +25,7 @@ public:
         object = other;
     }
 
-    /// Releases the reference. Returns the address at which a COM call can store a new reference.
+    /// Releases the owned reference. Returns the address at which a COM call can store a new reference.
     Interface** receive()
     {
         reset(nullptr);

@@ -26,7 +26,7 @@ bool KeepAwake::nativeEventFilter(const QByteArray& eventType, void* message, lo
 {
     if (eventType != "windows_generic_MSG" || static_cast<const MSG*>(message)->message != WM_QUERYENDSESSION)
         return false;
-    // Refuses before Qt handles the message. Otherwise Qt would close the windows one by one.
+    // Qt does not get this message, because Qt would close the windows one by one.
     qDebug("The end of the session is refused");
     *result = FALSE;
     return true;

@@ -17,7 +17,7 @@ public:
     /// @param reason      the text that the system shows to a user who wants to end the session.
     KeepAwake(HWND mainWindow, const QString& reason);
 
-    /// Restores the state that the constructor found, and no longer refuses to end the session.
+    /// Restores the thread's earlier execution state, and no longer refuses to end the session.
     ~KeepAwake() override;
 
 private:

@@ -113,7 +113,8 @@ bool outlastPendingStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& st
     return true;
 }
 
-/// @param startTick  the tick count at the start of the time limit, which all dependent services share.
+/// All dependent services share one time limit.
+/// @param startTick  the tick count at which the time limit started.
 /// @return whether the service has stopped.
 bool stopDependent(const ServiceHandle& manager, LPCWSTR name, DWORD startTick)
 {
