@@ -6,7 +6,7 @@
 
 #include <mmdeviceapi.h>
 
-// A COM interface has no virtual destructor, because that would add entries to the method table.
+// A COM interface has no virtual destructor, because a destructor would add entries to the method table.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 

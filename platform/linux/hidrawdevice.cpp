@@ -10,7 +10,7 @@
 
 namespace {
 
-/// When the cable is pulled, a transfer may fail up to this long before the kernel removes the device.
+/// If a transfer fails because the cable was pulled, the kernel may remove the device up to this much later.
 constexpr int removalDelayMs = 100;
 
 /// Repeats a system call that a signal interrupted.

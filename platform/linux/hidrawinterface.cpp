@@ -48,7 +48,7 @@ std::optional<int> numberAfter(const std::string& text, const std::string& mark,
 
 /// Returns the interface's number if its USB device has several interfaces. Windows puts the number into the
 /// names of a device only in that case. A device created through uhid does not report how many interfaces it
-/// has. The function assumes several if the number is not 0.
+/// has. If the number of its interface is not 0, the function assumes several.
 std::optional<int> numberInNames(const HidrawInterface& interface)
 {
     const auto number = numberAfter(interface.phys, "/input", 10);

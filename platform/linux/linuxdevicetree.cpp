@@ -15,9 +15,9 @@ std::string textOf(const std::wstring& text)
     return std::filesystem::path(text).string();
 }
 
-/// Whether the device at @p devicePath can be opened now. @p refusal is the error of the last attempt. If
-/// that error was due to a lock, the function only looks for a process that holds a lock on the device. A
-/// trial lock could make another program's attempt fail.
+/// Whether the device at @p devicePath can be opened now. @p refusal is the error of the last attempt. If a
+/// lock caused that error, the function looks for a process that holds a lock on the device. The function
+/// does not try to lock the device, because another program might then fail to lock it.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)
@@ -164,7 +164,7 @@ bool LinuxDeviceTree::isOpen(const Interface& interface) const
 void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 {
     const auto node = find(path);
-    // If this program has the node open, the failure comes from the program's own share mode.
+    // If this program has the node open, assume that the program's own share mode caused the failure.
     if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
         return;
     {

@@ -10,13 +10,13 @@
 #include "devicetree.h"
 #include "udevmonitor.h"
 
-/// The HID interfaces of this computer's USB devices, as udev and the kernel's hidraw driver report them. A
-/// node appears after udev has run its rules for the node. The node is ready then, so
-/// waitInstallationSettled() never waits.
+/// The HID interfaces of this computer's USB devices, as udev and the kernel's hidraw driver report them. The
+/// device nodes of an interface appear after udev has run its rules for the interface. The nodes are ready
+/// then, so waitInstallationSettled() never waits.
 ///
 /// The system refuses to open a node if the user lacks the permission or another program has locked the
 /// node. The tree then checks the node once a second. When the node can be opened, the tree reports a
-/// removal and an arrival.
+/// removal and an arrival, so that observers try again to open the node.
 class LinuxDeviceTree : public DeviceTree
 {
 public:

@@ -8,8 +8,9 @@
 #include "session.h"
 
 /// Uses inhibitor locks of systemd-logind (org.freedesktop.login1(5)) to keep the user's session open and the
-/// computer awake. require() and setBlockReason() fail if logind is missing or refuses a lock. They block for
-/// at most 5 s per lock.
+/// computer awake. require() and setBlockReason() fail if logind is missing or refuses a lock. If logind
+/// refuses only the lock for the laptop's lid, require() succeeds. Each request for a lock blocks for at
+/// most 5 s.
 class LoginSession : public Session
 {
 public:
@@ -25,6 +26,6 @@ private:
 
     const std::function<void(const std::string&)> log;
     FileDescriptor wakefulness; ///< held while the system or the display must stay awake
-    FileDescriptor lid; ///< held with `wakefulness`, which does not prevent a suspend by the laptop's lid
+    FileDescriptor lid;         ///< prevents a suspend when the laptop's lid closes; held with `wakefulness`
     std::map<HWND, FileDescriptor> blocks;
 };

@@ -8,7 +8,7 @@
 #include "devicetree.h"
 
 /// What the updater needs from a HID report descriptor (HID 1.11 section 6.2.2). The kernel also checks each
-/// descriptor, and makes no hidraw node for a damaged one.
+/// descriptor, and makes no hidraw node if the descriptor is damaged.
 ///
 /// An example of a descriptor:
 ///

@@ -25,8 +25,8 @@ public:
     };
 
     /// The constructor reports the present nodes. After that, the monitor's thread reports the nodes that
-    /// arrive and leave. If events of udev are lost, the thread reports every present node again, and every
-    /// node that is gone.
+    /// arrive and leave. If events of udev are lost, the thread reports the arrival of every present node
+    /// again, and the removal of every node that is gone.
     /// @param problem  if no device can be seen, set to the reason, for a log; otherwise not changed.
     UdevMonitor(Listener reportTo, std::string& problem);
     /// Ends the thread; nothing is reported from then on.

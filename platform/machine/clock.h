@@ -20,9 +20,9 @@ public:
     /// Milliseconds since an arbitrary start; wraps at 2^32.
     virtual std::uint32_t tickCount();
 
-    /// Waits until @p condition holds, but at most @p timeoutMs of this clock. @p lock is held on entry, on
-    /// return and whenever @p condition is called. Whoever changes the result of @p condition notifies
-    /// @p changed.
+    /// Waits until @p condition holds, but at most @p timeoutMs milliseconds of this clock. @p lock is held
+    /// on entry, on return and whenever @p condition is called. A thread that changes the result of
+    /// @p condition must notify @p changed.
     /// @return whether the condition holds.
     virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& changed,
                          std::uint32_t timeoutMs, const std::function<bool()>& condition);

@@ -6,7 +6,7 @@
 
 struct DeviceTree::Present
 {
-    std::wstring key; ///< the path as an enumeration spells it
+    std::wstring key; ///< the interface path in lower case
     std::shared_ptr<const DeviceNode> node;
     bool isConnected = true;
 };

@@ -61,7 +61,7 @@ struct DeviceNode
     std::wstring friendlyName;             ///< empty if the node has none
     std::wstring enumerator;               ///< such as HID; empty if the property cannot be read
     GUID interfaceClass = {};
-    std::wstring interfacePath; ///< opens the device; in mixed case, as in broadcasts
+    std::wstring interfacePath; ///< path for CreateFileW; in mixed case, as in broadcasts
     std::shared_ptr<HidFunction> hid;
 };
 
@@ -78,8 +78,8 @@ public:
     virtual bool watchesFile() const = 0;
 
     /// Handles an event of WM_DEVICECHANGE. DBT_DEVICEQUERYREMOVE means that the user wants to remove the
-    /// device. DBT_DEVICEQUERYREMOVEFAILED means that the device stays. DBT_DEVNODES_CHANGED precedes another
-    /// event.
+    /// device. DBT_DEVICEQUERYREMOVEFAILED means that the device is not removed. DBT_DEVNODES_CHANGED only
+    /// announces that another event follows.
     /// @return a future that becomes ready when the observer has handled the event. After
     /// DBT_DEVICEQUERYREMOVE and DBT_DEVICEQUERYREMOVEFAILED, the caller waits for the future before it calls
     /// the next observer. After other events the caller need not wait.
@@ -110,7 +110,7 @@ public:
     /// Waits until no driver is being installed, but at most @p timeoutMs. @return false after the timeout.
     virtual bool waitInstallationSettled(DWORD /*timeoutMs*/) { return true; }
 
-    /// Reports events to @p observer as long as the object exists. The tree does not keep the object alive.
+    /// Reports events to @p observer as long as the observer exists. The tree does not own the observer.
     void observe(const std::shared_ptr<DeviceTreeObserver>& observer);
 
 protected:

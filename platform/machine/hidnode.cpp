@@ -20,7 +20,7 @@ std::wstring hex(const wchar_t* prefix, int digits, unsigned value)
     return text;
 }
 
-/// The part of a node's names that identifies the interface and the collection, such as &MI_03&Col01.
+/// Returns the part that identifies the interface and the collection in a node's names, such as &MI_03&Col01.
 std::wstring functionName(const HidIdentity& identity)
 {
     std::wstring name;

@@ -16,13 +16,14 @@ struct Machine
     SimulatedServiceManager* services;
     SimulatedAudioEndpoints* endpoints; ///< null if the computer has no audio system
     ProcessTable* processes;
-    Session* session;   ///< null if the program can neither keep the computer awake nor the session open
-    CallFaults* faults; ///< fails the calls that a test chooses
+    Session* session;   ///< null if the program cannot keep the computer awake or the session open
+    CallFaults* faults; ///< lets tests make calls fail
 };
 
 /// The machine of the innermost ScopedMachine, or the plain machine if there is no ScopedMachine. The plain
 /// machine has the real clock and the real processes, but no services, audio system, devices or session. A
-/// program that needs devices or a session sets them in the plain machine first. Callable on any thread.
+/// program that needs devices or a session must set them in the plain machine before it uses them.
+/// currentMachine() may be called on any thread.
 Machine& currentMachine();
 
 /// Makes a machine the current one as long as this object exists. Before this object is destroyed,

@@ -10,7 +10,7 @@ ProcessTable ownProcesses()
     const auto parent = static_cast<DWORD>(getppid());
     ProcessTable table{own, {{0, 0}, {own, parent}}, {}};
     for (const DWORD id : {own, parent}) {
-        std::error_code error; // ignored: the path of another user's process stays empty
+        std::error_code error; // ignored: a path that cannot be read stays empty
         table.imagePaths[id] =
             std::filesystem::read_symlink("/proc/" + std::to_string(id) + "/exe", error).wstring();
     }

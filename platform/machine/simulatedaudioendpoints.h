@@ -30,7 +30,8 @@ public:
 
     // How to script the endpoints.
 
-    /// Adds an endpoint. While no default is chosen, the flow's first active endpoint is the default.
+    /// Adds an endpoint. While no active endpoint of a flow is chosen as the default, the flow's first active
+    /// endpoint is the default.
     void add(AudioEndpoint endpoint);
     /// Changes an endpoint's state, for example to unplugged. Only an active endpoint can be a default.
     void setState(const std::wstring& id, DWORD state);
@@ -47,7 +48,7 @@ public:
     };
     std::vector<DefaultSet> defaultsSet() const; ///< set through the policy-configuration object, in order
 
-    // What the COM functions call.
+    // Called by the COM functions.
 
     /// Decides whether a COM function may go on. The function calls admit() first.
     /// @param function  the function's name. If the function creates an object, the name of the

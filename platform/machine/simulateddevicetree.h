@@ -39,7 +39,7 @@ public:
     struct Broadcasts
     {
         bool filesFirst = false;   ///< observers of an open file receive each event first
-        int removals = 1;          ///< how often each removal is reported
+        int removals = 1;          ///< how many times each removal is reported
         bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes each other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);

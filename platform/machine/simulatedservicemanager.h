@@ -25,8 +25,8 @@ public:
         DWORD waitHintMs = 0;           ///< wait hint that the service reports meanwhile
         DWORD checkPointEveryMs = 0;    ///< the check point is 1, then grows by 1 at this interval; 0: never
         DWORD stallsAfterMs = INFINITE; ///< time after which the check point no longer grows
-        DWORD exitCode = ERROR_SUCCESS; ///< a start with any other exit code leaves the service stopped
-        DWORD refusal = ERROR_SUCCESS;  ///< any other code: the stop or start call fails with this code
+        DWORD exitCode = ERROR_SUCCESS; ///< if not ERROR_SUCCESS, a start leaves the service stopped
+        DWORD refusal = ERROR_SUCCESS;  ///< if not ERROR_SUCCESS, the stop or start call fails with it
     };
     struct Service
     {
@@ -43,14 +43,14 @@ public:
 
     struct Call
     {
-        std::string function; ///< called function of the Windows interface
-        std::wstring service; ///< the name that the caller used; empty for the manager
+        std::string function; ///< the Windows function that was called
+        std::wstring service; ///< the name that the caller used; empty for OpenSCManagerW
         DWORD access;         ///< access that the call requests
     };
     std::vector<Call> calls() const;
     DWORD state(const std::wstring& name); ///< 0 if there is no such service
 
-    // What the Windows functions call. Each operation returns a Windows error code. The caller checks the
+    // Called by the Windows functions. Each operation returns a Windows error code. The caller checks the
     // access rights of the handle to the service.
 
     /// Succeeds with any @p access: the user has every right to the manager.

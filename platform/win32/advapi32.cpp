@@ -59,7 +59,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machineName, LPCWSTR databaseName, DWORD
 
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE handle, LPCWSTR serviceName, DWORD desiredAccess)
 {
-    // OpenServiceW requires SC_MANAGER_CONNECT, a right that every handle to the manager has.
+    // Does not check for SC_MANAGER_CONNECT, because every handle to the manager has this right.
     if (!HandleTable::get<ManagerObject>(handle))
         return nullptr;
     if (!isSuccess(currentMachine().services->openService(serviceName, desiredAccess)))

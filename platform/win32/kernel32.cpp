@@ -55,8 +55,8 @@ public:
         waitingRoom().changed.notify_all();
     }
 
-    /// @return whether this object is signalled. If the object resets automatically, the call ends the
-    /// signal. The caller has locked the waiting room.
+    /// Returns whether this object is signalled. If the object resets automatically, also ends the signal.
+    /// The caller has locked the waiting room.
     bool satisfies() { return manualReset ? signalled : std::exchange(signalled, false); }
 
     /// Called after a wait for this object has succeeded. The waiting room is not locked then.

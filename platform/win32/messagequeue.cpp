@@ -96,5 +96,5 @@ void MessageQueue::close()
 {
     const std::lock_guard<std::mutex> guard(mutex);
     closed = true;
-    sent.clear(); // makes the futures that send() returned ready
+    sent.clear(); // the futures from send() become ready
 }

@@ -60,6 +60,6 @@ public:
     }
 
     const WNDPROC procedure;
-    std::vector<LONG_PTR> extra; ///< the extra values; only the owning thread uses them
+    std::vector<LONG_PTR> extra; ///< values that SetWindowLongPtrW sets; only the owning thread uses them
     const std::shared_ptr<MessageQueue> queue;
 };

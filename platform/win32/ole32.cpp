@@ -17,7 +17,7 @@
 #include "policyconfiguration.h"
 #include "simulatedaudioendpoints.h"
 
-// A COM interface has no virtual destructor, because that would add entries to the method table.
+// A COM interface has no virtual destructor, because a destructor would add entries to the method table.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 namespace {

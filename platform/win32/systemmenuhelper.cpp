@@ -1,7 +1,7 @@
-// Initialises COM on the GUI thread, which Qt itself does only on Windows. Implements the functions of user32
-// that take one of Qt's windows: those for the end of the session, and those for the system menu.
+// Initialises COM on the GUI thread, because Qt itself does so only on Windows. Implements the functions of
+// user32 for the end of the session and for the system menu. These functions act on Qt's windows.
 //
-// Desktops on Linux have no system menu, so a QMenu replaces it. The QMenu sends WM_SYSCOMMAND to the window.
+// Desktops on Linux have no system menu. A QMenu replaces it, and sends WM_SYSCOMMAND to the window.
 // Alt+Space and the Menu key open the QMenu. A right click on the status bar or on a free area of the window
 // also opens it. The menu's handle is the address of the QMenu. Qt's windows belong to the GUI thread.
 
@@ -33,7 +33,7 @@ struct NativeEvents : QWidget
 
 void choose(QWidget* window, UINT command)
 {
-    constexpr WPARAM noise = 0x3; // the low four bits belong to the system
+    constexpr WPARAM noise = 0x3; // Windows uses the low four bits internally
     MSG message = {};
     message.hwnd = reinterpret_cast<HWND>(window->winId());
     message.message = WM_SYSCOMMAND;
@@ -55,7 +55,7 @@ void insertItem(QMenu& menu, int position, UINT command, const QString& text)
     auto* const item = new QAction(text, &menu);
     item->setData(command);
     QWidget* const window = menu.parentWidget();
-    // A queued call, so that the menu closes before the command runs. The command may take long.
+    // The connection is queued, so that the menu closes before the command runs. The command may take long.
     QObject::connect(
         item, &QAction::triggered, window, [window, command] { choose(window, command); },
         Qt::QueuedConnection);

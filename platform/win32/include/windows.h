@@ -12,7 +12,7 @@
 
 #include_next <windows.h>
 
-// Other libraries would conclude from these macros that the program runs on Windows.
+// If these macros stayed defined, other libraries would conclude that the program runs on Windows.
 #undef __CYGWIN__
 #undef _WIN64
 #undef WIN32
