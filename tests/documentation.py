@@ -34,8 +34,8 @@ def holds(file, block):
 
 
 def applies(patch):
-    # The tree may lie inside another repository. GIT_CEILING_DIRECTORIES keeps git from looking for the patched files
-    # in that repository.
+    # The tree may lie inside another repository. GIT_CEILING_DIRECTORIES keeps git from searching that repository
+    # for the files of the patch.
     environment = dict(os.environ, GIT_CEILING_DIRECTORIES=str(ROOT.parent))
     return subprocess.run(["git", "apply", "--check", "-"], input=patch, text=True, env=environment).returncode == 0
 

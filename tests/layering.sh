@@ -5,7 +5,7 @@ cd "${1:-$(dirname "$0")/..}" || exit 1
 
 find . \( -path ./build -o -path './.*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print |
     sed 's|^\./||' | sort | awk '
-# Returns the row for a file: the longest row name with which the path of the file starts.
+# Returns the row for the path of a file: the longest row name that is a prefix of the path.
 function row_of(file,    row, best) {
     for (row in allowed)
         if (index(file, row) == 1 && length(row) > length(best))

@@ -17,7 +17,8 @@ extern "C" void __tsan_release(void* address);
 
 namespace {
 
-// All functions report this one address, so thread sanitizer sees more order than Qt guarantees, never less.
+// All functions report this one address. Thread sanitizer therefore assumes at least the synchronisation that
+// Qt guarantees, and often more.
 char handovers;
 
 template <typename Function>

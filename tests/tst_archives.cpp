@@ -145,8 +145,8 @@ void TestArchives::loadInOwnProcess(const QString& archive, const QString& expec
     QCOMPARE(QString::fromUtf8(QByteArray::fromHex(output.at(3))), expected);
     QVERIFY2(output.at(0).toInt() > 0, output.at(0).constData());
     QVERIFY2(output.at(0).toInt() < peakLimitKiB, output.at(0).constData());
-    // QuaZip reads the directory again for each entry. In a small archive these reads dominate, so the number
-    // of read bytes is checked only for a large archive.
+    // QuaZip reads the directory again for each entry. In a small archive, most of the read bytes come
+    // from the directory, so their number is checked only for a large archive.
     const qint64 size = QFileInfo(archive).size();
     const qint64 read = output.at(2).toLongLong();
     QVERIFY2(size < ArchiveRows::packedLimit || read < size + size / 2, output.at(2).constData());
@@ -228,7 +228,8 @@ void TestArchives::everyStepIsLogged()
     write(RawZip::archive({RawZip::entry("t\n.ef", image), RawZip::entry("x.ff", "word"),
                            RawZip::entry("y.ff", imageTextOf({fileEntry(1, "")}))}));
     controller.setFilePath(path);
-    // After a second file of release notes, or a second image for a transmitter, no more images are read.
+    // If an archive has two files of release notes, no image is read. After a second image for a transmitter,
+    // no more images are read.
     write(
         RawZip::archive({RawZip::entry("x.ff", ""), RawZip::entry("a.txt", ""), RawZip::entry("b.txt", "")}));
     controller.setFilePath(path);

@@ -95,8 +95,8 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
 {
-    // "lost" has one text for each call of the function. If that call fails, all defaults whose names start
-    // with the text are lost. "-" means that none is lost.
+    // "lost" has one text for each call of the function, in order. If a call fails, the defaults whose names
+    // start with the call's text are lost. "-" means that none is lost.
     const Table<QByteArrayList> table("lost");
     const auto row = [&table](const char* function, const QByteArray& lost) {
         table.row(function, lost.split(' '));

@@ -197,8 +197,8 @@ void TestAudioService::theServiceStopsAndStarts()
 {
     const bool isStop = QByteArray(QTest::currentDataTag()).startsWith("stop");
     QFETCH(Services, services);
-    // The tick count starts at one of these values. From the first, it does not wrap. From the second, it
-    // wraps during the first wait; from the third, during a later wait.
+    // With these start values, in order, the tick count never wraps, wraps during the first wait, and wraps
+    // during a later wait.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
         HostComputer computer(startTick);
         for (const Service& service : services)

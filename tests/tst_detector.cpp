@@ -146,7 +146,7 @@ void TestDetector::aWaitThatFailsEndsTheWorker()
     f.machine.faults.fail("WaitForMultipleObjects", 1, ERROR_NOT_ENOUGH_MEMORY);
     QVERIFY(f.start());
     TRY_VERIFY(runningThreadCount() == 1); // only the notification thread still runs
-    f.recorder.waitFor(1);                 // waits until the enumeration is over without the transmitter
+    f.recorder.waitFor(1);                 // the enumeration has ended; no device is plugged in yet
     f.tree.plug(hidNode(transmitter));
     f.detector->stop();
     QCOMPARE(f.recorder.waitFor(1), "complete 0");
@@ -197,7 +197,7 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 0);
     // The broadcast has the path in mixed case, the queue has it in lower case.
     f.tree.unplugAndWait(hidNode(transmitter).interfacePath);
-    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // completion comes first: the arrival is erased
+    QCOMPARE(f.recorder.waitFor(1), "complete 0"); // the removal has erased the arrival from the queue
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
     QCOMPARE(f.recorder.waitFor(2), "complete 0, +7a31:6");
@@ -212,7 +212,7 @@ void TestDetector::stopDoesNotWaitForAnInstallation()
     TRY_VERIFY(f.machine.faults.counted("CMP_WaitNoPendingInstallEvents") > 1);
     auto stopped = std::async(std::launch::async, [&] { f.detector->stop(); });
     const auto outcome = stopped.wait_for(std::chrono::milliseconds(patienceMs));
-    f.tree.setInstallationPending(false); // so that a stop() that waits can return
+    f.tree.setInstallationPending(false); // a stop() that still waits can now return
     QVERIFY(outcome == std::future_status::ready);
     const int waits = f.machine.faults.counted("CMP_WaitNoPendingInstallEvents");
     QCOMPARE(f.clock.tickCount(), 1000u * static_cast<unsigned>(waits));
@@ -252,7 +252,7 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
             f.recorder.waitFor(++reports);
             f.tree.plug(hidNode(transmitter));
             f.recorder.waitFor(++reports);
-            QVERIFY(f.recorder.last != removed); // the removed record still occupies its memory
+            QVERIFY(f.recorder.last != removed); // the removed record still exists
             QCOMPARE(removed->productId, std::uint16_t(4));
             f.detector->forget(isForgotten ? removed : f.recorder.last); // forget() ignores a present device
             QCOMPARE(f.recorder.last->productId, std::uint16_t(4));

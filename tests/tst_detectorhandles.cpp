@@ -20,8 +20,8 @@ Q_DECLARE_METATYPE(Broadcasts)
 
 namespace {
 
-/// Another program that has a device open. The thread that causes an event reports it to the device's users
-/// in the order in which they registered. This program registers last.
+/// Another program that has a device open. The thread that causes an event reports the event to the device's
+/// users in the order in which they registered. The bystander registers last.
 class Bystander final : public DeviceTreeObserver
 {
 public:
@@ -36,7 +36,7 @@ public:
     {
         if (event == awaited)
             react();
-        return std::promise<void>().get_future(); // ready at once, since the promise is gone
+        return std::promise<void>().get_future(); // the promise is destroyed, so the future is ready
     }
 
 private:

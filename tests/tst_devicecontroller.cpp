@@ -74,7 +74,7 @@ void TestDeviceController::devicesAreIdentifiedInBothModes_data()
                                                                             "pid", "version", "name");
     const ImageOptions first = ImageBuilder::transmitter(1);
     ImageOptions second = ImageBuilder::transmitter(2);
-    second.version = "12.34.56.78.90"; // so long that only the second row of a load has its end
+    second.version = "12.34.56.78.90"; // ends in the second of the two rows that a read fetches
     ImageOptions unreadable = first;
     unreadable.entries = {ImageBuilder::fileEntry(1, std::string(8, '\x01'))};
     ImageOptions foreignProduct = first;

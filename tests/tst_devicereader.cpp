@@ -89,7 +89,7 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
     expected.replace("<mailbox>", addresses.split(' ')[0]);
     expected.replace("<row1>", addresses.split(' ')[1]).replace("<row2>", addresses.split(' ')[2]);
     QCOMPARE(scripted->journal.join(' '), expected);
-    constexpr int callsLeft = 256 - 11; // the first byte and the ten ranges took 11 of the 256 reads
+    constexpr int callsLeft = 256 - 11; // the first byte and the ten ranges took 11 of the 256 allowed reads
     for (int call = 1; call <= callsLeft + 1; ++call)
         QCOMPARE(read(data, 0, 1), call <= callsLeft);
 }

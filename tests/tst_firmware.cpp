@@ -46,7 +46,7 @@ private Q_SLOTS:
         const auto table = [image](const char* name, const std::vector<FileEntry>& entries,
                                    const char* expected) { image(name, imageOf(entries), expected); };
         // Offsets in `usb`:
-        //   4   length of the two records plus 9
+        //   4   length of the two records, plus 9
         //   14  record of the device descriptor: at 16 the descriptor's offset, at 18 its length
         //   20  record of the configuration descriptor
         const FileEntry usb = usbDescriptorEntry(0x0C, 0x7A31, 4);
@@ -103,10 +103,10 @@ private Q_SLOTS:
         int reads = 0;
         int failing = 0;
         const auto reader = [&](QByteArray& buffer, unsigned int address, unsigned short size) {
-            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // as a device does
+            buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // 32: a device's limit
             return ++reads != failing;
         };
-        // The reads of the header and the entries, of the end mark, and of the file, record and descriptor.
+        // getPid() reads the header and the entries, the end mark, and then the file, record and descriptor.
         const int pidReads = 5 + 1 + 4;
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
             const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: the end mark

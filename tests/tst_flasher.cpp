@@ -20,7 +20,7 @@
 
 namespace {
 
-/// Special values of the column "chip". Each is a reason for which the run must fail.
+/// Special values of the column "chip". Each is a case in which the run must fail.
 enum Case { noDevice = -3, abortedBefore, shortReports };
 
 QByteArray imageOf(int bytes, int byte0, int byte1)

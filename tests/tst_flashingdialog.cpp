@@ -287,7 +287,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QVERIFY(run.dialog->isVisible() && !run.dialog->isMinimized());
     QCOMPARE(WindowState::oddities(*run.dialog), QString());
     const bool isInOneLine = run.result(Transmitter) != advice && run.result(Headset) != advice;
-    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // one line does not move the button
+    QCOMPARE(run.closeButton()->y() - bottom < 10, isInOneLine); // only a longer result moves the button
     QCOMPARE(WindowState::focusOf(*run.dialog), "@closeButton"_s);
     QTEST(run.result(Transmitter), "transmitterText");
     QTEST(run.result(Headset), "headsetText");
@@ -327,7 +327,7 @@ void TestFlashingDialog::theEndpointsWaitForTheService()
 {
     Run run("TH");
     for (const DeviceType type : bothTypes)
-        run.pair.device(type).unplug(); // so that its update fails at the start
+        run.pair.device(type).unplug(); // so that the device's update fails at the start
     run.gate.close(serviceStartMs);
     run.dialog->start();
     TRY_VERIFY(run.closeButton()->isEnabled() && run.gate.isReached());

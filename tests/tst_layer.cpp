@@ -50,7 +50,7 @@ HWND newWindow()
                            nullptr);
 }
 
-/// Handles all messages that this thread's windows have been sent so far.
+/// Handles all messages that have been sent to this thread's windows so far.
 void handleMessages()
 {
     PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 0, 0);

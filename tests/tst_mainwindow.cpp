@@ -116,7 +116,7 @@ void TestMainWindow::anArchiveIsChosenInTheFileDialog()
     Desk desk("O");
     const QString path = desk.archive(1, true);
     const auto* const notes = find<QPlainTextEdit>(desk.window, "releaseNotes");
-    for (const QString& choice : {path, QString()}) { // the second time the user cancels
+    for (const QString& choice : {path, QString()}) { // with the empty path, the user cancels
         QString dialogState;
         User user({[&](QWidget& modal) {
             const auto& dialog = dynamic_cast<QFileDialog&>(modal);

@@ -246,7 +246,7 @@ void TestSimulatedPair::faultsStrikeAtTheirTransfer()
     QTEST(outcomes, "outcomes");
     QCOMPARE(computer.tested.struckAt().value_or(Transfers()).count, struckAt);
     TRY_VERIFY(computer.tested.isSettled());
-    QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // lost power comes back
+    QCOMPARE(computer.tested.isPluggedIn(), fault != Fault::Vanish); // after a power loss, the device returns
 }
 
 void TestSimulatedPair::aDeviceOnAnotherPortStaysThere()

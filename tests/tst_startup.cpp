@@ -109,7 +109,7 @@ void TestStartup::theProgramSpeaksTheSystemsLanguage()
 
 void TestStartup::theFirstReadableArchiveIsTaken_data()
 {
-    const Table<bool> table("isFound"); // whether one of the files in the row's name is taken
+    const Table<bool> table("isFound"); // whether the updater finds one of the files in the row's name
     table.row("", false);
     table.row("fw.zip", true);
     table.row("FW.ZIP", true);

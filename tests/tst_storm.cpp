@@ -165,7 +165,7 @@ private Q_SLOTS:
 
 void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
 {
-    constexpr std::size_t tolerance = 1000; // number of memory blocks of reads in progress and queued reports
+    constexpr std::size_t tolerance = 1000; // memory blocks that reads in progress and queued reports may use
     const std::uint32_t usedSeed = seed();
     qInfo("TST_STORM_SEED=%u", usedSeed);
     const QtMessageHandler previous =
@@ -188,7 +188,7 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.answers[false][true], 0);
         // While the detector stops or a read ends, a device can be open but not watched. If no other user has
         // the device open, a removal is refused only at such a moment. These moments are rare, so most
-        // requests must be granted.
+        // removals without another user must be granted.
         QVERIFY2(storm.answers[true][true] > 10 * storm.answers[true][false],
                  QByteArray::number(storm.answers[true][false]));
         QVERIFY2(storm.arrivals > eventCount / 200, QByteArray::number(storm.arrivals)); // identified devices

@@ -81,7 +81,7 @@ public:
 
     Gate gate;
     Gate second;        ///< holds a second thread while `gate` holds the first
-    VirtualClock clock; ///< a test that replaces its onSleep disables both gates
+    VirtualClock clock; ///< a test that replaces clock.onSleep disables both gates
     SimulatedMachine machine{&clock};
     SimulatedDeviceTree& tree = machine.deviceTree();
     const LogCapture log;

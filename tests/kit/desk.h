@@ -60,11 +60,11 @@ struct Desk : PairedComputer
 
     /// Writes an archive with release notes, an image for a transmitter of @p generation, and, if
     /// @p hasHeadset, an image for a headset. If @p generation is 0, the archive has no image for a
-    /// transmitter. All desks share the archive, so it is written only once.
+    /// transmitter. All desks share the archives, so each is written only once.
     /// @return the archive's path; empty if writing fails.
     static QString archive(int generation, bool hasHeadset)
     {
-        static const QTemporaryDir folders[2]; // the name is the same with and without a headset's image
+        static const QTemporaryDir folders[2]; // two, because hasHeadset does not change the file name
         QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
         if (QFile::exists(path))
             return path;
@@ -232,7 +232,7 @@ private:
         return result;
     }
 
-    /// Searches all widgets, because the main page is the window's child only while the window shows it.
+    /// While the window shows another page, the main page is not in the window, so this searches all widgets.
     static QWidget* findMainPage()
     {
         const QWidgetList all = QApplication::allWidgets();

@@ -26,7 +26,7 @@ public:
         QObject::connect(&controller, &DeviceController::deviceRemoved, [this](DeviceType type) {
             reports << (controller.isConnected(type) ? "?" : "-") + QByteArray::number(type);
         });
-        // Counts each arrival on the detector's thread. The controller handles the arrival later.
+        // Counts arrivals on the detector's thread, before the controller handles them.
         const auto* const listener = controller.findChild<DeviceListener*>();
         QObject::connect(
             listener, &DeviceListener::deviceArrived, listener, [this] { arrivals.release(); },

@@ -35,7 +35,7 @@ inline std::uint32_t checksumOf(const QByteArray& bytes)
 
 inline RawEntry entry(const QByteArray& name, const QByteArray& contents, Method method = Stored)
 {
-    constexpr int before = 6; // before the deflated bytes: 4 of Qt's length, 2 of zlib's header
+    constexpr int before = 6; // bytes before the deflated data: Qt's length (4), zlib's header (2)
     constexpr int after = 4;
     RawEntry made;
     made.name = name;

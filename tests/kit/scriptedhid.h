@@ -44,7 +44,7 @@ public:
         begin();
         const QByteArray entry(reinterpret_cast<const char*>(report), static_cast<int>(size));
         const QByteArray bytes = answer ? answer(entry) : entry;
-        received = static_cast<std::size_t>(bytes.size()); // the whole answer, even if the buffer is smaller
+        received = static_cast<std::size_t>(bytes.size()); // counts all bytes, even if the buffer is smaller
         std::copy_n(bytes.cbegin(), std::min<std::size_t>(size, received), report);
         return getError;
     }

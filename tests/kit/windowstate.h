@@ -105,7 +105,7 @@ inline QSize neededSize(const QWidget& widget)
 /// @return whether @p widget needs a name for screen readers but has none.
 inline bool isNameless(const QWidget& widget)
 {
-    if (qobject_cast<const QProgressBar*>(&widget)) // Qt reports a nameless bar's value as its name
+    if (qobject_cast<const QProgressBar*>(&widget)) // if a bar has no name, Qt reports its value instead
         return widget.accessibleName().isEmpty();
     const auto* const label = qobject_cast<const QLabel*>(&widget);
     const bool isPicture = label && label->text().isEmpty() && !label->pixmap(Qt::ReturnByValue).isNull();
