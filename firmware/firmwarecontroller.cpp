@@ -23,8 +23,8 @@ namespace {
 constexpr int copyChunkBytes = 4064;
 
 // These constants limit the time and memory that an archive may take. The largest device has 2 MiB of memory.
-// Its image is about 6 MiB of text, packed into a few MiB. maxUnpackedBytes and maxPackedBytes limit the sums
-// over all entries. An entry counts in full even if it shares bytes of the archive with another entry.
+// Its image is about 6 MiB of text, packed into a few MiB. maxUnpackedBytes and maxPackedBytes limit the
+// totals of all entries. An entry counts in full even if it shares bytes of the archive with another entry.
 // maxPackedBytes also stops packed blocks that take time but unpack to nothing.
 constexpr quint64 mebibyte = 0x100000;
 constexpr quint64 maxEntryBytes = 64 * mebibyte;   // unpacked
@@ -56,8 +56,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Logs a warning if the archive announces more than @p found entries. Reading the list of entries stops at
-/// the first unreadable entry, so the list lacks this entry and all later entries.
+/// Logs a warning if the archive announces more than @p found entries. readNames() stops at the first entry
+/// whose directory record it cannot read, so @p found leaves out this entry and all later entries.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;
@@ -165,7 +165,7 @@ QByteArray readFile(FirmwareArchive& archive, const QString& name, quint64 maxBy
     return readEntry(archive, name, maxBytes, append) ? contents : QByteArray();
 }
 
-/// Decodes the text while reading it, so that the whole text, several times as large as the image, need not
+/// Decodes the text while reading it. The whole text, which is several times as large as the image, need not
 /// be in memory.
 QByteArray readFirmwareFile(FirmwareArchive& archive, const QString& name)
 {

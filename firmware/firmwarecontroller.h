@@ -15,7 +15,7 @@ class FirmwareControllerPrivate;
 /// for. Call all functions on the GUI thread. They throw nothing. A query returns a copy, or an empty value
 /// if the archive lacks the requested item.
 ///
-/// Archives are untrusted, so limits keep a load short. An entry counts as unreadable if
+/// Archives are untrusted, so limits keep a load short. An entry is not loaded if
 /// - it is an image of more than 64 MiB of text, or release notes of more than 1 MiB;
 /// - it is encrypted, is neither stored nor deflated, or has a wrong checksum;
 /// - it and the entries read before it exceed 16 MiB packed or 65 MiB unpacked in total.
@@ -29,7 +29,7 @@ class FirmwareController : public QObject
 public:
     explicit FirmwareController(QObject* parent = nullptr);
 
-    /// Loads the archive at @p path in place of the loaded archive. Emits loadedSuccessfully() or
+    /// Drops the loaded archive and loads the archive at @p path. Emits loadedSuccessfully() or
     /// loadingFailed() before it returns.
     void setFilePath(const QString& path);
 

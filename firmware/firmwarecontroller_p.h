@@ -9,8 +9,7 @@
 
 class FirmwareController;
 
-/// An archive's firmware for one kind of device. A default-constructed object means that the archive has
-/// none.
+/// An archive's firmware for one kind of device; default-constructed if the archive has none.
 struct FirmwareData
 {
     QByteArray image; ///< from address 0 on

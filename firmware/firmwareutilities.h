@@ -42,23 +42,23 @@ private:
 ///             1       2     L; the next file starts at L + 4
 ///             4             contents
 ///
-///     version file (identifier 5): text from offset 4 on; ends before a ',' or at L - 1
+///     version file (identifier 5): text from offset 4 on; ends before a ',' or before offset L
 ///     USB descriptor file (0x0C, 0x35, 0x0D)
 ///             4       1     N; (N - 9) / 6 records of 6 bytes follow from offset 14
 ///     record  0       1     descriptor type; 1 is the device descriptor
 ///             2       2     the descriptor's offset, counted from offset 14 of the file
 ///             4       2     the descriptor's length
 ///
-/// Both functions are reentrant, call the reader on the calling thread and throw nothing. The memory that
-/// they use does not depend on the image's size.
+/// getPid() and getVersion() are reentrant, call the reader on the calling thread and throw nothing. The
+/// memory that they use does not depend on the image's size.
 namespace FirmwareUtilities {
 
 /// @return the product identifier in the first USB device descriptor (USB 2.0, table 9-8) whose vendor
 ///         identifier is Utilities::normalVendorId(); 0 if there is none.
 unsigned short getPid(ReadDataFunction reader);
 
-/// @return the version text; empty, not null, if the image has no version text, or a text with control
-///         characters or more than 64 characters.
+/// @return the version text; empty, not null, if the image has none. A version text with control characters
+///         or more than 64 characters counts as none.
 QString getVersion(ReadDataFunction reader);
 
 } // namespace FirmwareUtilities

@@ -4,7 +4,7 @@
 
 #include <QByteArray>
 
-/// Decodes the images in firmware archives. They are hexadecimal text, one byte per line.
+/// Decodes the images in firmware archives. The images are hexadecimal text, one byte per line.
 ///
 ///     // a comment
 ///     0x12
@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool feed(const char* text, int bytes);
 
     /// Decodes the last line if it has no line end. Call this once, after the last piece.
-    /// @return the image; empty if a line is malformed or the text has no byte.
+    /// @return the image; empty if a line is malformed or no line has a number.
     [[nodiscard]] QByteArray takeImage();
 
 private:

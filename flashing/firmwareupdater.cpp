@@ -43,9 +43,9 @@ bool isWow64()
     return isKnown && wow64;
 }
 
-/// Starts the tool that uninstalls a device's driver. The tool is in the program's folder and gets the vendor
-/// and product identifiers of the device. Does not wait for the tool. @p parent owns the QProcess, which
-/// deletes itself when the tool ends.
+/// Starts the tool that uninstalls a device's driver, and returns while the tool runs. The tool is in the
+/// program's folder and gets the vendor and product identifiers of the device. @p parent owns the QProcess,
+/// which deletes itself when the tool ends.
 void startUninstallTool(QObject* parent, unsigned short vendorId, unsigned short productId)
 {
     auto* const process = new QProcess(parent);
@@ -166,8 +166,8 @@ void FirmwareUpdaterPrivate::startFlasher(const std::shared_ptr<AbstractHidDevic
 {
     flasher = std::make_unique<Flasher>(hid);
     flasher->moveToThread(&thread);
-    // Logs the failure on the worker thread, so that it is logged even if this object is destroyed during the
-    // run. Slots on the GUI thread are not called then.
+    // Logs the failure on the worker thread. Slots on the GUI thread are not called if this object is
+    // destroyed during the run.
     connect(flasher.get(), &Flasher::flashingError, flasher.get(),
             [lost = flasher.get(), kind = type](int code) {
                 const Flasher::Place end = lost->endOfRun();

@@ -102,8 +102,8 @@ void Flasher::program()
     advance();
     startProgramming();
     advance();
-    // The request is sent once, and the device does not confirm it. A device that misses the request stays in
-    // programming mode and can be updated again.
+    // The request is sent once, and the device does not confirm it. A device that misses the request remains
+    // in programming mode and can be updated again.
     if (!sendControlRequest(device, EndProgramming))
         checkOpen(); // ends the run if the device was closed, because the last commit may be missing
     advance();
@@ -270,7 +270,8 @@ void Flasher::checkAborted() const
     checkOpen();
 }
 
-/// Ends the run if the device is closed. The detector closes it when the system asks for an orderly removal.
+/// Ends the run if the device is closed. The detector closes the device when the system asks for an orderly
+/// removal.
 void Flasher::checkOpen() const
 {
     if (!device->isOpen())

@@ -30,14 +30,14 @@ public:
 
     explicit Flasher(std::shared_ptr<AbstractHidDevice> hidDevice);
 
-    /// Makes the run fail with code 1 at its next check. The run checks at its start and before each chip
-    /// write, data packet, erase and commit. It does not check between the reads of the chip's identifier and
-    /// revision, nor before the request that ends programming. May be called on any thread.
+    /// Makes the run fail with code 1 at its next check. The run checks for an abort at its start and before
+    /// each chip write, data packet, erase and commit. The run does not check between the reads of the chip's
+    /// identifier and revision, nor before the request that ends programming. May be called on any thread.
     void abort();
 
     /// Returns the place where the run ended. If the run ended in a series of failed transfers, returns the
-    /// place of the first of them. Call it in a slot that is directly connected to the run's last signal,
-    /// because the run releases the device after that signal.
+    /// place of the first failure in that series. Call endOfRun() in a slot that is directly connected to the
+    /// run's last signal, because the run releases the device after that signal.
     Place endOfRun() const { return device ? device->place() : Place(); }
 
 public Q_SLOTS:

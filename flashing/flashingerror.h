@@ -9,7 +9,7 @@ public:
     enum Code {
         DeviceLost = 1, ///< device gone, not openable or not back in time; or update aborted
         EmptyImage = 2,
-        UnknownChip = 3,     ///< chip identifier or revision could not be read
+        UnknownChip = 3,     ///< chip identifier or revision could not be read, or identifier unknown
         ImageDoesNotFit = 4, ///< image larger than the memory size in its header, or header unusable
         UnsupportedChip = 5, ///< no loader is known for the chip and revision, or device takes no image data
     };

@@ -50,7 +50,7 @@ struct BusDevice
     std::uint16_t productId = 0;
     std::string name;         ///< name that users see
     int port = 0;             ///< each port takes one device
-    bool refusesOpen = false; ///< whether no program may open the device
+    bool refusesOpen = false; ///< if true, no program can open the device
     std::vector<HidInterface> interfaces;
 };
 
@@ -66,15 +66,15 @@ public:
     virtual void attach(const BusDevice& device) = 0;
 
     /// Disconnects the device at @p port, even if programs have it open. No transfer starts after the
-    /// disconnection. Returns when the computer knows of the removal. If the bus can find out when every
-    /// listener has handled the removal, it also waits for that.
+    /// disconnection. Returns when the computer knows of the removal. A bus that can find out when every
+    /// listener has handled the removal returns only after that.
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that
-    /// is asked has answered. Do not call it on a thread that serves a transfer: if a program answers only
-    /// after the transfer, this function never returns.
-    /// @param isHeld  whether another program keeps the device open, so that the computer refuses the
-    ///                removal.
-    /// @return whether the device is removed; always false on a bus without orderly removal.
+    /// is asked has answered. Do not call requestRemoval() on a thread that serves a transfer: if a program
+    /// answers only after the transfer, requestRemoval() never returns.
+    /// @param isHeld  if true, the bus acts as another program that keeps the device open. The computer then
+    ///                refuses the removal.
+    /// @return whether the device was removed; always false on a bus without orderly removal.
     virtual bool requestRemoval(int /*port*/, bool /*isHeld*/) { return false; }
 };

@@ -25,8 +25,8 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. The fault strikes at the first such event at or after the
-    /// fault's earliest transfer (see FaultPlan).
+    /// The kind of event at which a fault strikes. The fault strikes at the first event of this kind, counted
+    /// from the fault's earliest transfer (see FaultPlan).
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;

@@ -10,11 +10,11 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t endOfTable = 0x55;
 constexpr std::uint8_t versionFileId = 5;
-constexpr std::size_t unreadTailBytes = 4; // the updater reads as if the length included the header
+constexpr std::size_t unreadTailBytes = 4; // the updater assumes that the length includes the header
 
 constexpr std::uint8_t headerBlockBytes = 11; // length of the block between header and file table
 constexpr std::size_t memoryUnit = 64;
-constexpr std::uint8_t sizeCodeBits = 0x0F; // bits of geometry[0] with the code of the memory size
+constexpr std::uint8_t sizeCodeBits = 0x0F; // the bits of geometry[0] that hold the code of the memory size
 
 std::uint8_t low(std::size_t word)
 {

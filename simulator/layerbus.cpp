@@ -84,7 +84,7 @@ void LayerBus::detach(int port)
         tree.unplugAndWait(path);
 }
 
-/// Asks for the removal of the last interface only, because programs open no other interface.
+/// Asks for the removal of the device's last interface only, because programs open no other interface.
 bool LayerBus::requestRemoval(int port, bool isHeld)
 {
     DWORD error = ERROR_SUCCESS;

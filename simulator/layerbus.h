@@ -28,7 +28,7 @@ private:
     SimulatedDeviceTree& tree;
 };
 
-/// @return a function that makes @p clock sleep. @p clock must outlive the function.
+/// @return a function that calls the sleep() of @p clock. @p clock must outlive the function.
 inline SleepFunction sleepOn(Clock& clock)
 {
     return [&clock](std::uint32_t ms) { clock.sleep(ms); };

@@ -160,8 +160,8 @@ Transfer SimulatedDevice::vanish(bool comesBack)
     return Transfer::Gone;
 }
 
-/// Requests the removal on a separate thread, so that this thread can end its transfer. A program may answer
-/// the request only after the transfer.
+/// Requests the removal on a separate thread, so that this thread can end its transfer. A program may wait
+/// for the end of the transfer before it answers the request.
 void SimulatedDevice::requestRemoval(bool isHeld)
 {
     const std::shared_future<void> removal = background.start([this, isHeld] {
@@ -202,8 +202,8 @@ void SimulatedDevice::restart(int controlRequest)
     later(moves);
 }
 
-/// Makes the moves on a separate thread, each after its delay. If someone moves the cable, the remaining
-/// moves are skipped.
+/// Makes the moves on a separate thread, each after its delay. If someone plugs or unplugs the cable, the
+/// remaining moves are skipped.
 void SimulatedDevice::later(const std::vector<Move>& moves)
 {
     background.start([this, moves, planned = cableMoves.load()] {

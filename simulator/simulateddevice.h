@@ -29,7 +29,7 @@ using SleepFunction = std::function<void(std::uint32_t ms)>;
 class SimulatedDevice
 {
 public:
-    // How to script the device.
+    // These members script the device.
 
     struct Setup
     {
@@ -41,7 +41,7 @@ public:
         /// Called with a line of text for each event of the device, on the thread where the event happens.
         std::function<void(const std::string&)> report;
     };
-    /// @param clockSleep  blocks the calling thread for a delay of a restart.
+    /// @param clockSleep  called for each delay, such as the delays of a restart.
     SimulatedDevice(Bus& deviceBus, SleepFunction clockSleep, const Setup& setup);
     ~SimulatedDevice();
 
@@ -56,19 +56,20 @@ public:
     void setFault(Fault fault, int transfer);
     void clearFault() { setFault(Fault::None, 1); }
 
-    /// Called on the thread of the transfer after a fault has disconnected the device from the bus (see
-    /// Bus::detach()). Set it before the device is plugged in.
+    /// Called after a fault has disconnected the device from the bus (see Bus::detach()), on the thread of
+    /// the transfer at which the fault strikes. Set this callback before the device is plugged in.
     std::function<void()> onVanished;
-    /// Called on the thread of the transfer when the first transfer of a phase has succeeded. After a fault
-    /// is armed or cleared, every phase counts as new. Set it before the device is plugged in.
+    /// Called when the first transfer of a phase has succeeded, on the thread of that transfer. After a fault
+    /// is armed or cleared, every phase counts as new. Set this callback before the device is plugged in.
     std::function<void(Phase)> onPhase;
 
-    /// Called on the thread of the transfer when a fault has requested an orderly removal. The future is
-    /// ready when the removal is over. Do not wait for the future within the transfer, because the removal
-    /// may wait for the transfer. Set it before the device is plugged in.
+    /// Called after a fault has requested an orderly removal, on the thread of the transfer at which the
+    /// fault strikes. The future is ready when the removal is over. Do not wait for the future in this
+    /// callback, because the removal may wait for the transfer. Set this callback before the device is
+    /// plugged in.
     std::function<void(const std::shared_future<void>&)> onRemovalRequested;
 
-    // What the device recorded.
+    // These functions return the device's state and what it recorded.
 
     /// The transfers since a fault was last armed or cleared.
     Transfers transfers() const { return copyOf(faults.transfers()); }

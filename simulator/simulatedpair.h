@@ -22,7 +22,7 @@ public:
         std::vector<std::uint8_t> transmitterImage;
         std::vector<std::uint8_t> headsetImage;
         std::function<void(const std::string&)> report; ///< see SimulatedDevice::Setup::report
-        Bus* bus = nullptr; ///< must outlive the pair; if null, the computer's device tree is the bus
+        Bus* bus = nullptr; ///< must outlive the pair; null for the bus of the simulated computer
     };
 
     /// Both devices hold an older firmware and are not plugged in at first.

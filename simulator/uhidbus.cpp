@@ -169,9 +169,9 @@ void UhidBus::detach(int port)
         const std::lock_guard<std::mutex> guard(mutex);
         leaving.swap(ports[port]);
     }
-    // When an interface leaves, the kernel drops an answer that the program has not fetched yet. So this wait
-    // gives the program time to fetch the answer. The wait is in real time, whatever clock the simulation
-    // uses.
+    // When an interface leaves, the kernel drops the answers that programs have not fetched yet. This wait
+    // gives programs the time to fetch their answers. The wait is in real time, whatever clock the simulation
+    // uses for its own delays.
     std::this_thread::sleep_for(answerTime);
     for (const auto& interface : leaving)
         interface->leave();

@@ -8,7 +8,8 @@
 
 #include "simulatedchip.h"
 
-/// Compares a device's memory with the image for it, and totals the protocol's fixed delays for that image.
+/// Compares a device's memory with the image that it should hold. Adds up the protocol's fixed delays for an
+/// image.
 namespace Verdict {
 
 /// The offset of the first byte in which @p memory differs from @p image; empty if the memory starts with the

@@ -20,7 +20,7 @@ public:
     struct Place
     {
         Phase phase = Phase::Identify;
-        int transfer = 0;      ///< number of the last feature report sent or received; 0 before the first
+        int transfer = 0;      ///< number of the last feature-report transfer; 0 before the first
         bool isFailed = false; ///< whether that transfer failed
     };
 
@@ -28,8 +28,8 @@ public:
 
     void enterPhase(Phase phase) { last.phase = phase; }
 
-    /// Returns the place of the last transfer. If that transfer failed, returns the place of the first failed
-    /// transfer since the last successful one.
+    /// Returns the current phase and the last transfer. If that transfer failed, returns the place of the
+    /// first failure since the last success.
     Place place() const { return lost.isFailed ? lost : last; }
 
     std::function<void(const Place&)> onFailure; ///< called after each transfer that failed

@@ -25,7 +25,7 @@ ReadDataHelper_FromDevice::ReadDataHelper_FromDevice(std::shared_ptr<AbstractHid
     const int chipId = getAvneraChipId(device);
     const int revision = getAvneraChipRevision(device);
     if (!device->isOpen())
-        return; // cancelled or closed meanwhile, so the chip is unknown
+        return; // cancelled or closed during the reads, so the chip is unknown
     model = getAvneraChipModel(chipId, revision);
     if (!model)
         return; // a write to an unknown chip could change anything

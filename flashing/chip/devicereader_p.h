@@ -9,8 +9,8 @@
 
 struct ChipModel;
 
-/// Reads the firmware image that is stored in a device. Can be used as a ReadDataFunction. Copies
-/// share the device.
+/// Reads the firmware image that is stored in a device. Can be used as a ReadDataFunction. All copies of a
+/// reader share its device.
 ///
 /// On request the chip copies image bytes into a RAM buffer, in rows of 16 bytes that are 0x1000 apart. One
 /// call reads at most 32 bytes and blocks for 100 ms per row. A reader gives up after 256 calls. No real
@@ -27,7 +27,7 @@ public:
     /// written to the chip.
     ReadDataHelper_FromDevice(std::shared_ptr<AbstractHidDevice> hidDevice, Cancelled isCancelled);
 
-    /// Replaces the contents of @p data by @p size bytes of the image, at most 32, from @p address on.
+    /// Replaces the contents of @p data with @p size bytes of the image, at most 32, from @p address on.
     /// @return false if the chip is not known, the range ends beyond the device's memory, a transfer fails or
     ///         the reader has given up.
     bool operator()(QByteArray& data, unsigned int address, unsigned short size);

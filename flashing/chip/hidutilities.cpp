@@ -40,7 +40,7 @@ unsigned char byteOf(int operand)
     return static_cast<unsigned char>(operand);
 }
 
-/// Returns the length byte of a frame with @p bytes: one more than the number of bytes.
+/// Returns the length byte that precedes @p bytes in a report: one more than the number of bytes.
 unsigned char lengthOf(const Bytes& bytes)
 {
     return static_cast<unsigned char>(bytes.size() + 1);

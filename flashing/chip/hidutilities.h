@@ -69,7 +69,7 @@ bool writeControlBlock(std::shared_ptr<AbstractHidDevice> device, unsigned short
 
 bool executeOperation(std::shared_ptr<AbstractHidDevice> device, int operation);
 
-/// Erases the transmitter's flash sector at the control block's flash address.
+/// Erases one sector of the transmitter's flash, at the flash address in the control block.
 bool sendEraseCommand(std::shared_ptr<AbstractHidDevice> device);
 
 /// Asks the chip to prepare @p count bytes as the next answer, and waits the 100 ms that the chip needs. Does
