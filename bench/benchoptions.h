@@ -16,11 +16,11 @@ struct BenchOptions
     Fault fault = Fault::None;
     int faultTransfer = 1; ///< earliest transfer at which the fault can strike; transfers count from 1
     DeviceType faultDevice = DeviceType::Headset;
-    bool fast = false;         ///< whether time is virtual, so that no wait takes time
+    bool fast = false;         ///< uses virtual time, in which a wait takes no real time
     int speed = 1;             ///< factor by which time runs faster than real time; unused if time is virtual
-    bool onKernelBus = false;  ///< plugs the devices into the kernel, not into the simulated computer
+    bool onKernelBus = false;  ///< plugs the devices into the real kernel, not into the simulated computer
     bool dark = false;         ///< shows light text on a dark background in the windows
-    bool drivesItself = false; ///< works without a user
+    bool drivesItself = false; ///< operates the updater without a user
     bool takesTour = false;    ///< visits all screens before the update
     QString screenshotsFolder; ///< folder for a picture of each screen
     bool faultMatrix = false;  ///< tries every fault at every transfer instead of making one update

@@ -128,7 +128,7 @@ int BenchRun::drive()
 {
     QEventLoop loop;
     connect(this, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    qint64 longestMs = 160000; // for all but the programming; the loop adds two programmings per device
+    qint64 longestMs = 160000; // limit without programming; the loop adds two programmings per device
     for (const DeviceType type : bothTypes)
         longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
@@ -160,7 +160,7 @@ void BenchRun::seeScreen(const QString& name, QWidget* screen)
     if (!options.takesTour || seenScreens.contains(name))
         return;
     seenScreens.insert(name);
-    constexpr int layoutsDeep = 3; // each layout posts a request to the layout around it
+    constexpr int layoutsDeep = 3; // number of nested layouts; each posts a request to the layout around it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     Q_EMIT screenSeen(name, screen);
@@ -237,7 +237,7 @@ void BenchRun::updateAgain()
 }
 
 /// The updater waits up to 30 s for a device to enter programming mode. This function ends the wait early if
-/// the device's restart is over and the device is not in programming mode. It is used only if time runs fast.
+/// the device's restart is over and the device is not in programming mode. Called only if time runs fast.
 void BenchRun::endVainWaits()
 {
     for (const DeviceType type : bothTypes) {
@@ -267,12 +267,12 @@ void BenchRun::noteSleep(std::uint32_t ms)
 }
 
 /// Waits until the GUI thread has handled its queued events, including the removal of a device. If time runs
-/// fast, the updater's own delays are too short for that.
+/// fast, the updater's own delays do not give the GUI thread enough time to handle the events.
 void BenchRun::letGuiHandleEvents()
 {
     if (QThread::currentThread() == thread())
         return;
-    constexpr auto longest = std::chrono::seconds(5); // limited: the GUI thread may wait for this thread
+    constexpr auto longest = std::chrono::seconds(5); // ends a deadlock if the GUI thread waits for this one
     const auto handled = std::make_shared<std::promise<void>>();
     QMetaObject::invokeMethod(
         this, [handled] { handled->set_value(); }, Qt::QueuedConnection);

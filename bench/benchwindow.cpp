@@ -173,8 +173,8 @@ void BenchWindow::remainUsable()
         windowHandle()->setTransientParent(owner);
 }
 
-/// Ends the program if the user has closed this window or the updater's window. The program then waits for an
-/// update in progress, so time runs at the highest speed.
+/// Ends the program if the user has closed this window or the updater's window. The program first waits for
+/// an update in progress. To shorten that wait, time runs at the highest speed.
 void BenchWindow::endAfterClosing()
 {
     if (isVisible() && run.updater().isVisible())

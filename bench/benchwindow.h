@@ -13,10 +13,10 @@ class QFormLayout;
 class SimulatedDevice;
 struct BenchOptions;
 
-/// A small window beside the updater's window. It shows the simulated devices and the log. In it the user
-/// plugs in and unplugs the devices, arms faults, changes the speed of time and makes archives. The window
-/// remains usable while the updater shows a dialog. Closing this window or the updater's window ends the
-/// program. GUI thread.
+/// A small window beside the updater's window. It shows the simulated devices and the log. Its controls plug
+/// the devices in, unplug them, arm faults, change the speed of time and make archives. The window remains
+/// usable while the updater shows a dialog. Closing this window or the updater's window ends the program.
+/// GUI thread.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ private:
     void endAfterClosing();
 
     BenchRun& run;
-    const int generation; ///< generation of the archives that loadNewArchive() makes
+    const int generation; ///< product generation of the archives that loadNewArchive() makes
     int minorVersion = 2; ///< minor version of the latest archive
-    QTimer refreshTimer;  ///< updates the shown states, and checks this window and the updater's
+    QTimer refreshTimer;  ///< at every timeout, refreshes the states and checks the windows
 };

@@ -73,7 +73,7 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
 Expectation whenWithdrawn(const Transfers& at, int commits)
 {
     if (at.phase == Phase::Leave || at.phase == Phase::FinalWait)
-        return succeeds(); // in these phases no updater uses the device's handle
+        return succeeds(); // in these phases the updater does not use the device's handle
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
@@ -103,7 +103,7 @@ Expectation expectationFor(Fault fault, const std::optional<Transfers>& struckAt
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // a failed transfer; only identification reads answers
+    case Fault::ShortAnswer:           // counts as a failed transfer; only the identification reads answers
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

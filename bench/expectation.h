@@ -17,15 +17,15 @@ struct Expectation
     /// The documented exception by which the updater may report success although the memory differs from the
     /// image; null if no exception applies.
     const char* exception = nullptr;
-    bool maySucceed = errorCode == 0; ///< whether success is accepted, even if `errorCode` is not 0
+    bool maySucceed = errorCode == 0; ///< whether the updater may report success instead of `errorCode`
 };
 
 /// @return how the update of a device must end if @p fault was armed for the update.
 ///
-/// After the identification, a single failed transfer does not end the update. After the last commit,
-/// nothing is checked. So if a transfer fails, or if the device is lost at the last commit, the updater may
-/// report success although the memory is wrong. These two exceptions are documented. The next update
-/// repairs the memory.
+/// In two cases the updater may report success although the memory is wrong. First, after the identification
+/// a single transfer fails; such a failure does not end the update. Second, the device is lost at the last
+/// commit; after that commit the updater checks nothing. Both cases are documented exceptions. The next
+/// update repairs the memory.
 /// @param struckAt       the transfers made when the fault struck; empty if the fault did not strike.
 /// @param commits        the number of commits in the update.
 /// @param isNoticedLate  whether the updater may try more transfers before it notices that a device is lost.

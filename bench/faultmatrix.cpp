@@ -66,7 +66,7 @@ protected:
 
 /// @return the last transfer for which it is useful to arm @p fault. The updater reads answers only during
 /// identification. The device restarts twice: when it leaves the application, and at the end. A restart fault
-/// that is armed for a transfer in between always strikes at the end.
+/// that is armed for a transfer between the two restarts always strikes at the second restart.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);

@@ -14,8 +14,8 @@ QString windowText(const char* text)
     return QCoreApplication::translate("MainWindow", text);
 }
 
-/// @return whether @p fault requests an orderly removal. The request takes effect only after the transfer at
-/// which the fault strikes, so that transfer succeeds.
+/// @return whether @p fault requests an orderly removal. The transfer at which such a fault strikes succeeds,
+/// because the request takes effect only after the transfer.
 bool isWithdrawal(Fault fault)
 {
     return fault == Fault::Removed || fault == Fault::RemovalRefused;

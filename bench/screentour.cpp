@@ -41,7 +41,8 @@ void chooseInSystemMenu(const char* text)
     QApplication::postEvent(menu, new QKeyEvent(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier));
 }
 
-/// Puts the transmitter into programming mode with unreadable memory, as an interrupted update might.
+/// Puts the transmitter into a state that an interrupted update can leave: programming mode, with unreadable
+/// memory.
 void breakOffTransmitterUpdate(SimulatedPair& pair)
 {
     pair.device(DeviceType::Transmitter).setFault(Fault::NoData, 1);
@@ -63,8 +64,8 @@ std::vector<Stop> screenTour(UserDriver& user, SimulatedPair& pair, const QStrin
         return
             [&user, controller, type] { return controller->isConnected(type) ? user.mainPage() : nullptr; };
     };
-    // The detection is short, and a stop of the tour could miss it. This connection reports
-    // the screen instead.
+    // Reports the screen that is shown during a detection. The tour looks for its screens at intervals and
+    // could miss this one, because a detection is short.
     QObject::connect(controller, &DeviceController::deviceDetectionStarted, &user, [&user, &window] {
         if (!user.isStartScreen())
             Q_EMIT user.screenSeen(QStringLiteral("main-page-detecting"), &window);

@@ -47,8 +47,8 @@ public:
     /// Looks at the screen every @p intervalMs milliseconds from now on.
     void start(int intervalMs) { timer.start(intervalMs); }
 
-    /// Makes the driver visit @p tourStops in order instead of making an update. Emits tourEnded()
-    /// at the end.
+    /// Makes the driver take a tour through @p tourStops instead of making an update. Emits tourEnded() at
+    /// the end.
     void takeTour(std::vector<Stop> tourStops) { tour = std::move(tourStops); }
 
     /// Presses Back on the failure report. The driver then makes the next update.
@@ -86,9 +86,9 @@ private:
     void end(bool isFailed);
 
     MainWindow& window;
-    std::vector<Stop> tour;  ///< empty if the driver makes updates instead
+    std::vector<Stop> tour;  ///< the tour's stops; empty if the driver makes updates
     std::size_t reached = 0; ///< number of stops visited so far
     QTimer timer;
-    bool isUpdating = false; ///< true from the press on Update until the screen with the result
+    bool isUpdating = false; ///< true from the press on Update until ended() is emitted
     Outcome outcome;         ///< outcome of the latest update
 };

@@ -64,7 +64,7 @@ class PackedEntry
 {
 public:
     explicit PackedEntry(const ArchiveEntry& entry)
-        : contents(entry.contents.constData(), entry.contents.size()) // not shared with the entry
+        : contents(entry.contents.constData(), entry.contents.size()) // a deep copy
         , packed(qCompress(contents))
     {
     }
@@ -72,7 +72,7 @@ public:
     /// Unpacks `packed` into `contents`. Allocates no memory, because `contents` already has the right size.
     void unpack()
     {
-        constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the bytes of zlib
+        constexpr int sizeBytes = 4; // qCompress() puts the unpacked size before the compressed bytes
         auto bytes = static_cast<uLongf>(contents.size());
         const int result = uncompress(reinterpret_cast<Bytef*>(contents.data()), &bytes,
                                       reinterpret_cast<const Bytef*>(packed.constData() + sizeBytes),
@@ -182,12 +182,12 @@ Pair updatePair()
 
 Pair stallPair()
 {
-    constexpr double frameMs = 1000.0 / 60; // length of a frame; a user can see a longer stall
+    constexpr double frameMs = 1000.0 / 60; // length of a frame; a user does not see shorter stalls
     return {update64().at("stall-ms"), update64().at("idle-ms") + frameMs};
 }
 
 /// Adds a row that shows three medians over all pairs: of the work, of the reference, and of their ratio.
-/// Short disturbances of the machine do not change the medians.
+/// With many pairs, short disturbances of the machine hardly change the medians.
 /// @param what   names the work and the reference; must not contain '/'.
 /// @param bound  the greatest allowed ratio of work to reference.
 /// @param pairs  the number of pairs to measure.

@@ -170,7 +170,7 @@ public:
     }
 
 private:
-    /// Measures how long the transmitter is programmed. Called on the thread that programs the transmitter.
+    /// Measures how long the programming of the transmitter takes. Called on the thread that programs it.
     void notePhase(Phase phase)
     {
         const auto now = std::chrono::steady_clock::now();
@@ -211,8 +211,8 @@ private:
 
 int main(int argc, char* argv[])
 {
-    // Makes malloc return large blocks to the system at once. Otherwise the measured peak would contain
-    // memory that the simulation has already freed.
+    // Makes malloc return large blocks to the system as soon as they are freed. Otherwise the measured peak
+    // would contain memory that the simulation has already freed.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Startup::enableHighDpiScaling();

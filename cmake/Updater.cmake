@@ -48,8 +48,8 @@ function(updater_library name)
 endfunction()
 
 # updater_find_declarations(<package>)
-# Finds a package that is installed for the computer that builds, so that a build for Windows can include its headers.
-# CMake requires import libraries, but nothing is linked, so any existing file serves as an import library.
+# Finds a package that is installed for the computer that builds. A build for Windows that links nothing can then
+# include the package's headers. CMake requires an import library, but does not read it, so any existing file serves.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

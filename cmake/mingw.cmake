@@ -1,5 +1,5 @@
-# A toolchain file for Windows. The processor is CMAKE_SYSTEM_PROCESSOR, which must be set before. The compilers use
-# mingw-w64's posix thread model, because std::mutex and std::thread need it.
+# A toolchain file for Windows. The file that includes it must first set CMAKE_SYSTEM_PROCESSOR to the processor. The
+# compilers use mingw-w64's posix thread model, because std::mutex and std::thread need it.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-g++-posix)

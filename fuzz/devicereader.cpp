@@ -1,5 +1,5 @@
 // Fuzzes the search for version and product in a device that answers with arbitrary bytes. The search must
-// end in bounded time and send only the requests that loading and reading need.
+// end in bounded time, and send only the requests needed to load bytes of the image and to read them.
 
 #include "fuzztarget.h"
 
@@ -14,12 +14,13 @@
 namespace {
 
 constexpr int operationOffset = 8;
-constexpr int countOffset = 11; // offset of the number of bytes in a read request
+constexpr int countOffset = 11; // offset of the byte count in a read request
 constexpr std::uint32_t enoughMs = 120 * 1000;
 
 /// A chip that answers with bytes of the fuzz input. For each answer the chip takes one byte that selects the
-/// kind of answer, one byte for each requested byte, and for a short answer one byte for the length. The
-/// first byte of the input decides whether the chip answers with zeros or fails after the end of the input.
+/// kind of answer, and one byte for each requested byte. For a short answer it also takes one byte as the
+/// length. After the end of the input the chip either answers with zeros or fails; the first byte of the
+/// input selects which.
 class LyingChip
 {
 public:

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace FuzzTarget {
 
-/// Ends the process with the message @p what if @p isRight is false.
+/// If @p isRight is false, ends the process with the message @p what.
 inline void require(bool isRight, const char* what)
 {
     if (!isRight)

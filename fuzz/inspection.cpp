@@ -1,5 +1,5 @@
-// Fuzzes the search for version and product in an image in memory. The search must end, read only the image,
-// and give the same result with a reader that lends the bytes and with a reader that copies them.
+// Fuzzes the search for version and product in an image in memory. The search must end and must not read
+// outside the image. A reader that lends the bytes and a reader that copies them must give the same result.
 
 #include "fuzztarget.h"
 
@@ -44,7 +44,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // per function: the image's header and 3 files
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // at most the header and 3 files in each function
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);
     const QString version = FirmwareUtilities::getVersion(lending);

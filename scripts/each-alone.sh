@@ -1,6 +1,7 @@
 #!/bin/sh
-# Runs each function of the given test programs in its own process, and so finds functions that depend on an earlier
-# one. Without arguments, takes all test programs. Run ./test.sh first. Exit status 1 if a function fails or none runs.
+# Runs each function of the given test programs in its own process, to find functions that depend on an earlier
+# function. Without arguments, runs all test programs. Run ./test.sh first. Exit status 1 if a function fails or
+# none runs.
 # Usage: scripts/each-alone.sh [TEST...], such as tst_flasher
 cd "$(dirname "$0")/../build/release/tests" || exit 1
 [ $# -gt 0 ] || set -- tst_*

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Drives the bench with keys on its own display: makes an archive, starts an update, pulls the headset's cable during
+# Presses keys in the bench on a virtual display: makes an archive, starts an update, pulls the headset's cable during
 # the update, plugs the cable in again and updates again. Saves a picture of both windows at each step, for
 # docs/images/walkthrough. Fails if a step is not reached within about 30 s.
 # Usage: scripts/walkthrough.sh FOLDER. Needs a build (./run.sh).

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Renders the drawings of this folder as the pictures that are compiled into the program. Each picture except the logo
-# also gets a variant of twice the size ("@2x"), which Qt uses on screens with two device pixels per pixel. Run this
-# script after changing a drawing and commit the results.
+# also gets a variant of twice the size ("@2x"), which Qt uses on screens with a scale factor of 2. Run this script
+# after changing a drawing and commit the results.
 set -eu
 cd "$(dirname "$0")"
 
