@@ -1,4 +1,4 @@
-# Defines the functions check and within, and counts failed checks. The checks of both packages source this file.
+# Defines the functions "check" and "within", and counts failed checks. The checks of both packages source this file.
 
 failures=0
 

@@ -1,9 +1,9 @@
 #!/bin/sh
 # release.sh [--dry-run]: builds and checks both packages, and runs tests and benchmarks. Then puts the whole release
 # into build/report: the packages, SHA256SUMS, linked.spdx (the works in the Windows program) and REPORT.md. Requires a
-# tree without uncommitted changes, a new version, a licence, a real address, and UPDATER_SIGN (the command that signs
-# the Windows programs). If any of these is missing, refuses to make a release. A dry run lists in REPORT.md what is
-# missing, and continues. Both kinds of run fail if a check fails or cannot run.
+# tree without uncommitted changes, a new version, a licence, real addresses of the web site and the maintainer, and
+# UPDATER_SIGN (the command that signs the Windows programs). If any of these is missing, refuses to make a release. A
+# dry run lists in REPORT.md what is missing, and continues. Both kinds of run fail if a check fails or cannot run.
 set -e
 cd "$(dirname "$0")/.."
 . scripts/packages.sh

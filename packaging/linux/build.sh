@@ -11,7 +11,7 @@ install_packages $build_packages $package_packages
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || stat -c %Y CHANGELOG.md)}
 export SOURCE_DATE_EPOCH
 export CCACHE_BASEDIR= # with a base folder ccache would use relative paths, which -ffile-prefix-map does not replace
-rm -rf build/package build/linux # an earlier build contains the date of its own commit
+rm -rf build/package build/linux # removes an earlier build, which contains the date of its own commit
 cmake --preset package
 cmake --build --preset package
 cpack --config build/package/CPackConfig.cmake -B build/linux

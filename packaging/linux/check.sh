@@ -10,7 +10,7 @@ cd "$(dirname "$0")/../.."
 deb=$(echo build/linux/*.deb)
 [ -f "$deb" ] || fail "There is no package; run packaging/linux/build.sh first."
 
-# This folder keeps the bare Debian, with the packages that the checks need, between runs.
+# This folder keeps the bare Debian between runs. The bare Debian has all packages that the checks need.
 cache=${UPDATER_LINUX_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zefo-vynt-linux}
 mkdir -p "$cache" || fail "Cannot create the folder $cache"
 bare=$cache/debian
@@ -40,7 +40,7 @@ as_root cp "$work/check/check.service" "$work/check/session.service" "$work/usr/
 as_root mkdir -p "$work/etc/systemd/system/systemd-suspend.service.d" "$work/etc/systemd/logind.conf.d"
 as_root cp "$work/check/suspend.conf" "$work/etc/systemd/system/systemd-suspend.service.d"
 as_root cp "$work/check/logind.conf" "$work/etc/systemd/logind.conf.d"
-# updates.sh reads these settings: how many rows of the fault matrix to run, and the seed that draws these rows.
+# updates.sh reads these settings: the number of rows of the fault matrix to run, and the seed for their random choice.
 echo "rows=${UPDATER_FAULT_ROWS:-24} seed=${UPDATER_FAULT_SEED:-$(date +%s)}" | as_root tee "$work/check/settings" >/dev/null
 rm -rf "$results"
 mkdir -p "$results"

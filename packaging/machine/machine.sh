@@ -1,12 +1,12 @@
 # Makes Debian systems in folders and boots them with Debian's own kernel in a virtual machine. The machine emulates its
-# processor, so the machine runs 32-bit programs on every computer. The scripts that check the packages source this file
-# at the root of the sources, after scripts/packages.sh.
+# processor, so the machine runs 32-bit programs on every computer. The checks of the packages use these functions.
+# Source this file in the root of the sources, after scripts/packages.sh.
 #
 # machine_install                      Installs the programs that the functions below need, and downloads the kernel.
 # machine_debian FOLDER PACKAGES [BEFORE [AFTER]]
-#       Makes a Debian system in FOLDER, of the release that this computer runs. Does nothing if an earlier call with
-#       the same arguments has made the system. In the new system, runs the shell commands BEFORE, installs PACKAGES,
-#       and runs the shell commands AFTER. Messages go to FOLDER.log.
+#       Makes a Debian system in FOLDER, with the same release as on this computer. In the new system, runs the shell
+#       commands BEFORE, installs PACKAGES, and runs the shell commands AFTER. Messages go to FOLDER.log. Does nothing
+#       if an earlier call with the same arguments has made the system.
 # machine_enter FOLDER COMMAND...      Runs COMMAND in the Debian system in FOLDER, in new namespaces. When COMMAND
 #                                      ends, the kernel ends all processes that COMMAND started.
 # machine_disk IMAGE FOLDER FREE_MIB   Makes a disk image with the contents of FOLDER and some free space.
@@ -90,7 +90,7 @@ machine_debian() (
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
-    # Uses the release's repository without later updates, because the package lists of all architectures must match.
+    # Uses the release without later updates, because a package must have the same version for every architecture.
     as_root debootstrap --variant=minbase "$release" "$folder" "$repository" >"$folder.log" 2>&1 &&
         machine_enter "$folder" sh -ec "$before
             apt-get update

@@ -46,7 +46,7 @@ CommandedDevice::CommandedDevice(Bus& bus, DeviceType deviceType, const ImageOpt
 SimulatedDevice::Setup CommandedDevice::setup(const ImageOptions& wanted, int chipId, int revision) const
 {
     ImageOptions installed = wanted;
-    installed.version = "1.0.0.20240131.1207"; // in an answer this text takes two rows of 16 bytes
+    installed.version = "1.0.0.20240131.1207"; // the chip returns this text in two rows of 16 bytes
     installed.seed = 99;
     const int port = type == DeviceType::Transmitter ? 1 : 2;
     return {type, chipId, revision, ImageBuilder::build(installed), port, report};

@@ -1,7 +1,7 @@
 #!/bin/sh
-# bind.sh PROGRAM: strips a 32-bit Windows program. Then it writes the address of the load configuration (see
-# systemlibraries.cpp) into the program's header, because the linker does not write this address. Windows 10 (version
-# 1607) and later then resolve the program's imports in the system's folder only.
+# bind.sh PROGRAM: strips a 32-bit Windows program. Then writes the address of the load configuration (see
+# systemlibraries.cpp) into the program's header, because the linker does not write this address. With this address,
+# Windows 10 (version 1607) and later resolve the program's imports in the system's folder only.
 set -e
 program=$1
 tools=i686-w64-mingw32

@@ -32,8 +32,8 @@ prefix_map=-ffile-prefix-map=$cache=.
 qt_prefix=/zefo-vynt-windows/qt
 quazip_options="-DCMAKE_BUILD_TYPE=MinSizeRel -DBUILD_SHARED_LIBS=OFF -DQUAZIP_BZIP2=OFF -DQUAZIP_FETCH_LIBS=OFF"
 
-# source_package NAME: downloads the distribution's source package and unpacks it to $cache/src/NAME, unless that folder
-# exists. Makes its own list of repositories, because the machine's list may lack source packages.
+# source_package NAME: downloads the distribution's source package and unpacks it to $cache/src/NAME. Does nothing if
+# that folder exists. Makes its own list of repositories, because the machine's list may lack source packages.
 source_package() {
     [ ! -d "$cache/src/$1" ] || return 0
     mkdir -p "$cache/apt/lists/partial" "$cache/apt/none" "$cache/src"
@@ -91,8 +91,8 @@ build_quazip() {
     source_package libquazip1-qt5
     quazip_recipe=$(recipe "$quazip_source" "$quazip_options" && echo "$qt_recipe")
     ! made quazip "$quazip_recipe" || return 0
-    # This build of Qt has no network library. Only QuaZip's tests use a network library, but Qt's CMake files report an
-    # error if it is missing.
+    # Only QuaZip's tests use Qt's network library. This build of Qt has no network library, and Qt's CMake files would
+    # report an error. So sed removes the library from QuaZip's list.
     sed -i 's/OPTIONAL_COMPONENTS Network Test)/)/' "$quazip_source/CMakeLists.txt"
     rm -rf "$cache/quazip" "$cache/build-quazip"
     # shellcheck disable=SC2086

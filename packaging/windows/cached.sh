@@ -1,5 +1,5 @@
 #!/bin/sh
-# Checks whether the cache has the libraries of the Windows program and the Debian with Wine. If a part is missing,
+# Checks whether the cache has all its parts: Qt and QuaZip for Windows, and the Debian with Wine. If a part is missing,
 # prints the first missing part and fails. Making these parts takes longer than all other checks together.
 cd "$(dirname "$0")/../.." || exit 1
 . packaging/windows/common.sh >/dev/null

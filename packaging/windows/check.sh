@@ -16,7 +16,7 @@ made=$build/packaging/windows
 results=$build/check
 released=$(echo "$build/release/$updater"-*.exe)
 limit_s=${UPDATER_CHECK_LIMIT_S:-5400} # time limit of the virtual machine; enough on a busy computer
-seed=${UPDATER_SEED:-$(date +%s)} # draws the faults of matrix.sh
+seed=${UPDATER_SEED:-$(date +%s)} # seed of the random choices in matrix.sh
 
 [ -f "$released" ] || fail "There is nothing to check; run packaging/windows/build.sh first."
 
@@ -42,15 +42,15 @@ run() {
         machine_disk "$image" "$root" 1000
         machine_boot "$image" "$2" $limit_s /check/first.sh task="$1" emulated=1 seed="$seed"
     else
-        # Uses one processor. A transfer passes through five processes, and waking another processor for each process
-        # would take longer than their work.
+        # Uses one processor. A transfer passes through five processes, and the work of each process takes less time
+        # than waking another processor.
         processor=$(taskset --cpu-list --pid $$ | sed 's/.*: *\([0-9]*\).*/\1/')
         machine_enter "$root" taskset --cpu-list "$processor" env seed="$seed" sh "$1" 2>&1 | machine_output "$2"
         grep -q '^checks: all hold$' "$2"
     fi
 }
 
-# fetch FOLDER TARGET: copies FOLDER out of the Debian with Wine into the folder TARGET. Call run first.
+# fetch FOLDER TARGET: copies FOLDER out of the Debian with Wine into the folder TARGET. Call fetch after run.
 fetch() {
     if [ -n "$emulated" ]; then
         machine_take "$image" "$1" "$2"

@@ -47,7 +47,7 @@ check "the program still runs" runs plugging
 end_program plugging
 unplug
 
-# Starts the program with a small socket buffer, which holds only a few events.
+# Starts the program with a small socket buffer. When this buffer is full, the kernel drops further events.
 socket_bytes() { echo "$1" | tee /proc/sys/net/core/rmem_default >/proc/sys/net/core/rmem_max; }
 usual=$(cat /proc/sys/net/core/rmem_max)
 socket_bytes 8192

@@ -60,7 +60,7 @@ check "the kernel has /dev/uhid ($(uname -r), after $(seconds) s)" modprobe uhid
 modprobe uinput
 check "a user is at the screen" within 60 sh -c 'loginctl show-seat seat0 -p ActiveSession | grep -q =.'
 check "the user's desktop runs" within 120 [ -p /run/user/1000/commands ]
-systemctl start polkit # a complete desktop starts polkit itself
+systemctl start polkit # a complete desktop would start polkit
 start_pair
 
 . /check/user.sh

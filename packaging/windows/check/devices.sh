@@ -102,8 +102,8 @@ duration() {
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
 # An update may exceed the sum of its delays by these percentages. The percentages are higher in a virtual machine,
-# because the load of the host adds to the time. The headset's percentage is higher than the transmitter's, because both
-# updates make about the same number of transfers, but the headset's delays are only a third of the transmitter's.
+# because the load of the host adds to the time. Both updates make about the same number of transfers, but the sum of
+# the headset's delays is only a third of the transmitter's sum. So the headset's percentage is higher.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
@@ -136,7 +136,7 @@ events() {
     sed -n "/done: count/,\$ s/^\[[ 0-9.]*\] $1: //p" events.txt | tr -d '\r' | grep -v " bytes"
 }
 
-# log_of NAME: prints the lines of the log that start with NAME, the log's name of a device.
+# log_of NAME: prints the lines of the log that start with NAME. NAME is a device's name in the log.
 log_of() { log | grep "^$1: "; }
 
 # commits NAME: prints the lines that the log must have for a download of 64 KiB to the device NAME.

@@ -22,8 +22,8 @@ fault_rows() {
 
 results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
 
-# has_both_results: whether the log has the results of both devices. First answers the program's question about an
-# unknown firmware, if the program asks it.
+# has_both_results: whether the log has the results of both devices. If the program asks about an unknown firmware,
+# first answers this question.
 has_both_results() {
     ! tool shown Warning || tool keys Warning enter
     [ "$(results | wc -l)" -eq 2 ]

@@ -43,7 +43,8 @@ rm -r "$logs"
 # Starts the package, with a firmware archive in the package's folder. Two folders of earlier packages exist. The
 # package must remove the first one. It must keep the second one, because another program holds it open.
 
-# is_held FOLDER: whether the system refuses to rename FOLDER in the temporary folder, because a program holds it open.
+# is_held FOLDER: whether a program holds FOLDER open, so that the system refuses to rename FOLDER. FOLDER is the name
+# of a folder in the temporary folder.
 is_held() { ! wine cmd /c ren "$windows_temporary\\$1" renamed >/dev/null && [ -d "$temporary/$1" ]; }
 own_folders() { find "$temporary" -maxdepth 1 -name 'ZEFO_VYNT_Firmware_Update_{*'; }
 unpacked() { find "$temporary" -path '*{*' -name "$1"; }

@@ -1,6 +1,6 @@
 # Checks the Windows program. check.sh runs this script inside the Debian that has Wine. Every check prints a line; the
 # last line is "checks: all hold" or the number of failed checks. The variable "emulated" is set in a virtual machine;
-# the variable "seed" draws the faults of matrix.sh.
+# the variable "seed" is the seed of the random choices in matrix.sh.
 cd /check || exit 1
 . ./checks.sh
 . ./wine.sh

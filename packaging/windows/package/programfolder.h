@@ -9,8 +9,9 @@
 /// A new folder for the program alone, normally in the user's temporary folder. The destructor removes the
 /// folder with all its files.
 ///
-/// Only administrators, the system and the owner have access to the folder. The folder is held open from the
-/// check of its owner until the destructor removes it, so nobody else can rename or remove it.
+/// Only administrators, the system and the owner have access to the folder. create() opens the folder and
+/// checks the folder's owner. The folder remains open until the destructor removes it, so nobody else can
+/// rename or remove the folder.
 ///
 /// If the package runs with an administrator's rights, no process with lower rights can replace the programs
 /// in the folder. In this case the folder is on a fixed drive with a file system that keeps access control

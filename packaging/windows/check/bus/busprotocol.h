@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-/// The requests to the driver of the simulated bus. The program that simulates the devices sends these
-/// requests to the bus's control device with DeviceIoControl(). The driver does not interpret the reports,
-/// and trusts the program to send valid requests.
+/// Defines the requests to the driver of the simulated bus. The program that simulates the devices sends
+/// these requests to the bus's control device with DeviceIoControl(). The driver does not interpret the
+/// reports, and trusts the program to send valid requests.
 namespace BusProtocol {
 
 constexpr wchar_t deviceName[] = L"\\Device\\SimulatedBus";
@@ -13,8 +13,8 @@ constexpr wchar_t path[] = L"\\\\.\\SimulatedBus"; ///< the name that programs o
 constexpr wchar_t busHardwareId[] = L"ROOT\\SimulatedBus";
 constexpr wchar_t childHardwareId[] = L"SIMBUS\\HID";
 
-/// @return the result of CTL_CODE() for FILE_DEVICE_UNKNOWN, METHOD_BUFFERED, FILE_ANY_ACCESS and a
-/// vendor-defined function. @p function is 0 for the first of these functions (0x800).
+/// @return the result of CTL_CODE() for FILE_DEVICE_UNKNOWN, METHOD_BUFFERED, FILE_ANY_ACCESS and the
+/// function code 0x800 + @p function. 0x800 is the first vendor-defined function code.
 constexpr std::uint32_t controlCode(std::uint32_t function)
 {
     return 0x22u << 16 | (0x800u + function) << 2;
@@ -22,8 +22,8 @@ constexpr std::uint32_t controlCode(std::uint32_t function)
 
 /// Input: a Plug. Completes when the system has started the device.
 constexpr std::uint32_t plugCode = controlCode(0);
-/// Input: a port's number. Completes after the driver has failed the device's transfers and the system has
-/// removed the device.
+/// Input: a port's number. The driver first ends the device's transfers with an error. The request completes
+/// when the system has removed the device.
 constexpr std::uint32_t unplugCode = controlCode(1);
 /// Input: an Answer to the port's last Request. The driver ignores the Answer if there was no Request or the
 /// device is gone.
@@ -31,7 +31,7 @@ constexpr std::uint32_t unplugCode = controlCode(1);
 constexpr std::uint32_t answerCode = controlCode(2);
 
 /// The number of ports. Each port takes one HID interface. When the program that simulates the devices closes
-/// its handle to the control device, the driver empties all ports and fails every pending answerCode request.
+/// its handle to the control device, the driver empties all ports and cancels the answerCode requests.
 constexpr std::uint32_t ports = 8;
 constexpr std::uint32_t maxIdLength = 64;
 constexpr std::uint32_t maxDescriptorBytes = 256;

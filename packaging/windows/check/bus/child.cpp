@@ -10,8 +10,8 @@ constexpr UCHAR hidDescriptorType = 0x21;
 constexpr UCHAR reportDescriptorType = 0x22;
 constexpr USHORT hidVersion = 0x0111;
 
-/// Answers with a copy of @p id, which the sender of the request frees. The copy ends with two zeros, so it
-/// is also valid as a list of strings.
+/// Answers with a copy of @p id. The sender of the request frees the copy. The copy ends with two zeros, so
+/// the copy is also valid as a list of strings.
 NTSTATUS answerWithId(PIRP irp, const wchar_t* id)
 {
     const SIZE_T length = wcslen(id);
@@ -155,8 +155,8 @@ NTSTATUS childPlugAndPlay(Extension* child, PIRP irp)
     case IRP_MN_REMOVE_DEVICE:
         return remove(child, irp);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The system sends this request after the class driver has created its own device. An unplug request
-        // now removes that device too, so the plug request can complete.
+        // The system sends this request after the class driver has created a device of its own. From now on
+        // an unplug request removes the class driver's device too, so the plug request can complete.
         completeChange(child->bus, *child->port);
         [[fallthrough]];
     default:

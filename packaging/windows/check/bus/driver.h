@@ -63,19 +63,19 @@ private:
 
 NTSTATUS complete(PIRP irp, NTSTATUS status, ULONG_PTR information = 0);
 
-// Requests to a device that is plugged in.
+// These functions handle requests to a device that is plugged in.
 NTSTATUS childPlugAndPlay(Extension* child, PIRP irp);
 NTSTATUS NTAPI childTransfer(PDEVICE_OBJECT device, PIRP irp);
 
-// Requests of the program that simulates the devices.
+// These functions handle requests of the program that simulates the devices.
 NTSTATUS NTAPI openControl(PDEVICE_OBJECT device, PIRP irp);
 NTSTATUS NTAPI controlRequest(PDEVICE_OBJECT device, PIRP irp);
-/// Empties all ports and fails the pending answerCode requests. Wine calls this function as soon as the
+/// Empties all ports and cancels the pending answerCode requests. Wine calls this function as soon as the
 /// program has closed its handle, even while these requests are pending.
 NTSTATUS NTAPI closeControl(PDEVICE_OBJECT device, PIRP irp);
 
-/// Does nothing if no transfer is waiting, or if the program has no pending answerCode request for the port.
-/// Otherwise passes the first waiting transfer to the program in this request. The caller holds the lock.
-/// @return the answerCode request, which now contains a Request. The caller completes the answerCode request
-/// after releasing the lock. Null if the function did nothing.
+/// Copies the first waiting transfer of the port into the program's pending answerCode request, as a Request.
+/// Does nothing if no transfer is waiting or no answerCode request is pending. The caller holds the lock.
+/// @return the answerCode request, which the caller must complete after releasing the lock. Null if the
+/// function did nothing.
 PIRP handOut(Port& port);

@@ -44,7 +44,7 @@ DriverBus::DriverBus()
 DriverBus::~DriverBus()
 {
     if (isOpen())
-        CloseHandle(handle); // fails the requests of the server threads, which then end
+        CloseHandle(handle); // cancels the requests of the server threads, so the threads end
     for (Slot& slot : slots) {
         if (slot.server.joinable())
             slot.server.join();
@@ -90,8 +90,8 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Sends a request and waits until the driver has completed the request. The system signals this with the
-/// event @p done.
+/// Sends a request and waits until the driver has completed the request. The system then sets the event
+/// @p done.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {

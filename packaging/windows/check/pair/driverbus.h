@@ -31,7 +31,7 @@ public:
     void detach(int port) override;
 
 private:
-    /// The state of one port of the bus in this program.
+    /// This program's state of one port of the bus.
     struct Slot
     {
         bool isTaken = false;
