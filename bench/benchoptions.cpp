@@ -34,21 +34,22 @@ constexpr Switch switches[] = {
     {"revision", "N", "2", "The chip's revision, such as 2."},
     {"image-size", "BYTES", "8192", "The size of each sample image."},
     {"fault", "NAME[@K]", "",
-     "A fault, from the device's K-th transfer on (default 1); the bench drives itself."},
+     "Arm a fault, which strikes at the device's K-th transfer or later (default 1). The bench drives "
+     "itself."},
     {"fault-on-transmitter", "", "", "The transmitter has the fault, not the headset."},
-    {"fast", "", "", "Virtual time: no delay is waited for, and the bench drives itself."},
+    {"fast", "", "", "Virtual time: the bench skips every delay. The bench drives itself."},
     {"speed", "N", "1", "Time runs N times as fast as real time."},
     {"uhid", "", "",
      "The devices are plugged into this computer's kernel, which needs root, not into the simulated "
      "computer."},
     {"dark", "", "", "Light text on a dark background."},
-    {"drive", "", "", "Drive itself even if there is a display."},
+    {"drive", "", "", "The bench drives itself even if there is a display."},
     {"screenshots", "FOLDER", "", "Save a picture of every screen."},
-    {"fault-matrix", "", "", "Every fault at every transfer of every device, chip and revision."},
-    {"family", "NAME", "", "Of the fault matrix, only this family, such as headset-12-2."},
-    {"sample", "N", "0",
-     "Of the fault matrix, only N faults, drawn at random over kinds and families; 0: all."},
-    {"seed", "S", "0", "The seed of the draw; 0: a random one. It is printed."},
+    {"fault-matrix", "", "", "Try every fault at every transfer of every device, chip and revision."},
+    {"family", "NAME", "", "With --fault-matrix: try only this family, such as headset-12-2."},
+    {"sample", "N", "0", "With --fault-matrix: try N random faults; 0: all faults."},
+    {"seed", "S", "0",
+     "With --sample: the seed of the random faults; 0: a random seed. The bench prints it."},
 };
 
 [[noreturn]] void rejectArguments(const QString& mistake)
@@ -61,7 +62,7 @@ QString description()
 {
     QString text = QStringLiteral(
         "The updater on a simulated computer with a simulated transmitter and headset. Without a display it "
-        "drives itself through an update and ends with a verdict per device.\n\n"
+        "drives itself through an update and prints a verdict for each device.\n\n"
         "Exit status: 0 the outcome is the expected one, 1 it is not, 2 wrong arguments.\n\n"
         "Faults:");
     for (const FaultDescription& fault : faultDescriptions())
@@ -89,13 +90,20 @@ void readFault(const QString& text, BenchOptions& options)
     if (parts.size() == 2)
         options.faultTransfer = parts.last().toInt(&isNumber);
     if (parts.size() > 2 || !isNumber || options.faultTransfer < 1 || options.fault == Fault::None)
-        rejectArguments(QStringLiteral("no such fault: %1").arg(text));
+        rejectArguments(
+            QStringLiteral("%1 is not NAME or NAME@K with a known fault and K from 1 on").arg(text));
 }
 
-bool needsSimulatedComputer(const BenchOptions& options)
+/// @return the switch that needs the simulated computer; empty if there is none.
+QString switchAgainstKernel(const BenchOptions& options)
 {
-    return options.fast || options.takesTour ||
-           (options.fault != Fault::None && descriptionOf(options.fault).needsLayer);
+    if (options.fast)
+        return QStringLiteral("--fast");
+    if (options.takesTour)
+        return QStringLiteral("--screenshots");
+    if (options.fault != Fault::None && descriptionOf(options.fault).needsLayer)
+        return QStringLiteral("--fault %1").arg(QLatin1String(descriptionOf(options.fault).name));
+    return QString();
 }
 
 void readChip(const QCommandLineParser& parser, BenchOptions& options)
@@ -147,8 +155,9 @@ BenchOptions parseBenchOptions(const QStringList& arguments)
     if (parser.isSet(QStringLiteral("fault")))
         readFault(parser.value(QStringLiteral("fault")), options);
     options.onKernelBus = parser.isSet(QStringLiteral("uhid"));
-    if (options.onKernelBus && needsSimulatedComputer(options))
-        rejectArguments(QStringLiteral("--fast, --screenshots or the fault does not work with --uhid"));
+    const QString hindrance = switchAgainstKernel(options);
+    if (options.onKernelBus && !hindrance.isEmpty())
+        rejectArguments(QStringLiteral("%1 does not work with --uhid").arg(hindrance));
     options.drivesItself = parser.isSet(QStringLiteral("drive")) || options.fast || options.takesTour ||
                            options.fault != Fault::None ||
                            QGuiApplication::platformName() == QLatin1String("offscreen");

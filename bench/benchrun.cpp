@@ -188,7 +188,7 @@ void BenchRun::endUpdate(const Outcome& outcome)
 {
     const QStringList complaints = judge->complaints(outcome);
     for (const QString& complaint : complaints)
-        log.add(QStringLiteral("verdict: not the expected outcome: %1").arg(complaint));
+        log.add(QStringLiteral("verdict: wrong outcome: %1").arg(complaint));
     if (!complaints.isEmpty() || fault == Fault::None) {
         Q_EMIT finished(complaints.isEmpty() ? 0 : unexpected);
         return;
@@ -197,10 +197,12 @@ void BenchRun::endUpdate(const Outcome& outcome)
         outcomeOfFault.phase = QLatin1String(phaseName(struck->phase));
     outcomeOfFault.errorCode = outcome.devices[options.faultDevice].errorCode;
     outcomeOfFault.exception = judge->exception(outcome);
-    log.add(QStringLiteral("verdict: the expected outcome of the fault%1")
-                .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (it met no transfer)") : QString()));
+    log.add(
+        QStringLiteral("verdict: the outcome is as expected%1")
+            .arg(outcomeOfFault.phase.isEmpty() ? QStringLiteral(" (the fault did not strike)") : QString()));
     if (!outcomeOfFault.exception.isEmpty())
-        log.add(QStringLiteral("verdict: documented exception: ") + outcomeOfFault.exception);
+        log.add(
+            QStringLiteral("verdict: success shown although %1 (documented)").arg(outcomeOfFault.exception));
     // Without a failure report there is no Back button, so tryAgain() must start the updater again.
     tryAgain(!outcome.report.isEmpty());
 }

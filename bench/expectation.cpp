@@ -8,8 +8,9 @@ namespace {
 
 constexpr int anyNumber = std::numeric_limits<int>::max();
 
-constexpr char failedTransfer[] = "a transfer failed, the device stayed";
-constexpr char lostAtLastCommit[] = "the device was lost, noticed after the last commit";
+constexpr char failedTransfer[] = "a single transfer failed";
+constexpr char lostAtLastCommit[] =
+    "the device was lost, which the updater noticed only after the last commit";
 
 // The updater reads the chip identifier and the revision, each with a request and an answer. It makes all
 // four transfers even if one of them fails.

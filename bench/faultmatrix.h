@@ -2,8 +2,8 @@
 
 struct BenchOptions;
 
-/// Tries every fault at every transfer of an update, with the updater's real windows. A fault counts as
-/// survived if the update ends as the protocol prescribes and the next update repairs the device.
+/// Tries every fault at every transfer of an update, with the updater's real windows. The outcome of a
+/// fault is as expected if the update ends as the protocol prescribes and the next update repairs the device.
 ///
 /// A family is a device with a certain chip and chip revision, such as "transmitter-12-2". The product
 /// generation is 1 in the transmitter's families and 2 in the headset's families.
@@ -13,7 +13,7 @@ namespace FaultMatrix {
 /// sample, also prints the result of each fault.
 /// @param options  `family`, `sample` and `seed` choose the faults. `onKernelBus` chooses the bus. `speed`
 ///                 has an effect only on the kernel's bus, because time on the other bus is virtual.
-/// @return the exit code: 0 if all faults were survived, otherwise 1.
+/// @return the exit code: 0 if all outcomes were as expected, otherwise 1.
 int run(const BenchOptions& options);
 
 } // namespace FaultMatrix

@@ -1,5 +1,7 @@
 #include "judge.h"
 
+#include <limits>
+
 #include <QCoreApplication>
 #include <QThreadPool>
 
@@ -27,6 +29,25 @@ QString resultText(bool isSuccess)
         "FlashingDialog",
         isSuccess ? "Device has been successfully updated."
                   : "Update cannot proceed. Make sure your device is connected properly and try again.");
+}
+
+/// The error codes that the updater may report, such as "1" or "0 or 1".
+QString expectedCodes(const Expectation& expected)
+{
+    const bool hasChoice = expected.maySucceed && expected.errorCode != 0;
+    return (hasChoice ? QStringLiteral("0 or %1") : QStringLiteral("%1")).arg(expected.errorCode);
+}
+
+/// How many transfers may fail in programming mode, such as "1", "0 to 1" or "at least 1".
+QString expectedTransfers(const Expectation& expected)
+{
+    const int least = expected.lostTransfers;
+    const int most = expected.mostLostTransfers;
+    if (most == least)
+        return QString::number(least);
+    if (most == std::numeric_limits<int>::max())
+        return QStringLiteral("at least %1").arg(least);
+    return QStringLiteral("%1 to %2").arg(least).arg(most);
 }
 
 } // namespace
@@ -115,7 +136,7 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
             all << nameOf(type) + QStringLiteral(": ") + complaint;
     };
     require(device.errorCode == expected.errorCode || (isSuccess && expected.maySucceed),
-            QStringLiteral("not the expected error code"));
+            QStringLiteral("error code %1, expected %2").arg(device.errorCode).arg(expectedCodes(expected)));
     require(device.isBarFull == isSuccess, QStringLiteral("the progress bar does not match the outcome"));
     require(device.text == resultText(isSuccess), QStringLiteral("the dialog says: ") + device.text);
     if (!scene.isTimeVirtual)
@@ -125,8 +146,11 @@ QStringList Judge::complaintsAbout(DeviceType type, const Outcome::Device& devic
     const bool isAnnounced = time != programmedMs.end();
     require(isAnnounced || !isSuccess || expected.lostTransfers > 0,
             QStringLiteral("the end of programming was not announced"));
-    require(!isAnnounced || time->second == Verdict::programmingDelaysMs(type, scene.images[type]),
-            QStringLiteral("the delays total %1 ms").arg(isAnnounced ? time->second : 0));
+    const std::int64_t expectedMs = Verdict::programmingDelaysMs(type, scene.images[type]);
+    require(!isAnnounced || time->second == expectedMs,
+            QStringLiteral("the delays total %1 ms, expected %2 ms")
+                .arg(isAnnounced ? time->second : 0)
+                .arg(expectedMs));
     return all;
 }
 
@@ -136,9 +160,10 @@ QString Judge::complaintAboutTruth(DeviceType type, bool isSuccess) const
 {
     const bool isWhole = isMemoryWhole(type);
     if (isSuccess && !isWhole && !expectationFor(type).exception)
-        return QStringLiteral("%1: the memory is not the image").arg(nameOf(type));
+        return QStringLiteral("%1: success is shown, but the memory differs from the image")
+            .arg(nameOf(type));
     if (!isSuccess && isWhole && !scene.pair.device(type).isProgramming())
-        return QStringLiteral("%1: the device needs no repair").arg(nameOf(type));
+        return QStringLiteral("%1: failure is shown, but the device runs the new firmware").arg(nameOf(type));
     return QString();
 }
 
@@ -150,14 +175,19 @@ QString Judge::complaintAboutLog(DeviceType type, const Expectation& expected) c
                                                            : QStringLiteral("Headset: Transfer ");
     const QStringList lines = scene.log.lines().mid(linesBefore).filter(logged);
     if (lines.size() < expected.lostTransfers || lines.size() > expected.mostLostTransfers)
-        return QStringLiteral("%1: %2 transfers failed").arg(nameOf(type)).arg(lines.size());
+        return QStringLiteral("%1: the log names %2 failed transfers, expected %3")
+            .arg(nameOf(type))
+            .arg(lines.size())
+            .arg(expectedTransfers(expected));
     if (lines.isEmpty())
         return QString();
     const int leaving = 1; // number of transfers before programming mode
     const int number = scene.pair.device(type).struckAt()->count - leaving + (isWithdrawal(armed) ? 1 : 0);
     return lines.first().contains(logged + QStringLiteral("%1 did not").arg(number))
                ? QString()
-               : nameOf(type) + QStringLiteral(": the log names the wrong transfer");
+               : QStringLiteral("%1: the log does not name transfer %2 as the first failed transfer")
+                     .arg(nameOf(type))
+                     .arg(number);
 }
 
 /// If an update failed, the report must say that a device was disconnected, because every error that a fault
