@@ -21,7 +21,8 @@ bool holds(const FirmwareController& controller, DeviceType type)
     const QString version = controller.version(type);
     const unsigned short pid = controller.pid(type);
     const bool isHeld = !image.isEmpty();
-    FuzzTarget::require(isHeld == !version.isEmpty() && isHeld == (pid != 0), "half an image is loaded");
+    FuzzTarget::require(isHeld == !version.isEmpty() && isHeld == (pid != 0),
+                        "only a part of image, version and product is loaded");
     if (!isHeld)
         return false;
     const ReadVersionDataHelper_FromFile reader(&image);
@@ -49,7 +50,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     QObject::connect(&controller, &FirmwareController::loadingFailed, [&failed] { ++failed; });
     QObject::connect(&controller, &FirmwareController::loadedSuccessfully, [&loaded] { ++loaded; });
     controller.setFilePath(file.fileName());
-    FuzzTarget::require(failed + loaded == 1, "not exactly one signal");
+    FuzzTarget::require(failed + loaded == 1, "the loader does not emit exactly one signal");
 
     const bool holdsTransmitter = holds(controller, DeviceType::Transmitter);
     const bool holdsHeadset = holds(controller, DeviceType::Headset);

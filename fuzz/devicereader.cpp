@@ -81,7 +81,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     FuzzTarget::require(device != nullptr, "cannot open the device");
     const ReadDataHelper_FromDevice reader(device, std::make_shared<const std::atomic<bool>>(false));
     FirmwareUtilities::getPid(reader);
-    FuzzTarget::require(!FirmwareUtilities::getVersion(reader).isNull(), "a null version");
+    FuzzTarget::require(!FirmwareUtilities::getVersion(reader).isNull(),
+                        "the version is null instead of empty");
     FuzzTarget::require(f.clock.tickCount() < enoughMs, "inspection takes too long");
     return 0;
 }

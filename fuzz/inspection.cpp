@@ -49,7 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const ReadVersionDataHelper_FromFile lending(&image);
     const QString version = FirmwareUtilities::getVersion(lending);
     const unsigned short pid = FirmwareUtilities::getPid(lending);
-    FuzzTarget::require(!version.isNull(), "a null version");
+    FuzzTarget::require(!version.isNull(), "the version is null instead of empty");
 
     CopyingReader copying(image);
     FuzzTarget::require(FirmwareUtilities::getVersion(copying.function()) == version &&

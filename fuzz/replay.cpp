@@ -10,7 +10,7 @@
 
 int main(int argc, char** argv)
 {
-    FuzzTarget::require(argc == 2, "name one folder");
+    FuzzTarget::require(argc == 2, "the only argument must be a folder");
     const auto inputs = QDir(QFile::decodeName(argv[1])).entryInfoList(QDir::Files, QDir::Name);
     for (const QFileInfo& input : inputs) {
         // If the target ends the process, the last printed name is the name of the failing input.
@@ -22,6 +22,6 @@ int main(int argc, char** argv)
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
                                static_cast<std::size_t>(bytes.size()));
     }
-    FuzzTarget::require(!inputs.isEmpty(), "there is nothing to replay");
+    FuzzTarget::require(!inputs.isEmpty(), "the folder has no files to replay");
     return 0;
 }

@@ -27,15 +27,15 @@ bool isSame(const ReportDescriptor& a, const ReportDescriptor& b)
 
 void requireBounds(const ReportDescriptor& descriptor, std::size_t size)
 {
-    FuzzTarget::require(!descriptor.collections.empty(), "no collection");
+    FuzzTarget::require(!descriptor.collections.empty(), "the result has no collection");
     FuzzTarget::require(descriptor.collections.size() <= std::max<std::size_t>(size, 1),
-                        "more collections than bytes");
+                        "the result has more collections than the descriptor has bytes");
     for (const HidCapabilities& collection : descriptor.collections) {
         FuzzTarget::require(collection.featureReportBytes <= maxReportBytes,
-                            "a report longer than the kernel accepts");
-        FuzzTarget::require(collection.featureReportBytes != 1, "a feature report without data");
+                            "a feature report is longer than the kernel accepts");
+        FuzzTarget::require(collection.featureReportBytes != 1, "a feature report has no data");
         FuzzTarget::require(descriptor.fault.empty() || collection.featureReportBytes == 0,
-                            "feature reports of a faulty descriptor");
+                            "a faulty descriptor has feature reports");
     }
 }
 

@@ -37,7 +37,7 @@ step() { # arguments: name of the picture, pattern, number of new log lines that
     tries=0
     until [ "$(tail -n "+$((seen + 1))" "$work/log" | grep -c "$2")" -ge "$3" ]; do
         tries=$((tries + 1))
-        [ "$tries" -lt 300 ] || fail "Not reached: $1"
+        [ "$tries" -lt 300 ] || fail "No log line led to the picture $1: fewer than $3 new lines match '$2'."
         sleep 0.1
     done
     sleep 0.5 # until the windows are painted

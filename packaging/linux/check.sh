@@ -17,7 +17,7 @@ bare=$cache/debian
 work=$cache/check
 results=build/linux/check
 # These packages provide systemd, a login session and a desktop for the checks in the bare Debian.
-root_packages="dbus fonts-dejavu-core imagemagick kmod libpam-systemd openbox polkitd procps systemd-sysv udev x11-utils xdotool xvfb"
+root_packages="dbus fonts-dejavu-core imagemagick kmod libpam-systemd openbox polkitd procps systemd-sysv udev xdotool xvfb"
 limit_s=2400 # time limit of the virtual machine; enough on a busy computer
 
 # shellcheck disable=SC2086

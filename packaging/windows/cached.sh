@@ -4,5 +4,5 @@
 cd "$(dirname "$0")/../.." || exit 1
 . packaging/windows/common.sh >/dev/null
 for part in qt.recipe quazip.recipe wine/ready wine/prefix.sh; do
-    [ -e "$cache/$part" ] || fail "$cache has no $part"
+    [ -e "$cache/$part" ] || fail "$cache lacks $part"
 done 2>&1

@@ -32,9 +32,9 @@ check "both devices are unplugged and plugged in 25 times" cycles 25
 unplug
 remember
 plug
-check "after the 25 rounds both devices are identified" within 60 identified_again
+check "after plugging 25 times both devices are identified" within 60 identified_again
 unplug
-check "after the 25 rounds the program has as many open descriptors as before" within 30 descriptors_are "$before"
+check "after plugging 25 times the program has as many open file descriptors as before" within 30 descriptors_are "$before"
 
 /check/busybox chvt 2
 remember

@@ -19,21 +19,23 @@ logs() { grep -qF -- "$2" "$1.log"; }
 # equal NAME COUNT: whether NAME.log says exactly COUNT times that a device's memory equals its image after an update.
 equal() { [ "$(grep -c 'verdict: .* bytes compared, equal, no error' "$1.log")" -eq "$2" ]; }
 
-check "generation 1: a whole update of both at once" bench generation-1 --speed 4 --generation 1
-check "generation 1: bytes equal" equal generation-1 2
-check "generation 2: a whole update of both at once" bench generation-2 --speed 4 --generation 2
-check "generation 2: bytes equal" equal generation-2 2
+check "generation 1: both devices are updated at the same time" bench generation-1 --speed 4 --generation 1
+check "generation 1: both memories are equal to their images" equal generation-1 2
+check "generation 2: both devices are updated at the same time" bench generation-2 --speed 4 --generation 2
+check "generation 2: both memories are equal to their images" equal generation-2 2
 
 # The updater checks nothing after the last commit (the chip's last write to its flash), and can then report success
 # although the device is gone. So this check pulls the cable early in a long download.
-check "the cable is pulled during an update" bench vanish --speed 2 --image-size 32768 --fault vanish@20
+check "an update during which the headset's cable is pulled ends as expected" \
+    bench vanish --speed 2 --image-size 32768 --fault vanish@20
 check "the cable was pulled in the download" logs vanish "vanished at transfer 20 (download)"
 check "the failure report is shown" logs vanish "screen: failure report"
 check "plugged in again, the device is found in programming mode" logs vanish "headset: connected, in programming mode"
-check "the second update repairs it: bytes equal" equal vanish 3
+check "the second update repairs the headset, and both memories are equal to their images" equal vanish 3
 check "a device that comes back on another port is updated" bench other-port --speed 4 --fault other-port
-check "the device did come back on the other port" logs other-port "fault: comes back on another port"
-check "other port: bytes equal" equal other-port 4
+check "the device came back on another port" logs other-port "fault: comes back on another port"
+check "after an update on another port and after the next update, both memories are equal to their images" \
+    equal other-port 4
 
 note "the fault matrix starts"
 check "$rows rows of the fault matrix, drawn by seed $seed, end as expected" \

@@ -45,7 +45,7 @@ upgrade() {
         dpkg-query -W -f '${Version}' $program | grep -q '+1$' && runs first
 }
 
-check "the pair is plugged in before the package is installed: four interfaces" plug
+check "both devices, with four interfaces, are plugged in before the package is installed" plug
 check "the user may not open the devices" user_may_not_open
 install() { dpkg --install --force-unsafe-io /check/*.deb >install.log; }
 check "the package is installed" install
@@ -82,7 +82,7 @@ picture updating
 check "with the lid closed the update succeeds" within 900 succeeded first
 note "the update has ended"
 picture updated
-check "both memories equal the images" memories_are_equal
+check "both memories are equal to their images" memories_are_equal
 check "nothing is inhibited any more" within 30 inhibits_nothing
 check "then the closed lid suspends the computer" within 60 suspended
 check "the closed lid did not suspend the computer while a device was updated" suspended_after_both

@@ -235,7 +235,7 @@ check "the log has each step of the transmitter in order" \
     text_is "$(log_of Transmitter | sed -n '/Erasing/,$ p')" "$(transmitter_log)"
 check "the log has each step of the headset in order" \
     text_is "$(log_of Headset | sed -n '/at address/,$ p')" "$(headset_log)"
-check "the audio service is stopped and started as the log says" text_is "$(audio_service_lines)" \
+check "the log says that the audio service is stopped and started" text_is "$(audio_service_lines)" \
     "Phase prepare, number of devices = 2
 Service stopped successfully
 Service start pending...
@@ -259,12 +259,12 @@ WINEDEBUG=-all
 check "the package's program identifies the second generation" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed" "transmitterFirmwareVersion: 1.2.3"
 tool_folder=$(winepath -w "$(dirname "$(find "$temporary" -path '*{*' -name 'UninstallDevices*')")")
-check "the package's program updates both, chip 13, revision 3" update finished finished
-check "the package's driver-uninstall tool is started for both, in its own folder" \
+check "the package's program updates both devices with chip 13, revision 3" update finished finished
+check "the package's driver-uninstall tool is started for both devices, in its own folder" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 $tool_folder
 31281 6 $tool_folder"
 # Wine's audio adapters have no names. So the program reads the default endpoints, but can restore none of them.
-check "the program reads the default audio endpoints of both flows, before and after" \
+check "the program reads the default audio endpoints for playback and recording, before and after the update" \
     [ "$(grep -c 'CoCreateInstance {bcde0395-e52f-467c-8e3d-c4579291692e}' ole.txt)" -eq 4 ]
 check "both memories are equal to their images, and no chip refused a command" updates_are_clean
 close_dialog
@@ -278,7 +278,8 @@ devices plug
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 20
-check "a cable pulled during the download fails the update of that device only" update finished "failed with code 1"
+check "if the headset's cable is pulled during the download, only the headset's update fails" \
+    update finished "failed with code 1"
 check "the cable is pulled in the download" await "vanished at transfer 20 (download)"
 picture update-failed
 close_dialog
@@ -301,7 +302,8 @@ devices plug
 start_program devices $updater
 shows "transmitterVersion: $installed" "headsetVersion: $installed"
 devices fault headset vanish 2
-check "a cable pulled during identification fails the update of that device only" update finished "failed with code 3"
+check "if the headset's cable is pulled during identification, only the headset's update fails" \
+    update finished "failed with code 3"
 close_dialog
 end_program
 devices plug headset
@@ -335,9 +337,11 @@ check "after plugging and unplugging 100 times both devices are identified" \
     shows "transmitterVersion: $installed" "headsetVersion: $installed"
 # A thread of Qt's pool ends half a minute after its last work, so the check waits.
 # shellcheck disable=SC2086
-check "it has no more handles and threads than before" within 90 counts_are_at_most $counts_before
+check "after plugging and unplugging 100 times the program has no more handles and threads than before" \
+    within 90 counts_are_at_most $counts_before
 echo "| handles and threads after: $(counts)"
 picture after-the-storm
-check "the window looks as before" pictures_are_equal before-the-storm after-the-storm
+check "after plugging and unplugging 100 times the window looks as before" \
+    pictures_are_equal before-the-storm after-the-storm
 end_program
 end_pair

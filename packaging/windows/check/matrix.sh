@@ -72,6 +72,7 @@ fault_row() {
 echo "| Faults drawn by seed $seed"
 fault_rows "$seed" >rows.txt
 while read -r fault device chip revision transfer <&8; do
-    check "$fault, $device, chip $chip revision $revision, from transfer $transfer: ends as expected, repaired after it" \
+    row="$fault, $device, chip $chip, revision $revision, from transfer $transfer on"
+    check "$row: the update ends as expected, and the next update repairs the device" \
         fault_row "$fault" "$device" "$chip" "$revision" "$transfer"
 done 8<rows.txt

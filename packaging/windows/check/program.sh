@@ -18,19 +18,20 @@ program=$!
 check "the start screen shows" tool wait "$title"
 check "the program examines the first HID interface of Wine" within 120 examined 0001
 check "the program examines the second HID interface of Wine" within 120 examined 0002
-check "it ignores both, since they have no enumerator name, and its window says that there is no device" shows "No device detected."
+check "the program ignores both interfaces, since they have no enumerator name; its window says that there is no device" \
+    shows "No device detected."
 picture start-screen
 # The system menu ends with the items Override, About..., Close, and an item of Wine.
 choose_system_item up up up up up
 picture main-page
-check "the item above About... in the system menu is Override: it changes the screen" \
+check "the item above About... in the system menu is Override: this item changes the screen" \
     picture_differs start-screen main-page
 tool keys "$title" space
 check "the main page is shown: its first button opens the file dialog" tool wait "Open File"
 picture file-dialog
 tool close "Open File"
 choose_system_item up up up up
-check "the item above Close in the system menu is About...: it opens the About box" tool wait About
+check "the item above Close in the system menu is About...: this item opens the About box" tool wait About
 picture about
 tool close About
 tool close "$title"
@@ -58,11 +59,11 @@ within 60 [ -s holder.txt ]
 package=$!
 check "the package starts the program" tool wait "$title"
 check "the program is unpacked into one temporary folder" [ "$(unpacked $updater | wc -l)" -eq 1 ]
-check "the licences are unpacked beside it" [ "$(unpacked licences.txt | wc -l)" -eq 1 ]
+check "the licences are unpacked beside the program" [ "$(unpacked licences.txt | wc -l)" -eq 1 ]
 check "an earlier package's folder is gone" [ ! -e "$temporary/ZEFO_VYNT_Firmware_Update_{left-behind}" ]
 check "a folder that somebody holds open remains" [ -e "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
 own=$(basename "$(dirname "$(unpacked $updater)")")
-check "nobody can rename the folder while the program runs" is_held "$own"
+check "nobody can rename the program's folder while the program runs" is_held "$own"
 picture start-screen-with-archive
 choose_system_item up up up up up
 check "the main page shows the archive" shows "fw.1.2"
@@ -72,7 +73,8 @@ wait $package
 check "the package ends with the program's exit status" [ $? -eq 0 ]
 check "the package's program looks for the archive beside the package" log_holds 'Looking firmware file in:  "Z:/check/package"'
 check "the package's program loads the archive" log_holds 'PID found: 0x0004 in file: 0x000C'
-check "the temporary folder is removed" [ "$(own_folders)" = "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
+check "the package removes the folder into which it unpacked the program" \
+    [ "$(own_folders)" = "$temporary/ZEFO_VYNT_Firmware_Update_{held}" ]
 exec 8>&-
 rm -r "$logs"
 
@@ -97,7 +99,8 @@ check "the program is unpacked in the system's folder for program data" \
 check "nothing is unpacked on the share" [ -z "$(find /share -name '*{*')" ]
 tool close "$title"
 wait $package
-check "the folder for program data is clean again" [ "$(find "$protected" -name 'ZEFO_VYNT*' | wc -l)" -eq 0 ]
+check "the package leaves nothing in the folder for program data" \
+    [ "$(find "$protected" -name 'ZEFO_VYNT*' | wc -l)" -eq 0 ]
 
 folders_key='HKLM\Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders'
 wine reg add "$folders_key" /v "Common AppData" /d 'E:\' /f >/dev/null

@@ -28,9 +28,13 @@ bool writeImage(const char* path, const std::vector<std::uint8_t>& image)
 int wmain(int argc, wchar_t* argv[])
 {
     constexpr int arguments = 5;
+    if (argc != arguments) {
+        std::puts("usage: pair GENERATION CHIP REVISION BYTES");
+        return 1;
+    }
     DriverBus bus;
-    if (argc != arguments || !bus.isOpen()) {
-        std::puts("wrong arguments, or no bus");
+    if (!bus.isOpen()) {
+        std::puts("cannot open the simulated bus");
         return 1;
     }
     CommandedPair pair(bus, std::stoi(argv[1]), std::stoi(argv[2]), std::stoi(argv[3]), std::stoul(argv[4]));
