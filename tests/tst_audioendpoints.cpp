@@ -41,8 +41,8 @@ private Q_SLOTS:
 
     void defaultsComeBackByTheirAdaptersNames_data();
     void defaultsComeBackByTheirAdaptersNames();
-    void everyFailingComCallLosesOnlyWhatItConcerns_data();
-    void everyFailingComCallLosesOnlyWhatItConcerns();
+    void aFailedComCallLosesOnlyTheDefaultsItConcerns_data();
+    void aFailedComCallLosesOnlyTheDefaultsItConcerns();
 };
 
 void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames_data()
@@ -93,7 +93,7 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
     QCOMPARE(defaultsSetOn(computer.endpoints), restored.isEmpty() ? restored : restored + ' ' + restored);
 }
 
-void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
+void TestAudioEndpoints::aFailedComCallLosesOnlyTheDefaultsItConcerns_data()
 {
     // "lost" has one text for each call of the function, in order. If a call fails, the defaults whose names
     // start with the call's text are lost. "-" means that none is lost.
@@ -115,7 +115,7 @@ void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns_data()
     row("SetDefaultEndpoint", "r0 r1 r2 c0 c1 c2");
 }
 
-void TestAudioEndpoints::everyFailingComCallLosesOnlyWhatItConcerns()
+void TestAudioEndpoints::aFailedComCallLosesOnlyTheDefaultsItConcerns()
 {
     const std::string function = QTest::currentDataTag();
     QFETCH(QByteArrayList, lost);

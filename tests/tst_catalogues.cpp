@@ -47,7 +47,8 @@ void TestCatalogues::theCataloguesAreComplete()
         for (auto match = message.globalMatch(catalogue); match.hasNext(); ++messages) {
             const QStringList parts = match.next().capturedTexts();
             // Only an unfinished or outdated translation has an attribute "type".
-            QVERIFY2(parts[2].isEmpty() && !parts[3].isEmpty(), qPrintable(parts[1]));
+            QVERIFY2(parts[2].isEmpty() && !parts[3].isEmpty(),
+                     qPrintable("not translated, or unfinished: "_s + parts[1]));
             QCOMPARE(placeholders(parts[3]), placeholders(parts[1]));
         }
         QCOMPARE(messages, catalogue.count("<message>"_s));

@@ -135,9 +135,12 @@ void TestDetector::theWorkerWakesOncePerArrival()
         f.recorder.waitFor(3 + i); // 2 completions and 1 + i arrivals
     }
     const int waits = f.machine.faults.counted("WaitForMultipleObjects");
-    QVERIFY2(waits <= 1 + arrivals, QByteArray::number(waits));
+    QVERIFY2(waits <= 1 + arrivals, QByteArray::number(waits) + " waits for an event, expected at most " +
+                                        QByteArray::number(1 + arrivals));
     const int settlings = f.machine.faults.counted("CMP_WaitNoPendingInstallEvents");
-    QVERIFY2(settlings <= arrivals, QByteArray::number(settlings));
+    QVERIFY2(settlings <= arrivals, QByteArray::number(settlings) +
+                                        " waits for installations, expected at most " +
+                                        QByteArray::number(arrivals));
 }
 
 void TestDetector::aWaitThatFailsEndsTheWorker()
@@ -262,7 +265,11 @@ void TestDetector::removedRecordsStayReadableUntilForgotten()
             QVERIFY(f.start());
             f.recorder.waitFor(reports += 2);
         }
-        QVERIFY2(liveBlockCount() < blocksBefore + rounds, QByteArray::number(qulonglong(liveBlockCount())));
+        const std::size_t blocksAfter = liveBlockCount();
+        QVERIFY2(blocksAfter < blocksBefore + rounds,
+                 QByteArray::number(qulonglong(blocksAfter - blocksBefore)) +
+                     " memory blocks more than before, expected fewer than " +
+                     QByteArray::number(qulonglong(rounds)));
     }
 }
 

@@ -59,7 +59,7 @@ private Q_SLOTS:
     void theFirstVendorDefinedInterfaceIsUsed_data();
     void theFirstVendorDefinedInterfaceIsUsed();
     void theFirstDeviceOfAKindWins();
-    void startedAndFinishedBracketAllReads();
+    void everyReadReportsStartedAndOnlyTheLastReportsFinished();
     void aDeviceThatWasGoneForAMomentIsReadAgain();
     void aReadOfADisabledDeviceReachesNoOther();
     void aDeviceWhoseRemovalIsRefusedIsReadAgain();
@@ -173,7 +173,7 @@ void TestDeviceController::theFirstDeviceOfAKindWins()
     QCOMPARE(c.controller.pid(Transmitter), static_cast<unsigned short>(3));
 }
 
-void TestDeviceController::startedAndFinishedBracketAllReads()
+void TestDeviceController::everyReadReportsStartedAndOnlyTheLastReportsFinished()
 {
     HeldRead c;
     TRY_VERIFY(c.gate.isReached());

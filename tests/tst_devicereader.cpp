@@ -76,7 +76,8 @@ void TestDeviceReader::theReaderFollowsTheProtocol()
     for (const int size : {0, 1, 15, 16, 17, 20, 31, 32, 33, 100}) {
         const int bytes = std::min(size, 32); // the reader cuts the size before it checks the range
         const unsigned address = 0x20000u - unsigned(bytes);
-        QVERIFY2(read(data, address, static_cast<unsigned short>(size)), QByteArray::number(size));
+        QVERIFY2(read(data, address, static_cast<unsigned short>(size)),
+                 "cannot read " + QByteArray::number(size) + " bytes");
         QCOMPARE(data.size(), bytes);
         for (int i = 0; i < bytes; ++i)
             QCOMPARE(data[i], char((int(address) + i) * 7));
@@ -202,7 +203,9 @@ void TestDeviceReader::lyingDevicesEndUnidentified()
     QVERIFY(c.controller.isConnected(Transmitter));
     QCOMPARE(c.controller.pid(Transmitter), static_cast<unsigned short>(0));
     QCOMPARE(c.controller.version(Transmitter), QString());
-    QVERIFY2(chip->transfers <= mostTransfers, QByteArray::number(chip->transfers));
+    QVERIFY2(chip->transfers <= mostTransfers, QByteArray::number(chip->transfers) +
+                                                   " transfers, expected at most " +
+                                                   QByteArray::number(mostTransfers));
 }
 
 QTEST_GUILESS_MAIN(TestDeviceReader)

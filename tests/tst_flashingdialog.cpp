@@ -172,9 +172,9 @@ class TestFlashingDialog : public LeavesNothing
 private Q_SLOTS:
     void onlyOneRealDeviceOfAKindIsTaken();
     void bothDevicesAreProgrammedWithinOneStopOfTheService();
-    void theRunEndsWithTheLastReport_data();
-    void theRunEndsWithTheLastReport();
-    void aDeviceThatFailsAtItsStartDoesNotEndTheRun();
+    void theUpdateEndsWhenAllDevicesHaveReported_data();
+    void theUpdateEndsWhenAllDevicesHaveReported();
+    void aDeviceThatFailsAtItsStartDoesNotEndTheUpdate();
     void theEndpointsWaitForTheService();
     void closingBeforeADeviceIsReachedLeavesTheDevicesAlone_data();
     void closingBeforeADeviceIsReachedLeavesTheDevicesAlone();
@@ -237,7 +237,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
     QCOMPARE(run.dialog->result(), int(QDialog::Accepted));
 }
 
-void TestFlashingDialog::theRunEndsWithTheLastReport_data()
+void TestFlashingDialog::theUpdateEndsWhenAllDevicesHaveReported_data()
 {
     // The row's name lists the reports in order. Each report has a device's letter and an error code
     // (0 for success).
@@ -259,7 +259,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport_data()
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
 }
 
-void TestFlashingDialog::theRunEndsWithTheLastReport()
+void TestFlashingDialog::theUpdateEndsWhenAllDevicesHaveReported()
 {
     const QByteArray reports = QTest::currentDataTag();
     QFETCH(const Errors, errors);
@@ -305,7 +305,7 @@ void TestFlashingDialog::theRunEndsWithTheLastReport()
     QVERIFY(run.isAtRest());
 }
 
-void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheRun()
+void TestFlashingDialog::aDeviceThatFailsAtItsStartDoesNotEndTheUpdate()
 {
     Run run("TH");
     run.pair.device(Transmitter).unplug();

@@ -49,8 +49,8 @@ private Q_SLOTS:
     void aDeviceMovesVectorsUpToItsReportLength_data();
     void aDeviceMovesVectorsUpToItsReportLength();
     void capabilitiesAreAskedForOncePerOpening();
-    void operandsAreCutToBytes_data();
-    void operandsAreCutToBytes();
+    void onlyTheLowByteOfAnOperandIsSent_data();
+    void onlyTheLowByteOfAnOperandIsSent();
     void anAnswerThatIsTooShortIsNotUsed();
     void chipQueriesReadOneRegisterByte_data();
     void chipQueriesReadOneRegisterByte();
@@ -149,19 +149,25 @@ void TestHid::capabilitiesAreAskedForOncePerOpening()
     QVERIFY(device->setFeatureBlocking(&report) && device->getFeatureBlocking(&report));
 }
 
-void TestHid::operandsAreCutToBytes_data()
+void TestHid::onlyTheLowByteOfAnOperandIsSent_data()
 {
-    const Table<Command> table("command"); // a row is named after the frame that its command sends
-    table.row("ff02000a", [](Device d) { return sendControlRequest(d, 0x10A); });
-    table.row("ff0a00ff0400000500e2f00a", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); });
-    table.row("ff0a00fd040000058104f001", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); });
-    table.row("ff0700ff0400000284", [](Device d) { return executeOperation(d, 0x184); });
+    const Table<Command, QByteArray> table("command", "frame"); // the frame that the command sends
+    table.row(
+        "control request", [](Device d) { return sendControlRequest(d, 0x10A); }, "ff02000a");
+    table.row(
+        "memory write", [](Device d) { return writeMemory(d, 0x1E2, 0xFFF0, {0x0A}); },
+        "ff0a00ff0400000500e2f00a");
+    table.row(
+        "memory read", [](Device d) { return requestMemoryRead(d, 0x104, 0x1F0, 0x201); },
+        "ff0a00fd040000058104f001");
+    table.row(
+        "operation", [](Device d) { return executeOperation(d, 0x184); }, "ff0700ff0400000284");
 }
 
-void TestHid::operandsAreCutToBytes()
+void TestHid::onlyTheLowByteOfAnOperandIsSent()
 {
     QFETCH(const Command, command);
-    const QByteArray frame = QTest::currentDataTag();
+    QFETCH(const QByteArray, frame);
     HidFixture f;
     f.hid->caps.featureReportBytes = 64; // so that no frame is padded
     const Device device = Utilities::openHidDeviceByPath(f.path, Access::ReadWrite, Access::None);

@@ -95,7 +95,7 @@ private Q_SLOTS:
     void aBroadcastInProgressReservesTheHandleOfItsNotification();
     void theImageNameOfAProcessNeedsBothRights();
     void comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService();
-    void theThirteenthOperationSetsTheDefaultEndpoint();
+    void theThirteenthOperationOfThePolicyInterfaceSetsTheDefaultEndpoint();
 };
 
 void TestLayer::broadcastsComeInAnyOrderAndNumber_data()
@@ -184,7 +184,7 @@ void TestLayer::comNeedsInitialisationOnEachThreadAndEndpointsNeedTheirService()
     OleUninitialize();
 }
 
-void TestLayer::theThirteenthOperationSetsTheDefaultEndpoint()
+void TestLayer::theThirteenthOperationOfThePolicyInterfaceSetsTheDefaultEndpoint()
 {
     using SetDefault = HRESULT(STDMETHODCALLTYPE*)(void* object, LPCWSTR id, ERole role);
     Computer computer;

@@ -81,8 +81,8 @@ class TestLinuxDevices : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void descriptorsAreRead_data();
-    void descriptorsAreRead();
+    void reportDescriptorsAreParsed_data();
+    void reportDescriptorsAreParsed();
     void nodesAreNamedAsOnWindows_data();
     void nodesAreNamedAsOnWindows();
     void locksHoldAgainstOtherPrograms_data();
@@ -90,14 +90,14 @@ private Q_SLOTS:
     void theTreeLooksForDevicesOnce();
 };
 
-void TestLinuxDevices::descriptorsAreRead_data()
+void TestLinuxDevices::reportDescriptorsAreParsed_data()
 {
     const Descriptors table("items", "summary"); // the items are in hexadecimal
     addSoundDescriptors(table);
     addFaultyDescriptors(table);
 }
 
-void TestLinuxDevices::descriptorsAreRead()
+void TestLinuxDevices::reportDescriptorsAreParsed()
 {
     QFETCH(QByteArray, items);
     QFETCH(QByteArray, summary);

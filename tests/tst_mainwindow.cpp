@@ -183,7 +183,8 @@ void TestMainWindow::textFromOutsideIsShownAsItIs()
         for (QLabel* const label : window.findChildren<QLabel*>()) {
             label->setText(markup);
             if (WindowState::accessibleText(label, QAccessible::Name) != markup)
-                QVERIFY2(!label->accessibleName().isEmpty(), qPrintable(label->objectName()));
+                QVERIFY2(!label->accessibleName().isEmpty(),
+                         qPrintable("the label %1 interprets markup"_s.arg(label->objectName())));
         }
         for (const auto* const widget : window.findChildren<QWidget*>())
             QVERIFY(!Qt::mightBeRichText(widget->toolTip()));

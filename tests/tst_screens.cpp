@@ -69,7 +69,7 @@ public:
         const QString oddities = WindowState::oddities(*screen);
         require(oddities.isEmpty(), oddities);
         require(screen->fontMetrics().horizontalAdvance(screen->windowTitle()) < screen->width(),
-                "title too long"_s);
+                "the title is wider than the window"_s);
         if (isPseudo)
             inspectLanguage();
         inspectTabOrder();
@@ -130,11 +130,11 @@ private:
         require(layout.minimumHeightForWidth(page.width()) <= page.height(), "the page is too small"_s);
         for (const auto* const label : page.findChildren<QLabel*>()) {
             const bool isLabelled = label->text().endsWith(QLatin1Char(':')) && label->isVisible();
-            require(!isLabelled || label->buddy(), label->text() + " labels nothing"_s);
+            require(!isLabelled || label->buddy(), "the label %1 has no buddy"_s.arg(label->text()));
         }
         const auto* const notes = page.findChild<QPlainTextEdit*>();
         require(!notes || notes->viewport()->height() >= 3 * notes->fontMetrics().lineSpacing(),
-                "no room for notes"_s);
+                "the release notes have less room than three lines"_s);
     }
 
     QString screenName;

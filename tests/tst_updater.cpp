@@ -60,7 +60,7 @@ private Q_SLOTS:
     void aDeviceLostWhileProgrammedEndsTheAttempt();
     void aDeviceDisabledBetweenTwoPacketsLeavesTheOtherAlone();
     void aRefusedRemovalEndsTheAttempt();
-    void theDeviceThatArrivedLastCounts();
+    void theRemovalOfTheLatestArrivalEndsTheAttempt();
     void destructionWaitsForTheProgramming();
 };
 
@@ -300,7 +300,7 @@ void TestUpdater::aRefusedRemovalEndsTheAttempt()
 
 /// A second device in programming mode arrives while the first one is programmed. The removal of the second
 /// device ends the attempt.
-void TestUpdater::theDeviceThatArrivedLastCounts()
+void TestUpdater::theRemovalOfTheLatestArrivalEndsTheAttempt()
 {
     HeldDownload computer(Headset);
     TRY_VERIFY(computer.gate.isReached());

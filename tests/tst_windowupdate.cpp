@@ -218,22 +218,22 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    // A row's name has a digit for each updater: its error code, or 0 for success. If isOverridden is true,
-    // the user chooses Override while the report is shown.
-    const Table<QString, bool> table("reason", "isOverridden");
+    // "codes" has a digit for each updater, first the transmitter's: its error code, or 0 for success. If
+    // isOverridden is true, the user chooses Override while the report is shown.
+    const Table<QByteArray, QString, bool> table("codes", "reason", "isOverridden");
     const QString lost =
         "One or both of your devices have been disconnected. Please reconnect your devices to "
         "restart the firmware update process."_s;
-    table.row("50", "Error code: 1/5."_s, false);
-    table.row("57", "Error code: 1/5, 2/7."_s, true);
-    table.row("04", "Error code: 2/4."_s, false);
-    table.row("43", lost, false);
-    table.row("15", lost, false);
+    table.row("the transmitter fails", "50", "Error code: 1/5."_s, false);
+    table.row("both devices fail", "57", "Error code: 1/5, 2/7."_s, true);
+    table.row("the headset fails", "04", "Error code: 2/4."_s, false);
+    table.row("the transmitter fails, the headset's chip is unreadable", "43", lost, false);
+    table.row("the transmitter is lost, the headset fails", "15", lost, false);
 }
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
 {
-    const QByteArray reports = QTest::currentDataTag();
+    QFETCH(const QByteArray, codes);
     QFETCH(const QString, reason);
     QFETCH(const bool, isOverridden);
     Desk desk("A1 +T +H");
@@ -243,11 +243,11 @@ void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated()
         const auto updaters = modal.findChildren<FirmwareUpdater*>(QString(), Qt::FindDirectChildrenOnly);
         if (desk.pair.device(Headset).isPluggedIn() || desk.pair.device(Transmitter).isPluggedIn())
             return false;
-        for (int i = 0; i < reports.size(); ++i) {
-            if (reports[i] == '0')
+        for (int i = 0; i < codes.size(); ++i) {
+            if (codes[i] == '0')
                 Q_EMIT updaters[i]->flashingFinished();
             else
-                Q_EMIT updaters[i]->flashingError(reports[i] - '0');
+                Q_EMIT updaters[i]->flashingError(codes[i] - '0');
         }
         return true;
     };

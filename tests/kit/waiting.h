@@ -17,7 +17,7 @@ constexpr int patienceMs = isSanitized ? 20000 : 10000;
 #define TRY_VERIFY(condition)                                                                                \
     do {                                                                                                     \
         const bool holdsInTime = QTest::qWaitFor([&] { return bool(condition); }, patienceMs);               \
-        QVERIFY2(holdsInTime, "waited in vain for: " #condition);                                            \
+        QVERIFY2(holdsInTime, "timed out waiting for: " #condition);                                         \
     } while (false)
 
 /// Handles events until @p actual equals @p expected. If they still differ after patienceMs, fails the test
@@ -30,7 +30,7 @@ constexpr int patienceMs = isSanitized ? 20000 : 10000;
 
 /// Waits, without handling events, until another thread has released @p semaphore @p count times.
 #define TRY_ACQUIRE(semaphore, count)                                                                        \
-    QVERIFY2((semaphore).tryAcquire(count, patienceMs), "waited in vain for: " #semaphore)
+    QVERIFY2((semaphore).tryAcquire(count, patienceMs), "timed out waiting for: " #semaphore)
 
 namespace QTest {
 
