@@ -26,8 +26,7 @@ constexpr std::uint32_t packetMs = 20;
 constexpr std::uint32_t sectorEraseMs = 4000;
 constexpr std::uint32_t serviceStopMs = 100; // time between two queries of a stopping service
 constexpr std::uint32_t serviceStartMs = 1000;
-/// The execution state of the GUI thread before the update.
-constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED;
+constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< of the GUI thread, before the update
 
 const QString updated = "Device has been successfully updated."_s;
 const QString advice = "Update cannot proceed. Make sure your device is connected properly and try again."_s;
@@ -131,9 +130,8 @@ struct Run : PairedComputer
     std::unique_ptr<FlashingDialog> dialog;
 };
 
-/// Tries to close the dialog by Escape and by X, then minimises the dialog.
-/// @return true if the dialog stays open, its warning is enabled, its Close button is disabled, and the
-/// computer is kept awake.
+/// Tries to close the dialog by Escape and by X, then minimises it. @return true if the dialog is open, its
+/// warning is enabled, its Close button is disabled, and the computer is kept awake.
 bool isClosingRefused(Run& run)
 {
     run.ask(false);
@@ -239,8 +237,7 @@ void TestFlashingDialog::bothDevicesAreProgrammedWithinOneStopOfTheService()
 
 void TestFlashingDialog::theUpdateEndsWhenAllDevicesHaveReported_data()
 {
-    // The row's name lists the reports in order. Each report has a device's letter and an error code
-    // (0 for success).
+    // The row's name lists the reports in order: a device's letter, and its error code or 0 for success.
     const Table<QString, QString, Errors, QByteArray> table("transmitterText", "headsetText", "errors",
                                                             "closedBy");
     const QString code = "Update was unsuccessful. Error code: "_s;
@@ -252,8 +249,7 @@ void TestFlashingDialog::theUpdateEndsWhenAllDevicesHaveReported_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // In these rows, one updater reports twice. The dialog attributes the second report to an unknown device
-    // and shows it in the headset's box.
+    // If an updater reports twice, the dialog shows the second report in the headset's box, without a name.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");
