@@ -63,7 +63,7 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
         break;
     }
     if (isAtLastCommit(at, commits))
-        return succeeds(2, lostAtLastCommit); // lost: the commit and the end-of-programming request
+        return succeeds(2, lostAtLastCommit); // the commit and the end-of-programming request fail
     if (isNoticedLate)
         return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);

@@ -66,8 +66,8 @@ public:
     virtual void attach(const BusDevice& device) = 0;
 
     /// Disconnects the device at @p port, even if programs have it open. No transfer starts after the
-    /// disconnection. Returns when the computer knows of the removal. A bus that can find out when every
-    /// listener has handled the removal returns only after that.
+    /// disconnection. Returns when the computer knows of the removal. The simulated computer's bus also waits
+    /// until every listener has handled the removal.
     virtual void detach(int port) = 0;
 
     /// Asks the computer to remove the device at @p port in an orderly way. Returns when every program that

@@ -20,8 +20,8 @@ Q_DECLARE_METATYPE(Broadcasts)
 
 namespace {
 
-/// Another program that has a device open. The thread that causes an event reports the event to the device's
-/// users in the order in which they registered. The bystander registers last.
+/// Another program that has a device open. It reacts to an event after the detector has received the event,
+/// because users of a device receive events in the order in which they registered.
 class Bystander final : public DeviceTreeObserver
 {
 public:

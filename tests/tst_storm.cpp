@@ -186,9 +186,8 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // While the detector stops or a read ends, a device can be open but not watched. If no other user has
-        // the device open, a removal is refused only at such a moment. These moments are rare, so most
-        // removals without another user must be granted.
+        // For a short time, while the detector stops or a read ends, nobody closes an open device when its
+        // removal is requested, so the removal is refused. Other removals without another user are granted.
         const int granted = storm.answers[true][true];
         const int refused = storm.answers[true][false];
         QVERIFY2(granted > 10 * refused,

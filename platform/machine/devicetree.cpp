@@ -33,8 +33,8 @@ bool allows(DWORD share, DWORD access)
            (!(access & GENERIC_WRITE) || (share & FILE_SHARE_WRITE));
 }
 
-/// Whether two files with these modes may be open on one node at the same time. A file that is open for
-/// queries only never conflicts.
+/// Whether two files with these modes may be open on one node at the same time. A file without any access,
+/// which serves queries, does not conflict with other files.
 bool agree(const ShareMode& a, const ShareMode& b)
 {
     return a.access == 0 || b.access == 0 || (allows(a.share, b.access) && allows(b.share, a.access));

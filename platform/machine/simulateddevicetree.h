@@ -40,7 +40,7 @@ public:
     {
         bool filesFirst = false;   ///< observers of an open file receive each event first
         int removals = 1;          ///< how many times each removal is reported
-        bool changesFirst = false; ///< DBT_DEVNODES_CHANGED precedes each other broadcast
+        bool changesFirst = false; ///< DBT_DEVNODES_CHANGED is sent before every other broadcast
     };
     void setBroadcasts(const Broadcasts& choice);
     /// Reports the arrival of a present node again, as an unreliable hub does.
