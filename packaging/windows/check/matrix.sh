@@ -22,11 +22,11 @@ fault_rows() {
 
 results() { log | sed -n 's/^Update \(.*\), device type = \(.*\)$/\2: \1/p' | sort; }
 
-# has_both_results: whether the log has the results of both devices. If the program asks about an unknown firmware,
-# first answers this question.
-has_both_results() {
+# is_updating: whether the update has started. If the program asks about an unknown firmware, first answers this
+# question.
+is_updating() {
     ! tool shown Warning || tool keys Warning enter
-    [ "$(results | wc -l)" -eq 2 ]
+    tool shown "Updating..."
 }
 
 # run_update [COMMAND...]: plugs both devices in, starts the program, sends the command to pair.exe, and runs an update
@@ -38,7 +38,8 @@ run_update() {
     [ $# -eq 0 ] || devices "$@"
     still
     tool keys "$title" tab tab space
-    within 600 has_both_results
+    logged=0
+    within 120 is_updating && await_log "Update .*, device type = 1" && await_log "Update .*, device type = 2"
 }
 
 as_expected() {
