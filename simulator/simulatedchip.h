@@ -29,14 +29,14 @@ public:
     /// tests can compare the list with the table.
     struct Model
     {
-        int chipId;
-        int revision;
-        std::uint16_t controlBlock;
-        std::uint16_t downloadBuffer;
-        std::uint16_t loadBuffer;
-        bool needsPatch; ///< the loader works only after a write to the patch register
-        std::uint16_t headsetPins;
-        std::uint8_t headsetPinSetting;
+        int chipId;                     ///< value of the identifier register
+        int revision;                   ///< value of the revision register
+        std::uint16_t controlBlock;     ///< address of the loader's control block
+        std::uint16_t downloadBuffer;   ///< address of the buffer for downloads
+        std::uint16_t loadBuffer;       ///< address of the buffer for reading image bytes
+        bool needsPatch;                ///< the loader works only after a write to the patch register
+        std::uint16_t headsetPins;      ///< address of the register that connects the headset's memory
+        std::uint8_t headsetPinSetting; ///< value of this register that connects the memory
     };
     static const std::vector<Model>& models();
     static const Model* modelOf(int chipId, int revision); ///< null if the simulator does not know the chip

@@ -13,11 +13,11 @@ struct RegisterWrite
 /// it does not know.
 struct ChipModel
 {
-    int id;       ///< value of the identifier register
-    int revision; ///< value of the revision register
-    const char* name;
-    const char* family;
-    const char* revisionName;
+    int id;                             ///< value of the identifier register
+    int revision;                       ///< value of the revision register
+    const char* name;                   ///< name in the log
+    const char* family;                 ///< name in the log if the revision is unknown
+    const char* revisionName;           ///< name of the revision in the log
     unsigned short smData;              ///< address of the loader's control block
     unsigned short ramBase;             ///< address of the buffer for downloads
     unsigned short readBuffer;          ///< address of the buffer for reading image bytes
