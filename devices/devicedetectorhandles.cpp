@@ -68,8 +68,8 @@ void DeviceDetectorWindows::handleChange(WPARAM event, const DEV_BROADCAST_HANDL
         return;
     const Guard guard(lock);
     const auto handle = handleNotifications.find(broadcast.dbch_handle, broadcast.dbch_hdevnotify);
-    // withdraw() closed the handle that the removal query named. A handle that is open now was opened later,
-    // so it stays valid when the removal is refused.
+    // withdraw() has closed the handle of the removal query. If this handle is open, it was opened after the
+    // query, and a refused removal does not affect it.
     if (!handle || (event == DBT_DEVICEQUERYREMOVEFAILED && handle->isOpen()))
         return;
     const HandleRecord record = handleNotifications.take(*handle);

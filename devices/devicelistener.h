@@ -20,5 +20,5 @@ Q_SIGNALS:
     void deviceArrived(DeviceInstance* instance) override;
     void deviceRemoved(DeviceInstance* instance) override;
     void deviceHandleChanged(DeviceInstance* instance, void* oldHandle, void* newHandle) override;
-    void deviceEnumerationComplete(size_t count) override; ///< not connected in this program
+    void deviceEnumerationComplete(size_t count) override; ///< no slot is connected to it
 };

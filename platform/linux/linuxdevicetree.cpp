@@ -164,7 +164,7 @@ bool LinuxDeviceTree::isOpen(const Interface& interface) const
 void LinuxDeviceTree::noteOutcome(const std::wstring& path, DWORD error)
 {
     const auto node = find(path);
-    // If this program has the node open, assume that the program's own share mode caused the failure.
+    // If this program has the node open, assume that its own share mode made this open() fail.
     if (!node || (error != ERROR_SUCCESS && countOpenFiles(node.get()) > 0))
         return;
     {

@@ -160,9 +160,9 @@ struct Desk : PairedComputer
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
 
     /// @return "page|connected|error|transmitter|headset|button@focus", followed by the faults that
-    /// oddities() reports. The page is "main", or "start" followed by the generation in the start page's
-    /// picture and by the page's buttons. Each device is shown by two versions: "installed>in the archive".
-    /// The button is "Update", or "-" if it is disabled.
+    /// oddities() reports. The page is "main", or "start" followed by the digit in its picture's name ("1" in
+    /// "VYNT1-startscreen") and by its buttons. Each device is shown by two versions: "installed>in the
+    /// archive". The button is "Update", or "-" if it is disabled.
     QString state() const
     {
         const auto* const error = find(*mainPage, "devicesErrorInfoLabel");
