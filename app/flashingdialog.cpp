@@ -50,8 +50,8 @@ FlashingDialog::~FlashingDialog()
 
     if (restartWatcher)
         restartWatcher->waitForFinished();
-    // reset() normally destroys the stopper, whose destructor starts the service. A stop task that still runs
-    // keeps the stopper alive. In that case the service must be started here.
+    // reset() normally destroys the stopper, whose destructor starts the service. But a stop task that still
+    // runs also owns the stopper, so the service is started here.
     if (audioServiceStopper && !stopTask.isFinished())
         audioServiceStopper->start();
     audioServiceStopper.reset();

@@ -109,8 +109,8 @@ private:
     QMap<FirmwareUpdater*, DeviceType> updaters;
     QMap<DeviceType, int> errorCodes;
     std::unique_ptr<AudioEndpointsKeeper> audioEndpointsKeeper;
-    /// The task that stops the service also owns this object until it ends. The task that restarts the
-    /// service resets this pointer, which is then the last owner.
+    /// The task that stops the service also owns this object, but only until the task ends. After that, the
+    /// task that restarts the service resets this pointer, which destroys the object.
     std::shared_ptr<ScopedAudioServiceStopper> audioServiceStopper;
     QFutureWatcher<void>* restartWatcher = nullptr;
     QFuture<void> stopTask;

@@ -7,10 +7,10 @@
 class QKeyEvent;
 class QWidget;
 
-/// Prevents a key that the user meant for one screen from pressing a button of the next screen. In two cases,
-/// discards a key press that would press a button: the key is held down and repeats, or a screen appeared
-/// less than half a second ago. While the object lives, it guards every window of the program except menus
-/// and tool tips. GUI thread only.
+/// Prevents a key that the user meant for one screen from pressing a button of the next screen. Discards two
+/// kinds of key presses that would press a button: repeats of a key that is held down, and key presses less
+/// than half a second after a screen appeared. While the object lives, it guards every window of the program
+/// except menus and tool tips. GUI thread only.
 class KeyGuard : public QObject
 {
 public:

@@ -37,8 +37,8 @@ private:
     bool isAnyInProgrammingMode() const;
     void showDeviceName();
     /// Puts the hint about the devices, and all versions, into the accessible descriptions of two buttons,
-    /// Update and "Change...". "Change..." has the focus when the page appears, so a screen reader then
-    /// reads the description.
+    /// Update and "Change...". When the page appears, "Change..." has the focus, so a screen reader reads
+    /// the description.
     void describeUpdate();
 
     const Ui::MainWindowClass& ui;

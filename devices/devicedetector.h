@@ -50,8 +50,8 @@ public:
     virtual void closeDevice(HANDLE /*handle*/) {}
 
     /// Deletes the record of a removed device. Does nothing if the device has not been removed. Call
-    /// forget() after the receiver of the reports has handled the removal and every earlier report, because
-    /// a later record may get the same address in memory.
+    /// forget() only after the removal and every earlier report have been handled. Otherwise a report may
+    /// point to a new record that got the same address.
     virtual void forget(DeviceInstance* /*removed*/) {}
 
     /// Opens a known device like openDevice(), and shares the handle with the caller until takeBack().

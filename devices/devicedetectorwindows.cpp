@@ -72,8 +72,8 @@ bool DeviceDetectorWindows::start(DeviceDetectorListener* reportTo, const Device
         return false;
     if (!workerThreadHandle)
         workerThreadHandle = CreateThread(nullptr, 0, runWorkerThread, this, 0, nullptr);
-    // stop() below posts WM_QUIT to the notification thread. So start() waits here until that thread has a
-    // message queue, even if the worker thread could not be created.
+    // Even without a worker thread, waits until the notification thread is ready. Its message queue must
+    // exist before stop() below posts WM_QUIT.
     WaitForSingleObject(readyEvent, INFINITE);
     if (!started)
         joinAndForget(notificationThreadHandle);

@@ -52,8 +52,8 @@ public:
     /// Stops watching the open handle with the value @p value.
     void remove(HANDLE value);
 
-    /// Stops watching the handle with which the detector reopened @p device. Also closes the handle, because
-    /// only the handle's record owns it.
+    /// Stops watching the reopened handle of @p device. This closes the handle, because only its record
+    /// owns it.
     void removeReopenedOf(const DeviceInstance* device);
 
     void removeAllOf(const DeviceInstance* device);
