@@ -56,8 +56,8 @@ bool getCurrentEntry(QuaZip& archive, unz_file_info64& entry)
            UNZ_OK;
 }
 
-/// Logs a warning if the archive announces more than @p found entries. readNames() stops at the first entry
-/// whose directory record it cannot read, so @p found leaves out this entry and all later entries.
+/// Logs a warning if the archive announces more entries than @p found, the number that readNames() has read.
+/// readNames() stops at the first entry whose directory record it cannot read.
 void logMissingEntries(QuaZip& archive, quint64 found)
 {
     unz_global_info64 endRecord;

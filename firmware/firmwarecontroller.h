@@ -11,9 +11,9 @@ class FirmwareControllerPrivate;
 /// Loads a firmware archive and holds its release notes and at most one image per kind of device.
 ///
 /// An archive is a ZIP file. Entries with a name that ends in ".ff" or ".ef" are images in hexadecimal text.
-/// At most one entry, the release notes, has a name that ends in ".txt". Each image says which device it is
-/// for. Call all functions on the GUI thread. They throw nothing. A query returns a copy, or an empty value
-/// if the archive lacks the requested item.
+/// At most one name ends in ".txt"; that entry is the release notes. Each image says which device it is for.
+/// Call all functions on the GUI thread. They throw nothing. A query returns a copy, or an empty value if the
+/// archive lacks the requested item.
 ///
 /// Archives are untrusted, so limits keep a load short. An entry is not loaded if
 /// - it is an image of more than 64 MiB of text, or release notes of more than 1 MiB;

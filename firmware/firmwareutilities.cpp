@@ -91,7 +91,7 @@ std::vector<FileEntry> findFiles(std::vector<unsigned short> fileIds, ReadDataFu
             return found;
         const auto match = std::find(fileIds.begin(), fileIds.end(), identifierOf(buffer));
         if (match != fileIds.end()) {
-            // Copies the bytes. A copy of the buffer itself could be a view into the image.
+            // The buffer may be a view into the image, so the entry copies the bytes.
             found.emplace_back(QByteArray(buffer.constData(), buffer.size()), address);
             fileIds.erase(match);
         }

@@ -12,8 +12,7 @@
 /// returns true. A function that reads from a device may deliver fewer bytes if the device cannot send them
 /// all at once. On failure the function returns false, and the buffer's content is unspecified.
 ///
-/// getPid() and getVersion() may pass the same buffer to several calls. They do not call the function after
-/// they have returned.
+/// getPid() and getVersion() may pass the same buffer to several calls. They keep no copy of the function.
 using ReadDataFunction = std::function<bool(QByteArray&, unsigned int, unsigned short)>;
 
 /// Reads from an image in memory without copying bytes. The buffer becomes a view into the image. So the

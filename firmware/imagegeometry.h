@@ -7,7 +7,7 @@
 struct ImageGeometry
 {
     std::uint32_t deviceSize;
-    std::uint32_t transmitterPageSize; ///< 1 if the image does not state the size
+    std::uint32_t transmitterPageSize; ///< 1, not 0, if the image does not state it
     std::uint32_t headsetPageSize;
     std::uint32_t transmitterSectorSize;
     std::uint32_t configBits; ///< 0 to 3, for the loader

@@ -110,7 +110,7 @@ namespace ImageText {
 bool Decoder::feed(const char* text, int bytes)
 {
     unfinished.append(text, static_cast<std::size_t>(bytes));
-    const auto pieceEnd = unfinished.crbegin() + bytes; // the text before this piece has no line end
+    const auto pieceEnd = unfinished.crbegin() + bytes; // only this piece can have a line end
     const auto lastEnd = std::find(unfinished.crbegin(), pieceEnd, lineEnd);
     if (lastEnd != pieceEnd) {
         const auto decodable = static_cast<std::size_t>(unfinished.crend() - lastEnd);

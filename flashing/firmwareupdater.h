@@ -27,7 +27,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     void flashingStarted();       ///< never emitted
     void flashingError(int code); ///< last signal of a failed attempt; @p code is a FlashingError::Code
-    void flashingFinished();      ///< last signal of an attempt without flashingError()
+    void flashingFinished();      ///< last signal if flashingError() is not emitted
     void progressRangeChanged(int min, int max);
     void progressValueChanged(int value);
 

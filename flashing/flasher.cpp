@@ -92,7 +92,7 @@ void Flasher::program()
     if (chipId == 0 || chipRevision == 0)
         throw FlashingError(FlashingError::UnknownChip);
     detectSizes(chipId, chipRevision);
-    // Checks that the device takes data packets, while its memory is still intact.
+    // Before the memory changes, checks that the device takes data packets.
     static_cast<void>(createPacket());
     setupProgressRange();
     advance();

@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-/// Owns one reference to a COM object, or none. A COM call can return S_FALSE, which counts as success, and
-/// deliver no object. Callers need not check for this case, because call() then returns E_POINTER.
+/// Owns one reference to a COM object, or none. A COM call can succeed with S_FALSE and deliver no object.
+/// Callers need not check for this case, because call() without an object returns E_POINTER.
 template <typename Interface>
 class ComPointer
 {

@@ -172,8 +172,7 @@ void stopAudioService(const ServiceHandle& service)
     qDebug("Service stopped successfully");
 }
 
-/// Detects a stall: the check point of a service in a pending state does not grow within the
-/// service's wait hint.
+/// Detects that a service in a pending state stalls: its check point does not grow within its wait hint.
 class ProgressWatch
 {
 public:
