@@ -16,8 +16,8 @@ std::string textOf(const std::wstring& text)
 }
 
 /// Whether the device at @p devicePath can be opened now. @p refusal is the error of the last attempt. If a
-/// lock caused that error, the function looks for a process that holds a lock on the device. The function
-/// does not try to lock the device, because another program might then fail to lock it.
+/// lock caused that error, returns whether the device is no longer locked. Does not try to lock the device,
+/// because another program might then fail to lock it.
 bool canBeOpened(const std::string& devicePath, DWORD refusal)
 {
     if (refusal == ERROR_SHARING_VIOLATION)

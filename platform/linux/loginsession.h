@@ -8,8 +8,8 @@
 #include "session.h"
 
 /// Uses inhibitor locks of systemd-logind (org.freedesktop.login1(5)) to keep the user's session open and the
-/// computer awake. require() and setBlockReason() fail if logind is missing or refuses a lock. If logind
-/// refuses only the lock for the laptop's lid, require() succeeds. Each request for a lock blocks for at
+/// computer awake. require() and setBlockReason() fail if logind is missing or refuses a lock. The lock for
+/// the laptop's lid is an exception: require() succeeds without it. Each request for a lock blocks for at
 /// most 5 s.
 class LoginSession : public Session
 {

@@ -23,7 +23,7 @@ public:
     {
         DWORD durationMs = 0;           ///< time in the pending state; INFINITE: forever
         DWORD waitHintMs = 0;           ///< wait hint that the service reports meanwhile
-        DWORD checkPointEveryMs = 0;    ///< the check point is 1, then grows by 1 at this interval; 0: never
+        DWORD checkPointEveryMs = 0;    ///< interval at which the check point grows by 1; 0: it stays at 1
         DWORD stallsAfterMs = INFINITE; ///< time after which the check point no longer grows
         DWORD exitCode = ERROR_SUCCESS; ///< if not ERROR_SUCCESS, a start leaves the service stopped
         DWORD refusal = ERROR_SUCCESS;  ///< if not ERROR_SUCCESS, the stop or start call fails with it

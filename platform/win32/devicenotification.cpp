@@ -14,8 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A registration for device broadcasts. Broadcasts in progress still arrive after the registration has
-/// ended. Until they have arrived, no new handle gets the value of the registration's handle.
+/// A registration for device broadcasts. When it ends, broadcasts that are already queued still arrive. Its
+/// handle's value is not reused before that.
 class Notification : public HandleObject, public DeviceTreeObserver
 {
 public:
@@ -37,7 +37,7 @@ public:
         const auto recipient = std::dynamic_pointer_cast<WindowObject>(HandleTable::find(window));
         if (recipient && (event == DBT_DEVNODES_CHANGED || !message.data.empty()))
             return recipient->queue->send(std::move(message));
-        return message.handled.get_future(); // the message is dropped, so the future is ready
+        return message.handled.get_future(); // dropping the message makes the future ready
     }
 
 protected:

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::uintptr_t step = 4;      // the two low bits of a handle are 0; programs may use these bits
+constexpr std::uintptr_t step = 4;      // keeps the two low bits 0; programs may store flags in them
 constexpr std::uintptr_t first = 0x100; // lower values belong to handles that a process has from the start
 constexpr std::uintptr_t firstWindow = 0x10000;
 

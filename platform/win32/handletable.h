@@ -11,7 +11,7 @@ public:
     virtual ~HandleObject() = default;
 
     /// @return an object that reserves the handle's value. After the handle is closed, no new handle gets the
-    /// value as long as this object exists.
+    /// value as long as the returned object exists.
     virtual std::weak_ptr<const void> valueHolder() const { return {}; }
 };
 

@@ -34,7 +34,7 @@ HidFunction* hidFunction(const FileObject& file)
 }
 
 /// Makes one feature transfer with the open @p device. Calls @p perform with the device's HidFunction and the
-/// length of the device's feature report in bytes. Does not use the rest of a longer buffer.
+/// length of its feature report in bytes. @p buffer may be longer; the rest of it is not used.
 /// @return false on failure, with the last error set.
 template <typename Perform>
 bool transferFeature(HANDLE device, const void* buffer, std::size_t bufferBytes, Perform perform)

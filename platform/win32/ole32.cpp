@@ -46,8 +46,8 @@ HRESULT serve(const char* function, Output* output, Store store)
     return admitted == S_OK ? store() : admitted;
 }
 
-/// A COM object with one interface besides IUnknown. If the object reports audio data, `shown` is its copy of
-/// the data. The creator owns the first reference.
+/// A COM object with one interface besides IUnknown. `shown` is its copy of the endpoints that it describes,
+/// if any. The creator owns the first reference.
 template <typename Interface, typename Shown = std::nullptr_t>
 class ComObject : public Interface
 {

@@ -33,7 +33,7 @@ struct NativeEvents : QWidget
 
 void choose(QWidget* window, UINT command)
 {
-    constexpr WPARAM noise = 0x3; // Windows uses the low four bits internally
+    constexpr WPARAM noise = 0x3; // imitates the low four bits, which Windows uses internally
     MSG message = {};
     message.hwnd = reinterpret_cast<HWND>(window->winId());
     message.message = WM_SYSCOMMAND;
@@ -121,7 +121,7 @@ QWidget* ownWindow(HWND handle)
 void install()
 {
     static_cast<void>(OleInitialize(nullptr)); // the layer's OleInitialize cannot fail
-    // The application object is still under construction, so it is not yet a QApplication.
+    // The object is still under construction, so it is used as a QCoreApplication only.
     QCoreApplication* const application = QCoreApplication::instance();
     application->installEventFilter(new SystemMenuHelper(application));
 }
