@@ -128,7 +128,7 @@ int BenchRun::drive()
 {
     QEventLoop loop;
     connect(this, &BenchRun::finished, &loop, &QEventLoop::exit, Qt::QueuedConnection);
-    qint64 longestMs = 160000; // limit without programming; the loop adds two programmings per device
+    qint64 longestMs = 160000; // covers no programming yet; the loop adds two programmings per device
     for (const DeviceType type : bothTypes)
         longestMs += 2 * Verdict::programmingDelaysMs(type, images[type]);
     QTimer::singleShot(std::chrono::milliseconds(longestMs), this, [this] {
@@ -160,7 +160,7 @@ void BenchRun::seeScreen(const QString& name, QWidget* screen)
     if (!options.takesTour || seenScreens.contains(name))
         return;
     seenScreens.insert(name);
-    constexpr int layoutsDeep = 3; // number of nested layouts; each posts a request to the layout around it
+    constexpr int layoutsDeep = 3; // each pass handles one level and posts requests to the level around it
     for (int i = 0; i < layoutsDeep; ++i)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     Q_EMIT screenSeen(name, screen);

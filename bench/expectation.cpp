@@ -78,7 +78,7 @@ Expectation whenWithdrawn(const Transfers& at, int commits)
     if (at.phase == Phase::Identify && transfersLeftToIdentify(at) > 0)
         return failsWith(FlashingError::UnknownChip, transfersLeftToIdentify(at));
     if (isAtLastCommit(at, commits))
-        return failsWith(FlashingError::DeviceLost, 1); // lost: the end-of-programming request
+        return failsWith(FlashingError::DeviceLost, 1); // the end-of-programming request fails
     return {FlashingError::DeviceLost, 0, 1};
 }
 
@@ -104,7 +104,8 @@ Expectation expectationFor(Fault fault, const std::optional<Transfers>& struckAt
     case Fault::NeverBack:
         return isAtLeave ? failsWith(FlashingError::DeviceLost)
                          : succeeds(); // the updater does not wait for the last restart
-    case Fault::ShortAnswer:           // counts as a failed transfer; only the identification reads answers
+    case Fault::ShortAnswer:
+        // It counts as a failed transfer. Only identification reads answers.
         return failsWith(FlashingError::UnknownChip, 1);
     case Fault::NoData:
         return failsWith(FlashingError::UnknownChip);

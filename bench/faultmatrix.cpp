@@ -65,8 +65,8 @@ protected:
 };
 
 /// @return the last transfer for which it is useful to arm @p fault. The updater reads answers only during
-/// identification. The device restarts when it leaves the application, and at the end. If a restart fault is
-/// armed for a transfer after the first restart, it strikes at the end, so one such transfer is enough.
+/// identification. The device restarts when it leaves the application, and at the end. Restart faults for
+/// transfers between the restarts all strike at the second restart, so one such transfer is enough.
 int lastEffective(const FaultDescription& fault, const Transfers& transfers)
 {
     const int leaving = transfers.inPhase.at(Phase::Leave);

@@ -25,7 +25,7 @@ public:
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< if true, noteSleep() reports every wait, and delays are checked to the ms
+        bool isTimeVirtual; ///< if true, delays are checked to the ms; pass every wait to noteSleep()
         EventLog& log;
     };
     explicit Judge(const Scene& judged);

@@ -44,7 +44,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr int entryBytes = 4;
-    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // at most the header and 3 files in each function
+    constexpr int otherReads = 2 + 2 * 3 * (2 + 255 / 6); // a function reads the header and at most 3 files
     const QByteArray image = FuzzTarget::lend(data, size);
     const ReadVersionDataHelper_FromFile lending(&image);
     const QString version = FirmwareUtilities::getVersion(lending);

@@ -25,8 +25,8 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. The fault strikes at the first event of this kind, counted
-    /// from the fault's earliest transfer (see FaultPlan).
+    /// The kind of event at which a fault strikes. It strikes at the first such event from its earliest
+    /// transfer on (see FaultPlan).
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;
@@ -66,8 +66,8 @@ public:
     /// Call it when a restart starts. @return the fault that strikes at the restart, or `None`.
     Fault restart() { return strike(FaultDescription::Restart); }
 
-    /// Call it when a fault takes effect later than it strikes. struckAt() then also includes the
-    /// transfers in between.
+    /// Call it when a fault that struck earlier takes effect. struckAt() then also includes the transfers
+    /// in between.
     void noteEffect() { struck = made; }
 
     const Transfers& transfers() const { return made; }

@@ -102,7 +102,7 @@ Bytes build(const ImageOptions& options)
     image.resize(image.size() + headerBlockBytes, 0x33);
     for (const Bytes& entry : options.entries.empty() ? usualEntries(options) : options.entries)
         image.insert(image.end(), entry.begin(), entry.end());
-    image.resize(image.size() + 5, endOfTable); // readers of a 4-byte entry header also read the next byte
+    image.resize(image.size() + 5, endOfTable); // readers fetch a 4-byte entry header and one more byte
     image.reserve(options.size);
     std::mt19937 generator(options.seed); // gives the same sequence on every system
     while (image.size() < options.size)

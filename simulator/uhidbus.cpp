@@ -21,7 +21,7 @@ namespace {
 constexpr char devicePath[] = "/dev/uhid";
 constexpr std::uint32_t deviceVersion = 0x0100;
 constexpr std::chrono::milliseconds answerTime(100);
-constexpr int lookIntervalMs = 100; // longest time that a thread outlives its interface
+constexpr int lookIntervalMs = 100; // a thread ends up to this long after its interface
 
 template <std::size_t Size>
 void copyText(const std::string& text, __u8 (&field)[Size])
