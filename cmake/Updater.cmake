@@ -49,7 +49,7 @@ endfunction()
 
 # updater_find_declarations(<package>)
 # Finds a package that is installed for the computer that builds. A build for Windows that links nothing can then
-# include the package's headers. CMake requires an import library, but does not read it, so any existing file serves.
+# include the package's headers. CMake requires an import library but does not read it, so CMake's own program serves.
 function(updater_find_declarations package)
     set(CMAKE_SIZEOF_VOID_P "")
     find_package(${package} REQUIRED)

@@ -90,7 +90,7 @@ machine_debian() (
     # shellcheck disable=SC2016
     repository=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
         "Codename: $release" | head -n 1)
-    # Uses the release without later updates, because a package must have the same version for every architecture.
+    # Uses no later updates of the release, because their versions may differ between architectures.
     as_root debootstrap --variant=minbase "$release" "$folder" "$repository" >"$folder.log" 2>&1 &&
         machine_enter "$folder" sh -ec "$before
             apt-get update

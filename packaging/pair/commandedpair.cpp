@@ -91,8 +91,8 @@ void CommandedDevice::judge() const
         report(name + ": refused: " + refusal);
 }
 
-/// Prints a regular expression for the result that the updater must log. Prints a second line if the memory
-/// must equal the image but differs.
+/// Prints a regular expression for the result that the updater must log. If the memory is wrong, a second
+/// line makes the check fail.
 void CommandedDevice::expect() const
 {
     const Expectation expected = expectationFor(armed, device.struckAt(), Verdict::commits(image), true);

@@ -40,8 +40,8 @@ private:
 ///
 ///     plug [DEVICE]
 ///     unplug [DEVICE]
-///     count [DEVICE]                disarms the fault, counts transfers from 1 again, and treats every phase
-///                                   as new
+///     count [DEVICE]                disarms the fault, counts transfers from 1 again, and forgets which
+///                                   phases were printed
 ///     fault DEVICE NAME TRANSFER    arms the bench's fault NAME, which strikes at transfer TRANSFER or later
 ///     storm COUNT                   plugs or unplugs a random device COUNT times, then plugs both in
 ///     expectation                   prints the results that the updater must log for the armed faults

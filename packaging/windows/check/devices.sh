@@ -103,8 +103,8 @@ duration() {
 transmitter_ms=$((256 * 20 + 16 * 50 + 16 * 4000 + 2000))
 headset_ms=$((256 * 20 + 16 * 1000 + 2000))
 # An update may exceed the sum of its delays by these percentages. The percentages are higher in a virtual machine,
-# because the load of the host adds to the time. Both updates make about the same number of transfers, but the sum of
-# the headset's delays is only a third of the transmitter's sum. So the headset's percentage is higher.
+# because the load of the host adds to the time. Transfers add about the same time to both updates, but the sum of the
+# headset's delays is only a third of the transmitter's sum. So the headset's percentage is higher.
 if [ -n "$emulated" ]; then
     transmitter_percent=10 headset_percent=20
 else
@@ -264,7 +264,7 @@ check "the package's program updates both devices with chip 13, revision 3" upda
 check "the package's driver-uninstall tool is started for both devices, in its own folder" \
     text_is "$(sort "$temporary/uninstalled.txt" | tr -d '\r')" "31281 3 $tool_folder
 31281 6 $tool_folder"
-# Wine's audio adapters have no names. So the program reads the default endpoints, but can restore none of them.
+# The program recognises an endpoint by its adapter's name. Wine's adapters have no names, so no endpoint is restored.
 check "the program reads the default audio endpoints for playback and recording, before and after the update" \
     [ "$(grep -c 'CoCreateInstance {bcde0395-e52f-467c-8e3d-c4579291692e}' ole.txt)" -eq 4 ]
 check "both memories are equal to their images, and no chip refused a command" updates_are_clean

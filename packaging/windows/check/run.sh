@@ -33,7 +33,7 @@ window_text() {
     tool text "$title" && cat "$temporary/window-text.txt" 2>/dev/null
 }
 # choose_system_item KEY...: chooses an item of the window's system menu by keyboard. The first KEY opens the menu with
-# the first item selected. If the second KEY is "up", this KEY selects the last item.
+# the first item selected. From this item, the KEY "up" leads to the last item.
 choose_system_item() {
     tool command "$title" 0xF100
     tool keys "$title" "$@" enter

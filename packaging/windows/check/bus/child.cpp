@@ -155,8 +155,8 @@ NTSTATUS childPlugAndPlay(Extension* child, PIRP irp)
     case IRP_MN_REMOVE_DEVICE:
         return remove(child, irp);
     case IRP_MN_QUERY_DEVICE_RELATIONS:
-        // The system sends this request after the class driver has created a device of its own. An earlier
-        // unplug request would not remove that device, so the plug request completes only now.
+        // The class driver has now created a device of its own. An earlier unplug request would not have
+        // removed that device, so the plug request completes only now.
         completeChange(child->bus, *child->port);
         [[fallthrough]];
     default:

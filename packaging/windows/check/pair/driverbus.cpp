@@ -90,8 +90,7 @@ DriverBus::Event DriverBus::makeEvent()
     return {CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle};
 }
 
-/// Sends a request and waits until the driver has completed the request. The system then sets the event
-/// @p done.
+/// Sends a request and waits, with the event @p done, until the driver has completed the request.
 bool DriverBus::request(const Event& done, std::uint32_t code, const void* input, DWORD inputSize,
                         void* output, DWORD outputSize) const
 {

@@ -31,7 +31,7 @@ public:
     void detach(int port) override;
 
 private:
-    /// This program's state of one port of the bus.
+    /// What this program knows of one port of the bus.
     struct Slot
     {
         bool isTaken = false;
