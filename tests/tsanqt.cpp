@@ -54,7 +54,7 @@ bool QObject::event(QEvent* event)
     static const auto own = next<bool (*)(QObject*, QEvent*)>("_ZN7QObject5eventEP6QEvent");
     __tsan_acquire(&handovers);
     const bool isTaken = own(this, event);
-    __tsan_release(&handovers); // for a thread that waits until this thread has ended
+    __tsan_release(&handovers); // QThread::wait() in another thread acquires this
     return isTaken;
 }
 

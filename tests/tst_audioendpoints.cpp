@@ -95,8 +95,8 @@ void TestAudioEndpoints::defaultsComeBackByTheirAdaptersNames()
 
 void TestAudioEndpoints::aFailedComCallLosesOnlyTheDefaultsItConcerns_data()
 {
-    // "lost" has one text for each call of the function, in order. If a call fails, the defaults whose names
-    // start with the call's text are lost. "-" means that none is lost.
+    // Text n in "lost" belongs to call n of the function. If that call fails, all defaults whose names start
+    // with the text are lost. "-" means that none is lost.
     const Table<QByteArrayList> table("lost");
     const auto row = [&table](const char* function, const QByteArray& lost) {
         table.row(function, lost.split(' '));

@@ -197,8 +197,7 @@ void TestAudioService::theServiceStopsAndStarts()
 {
     const bool isStop = QByteArray(QTest::currentDataTag()).startsWith("stop");
     QFETCH(Services, services);
-    // With these start values, in order, the tick count never wraps, wraps during the first wait, and wraps
-    // during a later wait.
+    // The tick count does not wrap, wraps during the first wait, or wraps during a later wait.
     for (const DWORD startTick : {DWORD(0), DWORD(-2), DWORD(-25000)}) {
         HostComputer computer(startTick);
         for (const Service& service : services)

@@ -88,7 +88,7 @@ void TestDetector::aFailedStartLeavesNothingBehind()
     QFETCH(const QByteArray, call);
     QFETCH(const int, nth);
     QFETCH(const std::size_t, threads);
-    for (int i = 0; i < 100; ++i) { // repeated, since a thread that is left running may end by chance
+    for (int i = 0; i < 100; ++i) { // a single round could miss a thread that is left running
         const bool isStartedAgain = i % 2 != 0;
         DetectorFixture f;
         f.machine.faults.fail(call.toStdString(), nth, ERROR_NOT_ENOUGH_MEMORY);

@@ -192,7 +192,7 @@ void TestDetectorHandles::aRemovalIsReportedOnceHoweverItIsBroadcast()
     QVERIFY(f.detected({transmitter}));
     const HANDLE handle =
         f.detector->openDevice(f.recorder.last, Access::ReadWrite, Access::Read, nullptr, 0);
-    QByteArray lastReport; // the detector's last report when the bystander gets the broadcast
+    QByteArray lastReport; // set when the bystander gets the broadcast
     const auto bystander =
         std::make_shared<Bystander>(DBT_DEVICEREMOVECOMPLETE, [&] { lastReport = f.recorder.waitFor(3, 2); });
     f.tree.observe(bystander);

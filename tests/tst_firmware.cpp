@@ -106,7 +106,7 @@ private Q_SLOTS:
             buffer = image.mid(static_cast<int>(address), std::min<int>(size, 32)); // 32: a device's limit
             return ++reads != failing;
         };
-        // getPid() reads the header and the entries, the end mark, and then the file, record and descriptor.
+        // getPid() reads the header, 4 entries, the end mark and 3 parts of a file. Read 10 never happens.
         const int pidReads = 5 + 1 + 4;
         for (failing = 0; failing <= pidReads; ++failing, reads = 0) {
             const bool isNeeded = failing != 0 && failing != 6 && failing != pidReads; // read 6: the end mark

@@ -108,8 +108,8 @@ struct Run : PairedComputer
     }
 
     /// Destroys the dialog, and opens the gate while the dialog's destructor runs.
-    /// @return how many updaters are destroyed in the right state: the audio service runs, the endpoints are
-    /// restored, and isAwake() returns the same as before destroyDialog().
+    /// @return how many updaters are destroyed while the audio service runs, the endpoints are restored, and
+    /// isAwake() is unchanged.
     int destroyDialog()
     {
         const bool wasAwake = isAwake();
@@ -249,7 +249,7 @@ void TestFlashingDialog::theUpdateEndsWhenAllDevicesHaveReported_data()
     table.row("H9", QString(), code + "2/9"_s, {{Headset, 9}}, "Escape");
     table.row("T2 H0", code + "1/2"_s, updated, {{Transmitter, 2}}, "X");
     table.row("H4 T5", code + "1/5"_s, code + "2/4"_s, {{Transmitter, 5}, {Headset, 4}}, "Close");
-    // If an updater reports twice, the dialog shows the second report in the headset's box, without a name.
+    // The second report of an updater has no known device type. The dialog shows it in the headset's box.
     table.row("T0 T7", updated, code + "0/7"_s, {{Unknown, 7}}, "Close");
     table.row("T8 T0", code + "1/8"_s, updated, {{Transmitter, 8}}, "Close");
     table.row("T6 T7 H0", code + "1/6"_s, updated, {{Transmitter, 6}, {Unknown, 7}}, "Close");

@@ -176,7 +176,7 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QFETCH(int, lockOfOther);
     QFETCH(bool, isLocking);
     QFETCH(int, error);
-    QTemporaryFile file; // no HID device, so transfers fail
+    QTemporaryFile file; // not a HID device: transfers fail
     QVERIFY(file.open());
     HidrawDevice device(QFile::encodeName(file.fileName()).toStdString());
     const auto openAgain = [&] { return FileDescriptor(::open(device.path.c_str(), O_RDWR | O_CLOEXEC)); };
@@ -187,8 +187,8 @@ void TestLinuxDevices::locksHoldAgainstOtherPrograms()
     QCOMPARE(holder(), lockOfOther == LOCK_UN ? QStringLiteral("nobody") : thisProcess);
     QCOMPARE(device.acquire(isLocking), DWORD(error));
     if (error != ERROR_SUCCESS) {
-        // Closing the other descriptor unlocks the device. Several users can then acquire the device. The
-        // device stays locked until the last user releases it.
+        // When the other descriptor is closed, several users can acquire the device. Their lock lasts until
+        // the last of them releases the device.
         other = FileDescriptor();
         other = openAgain();
         QCOMPARE(device.acquire(true), DWORD(ERROR_SUCCESS));

@@ -186,8 +186,8 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // For a short time, while the detector stops or a read ends, nobody closes an open device when its
-        // removal is requested, so the removal is refused. Other removals without another user are granted.
+        // When the detector stops or a read ends, for a moment nobody closes the open device. A removal
+        // requested in this moment is refused. All others without another user are granted.
         const int granted = storm.answers[true][true];
         const int refused = storm.answers[true][false];
         QVERIFY2(granted > 10 * refused,

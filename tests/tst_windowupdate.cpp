@@ -218,7 +218,7 @@ void TestWindowUpdate::aSuccessfulUpdateEndsInPairingInstructions()
 
 void TestWindowUpdate::aFailedUpdateIsReportedAndCanBeRepeated_data()
 {
-    // "codes" has a digit for each updater, first the transmitter's: its error code, or 0 for success. If
+    // The digits in "codes" are the error codes of the transmitter and the headset, 0 for success. If
     // isOverridden is true, the user chooses Override while the report is shown.
     const Table<QByteArray, QString, bool> table("codes", "reason", "isOverridden");
     const QString lost =

@@ -64,7 +64,7 @@ struct Desk : PairedComputer
     /// @return the archive's path; empty if writing fails.
     static QString archive(int generation, bool hasHeadset)
     {
-        static const QTemporaryDir folders[2]; // two, because hasHeadset does not change the file name
+        static const QTemporaryDir folders[2]; // indexed by hasHeadset; both have the same file names
         QString path = folders[hasHeadset].filePath("fw.%1.zip"_s.arg(generation));
         if (QFile::exists(path))
             return path;
@@ -160,7 +160,7 @@ struct Desk : PairedComputer
     InfoScreen* screen() const { return dynamic_cast<InfoScreen*>(window.centralWidget()); }
 
     /// @return "page|connected|error|transmitter|headset|button@focus", followed by the faults that
-    /// oddities() reports. The page is "main", or "start" followed by the digit in its picture's name ("1" in
+    /// oddities() reports. The page is "main" or "start". "start" is followed by its picture's digit ("1" in
     /// "VYNT1-startscreen") and by its buttons. Each device is shown by two versions: "installed>in the
     /// archive". The button is "Update", or "-" if it is disabled.
     QString state() const

@@ -15,7 +15,7 @@
 #include "waiting.h"
 #include "windowstate.h"
 
-/// Waits, by the simulated computer's clock, until a screen that has just opened no longer ignores keys.
+/// Waits until a screen that has just opened accepts keys. Uses the simulated computer's clock.
 inline void letScreenSettle()
 {
     Sleep(500);
