@@ -25,7 +25,7 @@ public:
         SimulatedMachine& machine;
         SimulatedPair& pair;
         const QMap<DeviceType, std::vector<std::uint8_t>>& images;
-        bool isTimeVirtual; ///< if true, delays are checked to the ms; pass every wait to noteSleep()
+        bool isTimeVirtual; ///< if true, the judge checks the delays to the millisecond
         EventLog& log;
     };
     explicit Judge(const Scene& judged);

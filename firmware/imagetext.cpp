@@ -63,7 +63,7 @@ bool readPlainLine(const char*& line, const char* end, std::uint32_t& number)
         return false;
     number = high * base + low;
     const char* const tail = digits + 2;
-    if (tail[0] == lineEnd) // a branch is fast, because nearly all lines of a text end alike
+    if (tail[0] == lineEnd) // predictable: nearly all lines of a text end alike
         line = tail + 1;
     else if (tail[0] == '\r' && tail[1] == lineEnd)
         line = tail + 2;

@@ -25,8 +25,8 @@ enum class Fault {
 
 struct FaultDescription
 {
-    /// The kind of event at which a fault strikes. It strikes at the first such event from its earliest
-    /// transfer on (see FaultPlan).
+    /// The kind of event at which a fault strikes. FaultPlan knows the fault's earliest transfer. The fault
+    /// strikes at the first such event at this transfer or later.
     enum Event { Transfer, Answer, Restart };
 
     Fault fault;

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::uint32_t packetMs = 20;
 constexpr std::uint32_t sectorEraseMs = 4000;
-constexpr std::uint32_t serviceStopMs = 100; // time between two queries of a stopping service
+constexpr std::uint32_t serviceStopMs = 100; // the updater sleeps so long while the service stops
 constexpr std::uint32_t serviceStartMs = 1000;
 constexpr EXECUTION_STATE requiredBefore = ES_DISPLAY_REQUIRED; ///< of the GUI thread, before the update
 

@@ -73,7 +73,7 @@ public:
     QMap<DeviceType, bool> reported; ///< the connected devices, according to the signals
     bool isDetecting = false;
     int disagreements = 0;
-    int answers[2][2] = {}; ///< counts removal requests, by [no other user][granted]
+    int answers[2][2] = {}; ///< number of removal requests: [1 if no other user][1 if granted]
     int arrivals = 0;
     int unread = 0;
     std::size_t blocksAfterWarmUp = 0;

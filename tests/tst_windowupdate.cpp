@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t serviceStopMs = 100; // time between two queries of a stopping service
+constexpr std::uint32_t serviceStopMs = 100; // the updater sleeps so long while the service stops
 constexpr std::uint32_t serviceStartMs = 1000;
 
 const QString compatibility =
