@@ -89,7 +89,7 @@ void Judge::notePhase(DeviceType type, Phase phase)
 
 QStringList Judge::complaints(const Outcome& outcome) const
 {
-    QThreadPool::globalInstance()->waitForDone(); // a thread of the pool restores the default endpoints
+    QThreadPool::globalInstance()->waitForDone(); // one of its threads may still restart the service
     QStringList all{complaintAboutReport(outcome), complaintAboutComputer()};
     for (auto image = scene.images.cbegin(); image != scene.images.cend(); ++image) {
         const DeviceType type = image.key();
