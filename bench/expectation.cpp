@@ -1,12 +1,8 @@
 #include "expectation.h"
 
-#include <limits>
-
 #include "flashingerror.h"
 
 namespace {
-
-constexpr int anyNumber = std::numeric_limits<int>::max();
 
 constexpr char failedTransfer[] = "a single transfer failed";
 constexpr char lostAtLastCommit[] =
@@ -65,7 +61,7 @@ Expectation whenLost(const Transfers& at, int commits, bool isNoticedLate)
     if (isAtLastCommit(at, commits))
         return succeeds(2, lostAtLastCommit); // the commit and the end-of-programming request fail
     if (isNoticedLate)
-        return {FlashingError::DeviceLost, 1, anyNumber, lostAtLastCommit, true};
+        return {FlashingError::DeviceLost, 1, Expectation::anyNumber, lostAtLastCommit, true};
     return failsWith(FlashingError::DeviceLost, 1);
 }
 

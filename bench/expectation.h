@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <optional>
 
 #include "faults.h"
@@ -14,6 +15,7 @@ struct Expectation
     /// Greatest number of transfers that fail in programming mode. It exceeds the least number if the exact
     /// number depends on timing.
     int mostLostTransfers = lostTransfers;
+    static constexpr int anyNumber = std::numeric_limits<int>::max(); ///< mostLostTransfers without a limit
     /// The documented exception by which the updater may report success although the memory differs from the
     /// image; null if no exception applies.
     const char* exception = nullptr;
