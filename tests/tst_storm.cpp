@@ -186,8 +186,8 @@ void TestStorm::theControllerAgreesWithTheMachineAndNothingLeaks()
         QCOMPARE(storm.disagreements, 0);
         QCOMPARE(storm.unread, 0);
         QCOMPARE(storm.answers[false][true], 0);
-        // When the detector stops or a read ends, for a moment nobody closes the open device. A removal
-        // requested in this moment is refused. All others without another user are granted.
+        // While the detector stops or a read ends, the updater keeps a device open for a moment. A removal in
+        // this moment is refused. Every other removal is granted, unless another program uses the device.
         const int granted = storm.answers[true][true];
         const int refused = storm.answers[true][false];
         QVERIFY2(granted > 10 * refused,

@@ -52,8 +52,8 @@ std::wstring newFolderPath(const std::wstring& parent)
     return parent + namePrefix + name;
 }
 
-/// @return the path of @p object with all links resolved. While @p object is open, nobody can rename any
-/// folder in this path.
+/// @return the path of @p object with all links resolved. While @p object is open, no program can
+/// rename a folder in this path.
 std::wstring resolvedPathOf(HANDLE object)
 {
     std::wstring path(GetFinalPathNameByHandleW(object, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
@@ -181,8 +181,8 @@ void removeLeftoversIn(const std::wstring& parent)
 {
     for (const WIN32_FIND_DATAW& entry : entriesOf(parent, std::wstring(namePrefix) + L"{*")) {
         std::wstring path = parent + entry.cFileName;
-        // With DELETE, hold() succeeds only if nobody else holds the folder. The handle with DELETE is closed
-        // at once, because some systems do not list the folder while this handle is open.
+        // With DELETE, hold() fails if another program holds the folder. The handle with DELETE is closed at
+        // once, because some systems do not list the folder while this handle is open.
         const bool isHeld = !hold(path, DELETE);
         OwnedHandle leftover = isHeld ? nullptr : hold(path, 0);
         if (leftover)

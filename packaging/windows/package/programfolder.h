@@ -10,7 +10,7 @@
 /// folder with all its files.
 ///
 /// Only administrators, the system and the owner have access to the folder. create() opens the folder and
-/// checks the folder's owner. The folder remains open until the destructor removes it, so nobody else can
+/// checks the folder's owner. The folder is open until the destructor removes it, so no other program can
 /// rename or remove the folder.
 ///
 /// If the package runs with an administrator's rights, no process with lower rights can replace the programs
