@@ -58,11 +58,11 @@ end_program() {
     wait $program
 }
 
-# await_log PATTERN: waits until a line of the log starts with the pattern, ignoring the first $logged lines. Fails
+# await_log PATTERN: waits until a whole line of the log matches the pattern, ignoring the first $logged lines. Fails
 # after about ten minutes. Looks every three seconds only, because new processes are slow in a virtual machine.
 await_log() {
     for _ in $(seq 200); do
-        ! tail -n "+$((logged + 1))" "$logs"/*.txt | grep -q "^$1" || return 0
+        ! log 2>/dev/null | tail -n "+$((logged + 1))" | grep -qx "$1" || return 0
         sleep 3
     done
     echo "The log does not contain \"$1\"."
