@@ -12,6 +12,8 @@
 //     windowtool message TITLE           prints the texts of a message box
 //     windowtool counts TITLE            prints the numbers of handles and threads of the window's process
 //     windowtool close TITLE             asks the window to close
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <iterator>
 #include <map>
@@ -72,26 +74,48 @@ bool pressKeys(HWND window, int count, wchar_t* names[])
     return true;
 }
 
-/// Reads the counts from the system's list of processes, since GetProcessHandleCount() does not work in Wine.
+/// Returns nothing if the system does not answer, or if the answer is longer than 1 MiB.
+std::vector<BYTE> systemInformation(SYSTEM_INFORMATION_CLASS kind)
+{
+    std::vector<BYTE> information(1 << 20);
+    const NTSTATUS status =
+        NtQuerySystemInformation(kind, information.data(), static_cast<ULONG>(information.size()), nullptr);
+    return NT_SUCCESS(status) ? information : std::vector<BYTE>();
+}
+
+/// Counts the handles in the system's list of all handles, since Wine's list of processes contains the size of
+/// each process's handle table instead.
+std::ptrdiff_t handleCount(DWORD process)
+{
+    const std::vector<BYTE> information = systemInformation(SystemHandleInformation);
+    if (information.empty())
+        return 0;
+    const auto* const list = reinterpret_cast<const SYSTEM_HANDLE_INFORMATION*>(information.data());
+    const SYSTEM_HANDLE_ENTRY* const first = list->Handle;
+    return std::count_if(first, first + list->Count,
+                         [process](const SYSTEM_HANDLE_ENTRY& entry) { return entry.OwnerPid == process; });
+}
+
+ULONG threadCount(DWORD process)
+{
+    const std::vector<BYTE> information = systemInformation(SystemProcessInformation);
+    for (const BYTE* at = information.data(); at;) {
+        const auto* const entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(at);
+        if (entry->UniqueProcessId == UlongToHandle(process))
+            return entry->NumberOfThreads;
+        at = entry->NextEntryOffset != 0 ? at + entry->NextEntryOffset : nullptr;
+    }
+    return 0;
+}
+
 bool printCounts(HWND window)
 {
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
-    std::vector<BYTE> list(1 << 20);
-    if (!NT_SUCCESS(NtQuerySystemInformation(SystemProcessInformation, list.data(),
-                                             static_cast<ULONG>(list.size()), nullptr)))
-        return false;
-    const BYTE* at = list.data();
-    for (;;) {
-        const auto* const entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(at);
-        if (entry->UniqueProcessId == UlongToHandle(process)) {
-            std::printf("%lu %lu\n", entry->HandleCount, entry->NumberOfThreads);
-            return true;
-        }
-        if (entry->NextEntryOffset == 0)
-            return false;
-        at += entry->NextEntryOffset;
-    }
+    const std::ptrdiff_t handles = handleCount(process);
+    const ULONG threads = threadCount(process);
+    std::printf("%td %lu\n", handles, threads);
+    return handles > 0 && threads > 0;
 }
 
 bool canCreateWindows()
