@@ -5,7 +5,8 @@ cd /check || exit 1
 . /check/checks.sh
 export LC_ALL=C.UTF-8 DISPLAY=:7 DEBIAN_FRONTEND=noninteractive
 program=zefo-vynt-firmware-update
-mkdir -p /run/check pictures
+mkdir -m 700 /run/check # Qt wants a runtime directory that only its owner can read
+mkdir -p pictures
 
 seconds() { cut -d ' ' -f 1 /proc/uptime; }
 # note TEXT...: prints the seconds since the machine started, and the text. Checks nothing.
