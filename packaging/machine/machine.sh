@@ -119,7 +119,7 @@ machine_boot() (
         -display none -serial stdio -kernel "$machine_cache"/kernel/boot/vmlinuz-* -initrd "$machine_cache/initrd" \
         -drive file="$image",format=raw,if=virtio,cache=unsafe \
         -append "console=ttyS0 quiet panic=-1 no_timer_check mitigations=off tsc=reliable first=$first $*" </dev/null |
-        sed -u 's/\r//g; s/\x1b\[[?0-9;]*[A-Za-z]//g' | machine_output "$log"
+        sed -u 's/\r//g; s/\x1b\[[?0-9;]*[A-Za-z]//g; s/\x1b\][^\x07]*\x07//g' | machine_output "$log"
     [ "$(grep -a -c '^checks: all hold$' "$log")" -eq 1 ]
 )
 
