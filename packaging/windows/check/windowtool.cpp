@@ -83,8 +83,8 @@ std::vector<BYTE> systemInformation(SYSTEM_INFORMATION_CLASS kind)
     return NT_SUCCESS(status) ? information : std::vector<BYTE>();
 }
 
-/// Counts the handles in the system's list of all handles, since Wine's list of processes contains the size of
-/// each process's handle table instead.
+/// Counts the handles in the system's list of all handles, since Wine's list of processes contains the sizes
+/// of the handle tables instead.
 std::ptrdiff_t handleCount(DWORD process)
 {
     const std::vector<BYTE> information = systemInformation(SystemHandleInformation);
