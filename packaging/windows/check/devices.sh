@@ -66,6 +66,8 @@ await_log() {
         sleep 3
     done
     echo "The log does not contain \"$1\"."
+    log
+    cat events.txt
     false
 }
 

@@ -47,7 +47,7 @@ as_expected() {
     devices expectation
     tail -n "+$((before + 1))" events.txt | tr -d '\r' | sed -n 's/^\[[ 0-9.]*\] expected: //p' | sort >expected.txt
     [ "$(wc -l <expected.txt)" -eq 2 ] && [ "$(results | grep -cxEf expected.txt)" -eq 2 ] ||
-        { results; cat expected.txt; false; }
+        { log; cat events.txt; false; }
 }
 
 # fault_row FAULT DEVICE CHIP REVISION TRANSFER: runs an update with the fault, and then an update without a fault.
