@@ -288,12 +288,20 @@ void TestWindowUpdate::theNewScreenIsPaintedBeforeTheWindowWaits()
     } counter;
     Desk desk("A1 +T O");
     desk.gate.close(serviceStartMs);
+    // Holds the device's update until the service's start waits. Otherwise the delays of the update would
+    // give the service enough time to start before the updater waits.
+    desk.onReport = [&](const std::string& report) {
+        if (report.find("leave from") != std::string::npos)
+            desk.second.close(memoryReadMs);
+    };
     int endings = 0;
     std::thread opener;
     QVERIFY(desk.update(
         {User::press("Proceed and update one device"_s), [&](QWidget& modal) {
-             const auto* const close = find<QPushButton>(modal, "closeButton");
-             if (!desk.gate.isReached() || !close->isEnabled())
+             if (!desk.gate.isReached())
+                 return false;
+             desk.second.open();
+             if (!find<QPushButton>(modal, "closeButton")->isEnabled())
                  return false;
              for (const auto* const updater : modal.findChildren<FirmwareUpdater*>()) {
                  connect(updater, &QObject::destroyed, &desk.window, [&] {
