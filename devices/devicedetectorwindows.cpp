@@ -221,6 +221,7 @@ void DeviceDetectorWindows::deviceChange(WPARAM event, const DEV_BROADCAST_HDR* 
 {
     if (event < DBT_DEVICEARRIVAL || event > DBT_DEVICEREMOVECOMPLETE || !header)
         return;
+    const Guard guard(broadcastInProgress);
     if (header->dbch_devicetype == DBT_DEVTYP_DEVICEINTERFACE)
         interfaceChange(event, *reinterpret_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(header));
     else if (header->dbch_devicetype == DBT_DEVTYP_HANDLE)
@@ -266,8 +267,15 @@ bool DeviceDetectorWindows::waitInstallationSettled()
 
 void DeviceDetectorWindows::examineArrivals()
 {
-    while (examineArrival()) {
-    }
+    while (examineArrival())
+        waitForBroadcast();
+}
+
+/// Waits until a broadcast in progress is handled. Without this wait a broadcast could be held up by the
+/// whole queue, because a thread that releases a critical section can take it again before a waiting thread.
+void DeviceDetectorWindows::waitForBroadcast()
+{
+    const Guard guard(broadcastInProgress);
 }
 
 /// Examines the first arrival in the queue.

@@ -66,6 +66,7 @@ private:
     void workerThread();
     bool waitInstallationSettled();
     void examineArrivals();
+    void waitForBroadcast();
     bool examineArrival();
 
     std::shared_ptr<DeviceHandle> open(DeviceInstance* device, int access, int share,
@@ -85,7 +86,8 @@ private:
     HANDLE workerThreadHandle = nullptr;
     HANDLE workEvent = nullptr;
     bool started = false;
-    CriticalSection lock; ///< recursive; the detector also holds it during most reports
+    CriticalSection broadcastInProgress; ///< held while a broadcast is handled; taken before `lock`
+    CriticalSection lock;                ///< recursive; the detector also holds it during most reports
     std::map<std::wstring, std::unique_ptr<DeviceInstance>> knownDevices THREAD_SAFETY(guarded_by(lock));
     std::unordered_map<DeviceInstance*, std::unique_ptr<DeviceInstance>>
         removedDevices THREAD_SAFETY(guarded_by(lock)); ///< kept until forget()

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <future>
+#include <thread>
 
 #include <windows.h>
 
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void eachStartHasItsOwnIdentities();
     void aDeviceIsReportedOnceWhateverTheCaseOfItsPath();
     void anArrivalStillQueuedIsErasedByItsRemoval();
+    void aBroadcastIsHandledBeforeTheNextArrivalIsExamined();
     void stopDoesNotWaitForAnInstallation();
     void completionIsReportedWithoutTheLock();
     void removedRecordsStayReadableUntilForgotten();
@@ -204,6 +206,25 @@ void TestDetector::anArrivalStillQueuedIsErasedByItsRemoval()
     f.tree.plug(hidNode(headset));
     f.tree.setInstallationPending(false);
     QCOMPARE(f.recorder.waitFor(2), "complete 0, +7a31:6");
+}
+
+void TestDetector::aBroadcastIsHandledBeforeTheNextArrivalIsExamined()
+{
+    DetectorFixture f;
+    f.tree.plug(hidNode(transmitter));
+    f.tree.plug(hidNode(headset));
+    // The detector reports an arrival with its lock held, so the removal must wait for the lock.
+    f.recorder.onReport = [&](const QByteArray& report) {
+        if (report != "+7a31:4")
+            return;
+        const int messages = f.machine.faults.counted("GetWindowLongPtrW");
+        f.tree.unplug(hidNode(transmitter).interfacePath);
+        const QDeadlineTimer patience(patienceMs);
+        while (f.machine.faults.counted("GetWindowLongPtrW") == messages && !patience.hasExpired())
+            std::this_thread::yield(); // until the notification thread has taken the removal
+    };
+    QVERIFY(f.start());
+    QCOMPARE(f.recorder.waitFor(4), "+7a31:4, -4, +7a31:6, complete 1");
 }
 
 void TestDetector::stopDoesNotWaitForAnInstallation()

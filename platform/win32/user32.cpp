@@ -105,6 +105,8 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value)
 
 LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index)
 {
+    if (!isServed(__func__))
+        return 0;
     const LONG_PTR* const extra = extraValue(handle, index);
     return extra ? *extra : 0;
 }
